@@ -1,0 +1,25 @@
+# SPDX-License-Identifier: Apache-2.0
+# What the project takes from Debian, as imported targets.
+
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(HIGHWAY REQUIRED IMPORTED_TARGET libhwy)
+find_package(nlohmann_json REQUIRED)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n icu-uc)
+
+if(NOT VELLO_LOWER_ROOMS_ONLY)
+    pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
+    pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+    pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+    find_package(CLI11 REQUIRED)
+    find_package(Qt6 REQUIRED COMPONENTS Core)
+endif()
+
+if(BUILD_TESTING)
+    find_package(GTest REQUIRED)
+    find_path(RAPIDCHECK_INCLUDE_DIR rapidcheck.h REQUIRED)
+    find_library(RAPIDCHECK_LIBRARY rapidcheck REQUIRED)
+    include(GoogleTest)
+endif()
+if(VELLO_BUILD_BENCHMARKS)
+    find_package(benchmark REQUIRED)
+endif()

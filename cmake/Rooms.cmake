@@ -1,0 +1,37 @@
+# SPDX-License-Identifier: Apache-2.0
+# A room is a folder of src/ with a library of its own. Other rooms see exactly the headers that it declares, and
+# only if they link it: the headers are staged, one link each, in an include root of the room's own. So an include that
+# the design forbids does not compile. Every declared header is also compiled alone.
+#
+# vello_add_room(TARGET FOLDER folder-below-src HEADERS ... SOURCES ... PUBLIC ... PRIVATE ...)
+function(vello_add_room target)
+    cmake_parse_arguments(ROOM "" "FOLDER" "HEADERS;SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    set(stage ${CMAKE_BINARY_DIR}/rooms/${target})
+    file(REMOVE_RECURSE ${stage}) # a header that is declared no longer must not stay visible
+    file(MAKE_DIRECTORY ${stage}/${ROOM_FOLDER})
+    set(alone_sources)
+    foreach(header IN LISTS ROOM_HEADERS)
+        file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${header} ${stage}/${ROOM_FOLDER}/${header} SYMBOLIC)
+        string(MAKE_C_IDENTIFIER ${header} stem)
+        set(alone ${CMAKE_BINARY_DIR}/headers-alone/${target}/${stem}.cpp)
+        file(CONFIGURE OUTPUT ${alone} CONTENT "#include \"${ROOM_FOLDER}/${header}\"\n")
+        list(APPEND alone_sources ${alone})
+    endforeach()
+
+    if(ROOM_SOURCES)
+        add_library(${target} STATIC ${ROOM_SOURCES})
+        target_include_directories(${target} PUBLIC ${stage})
+        target_link_libraries(${target} PUBLIC ${ROOM_PUBLIC} PRIVATE ${ROOM_PRIVATE} vello_flags)
+        # vello_flags also carries the sanitizers' link options to whatever links the room.
+        target_link_libraries(${target} INTERFACE $<LINK_ONLY:vello_flags>)
+    else()
+        add_library(${target} INTERFACE)
+        target_include_directories(${target} INTERFACE ${stage})
+        target_link_libraries(${target} INTERFACE ${ROOM_PUBLIC})
+    endif()
+
+    if(alone_sources)
+        add_library(${target}_headers_alone OBJECT ${alone_sources})
+        target_link_libraries(${target}_headers_alone PRIVATE ${target} vello_flags)
+    endif()
+endfunction()

@@ -1,0 +1,276 @@
+// SPDX-License-Identifier: Apache-2.0
+// Shows VELLO at work where no audio session runs: starts a private one with two outputs and two players,
+// lets VELLO equalize them, measures what comes out at the outputs' monitors and prints it. Exit code 0:
+// every figure is inside its tolerance.
+#include "DesignedResponse.h"
+
+#include "AudioGraph.h"
+#include "MonitorRecorder.h"
+#include "Passage.h"
+#include "Players.h"
+#include "PrivateAudioSession.h"
+#include "VelloSettings.h"
+
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vello::demo {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace vello::session;
+
+constexpr int sampleRate = 48000; // Hz
+constexpr int quantum = 512;      // frames
+constexpr int engagements = 5;
+constexpr double sineAmplitude = 0.04;
+constexpr double levelTolerance = 0.05; // dB
+constexpr std::size_t measuredFrames = sampleRate;
+
+/// One application of the demonstration.
+struct Application {
+    std::string name;
+    std::string id;
+    PlayerKind kind;
+    const char* kindName;
+    std::string ownOutput; ///< where it plays by itself; empty: the default output
+    std::string heardAt;   ///< the same, by its node name
+    SourceSettings settings;
+};
+
+const std::vector<Application>& applications() {
+    static const std::vector<Application> all = {
+        {"Music",
+         "org.example.Music",
+         PlayerKind::native,
+         "PipeWire",
+         "",
+         "speakers",
+         {.bandGains = {6, 5, 3.5, 1.5, 0, 0, -2, -4}, .volume = 0.8, .output = "headphones"}},
+        {"Film",
+         "org.example.Film",
+         PlayerKind::pulseAudio,
+         "PulseAudio",
+         "headphones",
+         "headphones",
+         {.bandGains = {-6, -2, 1, 3, 4, 3, 2, 0}, .volume = 0.5, .output = "speakers"}},
+    };
+    return all;
+}
+
+/// A row of figures with what is allowed for them.
+class Table {
+public:
+    void level(const Application& application, double band, double wanted, double measured) {
+        std::printf("%-12s%-12s%8.0f Hz%12.2f%14.2f%s\n", application.name.c_str(),
+                    application.settings.output.c_str(), band, wanted, measured,
+                    mark(std::abs(measured - wanted) <= levelTolerance));
+    }
+    void figure(const Application& application, const char* name, double measured, const char* unit,
+                double allowed) {
+        std::printf("%-12s%-34s%10.2f %s (at most %.2f)%s\n", application.name.c_str(), name, measured, unit,
+                    allowed, mark(std::abs(measured) <= allowed));
+    }
+    bool isInTolerance() const { return isInTolerance_; }
+
+private:
+    const char* mark(bool isGood) {
+        isInTolerance_ = isInTolerance_ && isGood;
+        return isGood ? "" : "   <-- out of tolerance";
+    }
+
+    bool isInTolerance_ = true;
+};
+
+std::string sines() {
+    std::ostringstream text;
+    const char* separator = "sines=";
+    for (const double frequency : bandFrequencies)
+        text << std::exchange(separator, ",") << frequency;
+    text << '@' << sineAmplitude;
+    return text.str();
+}
+
+using Players = std::vector<std::unique_ptr<ChildProcess>>;
+
+Players startPlayers(const PrivateAudioSession& session,
+                     const std::function<std::string(const Application&)>& signal) {
+    Players players;
+    for (const auto& application : applications())
+        players.push_back(startPlayer(session, application.kind,
+                                      {.name = application.name,
+                                       .applicationID = application.id,
+                                       .signal = signal(application),
+                                       .output = application.ownOutput,
+                                       .sampleRate = sampleRate},
+                                      40));
+    return players;
+}
+
+std::unique_ptr<ChildProcess> startVello(const PrivateAudioSession& session) {
+    return session.start("vello", {VELLO_PROGRAM, "--headless"});
+}
+
+void stopVello(ChildProcess& vello) {
+    if (!vello.terminate(5s))
+        throw std::runtime_error("VELLO does not end when asked:\n" + vello.output());
+}
+
+void awaitWay(MonitorRecorder& recorder, Way way, const ChildProcess* vello) {
+    const auto settled = [way](const Recording& last) { return endsWith(last, way, quantum * 4); };
+    if (!recorder.recordUntil(settled, quantum * 4, 8s))
+        throw std::runtime_error("a player is not heard as it should be" +
+                                 (vello == nullptr ? std::string() : ":\n" + vello->output()));
+}
+
+/// What one start of VELLO did to a playing application.
+struct Engagement {
+    double addedFrames = 0;
+    double silentFrames = 0;
+};
+
+/// By the frame numbers in the left channel: the clock's for the native player, so that the delay is what it
+/// is; its own for the other, whose count stands still while nothing hears it, so that the silence adds to
+/// the delay without being one.
+Engagement engagementOf(const Recording& recording, const Application& application) {
+    const auto passage = findPassage(recording, Way::direct, Way::tapped);
+    if (!passage)
+        throw std::runtime_error(application.name + " did not go over to its tap");
+    const auto before = recording.delay(passage->lastBefore);
+    const auto after = recording.delay(recording.frames() - 1);
+    const auto silent = static_cast<double>(passage->silentFrames);
+    const double standing = application.kind == PlayerKind::native ? 0 : silent;
+    return {static_cast<double>(after.value() - before.value()) - standing, silent};
+}
+
+/// Starts VELLO several times beside playing applications; engagements by application.
+std::vector<std::vector<Engagement>> engage(const PrivateAudioSession& session) {
+    writeSettings(session, {{systemSource, {.volume = 0.5}}});
+    const auto players = startPlayers(session, [](const Application& application) {
+        return application.kind == PlayerKind::native ? "position" : "counter";
+    });
+    std::vector<std::unique_ptr<MonitorRecorder>> recorders;
+    for (const auto& application : applications())
+        recorders.push_back(std::make_unique<MonitorRecorder>(session.socket(), application.heardAt, 40s));
+    std::vector<std::vector<Engagement>> result(applications().size());
+    for (int round = 0; round < engagements; ++round) {
+        for (const auto& recorder : recorders)
+            awaitWay(*recorder, Way::direct, nullptr);
+        std::vector<std::size_t> starts;
+        for (const auto& recorder : recorders)
+            starts.push_back(recorder->frames() - quantum);
+        const auto vello = startVello(session);
+        for (std::size_t i = 0; i < recorders.size(); ++i) {
+            awaitWay(*recorders[i], Way::tapped, vello.get());
+            result[i].push_back(engagementOf(recorders[i]->recording(starts[i]), applications()[i]));
+        }
+        stopVello(*vello);
+    }
+    return result;
+}
+
+bool isTappedTo(const GraphState& state, const Application& application) {
+    bool isCaptured = false;
+    bool isPlayed = false;
+    const auto nameOf = [&](std::uint32_t id) {
+        const auto node = state.nodes.find(id);
+        return node == state.nodes.end() ? std::string() : node->second.name();
+    };
+    const auto* output = state.nodeNamed(application.settings.output);
+    for (const auto& [id, link] : state.links) {
+        isCaptured |=
+            nameOf(link.outputNode) == application.name && nameOf(link.inputNode).starts_with(tapPrefix);
+        isPlayed |= output != nullptr && link.inputNode == output->id &&
+                    nameOf(link.outputNode).starts_with(tapPrefix + application.name);
+    }
+    return isCaptured && isPlayed;
+}
+
+/// One recording for each application, at its chosen output.
+std::vector<Recording> equalize(const PrivateAudioSession& session) {
+    std::map<std::string, SourceSettings> settings;
+    for (const auto& application : applications())
+        settings[application.id] = application.settings;
+    writeSettings(session, settings);
+    const auto players = startPlayers(session, [](const Application&) { return sines(); });
+    AudioGraph graph(session.socket());
+    const auto vello = startVello(session);
+    for (const auto& application : applications())
+        if (!graph.waitUntil([&](const GraphState& state) { return isTappedTo(state, application); }, 8s))
+            throw std::runtime_error(application.name + " does not come to its output:\n" +
+                                     describe(graph.state()) + vello->output());
+    std::vector<Recording> result;
+    for (const auto& application : applications()) {
+        MonitorRecorder recorder(session.socket(), application.settings.output);
+        recorder.record(sampleRate / 2);
+        const auto start = recorder.frames();
+        recorder.record(measuredFrames + quantum);
+        result.push_back(recorder.recording(start));
+    }
+    stopVello(*vello);
+    return result;
+}
+
+void printLevels(Table& table, const Application& application, const Recording& recording) {
+    for (const double band : bandFrequencies) {
+        const double wanted = designedResponse(application.settings.bandGains, band, sampleRate) +
+                              decibels(application.settings.volume);
+        const double measured = decibels(recording.amplitude(band, 0, measuredFrames, 0) / sineAmplitude);
+        table.level(application, band, wanted, measured);
+    }
+}
+
+void printEngagements(Table& table, const Application& application, const std::vector<Engagement>& all) {
+    std::vector<double> added;
+    std::vector<double> silent;
+    for (const auto& engagement : all) {
+        added.push_back(engagement.addedFrames);
+        silent.push_back(engagement.silentFrames * 1000 / sampleRate);
+    }
+    table.figure(application, "added latency", median(added), "samples", 0);
+    table.figure(application, "silence at engage", median(silent), "ms", 1000.0 * quantum / sampleRate);
+}
+
+bool run() {
+    const PrivateAudioSession session({.sampleRate = sampleRate,
+                                       .quantum = quantum,
+                                       .outputs = {{"speakers", "Speakers"}, {"headphones", "Headphones"}}});
+    std::printf(
+        "A private audio session with two outputs and two applications, %d Hz, cycles of %d frames.\n",
+        sampleRate, quantum);
+    for (const auto& application : applications())
+        std::printf("  %s speaks %s and plays a sine in the middle of each band.\n", application.name.c_str(),
+                    application.kindName);
+    std::fflush(stdout);
+    const auto engagementsOf = engage(session);
+    const auto recordings = equalize(session);
+    std::printf("\n%-12s%-12s%11s%12s%14s\n", "application", "output", "band", "wanted dB", "measured dB");
+    Table table;
+    for (std::size_t i = 0; i < applications().size(); ++i)
+        printLevels(table, applications()[i], recordings[i]);
+    std::printf("\n");
+    for (std::size_t i = 0; i < applications().size(); ++i)
+        printEngagements(table, applications()[i], engagementsOf[i]);
+    std::printf("\n%s\n", table.isInTolerance() ? "Every figure is inside its tolerance."
+                                                : "Some figures are out of tolerance.");
+    return table.isInTolerance();
+}
+
+} // namespace
+} // namespace vello::demo
+
+int main() {
+    try {
+        return vello::demo::run() ? 0 : 1;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+}

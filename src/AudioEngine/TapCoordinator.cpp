@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/TapCoordinator.h"
+
+#include "AudioEngine/CoreAudioSupport.h"
+#include "AudioEngine/CrashGuard.h"
+#include "Models/Product.h"
+
+#include <chrono>
+#include <ranges>
+#include <utility>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kFullRebuildDebounce = 300ms;
+constexpr auto kSourceRebuildDebounce = 300ms;
+constexpr auto kSourceRebuildCooldown = 5s;
+
+void dropObserver(std::unique_ptr<CoreAudioPropertyObserver>& observer) {
+    if (observer)
+        observer->invalidate();
+    observer.reset();
+}
+
+} // namespace
+
+TapCoordinator::TapCoordinator(AudioHardware& hardware, MainThread& mainThread, SystemLog& log,
+                               TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider)
+    : services_{hardware, mainThread, log, teardownQueue}, settingsProvider_(std::move(settingsProvider)),
+      logger_(log, kBundleIdentifier, "TapCoordinator") {}
+
+TapCoordinator::~TapCoordinator() {
+    dropObserver(defaultDeviceObserver_);
+    dropObserver(sampleRateObserver_);
+    destroyAll();
+}
+
+void TapCoordinator::start() {
+    CrashGuard::install(services_.hardware);
+    sweepOrphanedAggregates();
+    installDeviceObservers();
+    installSampleRateObserver();
+}
+
+void TapCoordinator::teardownAll() {
+    // What the monitor or a device still reports on the way out must not bring a tap back.
+    isEnabled_ = false;
+    rebuildDebounceTask_.reset();
+    sourceRebuildTasks_.clear();
+    sourceRebuildCooldownUntil_.clear();
+    destroyAll();
+    services_.teardownQueue.drain();
+}
+
+// What the owner tells
+
+void TapCoordinator::setEnabled(bool isEnabled) {
+    if (isEnabled == isEnabled_)
+        return;
+    isEnabled_ = isEnabled;
+    reconcile();
+}
+
+void TapCoordinator::updateGroups(const std::vector<AudioProcessGroup>& groups) {
+    groupsByID_.clear();
+    for (const AudioProcessGroup& group : groups)
+        groupsByID_.insert_or_assign(group.id, group);
+    reconcile();
+}
+
+void TapCoordinator::setFocusedSource(std::optional<std::string> sourceID) {
+    if (sourceID == focusedSourceID_)
+        return;
+    focusedSourceID_ = std::move(sourceID);
+    reconcile();
+}
+
+void TapCoordinator::settingsDidChange(const std::string& sourceID) {
+    // Every application may use the system-wide settings.
+    const auto changed = sourceID == kSystemSourceID ? tapKeys() : std::vector{sourceID};
+    for (const std::string& changedID : changed)
+        applyOrRecreate(changedID);
+    reconcile();
+}
+
+void TapCoordinator::applyOrRecreate(const std::string& sourceID) {
+    const auto found = taps_.find(sourceID);
+    if (found == taps_.end())
+        return;
+    const EQSettings effective = effectiveSettings(sourceID);
+    if (found->second->outputDeviceUID() == effective.outputDeviceUID)
+        return found->second->applySettings(effective);
+    // The aggregate device is built around its output device.
+    destroy(sourceID);
+    reconcile();
+}
+
+EQSettings TapCoordinator::effectiveSettings(const std::string& sourceID) const {
+    const EQSettings own = settingsProvider_(sourceID);
+    const bool isSystem = sourceID == kSystemSourceID;
+    const EQSettings system = isSystem ? own : settingsProvider_(std::string(kSystemSourceID));
+    return EQSettings::effective(own, system, isSystem);
+}
+
+std::vector<TapCoordinator::WatchdogEntry> TapCoordinator::watchdogEntries() const {
+    std::vector<WatchdogEntry> entries;
+    for (const auto& [sourceID, tap] : taps_)
+        entries.push_back({sourceID, tap, groupsByID_.contains(sourceID)});
+    return entries;
+}
+
+// Taps come and go
+
+std::vector<std::string> TapCoordinator::tapKeys() const {
+    const auto keys = std::views::keys(taps_);
+    return {keys.begin(), keys.end()};
+}
+
+void TapCoordinator::reconcile() {
+    if (!isEnabled_)
+        return destroyAll();
+    destroyUndesired();
+    for (const auto& [sourceID, group] : groupsByID_)
+        reconcileGroup(group);
+}
+
+void TapCoordinator::destroyUndesired() {
+    for (const std::string& sourceID : tapKeys())
+        if (!groupsByID_.contains(sourceID))
+            destroy(sourceID);
+}
+
+void TapCoordinator::reconcileGroup(const AudioProcessGroup& group) {
+    const bool hasTap = taps_.contains(group.id);
+    const auto snapshot = tapGroupSnapshots_.find(group.id);
+    if (hasTap && snapshot != tapGroupSnapshots_.end() && snapshot->second == group)
+        return;
+    if (hasTap)
+        destroy(group.id);
+    create(group.id, ProcessTap::Processes{group.objectIDs}, group.displayName);
+    tapGroupSnapshots_.insert_or_assign(group.id, group);
+}
+
+void TapCoordinator::destroyAll() {
+    for (const std::string& sourceID : tapKeys())
+        destroy(sourceID);
+}
+
+void TapCoordinator::destroy(const std::string& sourceID) {
+    activationTasks_.erase(sourceID);
+    sourceRebuildTasks_.erase(sourceID);
+    if (const auto tap = taps_.extract(sourceID))
+        tap.mapped()->invalidate();
+    tapGroupSnapshots_.erase(sourceID);
+}
+
+void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target target,
+                            const std::string& label) {
+    const auto tap =
+        std::make_shared<ProcessTap>(services_, std::move(target), label, effectiveSettings(sourceID));
+    tap->setOnStreamFormatChange([this, sourceID] { scheduleSourceRebuild(sourceID, "tap format changed"); });
+    tap->setOnAppOutputDeviceChange(
+        [this, sourceID] { scheduleSourceRebuild(sourceID, "app moved its output device"); });
+    taps_.insert_or_assign(sourceID, tap);
+    startActivation(sourceID, tap);
+}
+
+/// The coordinator invalidates every tap before it goes, and a tap reports no failure once it is invalidated
+/// by others: no action outlives the coordinator.
+void TapCoordinator::startActivation(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap) {
+    activationTasks_[sourceID] =
+        services_.mainThread.after(0ms, [this, sourceID, weakTap = std::weak_ptr(tap)] {
+            const auto activating = weakTap.lock();
+            if (!activating)
+                return;
+            activating->activate([this, sourceID, weakTap](const std::optional<CoreAudioError>& error) {
+                if (error)
+                    activationFailed(sourceID, weakTap.lock(), *error);
+            });
+        });
+}
+
+void TapCoordinator::activationFailed(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap,
+                                      const CoreAudioError& error) {
+    logger_.error("Tap activation failed for " + tap->label() + ": " + error.description());
+    tap->invalidate();
+    const auto current = taps_.find(sourceID);
+    if (current == taps_.end() || current->second != tap)
+        return;
+    taps_.erase(current);
+    tapGroupSnapshots_.erase(sourceID);
+}
+
+// Rebuilds
+
+void TapCoordinator::scheduleFullRebuild(std::string reason) {
+    rebuildDebounceTask_ = services_.mainThread.after(
+        kFullRebuildDebounce, [this, reason = std::move(reason)] { performFullRebuild(reason); });
+}
+
+void TapCoordinator::performFullRebuild(const std::string& reason) {
+    logger_.notice("Full tap rebuild: " + reason);
+    destroyAll();
+    installSampleRateObserver();
+    reconcile();
+}
+
+void TapCoordinator::scheduleSourceRebuild(const std::string& sourceID, const std::string& reason) {
+    sourceRebuildTasks_[sourceID] = services_.mainThread.after(
+        kSourceRebuildDebounce, [this, sourceID, reason] { waitForCooldown(sourceID, reason); });
+}
+
+void TapCoordinator::waitForCooldown(const std::string& sourceID, const std::string& reason) {
+    const auto cooldown = sourceRebuildCooldownUntil_.find(sourceID);
+    const auto now = services_.mainThread.now();
+    if (cooldown == sourceRebuildCooldownUntil_.end() || cooldown->second <= now)
+        return performSourceRebuild(sourceID, reason);
+    sourceRebuildTasks_[sourceID] = services_.mainThread.after(
+        cooldown->second - now, [this, sourceID, reason] { performSourceRebuild(sourceID, reason); });
+}
+
+/// The texts come by value: destroying the source drops the task that brought them.
+void TapCoordinator::performSourceRebuild(std::string sourceID, std::string reason) {
+    const auto now = services_.mainThread.now();
+    std::erase_if(sourceRebuildCooldownUntil_, [now](const auto& entry) { return entry.second <= now; });
+    sourceRebuildCooldownUntil_[sourceID] = now + kSourceRebuildCooldown;
+    logger_.notice("Rebuilding tap for " + sourceID + ": " + reason);
+    destroy(sourceID);
+    reconcile();
+}
+
+// Devices
+
+void TapCoordinator::installDeviceObservers() {
+    defaultDeviceObserver_ = std::make_unique<CoreAudioPropertyObserver>(
+        services_.hardware, services_.log, kAudioObjectSystemObject,
+        kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectPropertyScopeGlobal,
+        [this] { scheduleFullRebuild("default output device changed"); });
+}
+
+void TapCoordinator::installSampleRateObserver() {
+    dropObserver(sampleRateObserver_);
+    const auto device = attempt([this] { return readDefaultOutputDevice(services_.hardware); });
+    if (device.value_or(kAudioObjectUnknown) == kAudioObjectUnknown)
+        return;
+    sampleRateObserver_ = std::make_unique<CoreAudioPropertyObserver>(
+        services_.hardware, services_.log, *device, kAudioDevicePropertyNominalSampleRate,
+        kAudioObjectPropertyScopeGlobal, [this] { scheduleFullRebuild("output sample rate changed"); });
+}
+
+void TapCoordinator::sweepOrphanedAggregates() {
+    const auto devices = attempt([this] {
+        return readObjectIDList(services_.hardware, kAudioObjectSystemObject, kAudioHardwarePropertyDevices,
+                                kAudioObjectPropertyScopeGlobal);
+    });
+    for (const AudioObjectID device : devices.value_or(std::vector<AudioObjectID>{})) {
+        const auto name =
+            attempt([&] { return readString(services_.hardware, device, kAudioObjectPropertyName); });
+        if (name && isOwnAggregateName(*name))
+            destroyOrphan(device, *name);
+    }
+}
+
+void TapCoordinator::destroyOrphan(AudioObjectID device, const std::string& name) {
+    logger_.notice("Destroying orphaned aggregate from a previous run: " + name);
+    const OSStatus status = services_.hardware.destroyAggregateDevice(device);
+    if (status != kAudioHardwareNoError)
+        logger_.error("Failed to destroy orphaned aggregate " + name + ": " + std::to_string(status));
+}
+
+} // namespace vello

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Control/CommandLine.h"
+
+#include "Control/Terminal.h"
+#include "Models/EQPreset.h"
+#include "Models/Product.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+namespace vello {
+
+namespace {
+
+constexpr double kLargestGain = 24.0;   // dB, either way
+constexpr double kLargestVolume = 16.0; // linear
+
+/// A finite decimal number, whole text, whatever the user's language.
+std::optional<double> number(std::string_view text) {
+    if (text.starts_with('+') && !text.starts_with("+-"))
+        text.remove_prefix(1);
+    double value = 0;
+    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (problem != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
+
+/// The gains of "g0,...,g7".
+std::optional<std::vector<double>> gains(std::string_view text) {
+    std::vector<double> values;
+    for (std::size_t begin = 0; begin <= text.size();) {
+        const std::size_t end = std::min(text.find(',', begin), text.size());
+        const auto value = number(text.substr(begin, end - begin));
+        if (!value || std::abs(*value) > kLargestGain)
+            return std::nullopt;
+        values.push_back(*value);
+        begin = end + 1;
+    }
+    return values.size() == EQSettings::bandCount ? std::optional(values) : std::nullopt;
+}
+
+std::string presetIDs() {
+    std::string list;
+    for (const EQPreset preset : EQPreset::allCases())
+        list.append(list.empty() ? "" : ", ").append(preset.id());
+    return list;
+}
+
+// The checks of values: no text means fine.
+
+std::string checkPreset(const std::string& text) {
+    return EQPreset::fromRawValue(text) ? "" : "there is no such preset; there are " + presetIDs();
+}
+
+std::string checkGains(const std::string& text) {
+    return gains(text) ? "" : "eight numbers between -24 and 24 are wanted, with commas between them";
+}
+
+std::string checkVolume(const std::string& text) {
+    const auto value = number(text);
+    return value && *value >= 0 && *value <= kLargestVolume ? "" : "a number between 0 and 16 is wanted";
+}
+
+/// The options of `render` as they are written.
+struct RenderArguments {
+    std::string preset, gains, volume, initialVolume, input, output;
+    bool isBypassed = false;
+    std::size_t bufferFrames = RenderOptions().bufferFrames;
+};
+
+CLI::App* addRender(CLI::App& application, RenderArguments& arguments) {
+    CLI::App* render =
+        application.add_subcommand("render", "Run a sound file through the equalizer, offline");
+    auto* preset =
+        render->add_option("--preset", arguments.preset, "Built-in curve: " + presetIDs())->type_name("ID");
+    preset->check(CLI::Validator(checkPreset, "", "preset"));
+    render->add_option("--gains", arguments.gains, "Gain of each band in dB, 63 Hz to 8 kHz, -24 to 24")
+        ->type_name("g0,...,g7")
+        ->check(CLI::Validator(checkGains, "", "gains"))
+        ->excludes(preset);
+    render->add_option("--volume", arguments.volume, "Linear volume, 0 to 16 (default: 1)")
+        ->type_name("V")
+        ->check(CLI::Validator(checkVolume, "", "volume"));
+    render
+        ->add_option("--initial-volume", arguments.initialVolume,
+                     "Linear volume that the first buffer ramps from (default: that of --volume)")
+        ->type_name("V")
+        ->check(CLI::Validator(checkVolume, "", "volume"));
+    render->add_flag("--bypass", arguments.isBypassed, "Leave the curve out; the volume stays");
+    render->add_option("--buffer", arguments.bufferFrames, "Frames a buffer, 1 to 8192 (default: 480)")
+        ->type_name("FRAMES")
+        ->check(CLI::Range(std::size_t{1}, RenderOptions::maximumBufferFrames));
+    render->add_option("IN", arguments.input, "Sound file of 1 or 2 channels")->type_name("")->required();
+    render->add_option("OUT", arguments.output, "WAV file of 32-bit floats to be written")
+        ->type_name("")
+        ->required();
+    return render;
+}
+
+RenderOptions renderOptions(const RenderArguments& arguments) {
+    RenderOptions options;
+    options.input = arguments.input;
+    options.output = arguments.output;
+    options.bufferFrames = arguments.bufferFrames;
+    options.settings.isBypassed = arguments.isBypassed;
+    if (const auto preset = EQPreset::fromRawValue(arguments.preset))
+        options.settings.bandGains.assign(preset->bandGains().begin(), preset->bandGains().end());
+    if (const auto chosen = gains(arguments.gains))
+        options.settings.bandGains = *chosen;
+    options.settings.volume = number(arguments.volume).value_or(options.settings.volume);
+    options.initialVolume = number(arguments.initialVolume);
+    return options;
+}
+
+ParsedCommand finish(CLI::App& application, const CLI::ParseError& reason, std::ostream& out,
+                     std::ostream& error) {
+    if (reason.get_exit_code() == 0) {
+        application.exit(reason, out, error);
+        return {.command = Command::none, .render = {}, .exitCode = kExitDone};
+    }
+    error << "vello: " << oneLine(reason.what()) << "; try vello --help\n";
+    return {.command = Command::none, .render = {}, .exitCode = kExitWrongUsage};
+}
+
+} // namespace
+
+ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& error) {
+    CLI::App application("Equalizes the sound of each application separately.", "vello");
+    application.set_version_flag("--version", std::string(kApplicationName) + " " + VELLO_VERSION);
+    bool isHeadless = false;
+    CLI::Option* headless = application.add_flag("--headless", isHeadless,
+                                                 "Run the engine without a screen until SIGTERM or SIGINT");
+    RenderArguments arguments;
+    CLI::App* render = addRender(application, arguments);
+    render->excludes(headless);
+    application.require_subcommand(0, 1);
+    try {
+        application.parse(argc, argv);
+    } catch (const CLI::ParseError& reason) {
+        return finish(application, reason, out, error);
+    }
+    if (render->parsed())
+        return {.command = Command::render, .render = renderOptions(arguments), .exitCode = kExitDone};
+    return {.command = isHeadless ? Command::headless : Command::panel, .render = {}, .exitCode = kExitDone};
+}
+
+} // namespace vello

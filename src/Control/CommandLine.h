@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Control/Render.h"
+
+#include <iosfwd>
+
+namespace vello {
+
+/// Exit codes of the program.
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitFailed = 1; ///< one line on standard error says why and what to do
+inline constexpr int kExitWrongUsage = 2;
+
+enum class Command {
+    panel,    ///< no command: the tray application
+    headless, ///< the engine without a screen
+    render,
+    none, ///< help or version was printed, or the usage was wrong: leave with `exitCode`
+};
+
+struct ParsedCommand {
+    Command command = Command::none;
+    RenderOptions render; ///< of Command::render
+    int exitCode = kExitDone;
+};
+
+/// Reads the arguments. Help and version go to `out`, one line about a wrong usage to `error`.
+ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& error);
+
+} // namespace vello

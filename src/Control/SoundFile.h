@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+
+struct sf_private_tag;
+
+namespace vello {
+
+struct SoundFormat {
+    int sampleRate = 0; ///< Hz
+    int channels = 0;
+    std::int64_t frames = 0;
+};
+
+/// A sound file as interleaved 32-bit floats, full scale at 1. Errors are std::runtime_error whose text fits
+/// one line.
+class SoundFile {
+public:
+    /// Opens for reading. A file that ends before what it promises is an error.
+    static SoundFile read(const std::filesystem::path& path);
+    /// Begins a WAV file of 32-bit floats in an open, empty file, which stays the caller's.
+    static SoundFile write(int descriptor, const SoundFormat& format);
+
+    const SoundFormat& format() const noexcept { return format_; }
+    void readFrames(float* samples, std::size_t frames);
+    void writeFrames(const float* samples, std::size_t frames);
+    /// Completes a file that was written. Without it the file is worthless.
+    void finish();
+
+private:
+    struct Close {
+        void operator()(sf_private_tag* file) const noexcept;
+    };
+
+    explicit SoundFile(sf_private_tag* file, const SoundFormat& format) : file_(file), format_(format) {}
+
+    std::unique_ptr<sf_private_tag, Close> file_;
+    SoundFormat format_;
+};
+
+} // namespace vello

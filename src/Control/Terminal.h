@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <algorithm>
+#include <string>
+
+namespace vello {
+
+/// Text that may come from a stranger (a file name, an argument), fit for one line of a terminal: a question
+/// mark stands for every control character.
+inline std::string oneLine(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return text;
+}
+
+} // namespace vello

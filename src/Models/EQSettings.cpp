@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Models/EQSettings.h"
+
+#include "Models/Precondition.h"
+
+#include <algorithm>
+
+namespace vello {
+
+bool EQSettings::isFlat() const {
+    return std::ranges::all_of(bandGains, [](double gain) { return gain == 0.0; });
+}
+
+bool EQSettings::isNeutral() const {
+    return isFlat() && volume == 1.0 && !outputDeviceUID && !isBypassed;
+}
+
+void EQSettings::reset() {
+    bandGains.assign(bandCount, 0.0);
+}
+
+std::string EQSettings::bandLabel(std::size_t index) {
+    precondition(index < bandCount, "the band index of a label is below the number of bands");
+    const int frequency = static_cast<int>(bandFrequencies[index]);
+    return frequency < 1000 ? std::to_string(frequency) : std::to_string(frequency / 1000) + "K";
+}
+
+EQSettings EQSettings::effective(const EQSettings& own, const EQSettings& system, bool isSystem) {
+    if (isSystem)
+        return own;
+    return own.isNeutral() ? system : own;
+}
+
+} // namespace vello
+
+std::size_t std::hash<vello::EQSettings>::operator()(const vello::EQSettings& settings) const noexcept {
+    using vello::hashOf;
+    return vello::combinedHash({hashOf(settings.bandGains), hashOf(settings.isBypassed),
+                                hashOf(settings.volume), hashOf(settings.outputDeviceUID)});
+}

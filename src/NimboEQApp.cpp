@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AppDelegate.h"
+#include "Control/CommandLine.h"
+#include "Platform/Linux/DescriptorLimit.h"
+#include "Platform/Linux/DesktopRunningApplications.h"
+#include "Platform/Linux/JournalSystemLog.h"
+#include "Platform/Linux/PipeWireAudioHardware.h"
+#include "Platform/Linux/PipeWireRedirectGuard.h"
+#include "Platform/Linux/SingleInstance.h"
+#include "Platform/Linux/TerminationSignals.h"
+#include "Platform/Linux/UserFolders.h"
+#include "Platform/Qt/QtMainThread.h"
+
+#include <QCoreApplication>
+
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
+namespace vello {
+namespace {
+
+/// Says in one line why it cannot be done and what to do.
+int failure(const char* reason) {
+    std::fprintf(stderr, "vello: %s\n", reason);
+    return 1;
+}
+
+int runEventLoop(int argumentCount, char** arguments) {
+    QCoreApplication application(argumentCount, arguments);
+    // Qt takes the user's locale over; numbers in files and properties keep their point.
+    std::setlocale(LC_NUMERIC, "C");
+    QtMainThread mainThread;
+    TerminationSignals termination(mainThread, [] { QCoreApplication::quit(); });
+    JournalSystemLog log;
+    PipeWireAudioHardware hardware(mainThread, log);
+    DesktopRunningApplications applications(DesktopFolders::fromEnvironment(processEnvironment()));
+    AppDelegate delegate({hardware, mainThread, applications, termination, log},
+                         userDataFolder(processEnvironment()));
+    delegate.start();
+    return QCoreApplication::exec();
+}
+
+int runHeadless(int argumentCount, char** arguments) {
+    // A reader of our lines that has gone is no reason to end.
+    std::signal(SIGPIPE, SIG_IGN);
+    raiseDescriptorLimit();
+    const auto folder = runtimeFolder(processEnvironment());
+    if (!folder)
+        return failure("XDG_RUNTIME_DIR is not set; start VELLO inside a user's session");
+    // Before the proof of being the only instance, which the guard must not inherit, and before the first
+    // thread.
+    const PipeWireRedirectGuard guard;
+    const auto instance = SingleInstance::acquire(*folder);
+    if (!instance)
+        return failure("VELLO is already running in this session; end that one first");
+    return runEventLoop(argumentCount, arguments);
+}
+
+} // namespace
+} // namespace vello
+
+int main(int argumentCount, char** arguments) {
+    try {
+        const vello::ParsedCommand parsed =
+            vello::parseCommandLine(argumentCount, arguments, std::cout, std::cerr);
+        switch (parsed.command) {
+        case vello::Command::headless:
+            return vello::runHeadless(argumentCount, arguments);
+        case vello::Command::render:
+            return vello::runRender(parsed.render, std::cerr);
+        case vello::Command::panel:
+            return vello::failure("this version has no panel yet; run vello --headless");
+        case vello::Command::none:
+            return parsed.exitCode;
+        }
+    } catch (const std::exception& error) {
+        return vello::failure(error.what());
+    }
+}

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Persistence/SettingsStore.h"
+
+#include "Models/Product.h"
+#include "Models/SettingsCoding.h"
+#include "Persistence/AtomicFile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <utility>
+
+namespace vello {
+namespace {
+
+using nlohmann::json;
+using namespace std::chrono_literals;
+
+constexpr auto kSaveDelay = 500ms;
+constexpr int kFormatVersion = 1;
+constexpr std::size_t kLargestFile = std::size_t{64} << 20;
+
+bool hasEveryBand(const std::vector<double>& gains) {
+    return gains.size() == EQSettings::bandCount;
+}
+
+bool isInteger(const json& value) {
+    return value.is_number_integer() ||
+           (value.is_number_float() && std::trunc(value.get<double>()) == value.get<double>());
+}
+
+const json& requireMember(const json& payload, const char* key) {
+    const auto member = payload.find(key);
+    if (member == payload.end() || member->is_null())
+        throw CodingError("\"" + std::string(key) + "\" is missing");
+    return *member;
+}
+
+void requireType(bool isRight, const char* key, const char* wanted) {
+    if (!isRight)
+        throw CodingError("\"" + std::string(key) + "\" is not " + wanted);
+}
+
+SettingsBySourceID decodeSources(const json& sources) {
+    requireType(sources.is_object(), "sources", "an object");
+    SettingsBySourceID result;
+    for (const auto& [sourceID, value] : sources.items()) {
+        EQSettings settings = decodeSettings(value);
+        if (hasEveryBand(settings.bandGains))
+            result.emplace(sourceID, std::move(settings));
+    }
+    return result;
+}
+
+std::vector<UserEQPreset> decodeUserPresets(const json& presets) {
+    requireType(presets.is_array(), "userPresets", "an array");
+    std::vector<UserEQPreset> result;
+    for (const json& value : presets) {
+        UserEQPreset preset = decodeUserPreset(value);
+        if (hasEveryBand(preset.bandGains) && !preset.name.empty())
+            result.push_back(std::move(preset));
+    }
+    return result;
+}
+
+/// The version is required but never compared: any integer will do.
+StoredSettings decodePayload(std::string_view text) {
+    if (text.size() > kLargestFile)
+        throw CodingError("the file is too large");
+    const json payload = parseJSON(text);
+    requireType(payload.is_object(), "settings", "an object");
+    requireType(isInteger(requireMember(payload, "version")), "version", "an integer");
+    StoredSettings settings;
+    settings.sources = decodeSources(requireMember(payload, "sources"));
+    const auto presets = payload.find("userPresets");
+    if (presets != payload.end() && !presets->is_null())
+        settings.userPresets = decodeUserPresets(*presets);
+    return settings;
+}
+
+std::string encodePayload(const StoredSettings& settings) {
+    using Encoded = nlohmann::ordered_json;
+    // Filled as a list of members: looking every key up in an ordered object would take the square of their
+    // number.
+    Encoded::object_t sources;
+    sources.reserve(settings.sources.size());
+    for (const auto& [sourceID, value] : settings.sources)
+        sources.emplace_back(sourceID, encode(value));
+    Encoded presets = Encoded::array();
+    for (const UserEQPreset& preset : settings.userPresets)
+        presets.push_back(encode(preset));
+    const Encoded payload{
+        {"version", kFormatVersion}, {"sources", std::move(sources)}, {"userPresets", presets}};
+    return writeJSON(payload, JSONLayout::prettySorted) + "\n";
+}
+
+} // namespace
+
+SettingsStore::SettingsStore(const std::filesystem::path& applicationSupportFolder, MainThread& mainThread,
+                             SystemLog& log)
+    : fileURL_(applicationSupportFolder / kApplicationFolder / "settings.json"), mainThread_(mainThread),
+      logger_(log, kBundleIdentifier, "SettingsStore") {}
+
+StoredSettings SettingsStore::load() {
+    try {
+        const std::optional<std::string> text = readFile(fileURL_, kLargestFile + 1);
+        return text ? decodePayload(*text) : StoredSettings{};
+    } catch (const CodingError& error) {
+        return startFresh(error.what());
+    }
+}
+
+StoredSettings SettingsStore::startFresh(std::string_view reason) {
+    logger_.error("Settings file corrupt, starting fresh: " + std::string(reason));
+    std::filesystem::path aside = fileURL_;
+    moveWithoutReplacing(fileURL_, aside += ".corrupt");
+    return {};
+}
+
+void SettingsStore::scheduleSave(StoredSettings settings) {
+    saveTask_ = mainThread_.after(kSaveDelay, [this, settings = std::move(settings)] { write(settings); });
+}
+
+void SettingsStore::flush(const StoredSettings& settings) {
+    saveTask_.reset();
+    write(settings);
+}
+
+void SettingsStore::write(const StoredSettings& settings) {
+    try {
+        const std::string text = encodePayload(settings);
+        createPrivateFolder(fileURL_.parent_path());
+        writeFileAtomically(fileURL_, text);
+    } catch (const std::exception& error) {
+        logger_.error("Failed to save settings: " + std::string(error.what()));
+    }
+}
+
+} // namespace vello

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PipeWireConnection.h"
+
+#include "Models/Product.h"
+#include "PipeWireCalls.h"
+#include "PipeWireQuirks.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <vector>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto firstRetryPause = 50ms;
+constexpr auto longestRetryPause = 500ms;
+
+/// Open descriptors that are UNIX sockets connected to a named one.
+std::vector<int> connectedSockets() {
+    std::vector<int> found;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
+        const std::string name = entry.path().filename().string();
+        int descriptor = -1;
+        std::from_chars(name.data(), name.data() + name.size(), descriptor);
+        sockaddr_un address{};
+        socklen_t length = sizeof address;
+        if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&address), &length) == 0 &&
+            address.sun_family == AF_UNIX && length > offsetof(sockaddr_un, sun_path))
+            found.push_back(descriptor);
+    }
+    return found;
+}
+
+timespec toTimespec(std::chrono::milliseconds duration) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+    return {.tv_sec = seconds.count(), .tv_nsec = std::chrono::nanoseconds(duration - seconds).count()};
+}
+
+} // namespace
+
+struct PipeWireConnection::CoreListener {
+    spa_hook hook{};
+};
+
+PipeWireConnection::PipeWireConnection(PipeWireConnectionHandler& handler, SystemLog& log,
+                                       std::string remoteName)
+    : handler_(handler), logger_(log, kBundleIdentifier, "PipeWire"), remoteName_(std::move(remoteName)) {
+    for (auto& socket : sockets_)
+        socket.store(-1);
+    pw_init(nullptr, nullptr);
+    // What the library would print of a server that is not there is told here once, and not at every try.
+    if (std::getenv("PIPEWIRE_DEBUG") == nullptr)
+        pw_log_set_level(SPA_LOG_LEVEL_NONE);
+    threadLoop_ = pw_thread_loop_new("vello-control", nullptr);
+    context_ = pw_context_new(
+        loop(), pw_properties_new(PW_KEY_CONFIG_NAME, quirks::clientConfigurationName(), nullptr), 0);
+    if (context_ == nullptr)
+        throw std::runtime_error(
+            "PipeWire's client configuration cannot be loaded; is the package pipewire installed?");
+    retryTimer_ = pw_loop_add_timer(loop(), onRetry, this);
+    lostEvent_ = pw_loop_add_event(loop(), onLost, this);
+}
+
+PipeWireConnection::~PipeWireConnection() {
+    stop();
+    pw_loop_destroy_source(loop(), lostEvent_);
+    pw_loop_destroy_source(loop(), retryTimer_);
+    pw_context_destroy(context_);
+    pw_thread_loop_destroy(threadLoop_);
+    pw_deinit();
+}
+
+pw_loop* PipeWireConnection::loop() const {
+    return pw_thread_loop_get_loop(threadLoop_);
+}
+
+void PipeWireConnection::start() {
+    {
+        PipeWireLock lock(*this);
+        if (!connectCore())
+            scheduleRetry();
+    }
+    pw_thread_loop_start(threadLoop_);
+}
+
+void PipeWireConnection::stop() {
+    pw_thread_loop_stop(threadLoop_);
+    disconnectCore();
+}
+
+void PipeWireConnection::sync() {
+    if (core_ != nullptr)
+        pendingSync_ = vello_core_sync(core_, pendingSync_);
+}
+
+bool PipeWireConnection::connectCore() {
+    static const pw_core_events events = [] {
+        pw_core_events table{};
+        table.version = PW_VERSION_CORE_EVENTS;
+        table.error = onCoreError;
+        table.done = onCoreDone;
+        return table;
+    }();
+    pw_properties* properties =
+        remoteName_.empty() ? nullptr : pw_properties_new(PW_KEY_REMOTE_NAME, remoteName_.c_str(), nullptr);
+    const auto socketsBefore = connectedSockets();
+    core_ = pw_context_connect(context_, properties, 0);
+    if (core_ == nullptr) {
+        if (!isAbsenceLogged_)
+            logger_.notice(std::string("No audio server answers (") + std::strerror(errno) +
+                           "); waiting for PipeWire to start");
+        isAbsenceLogged_ = true;
+        return false;
+    }
+    coreListener_ = new CoreListener;
+    vello_core_add_listener(core_, &coreListener_->hook, &events, this);
+    rememberSocketsSince(socketsBefore);
+    retryPause_ = {};
+    if (isAbsenceLogged_)
+        logger_.notice("Connected to the audio server");
+    isAbsenceLogged_ = false;
+    handler_.connected(core_);
+    return true;
+}
+
+void PipeWireConnection::disconnectCore() {
+    if (core_ == nullptr)
+        return;
+    handler_.disconnected();
+    forgetSockets();
+    spa_hook_remove(&coreListener_->hook);
+    delete std::exchange(coreListener_, nullptr);
+    pw_core_disconnect(std::exchange(core_, nullptr));
+    pendingSync_ = -1;
+}
+
+void PipeWireConnection::scheduleRetry() {
+    retryPause_ = std::clamp<std::chrono::milliseconds>(retryPause_ * 2, firstRetryPause, longestRetryPause);
+    timespec pause = toTimespec(retryPause_);
+    pw_loop_update_timer(loop(), retryTimer_, &pause, nullptr, false);
+}
+
+void PipeWireConnection::rememberSocketsSince(const std::vector<int>& before) {
+    auto free = sockets_.begin();
+    for (const int descriptor : connectedSockets())
+        if (std::ranges::find(before, descriptor) == before.end() && free != sockets_.end())
+            (free++)->store(descriptor);
+}
+
+void PipeWireConnection::forgetSockets() {
+    for (auto& socket : sockets_)
+        socket.store(-1);
+}
+
+void PipeWireConnection::shutDownInSignalHandler() noexcept {
+    for (auto& socket : sockets_)
+        if (const int descriptor = socket.load(); descriptor >= 0)
+            ::shutdown(descriptor, SHUT_RDWR);
+}
+
+void PipeWireConnection::onCoreError(void* data, std::uint32_t id, int, int result, const char* message) {
+    auto& self = *static_cast<PipeWireConnection*>(data);
+    // Only the core's own broken pipe is the end; newer servers also report requests that came too late here.
+    if (id != PW_ID_CORE || result != -EPIPE) {
+        self.logger_.debug(std::string("Server reports ") + (message != nullptr ? message : "an error"));
+        return;
+    }
+    // The core cannot be taken down inside its own event.
+    pw_loop_signal_event(self.loop(), self.lostEvent_);
+}
+
+void PipeWireConnection::onCoreDone(void* data, std::uint32_t id, int sequence) {
+    auto& self = *static_cast<PipeWireConnection*>(data);
+    if (id == PW_ID_CORE && sequence == self.pendingSync_)
+        self.handler_.synchronized();
+}
+
+void PipeWireConnection::onLost(void* data, std::uint64_t) {
+    auto& self = *static_cast<PipeWireConnection*>(data);
+    if (self.core_ == nullptr)
+        return;
+    self.logger_.notice("The connection to the audio server is lost; connecting again");
+    self.isAbsenceLogged_ = true;
+    self.disconnectCore();
+    self.scheduleRetry();
+}
+
+void PipeWireConnection::onRetry(void* data, std::uint64_t) {
+    auto& self = *static_cast<PipeWireConnection*>(data);
+    if (self.core_ == nullptr && !self.connectCore())
+        self.scheduleRetry();
+}
+
+PipeWireLock::PipeWireLock(const PipeWireConnection& connection) : threadLoop_(connection.threadLoop()) {
+    pw_thread_loop_lock(threadLoop_);
+}
+
+PipeWireLock::~PipeWireLock() {
+    pw_thread_loop_unlock(threadLoop_);
+}
+
+} // namespace vello

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Platform/SystemLog.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct pw_context;
+struct pw_core;
+struct pw_loop;
+struct pw_thread_loop;
+struct spa_source;
+
+namespace vello {
+
+/// Told of the connection's life, on the control loop's thread with its lock held.
+class PipeWireConnectionHandler {
+public:
+    virtual ~PipeWireConnectionHandler() = default;
+    virtual void connected(pw_core* core) = 0;
+    /// Everything made from the core must be gone when this returns.
+    virtual void disconnected() = 0;
+    /// All requests sent before PipeWireConnection::sync have been answered.
+    virtual void synchronized() = 0;
+};
+
+/// The connection to the audio server: a control loop on a thread of its own, and a core that is connected
+/// again, with a growing pause, whenever it is lost.
+///
+/// The loop's lock guards everything that talks to the server. Hold it (PipeWireLock) to call into PipeWire
+/// from another thread; the loop holds it while it dispatches.
+class PipeWireConnection {
+public:
+    /// `remoteName` is the server's socket name, empty for the user's own server. Starts nothing yet.
+    PipeWireConnection(PipeWireConnectionHandler& handler, SystemLog& log, std::string remoteName);
+    /// Disconnects and joins the loop's thread. The lock must not be held.
+    ~PipeWireConnection();
+    PipeWireConnection(const PipeWireConnection&) = delete;
+    PipeWireConnection& operator=(const PipeWireConnection&) = delete;
+
+    /// Starts the loop; the first connection is tried before this returns, so a reader finds the server's
+    /// objects soon.
+    void start();
+    /// Ends the loop's thread and disconnects. The lock must not be held. Called at most once, and at the
+    /// latest by the destructor.
+    void stop();
+
+    pw_thread_loop* threadLoop() const { return threadLoop_; }
+    pw_loop* loop() const;
+    pw_core* core() const { return core_; }
+    /// Asks for PipeWireConnectionHandler::synchronized. Lock held.
+    void sync();
+
+    /// Ends the connection for good, as the server sees it, without a lock or an allocation: the server drops
+    /// everything of ours within milliseconds. For a signal handler of a dying process.
+    void shutDownInSignalHandler() noexcept;
+
+private:
+    static void onCoreError(void* data, std::uint32_t id, int sequence, int result, const char* message);
+    static void onCoreDone(void* data, std::uint32_t id, int sequence);
+    static void onRetry(void* data, std::uint64_t expirations);
+    static void onLost(void* data, std::uint64_t count);
+
+    bool connectCore();
+    void disconnectCore();
+    void scheduleRetry();
+    void rememberSocketsSince(const std::vector<int>& before);
+    void forgetSockets();
+
+    struct CoreListener;
+
+    PipeWireConnectionHandler& handler_;
+    Logger logger_;
+    std::string remoteName_;
+    pw_thread_loop* threadLoop_ = nullptr;
+    pw_context* context_ = nullptr;
+    pw_core* core_ = nullptr;
+    CoreListener* coreListener_ = nullptr;
+    spa_source* retryTimer_ = nullptr;
+    spa_source* lostEvent_ = nullptr;
+    std::chrono::milliseconds retryPause_{};
+    int pendingSync_ = -1;
+    bool isAbsenceLogged_ = false;
+    /// Descriptors of the connection's own socket, -1 where free. Written with the lock held, read by the
+    /// signal handler.
+    std::array<std::atomic<int>, 4> sockets_;
+};
+
+/// Holds the control loop's lock.
+class PipeWireLock {
+public:
+    explicit PipeWireLock(const PipeWireConnection& connection);
+    ~PipeWireLock();
+    PipeWireLock(const PipeWireLock&) = delete;
+    PipeWireLock& operator=(const PipeWireLock&) = delete;
+
+private:
+    pw_thread_loop* threadLoop_;
+};
+
+} // namespace vello

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Platform/AudioHardware.h"
+#include "Platform/MainThread.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct pw_core;
+struct pw_loop;
+struct spa_dict;
+struct spa_source;
+
+namespace vello {
+
+/// A value of the session manager's metadata, as it stands there.
+struct MetadataValue {
+    std::string type;
+    std::string value;
+
+    friend bool operator==(const MetadataValue&, const MetadataValue&) = default;
+};
+
+/// An output device: a node of class Audio/Sink.
+struct GraphSink {
+    AudioObjectID objectID = 0;
+    std::uint32_t nodeID = 0;
+    std::string serial;
+    std::string name;
+    std::string description;
+    FourCharCode transport = 0;
+    std::uint32_t channels = 2;
+    /// Hz; the last one known while the device is suspended.
+    double sampleRate = 0;
+    /// The server has told everything that a reader may ask.
+    bool isDescribed = false;
+};
+
+/// A playback stream of an application: a node of class Stream/Output/Audio.
+struct GraphStream {
+    std::uint32_t nodeID = 0;
+    std::uint32_t clientID = 0;
+    bool isRunning = false;
+    /// When it last left the running state.
+    MainThread::Instant endedAt{};
+    MainThread::Instant linksChangedAt{};
+    bool isEndReported = true;
+    /// The target that the application itself asks for, by name or serial.
+    std::optional<std::string> targetProperty;
+};
+
+/// A client of the server; a process object while it owns at least one playback stream.
+struct GraphClient {
+    AudioObjectID objectID = 0;
+    std::uint32_t clientID = 0;
+    std::int32_t processID = -1;
+    std::string applicationID;
+    bool isDescribed = false;
+};
+
+struct GraphLink {
+    std::uint32_t outputNodeID = 0;
+    std::uint32_t inputNodeID = 0;
+};
+
+/// Told of changes, on the control loop's thread with its lock held.
+class PipeWireGraphObserver {
+public:
+    virtual ~PipeWireGraphObserver() = default;
+    virtual void propertyChanged(AudioObjectID object, FourCharCode selector) = 0;
+    virtual void streamAppeared(const GraphStream& stream) = 0;
+    virtual void streamVanished(std::uint32_t nodeID) = 0;
+    virtual void linksChanged() = 0;
+    /// The session manager's metadata can be written; its current values follow.
+    virtual void metadataAppeared() = 0;
+    /// The target of a node changed in the metadata; `value` is empty when it was taken away.
+    virtual void targetChanged(std::uint32_t nodeID, const std::string& key,
+                               const std::optional<MetadataValue>& value) = 0;
+};
+
+inline constexpr char kTargetObjectKey[] = "target.object";
+inline constexpr char kTargetNodeKey[] = "target.node";
+
+/// The mirror of the server's registry: sinks, playback streams, their clients, links, and the metadata that
+/// holds the default output and the streams' targets. The control loop's lock guards all of it.
+class PipeWireGraph {
+public:
+    /// `nextObjectID` gives numbers that are never used again. `loop` is the control loop.
+    PipeWireGraph(PipeWireGraphObserver& observer, std::function<AudioObjectID()> nextObjectID,
+                  pw_loop* loop);
+    ~PipeWireGraph();
+    PipeWireGraph(const PipeWireGraph&) = delete;
+    PipeWireGraph& operator=(const PipeWireGraph&) = delete;
+
+    void attach(pw_core* core);
+    /// Forgets everything; every object is dead.
+    void detach();
+
+    /// Described sinks in the order in which they appeared.
+    std::vector<const GraphSink*> sinks() const;
+    const GraphSink* sink(AudioObjectID objectID) const;
+    const GraphSink* sinkNamed(const std::string& name) const;
+    /// The sink that a target names: a node's name, or its serial or node id in decimal, as the key demands.
+    const GraphSink* sinkOfTarget(const std::string& key, const std::string& value) const;
+    /// Null while there is no default output or its sink is unknown.
+    const GraphSink* defaultSink() const;
+
+    /// Clients that are process objects now, in the order in which they appeared.
+    std::vector<const GraphClient*> processes() const;
+    const GraphClient* process(AudioObjectID objectID) const;
+    const GraphClient* processOfStream(const GraphStream& stream) const;
+    std::vector<const GraphStream*> streams() const;
+    std::vector<const GraphStream*> streamsOf(const GraphClient& client) const;
+    const GraphStream* stream(std::uint32_t nodeID) const;
+    /// Whether one of the client's streams runs, or ran a moment ago and is only being linked anew.
+    bool isProducingOutput(const GraphClient& client) const;
+
+    bool hasLinkInto(std::uint32_t nodeID) const;
+    bool hasLinkOutOf(std::uint32_t nodeID) const;
+
+    std::optional<MetadataValue> target(std::uint32_t nodeID, const std::string& key) const;
+    /// Writes a node's target, or takes it away. Harmless while there is no metadata.
+    void setTarget(std::uint32_t nodeID, const std::string& key, const std::optional<MetadataValue>& value);
+
+private:
+    struct Callbacks;
+    struct SinkEntry;
+    struct StreamEntry;
+    struct ClientEntry;
+    struct MetadataEntry;
+    struct RegistryEntry;
+
+    void globalAdded(std::uint32_t id, const char* type, const spa_dict& properties);
+    void globalRemoved(std::uint32_t id);
+    void clientAdded(std::uint32_t id, const spa_dict& properties);
+    void clientDescribed(ClientEntry& client, const spa_dict& properties);
+    void linkAdded(std::uint32_t id, const spa_dict& properties);
+    void linkRemoved(std::uint32_t id);
+    void linkChanged(const GraphLink& link);
+    void streamAdded(std::uint32_t id, const spa_dict& properties);
+    void streamRemoved(std::uint32_t id);
+    void streamDescribed(StreamEntry& stream, const spa_dict& properties);
+    void streamStateChanged(StreamEntry& stream, bool isRunning);
+    void reportEndedStreams();
+    void startEndedStreamsTimer();
+    bool isBeingLinked(const GraphStream& stream) const;
+    void sinkAdded(std::uint32_t id, const spa_dict& properties);
+    void sinkRemoved(std::uint32_t id);
+    void sinkDescribed(SinkEntry& sink, const spa_dict& properties);
+    void sinkFormatKnown(SinkEntry& sink, double sampleRate, std::uint32_t channels);
+    void metadataAdded(std::uint32_t id);
+    void metadataRemoved();
+    void metadataChanged(std::uint32_t subject, const char* key, const char* type, const char* value);
+    void defaultSinkNamed(std::string name);
+    void reportRunning(std::uint32_t clientID);
+    bool isListed(const GraphClient& client) const;
+
+    PipeWireGraphObserver& observer_;
+    std::function<AudioObjectID()> nextObjectID_;
+    pw_loop* loop_;
+    spa_source* endedStreamsTimer_ = nullptr;
+    std::unique_ptr<RegistryEntry> registry_;
+    std::map<std::uint32_t, std::unique_ptr<SinkEntry>> sinks_;
+    std::map<std::uint32_t, std::unique_ptr<StreamEntry>> streams_;
+    std::map<std::uint32_t, std::unique_ptr<ClientEntry>> clients_;
+    std::map<std::uint32_t, GraphLink> links_;
+    std::unique_ptr<MetadataEntry> metadata_;
+    std::string defaultSinkName_;
+};
+
+} // namespace vello

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "PipeWireCalls.h"
+#include "PipeWireGraph.h"
+
+#include <algorithm>
+
+namespace vello {
+
+/// A proxy bound to one of the server's objects, with the listener on it. Destroying it unbinds.
+class PipeWireBinding {
+public:
+    PipeWireBinding() = default;
+    ~PipeWireBinding() { reset(); }
+    PipeWireBinding(const PipeWireBinding&) = delete;
+    PipeWireBinding& operator=(const PipeWireBinding&) = delete;
+
+    /// Takes over `proxy`; null when the object is gone already.
+    void bind(void* proxy) {
+        reset();
+        proxy_ = static_cast<pw_proxy*>(proxy);
+    }
+    void reset() {
+        if (proxy_ == nullptr)
+            return;
+        if (hook_.link.next != nullptr)
+            spa_hook_remove(&hook_);
+        hook_ = {};
+        pw_proxy_destroy(proxy_);
+        proxy_ = nullptr;
+    }
+    template <class Interface> Interface* as() const { return reinterpret_cast<Interface*>(proxy_); }
+    spa_hook* hook() { return &hook_; }
+    explicit operator bool() const { return proxy_ != nullptr; }
+
+private:
+    pw_proxy* proxy_ = nullptr;
+    spa_hook hook_{};
+};
+
+struct PipeWireGraph::RegistryEntry {
+    PipeWireBinding binding;
+};
+
+struct PipeWireGraph::SinkEntry {
+    PipeWireGraph& graph;
+    GraphSink sink;
+    PipeWireBinding binding;
+};
+
+struct PipeWireGraph::StreamEntry {
+    PipeWireGraph& graph;
+    GraphStream stream;
+    PipeWireBinding binding;
+};
+
+struct PipeWireGraph::ClientEntry {
+    PipeWireGraph& graph;
+    GraphClient client;
+    PipeWireBinding binding;
+};
+
+struct PipeWireGraph::MetadataEntry {
+    std::uint32_t id;
+    PipeWireBinding binding;
+    std::map<std::pair<std::uint32_t, std::string>, MetadataValue> targets;
+};
+
+/// What the server calls, bound to the graph and its entries.
+struct PipeWireGraph::Callbacks {
+    static void listenToRegistry(PipeWireGraph& graph, RegistryEntry& entry);
+    static void listenToSink(SinkEntry& entry);
+    static void listenToStream(StreamEntry& entry);
+    static void listenToClient(ClientEntry& entry);
+    static void listenToMetadata(PipeWireGraph& graph, MetadataEntry& entry);
+    static void endedStreamsTimer(void* data, std::uint64_t expirations);
+
+private:
+    static void global(void* data, std::uint32_t id, std::uint32_t permissions, const char* type,
+                       std::uint32_t version, const spa_dict* properties);
+    static void globalRemove(void* data, std::uint32_t id);
+    static void sinkInfo(void* data, const pw_node_info* info);
+    static void sinkParameter(void* data, int sequence, std::uint32_t id, std::uint32_t index,
+                              std::uint32_t next, const spa_pod* parameter);
+    static void streamInfo(void* data, const pw_node_info* info);
+    static void clientInfo(void* data, const pw_client_info* info);
+    static int metadataProperty(void* data, std::uint32_t subject, const char* key, const char* type,
+                                const char* value);
+};
+
+/// The property's text, or an empty one.
+inline std::string propertyText(const spa_dict& properties, const char* key) {
+    const char* text = spa_dict_lookup(&properties, key);
+    return text != nullptr ? text : "";
+}
+
+/// The property's number; nothing when it is absent or not a number.
+std::optional<std::uint32_t> propertyNumber(const spa_dict& properties, const char* key);
+
+/// The first entry of a map that matches; null when none does.
+template <class Map, class Predicate> auto findEntry(const Map& map, Predicate matches) {
+    const auto found =
+        std::find_if(map.begin(), map.end(), [&](const auto& item) { return matches(*item.second); });
+    return found == map.end() ? nullptr : found->second.get();
+}
+
+} // namespace vello

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+
+namespace vello::quirks {
+
+/// The configuration file that gives a client's data loop realtime priority. Up to 0.3.7x that is a file of
+/// its own, later every client has it. Reproduce: without it, `ps -eLo cls,comm` shows the data loop as TS on
+/// Debian 12.
+const char* clientConfigurationName();
+
+/// A stream that the session manager links anew leaves the running state and comes back, up to 15 ms later,
+/// or seconds later when dozens are linked anew together. Reported as it comes, an application would vanish
+/// from the list and lose its tap each time that its tap is made, and all of them would never come to rest.
+/// So a stream counts as running for `runningFlicker` after it left that state; for `longestRelinking` while
+/// it has no link, or has had its links for less than `relinkingSettles`. Reproduce: `pw-mon` while
+/// `pw-metadata ID target.object NAME` moves a playing stream.
+inline constexpr std::chrono::milliseconds runningFlicker{100};
+inline constexpr std::chrono::seconds relinkingSettles{5};
+inline constexpr std::chrono::seconds longestRelinking{15};
+
+/// Servers from 1.0 on give a stream one buffer unless it asks for more; then a triggered stream misses every
+/// second cycle.
+inline constexpr int streamBuffers = 2;
+
+} // namespace vello::quirks

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PipeWireStreamDirector.h"
+
+#include "Models/Product.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace vello {
+
+namespace {
+
+bool namesACapture(const std::optional<MetadataValue>& value) {
+    return value && std::string_view(value->value).starts_with(kTapNamePrefix);
+}
+
+/// The target by name, not by serial: the session manager saves the latter as the user's choice.
+MetadataValue targetByName(const std::string& name) {
+    return {"Spa:String", name};
+}
+
+/// The session manager saves a target node as the user's choice whenever it is written with another value or
+/// type, and takes any type. So our own writes carry one of these in turn: that is a change each time, and is
+/// told from a mixer's or the session manager's writes, which carry "Spa:Id".
+constexpr const char* ownNodeTypes[] = {"Spa:Int", "Spa:Long"};
+constexpr char foreignNodeType[] = "Spa:Id";
+/// What stands in a target that was set back to the default output.
+constexpr char followsDefault[] = "-1";
+
+bool isOwnWrite(const MetadataValue& value) {
+    return std::ranges::find(ownNodeTypes, value.type) != std::end(ownNodeTypes);
+}
+
+/// The target node as whoever chose it wrote it, also when what stands there is our repetition.
+std::optional<MetadataValue> asChosen(std::optional<MetadataValue> targetNode) {
+    if (targetNode && isOwnWrite(*targetNode))
+        targetNode->type = foreignNodeType;
+    return targetNode;
+}
+
+} // namespace
+
+PipeWireStreamDirector::PipeWireStreamDirector(PipeWireGraph& graph,
+                                               std::function<void(AudioObjectID)> ownTargetChanged)
+    : graph_(graph), ownTargetChanged_(std::move(ownTargetChanged)) {}
+
+void PipeWireStreamDirector::direct(const std::string& captureName, std::vector<AudioObjectID> processes) {
+    captures_.push_back({captureName, std::move(processes)});
+    for (const AudioObjectID process : captures_.back().processes)
+        if (const GraphClient* client = graph_.process(process))
+            for (const GraphStream* stream : graph_.streamsOf(*client))
+                direct(stream->nodeID, captureName);
+}
+
+void PipeWireStreamDirector::release(const std::string& captureName) {
+    std::erase_if(captures_, [&](const Capture& capture) { return capture.name == captureName; });
+    std::vector<std::uint32_t> released;
+    for (const auto& [nodeID, stream] : directed_)
+        if (stream.captureName == captureName)
+            released.push_back(nodeID);
+    for (const std::uint32_t nodeID : released) {
+        const GraphStream* stream = graph_.stream(nodeID);
+        const Capture* next = stream != nullptr ? captureFor(*stream) : nullptr;
+        if (next != nullptr)
+            direct(nodeID, next->name);
+        else
+            giveBack(nodeID);
+    }
+}
+
+bool PipeWireStreamDirector::hasStreams(const std::string& captureName) const {
+    return std::ranges::any_of(directed_,
+                               [&](const auto& entry) { return entry.second.captureName == captureName; });
+}
+
+const PipeWireStreamDirector::Capture* PipeWireStreamDirector::captureFor(const GraphStream& stream) const {
+    const GraphClient* client = graph_.processOfStream(stream);
+    if (client == nullptr)
+        return nullptr;
+    const auto newest = std::find_if(captures_.rbegin(), captures_.rend(), [&](const Capture& capture) {
+        return std::ranges::find(capture.processes, client->objectID) != capture.processes.end();
+    });
+    return newest != captures_.rend() ? &*newest : nullptr;
+}
+
+void PipeWireStreamDirector::direct(std::uint32_t nodeID, const std::string& captureName) {
+    auto [entry, isNew] = directed_.try_emplace(nodeID);
+    DirectedStream& stream = entry->second;
+    if (isNew) {
+        stream.ownTargetObject = graph_.target(nodeID, kTargetObjectKey);
+        if (namesACapture(stream.ownTargetObject))
+            stream.ownTargetObject.reset();
+        stream.ownTargetNode = asChosen(graph_.target(nodeID, kTargetNodeKey));
+        followTargetObject(stream);
+    }
+    stream.captureName = captureName;
+    write(nodeID, stream);
+}
+
+void PipeWireStreamDirector::followTargetObject(DirectedStream& stream) const {
+    if (!stream.ownTargetObject)
+        return;
+    const std::string& value = stream.ownTargetObject->value;
+    const GraphSink* sink = graph_.sinkOfTarget(kTargetObjectKey, value);
+    if (sink != nullptr)
+        stream.ownTargetNode = MetadataValue{foreignNodeType, std::to_string(sink->nodeID)};
+    else if (value == followsDefault)
+        stream.ownTargetNode = MetadataValue{foreignNodeType, followsDefault};
+}
+
+void PipeWireStreamDirector::write(std::uint32_t nodeID, DirectedStream& stream) {
+    graph_.setTarget(nodeID, kTargetObjectKey, targetByName(stream.captureName));
+    // Our target makes the session manager forget the output that it had saved for this application. It saves
+    // it again when the target node is written anew, while ours stays in force.
+    if (stream.ownTargetNode)
+        graph_.setTarget(nodeID, kTargetNodeKey,
+                         MetadataValue{ownNodeTypes[stream.writes++ % std::size(ownNodeTypes)],
+                                       stream.ownTargetNode->value});
+}
+
+void PipeWireStreamDirector::giveBack(std::uint32_t nodeID) {
+    auto entry = directed_.extract(nodeID);
+    if (entry.empty() || graph_.stream(nodeID) == nullptr)
+        return;
+    const DirectedStream& stream = entry.mapped();
+    graph_.setTarget(nodeID, kTargetObjectKey, stream.ownTargetObject);
+    // After ours is gone, so that the session manager saves the choice and not its absence.
+    if (stream.ownTargetNode)
+        graph_.setTarget(nodeID, kTargetNodeKey, stream.ownTargetNode);
+}
+
+const GraphSink* PipeWireStreamDirector::ownTarget(const GraphStream& stream) const {
+    const auto directed = directed_.find(stream.nodeID);
+    const bool isDirected = directed != directed_.end();
+    auto object =
+        isDirected ? directed->second.ownTargetObject : graph_.target(stream.nodeID, kTargetObjectKey);
+    auto node = isDirected ? directed->second.ownTargetNode : graph_.target(stream.nodeID, kTargetNodeKey);
+    if (object && !namesACapture(object))
+        return graph_.sinkOfTarget(kTargetObjectKey, object->value);
+    if (node)
+        return graph_.sinkOfTarget(kTargetNodeKey, node->value);
+    if (stream.targetProperty)
+        return graph_.sinkOfTarget(kTargetObjectKey, *stream.targetProperty);
+    return nullptr;
+}
+
+void PipeWireStreamDirector::streamAppeared(const GraphStream& stream) {
+    adopt(stream);
+}
+
+void PipeWireStreamDirector::adopt(const GraphStream& stream) {
+    if (const Capture* capture = captureFor(stream)) {
+        direct(stream.nodeID, capture->name);
+    } else if (namesACapture(graph_.target(stream.nodeID, kTargetObjectKey))) {
+        directed_[stream.nodeID].ownTargetNode = asChosen(graph_.target(stream.nodeID, kTargetNodeKey));
+        giveBack(stream.nodeID);
+    }
+}
+
+void PipeWireStreamDirector::streamVanished(std::uint32_t nodeID) {
+    directed_.erase(nodeID);
+}
+
+void PipeWireStreamDirector::targetChanged(std::uint32_t nodeID, const std::string& key,
+                                           const std::optional<MetadataValue>& value) {
+    const auto entry = directed_.find(nodeID);
+    if (entry == directed_.end()) {
+        if (const GraphStream* stream = graph_.stream(nodeID))
+            if (const GraphClient* client = graph_.processOfStream(*stream))
+                ownTargetChanged_(client->objectID);
+        return;
+    }
+    DirectedStream& stream = entry->second;
+    if (key == kTargetObjectKey) {
+        if (namesACapture(value))
+            return;
+        stream.ownTargetObject = value;
+        followTargetObject(stream);
+        userMoved(nodeID, stream);
+        return;
+    }
+    if (value &&
+        (isOwnWrite(*value) || (stream.ownTargetNode && value->value == stream.ownTargetNode->value)))
+        return;
+    stream.ownTargetNode = value;
+    // A target node alone is the newer choice; the session manager's older target object would hide it.
+    stream.ownTargetObject.reset();
+    userMoved(nodeID, stream);
+}
+
+void PipeWireStreamDirector::userMoved(std::uint32_t nodeID, DirectedStream& stream) {
+    write(nodeID, stream);
+    if (const GraphStream* moved = graph_.stream(nodeID))
+        if (const GraphClient* client = graph_.processOfStream(*moved))
+            ownTargetChanged_(client->objectID);
+}
+
+void PipeWireStreamDirector::metadataKnown() {
+    for (const GraphStream* stream : graph_.streams())
+        adopt(*stream);
+}
+
+void PipeWireStreamDirector::reset() {
+    captures_.clear();
+    directed_.clear();
+}
+
+} // namespace vello

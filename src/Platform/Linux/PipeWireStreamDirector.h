@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "PipeWireGraph.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vello {
+
+/// Directs the playback streams of processes to captures, through the session manager's metadata, and gives
+/// them back.
+///
+/// What a stream had of its own there - the output that the user chose in a mixer, or that the session
+/// manager restored - is kept, written back beside ours where the session manager would otherwise forget it,
+/// and restored on release. The control loop's lock guards all of it.
+class PipeWireStreamDirector {
+public:
+    /// `ownTargetChanged` is told the process object whose stream the user moved meanwhile.
+    PipeWireStreamDirector(PipeWireGraph& graph, std::function<void(AudioObjectID process)> ownTargetChanged);
+
+    /// Directs every stream of the processes, those that appear later too, to the node with this name. Of
+    /// several captures of one process the newest has its streams.
+    void direct(const std::string& captureName, std::vector<AudioObjectID> processes);
+    /// Gives the streams that are still directed to this capture to the newest other one of their process, or
+    /// back.
+    void release(const std::string& captureName);
+    /// Whether a stream that exists is directed to this capture; its link may still be on its way.
+    bool hasStreams(const std::string& captureName) const;
+
+    /// The device that a stream plays to by its own choice; null when it follows the default output.
+    const GraphSink* ownTarget(const GraphStream& stream) const;
+
+    void streamAppeared(const GraphStream& stream);
+    void streamVanished(std::uint32_t nodeID);
+    void targetChanged(std::uint32_t nodeID, const std::string& key,
+                       const std::optional<MetadataValue>& value);
+    /// The session manager has told all its metadata: takes away what a run that died left, and directs anew
+    /// what the session manager has forgotten.
+    void metadataKnown();
+    /// The connection is gone, and with it every stream.
+    void reset();
+
+private:
+    struct Capture {
+        std::string name;
+        std::vector<AudioObjectID> processes;
+    };
+    struct DirectedStream {
+        std::string captureName;
+        std::optional<MetadataValue> ownTargetObject;
+        std::optional<MetadataValue> ownTargetNode;
+        /// Counts our own writes of the target node.
+        unsigned writes = 0;
+    };
+
+    const Capture* captureFor(const GraphStream& stream) const;
+    void adopt(const GraphStream& stream);
+    void direct(std::uint32_t nodeID, const std::string& captureName);
+    void giveBack(std::uint32_t nodeID);
+    void write(std::uint32_t nodeID, DirectedStream& stream);
+    /// The target node that says the same as the own target object.
+    void followTargetObject(DirectedStream& stream) const;
+    void userMoved(std::uint32_t nodeID, DirectedStream& stream);
+
+    PipeWireGraph& graph_;
+    std::function<void(AudioObjectID)> ownTargetChanged_;
+    std::vector<Capture> captures_;
+    std::map<std::uint32_t, DirectedStream> directed_;
+};
+
+} // namespace vello

@@ -1,0 +1,393 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PipeWireTaps.h"
+
+#include <algorithm>
+#include <ranges>
+#include <string_view>
+#include <utility>
+
+#include <pipewire/thread-loop.h>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// How long a tap that stops may wait for the main thread to announce the tap that replaces it.
+constexpr auto announcementPatience = 150ms;
+/// Stops that follow one another this closely belong to one teardown and share that wait.
+constexpr auto stopBurstGap = 50ms;
+/// How long the replacement may take to come up: a little more than its maker waits for its device, and as
+/// long as the session manager is visibly at work, but not for ever.
+constexpr auto handoverPatience = 2500ms;
+constexpr auto longestHandover = 15s;
+/// How long a device may take to be linked. The session manager needs seconds for dozens of taps at once; a
+/// device that is late counts as alive, and its streams are directed to it when it is linked.
+constexpr auto linkPatience = 1s;
+/// How long the session manager may take to move the streams back.
+constexpr auto releasePatience = 500ms;
+/// How many pairs the session manager gets to work on at once, and for how long one counts as worked on.
+/// Given dozens at once it tries each link again while the first try is under way, and gives the node up
+/// after five (WirePlumber 0.4).
+constexpr int pairsAtOnce = 8;
+constexpr auto workPatience = 2s;
+/// The rate of the graph before any device has told one.
+constexpr double usualSampleRate = 48000;
+constexpr std::size_t longestNodeName = 64;
+
+/// The name as a node name that no parser of the session manager stumbles over: names come from strangers.
+std::string nodeName(std::string_view name) {
+    std::string safe;
+    for (const char character : name.substr(0, longestNodeName)) {
+        const bool isSafe = (character >= 'a' && character <= 'z') ||
+                            (character >= 'A' && character <= 'Z') ||
+                            (character >= '0' && character <= '9') || character == '-' || character == '_';
+        safe += isSafe ? character : '_';
+    }
+    return safe;
+}
+
+bool sharesOne(const std::vector<AudioObjectID>& left, const std::vector<AudioObjectID>& right) {
+    return std::ranges::find_first_of(left, right) != left.end();
+}
+
+} // namespace
+
+PipeWireTaps::PipeWireTaps(PipeWireConnection& connection, PipeWireGraph& graph,
+                           PipeWireStreamDirector& director, MainThread& mainThread,
+                           std::function<AudioObjectID()> nextObjectID, PropertyChanged propertyChanged)
+    : connection_(connection), graph_(graph), director_(director), mainThread_(mainThread),
+      nextObjectID_(std::move(nextObjectID)), propertyChanged_(std::move(propertyChanged)) {}
+
+PipeWireTaps::Device* PipeWireTaps::find(AudioObjectID device) {
+    const auto entry = devices_.find(device);
+    return entry != devices_.end() ? &entry->second : nullptr;
+}
+
+const PipeWireTaps::Device* PipeWireTaps::find(AudioObjectID device) const {
+    const auto entry = devices_.find(device);
+    return entry != devices_.end() ? &entry->second : nullptr;
+}
+
+OSStatus PipeWireTaps::createTap(const TapDescription& description, AudioObjectID& tap) {
+    // The session manager moves streams of known processes; there is no capture of everything else here.
+    if (description.mixdown != TapMixdown::stereoOfProcesses)
+        return kAudioHardwareIllegalOperationError;
+    if (connection_.core() == nullptr)
+        return kAudioHardwareNotRunningError;
+    tap = nextObjectID_();
+    taps_[tap] = description;
+    return kAudioHardwareNoError;
+}
+
+OSStatus PipeWireTaps::createDevice(const AggregateDeviceDescription& description, AudioObjectID& device) {
+    const auto tap = std::ranges::find_if(taps_, [&](const auto& entry) {
+        return description.taps.size() == 1 && entry.second.uuid == description.taps.front().uid;
+    });
+    if (tap == taps_.end())
+        return kAudioHardwareBadObjectError;
+    if (connection_.core() == nullptr)
+        return kAudioHardwareNotRunningError;
+    device = nextObjectID_();
+    Device& made = devices_[device];
+    made.description = description;
+    made.tap = tap->first;
+    made.processes = tap->second.processes;
+    made.madeAt = MainThread::Clock::now();
+    makeWaitingPairs();
+    return kAudioHardwareNoError;
+}
+
+bool PipeWireTaps::isWorkedOn(const Device& device) const {
+    if (device.pair == nullptr || MainThread::Clock::now() > device.workGivenAt + workPatience)
+        return false;
+    return !isLinkedOut(device) || (director_.hasStreams(device.captureName) && !isLinkedInto(device));
+}
+
+void PipeWireTaps::makeWaitingPairs() {
+    auto workedOn = std::ranges::count_if(std::views::values(devices_),
+                                          [&](const Device& device) { return isWorkedOn(device); });
+    for (auto& [id, device] : devices_) {
+        if (workedOn >= pairsAtOnce || connection_.core() == nullptr)
+            return;
+        if (device.pair != nullptr)
+            continue;
+        makePair(id, device);
+        ++workedOn;
+    }
+}
+
+void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
+    device.captureName = freeCaptureName(device.description.name);
+    device.workGivenAt = MainThread::Clock::now();
+    device.announcedSampleRate = sampleRate(id);
+    device.pair = std::make_unique<PipeWireTapPair>(
+        connection_.core(),
+        PipeWireTapPair::Description{.captureName = device.captureName,
+                                     .playbackName = device.captureName + "-output",
+                                     .group = device.description.uid,
+                                     .targetSink = targetSink(device.description)},
+        [this, id] { sampleRateChanged(id); });
+    if (device.startedProc != 0)
+        startPair(id, device);
+}
+
+void PipeWireTaps::startPair(AudioObjectID id, Device& device) {
+    const Proc& proc = device.procs.at(device.startedProc);
+    device.pair->start(id, proc.function, proc.clientData);
+}
+
+std::string PipeWireTaps::freeCaptureName(const std::string& deviceName) const {
+    // During a rebuild the old and the new capture exist side by side; numbered from the lowest free on, the
+    // names stay few and the same from run to run.
+    for (int number = 1;; ++number) {
+        std::string name = nodeName(deviceName) + "." + std::to_string(number);
+        const auto hasName = [&](const Device& device) { return device.captureName == name; };
+        if (std::ranges::none_of(std::views::values(devices_), hasName) &&
+            std::ranges::none_of(leftovers_, hasName))
+            return name;
+    }
+}
+
+std::string PipeWireTaps::targetSink(const AggregateDeviceDescription& description) const {
+    const GraphSink* defaultSink = graph_.defaultSink();
+    const bool isDefault = defaultSink != nullptr && defaultSink->name == description.mainSubDevice;
+    return isDefault && !description.isMainSubDeviceChosen ? std::string{} : description.mainSubDevice;
+}
+
+OSStatus PipeWireTaps::createProc(AudioObjectID device, AudioDeviceIOProc proc, void* clientData,
+                                  AudioDeviceIOProcID& procID) {
+    Device* found = find(device);
+    if (found == nullptr)
+        return kAudioHardwareBadObjectError;
+    procID = ++lastProcID_;
+    found->procs[procID] = {proc, clientData};
+    return kAudioHardwareNoError;
+}
+
+OSStatus PipeWireTaps::start(AudioObjectID device, AudioDeviceIOProcID procID) {
+    Device* found = find(device);
+    if (found == nullptr || !found->procs.contains(procID))
+        return kAudioHardwareBadObjectError;
+    if (found->startedProc != 0)
+        return kAudioHardwareIllegalOperationError;
+    found->startedProc = procID;
+    if (found->pair != nullptr)
+        startPair(device, *found);
+    directWhenLinked(*found);
+    return kAudioHardwareNoError;
+}
+
+template <class Condition> void PipeWireTaps::waitUntil(MainThread::Instant deadline, Condition condition) {
+    while (!condition()) {
+        const auto left = deadline - MainThread::Clock::now();
+        if (left <= MainThread::Duration::zero())
+            return;
+        timespec end{};
+        pw_thread_loop_get_time(connection_.threadLoop(), &end, std::chrono::nanoseconds(left).count());
+        pw_thread_loop_timed_wait_full(connection_.threadLoop(), &end);
+    }
+}
+
+bool PipeWireTaps::isLinkedInto(const Device& device) const {
+    return device.pair != nullptr && graph_.hasLinkInto(device.pair->captureNodeID());
+}
+
+bool PipeWireTaps::hasSuccessor(const Device& device) const {
+    return std::ranges::any_of(taps_, [&](const auto& tap) {
+        return tap.first > device.tap && sharesOne(tap.second.processes, device.processes);
+    });
+}
+
+bool PipeWireTaps::isHandedOver(const Device& device) const {
+    return !director_.hasStreams(device.captureName) && !isLinkedInto(device) &&
+           std::ranges::any_of(devices_, [&](const auto& entry) {
+               const Device& other = entry.second;
+               return other.tap > device.tap && other.isDirected &&
+                      sharesOne(other.processes, device.processes) &&
+                      (isLinkedInto(other) || !director_.hasStreams(other.captureName));
+           });
+}
+
+void PipeWireTaps::postMainThreadBarrier(int turns) {
+    mainThread_.post([this, turns, weak = std::weak_ptr(alive_)] {
+        if (weak.expired())
+            return;
+        PipeWireLock lock(connection_);
+        if (turns > 1)
+            return postMainThreadBarrier(turns - 1);
+        isBarrierPending_ = false;
+        pw_thread_loop_signal(connection_.threadLoop(), false);
+    });
+}
+
+void PipeWireTaps::directWhenLinked(Device& device) {
+    if (device.startedProc == 0 || device.isDirected || !isLinkedOut(device))
+        return;
+    device.isDirected = true;
+    device.workGivenAt = MainThread::Clock::now();
+    director_.direct(device.captureName, device.processes);
+}
+
+void PipeWireTaps::awaitSuccessor(AudioObjectID device) {
+    const auto now = MainThread::Clock::now();
+    if (now > lastStopEnded_ + stopBurstGap)
+        stopBurstDeadline_ = now + announcementPatience;
+    // A rebuild destroys the old tap and makes the new one in one go on the main thread, but the new one's
+    // first step follows a turn later. When the main thread has got that far, what is not announced is not
+    // coming.
+    isBarrierPending_ = true;
+    postMainThreadBarrier(3);
+    waitUntil(stopBurstDeadline_, [&] {
+        const Device* current = find(device);
+        return current == nullptr || hasSuccessor(*current) || !isBarrierPending_;
+    });
+    linksChangedAt_ = MainThread::Clock::now();
+    waitUntil(now + longestHandover, [&] {
+        const Device* current = find(device);
+        return current == nullptr || !hasSuccessor(*current) || isHandedOver(*current) ||
+               MainThread::Clock::now() > linksChangedAt_ + handoverPatience;
+    });
+}
+
+OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
+    PipeWireLock lock(connection_);
+    Device* found = find(device);
+    if (found == nullptr)
+        return kAudioHardwareBadObjectError;
+    if (found->startedProc != procID)
+        return kAudioHardwareNotRunningError;
+    if (director_.hasStreams(found->captureName))
+        awaitSuccessor(device);
+    if ((found = find(device)) == nullptr)
+        return kAudioHardwareBadObjectError;
+    director_.release(found->captureName);
+    waitUntil(MainThread::Clock::now() + releasePatience, [&] {
+        const Device* current = find(device);
+        return current == nullptr || !isLinkedInto(*current);
+    });
+    if ((found = find(device)) == nullptr)
+        return kAudioHardwareBadObjectError;
+    if (found->pair != nullptr)
+        found->pair->stop();
+    found->startedProc = 0;
+    lastStopEnded_ = MainThread::Clock::now();
+    return kAudioHardwareNoError;
+}
+
+OSStatus PipeWireTaps::destroyProc(AudioObjectID device, AudioDeviceIOProcID procID) {
+    Device* found = find(device);
+    if (found == nullptr || found->procs.erase(procID) == 0)
+        return kAudioHardwareBadObjectError;
+    if (found->startedProc == procID) {
+        director_.release(found->captureName);
+        if (found->pair != nullptr)
+            if (found->pair != nullptr)
+                found->pair->stop();
+        found->startedProc = 0;
+    }
+    return kAudioHardwareNoError;
+}
+
+OSStatus PipeWireTaps::destroyDevice(AudioObjectID device) {
+    const auto entry = devices_.find(device);
+    if (entry == devices_.end())
+        return kAudioHardwareBadObjectError;
+    director_.release(entry->second.captureName);
+    // A session manager that is still busy with a node when the node goes waits for it for 20 seconds, and
+    // links nobody meanwhile (WirePlumber 0.4).
+    if (entry->second.pair != nullptr && !entry->second.wasAlive)
+        leftovers_.push_back(std::move(entry->second));
+    devices_.erase(entry);
+    makeWaitingPairs();
+    return kAudioHardwareNoError;
+}
+
+OSStatus PipeWireTaps::destroyTap(AudioObjectID tap) {
+    const bool wasKnown = taps_.erase(tap) != 0;
+    pw_thread_loop_signal(connection_.threadLoop(), false);
+    return wasKnown ? kAudioHardwareNoError : kAudioHardwareBadObjectError;
+}
+
+std::optional<AudioStreamBasicDescription> PipeWireTaps::tapFormat(AudioObjectID tap) const {
+    if (!taps_.contains(tap))
+        return std::nullopt;
+    const auto device =
+        std::ranges::find_if(devices_, [&](const auto& entry) { return entry.second.tap == tap; });
+    return AudioStreamBasicDescription{.mSampleRate = device != devices_.end() ? sampleRate(device->first)
+                                                                               : expectedSampleRate({}),
+                                       .mFormatID = kAudioFormatLinearPCM,
+                                       .mFormatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked,
+                                       .mBytesPerPacket = 8,
+                                       .mFramesPerPacket = 1,
+                                       .mBytesPerFrame = 8,
+                                       .mChannelsPerFrame = 2,
+                                       .mBitsPerChannel = 32};
+}
+
+const AggregateDeviceDescription* PipeWireTaps::deviceDescription(AudioObjectID device) const {
+    const Device* found = find(device);
+    return found != nullptr ? &found->description : nullptr;
+}
+
+bool PipeWireTaps::isAlive(AudioObjectID device) const {
+    const Device* found = find(device);
+    return found != nullptr &&
+           (isLinkedOut(*found) || MainThread::Clock::now() > found->madeAt + linkPatience);
+}
+
+bool PipeWireTaps::isLinkedOut(const Device& device) const {
+    return device.pair != nullptr && graph_.hasLinkOutOf(device.pair->playbackNodeID());
+}
+
+double PipeWireTaps::expectedSampleRate(const std::string& outputName) const {
+    for (const GraphSink* sink : {graph_.sinkNamed(outputName), graph_.defaultSink()})
+        if (sink != nullptr && sink->sampleRate > 0)
+            return sink->sampleRate;
+    return usualSampleRate;
+}
+
+double PipeWireTaps::sampleRate(AudioObjectID device) const {
+    const Device* found = find(device);
+    if (found == nullptr)
+        return usualSampleRate;
+    const double negotiated = found->pair != nullptr ? found->pair->sampleRate() : 0;
+    return negotiated > 0 ? negotiated : expectedSampleRate(found->description.mainSubDevice);
+}
+
+void PipeWireTaps::sampleRateChanged(AudioObjectID device) {
+    Device* found = find(device);
+    if (found == nullptr)
+        return;
+    const double current = sampleRate(device);
+    if (std::exchange(found->announcedSampleRate, current) != current) {
+        propertyChanged_(found->tap, kAudioTapPropertyFormat);
+        propertyChanged_(device, kAudioDevicePropertyNominalSampleRate);
+    }
+}
+
+void PipeWireTaps::linksChanged() {
+    linksChangedAt_ = MainThread::Clock::now();
+    for (auto& [id, device] : devices_) {
+        directWhenLinked(device);
+        if (const bool alive = isLinkedOut(device); std::exchange(device.wasAlive, alive) != alive)
+            propertyChanged_(id, kAudioDevicePropertyDeviceIsAlive);
+    }
+    dropLinkedLeftovers();
+    makeWaitingPairs();
+    pw_thread_loop_signal(connection_.threadLoop(), false);
+}
+
+void PipeWireTaps::dropLinkedLeftovers() {
+    std::erase_if(leftovers_, [&](const Device& device) { return isLinkedOut(device); });
+}
+
+void PipeWireTaps::connectionLost() {
+    leftovers_.clear();
+    devices_.clear();
+    taps_.clear();
+    pw_thread_loop_signal(connection_.threadLoop(), false);
+}
+
+} // namespace vello

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "PipeWireConnection.h"
+#include "PipeWireGraph.h"
+#include "PipeWireStreamDirector.h"
+#include "PipeWireTapPair.h"
+#include "Platform/AudioHardware.h"
+#include "Platform/MainThread.h"
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vello {
+
+/// The process taps and aggregate devices: what they are made of, and in which order the applications'
+/// streams come to them and leave. Calls take the control loop's lock held, except `stop`, which takes it
+/// itself and waits.
+class PipeWireTaps {
+public:
+    using PropertyChanged = std::function<void(AudioObjectID, FourCharCode selector)>;
+
+    PipeWireTaps(PipeWireConnection& connection, PipeWireGraph& graph, PipeWireStreamDirector& director,
+                 MainThread& mainThread, std::function<AudioObjectID()> nextObjectID,
+                 PropertyChanged propertyChanged);
+
+    OSStatus createTap(const TapDescription& description, AudioObjectID& tap);
+    OSStatus createDevice(const AggregateDeviceDescription& description, AudioObjectID& device);
+    OSStatus createProc(AudioObjectID device, AudioDeviceIOProc proc, void* clientData,
+                        AudioDeviceIOProcID& procID);
+    OSStatus start(AudioObjectID device, AudioDeviceIOProcID procID);
+    /// Without the lock. Waits until the streams play elsewhere: at a newer tap of the same processes when
+    /// one is on its way, else where they want to; then ends the callback.
+    OSStatus stop(AudioObjectID device, AudioDeviceIOProcID procID);
+    OSStatus destroyProc(AudioObjectID device, AudioDeviceIOProcID procID);
+    OSStatus destroyDevice(AudioObjectID device);
+    OSStatus destroyTap(AudioObjectID tap);
+
+    std::optional<AudioStreamBasicDescription> tapFormat(AudioObjectID tap) const;
+    const AggregateDeviceDescription* deviceDescription(AudioObjectID device) const;
+    bool isAlive(AudioObjectID device) const;
+    double sampleRate(AudioObjectID device) const;
+
+    void linksChanged();
+    /// Every tap and device dies; no callback runs any more.
+    void connectionLost();
+
+private:
+    struct Proc {
+        AudioDeviceIOProc function;
+        void* clientData;
+    };
+    struct Device {
+        AggregateDeviceDescription description;
+        AudioObjectID tap = 0;
+        std::vector<AudioObjectID> processes;
+        std::string captureName;
+        std::unique_ptr<PipeWireTapPair> pair; ///< null while it waits for its turn
+        std::map<AudioDeviceIOProcID, Proc> procs;
+        AudioDeviceIOProcID startedProc = 0;
+        MainThread::Instant madeAt{};
+        /// When the session manager was last given work for it: the pair, or the streams.
+        MainThread::Instant workGivenAt{};
+        bool isDirected = false; ///< the streams are directed to the capture
+        bool wasAlive = false;
+        double announcedSampleRate = 0;
+    };
+
+    Device* find(AudioObjectID device);
+    const Device* find(AudioObjectID device) const;
+    std::string freeCaptureName(const std::string& deviceName) const;
+    std::string targetSink(const AggregateDeviceDescription& description) const;
+    /// The rate of the device with this name, else of the default output, else a usual one.
+    double expectedSampleRate(const std::string& outputName) const;
+    void sampleRateChanged(AudioObjectID device);
+    bool isLinkedOut(const Device& device) const;
+    bool isLinkedInto(const Device& device) const;
+    bool isWorkedOn(const Device& device) const;
+    void makeWaitingPairs();
+    void makePair(AudioObjectID id, Device& device);
+    void startPair(AudioObjectID id, Device& device);
+    void directWhenLinked(Device& device);
+    void dropLinkedLeftovers();
+    /// Whether a newer tap has processes of this one.
+    bool hasSuccessor(const Device& device) const;
+    /// Whether a newer device has all the streams of this one.
+    bool isHandedOver(const Device& device) const;
+    void awaitSuccessor(AudioObjectID device);
+    void postMainThreadBarrier(int turns);
+    template <class Condition> void waitUntil(MainThread::Instant deadline, Condition condition);
+
+    PipeWireConnection& connection_;
+    PipeWireGraph& graph_;
+    PipeWireStreamDirector& director_;
+    MainThread& mainThread_;
+    std::function<AudioObjectID()> nextObjectID_;
+    PropertyChanged propertyChanged_;
+    std::map<AudioObjectID, TapDescription> taps_;
+    std::map<AudioObjectID, Device> devices_;
+    /// Pairs that were destroyed before the session manager was done with them.
+    std::vector<Device> leftovers_;
+    MainThread::Instant linksChangedAt_{};
+    AudioDeviceIOProcID lastProcID_ = 0;
+    MainThread::Instant stopBurstDeadline_{};
+    MainThread::Instant lastStopEnded_{};
+    bool isBarrierPending_ = false;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+} // namespace vello

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Platform/Linux/UserFolders.h"
+
+#include "Models/Precondition.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <pwd.h>
+#include <sstream>
+#include <unistd.h>
+
+namespace vello {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::optional<fs::path> absolutePath(const char* value) {
+    const fs::path path = value == nullptr ? "" : value;
+    return path.is_absolute() ? std::optional(path) : std::nullopt;
+}
+
+fs::path homeFolder(const Environment& environment) {
+    if (const auto home = absolutePath(environment("HOME")))
+        return *home;
+    const passwd* account = ::getpwuid(::getuid());
+    const auto home = absolutePath(account == nullptr ? nullptr : account->pw_dir);
+    precondition(home.has_value(), "the user has a home folder");
+    return *home;
+}
+
+} // namespace
+
+Environment processEnvironment() {
+    return [](const char* name) { return std::getenv(name); };
+}
+
+fs::path userDataFolder(const Environment& environment) {
+    const auto folder = absolutePath(environment("XDG_DATA_HOME"));
+    return folder ? *folder : homeFolder(environment) / ".local/share";
+}
+
+std::vector<fs::path> systemDataFolders(const Environment& environment) {
+    const char* list = environment("XDG_DATA_DIRS");
+    const bool isSet = list != nullptr && *list != '\0';
+    return absolutePaths(isSet ? list : "/usr/local/share:/usr/share");
+}
+
+std::optional<fs::path> runtimeFolder(const Environment& environment) {
+    return absolutePath(environment("XDG_RUNTIME_DIR"));
+}
+
+std::vector<fs::path> absolutePaths(const std::string& list) {
+    std::vector<fs::path> paths;
+    std::istringstream stream(list);
+    for (std::string each; std::getline(stream, each, ':');) {
+        const auto path = absolutePath(each.c_str());
+        if (path && std::ranges::find(paths, *path) == paths.end())
+            paths.push_back(*path);
+    }
+    return paths;
+}
+
+} // namespace vello

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Platform/MainThread.h"
+
+#include <memory>
+
+namespace vello {
+
+/// The main thread on Qt's event loop: the thread that constructs this object, where a QCoreApplication
+/// exists and runs. What still waits when the object is destroyed is dropped without being run; other threads
+/// must have ended their calls of post() by then. Delays are exact to a millisecond and never short.
+class QtMainThread final : public MainThread {
+public:
+    QtMainThread();
+    ~QtMainThread() override;
+    QtMainThread(const QtMainThread&) = delete;
+    QtMainThread& operator=(const QtMainThread&) = delete;
+
+    Instant now() const override;
+    void post(Action action) override;
+    [[nodiscard]] TaskHandle after(Duration delay, Action action) override;
+
+private:
+    class Loop;
+    class Task;
+
+    std::shared_ptr<Loop> loop_;
+};
+
+} // namespace vello

@@ -1,0 +1,271 @@
+// SPDX-License-Identifier: Apache-2.0
+// What people hear when something breaks or changes underneath.
+#include "VelloTest.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+
+#include <sys/wait.h>
+
+namespace vello::session {
+namespace {
+
+class VelloFaults : public VelloTest {
+protected:
+    /// Eight applications, native and PulseAudio in turn, half of them on each output by their own choice.
+    void playEight() {
+        for (int i = 0; i < constantCode::applications; ++i) {
+            const auto number = std::to_string(i);
+            play({.name = "player" + number,
+                  .applicationID = "org.example.player" + number,
+                  .signal = constantSignal(constantCode::emitted(i)),
+                  .output = outputOf(i)},
+                 i % 2 == 0 ? PlayerKind::native : PlayerKind::pulseAudio);
+        }
+    }
+    static std::string outputOf(int application) { return application < 4 ? "output-a" : "output-b"; }
+
+    /// Whether each application is heard on its own output with that digit in the frame, and on no other.
+    static bool areAll(const Recording& recording, std::size_t frame, const std::string& output, int digit) {
+        for (int i = 0; i < constantCode::applications; ++i)
+            if (constantCode::digit(recording.sample(frame, 0), i) != (outputOf(i) == output ? digit : 0))
+                return false;
+        return true;
+    }
+    bool awaitAll(int digit) {
+        for (const auto* output : {"output-a", "output-b"})
+            if (!monitor(output).recordUntil(
+                    [&](const Recording& last) {
+                        return areAll(last, 0, output, digit) && areAll(last, 1023, output, digit);
+                    },
+                    1024, 10s))
+                return false;
+        return true;
+    }
+    /// From `moment` until the output has all its applications as emitted, for good.
+    double millisecondsUntilDirect(const std::string& output, std::chrono::steady_clock::time_point moment) {
+        const auto recording = monitor(output).recording();
+        std::size_t frame = recording.frames();
+        while (frame > 0 && areAll(recording, frame - 1, output, 2))
+            --frame;
+        if (frame == recording.frames())
+            return 1e9;
+        const std::chrono::nanoseconds heard(recording.time(frame));
+        return std::chrono::duration<double, std::milli>(heard - moment.time_since_epoch()).count();
+    }
+    void expectNothingLeft() {
+        EXPECT_TRUE(graph().waitUntil([](const GraphState& state) {
+            return redirects(state) == 0 && std::ranges::none_of(state.nodes, [](const auto& entry) {
+                       return isVellos(entry.second);
+                   });
+        })) << "something of VELLO is left";
+    }
+};
+
+TEST_F(VelloFaults, leavesEightApplicationsAudibleOnTheirOwnOutputsWhenItIsKilled) {
+    openSession({.quantum = 256});
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    playEight();
+    ASSERT_TRUE(awaitAll(2));
+    std::vector<double> milliseconds;
+    for (int i = 0; i < 5; ++i) {
+        startVello();
+        ASSERT_TRUE(awaitAll(1));
+        const auto moment = std::chrono::steady_clock::now();
+        vello().signal(SIGKILL);
+        ASSERT_TRUE(awaitAll(2));
+        milliseconds.push_back(std::max(millisecondsUntilDirect("output-a", moment),
+                                        millisecondsUntilDirect("output-b", moment)));
+        expectNothingLeft();
+    }
+    // The goal is 50, which an idle machine keeps; what else runs only adds to it. Without the guard's head
+    // start and with a busy machine it was up to 155.
+    EXPECT_LE(std::ranges::min(milliseconds), 100) << testing::PrintToString(milliseconds);
+    RecordProperty("milliseconds", testing::PrintToString(milliseconds));
+}
+
+TEST_F(VelloFaults, clearsStaleRedirectsAtTheNextStart) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    auto& paused = play({.name = "paused", .applicationID = "org.example.paused"});
+    play({.name = "playing", .applicationID = "org.example.playing", .output = "output-b"});
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    paused.writeLine("pause");
+    ASSERT_TRUE(awaitWay("output-a", Way::silent));
+    // What a version without a guard, or a killed guard, would have left.
+    const auto stream = graph().state().nodeNamed("paused")->id;
+    graph().setMetadata(stream, "target.object", "Spa:String", std::string(tapPrefix) + "paused.1");
+    ASSERT_TRUE(graph().waitUntil([](const GraphState& state) { return redirects(state) == 1; }));
+    startVello();
+    ASSERT_TRUE(awaitTapped("playing"));
+    EXPECT_TRUE(graph().waitUntil([stream](const GraphState& state) {
+        return !state.metadataValue(stream, "target.object").starts_with(tapPrefix);
+    }));
+    stopVello();
+    paused.writeLine("resume");
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+    expectNothingLeft();
+}
+
+class VelloEnds : public VelloFaults, public testing::WithParamInterface<int> {};
+
+TEST_P(VelloEnds, leavingNothingBehind) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    playEight();
+    ASSERT_TRUE(awaitAll(2));
+    startVello();
+    ASSERT_TRUE(awaitAll(1));
+    vello().signal(GetParam());
+    EXPECT_TRUE(vello().waitForExit(5s).has_value());
+    EXPECT_TRUE(awaitAll(2));
+    expectNothingLeft();
+}
+
+INSTANTIATE_TEST_SUITE_P(, VelloEnds, testing::Values(SIGTERM, SIGINT), [](const auto& signal) {
+    return std::string(signal.param == SIGTERM ? "AtSIGTERM" : "AtSIGINT");
+});
+
+TEST_F(VelloFaults, bringsEveryTapBackAfterTheServerWasKilled) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    playEight();
+    startVello();
+    ASSERT_TRUE(awaitAll(1));
+    endPlayers();
+    forgetMonitors();
+    session().killServers();
+    session().startServers();
+    const auto moment = std::chrono::steady_clock::now();
+    reconnect();
+    playEight();
+    EXPECT_TRUE(awaitAll(1));
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - moment;
+    RecordProperty("seconds", std::to_string(elapsed.count()));
+    EXPECT_LE(elapsed.count(), 3);
+}
+
+TEST_F(VelloFaults, playsOnTheDefaultWhileTheChosenOutputIsGone) {
+    openSession();
+    graph().createOutput("output-c", "Output C");
+    writeSettings(session(), {{"org.example.player", {.volume = 0.5, .output = "output-c"}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-c", Way::tapped));
+    forgetMonitors();
+    const auto start = monitor("output-a").frames();
+    graph().destroyOutput("output-c");
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    for (const auto& stretch : monitor("output-a").recording(start).stretches([](float, float right) {
+             return static_cast<int>(wayOf(right));
+         }))
+        EXPECT_NE(stretch.kind, static_cast<int>(Way::direct)) << "at " << stretch.firstFrame;
+    graph().createOutput("output-c", "Output C");
+    EXPECT_TRUE(awaitWay("output-c", Way::tapped));
+}
+
+TEST_F(VelloFaults, rebuildsOnceWhenTheDefaultOutputChangesThreeTimes) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    monitor("output-b").record(1);
+    const int madeBefore = capturesMade(graph());
+    const auto start = monitor("output-b").frames();
+    const auto moment = std::chrono::steady_clock::now();
+    for (const auto* output : {"output-b", "output-a", "output-b"}) {
+        graph().chooseDefaultOutput(output);
+        ASSERT_TRUE(
+            graph().waitUntil([&](const GraphState& state) { return state.defaultOutput() == output; }));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - moment, 300ms);
+    ASSERT_TRUE(awaitWay("output-b", Way::tapped));
+    // Long enough for a second rebuild to show itself.
+    monitor("output-b").record(2 * 48000);
+    EXPECT_EQ(capturesMade(graph()), madeBefore + 1);
+    for (const auto& stretch : monitor("output-b").recording(start).stretches([](float, float right) {
+             return static_cast<int>(wayOf(right));
+         }))
+        EXPECT_NE(stretch.kind, static_cast<int>(Way::direct)) << "at " << stretch.firstFrame;
+}
+
+TEST_F(VelloFaults, followsTheRateOfTheGraph) {
+    openSession({.allowedRates = {44100, 48000}});
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player", .signal = "constant=0.5"});
+    startVello();
+    const auto isHalved = [](const Recording& last) {
+        return std::abs(last.sample(0, 0) - 0.25F) < 1e-3F &&
+               std::abs(last.sample(last.frames() - 1, 0) - 0.25F) < 1e-3F;
+    };
+    ASSERT_TRUE(monitor("output-a").recordUntil(isHalved, 8192, 8s));
+    const auto start = monitor("output-a").frames();
+    graph().forceSampleRate(44100);
+    const auto isHalvedAtNewRate = [&](const Recording& last) {
+        return last.sampleRate() == 44100 && isHalved(last);
+    };
+    ASSERT_TRUE(monitor("output-a").recordUntil(isHalvedAtNewRate, 44100, 8s));
+    const auto recording = monitor("output-a").recording(start);
+    float loudest = 0;
+    for (std::size_t frame = 0; frame < recording.frames(); ++frame)
+        loudest = std::max(loudest, recording.sample(frame, 0));
+    EXPECT_LT(loudest, 0.4F) << "heard unequalized";
+    EXPECT_TRUE(isTapped(graph().state(), "player"));
+}
+
+TEST_F(VelloFaults, isSilentForAtMostTwoCyclesInARebuildAndNeverUnequalized) {
+    openSession();
+    writeSettings(session(), {{"org.example.player", {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    std::vector<std::size_t> silences;
+    for (int i = 0; i < 10; ++i) {
+        // A second process of the application comes and goes: each time its tap is rebuilt.
+        const int madeBefore = capturesMade(graph());
+        const auto start = monitor("output-a").frames();
+        if (i % 2 == 0)
+            play({.name = "other", .applicationID = "org.example.player", .signal = "silence"});
+        else
+            endPlayer("other");
+        ASSERT_TRUE(monitor("output-a")
+                        .recordUntil(
+                            [&](const Recording&) {
+                                return capturesMade(graph()) > madeBefore &&
+                                       captures(graph().state()).size() == 1;
+                            },
+                            1024, 8s));
+        ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+        std::size_t silent = 0;
+        for (const auto& stretch : monitor("output-a").recording(start).stretches([](float, float right) {
+                 return static_cast<int>(wayOf(right));
+             })) {
+            EXPECT_NE(stretch.kind, static_cast<int>(Way::direct))
+                << "rebuild " << i << " at " << stretch.firstFrame;
+            silent += stretch.kind == static_cast<int>(Way::tapped) ? 0 : stretch.frames;
+        }
+        silences.push_back(silent);
+    }
+    RecordProperty("silentFrames", testing::PrintToString(silences));
+    EXPECT_LE(*std::ranges::max_element(silences), 2 * static_cast<std::size_t>(quantum()))
+        << testing::PrintToString(silences);
+}
+
+TEST_F(VelloFaults, startsFreshFromACorruptSettingsFile) {
+    openSession();
+    std::filesystem::create_directories(settingsFile(session()).parent_path());
+    std::ofstream(settingsFile(session()))
+        << R"({"version":1,"sources":{"org.example.player":{"volume":true}}})";
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    EXPECT_TRUE(awaitWay("output-a", Way::direct)) << "through the tap, but unchanged";
+    EXPECT_TRUE(vello().isRunning());
+    EXPECT_FALSE(std::filesystem::exists(settingsFile(session())));
+    EXPECT_TRUE(std::filesystem::exists(settingsFile(session()).string() + ".corrupt"));
+}
+
+} // namespace
+} // namespace vello::session

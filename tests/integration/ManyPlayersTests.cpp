@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ProcessUsage.h"
+#include "VelloTest.h"
+
+#include <algorithm>
+#include <set>
+
+namespace vello::session {
+namespace {
+
+/// How many nodes play into an output.
+std::size_t sourcesOf(const GraphState& state, const std::string& output) {
+    const auto* sink = state.nodeNamed(output);
+    std::set<std::uint32_t> sources;
+    for (const auto& [id, link] : state.links)
+        if (sink != nullptr && link.inputNode == sink->id)
+            sources.insert(link.outputNode);
+    return sources.size();
+}
+
+int serialOf(const GraphNode& node) {
+    return std::stoi(node.property("object.serial"));
+}
+
+int newestSerial(const GraphState& state) {
+    int newest = 0;
+    for (const auto& [id, node] : state.nodes)
+        newest = std::max(newest, serialOf(node));
+    return newest;
+}
+
+/// How many captures are newer than that.
+int capturesSince(const GraphState& state, int serial) {
+    int count = 0;
+    for (const std::string& name : captures(state))
+        if (serialOf(*state.nodeNamed(name)) > serial)
+            ++count;
+    return count;
+}
+
+class VelloWithManyPlayers : public VelloTest {
+protected:
+    static std::string nameOf(int number) { return "player" + std::to_string(number); }
+    PlayerOptions quietPlayer(int number) const {
+        return {
+            .name = nameOf(number), .applicationID = "org.example." + nameOf(number), .signal = "silence"};
+    }
+};
+
+TEST_F(VelloWithManyPlayers, survivesTwoHundredStartsAndStops) {
+    constexpr int rounds = 20;
+    constexpr int playersOfRound = 10;
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "listened", .applicationID = "org.example.listened", .output = "output-b"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-b", Way::tapped));
+    const auto process = vello().pid();
+    std::size_t descriptors = 0;
+    std::size_t threadsBefore = 0;
+    for (int round = 0; round < rounds; ++round) {
+        for (int i = 0; i < playersOfRound; ++i)
+            play(quietPlayer(i), i % 2 == 0 ? PlayerKind::native : PlayerKind::pulseAudio);
+        for (int i = 0; i < playersOfRound; ++i)
+            ASSERT_TRUE(awaitTapped(nameOf(i))) << "round " << round << ", player " << i;
+        for (int i = 0; i < playersOfRound; ++i)
+            endPlayer(nameOf(i));
+        ASSERT_TRUE(
+            graph().waitUntil([](const GraphState& state) { return captures(state).size() == 1; }, 8s));
+        // What is taken once and kept shows after the first rounds.
+        if (round == 1) {
+            descriptors = openDescriptors(process);
+            threadsBefore = threads(process);
+        }
+    }
+    EXPECT_TRUE(vello().isRunning());
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+    // The last taps may still be on their way down.
+    const auto isBack = [&](const Recording&) {
+        return openDescriptors(process) <= descriptors && threads(process) <= threadsBefore;
+    };
+    EXPECT_TRUE(monitor("output-b").recordUntil(isBack, 1024, 5s))
+        << openDescriptors(process) << " descriptors, " << descriptors << " before";
+    EXPECT_EQ(redirects(graph().state()), 1) << "redirects of players that are gone";
+}
+
+TEST_F(VelloWithManyPlayers, missesNoCycleWithSixtyFour) {
+    constexpr int players = 64;
+    constexpr int playersAtOnce = 8;
+    openSession();
+    writeSettings(session(), {{systemSource, {.bandGains = {6, 5, 3, 1, 0, 0, 0, 0}, .volume = 0.5}}});
+    startVello();
+    for (int i = 0; i < players; ++i) {
+        auto options = quietPlayer(i);
+        options.signal = constantSignal(1.0 / 256);
+        play(options);
+        for (int started = 0; i % playersAtOnce == playersAtOnce - 1 && started <= i; ++started)
+            ASSERT_TRUE(awaitTapped(nameOf(started))) << started;
+    }
+    // The filters let a constant pass. A single player that misses a cycle takes its share from the sum.
+    constexpr float sum = players * 0.5F / 256;
+    constexpr float tolerance = 0.25F / 256;
+    ASSERT_TRUE(
+        monitor("output-a")
+            .recordUntil([&](const Recording& last) { return last.cyclesOffValue(sum, tolerance) == 0; },
+                         48000, 20s));
+    const auto start = monitor("output-a").frames();
+    monitor("output-a").record(10 * 48000);
+    const auto recording = monitor("output-a").recording(start);
+    EXPECT_EQ(recording.lostFrames(), 0U);
+    EXPECT_EQ(recording.cyclesOffValue(sum, tolerance), 0U);
+}
+
+TEST_F(VelloWithManyPlayers, tapsSixtyFourThatPlayAlreadyAndRebuildsThemTogether) {
+    constexpr int players = 64;
+    openSession();
+    for (int i = 0; i < players; ++i)
+        play(quietPlayer(i));
+    const auto areAllTapped = [&](const GraphState& state, const std::string& output) {
+        for (int i = 0; i < players; ++i)
+            if (!isTapped(state, nameOf(i)))
+                return false;
+        return captures(state).size() == players && sourcesOf(state, output) == players;
+    };
+    startVello();
+    ASSERT_TRUE(
+        graph().waitUntil([&](const GraphState& state) { return areAllTapped(state, "output-a"); }, 40s));
+    const auto before = newestSerial(graph().state());
+    graph().chooseDefaultOutput("output-b");
+    EXPECT_TRUE(graph().waitUntil(
+        [&](const GraphState& state) {
+            return capturesSince(state, before) == players && areAllTapped(state, "output-b");
+        },
+        60s));
+    // No tap was given up and made again.
+    EXPECT_EQ(capturesMade(graph()), 2 * players);
+}
+
+} // namespace
+} // namespace vello::session

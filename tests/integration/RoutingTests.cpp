@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+// On which output an application is heard: the one chosen for it, the one it uses itself, the one its user
+// moves it to.
+#include "VelloTest.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace vello::session {
+namespace {
+
+class VelloRouting : public VelloTest {
+protected:
+    VelloRouting() { openSession(); }
+
+    /// What the session manager has saved about streams.
+    std::string savedStreams() const {
+        std::ostringstream text;
+        const auto folder = session().stateHome() / "wireplumber";
+        for (const auto* name : {"restore-stream", "stream-properties"})
+            text << std::ifstream(folder / name).rdbuf();
+        return text.str();
+    }
+    /// Waits until the saved choice names that output; the session manager writes about a second late.
+    bool awaitSaved(const std::string& output) {
+        const auto deadline = std::chrono::steady_clock::now() + 5s;
+        while (savedStreams().find(output) == std::string::npos)
+            if (std::chrono::steady_clock::now() > deadline)
+                return false;
+            else
+                monitor("output-a").record(2048);
+        return true;
+    }
+};
+
+TEST_F(VelloRouting, playsEachApplicationOnTheOutputChosenForIt) {
+    writeSettings(session(), {{"org.example.one", {.volume = 0.5, .output = "output-b"}},
+                              {"org.example.two", {.volume = 0.5, .output = "output-a"}}});
+    play({.name = "one", .applicationID = "org.example.one"});
+    play({.name = "two", .applicationID = "org.example.two", .signal = "counter", .output = "output-b"},
+         PlayerKind::pulseAudio);
+    startVello();
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+}
+
+TEST_F(VelloRouting, staysOnTheOutputThatTheApplicationUses) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player", .output = "output-b"});
+    startVello();
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+}
+
+TEST_F(VelloRouting, followsAStreamThatTheUserMovesInANativeMixer) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    graph().moveStream(graph().state().nodeNamed("player")->id, "output-b");
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+    EXPECT_TRUE(awaitWay("output-a", Way::silent));
+}
+
+TEST_F(VelloRouting, followsAStreamThatTheUserMovesInAPulseAudioMixer) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player", .signal = "counter"},
+         PlayerKind::pulseAudio);
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    const auto list = session().run({"pactl", "list", "short", "sink-inputs"});
+    session().run({"pactl", "move-sink-input", list.substr(0, list.find('\t')), "output-b"});
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+    EXPECT_TRUE(awaitWay("output-a", Way::silent));
+}
+
+TEST_F(VelloRouting, givesAStreamBackToWhereTheUserMovedIt) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    graph().moveStream(graph().state().nodeNamed("player")->id, "output-b");
+    ASSERT_TRUE(awaitWay("output-b", Way::tapped));
+    stopVello();
+    EXPECT_TRUE(awaitWay("output-b", Way::direct));
+}
+
+TEST_F(VelloRouting, takesNoTargetOverFromAStreamThatHadTheSameNumber) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    startVello();
+    play({.name = "first", .applicationID = "org.example.first"});
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    const auto number = graph().state().nodeNamed("first")->id;
+    graph().moveStream(number, "output-b");
+    ASSERT_TRUE(awaitWay("output-b", Way::tapped));
+    endPlayer("first");
+    play({.name = "second", .applicationID = "org.example.second"});
+    ASSERT_TRUE(awaitTapped("second"));
+    ASSERT_EQ(graph().state().nodeNamed("second")->id, number) << "the server did not give the number anew";
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+    EXPECT_TRUE(awaitWay("output-b", Way::silent));
+}
+
+TEST_F(VelloRouting, keepsTheUsersSavedOutputChoice) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    const PlayerOptions options = {.name = "player", .applicationID = "org.example.player"};
+    play(options);
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    graph().moveStream(graph().state().nodeNamed("player")->id, "output-b");
+    ASSERT_TRUE(awaitWay("output-b", Way::direct));
+    ASSERT_TRUE(awaitSaved("output-b")) << savedStreams();
+
+    startVello();
+    ASSERT_TRUE(awaitWay("output-b", Way::tapped));
+    endPlayer("player");
+    play(options);
+    ASSERT_TRUE(awaitWay("output-b", Way::tapped)) << "a player that comes back while VELLO runs";
+    stopVello();
+    ASSERT_TRUE(awaitWay("output-b", Way::direct));
+    // The session manager saves late: give it the time that it takes after a change.
+    monitor("output-b").record(2 * 48000);
+    EXPECT_THAT(savedStreams(), testing::HasSubstr("output-b"));
+    EXPECT_THAT(savedStreams(), testing::Not(testing::HasSubstr(tapPrefix)));
+    endPlayer("player");
+    play(options);
+    EXPECT_TRUE(awaitWay("output-b", Way::direct)) << "a player that comes back without VELLO";
+}
+
+} // namespace
+} // namespace vello::session

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: Apache-2.0
+// The measuring tools themselves, proven on direct playing.
+#include "AudioGraph.h"
+#include "MonitorRecorder.h"
+#include "Passage.h"
+#include "Players.h"
+#include "PrivateAudioSession.h"
+#include "SignalCode.h"
+
+#include <cmath>
+#include <csignal>
+
+#include <gmock/gmock.h>
+
+namespace vello::session {
+namespace {
+
+using namespace std::chrono_literals;
+
+bool carriesNumbers(const Recording& recording) {
+    for (std::size_t frame = 0; frame < recording.frames(); ++frame)
+        if (!signalCode::decode(recording.sample(frame, 1)))
+            return false;
+    return true;
+}
+
+TEST(Session, showsItsOutputsAndNothingElse) {
+    PrivateAudioSession session;
+    AudioGraph graph(session.socket());
+    EXPECT_EQ(graph.state().nodesOfClass("Audio/Sink").size(), 2U);
+    EXPECT_TRUE(graph.state().nodesOfClass("Audio/Source").empty());
+    EXPECT_EQ(graph.state().defaultOutput(), "output-a");
+    EXPECT_THAT(session.run({"pactl", "list", "short", "sinks"}), testing::HasSubstr("output-b"));
+}
+
+TEST(Session, leavesNothingBehind) {
+    std::filesystem::path folder;
+    pid_t server = 0;
+    {
+        PrivateAudioSession session;
+        folder = session.folder();
+        server = session.serverProcess();
+        EXPECT_EQ(::kill(server, 0), 0);
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder));
+    EXPECT_NE(::kill(server, 0), 0);
+}
+
+class SessionQuantum : public testing::TestWithParam<int> {};
+
+TEST_P(SessionQuantum, recordsADirectPlayerWithoutALostFrame) {
+    const auto quantum = static_cast<std::size_t>(GetParam());
+    PrivateAudioSession session({.quantum = GetParam()});
+    const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
+    MonitorRecorder recorder(session.socket(), "output-a");
+    ASSERT_TRUE(recorder.recordUntil(carriesNumbers, quantum, 5s)) << player->output();
+    const auto start = recorder.frames();
+    recorder.record(48000);
+    const auto recording = recorder.recording(start);
+    ASSERT_FALSE(recording.cycles().empty());
+    for (const auto& cycle : recording.cycles())
+        EXPECT_EQ(cycle.frames, quantum);
+    EXPECT_EQ(recording.lostFrames(), 0U);
+    // The player fills its buffer one cycle ahead, always the same.
+    for (std::size_t frame = 0; frame < recording.frames(); frame += 17)
+        ASSERT_EQ(recording.delay(frame), recording.delay(0)) << frame;
+}
+
+INSTANTIATE_TEST_SUITE_P(, SessionQuantum, testing::Values(256, 1024));
+
+class SessionPlayer : public testing::TestWithParam<PlayerKind> {};
+
+TEST_P(SessionPlayer, isHeardExactlyOnItsOutput) {
+    PrivateAudioSession session;
+    const auto player =
+        startPlayer(session, GetParam(), {.name = "p", .signal = "counter", .output = "output-b"});
+    MonitorRecorder recorder(session.socket(), "output-b");
+    ASSERT_TRUE(recorder.recordUntil(carriesNumbers, 4096, 5s))
+        << player->output() << describe(AudioGraph(session.socket()).state());
+    const auto recording = recorder.recording(recorder.frames() - 4096);
+    for (std::size_t frame = 1; frame < recording.frames(); ++frame)
+        ASSERT_EQ(signalCode::decode(recording.sample(frame, 0)),
+                  *signalCode::decode(recording.sample(frame - 1, 0)) + 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(, SessionPlayer,
+                         testing::Values(PlayerKind::native, PlayerKind::pulseAudio, PlayerKind::alsa,
+                                         PlayerKind::commandLine),
+                         [](const auto& kind) { return name(kind.param); });
+
+TEST(Session, seesAStreamMovedByAMixer) {
+    PrivateAudioSession session;
+    const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
+    AudioGraph graph(session.socket());
+    ASSERT_TRUE(graph.waitUntil([](const GraphState& state) { return state.isLinked("p", "output-a"); }));
+    graph.moveStream(graph.state().nodeNamed("p")->id, "output-b");
+    EXPECT_TRUE(graph.waitUntil([](const GraphState& state) {
+        return state.isLinked("p", "output-b") && !state.isLinked("p", "output-a");
+    })) << describe(graph.state());
+}
+
+TEST(Session, makesAndDestroysAnOutput) {
+    PrivateAudioSession session;
+    AudioGraph graph(session.socket());
+    graph.createOutput("output-c", "Output C");
+    const auto player = startPlayer(session, PlayerKind::native, {.name = "p", .output = "output-c"});
+    EXPECT_TRUE(graph.waitUntil([](const GraphState& state) { return state.isLinked("p", "output-c"); }))
+        << describe(graph.state());
+    graph.destroyOutput("output-c");
+    EXPECT_TRUE(graph.waitUntil([](const GraphState& state) { return state.isLinked("p", "output-a"); }))
+        << describe(graph.state());
+}
+
+TEST(Session, followsTheChosenDefaultOutput) {
+    PrivateAudioSession session;
+    AudioGraph graph(session.socket());
+    const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
+    graph.chooseDefaultOutput("output-b");
+    EXPECT_TRUE(graph.waitUntil([](const GraphState& state) {
+        return state.defaultOutput() == "output-b" && state.isLinked("p", "output-b");
+    })) << describe(graph.state());
+}
+
+TEST(Session, changesTheRateOfTheGraph) {
+    PrivateAudioSession session({.allowedRates = {44100, 48000}});
+    AudioGraph graph(session.socket());
+    MonitorRecorder recorder(session.socket(), "output-a");
+    recorder.record(4096);
+    EXPECT_EQ(recorder.recording().sampleRate(), 48000);
+    graph.forceSampleRate(44100);
+    EXPECT_TRUE(
+        recorder.recordUntil([](const Recording& last) { return last.sampleRate() == 44100; }, 1024, 5s));
+}
+
+TEST(Session, comesBackAfterItsServersWereKilled) {
+    PrivateAudioSession session;
+    AudioGraph before(session.socket());
+    session.killServers();
+    EXPECT_TRUE(before.waitUntil([](const GraphState& state) { return !state.isConnected; }));
+    session.startServers();
+    AudioGraph after(session.socket());
+    EXPECT_EQ(after.state().defaultOutput(), "output-a");
+}
+
+TEST(Session, hearsSilenceInTheCyclesThatAPlayerMisses) {
+    PrivateAudioSession session({.quantum = 256});
+    const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
+    MonitorRecorder recorder(session.socket(), "output-a");
+    ASSERT_TRUE(recorder.recordUntil(carriesNumbers, 4096, 5s));
+    player->signal(SIGSTOP);
+    const auto isSilent = [](const Recording& last) { return endsWith(last, Way::silent, 4096); };
+    EXPECT_TRUE(recorder.recordUntil(isSilent, 4096, 5s));
+    player->signal(SIGCONT);
+    ASSERT_TRUE(recorder.recordUntil(carriesNumbers, 4096, 5s));
+    EXPECT_EQ(recorder.recording().lostFrames(), 0U);
+}
+
+TEST(Session, tellsEightConstantPlayersApartInOneSum) {
+    double sum = 0;
+    for (int i = 0; i < constantCode::applications; ++i)
+        sum += constantCode::emitted(i) * (i % 3) / 2.0;
+    for (int i = 0; i < constantCode::applications; ++i)
+        EXPECT_EQ(constantCode::digit(static_cast<float>(sum), i), i % 3) << i;
+}
+
+TEST(Session, measuresTheLevelOfASine) {
+    PrivateAudioSession session;
+    const auto player =
+        startPlayer(session, PlayerKind::native, {.name = "p", .signal = "sines=1000,4000@0.125"});
+    MonitorRecorder recorder(session.socket(), "output-a");
+    ASSERT_TRUE(recorder.recordUntil([](const Recording& last) { return last.sample(0, 0) != 0; }, 1024, 5s));
+    const auto start = recorder.frames() + 4096;
+    recorder.record(4096 + 48000);
+    const auto recording = recorder.recording(start);
+    EXPECT_NEAR(recording.amplitude(1000, 0, 24000, 0), 0.125, 1e-5);
+    EXPECT_NEAR(recording.amplitude(4000, 0, 24000, 1), 0.125, 1e-5);
+    EXPECT_LT(recording.amplitude(2000, 0, 24000, 0), 1e-6);
+}
+
+} // namespace
+} // namespace vello::session

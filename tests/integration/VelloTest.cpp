@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "VelloTest.h"
+
+#include <algorithm>
+
+namespace vello::session {
+namespace {
+
+constexpr const char* captureClass = "Stream/Input/Audio/Internal";
+
+} // namespace
+
+void VelloTest::openSession(SessionOptions options) {
+    session_ = std::make_unique<PrivateAudioSession>(std::move(options));
+    reconnect();
+}
+
+void VelloTest::reconnect() {
+    monitors_.clear();
+    graph_ = std::make_unique<AudioGraph>(session_->socket());
+}
+
+void VelloTest::TearDown() {
+    if (HasFailure() && session_ != nullptr) {
+        ADD_FAILURE() << "VELLO says:\n"
+                      << (vello_ != nullptr ? vello_->output() : "") << "\nthe servers say:\n"
+                      << session_->logs() << "\nthe graph:\n"
+                      << describe(graph_->state());
+    }
+}
+
+void VelloTest::startVello() {
+    // With as many open files as a login grants; it sees to it itself that it gets along.
+    vello_ = session_->start("vello-" + std::to_string(++velloStarts_),
+                             {"prlimit", "--nofile=1024:", VELLO_PROGRAM, "--headless"});
+}
+
+void VelloTest::stopVello() {
+    EXPECT_TRUE(vello_->terminate(5s)) << "VELLO does not end at SIGTERM";
+}
+
+ChildProcess& VelloTest::play(const PlayerOptions& options, PlayerKind kind) {
+    auto& place = players_[options.name];
+    place = startPlayer(*session_, kind, options);
+    return *place;
+}
+
+void VelloTest::endPlayer(const std::string& name) {
+    players_.erase(name);
+    EXPECT_TRUE(graph_->waitUntil([&](const GraphState& state) { return state.nodeNamed(name) == nullptr; }));
+}
+
+MonitorRecorder& VelloTest::monitor(const std::string& output) {
+    auto& place = monitors_[output];
+    if (place == nullptr)
+        place = std::make_unique<MonitorRecorder>(session_->socket(), output);
+    return *place;
+}
+
+bool VelloTest::awaitWay(const std::string& output, Way way, std::size_t frames,
+                         std::chrono::milliseconds timeout) {
+    return monitor(output).recordUntil([=](const Recording& last) { return endsWith(last, way, frames); },
+                                       frames, timeout);
+}
+
+bool VelloTest::awaitTapped(const std::string& player, std::chrono::milliseconds timeout) {
+    return graph_->waitUntil([&](const GraphState& state) { return isTapped(state, player); }, timeout);
+}
+
+bool isVellos(const GraphNode& node) {
+    return node.name().starts_with(tapPrefix);
+}
+
+std::vector<std::string> captures(const GraphState& state) {
+    std::vector<std::string> result;
+    for (const auto& [id, node] : state.nodes)
+        if (isVellos(node) && node.mediaClass() == captureClass)
+            result.push_back(node.name());
+    return result;
+}
+
+std::vector<std::string> destinations(const GraphState& state, const std::string& player) {
+    std::vector<std::string> result;
+    for (const auto& [id, link] : state.links) {
+        const auto output = state.nodes.find(link.outputNode);
+        const auto input = state.nodes.find(link.inputNode);
+        if (output != state.nodes.end() && input != state.nodes.end() && output->second.name() == player)
+            result.push_back(input->second.name());
+    }
+    std::ranges::sort(result);
+    const auto repeated = std::ranges::unique(result);
+    result.erase(repeated.begin(), repeated.end());
+    return result;
+}
+
+bool isTapped(const GraphState& state, const std::string& player) {
+    const auto places = destinations(state, player);
+    return places.size() == 1 && places.front().starts_with(tapPrefix);
+}
+
+int redirects(const GraphState& state) {
+    return static_cast<int>(std::ranges::count_if(
+        state.metadata, [](const auto& entry) { return entry.second.starts_with(tapPrefix); }));
+}
+
+int capturesMade(const AudioGraph& graph) {
+    const auto events = graph.events();
+    return static_cast<int>(std::ranges::count_if(events, [](const GraphEvent& event) {
+        return event.kind == GraphEvent::Kind::nodeAdded && event.subject.starts_with(tapPrefix) &&
+               event.value == captureClass;
+    }));
+}
+
+} // namespace vello::session

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Platform/ApplicationEvents.h"
+
+#include <utility>
+
+namespace vello {
+
+/// Fired by the test.
+class FakeApplicationEvents final : public ApplicationEvents {
+public:
+    void onDidBecomeActive(Action action) override { didBecomeActive_ = std::move(action); }
+    void onWillTerminate(Action action) override { willTerminate_ = std::move(action); }
+
+    void fireDidBecomeActive() const {
+        if (didBecomeActive_)
+            didBecomeActive_();
+    }
+    /// Only the first call runs the action, as the port promises.
+    void fireWillTerminate() {
+        if (const auto action = std::exchange(willTerminate_, nullptr))
+            action();
+    }
+
+private:
+    Action didBecomeActive_;
+    Action willTerminate_;
+};
+
+} // namespace vello

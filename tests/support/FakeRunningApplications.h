@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Platform/RunningApplications.h"
+
+#include <map>
+
+namespace vello {
+
+/// A table that the test fills in.
+class FakeRunningApplications final : public RunningApplications {
+public:
+    std::map<std::int32_t, RunningApplication> applications; ///< by process
+    std::map<std::int32_t, std::int32_t> responsible; ///< a process that is not in it answers with itself
+    std::int32_t own = 1000;
+
+    std::optional<RunningApplication> runningApplication(std::int32_t pid) override {
+        const auto found = applications.find(pid);
+        return found == applications.end() ? std::nullopt : std::optional(found->second);
+    }
+    std::int32_t responsibleProcess(std::int32_t pid) override {
+        const auto found = responsible.find(pid);
+        return found == responsible.end() ? pid : found->second;
+    }
+    std::int32_t ownProcess() const override { return own; }
+};
+
+} // namespace vello

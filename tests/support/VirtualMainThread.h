@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Platform/MainThread.h"
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace vello {
+
+/// A main thread whose clock stands still until the test moves it. The thread that calls `advance` and
+/// `runPosted` is the main thread.
+class VirtualMainThread final : public MainThread {
+public:
+    VirtualMainThread() = default;
+    /// Drops what still waits, without running it.
+    ~VirtualMainThread() override;
+    VirtualMainThread(const VirtualMainThread&) = delete;
+    VirtualMainThread& operator=(const VirtualMainThread&) = delete;
+
+    Instant now() const override;
+    void post(Action action) override;
+    [[nodiscard]] TaskHandle after(Duration delay, Action action) override;
+
+    /// Runs every posted action and every action whose time has come, also those that these add, until none
+    /// is left.
+    void runPosted();
+    /// Moves the clock forward by `duration`, stepping to the time of each action on the way; an action sees
+    /// its own time as now().
+    void advance(Duration duration);
+    /// Delayed actions that wait.
+    std::size_t pendingTaskCount() const { return scheduled_.size(); }
+
+private:
+    class Task;
+    /// Due time, then the order of the calls.
+    using Key = std::pair<Instant, std::uint64_t>;
+    using Schedule = std::map<Key, Action>;
+
+    bool runOnePosted();
+    bool runOneDue(Instant until);
+
+    std::atomic<Instant> now_{Instant{std::chrono::hours{1}}};
+    std::mutex mutex_; ///< guards posted_
+    std::deque<Action> posted_;
+    Schedule scheduled_;
+    std::uint64_t nextOrder_ = 0;
+    std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
+};
+
+} // namespace vello

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ChildProcess.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace vello::session {
+namespace {
+
+/// Null-terminated array of pointers into `texts`, as exec wants it.
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    for (auto& text : texts)
+        result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+}
+
+std::vector<std::string> assignments(const Environment& environment) {
+    std::vector<std::string> result;
+    for (const auto& [name, value] : environment)
+        result.push_back(name + "=" + value);
+    return result;
+}
+
+/// An audio server with dozens of clients needs more files than a login may grant it.
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+/// Runs in the child between fork and exec: nothing but system calls.
+void becomeProgram(int input, int output, pid_t parent, char* const* arguments, char* const* environment) {
+    ::setpgid(0, 0);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent)
+        ::_exit(127);
+    ::dup2(input, STDIN_FILENO);
+    ::dup2(output, STDOUT_FILENO);
+    ::dup2(output, STDERR_FILENO);
+    raiseDescriptorLimit();
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::execvpe(arguments[0], arguments, environment);
+    ::_exit(127);
+}
+
+[[noreturn]] void fail(const char* what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(const std::vector<std::string>& arguments, const Environment& environment,
+                           std::filesystem::path output)
+    : output_(std::move(output)) {
+    auto argumentTexts = arguments;
+    auto environmentTexts = assignments(environment);
+    const auto argumentPointers = pointers(argumentTexts);
+    const auto environmentPointers = pointers(environmentTexts);
+    const int outputDescriptor = ::open(output_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (outputDescriptor < 0)
+        fail(output_.c_str());
+    int pipeEnds[2];
+    if (::pipe2(pipeEnds, O_CLOEXEC) != 0)
+        fail("pipe");
+    const pid_t parent = ::getpid();
+    pid_ = ::fork();
+    if (pid_ == 0)
+        becomeProgram(pipeEnds[0], outputDescriptor, parent, argumentPointers.data(),
+                      environmentPointers.data());
+    ::close(pipeEnds[0]);
+    ::close(outputDescriptor);
+    standardInput_ = pipeEnds[1];
+    if (pid_ < 0)
+        fail("fork");
+    ::setpgid(pid_, pid_);
+    processDescriptor_ = static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0));
+    if (processDescriptor_ < 0)
+        fail("pidfd_open");
+}
+
+ChildProcess::~ChildProcess() {
+    kill();
+    ::close(processDescriptor_);
+    ::close(standardInput_);
+}
+
+bool ChildProcess::isRunning() {
+    return !waitForExit(std::chrono::milliseconds(0));
+}
+
+void ChildProcess::signal(int number) const {
+    if (!status_)
+        ::kill(pid_, number);
+}
+
+std::optional<int> ChildProcess::waitForExit(std::chrono::milliseconds timeout) {
+    if (status_)
+        return status_;
+    pollfd ended{processDescriptor_, POLLIN, 0};
+    int ready = 0;
+    do
+        ready = ::poll(&ended, 1, static_cast<int>(timeout.count()));
+    while (ready < 0 && errno == EINTR);
+    int status = 0;
+    if (ready > 0 && ::waitpid(pid_, &status, 0) == pid_)
+        status_ = status;
+    return status_;
+}
+
+bool ChildProcess::terminate(std::chrono::milliseconds timeout) {
+    signal(SIGTERM);
+    if (waitForExit(timeout))
+        return true;
+    kill();
+    return false;
+}
+
+void ChildProcess::kill() {
+    ::kill(-pid_, SIGKILL);
+    waitForExit(std::chrono::seconds(10));
+}
+
+void ChildProcess::writeLine(const std::string& line) const {
+    const auto text = line + "\n";
+    if (::write(standardInput_, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        fail("write to a child");
+}
+
+std::string ChildProcess::output() const {
+    std::ifstream file(output_);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+std::string runProgram(const std::vector<std::string>& arguments, const Environment& environment,
+                       const std::filesystem::path& folder, std::chrono::milliseconds timeout) {
+    const auto output = folder / ("output-" + arguments.front());
+    std::filesystem::remove(output);
+    ChildProcess program(arguments, environment, output);
+    const auto status = program.waitForExit(timeout);
+    if (!status || !WIFEXITED(*status) || WEXITSTATUS(*status) != 0)
+        throw std::runtime_error(arguments.front() + (status ? " failed: " : " takes too long: ") +
+                                 program.output());
+    return program.output();
+}
+
+Environment ownEnvironment() {
+    Environment result;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string text = *entry;
+        const auto equals = text.find('=');
+        if (equals != std::string::npos)
+            result[text.substr(0, equals)] = text.substr(equals + 1);
+    }
+    return result;
+}
+
+} // namespace vello::session

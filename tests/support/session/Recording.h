@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace vello::session {
+
+/// One cycle of the graph as the recorder saw it.
+struct RecordedCycle {
+    std::size_t firstFrame = 0; ///< number of the first frame since the recorder's start
+    std::size_t frames = 0;
+    std::uint64_t position = 0;     ///< of the driver's clock at the first frame, in frames
+    std::int64_t scheduledTime = 0; ///< when the driver began the cycle, nanoseconds of the monotonic clock
+    std::int64_t time = 0;          ///< when the recorder had it, nanoseconds of the monotonic clock
+};
+
+/// A stretch of frames of one kind.
+struct Stretch {
+    int kind = 0;
+    std::size_t firstFrame = 0; ///< counted from the recording's first frame
+    std::size_t frames = 0;
+};
+
+/// Stereo sound of an output over a number of cycles.
+class Recording {
+public:
+    /// `samples` are interleaved, two channels.
+    Recording(int sampleRate, std::vector<RecordedCycle> cycles, std::vector<float> samples);
+
+    int sampleRate() const { return sampleRate_; } ///< Hz
+    std::size_t frames() const { return samples_.size() / 2; }
+    const std::vector<RecordedCycle>& cycles() const { return cycles_; }
+    float sample(std::size_t frame, int channel) const {
+        return samples_[2 * frame + static_cast<std::size_t>(channel)];
+    }
+    /// Position of the driver's clock at a frame.
+    std::uint64_t position(std::size_t frame) const;
+    /// Frames that should have passed between cycles, by the driver's schedule, without any being recorded.
+    std::uint64_t lostFrames() const;
+    /// When the cycle of this frame was recorded, nanoseconds of the monotonic clock.
+    std::int64_t time(std::size_t frame) const;
+    /// The first frame whose cycle was recorded at or after `time`; frames() when there is none.
+    std::size_t frameAt(std::int64_t time) const;
+
+    /// Cycles in which some frame of the left channel differs from `value` by more than `tolerance`.
+    std::size_t cyclesOffValue(float value, float tolerance) const;
+    /// Splits the recording where the kind of the frames changes.
+    std::vector<Stretch> stretches(const std::function<int(float left, float right)>& kindOf) const;
+    /// Frames between what the driver's clock showed when the player wrote a sample and where the sample was
+    /// heard. None when the frame carries no number. See signalCode.
+    std::optional<std::int64_t> delay(std::size_t frame) const;
+    /// Amplitude of a sine of that frequency in one channel over frames [first, first + count), by a
+    /// Hann-windowed projection.
+    double amplitude(double frequency, std::size_t first, std::size_t count, int channel) const;
+
+private:
+    const RecordedCycle& cycleOf(std::size_t frame) const;
+
+    int sampleRate_;
+    std::vector<RecordedCycle> cycles_;
+    std::vector<float> samples_;
+};
+
+double decibels(double amplitudeRatio);
+/// The middle one; the mean of the two middle ones when their number is even.
+double median(std::vector<double> values);
+
+} // namespace vello::session

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "PrivateAudioSession.h"
+
+#include <string>
+
+namespace vello::session {
+
+/// Configuration of a PipeWire server with nothing but the virtual outputs.
+std::string serverConfiguration(const SessionOptions& options);
+/// Configuration of its PulseAudio server.
+std::string pulseServerConfiguration();
+/// A drop-in for a session manager that is configured in Lua, which keeps it away from hardware.
+std::string sessionManagerLua();
+/// The same for its configuration files of sound devices on radio.
+std::string sessionManagerBluetoothLua();
+/// The same for a session manager that is configured with profiles.
+std::string sessionManagerProfile();
+
+} // namespace vello::session

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: Apache-2.0
+// A player of known signals for tests and measurements, a native client of PipeWire.
+//
+// Standard input takes one word a line: "open" adds a stream to the running client, "close" ends the last
+// one, "pause" and "resume" stop and start them all. Ends at SIGTERM or SIGINT or at the end of standard
+// input.
+#include "Signals.h"
+
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <pipewire/pipewire.h>
+#include <spa/param/audio/format-utils.h>
+
+namespace vello::session {
+namespace {
+
+struct PlayerOptions {
+    std::string signal = "position";
+    std::string target, nodeName = "signal-player", applicationName = "Signal Player", applicationID, role;
+    int channels = 2;
+    int sampleRate = 48000; // Hz
+    int clients = 1;
+    int latency = 0; // frames; 0: what the graph has
+};
+
+class PlayerStream {
+public:
+    PlayerStream(pw_core* core, const PlayerOptions& options, Signal signal)
+        : signal_(std::move(signal)), channels_(options.channels) {
+        auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
+                                             PW_KEY_NODE_NAME, options.nodeName.c_str(), nullptr);
+        const auto set = [&](const char* key, const std::string& value) {
+            if (!value.empty())
+                pw_properties_set(properties, key, value.c_str());
+        };
+        set("target.object", options.target);
+        set(PW_KEY_MEDIA_ROLE, options.role);
+        set(PW_KEY_NODE_LATENCY, options.latency == 0 ? std::string()
+                                                      : std::to_string(options.latency) + "/" +
+                                                            std::to_string(options.sampleRate));
+        stream_ = pw_stream_new(core, options.nodeName.c_str(), properties);
+        pw_stream_add_listener(stream_, &listener_, &events, this);
+        connect(options.sampleRate);
+    }
+    ~PlayerStream() { pw_stream_destroy(stream_); }
+    PlayerStream(const PlayerStream&) = delete;
+    PlayerStream& operator=(const PlayerStream&) = delete;
+
+    void setActive(bool isActive) { pw_stream_set_active(stream_, isActive); }
+
+private:
+    void connect(int sampleRate) {
+        std::uint8_t buffer[1024];
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, buffer, sizeof buffer);
+        spa_audio_info_raw format{};
+        format.format = SPA_AUDIO_FORMAT_F32;
+        format.rate = static_cast<std::uint32_t>(sampleRate);
+        format.channels = static_cast<std::uint32_t>(channels_);
+        format.position[0] = channels_ == 1 ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
+        format.position[1] = SPA_AUDIO_CHANNEL_FR;
+        const spa_pod* parameters[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
+        constexpr auto flags = static_cast<pw_stream_flags>(
+            PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS);
+        if (pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, parameters, 1) != 0)
+            throw std::runtime_error("the stream cannot be connected");
+    }
+
+    void process() {
+        auto* buffer = pw_stream_dequeue_buffer(stream_);
+        if (buffer == nullptr)
+            return;
+        auto& data = buffer->buffer->datas[0];
+        const auto stride = static_cast<std::uint32_t>(channels_) * static_cast<std::uint32_t>(sizeof(float));
+        auto frames = data.maxsize / stride;
+        if (buffer->requested != 0)
+            frames = std::min(frames, static_cast<std::uint32_t>(buffer->requested));
+        auto* samples = static_cast<float*>(data.data);
+        const std::uint64_t position = position_ == nullptr ? 0 : position_->clock.position;
+        for (std::uint32_t frame = 0; frame < frames; ++frame)
+            for (int channel = 0; channel < channels_; ++channel)
+                *samples++ = signal_(position + frame, counter_ + frame, channel);
+        counter_ += frames;
+        data.chunk->offset = 0;
+        data.chunk->stride = static_cast<std::int32_t>(stride);
+        data.chunk->size = frames * stride;
+        pw_stream_queue_buffer(stream_, buffer);
+    }
+
+    static const pw_stream_events events;
+
+    Signal signal_;
+    int channels_;
+    pw_stream* stream_ = nullptr;
+    spa_hook listener_{};
+    const spa_io_position* position_ = nullptr;
+    std::uint64_t counter_ = 0;
+};
+
+const pw_stream_events PlayerStream::events = [] {
+    pw_stream_events table{};
+    table.version = PW_VERSION_STREAM_EVENTS;
+    table.state_changed = [](void*, pw_stream_state, pw_stream_state state, const char* error) {
+        if (state == PW_STREAM_STATE_ERROR)
+            std::fprintf(stderr, "stream failed: %s\n", error);
+    };
+    table.io_changed = [](void* data, std::uint32_t id, void* area, std::uint32_t) {
+        if (id == SPA_IO_Position)
+            static_cast<PlayerStream*>(data)->position_ = static_cast<const spa_io_position*>(area);
+    };
+    table.process = [](void* data) { static_cast<PlayerStream*>(data)->process(); };
+    return table;
+}();
+
+/// One or more clients in one process, each with its streams. With several, the number is appended to the
+/// names.
+class Player {
+public:
+    explicit Player(PlayerOptions options) : options_(std::move(options)), loop_(pw_main_loop_new(nullptr)) {
+        context_ = pw_context_new(pw_main_loop_get_loop(loop_),
+                                  pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+        for (int i = 0; i < options_.clients; ++i)
+            cores_.push_back(connect(i));
+        for (int i = 0; i < options_.clients; ++i)
+            open(i);
+        pw_loop_add_signal(pw_main_loop_get_loop(loop_), SIGTERM, quit, loop_);
+        pw_loop_add_signal(pw_main_loop_get_loop(loop_), SIGINT, quit, loop_);
+        pw_loop_add_io(pw_main_loop_get_loop(loop_), STDIN_FILENO, SPA_IO_IN | SPA_IO_HUP, false, readInput,
+                       this);
+    }
+    ~Player() {
+        streams_.clear();
+        for (auto* core : cores_)
+            pw_core_disconnect(core);
+        pw_context_destroy(context_);
+        pw_main_loop_destroy(loop_);
+    }
+    Player(const Player&) = delete;
+    Player& operator=(const Player&) = delete;
+
+    void run() { pw_main_loop_run(loop_); }
+
+private:
+    std::string numbered(const std::string& text, int client) const {
+        return options_.clients == 1 || text.empty() ? text : text + "." + std::to_string(client);
+    }
+
+    pw_core* connect(int client) {
+        auto* properties =
+            pw_properties_new(PW_KEY_APP_NAME, numbered(options_.applicationName, client).c_str(), nullptr);
+        if (!options_.applicationID.empty())
+            pw_properties_set(properties, PW_KEY_APP_ID, numbered(options_.applicationID, client).c_str());
+        auto* core = pw_context_connect(context_, properties, 0);
+        if (core == nullptr)
+            throw std::runtime_error("no PipeWire server");
+        return core;
+    }
+
+    void open(int client) {
+        auto options = options_;
+        options.nodeName = numbered(options.nodeName, client);
+        if (static_cast<int>(streams_.size()) >= options_.clients)
+            options.nodeName += "-" + std::to_string(streams_.size() + 1);
+        const auto rate = static_cast<double>(options.sampleRate);
+        streams_.push_back(std::make_unique<PlayerStream>(cores_[static_cast<std::size_t>(client)], options,
+                                                          makeSignal(options.signal, rate)));
+    }
+
+    void obey(const std::string& word) {
+        if (word == "open")
+            open(0);
+        else if (word == "close" && !streams_.empty())
+            streams_.pop_back();
+        else
+            for (const auto& stream : streams_)
+                stream->setActive(word == "resume");
+    }
+
+    static void quit(void* loop, int) { pw_main_loop_quit(static_cast<pw_main_loop*>(loop)); }
+
+    static void readInput(void* data, int descriptor, std::uint32_t) {
+        auto* self = static_cast<Player*>(data);
+        char text[256];
+        const auto size = ::read(descriptor, text, sizeof text);
+        if (size <= 0)
+            return quit(self->loop_, 0);
+        std::istringstream lines(std::string(text, static_cast<std::size_t>(size)));
+        for (std::string word; lines >> word;)
+            self->obey(word);
+    }
+
+    PlayerOptions options_;
+    pw_main_loop* loop_;
+    pw_context* context_ = nullptr;
+    std::vector<pw_core*> cores_;
+    std::vector<std::unique_ptr<PlayerStream>> streams_;
+};
+
+} // namespace
+} // namespace vello::session
+
+int main(int argumentCount, char** arguments) {
+    using namespace vello::session;
+    CLI::App application("Plays a known signal to PipeWire");
+    PlayerOptions options;
+    application.add_option("--signal", options.signal,
+                           "position, counter, constant=VALUE, silence, or sines=F1,F2,...@AMPLITUDE");
+    application.add_option("--target", options.target, "node name of the output");
+    application.add_option("--node-name", options.nodeName);
+    application.add_option("--app-name", options.applicationName);
+    application.add_option("--app-id", options.applicationID);
+    application.add_option("--role", options.role);
+    application.add_option("--channels", options.channels)->check(CLI::Range(1, 2));
+    application.add_option("--rate", options.sampleRate);
+    application.add_option("--latency", options.latency, "frames");
+    application.add_option("--clients", options.clients, "clients of this process, one stream each");
+    CLI11_PARSE(application, argumentCount, arguments);
+    pw_init(nullptr, nullptr);
+    try {
+        Player(options).run();
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+    return 0;
+}
