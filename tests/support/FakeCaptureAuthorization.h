@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Platform/CaptureAuthorization.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vello {
+
+/// Answers as the test says and records the calls.
+class FakeCaptureAuthorization final : public CaptureAuthorization {
+public:
+    static constexpr int allowed = 0;
+    static constexpr int denied = 1;
+    static constexpr int undecided = 2;
+
+    std::optional<int> answer = undecided; ///< of preflight()
+    std::vector<Completion> openRequests;  ///< in the order of the calls; the test answers them
+    std::vector<std::string> calls;        ///< "preflight", "request", "openSettings"
+
+    std::optional<int> preflight() override {
+        calls.emplace_back("preflight");
+        return answer;
+    }
+    void request(Completion completion) override {
+        calls.emplace_back("request");
+        openRequests.push_back(std::move(completion));
+    }
+    void openSettings() override { calls.emplace_back("openSettings"); }
+    void onDidChange(Action action) override { didChange_ = std::move(action); }
+
+    /// The consent changes, and the system says so.
+    void change(std::optional<int> newAnswer) {
+        answer = newAnswer;
+        if (didChange_)
+            didChange_();
+    }
+
+private:
+    Action didChange_;
+};
+
+} // namespace vello
