@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/LaunchPresentation.h"
+
+#include <utility>
+
+namespace vello {
+
+LaunchPresentation::LaunchPresentation(MainThread& mainThread, OpenFromStatusItem openFromStatusItem,
+                                       Action onGiveUp)
+    : mainThread_(mainThread), openFromStatusItem_(std::move(openFromStatusItem)),
+      onGiveUp_(std::move(onGiveUp)) {}
+
+void LaunchPresentation::start() {
+    attempt(attempts);
+}
+
+void LaunchPresentation::attempt(int remaining) {
+    if (remaining < 1)
+        return onGiveUp_();
+    if (!openFromStatusItem_())
+        next_ = mainThread_.after(interval, [this, remaining] { attempt(remaining - 1); });
+}
+
+} // namespace vello
