@@ -34,16 +34,23 @@ void AudioSampleRingBuffer::prefetch(std::size_t count) const noexcept VELLO_REA
         __builtin_prefetch(storage_.get() + ((cursor + i) & mask_), 1);
 }
 
-bool AudioSampleRingBuffer::copyLatest(float* destination, std::size_t count) const noexcept {
-    if (count < 1 || count > capacity_ || destination == nullptr)
-        return false;
+std::optional<AudioSampleRingBuffer::Samples>
+AudioSampleRingBuffer::latest(std::size_t count) const noexcept {
+    if (count < 1 || count > capacity_)
+        return std::nullopt;
     const std::size_t cursor = writeCursor_.load(std::memory_order_acquire);
     if (cursor < count)
-        return false;
+        return std::nullopt;
     const std::size_t position = (cursor - count) & mask_;
     const std::size_t untilWrap = std::min(count, capacity_ - position);
-    std::memcpy(destination, storage_.get() + position, untilWrap * sizeof(float));
-    std::memcpy(destination + untilWrap, storage_.get(), (count - untilWrap) * sizeof(float));
+    return Samples{{storage_.get() + position, untilWrap}, {storage_.get(), count - untilWrap}};
+}
+
+bool AudioSampleRingBuffer::copyLatest(float* destination, std::size_t count) const noexcept {
+    const auto samples = latest(count);
+    if (!samples || destination == nullptr)
+        return false;
+    std::ranges::copy(samples->newer, std::ranges::copy(samples->older, destination).out);
     return true;
 }
 

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <optional>
+#include <span>
 
 namespace vello {
 
@@ -16,6 +18,16 @@ namespace vello {
 /// the far end.
 class AudioSampleRingBuffer {
 public:
+    /// Samples where they lie, in order: first those of `older`, then those of `newer`, which is empty unless
+    /// the ring's end is between them.
+    struct Samples {
+        std::span<const float> older, newer;
+
+        float operator[](std::size_t index) const noexcept {
+            return index < older.size() ? older[index] : newer[index - older.size()];
+        }
+    };
+
     /// `capacity` samples, all zero; a power of two, else the process ends.
     explicit AudioSampleRingBuffer(std::size_t capacityPowerOfTwo);
 
@@ -29,6 +41,10 @@ public:
     /// write that comes without notice waits for memory. Data thread only.
     void prefetch(std::size_t count) const noexcept VELLO_REALTIME;
 
+    /// The newest `count` samples, without a copy: for a reader that passes over them once. The writer goes
+    /// on meanwhile and overwrites the oldest samples of the ring first. Nothing when the ring never held so
+    /// many or `count` is 0. Any thread, for as long as the ring lives.
+    std::optional<Samples> latest(std::size_t count) const noexcept;
     /// Copies the newest `count` samples, oldest first. False, and nothing copied, when the ring never held
     /// so many, `count` is 0 or `destination` is null. Any thread.
     bool copyLatest(float* destination, std::size_t count) const noexcept;

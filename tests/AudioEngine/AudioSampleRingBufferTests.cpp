@@ -46,6 +46,21 @@ TEST(AudioSampleRingBuffer, KeepsTheOrderAcrossTheWrap) {
     EXPECT_EQ(latest, countingFrom(3, 8));
 }
 
+TEST(AudioSampleRingBuffer, ShowsTheNewestSamplesWhereTheyLieInOrder) {
+    AudioSampleRingBuffer ring(8);
+    append(ring, countingFrom(1, 6));
+    append(ring, countingFrom(7, 4));
+    for (std::size_t count = 1; count <= 8; ++count) {
+        std::vector<float> copied(count);
+        ASSERT_TRUE(ring.copyLatest(copied.data(), count));
+        const auto shown = ring.latest(count);
+        ASSERT_TRUE(shown);
+        ASSERT_EQ(shown->older.size() + shown->newer.size(), count);
+        for (std::size_t i = 0; i < count; ++i)
+            EXPECT_EQ((*shown)[i], copied[i]);
+    }
+}
+
 TEST(AudioSampleRingBuffer, DropsABlockThatIsLargerThanItselfWhole) {
     AudioSampleRingBuffer ring(8);
     append(ring, countingFrom(1, 9));
@@ -61,6 +76,9 @@ TEST(AudioSampleRingBuffer, RefusesReadsThatCannotBeServed) {
     EXPECT_FALSE(ring.copyLatest(latest.data(), 0));
     EXPECT_FALSE(ring.copyLatest(latest.data(), 9));
     EXPECT_FALSE(ring.copyLatest(nullptr, 1));
+    EXPECT_FALSE(ring.latest(0));
+    EXPECT_FALSE(ring.latest(9));
+    EXPECT_FALSE(AudioSampleRingBuffer(8).latest(1));
 }
 
 TEST(AudioSampleRingBuffer, IgnoresAnEmptyWrite) {
