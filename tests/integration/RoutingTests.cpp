@@ -31,6 +31,26 @@ protected:
                 monitor("output-a").record(2048);
         return true;
     }
+    /// What a PulseAudio mixer does when the user moves the only stream; true when the graph has heard of it.
+    ///
+    /// This mixer hangs up as soon as it has its answer. Then the servers may find the hang-up and the
+    /// request together, and drop the request unread: with no VELLO near, 16 of 385 moves came to nothing. A
+    /// user would move the stream again.
+    bool moveInPulseAudioMixer(const std::string& player, const std::string& output) {
+        const auto list = session().run({"pactl", "list", "short", "sink-inputs"});
+        const auto before = graph().state();
+        const auto stream = before.nodeNamed(player)->id;
+        const auto target = std::to_string(before.nodeNamed(output)->id);
+        const auto isHeardOf = [&](const GraphState& state) {
+            return state.metadataValue(stream, "target.node") == target;
+        };
+        for (int attempt = 0; attempt < 5; ++attempt) {
+            session().run({"pactl", "move-sink-input", list.substr(0, list.find('\t')), output});
+            if (graph().waitUntil(isHeardOf, 1s))
+                return true;
+        }
+        return false;
+    }
 };
 
 TEST_F(VelloRouting, playsEachApplicationOnTheOutputChosenForIt) {
@@ -67,8 +87,7 @@ TEST_F(VelloRouting, followsAStreamThatTheUserMovesInAPulseAudioMixer) {
          PlayerKind::pulseAudio);
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
-    const auto list = session().run({"pactl", "list", "short", "sink-inputs"});
-    session().run({"pactl", "move-sink-input", list.substr(0, list.find('\t')), "output-b"});
+    ASSERT_TRUE(moveInPulseAudioMixer("player", "output-b"));
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
     EXPECT_TRUE(awaitWay("output-a", Way::silent));
 }
