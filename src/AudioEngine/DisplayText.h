@@ -16,5 +16,8 @@ bool hasVisibleText(std::string_view text);
 /// The name, or the beginning of it with "…" behind when it is longer than kLongestName. Characters stay
 /// whole.
 std::string boundedName(std::string_view name);
+/// The text without the Unicode white space at both ends, line ends included. Bytes that are no UTF-8 are no
+/// white space and stay as they are.
+std::string_view trimmedWhiteSpace(std::string_view text);
 
 } // namespace vello

@@ -30,7 +30,7 @@ struct EQSettings {
     /// Linear gain after the equalizer; 1 leaves the sound unchanged.
     double volume = 1.0;
     /// Device that this source plays to; absent: the system's default output.
-    std::optional<std::string> outputDeviceUID;
+    std::optional<std::string> outputDeviceUID = {};
 
     /// Every gain is exactly 0 dB; so for no gains at all.
     bool isFlat() const;

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/AudioCapturePermission.h"
+#include "AudioEngine/AudioProcessMonitor.h"
+#include "AudioEngine/CoreAudioPropertyObserver.h"
+#include "AudioEngine/Published.h"
+#include "AudioEngine/SourceMeters.h"
+#include "AudioEngine/TapCoordinator.h"
+#include "AudioEngine/TapTeardownQueue.h"
+#include "Models/AppAudioSource.h"
+#include "Models/AudioOutputRoute.h"
+#include "Models/EQPreset.h"
+#include "Models/EQSettings.h"
+#include "Persistence/PresetCloudStore.h"
+#include "Persistence/SettingsStore.h"
+#include "Platform/ApplicationEvents.h"
+#include "Platform/AudioHardware.h"
+#include "Platform/CaptureAuthorization.h"
+#include "Platform/KeyValueStore.h"
+#include "Platform/MainThread.h"
+#include "Platform/RunningApplications.h"
+#include "Platform/SystemLog.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vello {
+
+/// What the controller is made on: one adapter for each port. All of them outlive it.
+struct AudioControllerPorts {
+    AudioHardware& audioHardware;
+    MainThread& mainThread;
+    RunningApplications& runningApplications;
+    ApplicationEvents& applicationEvents;
+    CaptureAuthorization& captureAuthorization;
+    KeyValueStore& keyValueStore;
+    SystemLog& systemLog;
+};
+
+/// The application's one observable model: the sources with their settings, levels and tempo, the user's
+/// presets, the outputs, the master switch. The panel and the command line work on nothing else. Main thread
+/// only; an observer may call any member.
+class AudioController {
+public:
+    using Levels = SourceMeters::Levels;
+    using TempoEstimates = SourceMeters::TempoEstimates;
+
+    /// Loads what is stored and begins to equalize whatever plays, as far as the user allows it. When the
+    /// application ends it takes everything down and saves. `applicationSupportFolder` is the user's folder
+    /// for the data of all applications.
+    AudioController(const AudioControllerPorts& ports, const std::filesystem::path& applicationSupportFolder);
+    ~AudioController();
+    AudioController(const AudioController&) = delete;
+    AudioController& operator=(const AudioController&) = delete;
+
+    /// The system-wide source first, then one for each application that plays.
+    const Published<std::vector<AppAudioSource>>& sources() const { return sources_; }
+    /// 0 to 1, of the sources that are heard; a source without an entry is silent.
+    const Published<Levels>& levels() const { return meters_.levels(); }
+    /// Of the active source.
+    const Published<SpectrumAnalyzer::Levels>& spectrum() const { return meters_.spectrum(); }
+    const Published<TempoEstimates>& tempoEstimates() const { return meters_.tempoEstimates(); }
+    /// What the user can choose as an output, the default one first.
+    const Published<std::vector<AudioOutputRoute>>& outputRoutes() const { return outputRoutes_; }
+    /// Of every source ever configured, also of absent ones.
+    const Published<SettingsBySourceID>& settingsBySourceID() const { return settingsBySourceID_; }
+    /// In the order of menus.
+    const Published<std::vector<UserEQPreset>>& userPresets() const { return userPresets_; }
+    /// The source that the user has open.
+    const Published<std::optional<std::string>>& activeSourceID() const { return activeSourceID_; }
+    /// The master switch; on at first.
+    const Published<bool>& isProcessingEnabled() const { return isProcessingEnabled_; }
+    AudioCapturePermission& capturePermission() { return capturePermission_; }
+
+    void setProcessingEnabled(bool isEnabled);
+    /// The stored settings, or neutral ones.
+    EQSettings settings(std::string_view sourceID) const;
+    std::optional<float> level(std::string_view sourceID) const;
+    std::optional<TempoEstimate> tempo(std::string_view sourceID) const;
+    /// Puts `settings` in force and has them saved. The caller has checked the values: eight gains, all
+    /// numbers finite.
+    void updateSettings(EQSettings settings, std::string sourceID);
+    /// Saves a curve under `name` without the white space around it, in place of any other of that name, as
+    /// the last of the list. A blank name, or another number of gains than bands, does nothing. The caller
+    /// has checked that the name is UTF-8 and the gains are finite.
+    void saveUserPreset(std::string_view name, std::span<const double> gains);
+    void setActiveSource(std::optional<std::string> sourceID);
+    /// For the user, in the user's language; without a UID the output is chosen automatically.
+    std::string outputRouteName(const std::optional<std::string>& uid) const;
+
+    /// Levels, spectrum and tempo are read every 33 ms between these two. Whoever is not the only one that
+    /// looks joins a MeterAudience instead.
+    void startMeterUpdates();
+    void stopMeterUpdates();
+    /// Brings the taps in line with the permission's status. The controller watches the status itself; more
+    /// calls are harmless.
+    void permissionStatusChanged();
+
+    /// The taps that there are, by source id: for whoever shows their state.
+    const TapCoordinator::Taps& taps() const { return tapCoordinator_.taps(); }
+
+private:
+    void loadStored();
+    void observeOtherMachines();
+    void observeOutputRoutes();
+    void observeProcesses();
+    void willTerminate();
+    void invalidateRouteObservers();
+
+    void syncCoordinatorEnabled();
+    void applyProcessGroups(const AudioProcessMonitor::Groups& groups);
+    void readOutputRoutesAgain();
+    void scheduleMeterTick();
+    StoredSettings persistable() const;
+
+    AudioHardware& audioHardware_;
+    MainThread& mainThread_;
+    ApplicationEvents& applicationEvents_;
+    SystemLog& systemLog_;
+
+    Published<std::vector<AppAudioSource>> sources_;
+    Published<std::vector<AudioOutputRoute>> outputRoutes_;
+    Published<SettingsBySourceID> settingsBySourceID_;
+    Published<std::vector<UserEQPreset>> userPresets_;
+    Published<std::optional<std::string>> activeSourceID_;
+    Published<bool> isProcessingEnabled_{true};
+    AudioCapturePermission capturePermission_;
+
+    AudioProcessMonitor processMonitor_;
+    SettingsStore settingsStore_;
+    PresetCloudStore presetCloudStore_;
+    SourceMeters meters_;
+    TapTeardownQueue teardownQueue_; ///< outlives the coordinator
+    TapCoordinator tapCoordinator_;
+    TaskHandle meterUpdateTask_;
+    std::unique_ptr<CoreAudioPropertyObserver> outputDevicesObserver_;
+    std::unique_ptr<CoreAudioPropertyObserver> defaultOutputObserver_;
+    Observation permissionObservation_;
+    bool isTerminating_ = false;
+};
+
+} // namespace vello
