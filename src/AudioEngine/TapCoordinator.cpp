@@ -30,7 +30,7 @@ void dropObserver(std::unique_ptr<CoreAudioPropertyObserver>& observer) {
 TapCoordinator::TapCoordinator(AudioHardware& hardware, MainThread& mainThread, SystemLog& log,
                                TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider)
     : services_{hardware, mainThread, log, teardownQueue}, settingsProvider_(std::move(settingsProvider)),
-      logger_(log, kBundleIdentifier, "TapCoordinator") {}
+      logger_(log, kBundleIdentifier, "TapCoordinator"), watchdog_(*this, mainThread, log) {}
 
 TapCoordinator::~TapCoordinator() {
     dropObserver(defaultDeviceObserver_);
@@ -43,11 +43,13 @@ void TapCoordinator::start() {
     sweepOrphanedAggregates();
     installDeviceObservers();
     installSampleRateObserver();
+    watchdog_.start();
 }
 
 void TapCoordinator::teardownAll() {
     // What the monitor or a device still reports on the way out must not bring a tap back.
     isEnabled_ = false;
+    watchdog_.stop();
     rebuildDebounceTask_.reset();
     sourceRebuildTasks_.clear();
     sourceRebuildCooldownUntil_.clear();
@@ -155,6 +157,7 @@ void TapCoordinator::destroy(const std::string& sourceID) {
     if (const auto tap = taps_.extract(sourceID))
         tap.mapped()->invalidate();
     tapGroupSnapshots_.erase(sourceID);
+    watchdog_.forgetMisses(sourceID);
 }
 
 void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target target,

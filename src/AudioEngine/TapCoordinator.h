@@ -5,6 +5,7 @@
 #include "AudioEngine/CoreAudioPropertyObserver.h"
 #include "AudioEngine/ProcessTap.h"
 #include "AudioEngine/TapServices.h"
+#include "AudioEngine/TapWatchdog.h"
 #include "Models/EQSettings.h"
 
 #include <functional>
@@ -42,7 +43,7 @@ public:
     TapCoordinator& operator=(const TapCoordinator&) = delete;
 
     /// Once, before the first tap: guards against crashes, clears away what an earlier run left, listens to
-    /// the devices.
+    /// the devices, begins to watch the taps.
     void start();
     /// Turns the master switch off, takes every tap down and waits until the audio system has no trace of
     /// them.
@@ -95,6 +96,7 @@ private:
     Taps taps_;
     SettingsProvider settingsProvider_;
     Logger logger_;
+    TapWatchdog watchdog_;
     std::map<std::string, AudioProcessGroup> groupsByID_;
     std::optional<std::string> focusedSourceID_;
     std::map<std::string, AudioProcessGroup> tapGroupSnapshots_; ///< the group that each tap was made from

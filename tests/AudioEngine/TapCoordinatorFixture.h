@@ -18,6 +18,7 @@ namespace vello {
 inline constexpr const char* kFullRebuild = "Full tap rebuild: ";
 inline constexpr const char* kSourceRebuild = "Rebuilding tap for ";
 inline constexpr const char* kActivationFailed = "Tap activation failed for ";
+inline constexpr std::size_t kTasksWhenIdle = 1; ///< the watchdog's
 
 struct Coordinator : testing::Test {
     Coordinator() { hardware.setDefaultOutputDevice(speakers); }
