@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Persistence/AtomicFile.h"
 
+#include "support/KilledProcess.h"
 #include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vello {
@@ -143,30 +142,6 @@ TEST_F(AtomicFileTest, AFullDiskKeepsTheOldContentAndLeavesNothingBehind) {
     }
     EXPECT_EQ(readTestFile(file_), "old");
     EXPECT_THAT(namesIn(folder_.path()), UnorderedElementsAre("settings.json"));
-}
-
-/// Runs `write` in a process of its own and kills that process as soon as it has made `stops` steps into and
-/// out of the kernel. True: it was killed before it was done.
-bool isKilledAfter(int stops, const std::function<void()>& write) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        ::raise(SIGSTOP);
-        write();
-        ::_exit(0);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    for (int stop = 0; stop < stops; ++stop) {
-        ::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
-        ::waitpid(child, &status, 0);
-        if (WIFEXITED(status))
-            return false;
-    }
-    ::kill(child, SIGKILL);
-    ::waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status));
-    return true;
 }
 
 TEST_F(AtomicFileTest, AKillAtAnyMomentLeavesTheOldContentOrTheNew) {

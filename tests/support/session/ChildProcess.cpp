@@ -12,7 +12,9 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -64,6 +66,17 @@ void becomeProgram(int input, int output, pid_t parent, char* const* arguments, 
 
 [[noreturn]] void fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
+}
+
+bool accepts(const std::filesystem::path& socketFile) {
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketFile.string().copy(address.sun_path, sizeof address.sun_path - 1);
+    const bool connected =
+        ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(descriptor);
+    return connected;
 }
 
 } // namespace
@@ -162,6 +175,14 @@ std::string runProgram(const std::vector<std::string>& arguments, const Environm
         throw std::runtime_error(arguments.front() + (status ? " failed: " : " takes too long: ") +
                                  program.output());
     return program.output();
+}
+
+void awaitListener(const std::filesystem::path& socketFile, ChildProcess& server,
+                   std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!accepts(socketFile))
+        if (server.waitForExit(std::chrono::milliseconds(2)) || std::chrono::steady_clock::now() > deadline)
+            throw std::runtime_error("no server at " + socketFile.string() + ":\n" + server.output());
 }
 
 Environment ownEnvironment() {

@@ -55,6 +55,11 @@ std::string runProgram(const std::vector<std::string>& arguments, const Environm
                        const std::filesystem::path& folder,
                        std::chrono::milliseconds timeout = std::chrono::seconds(10));
 
+/// Tries until `server` listens on the socket. Throws std::runtime_error with its output when it has ended or
+/// the time is over.
+void awaitListener(const std::filesystem::path& socketFile, ChildProcess& server,
+                   std::chrono::milliseconds timeout = std::chrono::seconds(10));
+
 /// The environment of this process.
 Environment ownEnvironment();
 

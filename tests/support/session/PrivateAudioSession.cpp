@@ -9,9 +9,6 @@
 #include <stdexcept>
 #include <system_error>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace vello::session {
@@ -35,25 +32,6 @@ void writeFile(const files::path& file, const std::string& text) {
     stream << text;
     if (!stream.flush())
         throw std::runtime_error("cannot write " + file.string());
-}
-
-bool accepts(const files::path& socketFile) {
-    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    socketFile.string().copy(address.sun_path, sizeof address.sun_path - 1);
-    const bool connected =
-        ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    ::close(descriptor);
-    return connected;
-}
-
-/// Tries until somebody listens on the socket, the server has ended or the time is over.
-void awaitListener(const files::path& socketFile, ChildProcess& server) {
-    const auto deadline = std::chrono::steady_clock::now() + startLimit;
-    while (!accepts(socketFile))
-        if (server.waitForExit(2ms) || std::chrono::steady_clock::now() > deadline)
-            throw std::runtime_error("no server at " + socketFile.string() + ":\n" + server.output());
 }
 
 /// What a session program needs of the user's environment and nothing else: neither desktop nor sound server
