@@ -4,8 +4,10 @@
 #include "Models/Precondition.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstdint>
+#include <cstddef>
+#include <numeric>
 #include <span>
 #include <vector>
 
@@ -21,6 +23,7 @@ constexpr double kLeastOnsetEnergy = 1e-8;
 constexpr std::size_t kFewestHops = 64;
 constexpr std::size_t kShortestLag = 31; // hops; 194 beats a minute
 constexpr std::size_t kLongestLag = 100; // hops; 60 beats a minute
+constexpr std::size_t kLagsAtOnce = 8;   // in the lanes of vectors
 constexpr double kLeastCorrelation = 0.16;
 constexpr double kLeastProminence = 0.05;
 
@@ -31,11 +34,19 @@ std::size_t frameCount(double frames) {
     return static_cast<std::size_t>(frames);
 }
 
+/// In several sums at once: one alone would wait for itself longer than for the memory.
 double sumOfSquares(std::span<const float> samples) {
-    double sum = 0;
-    for (const float sample : samples)
-        sum += static_cast<double>(sample) * static_cast<double>(sample);
-    return sum;
+    constexpr std::size_t lanes = 8;
+    std::array<double, lanes> sums{};
+    std::size_t i = 0;
+    for (; i + lanes <= samples.size(); i += lanes)
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const auto sample = static_cast<double>(samples[i + lane]);
+            sums[lane] += sample * sample;
+        }
+    for (; i < samples.size(); ++i)
+        sums[0] += static_cast<double>(samples[i]) * static_cast<double>(samples[i]);
+    return std::accumulate(sums.begin(), sums.end(), 0.0);
 }
 
 /// Part of some samples, across the end of the ring if need be.
@@ -67,70 +78,103 @@ double sum(std::span<const float> values) {
     return total;
 }
 
-/// How much each hop is louder than the one before.
-std::vector<double> onsetsOf(std::span<const float> envelope) {
-    std::vector<double> onsets(envelope.size());
-    for (std::size_t i = 1; i < envelope.size(); ++i) {
-        const double rise = static_cast<double>(envelope[i]) - static_cast<double>(envelope[i - 1]);
-        onsets[i] = rise > 0 ? rise : 0;
-    }
-    return onsets;
-}
-
-/// How alike the onsets are to themselves `lag` hops later, 0 to 1; nothing when one side has none.
-std::optional<double> correlation(std::span<const double> onsets, std::size_t lag) {
-    double product = 0;
-    double earlier = 0;
-    double later = 0;
-    for (std::size_t j = lag; j < onsets.size(); ++j) {
-        product += onsets[j - lag] * onsets[j];
-        earlier += onsets[j - lag] * onsets[j - lag];
-        later += onsets[j] * onsets[j];
-    }
-    const double norm = std::sqrt(earlier * later);
-    return norm > 0 ? std::optional(product / norm) : std::nullopt;
-}
-
-struct Peak {
-    std::size_t lag = 0; // hops; 0: none
-    double correlation = 0;
-    double prominence = 0; // over the mean of all lags
-};
-
-Peak strongestCorrelation(std::span<const double> onsets) {
-    const std::size_t longest = onsets.size() < 2 * kLongestLag ? onsets.size() / 2 : kLongestLag;
-    Peak peak;
-    double total = 0;
-    std::size_t count = 0;
-    for (std::size_t lag = kShortestLag; lag <= longest; ++lag) {
-        const auto value = correlation(onsets, lag);
-        if (!value)
-            continue;
-        total += *value;
-        ++count;
-        if (*value > peak.correlation) {
-            peak.correlation = *value;
-            peak.lag = lag;
+/// How much each hop is louder than the one before, and the squares of that. Silence follows the last hop, so
+/// that several lags may read beyond it.
+struct Onsets {
+    explicit Onsets(std::span<const float> envelope)
+        : hops(envelope.size()), values(hops + kLagsAtOnce), squares(values.size()) {
+        for (std::size_t i = 1; i < hops; ++i) {
+            const double rise = static_cast<double>(envelope[i]) - static_cast<double>(envelope[i - 1]);
+            values[i] = rise > 0 ? rise : 0;
+            squares[i] = values[i] * values[i];
         }
     }
-    if (count > 0)
-        peak.prominence = peak.correlation - total / static_cast<double>(count);
+
+    std::size_t hops;
+    std::vector<double> values;
+    std::vector<double> squares;
+};
+
+/// How alike the onsets are to themselves `lag` hops later: product / norm, 0 to 1.
+struct Correlation {
+    double product = 0;
+    double norm = 0; // 0: one side has no onset
+};
+
+/// The correlations of lags `firstLag`, `firstLag` + 1 ... `energies` holds the sums of the squares of the
+/// first 0, 1, ... hops. Every sum runs from the oldest hop to the newest: equal beats then give equal sums
+/// at every lag that fits them, and the first of those lags is found.
+std::array<Correlation, kLagsAtOnce> correlations(const Onsets& onsets, std::span<const double> energies,
+                                                  std::size_t firstLag) {
+    std::array<double, kLagsAtOnce> products{};
+    std::array<double, kLagsAtOnce> later{};
+    const double* laterOnsets = onsets.values.data() + firstLag;
+    const double* laterSquares = onsets.squares.data() + firstLag;
+    for (std::size_t i = 0; i + firstLag < onsets.hops; ++i)
+        for (std::size_t lane = 0; lane < kLagsAtOnce; ++lane) {
+            products[lane] += onsets.values[i] * laterOnsets[i + lane];
+            later[lane] += laterSquares[i + lane];
+        }
+    std::array<Correlation, kLagsAtOnce> result;
+    for (std::size_t lane = 0; lane < kLagsAtOnce && firstLag + lane < onsets.hops; ++lane) {
+        const double earlier = energies[onsets.hops - firstLag - lane];
+        result[lane] = {products[lane], std::sqrt(earlier * later[lane])};
+    }
+    return result;
+}
+
+/// The strongest of some correlations, the first of equals.
+class Peak {
+public:
+    void consider(std::size_t lag, const Correlation& candidate) {
+        if (!(candidate.norm > 0))
+            return;
+        const double value = candidate.product / candidate.norm;
+        total_ += value;
+        ++count_;
+        if (value > value_) {
+            value_ = value;
+            lag_ = lag;
+        }
+    }
+
+    /// In hops; 0: there was no correlation above zero.
+    std::size_t lag() const { return lag_; }
+    double value() const { return value_; }
+    /// How far it stands out above the mean of all.
+    double prominence() const { return count_ > 0 ? value_ - total_ / count_ : 0; }
+
+private:
+    std::size_t lag_ = 0;
+    double value_ = 0;
+    double total_ = 0;
+    int count_ = 0;
+};
+
+Peak strongestCorrelation(const Onsets& onsets, std::span<const double> energies) {
+    const std::size_t longest = onsets.hops < 2 * kLongestLag ? onsets.hops / 2 : kLongestLag;
+    Peak peak;
+    for (std::size_t first = kShortestLag; first <= longest; first += kLagsAtOnce) {
+        const auto several = correlations(onsets, energies, first);
+        for (std::size_t lag = first; lag <= longest && lag < first + kLagsAtOnce; ++lag)
+            peak.consider(lag, several[lag - first]);
+    }
     return peak;
 }
 
-std::optional<TempoEstimate> tempoOf(std::span<const double> onsets) {
-    double energy = 0;
-    for (const double onset : onsets)
-        energy += onset * onset;
-    if (energy <= kLeastOnsetEnergy)
+std::optional<TempoEstimate> tempoOf(const Onsets& onsets) {
+    std::vector<double> energies(onsets.hops + 1);
+    std::partial_sum(onsets.squares.begin(),
+                     onsets.squares.begin() + static_cast<std::ptrdiff_t>(onsets.hops), energies.begin() + 1);
+    if (energies.back() <= kLeastOnsetEnergy)
         return std::nullopt;
-    const Peak peak = strongestCorrelation(onsets);
-    if (peak.lag < 1 || peak.correlation < kLeastCorrelation || peak.prominence < kLeastProminence)
+    const Peak peak = strongestCorrelation(onsets, energies);
+    if (peak.lag() < 1 || peak.value() < kLeastCorrelation || peak.prominence() < kLeastProminence)
         return std::nullopt;
-    const double beatsPerMinute = 60.0 * kHopsPerSecond / static_cast<double>(peak.lag);
+    const double beatsPerMinute = 60.0 * kHopsPerSecond / static_cast<double>(peak.lag());
     return TempoEstimate{
         .beatsPerMinute = static_cast<int>(std::round(beatsPerMinute)),
-        .confidence = std::clamp(0.65 * peak.correlation + 1.35 * peak.prominence, 0.0, 1.0),
+        .confidence = std::clamp(0.65 * peak.value() + 1.35 * peak.prominence(), 0.0, 1.0),
     };
 }
 
@@ -155,7 +199,7 @@ std::optional<TempoEstimate> TempoAnalyzer::estimate(const AudioSampleRingBuffer
     const auto envelope = envelopeOf(*samples, hops, hop * channels);
     if (sum(envelope) / static_cast<double>(hops) < kQuietestMeanLevel)
         return std::nullopt;
-    return tempoOf(onsetsOf(envelope));
+    return tempoOf(Onsets(envelope));
 }
 
 } // namespace vello
