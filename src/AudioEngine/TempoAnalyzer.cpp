@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <numeric>
 #include <span>
 #include <vector>
@@ -58,33 +60,32 @@ AudioSampleRingBuffer::Samples part(const AudioSampleRingBuffer::Samples& sample
             samples.newer.subspan(std::max(first, older) - older, count - inOlder)};
 }
 
-/// The effective value of each hop. As 32-bit floats: hops of equal energy then are equal, in whatever order
-/// it was added up, and so are the correlations of a regular beat.
-std::vector<float> envelopeOf(const AudioSampleRingBuffer::Samples& samples, std::size_t hops,
-                              std::size_t samplesPerHop) {
-    std::vector<float> envelope(hops);
-    for (std::size_t i = 0; i < hops; ++i) {
-        const auto hop = part(samples, i * samplesPerHop, samplesPerHop);
-        const double energy = sumOfSquares(hop.older) + sumOfSquares(hop.newer);
-        envelope[i] = static_cast<float>(std::sqrt(energy / static_cast<double>(samplesPerHop)));
-    }
-    return envelope;
+/// Rounded to 40 of 53 binary digits. Hops of equal energy differ in the others by the order in which they
+/// were added up, and nothing else is that close.
+double withoutLastDigits(double energy) {
+    constexpr std::uint64_t half = std::uint64_t{1} << 12;
+    return std::bit_cast<double>((std::bit_cast<std::uint64_t>(energy) + half) & ~(2 * half - 1));
 }
 
-double sum(std::span<const float> values) {
-    double total = 0;
-    for (const float value : values)
-        total += static_cast<double>(value);
-    return total;
+/// The effective value of each hop; equal for hops of equal energy, so that a regular beat stays regular.
+std::vector<double> envelopeOf(const AudioSampleRingBuffer::Samples& samples, std::size_t hops,
+                               std::size_t samplesPerHop) {
+    std::vector<double> envelope(hops);
+    for (std::size_t i = 0; i < hops; ++i) {
+        const auto hop = part(samples, i * samplesPerHop, samplesPerHop);
+        const double energy = withoutLastDigits(sumOfSquares(hop.older) + sumOfSquares(hop.newer));
+        envelope[i] = std::sqrt(energy / static_cast<double>(samplesPerHop));
+    }
+    return envelope;
 }
 
 /// How much each hop is louder than the one before, and the squares of that. Silence follows the last hop, so
 /// that several lags may read beyond it.
 struct Onsets {
-    explicit Onsets(std::span<const float> envelope)
+    explicit Onsets(std::span<const double> envelope)
         : hops(envelope.size()), values(hops + kLagsAtOnce), squares(values.size()) {
         for (std::size_t i = 1; i < hops; ++i) {
-            const double rise = static_cast<double>(envelope[i]) - static_cast<double>(envelope[i - 1]);
+            const double rise = envelope[i] - envelope[i - 1];
             values[i] = rise > 0 ? rise : 0;
             squares[i] = values[i] * values[i];
         }
@@ -197,7 +198,8 @@ std::optional<TempoEstimate> TempoAnalyzer::estimate(const AudioSampleRingBuffer
     if (hops < kFewestHops)
         return std::nullopt;
     const auto envelope = envelopeOf(*samples, hops, hop * channels);
-    if (sum(envelope) / static_cast<double>(hops) < kQuietestMeanLevel)
+    const double total = std::accumulate(envelope.begin(), envelope.end(), 0.0);
+    if (total / static_cast<double>(hops) < kQuietestMeanLevel)
         return std::nullopt;
     return tempoOf(Onsets(envelope));
 }
