@@ -71,6 +71,8 @@ int main(int argumentCount, char** arguments) {
             return vello::runHeadless(argumentCount, arguments);
         case vello::Command::render:
             return vello::runRender(parsed.render, std::cerr);
+        case vello::Command::analyze:
+            return vello::runAnalyze(parsed.analyze, std::cout, std::cerr);
         case vello::Command::panel:
             return vello::failure("this version has no panel yet; run vello --headless");
         case vello::Command::none:

@@ -119,14 +119,21 @@ RenderOptions renderOptions(const RenderArguments& arguments) {
     return options;
 }
 
+CLI::App* addAnalyze(CLI::App& application, std::string& input) {
+    CLI::App* analyze = application.add_subcommand(
+        "analyze", "Print the spectrum and the tempo at the end of a sound file as JSON");
+    analyze->add_option("IN", input, "Sound file of 1 or 2 channels")->type_name("")->required();
+    return analyze;
+}
+
 ParsedCommand finish(CLI::App& application, const CLI::ParseError& reason, std::ostream& out,
                      std::ostream& error) {
     if (reason.get_exit_code() == 0) {
         application.exit(reason, out, error);
-        return {.command = Command::none, .render = {}, .exitCode = kExitDone};
+        return {.command = Command::none, .exitCode = kExitDone};
     }
     error << "vello: " << oneLine(reason.what()) << "; try vello --help\n";
-    return {.command = Command::none, .render = {}, .exitCode = kExitWrongUsage};
+    return {.command = Command::none, .exitCode = kExitWrongUsage};
 }
 
 } // namespace
@@ -140,6 +147,9 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
     RenderArguments arguments;
     CLI::App* render = addRender(application, arguments);
     render->excludes(headless);
+    std::string analyzed;
+    CLI::App* analyze = addAnalyze(application, analyzed);
+    analyze->excludes(headless);
     application.require_subcommand(0, 1);
     try {
         application.parse(argc, argv);
@@ -147,8 +157,10 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
         return finish(application, reason, out, error);
     }
     if (render->parsed())
-        return {.command = Command::render, .render = renderOptions(arguments), .exitCode = kExitDone};
-    return {.command = isHeadless ? Command::headless : Command::panel, .render = {}, .exitCode = kExitDone};
+        return {.command = Command::render, .render = renderOptions(arguments)};
+    if (analyze->parsed())
+        return {.command = Command::analyze, .analyze = {analyzed}};
+    return {.command = isHeadless ? Command::headless : Command::panel};
 }
 
 } // namespace vello

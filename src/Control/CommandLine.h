@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Control/Analyze.h"
 #include "Control/Render.h"
 
 #include <iosfwd>
@@ -16,12 +17,14 @@ enum class Command {
     panel,    ///< no command: the tray application
     headless, ///< the engine without a screen
     render,
+    analyze,
     none, ///< help or version was printed, or the usage was wrong: leave with `exitCode`
 };
 
 struct ParsedCommand {
     Command command = Command::none;
-    RenderOptions render; ///< of Command::render
+    RenderOptions render = {};   ///< of Command::render
+    AnalyzeOptions analyze = {}; ///< of Command::analyze
     int exitCode = kExitDone;
 };
 

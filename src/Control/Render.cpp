@@ -4,14 +4,13 @@
 #include "AudioEngine/EQDSP.h"
 #include "AudioEngine/TapRealtimeContext.h"
 #include "Control/CommandLine.h"
+#include "Control/FileFailure.h"
 #include "Control/SoundFile.h"
 #include "Control/Terminal.h"
 #include "Persistence/ReplacingFile.h"
 
 #include <algorithm>
 #include <ostream>
-#include <stdexcept>
-#include <string>
 #include <system_error>
 #include <vector>
 
@@ -51,57 +50,31 @@ private:
     std::vector<float> rendered_;
 };
 
-/// A failure with the name of the file that it is about.
-[[noreturn]] void failAt(const char* action, const std::filesystem::path& path, const std::string& reason) {
-    throw std::runtime_error(std::string("cannot ") + action + " '" + path.string() + "': " + reason);
-}
-
-/// Runs `action`; what it throws becomes a failure at `path`.
-template <typename Action>
-decltype(auto) at(const char* verb, const std::filesystem::path& path, Action action) {
-    try {
-        return action();
-    } catch (const std::system_error& problem) {
-        failAt(verb, path, problem.code().message());
-    } catch (const std::runtime_error& problem) {
-        failAt(verb, path, problem.what());
-    }
-}
-
-SoundFile openInput(const std::filesystem::path& path) {
-    return at("read", path, [&] {
-        SoundFile file = SoundFile::read(path);
-        if (file.format().channels > 2)
-            throw std::runtime_error("it has " + std::to_string(file.format().channels) +
-                                     " channels; mix it down to 1 or 2");
-        return file;
-    });
-}
-
 void copyThrough(const RenderOptions& options, SoundFile& input, SoundFile& output) {
     OfflineTap tap(options, input.format());
     auto remaining = static_cast<std::uint64_t>(input.format().frames);
     while (remaining > 0) {
         const auto frames =
             static_cast<std::size_t>(std::min<std::uint64_t>(remaining, options.bufferFrames));
-        at("read", options.input, [&] { input.readFrames(tap.captured(), frames); });
+        onFile("read", options.input, [&] { input.readFrames(tap.captured(), frames); });
         const float* rendered = tap.render(frames);
-        at("write", options.output, [&] { output.writeFrames(rendered, frames); });
+        onFile("write", options.output, [&] { output.writeFrames(rendered, frames); });
         remaining -= frames;
     }
 }
 
 void render(const RenderOptions& options) {
-    SoundFile input = openInput(options.input);
+    SoundFile input = onFile("read", options.input, [&] { return SoundFile::read(options.input); });
     std::error_code ignored;
     if (std::filesystem::equivalent(options.input, options.output, ignored))
         failAt("write", options.output, "it is the input; choose another name");
-    ReplacingFile file = at("write", options.output,
-                            [&] { return ReplacingFile(options.output, ReplacingFile::Permissions::usual); });
+    ReplacingFile file = onFile("write", options.output, [&] {
+        return ReplacingFile(options.output, ReplacingFile::Permissions::usual);
+    });
     SoundFile output =
-        at("write", options.output, [&] { return SoundFile::write(file.descriptor(), input.format()); });
+        onFile("write", options.output, [&] { return SoundFile::write(file.descriptor(), input.format()); });
     copyThrough(options, input, output);
-    at("write", options.output, [&] {
+    onFile("write", options.output, [&] {
         output.finish();
         file.commit();
     });

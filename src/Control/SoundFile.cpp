@@ -54,6 +54,8 @@ SoundFile SoundFile::read(const std::filesystem::path& path) {
     SoundFile sound(file, {.sampleRate = info.samplerate, .channels = info.channels, .frames = info.frames});
     if (promisedSize(path) > std::filesystem::file_size(path))
         fail("it is cut short: its header promises more than there is");
+    if (info.channels > mostChannels)
+        fail("it has " + std::to_string(info.channels) + " channels; mix it down to 1 or 2");
     return sound;
 }
 

@@ -16,10 +16,12 @@ struct SoundFormat {
     std::int64_t frames = 0;
 };
 
-/// A sound file as interleaved 32-bit floats, full scale at 1. Errors are std::runtime_error whose text fits
-/// one line.
+/// A sound file of 1 or 2 channels as interleaved 32-bit floats, full scale at 1. Errors are
+/// std::runtime_error whose text fits one line.
 class SoundFile {
 public:
+    static constexpr int mostChannels = 2;
+
     /// Opens for reading. A file that ends before what it promises is an error.
     static SoundFile read(const std::filesystem::path& path);
     /// Begins a WAV file of 32-bit floats in an open, empty file, which stays the caller's.

@@ -62,13 +62,26 @@ TEST(CommandLine, PrintsTheVersion) {
 TEST(CommandLine, PrintsHelpThatNamesEveryCommandAndOption) {
     const Parsed general = parse({"--help"});
     EXPECT_EQ(general.exitCode, 0);
-    for (const char* word : {"--headless", "--version", "render"})
+    for (const char* word : {"--headless", "--version", "render", "analyze"})
         EXPECT_THAT(general.out, HasSubstr(word));
     const Parsed render = parse({"render", "--help"});
     EXPECT_EQ(render.exitCode, 0);
     for (const char* word : {"--preset", "--gains", "--volume", "--initial-volume", "--bypass", "--buffer",
                              "IN", "OUT", "bassBoost"})
         EXPECT_THAT(render.out, HasSubstr(word));
+}
+
+TEST(CommandLine, AnalyzesOneFile) {
+    const Parsed parsed = parse({"analyze", "in.wav"});
+    ASSERT_EQ(parsed.command, Command::analyze);
+    EXPECT_EQ(parsed.analyze.input, "in.wav");
+    const Parsed help = parse({"analyze", "--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.out, HasSubstr("IN"));
+    expectWrongUsage({"analyze"});
+    expectWrongUsage({"analyze", "one.wav", "two.wav"});
+    expectWrongUsage({"analyze", "--preset", "vocal", "in.wav"});
+    expectWrongUsage({"--headless", "analyze", "in.wav"});
 }
 
 TEST(CommandLine, RendersWithNeutralSettingsByDefault) {

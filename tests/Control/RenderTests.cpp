@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/CommandLine.h"
 #include "Control/Render.h"
+#include "ProgramRun.h"
 #include "SignalSupport.h"
+#include "SoundFiles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sndfile.h>
 
 #include <algorithm>
 #include <csignal>
@@ -17,22 +18,15 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vello {
 namespace {
 
 namespace fs = std::filesystem;
+using test::Sound;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-struct Sound {
-    int sampleRate = 48000;
-    int channels = 2;
-    std::vector<float> samples;
-    int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-};
 
 class Render : public testing::Test {
 protected:
@@ -44,17 +38,7 @@ protected:
 
     fs::path path(const char* name) const { return folder_ / name; }
 
-    void write(const fs::path& file, const Sound& sound) {
-        SF_INFO info{};
-        info.samplerate = sound.sampleRate;
-        info.channels = sound.channels;
-        info.format = sound.format;
-        SNDFILE* handle = sf_open(file.c_str(), SFM_WRITE, &info);
-        ASSERT_NE(handle, nullptr);
-        const auto count = static_cast<sf_count_t>(sound.samples.size());
-        EXPECT_EQ(sf_write_float(handle, sound.samples.data(), count), count);
-        sf_close(handle);
-    }
+    void write(const fs::path& file, const Sound& sound) { test::writeSound(file, sound); }
 
     Sound read(const fs::path& file) {
         SF_INFO info{};
@@ -111,18 +95,7 @@ std::string bytesOf(const fs::path& file) {
 
 /// Runs the program itself; returns its exit code.
 int runProgram(const std::vector<std::string>& arguments) {
-    const pid_t child = fork();
-    if (child == 0) {
-        std::vector<char*> pointers{const_cast<char*>(VELLO_EXECUTABLE)};
-        for (const std::string& argument : arguments)
-            pointers.push_back(const_cast<char*>(argument.c_str()));
-        pointers.push_back(nullptr);
-        execv(pointers[0], pointers.data());
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return test::runProgram(VELLO_EXECUTABLE, arguments).exitCode;
 }
 
 std::string joined(const std::vector<double>& gains) {

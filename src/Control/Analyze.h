@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <iosfwd>
+
+namespace vello {
+
+struct AnalyzeOptions {
+    std::filesystem::path input;
+};
+
+/// Writes the spectrum and the tempo at the end of a sound file of 1 or 2 channels as one JSON object on
+/// `out`, as they would show if an application had played it unequalized. Returns the exit code of the
+/// program; a failure is one line on `error`. Blocks for as long as it takes.
+int runAnalyze(const AnalyzeOptions& options, std::ostream& out, std::ostream& error);
+
+} // namespace vello
