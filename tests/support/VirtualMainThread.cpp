@@ -65,6 +65,7 @@ bool VirtualMainThread::runOnePosted() {
         action = std::move(posted_.front());
         posted_.pop_front();
     }
+    ++runTaskCount_;
     action();
     return true;
 }
@@ -74,6 +75,7 @@ bool VirtualMainThread::runOneDue(Instant until) {
         return false;
     const auto node = scheduled_.extract(scheduled_.begin());
     now_ = std::max(now(), node.key().first);
+    ++runTaskCount_;
     node.mapped()();
     return true;
 }

@@ -35,6 +35,8 @@ public:
     void advance(Duration duration);
     /// Delayed actions that wait.
     std::size_t pendingTaskCount() const { return scheduled_.size(); }
+    /// Actions that have run so far, posted and delayed.
+    std::size_t runTaskCount() const { return runTaskCount_; }
 
 private:
     class Task;
@@ -50,6 +52,7 @@ private:
     std::deque<Action> posted_;
     Schedule scheduled_;
     std::uint64_t nextOrder_ = 0;
+    std::size_t runTaskCount_ = 0;
     std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
 };
 
