@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AppDelegate.h"
+#include "AskForConsent.h"
 #include "Control/CommandLine.h"
 #include "Platform/Linux/DescriptorLimit.h"
 #include "Platform/Linux/DesktopRunningApplications.h"
 #include "Platform/Linux/JournalSystemLog.h"
+#include "Platform/Linux/LinuxConsentStore.h"
 #include "Platform/Linux/PipeWireAudioHardware.h"
 #include "Platform/Linux/PipeWireRedirectGuard.h"
 #include "Platform/Linux/SingleInstance.h"
@@ -59,6 +61,11 @@ int runHeadless(int argumentCount, char** arguments) {
     return runEventLoop(argumentCount, arguments);
 }
 
+int runPermissionCommand(PermissionAction action) {
+    LinuxConsentStore store(ConsentPlaces::fromEnvironment(processEnvironment()));
+    return runPermission(action, store, askForConsent, std::cout, std::cerr);
+}
+
 } // namespace
 } // namespace vello
 
@@ -73,6 +80,8 @@ int main(int argumentCount, char** arguments) {
             return vello::runRender(parsed.render, std::cerr);
         case vello::Command::analyze:
             return vello::runAnalyze(parsed.analyze, std::cout, std::cerr);
+        case vello::Command::permission:
+            return vello::runPermissionCommand(parsed.permission);
         case vello::Command::panel:
             return vello::failure("this version has no panel yet; run vello --headless");
         case vello::Command::none:

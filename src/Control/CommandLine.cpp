@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <map>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -68,6 +69,10 @@ std::string checkVolume(const std::string& text) {
     return value && *value >= 0 && *value <= kLargestVolume ? "" : "a number between 0 and 16 is wanted";
 }
 
+std::string checkFolder(const std::string& text) {
+    return text.empty() ? "the name of a folder is wanted" : "";
+}
+
 /// The options of `render` as they are written.
 struct RenderArguments {
     std::string preset, gains, volume, initialVolume, input, output;
@@ -102,6 +107,23 @@ CLI::App* addRender(CLI::App& application, RenderArguments& arguments) {
         ->type_name("")
         ->required();
     return render;
+}
+
+/// The words that `permission` takes; without one it shows what holds.
+const std::map<std::string, PermissionAction> kPermissionActions{{"allow", PermissionAction::allow},
+                                                                 {"ask", PermissionAction::ask},
+                                                                 {"deny", PermissionAction::deny},
+                                                                 {"show", PermissionAction::show}};
+
+CLI::App* addPermission(CLI::App& application, std::string& action) {
+    CLI::App* permission =
+        application.add_subcommand("permission", "Allow or deny the capture of what applications play");
+    permission
+        ->add_option("ACTION", action,
+                     "allow, deny, show what holds (the default), or ask for an answer here")
+        ->type_name("")
+        ->check(CLI::IsMember(kPermissionActions));
+    return permission;
 }
 
 RenderOptions renderOptions(const RenderArguments& arguments) {
@@ -144,12 +166,20 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
     bool isHeadless = false;
     CLI::Option* headless = application.add_flag("--headless", isHeadless,
                                                  "Run the engine without a screen until SIGTERM or SIGINT");
+    std::string syncFolder;
+    CLI::Option* sync = application
+                            .add_option("--sync-folder", syncFolder,
+                                        "Folder that shares presets with the user's other machines")
+                            ->type_name("FOLDER")
+                            ->check(CLI::Validator(checkFolder, "", "folder"));
     RenderArguments arguments;
     CLI::App* render = addRender(application, arguments);
-    render->excludes(headless);
     std::string analyzed;
     CLI::App* analyze = addAnalyze(application, analyzed);
-    analyze->excludes(headless);
+    std::string permissionAction = "show";
+    CLI::App* permission = addPermission(application, permissionAction);
+    for (CLI::App* command : {render, analyze, permission})
+        command->excludes(headless)->excludes(sync);
     application.require_subcommand(0, 1);
     try {
         application.parse(argc, argv);
@@ -160,7 +190,9 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
         return {.command = Command::render, .render = renderOptions(arguments)};
     if (analyze->parsed())
         return {.command = Command::analyze, .analyze = {analyzed}};
-    return {.command = isHeadless ? Command::headless : Command::panel};
+    if (permission->parsed())
+        return {.command = Command::permission, .permission = kPermissionActions.at(permissionAction)};
+    return {.command = isHeadless ? Command::headless : Command::panel, .syncFolder = syncFolder};
 }
 
 } // namespace vello

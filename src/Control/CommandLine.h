@@ -2,9 +2,11 @@
 #pragma once
 
 #include "Control/Analyze.h"
+#include "Control/Permission.h"
 #include "Control/Render.h"
 
 #include <iosfwd>
+#include <string>
 
 namespace vello {
 
@@ -18,13 +20,16 @@ enum class Command {
     headless, ///< the engine without a screen
     render,
     analyze,
+    permission,
     none, ///< help or version was printed, or the usage was wrong: leave with `exitCode`
 };
 
 struct ParsedCommand {
     Command command = Command::none;
-    RenderOptions render = {};   ///< of Command::render
-    AnalyzeOptions analyze = {}; ///< of Command::analyze
+    RenderOptions render = {};                            ///< of Command::render
+    AnalyzeOptions analyze = {};                          ///< of Command::analyze
+    PermissionAction permission = PermissionAction::show; ///< of Command::permission
+    std::string syncFolder = {}; ///< of Command::panel and Command::headless; empty: not chosen
     int exitCode = kExitDone;
 };
 

@@ -52,6 +52,31 @@ TEST(CommandLine, KnowsHeadless) {
     EXPECT_EQ(parse({"--headless"}).command, Command::headless);
 }
 
+TEST(CommandLine, KnowsTheFolderThatIsShared) {
+    EXPECT_EQ(parse({"--headless", "--sync-folder", "/cloud"}).syncFolder, "/cloud");
+    EXPECT_EQ(parse({"--headless"}).syncFolder, "");
+    expectWrongUsage({"--headless", "--sync-folder"});
+    expectWrongUsage({"--headless", "--sync-folder", ""});
+    expectWrongUsage({"--sync-folder", "/cloud", "permission"});
+}
+
+TEST(CommandLine, KnowsWhatToDoAboutThePermission) {
+    const auto action = [](const std::vector<const char*>& arguments) {
+        const Parsed parsed = parse(arguments);
+        EXPECT_EQ(parsed.command, Command::permission);
+        return parsed.permission;
+    };
+    EXPECT_EQ(action({"permission"}), PermissionAction::show);
+    EXPECT_EQ(action({"permission", "show"}), PermissionAction::show);
+    EXPECT_EQ(action({"permission", "allow"}), PermissionAction::allow);
+    EXPECT_EQ(action({"permission", "deny"}), PermissionAction::deny);
+    EXPECT_EQ(action({"permission", "ask"}), PermissionAction::ask);
+    expectWrongUsage({"permission", "ALLOW"});
+    expectWrongUsage({"permission", ""});
+    expectWrongUsage({"permission", "allow", "deny"});
+    expectWrongUsage({"--headless", "permission"});
+}
+
 TEST(CommandLine, PrintsTheVersion) {
     const Parsed parsed = parse({"--version"});
     EXPECT_EQ(parsed.command, Command::none);

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Models/Product.h"
+#include "UI/ConsentAnswerCodes.h"
+#include "UI/ConsentQuestion.h"
+
+#include <QApplication>
+
+#include <csignal>
+#include <sys/prctl.h>
+
+/// Shows the question to the user and ends with the answer. A program of its own, so that nothing else has to
+/// load what draws windows.
+int main(int argumentCount, char** arguments) {
+    // An answer that nobody waits for any more would go unheard.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    const QApplication application(argumentCount, arguments);
+    QGuiApplication::setApplicationDisplayName(vello::kApplicationName);
+    QGuiApplication::setDesktopFileName(vello::kBundleIdentifier);
+    vello::ConsentQuestion question;
+    question.exec();
+    switch (question.answer()) {
+    case vello::Consent::allowed:
+        return vello::kExitConsentAllowed;
+    case vello::Consent::denied:
+        return vello::kExitConsentDenied;
+    case vello::Consent::undecided:
+        break;
+    }
+    return 1;
+}
