@@ -104,6 +104,7 @@ public:
 
     /// The taps that there are, by source id: for whoever shows their state.
     const TapCoordinator::Taps& taps() const { return tapCoordinator_.taps(); }
+    const Published<TapCoordinator::TapStates>& tapStates() const { return tapCoordinator_.tapStates(); }
 
 private:
     void loadStored();

@@ -107,6 +107,13 @@ EQSettings TapCoordinator::effectiveSettings(const std::string& sourceID) const 
     return EQSettings::effective(own, system, isSystem);
 }
 
+void TapCoordinator::publishTapStates() {
+    TapStates states;
+    for (const auto& [sourceID, tap] : taps_)
+        states[sourceID] = {tap->realtimeContext() != nullptr, tap->resolvedOutputDeviceUID()};
+    tapStates_.set(std::move(states));
+}
+
 std::vector<TapCoordinator::WatchdogEntry> TapCoordinator::watchdogEntries() const {
     std::vector<WatchdogEntry> entries;
     for (const auto& [sourceID, tap] : taps_)
@@ -158,6 +165,7 @@ void TapCoordinator::destroy(const std::string& sourceID) {
         tap.mapped()->invalidate();
     tapGroupSnapshots_.erase(sourceID);
     watchdog_.forgetMisses(sourceID);
+    publishTapStates();
 }
 
 void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target target,
@@ -169,6 +177,7 @@ void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target targ
         [this, sourceID] { scheduleSourceRebuild(sourceID, "app moved its output device"); });
     taps_.insert_or_assign(sourceID, tap);
     startActivation(sourceID, tap);
+    publishTapStates();
 }
 
 /// The coordinator invalidates every tap before it goes, and a tap reports no failure once it is invalidated
@@ -182,6 +191,8 @@ void TapCoordinator::startActivation(const std::string& sourceID, const std::sha
             activating->activate([this, sourceID, weakTap](const std::optional<CoreAudioError>& error) {
                 if (error)
                     activationFailed(sourceID, weakTap.lock(), *error);
+                else if (const auto activated = weakTap.lock(); activated && !activated->isInvalidated())
+                    publishTapStates();
             });
         });
 }
@@ -195,6 +206,7 @@ void TapCoordinator::activationFailed(const std::string& sourceID, const std::sh
         return;
     taps_.erase(current);
     tapGroupSnapshots_.erase(sourceID);
+    publishTapStates();
 }
 
 // Rebuilds

@@ -4,6 +4,7 @@
 #include "AudioEngine/AudioProcessGroup.h"
 #include "AudioEngine/CoreAudioPropertyObserver.h"
 #include "AudioEngine/ProcessTap.h"
+#include "AudioEngine/Published.h"
 #include "AudioEngine/TapServices.h"
 #include "AudioEngine/TapWatchdog.h"
 #include "Models/EQSettings.h"
@@ -27,6 +28,15 @@ public:
     /// The stored settings of a source; asked for kSystemSourceID too.
     using SettingsProvider = std::function<EQSettings(const std::string& sourceID)>;
     using Taps = std::map<std::string, std::shared_ptr<ProcessTap>>;
+
+    /// How far a tap has come.
+    struct TapState {
+        bool isRunning = false;
+        std::optional<std::string> outputDeviceUID = {}; ///< the device in use
+
+        friend bool operator==(const TapState&, const TapState&) = default;
+    };
+    using TapStates = std::map<std::string, TapState>;
 
     struct WatchdogEntry {
         std::string sourceID;
@@ -66,10 +76,13 @@ public:
     void destroy(const std::string& sourceID);
 
     const Taps& taps() const { return taps_; }
+    /// Of every tap, by source id, as of its last step.
+    const Published<TapStates>& tapStates() const { return tapStates_; }
     std::vector<WatchdogEntry> watchdogEntries() const;
 
 private:
     EQSettings effectiveSettings(const std::string& sourceID) const;
+    void publishTapStates();
     void destroyAll();
     void destroyUndesired();
     void reconcileGroup(const AudioProcessGroup& group);
@@ -94,6 +107,7 @@ private:
     TapServices services_;
     bool isEnabled_ = false;
     Taps taps_;
+    Published<TapStates> tapStates_;
     SettingsProvider settingsProvider_;
     Logger logger_;
     TapWatchdog watchdog_;
