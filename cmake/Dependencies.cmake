@@ -12,7 +12,7 @@ if(NOT VELLO_LOWER_ROOMS_ONLY)
     pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
     pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
     find_package(CLI11 REQUIRED)
-    find_package(Qt6 REQUIRED COMPONENTS Core Widgets)
+    find_package(Qt6 REQUIRED COMPONENTS Core DBus Widgets)
 endif()
 
 if(BUILD_TESTING)

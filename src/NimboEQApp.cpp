@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AppDelegate.h"
 #include "AskForConsent.h"
+#include "Control/Client.h"
 #include "Control/CommandLine.h"
 #include "Platform/Linux/DescriptorLimit.h"
 #include "Platform/Linux/DesktopRunningApplications.h"
@@ -20,6 +21,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <unistd.h>
 
 namespace vello {
 namespace {
@@ -66,6 +68,11 @@ int runPermissionCommand(PermissionAction action) {
     return runPermission(action, store, askForConsent, std::cout, std::cerr);
 }
 
+int askRunningInstance(const ClientRequest& request, int argumentCount, char** arguments) {
+    const QCoreApplication application(argumentCount, arguments);
+    return runClient(request, {std::cout, std::cerr, ::isatty(STDOUT_FILENO) == 1});
+}
+
 } // namespace
 } // namespace vello
 
@@ -82,6 +89,8 @@ int main(int argumentCount, char** arguments) {
             return vello::runAnalyze(parsed.analyze, std::cout, std::cerr);
         case vello::Command::permission:
             return vello::runPermissionCommand(parsed.permission);
+        case vello::Command::client:
+            return vello::askRunningInstance(parsed.client, argumentCount, arguments);
         case vello::Command::panel:
             return vello::failure("this version has no panel yet; run vello --headless");
         case vello::Command::none:

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/CommandLine.h"
 
+#include "Control/Numbers.h"
 #include "Control/Terminal.h"
+#include "Control/Version.h"
 #include "Models/EQPreset.h"
 #include "Models/Product.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <map>
 #include <ostream>
@@ -19,32 +20,14 @@ namespace vello {
 
 namespace {
 
-constexpr double kLargestGain = 24.0;   // dB, either way
-constexpr double kLargestVolume = 16.0; // linear
+constexpr double kLargestRenderGain = 24.0;   // dB, either way
+constexpr double kLargestRenderVolume = 16.0; // linear
 
-/// A finite decimal number, whole text, whatever the user's language.
-std::optional<double> number(std::string_view text) {
-    if (text.starts_with('+') && !text.starts_with("+-"))
-        text.remove_prefix(1);
-    double value = 0;
-    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (problem != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
-        return std::nullopt;
-    return value;
-}
-
-/// The gains of "g0,...,g7".
-std::optional<std::vector<double>> gains(std::string_view text) {
-    std::vector<double> values;
-    for (std::size_t begin = 0; begin <= text.size();) {
-        const std::size_t end = std::min(text.find(',', begin), text.size());
-        const auto value = number(text.substr(begin, end - begin));
-        if (!value || std::abs(*value) > kLargestGain)
-            return std::nullopt;
-        values.push_back(*value);
-        begin = end + 1;
-    }
-    return values.size() == EQSettings::bandCount ? std::optional(values) : std::nullopt;
+/// The gains of "g0,...,g7" within what a file may be run through.
+std::optional<std::vector<double>> renderGains(std::string_view text) {
+    const auto values = parseGains(text);
+    const auto isFit = [](double gain) { return std::abs(gain) <= kLargestRenderGain; };
+    return values && std::ranges::all_of(*values, isFit) ? values : std::nullopt;
 }
 
 std::string presetIDs() {
@@ -61,12 +44,13 @@ std::string checkPreset(const std::string& text) {
 }
 
 std::string checkGains(const std::string& text) {
-    return gains(text) ? "" : "eight numbers between -24 and 24 are wanted, with commas between them";
+    return renderGains(text) ? "" : "eight numbers between -24 and 24 are wanted, with commas between them";
 }
 
 std::string checkVolume(const std::string& text) {
-    const auto value = number(text);
-    return value && *value >= 0 && *value <= kLargestVolume ? "" : "a number between 0 and 16 is wanted";
+    const auto value = parseNumber(text);
+    return value && *value >= 0 && *value <= kLargestRenderVolume ? ""
+                                                                  : "a number between 0 and 16 is wanted";
 }
 
 std::string checkFolder(const std::string& text) {
@@ -134,10 +118,10 @@ RenderOptions renderOptions(const RenderArguments& arguments) {
     options.settings.isBypassed = arguments.isBypassed;
     if (const auto preset = EQPreset::fromRawValue(arguments.preset))
         options.settings.bandGains.assign(preset->bandGains().begin(), preset->bandGains().end());
-    if (const auto chosen = gains(arguments.gains))
+    if (const auto chosen = renderGains(arguments.gains))
         options.settings.bandGains = *chosen;
-    options.settings.volume = number(arguments.volume).value_or(options.settings.volume);
-    options.initialVolume = number(arguments.initialVolume);
+    options.settings.volume = parseNumber(arguments.volume).value_or(options.settings.volume);
+    options.initialVolume = parseNumber(arguments.initialVolume);
     return options;
 }
 
@@ -152,17 +136,17 @@ ParsedCommand finish(CLI::App& application, const CLI::ParseError& reason, std::
                      std::ostream& error) {
     if (reason.get_exit_code() == 0) {
         application.exit(reason, out, error);
-        return {.command = Command::none, .exitCode = kExitDone};
+        return {.exitCode = kExitDone};
     }
     error << "vello: " << oneLine(reason.what()) << "; try vello --help\n";
-    return {.command = Command::none, .exitCode = kExitWrongUsage};
+    return {.exitCode = kExitWrongUsage};
 }
 
 } // namespace
 
 ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& error) {
     CLI::App application("Equalizes the sound of each application separately.", "vello");
-    application.set_version_flag("--version", std::string(kApplicationName) + " " + VELLO_VERSION);
+    application.set_version_flag("--version", std::string(kApplicationName) + " " + kVersion);
     bool isHeadless = false;
     CLI::Option* headless = application.add_flag("--headless", isHeadless,
                                                  "Run the engine without a screen until SIGTERM or SIGINT");
@@ -178,11 +162,14 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
     CLI::App* analyze = addAnalyze(application, analyzed);
     std::string permissionAction = "show";
     CLI::App* permission = addPermission(application, permissionAction);
-    for (CLI::App* command : {render, analyze, permission})
+    const ClientArguments client(application);
+    for (CLI::App* command : application.get_subcommands({}))
         command->excludes(headless)->excludes(sync);
     application.require_subcommand(0, 1);
     try {
         application.parse(argc, argv);
+        if (const auto request = client.request())
+            return {.command = Command::client, .client = *request};
     } catch (const CLI::ParseError& reason) {
         return finish(application, reason, out, error);
     }

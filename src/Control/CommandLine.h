@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Control/Analyze.h"
+#include "Control/ClientArguments.h"
 #include "Control/Permission.h"
 #include "Control/Render.h"
 
@@ -21,7 +22,8 @@ enum class Command {
     render,
     analyze,
     permission,
-    none, ///< help or version was printed, or the usage was wrong: leave with `exitCode`
+    client, ///< a request to the running instance
+    none,   ///< help or version was printed, or the usage was wrong: leave with `exitCode`
 };
 
 struct ParsedCommand {
@@ -29,6 +31,7 @@ struct ParsedCommand {
     RenderOptions render = {};                            ///< of Command::render
     AnalyzeOptions analyze = {};                          ///< of Command::analyze
     PermissionAction permission = PermissionAction::show; ///< of Command::permission
+    ClientRequest client = {};                            ///< of Command::client
     std::string syncFolder = {}; ///< of Command::panel and Command::headless; empty: not chosen
     int exitCode = kExitDone;
 };

@@ -144,7 +144,6 @@ TEST(CommandLine, TakesFileNamesThatLookLikeOptionsAfterADoubleDash) {
 
 TEST(CommandLine, RefusesWrongUsageInOneLine) {
     expectWrongUsage({"paint"});
-    expectWrongUsage({"status"}); // there is no such command in this version
     expectWrongUsage({"--loud"});
     expectWrongUsage({"--headless", "render", "in", "out"});
     expectWrongUsage({"render"});

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Names of the running instance on the session bus. packaging/dbus describes the interface.
+namespace vello::dbus {
+
+inline constexpr char kService[] = "com.quorvin.Vello";
+inline constexpr char kPath[] = "/com/quorvin/Vello";
+inline constexpr char kInterface[] = "com.quorvin.Vello1";
+inline constexpr char kErrorPrefix[] = "com.quorvin.Vello1.Error.";
+inline constexpr char kPropertiesInterface[] = "org.freedesktop.DBus.Properties";
+
+} // namespace vello::dbus

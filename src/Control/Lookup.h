@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Control/RunningState.h"
+
+#include <string>
+
+/// What a user means by a word. Each throws std::runtime_error with one line, fit for a terminal, that says
+/// why a word means nothing or more than one thing.
+namespace vello {
+
+/// `word` is an id, a name that only one source has, or "system" for the system-wide source.
+const SourceState& findSource(const RunningState& state, const std::string& word);
+/// Its id; `word` itself where no source is found: it may be the id of one that does not play now.
+std::string findSourceID(const RunningState& state, const std::string& word);
+/// The id of a preset by its id or its name for the user. Ids come first, built-in presets before the user's.
+std::string findPresetID(const RunningState& state, const std::string& word);
+/// The UID of an output by its UID or a name that only one output has; empty for "auto".
+std::string findOutputUID(const RunningState& state, const std::string& word);
+
+} // namespace vello

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Control/RunningInstance.h"
+
+#include "Control/BusPresence.h"
+#include "Control/DBusNames.h"
+#include "Control/StateMaps.h"
+#include "Control/TerminalText.h"
+
+#include <stdexcept>
+
+#include <QDBusMessage>
+#include <QDBusReply>
+
+namespace vello {
+namespace {
+
+constexpr int kPatience = 5000; // milliseconds
+constexpr char kNotRunning[] = "VELLO is not running; start it with: vello --headless";
+
+QDBusConnection connection() {
+    const auto address = sessionBusAddress();
+    if (!address)
+        throw std::runtime_error(
+            "there is no session bus, over which a running VELLO could be reached; run this "
+            "inside the user's session");
+    auto bus = QDBusConnection::connectToBus(*address, "vello-client");
+    if (!bus.isConnected())
+        throw std::runtime_error("the session bus does not answer; run this inside the user's session");
+    return bus;
+}
+
+std::string sentence(const QDBusMessage& reply) {
+    const QString name = reply.errorName();
+    if (name == "org.freedesktop.DBus.Error.ServiceUnknown" ||
+        name == "org.freedesktop.DBus.Error.NameHasNoOwner")
+        return kNotRunning;
+    if (name == "org.freedesktop.DBus.Error.NoReply")
+        return "VELLO does not answer; look into its log, or end it and start it again";
+    if (name.startsWith(dbus::kErrorPrefix))
+        return terminalText(reply.errorMessage().toStdString());
+    return "VELLO refuses: " + terminalText(reply.errorMessage().toStdString());
+}
+
+QDBusMessage answer(const QDBusConnection& bus, QDBusMessage question, const QVariantList& arguments) {
+    question.setAutoStartService(false);
+    question.setArguments(arguments);
+    const QDBusMessage reply = bus.call(question, QDBus::Block, kPatience);
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        throw std::runtime_error(sentence(reply));
+    return reply;
+}
+
+} // namespace
+
+RunningInstance::RunningInstance() : bus_(connection()) {
+    registerBusTypes();
+}
+
+RunningInstance::~RunningInstance() {
+    QDBusConnection::disconnectFromBus(bus_.name());
+}
+
+RunningState RunningInstance::state() const {
+    const QDBusReply<QVariantMap> properties = answer(
+        bus_,
+        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kPropertiesInterface, "GetAll"),
+        {QString::fromLatin1(dbus::kInterface)});
+    return decodeState(properties.value());
+}
+
+void RunningInstance::call(const char* method, const QVariantList& arguments) const {
+    answer(bus_,
+           QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface,
+                                          QString::fromLatin1(method)),
+           arguments);
+}
+
+} // namespace vello

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Control/RunningState.h"
+
+#include <QDBusConnection>
+#include <QVariant>
+
+namespace vello {
+
+/// The other end of the bus: the instance that runs. Every failure is a std::runtime_error with one line, fit
+/// for a terminal, that says why and what to do.
+class RunningInstance {
+public:
+    /// Throws where there is no session bus. Whether an instance runs shows at the first call.
+    RunningInstance();
+    ~RunningInstance();
+    RunningInstance(const RunningInstance&) = delete;
+    RunningInstance& operator=(const RunningInstance&) = delete;
+
+    /// Everything but the meters. Blocks for the answer.
+    RunningState state() const;
+    /// Calls a method of the interface that returns nothing. Blocks for the answer.
+    void call(const char* method, const QVariantList& arguments) const;
+    QDBusConnection& bus() { return bus_; }
+
+private:
+    QDBusConnection bus_;
+};
+
+} // namespace vello
