@@ -52,7 +52,8 @@ float levelOfPower(double power) {
 
 } // namespace
 
-/// In double precision: a quiet band beside loud ones is not drowned in the transform's own noise.
+/// In double precision: the transform's own noise at full scale would reach a level near 0 in single
+/// precision.
 struct SpectrumAnalyzer::Workspace {
     Workspace() {
         // Hann's window over a period, with a mean square of 1.
