@@ -94,6 +94,20 @@ TEST(TempoAnalyzer, HasNothingForASingleClick) {
     EXPECT_FALSE(tempoOf(clicksEvery(10, 6)));
 }
 
+/// One click in the middle of each of these hops of six seconds.
+std::vector<float> clicksInHops(const std::vector<std::size_t>& hops) {
+    std::vector<float> samples(6 * 48000);
+    for (const std::size_t hop : hops)
+        samples[hop * 480 + 240] = 0.9F;
+    return samples;
+}
+
+TEST(TempoAnalyzer, HasNothingForAPairOfClicksAmongTooManyOthers) {
+    // Hops 400 and 450 are the only pair; the correlation is 1 / sqrt(clicks before 550 x clicks from 50 on).
+    EXPECT_EQ(beatsOf(clicksInHops({20, 200, 400, 450, 590})), 120) << "1 / sqrt(4 x 4)";
+    EXPECT_FALSE(tempoOf(clicksInHops({20, 22, 24, 200, 202, 204, 400, 450, 590, 592}))) << "1 / sqrt(8 x 7)";
+}
+
 TEST(TempoAnalyzer, FindsABeatUnderNoise) {
     auto samples = clicksEvery(0.5, 6);
     const auto noise = whiteNoise(samples.size(), 0.01F, 1);
