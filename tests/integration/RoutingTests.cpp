@@ -3,7 +3,9 @@
 // moves it to.
 #include "VelloTest.h"
 
+#include <csignal>
 #include <fstream>
+#include <future>
 #include <sstream>
 
 namespace vello::session {
@@ -88,6 +90,27 @@ TEST_F(VelloRouting, followsAStreamThatTheUserMovesInAPulseAudioMixer) {
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
     ASSERT_TRUE(moveInPulseAudioMixer("player", "output-b"));
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+    EXPECT_TRUE(awaitWay("output-a", Way::silent));
+}
+
+TEST_F(VelloRouting, followsAMoveWhoseMetadataTheServerKeepsToItself) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    const auto stream = graph().state().nodeNamed("player")->id;
+    // A change that reaches the server while it waits for the session manager's answer to a newcomer is told
+    // to the newcomer alone.
+    session().sessionManager().signal(SIGSTOP);
+    graph().moveStream(stream, "output-b");
+    const auto clients = graph().state().clients.size();
+    auto newcomer = std::async(std::launch::async, [&] { return AudioGraph(session().socket()).state(); });
+    ASSERT_TRUE(
+        graph().waitUntil([clients](const GraphState& state) { return state.clients.size() > clients; }));
+    monitor("output-a").record(4096);
+    session().sessionManager().signal(SIGCONT);
+    EXPECT_TRUE(newcomer.get().isConnected);
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
     EXPECT_TRUE(awaitWay("output-a", Way::silent));
 }

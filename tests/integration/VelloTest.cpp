@@ -22,6 +22,8 @@ void VelloTest::reconnect() {
 
 void VelloTest::TearDown() {
     if (HasFailure() && session_ != nullptr) {
+        // So that what is told of the graph is not older than this.
+        graph_->waitUntil([](const GraphState&) { return false; }, 1s);
         ADD_FAILURE() << "VELLO says:\n"
                       << (vello_ != nullptr ? vello_->output() : "") << "\nthe servers say:\n"
                       << session_->logs() << "\nthe graph:\n"

@@ -31,7 +31,8 @@ class PipeWireAudioHardware::Implementation final : private PipeWireConnectionHa
                                                     private PipeWireGraphObserver {
 public:
     Implementation(MainThread& mainThread, SystemLog& log, std::string remoteName)
-        : listeners(mainThread), connection(*this, log, std::move(remoteName)),
+        : listeners(mainThread),
+          connection(*this, log, std::move(remoteName), PipeWireConnection::Purpose::watchingAndNodes),
           graph(
               *this, [this] { return nextObjectID(); }, connection.loop()),
           director(
@@ -83,7 +84,10 @@ private:
             listeners.changed(kAudioObjectSystemObject, selector);
     }
 
-    void synchronized() override { director.metadataKnown(); }
+    void synchronized() override {
+        if (graph.metadataAnswered())
+            director.metadataKnown();
+    }
     void propertyChanged(AudioObjectID object, FourCharCode selector) override {
         listeners.changed(object, selector);
         pw_thread_loop_signal(connection.threadLoop(), false);
@@ -91,7 +95,7 @@ private:
     void streamAppeared(const GraphStream& stream) override { director.streamAppeared(stream); }
     void streamVanished(std::uint32_t nodeID) override { director.streamVanished(nodeID); }
     void linksChanged() override { taps.linksChanged(); }
-    void metadataAppeared() override { connection.sync(); }
+    void metadataRequested() override { connection.sync(); }
     void targetChanged(std::uint32_t nodeID, const std::string& key,
                        const std::optional<MetadataValue>& value) override {
         director.targetChanged(nodeID, key, value);

@@ -55,8 +55,10 @@ struct PipeWireConnection::CoreListener {
 };
 
 PipeWireConnection::PipeWireConnection(PipeWireConnectionHandler& handler, SystemLog& log,
-                                       std::string remoteName)
-    : handler_(handler), logger_(log, kBundleIdentifier, "PipeWire"), remoteName_(std::move(remoteName)) {
+                                       std::string remoteName, Purpose purpose)
+    : handler_(handler), logger_(log, kBundleIdentifier, "PipeWire"), remoteName_(std::move(remoteName)),
+      purpose_(purpose), coreListener_(std::make_unique<CoreListener>()),
+      nodeCoreListener_(std::make_unique<CoreListener>()) {
     for (auto& socket : sockets_)
         socket.store(-1);
     pw_init(nullptr, nullptr);
@@ -89,7 +91,7 @@ pw_loop* PipeWireConnection::loop() const {
 void PipeWireConnection::start() {
     {
         PipeWireLock lock(*this);
-        if (!connectCore())
+        if (!connectCores())
             scheduleRetry();
     }
     pw_thread_loop_start(threadLoop_);
@@ -97,7 +99,7 @@ void PipeWireConnection::start() {
 
 void PipeWireConnection::stop() {
     pw_thread_loop_stop(threadLoop_);
-    disconnectCore();
+    disconnectCores();
 }
 
 void PipeWireConnection::sync() {
@@ -105,27 +107,52 @@ void PipeWireConnection::sync() {
         pendingSync_ = vello_core_sync(core_, pendingSync_);
 }
 
-bool PipeWireConnection::connectCore() {
-    static const pw_core_events events = [] {
+pw_core* PipeWireConnection::connect(CoreListener& listener, const pw_core_events& events) {
+    pw_properties* properties =
+        remoteName_.empty() ? nullptr : pw_properties_new(PW_KEY_REMOTE_NAME, remoteName_.c_str(), nullptr);
+    pw_core* core = pw_context_connect(context_, properties, 0);
+    if (core != nullptr)
+        vello_core_add_listener(core, &listener.hook, &events, this);
+    return core;
+}
+
+void PipeWireConnection::disconnect(pw_core*& core, CoreListener& listener) {
+    if (core == nullptr)
+        return;
+    spa_hook_remove(&listener.hook);
+    listener.hook = {};
+    pw_core_disconnect(std::exchange(core, nullptr));
+}
+
+bool PipeWireConnection::connectEachCore() {
+    static const pw_core_events nodeEvents = [] {
         pw_core_events table{};
         table.version = PW_VERSION_CORE_EVENTS;
         table.error = onCoreError;
+        return table;
+    }();
+    static const pw_core_events watchEvents = [] {
+        pw_core_events table = nodeEvents;
         table.done = onCoreDone;
         return table;
     }();
-    pw_properties* properties =
-        remoteName_.empty() ? nullptr : pw_properties_new(PW_KEY_REMOTE_NAME, remoteName_.c_str(), nullptr);
+    core_ = connect(*coreListener_, watchEvents);
+    if (core_ == nullptr || purpose_ == Purpose::watching)
+        return core_ != nullptr;
+    nodeCore_ = connect(*nodeCoreListener_, nodeEvents);
+    return nodeCore_ != nullptr;
+}
+
+bool PipeWireConnection::connectCores() {
     const auto socketsBefore = connectedSockets();
-    core_ = pw_context_connect(context_, properties, 0);
-    if (core_ == nullptr) {
+    if (!connectEachCore()) {
         if (!isAbsenceLogged_)
             logger_.notice(std::string("No audio server answers (") + std::strerror(errno) +
                            "); waiting for PipeWire to start");
         isAbsenceLogged_ = true;
+        disconnect(core_, *coreListener_);
         return false;
     }
-    coreListener_ = new CoreListener;
-    vello_core_add_listener(core_, &coreListener_->hook, &events, this);
     rememberSocketsSince(socketsBefore);
     retryPause_ = {};
     if (isAbsenceLogged_)
@@ -135,14 +162,13 @@ bool PipeWireConnection::connectCore() {
     return true;
 }
 
-void PipeWireConnection::disconnectCore() {
+void PipeWireConnection::disconnectCores() {
     if (core_ == nullptr)
         return;
     handler_.disconnected();
     forgetSockets();
-    spa_hook_remove(&coreListener_->hook);
-    delete std::exchange(coreListener_, nullptr);
-    pw_core_disconnect(std::exchange(core_, nullptr));
+    disconnect(nodeCore_, *nodeCoreListener_);
+    disconnect(core_, *coreListener_);
     pendingSync_ = -1;
 }
 
@@ -193,13 +219,13 @@ void PipeWireConnection::onLost(void* data, std::uint64_t) {
         return;
     self.logger_.notice("The connection to the audio server is lost; connecting again");
     self.isAbsenceLogged_ = true;
-    self.disconnectCore();
+    self.disconnectCores();
     self.scheduleRetry();
 }
 
 void PipeWireConnection::onRetry(void* data, std::uint64_t) {
     auto& self = *static_cast<PipeWireConnection*>(data);
-    if (self.core_ == nullptr && !self.connectCore())
+    if (self.core_ == nullptr && !self.connectCores())
         self.scheduleRetry();
 }
 

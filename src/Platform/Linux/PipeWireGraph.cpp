@@ -7,34 +7,17 @@
 #include <cstring>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 namespace vello {
-
-namespace {
-
-constexpr char defaultSinkKey[] = "default.audio.sink";
-
-/// The name in a value such as {"name":"alsa_output.pci"}; empty when there is none.
-std::string nameInJson(const char* value) {
-    if (value == nullptr)
-        return {};
-    const auto parsed = nlohmann::json::parse(value, nullptr, false);
-    if (!parsed.is_object())
-        return {};
-    const auto name = parsed.find("name");
-    return name != parsed.end() && name->is_string() ? name->get<std::string>() : std::string{};
-}
-
-} // namespace
 
 PipeWireGraph::PipeWireGraph(PipeWireGraphObserver& observer, std::function<AudioObjectID()> nextObjectID,
                              pw_loop* loop)
     : observer_(observer), nextObjectID_(std::move(nextObjectID)), loop_(loop),
-      endedStreamsTimer_(pw_loop_add_timer(loop, Callbacks::endedStreamsTimer, this)) {}
+      endedStreamsTimer_(pw_loop_add_timer(loop, Callbacks::endedStreamsTimer, this)),
+      metadataTimer_(pw_loop_add_timer(loop, Callbacks::metadataTimer, this)) {}
 
 PipeWireGraph::~PipeWireGraph() {
     detach();
+    pw_loop_destroy_source(loop_, metadataTimer_);
     pw_loop_destroy_source(loop_, endedStreamsTimer_);
 }
 
@@ -92,6 +75,8 @@ void PipeWireGraph::linkAdded(std::uint32_t id, const spa_dict& properties) {
     if (!output || !input)
         return;
     links_[id] = {*output, *input};
+    if (contradictsMetadata(links_[id]))
+        readMetadataAnewSoon();
     linkChanged(links_[id]);
 }
 
@@ -111,69 +96,6 @@ bool PipeWireGraph::hasLinkInto(std::uint32_t nodeID) const {
 
 bool PipeWireGraph::hasLinkOutOf(std::uint32_t nodeID) const {
     return std::ranges::any_of(links_, [&](const auto& link) { return link.second.outputNodeID == nodeID; });
-}
-
-// Metadata
-
-void PipeWireGraph::metadataAdded(std::uint32_t id) {
-    metadata_ = std::unique_ptr<MetadataEntry>(new MetadataEntry{id, {}, {}});
-    metadata_->binding.bind(pw_registry_bind(registry_->binding.as<pw_registry>(), id,
-                                             PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
-    Callbacks::listenToMetadata(*this, *metadata_);
-    observer_.metadataAppeared();
-}
-
-void PipeWireGraph::metadataRemoved() {
-    metadata_.reset();
-    defaultSinkNamed({});
-}
-
-void PipeWireGraph::metadataChanged(std::uint32_t subject, const char* key, const char* type,
-                                    const char* value) {
-    // Without a key the session manager takes away everything that it holds for the subject.
-    if (key == nullptr) {
-        metadataChanged(subject, kTargetObjectKey, nullptr, nullptr);
-        metadataChanged(subject, kTargetNodeKey, nullptr, nullptr);
-        return;
-    }
-    if (subject == 0 && std::strcmp(key, defaultSinkKey) == 0) {
-        defaultSinkNamed(nameInJson(value));
-        return;
-    }
-    const std::string name(key);
-    if (name != kTargetObjectKey && name != kTargetNodeKey)
-        return;
-    std::optional<MetadataValue> current;
-    if (value != nullptr)
-        current = MetadataValue{type != nullptr ? type : "", value};
-    if (current)
-        metadata_->targets[{subject, name}] = *current;
-    else
-        metadata_->targets.erase({subject, name});
-    observer_.targetChanged(subject, name, current);
-}
-
-void PipeWireGraph::defaultSinkNamed(std::string name) {
-    if (name == defaultSinkName_)
-        return;
-    defaultSinkName_ = std::move(name);
-    observer_.propertyChanged(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice);
-}
-
-std::optional<MetadataValue> PipeWireGraph::target(std::uint32_t nodeID, const std::string& key) const {
-    if (metadata_ == nullptr)
-        return std::nullopt;
-    const auto value = metadata_->targets.find({nodeID, key});
-    return value != metadata_->targets.end() ? std::optional(value->second) : std::nullopt;
-}
-
-void PipeWireGraph::setTarget(std::uint32_t nodeID, const std::string& key,
-                              const std::optional<MetadataValue>& value) {
-    if (metadata_ == nullptr)
-        return;
-    vello_metadata_set_property(metadata_->binding.as<pw_metadata>(), nodeID, key.c_str(),
-                                value ? value->type.c_str() : nullptr,
-                                value ? value->value.c_str() : nullptr);
 }
 
 } // namespace vello

@@ -77,8 +77,9 @@ public:
     virtual void streamAppeared(const GraphStream& stream) = 0;
     virtual void streamVanished(std::uint32_t nodeID) = 0;
     virtual void linksChanged() = 0;
-    /// The session manager's metadata can be written; its current values follow.
-    virtual void metadataAppeared() = 0;
+    /// The session manager's metadata can be written; its current values follow. To be answered with
+    /// PipeWireGraph::metadataAnswered when the server has answered everything that was asked until now.
+    virtual void metadataRequested() = 0;
     /// The target of a node changed in the metadata; `value` is empty when it was taken away.
     virtual void targetChanged(std::uint32_t nodeID, const std::string& key,
                                const std::optional<MetadataValue>& value) = 0;
@@ -125,6 +126,13 @@ public:
     bool hasLinkOutOf(std::uint32_t nodeID) const;
 
     std::optional<MetadataValue> target(std::uint32_t nodeID, const std::string& key) const;
+    /// Asks for all values of the metadata again, in case a change was missed.
+    void readMetadata();
+    /// All current values of the metadata have been told. True when they are the first of this metadata
+    /// object, and not a look at whether something was missed.
+    bool metadataAnswered();
+    /// Whether the answer is still to come.
+    bool isMetadataBeingTold() const;
     /// Writes a node's target, or takes it away. Harmless while there is no metadata.
     void setTarget(std::uint32_t nodeID, const std::string& key, const std::optional<MetadataValue>& value);
 
@@ -157,6 +165,11 @@ private:
     void metadataAdded(std::uint32_t id);
     void metadataRemoved();
     void metadataChanged(std::uint32_t subject, const char* key, const char* type, const char* value);
+    void targetTold(std::uint32_t subject, const std::string& key, const std::optional<MetadataValue>& value);
+    void readMetadataAnewSoon();
+    void readDoubtfulMetadata();
+    /// Whether the session manager links a stream to where no target known here sends it.
+    bool contradictsMetadata(const GraphLink& link) const;
     void defaultSinkNamed(std::string name);
     void reportRunning(std::uint32_t clientID);
     bool isListed(const GraphClient& client) const;
@@ -165,6 +178,9 @@ private:
     std::function<AudioObjectID()> nextObjectID_;
     pw_loop* loop_;
     spa_source* endedStreamsTimer_ = nullptr;
+    spa_source* metadataTimer_ = nullptr;
+    /// A change of the metadata may have been missed; the timer runs.
+    bool isMetadataDoubtful_ = false;
     std::unique_ptr<RegistryEntry> registry_;
     std::map<std::uint32_t, std::unique_ptr<SinkEntry>> sinks_;
     std::map<std::uint32_t, std::unique_ptr<StreamEntry>> streams_;

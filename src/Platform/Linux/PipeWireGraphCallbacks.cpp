@@ -101,6 +101,10 @@ void PipeWireGraph::Callbacks::endedStreamsTimer(void* data, std::uint64_t) {
     static_cast<PipeWireGraph*>(data)->reportEndedStreams();
 }
 
+void PipeWireGraph::Callbacks::metadataTimer(void* data, std::uint64_t) {
+    static_cast<PipeWireGraph*>(data)->readDoubtfulMetadata();
+}
+
 void PipeWireGraph::Callbacks::global(void* data, std::uint32_t id, std::uint32_t, const char* type,
                                       std::uint32_t, const spa_dict* properties) {
     if (properties != nullptr)

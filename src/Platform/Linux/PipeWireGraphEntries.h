@@ -5,6 +5,7 @@
 #include "PipeWireGraph.h"
 
 #include <algorithm>
+#include <set>
 
 namespace vello {
 
@@ -62,9 +63,15 @@ struct PipeWireGraph::ClientEntry {
 };
 
 struct PipeWireGraph::MetadataEntry {
-    std::uint32_t id;
+    std::uint32_t id = 0;
     PipeWireBinding binding;
     std::map<std::pair<std::uint32_t, std::string>, MetadataValue> targets;
+    /// What this binding has told of so far.
+    std::set<std::pair<std::uint32_t, std::string>> told;
+    bool isDefaultSinkTold = false;
+    bool isBeingTold = false;
+    bool isToBeReadAgain = false;
+    bool isKnown = false; ///< all values have been told once
 };
 
 /// What the server calls, bound to the graph and its entries.
@@ -75,6 +82,7 @@ struct PipeWireGraph::Callbacks {
     static void listenToClient(ClientEntry& entry);
     static void listenToMetadata(PipeWireGraph& graph, MetadataEntry& entry);
     static void endedStreamsTimer(void* data, std::uint64_t expirations);
+    static void metadataTimer(void* data, std::uint64_t expirations);
 
 private:
     static void global(void* data, std::uint32_t id, std::uint32_t permissions, const char* type,

@@ -14,6 +14,8 @@ void PipeWireGraph::clientAdded(std::uint32_t id, const spa_dict&) {
     auto entry = std::unique_ptr<ClientEntry>(new ClientEntry{*this, {}, {}});
     entry->client.clientID = id;
     clients_[id] = std::move(entry);
+    // It may be about to look at the metadata.
+    readMetadataAnewSoon();
 }
 
 void PipeWireGraph::clientDescribed(ClientEntry& entry, const spa_dict& properties) {

@@ -20,6 +20,13 @@ inline constexpr std::chrono::milliseconds runningFlicker{100};
 inline constexpr std::chrono::seconds relinkingSettles{5};
 inline constexpr std::chrono::seconds longestRelinking{15};
 
+/// While a client that has just come is told the metadata, which takes the session manager's answer, the
+/// server tells nobody else of changes: they are lost to us, though not to the session manager. So the
+/// metadata is read anew this long after a client came, and after a stream was linked to where no target
+/// known to us sends it. Reproduce (0.3.65): `pw-metadata -m` misses one change in fifteen while another
+/// shell runs `pw-metadata` over and over.
+inline constexpr std::chrono::milliseconds metadataDoubt{100};
+
 /// Servers from 1.0 on give a stream one buffer unless it asks for more; then a triggered stream misses every
 /// second cycle.
 inline constexpr int streamBuffers = 2;

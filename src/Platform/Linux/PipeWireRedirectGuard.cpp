@@ -35,7 +35,7 @@ public:
 class RedirectCleanup final : private PipeWireConnectionHandler, private PipeWireGraphObserver {
 public:
     explicit RedirectCleanup(std::string remoteName)
-        : connection_(*this, log_, std::move(remoteName)),
+        : connection_(*this, log_, std::move(remoteName), PipeWireConnection::Purpose::watching),
           graph_(
               *this, [] { return kAudioObjectSystemObject; }, connection_.loop()),
           director_(graph_, [](AudioObjectID) {}) {
@@ -46,26 +46,31 @@ public:
     /// Returns when the server has heard of it.
     void run() {
         PipeWireLock lock(connection_);
-        isCleaning_ = true;
-        clean();
-        while (!isDone_)
+        // What the mirror knows is quick. A redirect that the mirror has missed is found by asking again.
+        director_.metadataKnown();
+        stage_ = Stage::asking;
+        graph_.readMetadata();
+        connection_.sync();
+        while (stage_ != Stage::done)
             if (pw_thread_loop_timed_wait(connection_.threadLoop(), serverPatienceSeconds) != 0)
                 return;
     }
 
 private:
-    void clean() {
-        director_.metadataKnown();
-        connection_.sync();
-    }
+    enum class Stage { following, asking, clearing, done };
+
     void connected(pw_core* core) override { graph_.attach(core); }
     void disconnected() override { graph_.detach(); }
-    void metadataAppeared() override {
-        if (isCleaning_)
-            clean();
-    }
+    void metadataRequested() override { connection_.sync(); }
     void synchronized() override {
-        isDone_ = isCleaning_;
+        graph_.metadataAnswered();
+        if (stage_ == Stage::following)
+            return;
+        director_.metadataKnown();
+        if (graph_.isMetadataBeingTold())
+            return;
+        stage_ = stage_ == Stage::asking ? Stage::clearing : Stage::done;
+        connection_.sync();
         pw_thread_loop_signal(connection_.threadLoop(), false);
     }
     void propertyChanged(AudioObjectID, FourCharCode) override {}
@@ -78,8 +83,7 @@ private:
     PipeWireConnection connection_;
     PipeWireGraph graph_;
     PipeWireStreamDirector director_;
-    bool isCleaning_ = false;
-    bool isDone_ = false;
+    Stage stage_ = Stage::following;
 };
 
 /// The guard holds nothing of its parent's: neither its terminal nor a pipe whose reader waits for the

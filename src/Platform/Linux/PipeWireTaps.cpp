@@ -74,7 +74,7 @@ OSStatus PipeWireTaps::createTap(const TapDescription& description, AudioObjectI
     // The session manager moves streams of known processes; there is no capture of everything else here.
     if (description.mixdown != TapMixdown::stereoOfProcesses)
         return kAudioHardwareIllegalOperationError;
-    if (connection_.core() == nullptr)
+    if (connection_.nodeCore() == nullptr)
         return kAudioHardwareNotRunningError;
     tap = nextObjectID_();
     taps_[tap] = description;
@@ -87,7 +87,7 @@ OSStatus PipeWireTaps::createDevice(const AggregateDeviceDescription& descriptio
     });
     if (tap == taps_.end())
         return kAudioHardwareBadObjectError;
-    if (connection_.core() == nullptr)
+    if (connection_.nodeCore() == nullptr)
         return kAudioHardwareNotRunningError;
     device = nextObjectID_();
     Device& made = devices_[device];
@@ -109,7 +109,7 @@ void PipeWireTaps::makeWaitingPairs() {
     auto workedOn = std::ranges::count_if(std::views::values(devices_),
                                           [&](const Device& device) { return isWorkedOn(device); });
     for (auto& [id, device] : devices_) {
-        if (workedOn >= pairsAtOnce || connection_.core() == nullptr)
+        if (workedOn >= pairsAtOnce || connection_.nodeCore() == nullptr)
             return;
         if (device.pair != nullptr)
             continue;
@@ -123,7 +123,7 @@ void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
     device.workGivenAt = MainThread::Clock::now();
     device.announcedSampleRate = sampleRate(id);
     device.pair = std::make_unique<PipeWireTapPair>(
-        connection_.core(),
+        connection_.nodeCore(),
         PipeWireTapPair::Description{.captureName = device.captureName,
                                      .playbackName = device.captureName + "-output",
                                      .group = device.description.uid,

@@ -10,6 +10,10 @@
 namespace vello::session {
 namespace {
 
+/// While another client is told the metadata, the server keeps changes from everybody else. A wait that takes
+/// longer than this looks whether it missed one.
+constexpr std::chrono::milliseconds metadataPatience(500);
+
 std::map<std::string, std::string> toMap(const spa_dict* properties) {
     std::map<std::string, std::string> result;
     if (properties != nullptr)
@@ -23,8 +27,10 @@ std::map<std::string, std::string> toMap(const spa_dict* properties) {
 const pw_core_events AudioGraph::Mirror::coreEvents = [] {
     pw_core_events table{};
     table.version = PW_VERSION_CORE_EVENTS;
-    table.done = [](void* data, std::uint32_t, int) {
+    table.done = [](void* data, std::uint32_t, int sequence) {
         auto* self = static_cast<Mirror*>(data);
+        if (sequence == self->metadataSync_)
+            return self->forgetMissedMetadata();
         bool more = false;
         self->change([&](GraphState&) { more = --self->syncsLeft_ > 0; });
         if (more)
@@ -86,7 +92,7 @@ const pw_metadata_events AudioGraph::Mirror::metadataEvents = [] {
     table.version = PW_VERSION_METADATA_EVENTS;
     table.property = [](void* data, std::uint32_t subject, const char* key, const char*,
                         const char* value) -> int {
-        const auto* bound = static_cast<Bound*>(data);
+        auto* bound = static_cast<Bound*>(data);
         return bound->mirror->updateMetadata(*bound, subject, key, value);
     };
     return table;
@@ -130,8 +136,46 @@ std::vector<GraphEvent> AudioGraph::Mirror::events() const {
 }
 
 bool AudioGraph::Mirror::waitUntil(const Predicate& predicate, std::chrono::milliseconds timeout) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, timeout, [&] { return predicate(state_); });
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (true) {
+        {
+            std::unique_lock lock(mutex_);
+            const auto pause = std::min(deadline, std::chrono::steady_clock::now() + metadataPatience);
+            if (changed_.wait_until(lock, pause, [&] { return predicate(state_); }))
+                return true;
+        }
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        readMetadataAnew();
+    }
+}
+
+void AudioGraph::Mirror::readMetadataAnew() {
+    const PipeWireConnection::Guard guard(connection_);
+    // One question at a time, so that the end of the answers is known.
+    if (metadataSync_ >= 0 || syncsLeft_ > 0 || !state().isConnected)
+        return;
+    for (const auto& [id, bound] : bound_) {
+        if (bound->name != "default")
+            continue;
+        bound->told.clear();
+        spa_hook_remove(&bound->listener);
+        pw_proxy_destroy(bound->proxy);
+        bound->proxy = static_cast<pw_proxy*>(
+            pw_registry_bind(registry_, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
+        pw_proxy_add_object_listener(bound->proxy, &bound->listener, &metadataEvents, bound.get());
+        metadataSync_ = callInterface(connection_.core(), &pw_core_methods::sync, PW_ID_CORE, 0);
+    }
+}
+
+void AudioGraph::Mirror::forgetMissedMetadata() {
+    metadataSync_ = -1;
+    for (const auto& [id, bound] : bound_)
+        if (bound->name == "default")
+            change([&](GraphState& state) {
+                std::erase_if(state.metadata,
+                              [&](const auto& entry) { return !bound->told.contains(entry.first); });
+            });
 }
 
 template <class Change> void AudioGraph::Mirror::change(Change&& apply) {
@@ -202,12 +246,16 @@ void AudioGraph::Mirror::updateNode(std::uint32_t id, const pw_node_info& info) 
     });
 }
 
-int AudioGraph::Mirror::updateMetadata(const Bound& metadata, std::uint32_t subject, const char* key,
+int AudioGraph::Mirror::updateMetadata(Bound& metadata, std::uint32_t subject, const char* key,
                                        const char* value) {
     if (metadata.name != "default")
         return 0;
     change([&](GraphState& state) {
         const std::string name = key == nullptr ? "" : key;
+        metadata.told.insert({subject, name});
+        if (value != nullptr && state.metadata.contains({subject, name}) &&
+            state.metadata.at({subject, name}) == value)
+            return;
         events_.push_back({std::chrono::steady_clock::now(), GraphEvent::Kind::metadataChanged,
                            std::to_string(subject) + " " + name, value == nullptr ? "" : value});
         if (key == nullptr)

@@ -8,7 +8,9 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <pipewire/extensions/metadata.h>
@@ -42,6 +44,8 @@ private:
         std::string name; ///< of a metadata object
         pw_proxy* proxy = nullptr;
         spa_hook listener{};
+        /// Of a metadata object: what it has told of so far.
+        std::set<std::pair<std::uint32_t, std::string>> told = {};
     };
 
     template <class Change> void change(Change&& apply);
@@ -49,8 +53,10 @@ private:
     void addGlobal(std::uint32_t id, const char* type, const spa_dict* properties);
     void removeGlobal(std::uint32_t id);
     void updateNode(std::uint32_t id, const pw_node_info& info);
-    int updateMetadata(const Bound& metadata, std::uint32_t subject, const char* key, const char* value);
+    int updateMetadata(Bound& metadata, std::uint32_t subject, const char* key, const char* value);
     void requestSync();
+    void readMetadataAnew();
+    void forgetMissedMetadata();
 
     static const pw_core_events coreEvents;
     static const pw_registry_events registryEvents;
@@ -64,6 +70,7 @@ private:
     GraphState state_;
     std::vector<GraphEvent> events_;
     int syncsLeft_ = 2; ///< the first finds the globals, the second their particulars
+    int metadataSync_ = -1;
 
     PipeWireConnection connection_;
     pw_registry* registry_ = nullptr;

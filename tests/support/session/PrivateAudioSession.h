@@ -46,6 +46,7 @@ public:
     std::filesystem::path stateHome() const { return folder_ / "state"; }
     const SessionOptions& options() const { return options_; }
     pid_t serverProcess() const { return server_->pid(); }
+    const ChildProcess& sessionManager() const { return *sessionManager_; }
 
     /// Starts a program inside the session; its output lands in the file `name`.log of the folder.
     std::unique_ptr<ChildProcess> start(const std::string& name,
