@@ -28,6 +28,20 @@ fs::path homeFolder(const Environment& environment) {
     return *home;
 }
 
+/// The value of `variable` when that is an absolute path, else the folder of that name in the home folder.
+fs::path userFolder(const Environment& environment, const char* variable, const char* name) {
+    const auto folder = absolutePath(environment(variable));
+    return folder ? *folder : homeFolder(environment) / name;
+}
+
+/// The absolute paths of the list in `variable`; of `otherwise` when it is not set.
+std::vector<fs::path> systemFolders(const Environment& environment, const char* variable,
+                                    const char* otherwise) {
+    const char* list = environment(variable);
+    const bool isSet = list != nullptr && *list != '\0';
+    return absolutePaths(isSet ? list : otherwise);
+}
+
 } // namespace
 
 Environment processEnvironment() {
@@ -35,14 +49,19 @@ Environment processEnvironment() {
 }
 
 fs::path userDataFolder(const Environment& environment) {
-    const auto folder = absolutePath(environment("XDG_DATA_HOME"));
-    return folder ? *folder : homeFolder(environment) / ".local/share";
+    return userFolder(environment, "XDG_DATA_HOME", ".local/share");
 }
 
 std::vector<fs::path> systemDataFolders(const Environment& environment) {
-    const char* list = environment("XDG_DATA_DIRS");
-    const bool isSet = list != nullptr && *list != '\0';
-    return absolutePaths(isSet ? list : "/usr/local/share:/usr/share");
+    return systemFolders(environment, "XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+}
+
+fs::path userConfigurationFolder(const Environment& environment) {
+    return userFolder(environment, "XDG_CONFIG_HOME", ".config");
+}
+
+std::vector<fs::path> systemConfigurationFolders(const Environment& environment) {
+    return systemFolders(environment, "XDG_CONFIG_DIRS", "/etc/xdg");
 }
 
 std::optional<fs::path> runtimeFolder(const Environment& environment) {

@@ -24,6 +24,14 @@ std::filesystem::path userDataFolder(const Environment& environment);
 /// $XDG_DATA_DIRS, else /usr/local/share and /usr/share.
 std::vector<std::filesystem::path> systemDataFolders(const Environment& environment);
 
+/// The user's folder for the configuration of applications: $XDG_CONFIG_HOME when that is an absolute path,
+/// else .config in the home folder, as above.
+std::filesystem::path userConfigurationFolder(const Environment& environment);
+
+/// The system's folders for it, the most important first: the absolute paths of $XDG_CONFIG_DIRS, else
+/// /etc/xdg.
+std::vector<std::filesystem::path> systemConfigurationFolders(const Environment& environment);
+
 /// The session's folder for sockets and locks: $XDG_RUNTIME_DIR when that is an absolute path.
 std::optional<std::filesystem::path> runtimeFolder(const Environment& environment);
 
