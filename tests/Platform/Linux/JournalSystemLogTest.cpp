@@ -152,6 +152,18 @@ TEST_F(JournalSystemLogTest, TakesTheJournalWhenStandardErrorLeadsNowhere) {
     EXPECT_TRUE(JournalSystemLog::Target::fromEnvironment().isJournal);
 }
 
+TEST_F(JournalSystemLogTest, TakesTheTerminalWhenStandardErrorIsOneEvenInsideAService) {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(terminal, 0);
+    ::setenv("JOURNAL_STREAM", "8:1234", 1);
+    {
+        const RedirectedErrors errors(terminal);
+        EXPECT_FALSE(JournalSystemLog::Target::fromEnvironment().isJournal);
+    }
+    ::unsetenv("JOURNAL_STREAM");
+    ::close(terminal);
+}
+
 TEST_F(JournalSystemLogTest, ShowsDetailsOnlyForTheValueDebug) {
     ::setenv("VELLO_LOG", "debug", 1);
     EXPECT_TRUE(JournalSystemLog::Target::fromEnvironment().showsDetails);
