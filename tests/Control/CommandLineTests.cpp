@@ -168,5 +168,65 @@ TEST(CommandLine, RefusesNumbersThatMakeNoSense) {
         expectWrongUsage({"render", "--buffer", frames, "in", "out"});
 }
 
+using Action = ClientRequest::Action;
+
+TEST(CommandLine, AsksTheRunningInstanceForItsStatus) {
+    const Parsed parsed = parse({"status", "--json", "--watch"});
+    ASSERT_EQ(parsed.command, Command::client) << parsed.error;
+    EXPECT_EQ(parsed.client.action, Action::status);
+    EXPECT_TRUE(parsed.client.isJSON);
+    EXPECT_TRUE(parsed.client.keepsWatching);
+    EXPECT_FALSE(parse({"status"}).client.isJSON);
+}
+
+TEST(CommandLine, ReadsEveryChangeOfASource) {
+    const Parsed parsed = parse({"set", "Firefox", "--gains", "-6,5.5,+3,1e1,0,-0.25,12,-12", "--volume",
+                                 "0.5", "--output", "auto", "--bypass", "on"});
+    ASSERT_EQ(parsed.command, Command::client) << parsed.error;
+    EXPECT_EQ(parsed.client.action, Action::set);
+    EXPECT_EQ(parsed.client.source, "Firefox");
+    EXPECT_EQ(parsed.client.change, (SettingsChange{.bandGains = {{-6, 5.5, 3, 10, 0, -0.25, 12, -12}},
+                                                    .volume = 0.5,
+                                                    .isBypassed = true,
+                                                    .outputDeviceUID = "auto"}));
+    EXPECT_EQ(parse({"set", "x", "--preset", "Night", "--bypass", "off"}).client.change,
+              (SettingsChange{.presetID = "Night", .isBypassed = false}));
+    EXPECT_EQ(parse({"set", "x", "--reset"}).client.change, SettingsChange{.resetsCurve = true});
+}
+
+TEST(CommandLine, ReadsTheOtherRequests) {
+    EXPECT_EQ(parse({"on"}).client.action, Action::turnOn);
+    EXPECT_EQ(parse({"off"}).client.action, Action::turnOff);
+    EXPECT_EQ(parse({"presets"}).client.action, Action::listPresets);
+    EXPECT_TRUE(parse({"presets", "--json"}).client.isJSON);
+    const Parsed save = parse({"preset", "save", "Late night", "--from", "system"});
+    EXPECT_EQ(save.client.action, Action::savePreset);
+    EXPECT_EQ(save.client.presetName, "Late night");
+    EXPECT_EQ(save.client.source, "system");
+}
+
+TEST(CommandLine, RefusesRequestsThatMakeNoSense) {
+    expectWrongUsage({"set"});
+    expectWrongUsage({"set", "x"}); // nothing to change
+    expectWrongUsage({"set", "", "--volume", "1"});
+    expectWrongUsage({"set", "x", "--preset", ""});
+    expectWrongUsage({"set", "x", "--output", ""});
+    expectWrongUsage({"set", "x", "--bypass", "maybe"});
+    expectWrongUsage({"set", "x", "--reset", "--preset", "flat"});
+    expectWrongUsage({"set", "x", "--reset", "--gains", "0,0,0,0,0,0,0,0"});
+    expectWrongUsage({"set", "x", "--gains", "0,0,0,0,0,0,0,0", "--preset", "flat"});
+    for (const char* gains : {"", "1,2,3,4,5,6,7", "1,2,3,4,5,6,7,8,9", "1,2,3,4,5,6,7,12.1",
+                              "1,2,3,4,5,6,7,nan", "1,2,3,4,5,6,7,-inf"})
+        expectWrongUsage({"set", "x", "--gains", gains});
+    for (const char* volume : {"", "-0.1", "1.1", "nan", "inf", "50%"})
+        expectWrongUsage({"set", "x", "--volume", volume});
+    expectWrongUsage({"preset"});
+    expectWrongUsage({"preset", "save", "x"});
+    expectWrongUsage({"preset", "save", " ", "--from", "system"});
+    expectWrongUsage({"preset", "save", "two\nlines", "--from", "system"});
+    expectWrongUsage({"--headless", "status"});
+    expectWrongUsage({"on", "off"});
+}
+
 } // namespace
 } // namespace vello
