@@ -19,6 +19,7 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <unistd.h>
@@ -68,9 +69,13 @@ int runPermissionCommand(PermissionAction action) {
     return runPermission(action, store, askForConsent, std::cout, std::cerr);
 }
 
-int askRunningInstance(const ClientRequest& request, int argumentCount, char** arguments) {
+[[noreturn]] void askRunningInstance(const ClientRequest& request, int argumentCount, char** arguments) {
     const QCoreApplication application(argumentCount, arguments);
-    return runClient(request, {std::cout, std::cerr, ::isatty(STDOUT_FILENO) == 1});
+    const int exitCode = runClient(request, {std::cout, std::cerr, ::isatty(STDOUT_FILENO) == 1});
+    std::cout.flush();
+    // Without the end of static objects: the bus library's thread may still be at work, and where it meets a
+    // half-ended process it complains on standard error.
+    std::quick_exit(exitCode);
 }
 
 } // namespace
@@ -90,7 +95,7 @@ int main(int argumentCount, char** arguments) {
         case vello::Command::permission:
             return vello::runPermissionCommand(parsed.permission);
         case vello::Command::client:
-            return vello::askRunningInstance(parsed.client, argumentCount, arguments);
+            vello::askRunningInstance(parsed.client, argumentCount, arguments);
         case vello::Command::panel:
             return vello::failure("this version has no panel yet; run vello --headless");
         case vello::Command::none:

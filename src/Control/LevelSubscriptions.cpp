@@ -55,9 +55,11 @@ void LevelSubscriptions::remove(const QString& caller) {
 void LevelSubscriptions::clear() {
     callers_.clear();
     watcher_.setWatchedServices({});
+    // The connection lives as long as somebody holds it.
+    watcher_.setConnection(QDBusConnection(QString()));
+    bus_.reset();
     nextSignal_.reset();
     seat_.reset();
-    bus_.reset();
 }
 
 void LevelSubscriptions::scheduleSignal() {

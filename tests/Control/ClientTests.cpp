@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+// The program's commands against an instance on fakes, over a real bus.
+#include "ControlFixture.h"
+
+#include <csignal>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+
+namespace vello {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr char kPlayer[] = "org.example.player";
+
+struct ClientTests : Control {
+    struct Result {
+        int exitCode = -1;
+        std::string output;
+    };
+
+    std::unique_ptr<session::ChildProcess> begin(std::vector<std::string> words) {
+        words.insert(words.begin(), VELLO_EXECUTABLE);
+        return std::make_unique<session::ChildProcess>(words, environment_,
+                                                       folder / ("client-" + std::to_string(++runs_)));
+    }
+    Result finish(session::ChildProcess& program) {
+        std::optional<int> status;
+        EXPECT_TRUE(awaitThat([&] { return (status = program.waitForExit(std::chrono::milliseconds(0))); }))
+            << "does not end: " << program.output();
+        return {status && WIFEXITED(*status) ? WEXITSTATUS(*status) : -1, program.output()};
+    }
+    Result run(std::vector<std::string> words) { return finish(*begin(std::move(words))); }
+    nlohmann::json runJSON(std::vector<std::string> words) {
+        const Result result = run(std::move(words));
+        EXPECT_EQ(result.exitCode, 0) << result.output;
+        return nlohmann::json::parse(result.output);
+    }
+    EQSettings settings(const std::string& id = kPlayer) { return controller->settings(id); }
+
+    session::Environment environment_ = bus.environment();
+    int runs_ = 0;
+};
+
+void expectOneLine(const ClientTests::Result& result, const std::string& part) {
+    EXPECT_EQ(result.exitCode, 1) << result.output;
+    EXPECT_THAT(result.output, AllOf(testing::StartsWith("vello: "), HasSubstr(part)));
+    EXPECT_EQ(std::ranges::count(result.output, '\n'), 1) << result.output;
+}
+
+TEST_F(ClientTests, ShowsTheSourcesWithTheirLevels) {
+    start();
+    setLevel(0.5F);
+    const Result result = run({"status"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("SOURCE"), HasSubstr(kPlayer), HasSubstr("101"),
+                                     HasSubstr("running"), HasSubstr("Speakers"), HasSubstr("-6.0 dB")));
+    EXPECT_TRUE(awaitThat([&] { return !service->hasSubscribers(); }));
+}
+
+TEST_F(ClientTests, PrintsTheSameAsJSON) {
+    start();
+    setLevel(0.5F);
+    const auto json = runJSON({"status", "--json"});
+    EXPECT_EQ(json["sources"][1]["id"], kPlayer);
+    EXPECT_EQ(json["sources"][1]["level"], 0.5);
+    EXPECT_EQ(json["sources"][1]["device"], "speakers");
+    EXPECT_THAT(json["outputs"], SizeIs(2));
+    EXPECT_THAT(runJSON({"presets", "--json"}), SizeIs(6));
+    EXPECT_THAT(run({"presets"}).output, HasSubstr("bassBoost"));
+}
+
+TEST_F(ClientTests, ShowsTheSourcesAlsoWhenNothingPlays) {
+    start();
+    controller->setProcessingEnabled(false);
+    const auto json = runJSON({"status", "--json"});
+    EXPECT_EQ(json["isProcessingEnabled"], false);
+    EXPECT_EQ(json["sources"][1]["level"], nullptr);
+}
+
+TEST_F(ClientTests, ChangesASourceByIDNameOrSystem) {
+    start();
+    EXPECT_EQ(run({"set", kPlayer, "--volume", "0.5"}).exitCode, 0);
+    EXPECT_EQ(settings(), EQSettings{.volume = 0.5});
+    EXPECT_EQ(run({"set", "Player", "--preset", "Bass Boost", "--output", "Headphones"}).exitCode, 0);
+    EXPECT_EQ(settings(), (EQSettings{.bandGains = {6, 5, 3.5, 1.5, 0, 0, 0, 0},
+                                      .volume = 0.5,
+                                      .outputDeviceUID = "headphones"}));
+    EXPECT_EQ(run({"set", "Player", "--reset", "--output", "auto", "--bypass", "on"}).output, "");
+    EXPECT_EQ(settings(), (EQSettings{.isBypassed = true, .volume = 0.5}));
+    EXPECT_EQ(run({"set", "system", "--gains", "1,2,3,4,5,6,7,-8"}).exitCode, 0);
+    EXPECT_THAT(settings(std::string(kSystemSourceID)).bandGains, ElementsAre(1, 2, 3, 4, 5, 6, 7, -8));
+}
+
+TEST_F(ClientTests, ChangesASourceThatDoesNotPlayButHasSettings) {
+    start();
+    controller->updateSettings({.volume = 0.25}, "org.example.absent");
+    EXPECT_EQ(run({"set", "org.example.absent", "--volume", "0.75"}).exitCode, 0);
+    EXPECT_EQ(settings("org.example.absent").volume, 0.75);
+}
+
+TEST_F(ClientTests, SaysWhatItCannotFind) {
+    start();
+    expectOneLine(run({"set", "nobody", "--volume", "0.5"}), "no such source");
+    expectOneLine(run({"set", "Player", "--preset", "nothing"}), "no preset \"nothing\"");
+    expectOneLine(run({"set", "Player", "--output", "attic"}), "no output \"attic\"");
+    expectOneLine(run({"preset", "save", "Mine", "--from", "no\nbody"}), "no source \"no?body\"");
+    EXPECT_THAT(controller->settingsBySourceID().value(), IsEmpty());
+}
+
+TEST_F(ClientTests, SwitchesTheEqualizerOffAndOn) {
+    start();
+    EXPECT_EQ(run({"off"}).exitCode, 0);
+    EXPECT_FALSE(controller->isProcessingEnabled().value());
+    EXPECT_EQ(run({"on"}).exitCode, 0);
+    EXPECT_TRUE(controller->isProcessingEnabled().value());
+}
+
+TEST_F(ClientTests, SavesTheCurveThatIsHeard) {
+    start();
+    const std::vector<double> system{1, 1, 1, 1, 1, 1, 1, 1};
+    const std::vector<double> own{2, 2, 2, 2, 2, 2, 2, 2};
+    controller->updateSettings({.bandGains = system}, std::string(kSystemSourceID));
+    EXPECT_EQ(run({"preset", "save", "Late night", "--from", "Player"}).exitCode, 0);
+    controller->updateSettings({.bandGains = own}, kPlayer);
+    EXPECT_EQ(run({"preset", "save", "Own", "--from", "Player"}).exitCode, 0);
+    EXPECT_THAT(controller->userPresets().value(),
+                ElementsAre(UserEQPreset{"Late night", system}, UserEQPreset{"Own", own}));
+}
+
+TEST_F(ClientTests, WatchesUntilTheInstanceEnds) {
+    start();
+    setLevel(0.5F);
+    const auto watch = begin({"status", "--watch", "--json"});
+    const auto hasPrinted = [&](const char* part) {
+        return awaitThat([&] { return watch->output().find(part) != std::string::npos; });
+    };
+    EXPECT_TRUE(hasPrinted(R"("level":0.5)"));
+    setLevel(0.25F);
+    EXPECT_TRUE(hasPrinted(R"("level":0.25)"));
+    controller->updateSettings({.volume = 0.125}, kPlayer);
+    EXPECT_TRUE(hasPrinted(R"("volume":0.125)"));
+    hardware.addProcess({.pid = 102});
+    EXPECT_TRUE(hasPrinted("org.example.browser"));
+    presence.reset();
+    const Result result = finish(*watch);
+    EXPECT_EQ(result.exitCode, 1);
+    std::istringstream lines(result.output);
+    std::string line;
+    for (; std::getline(lines, line) && line.starts_with('{');)
+        EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+    EXPECT_THAT(line, HasSubstr("VELLO has ended"));
+}
+
+TEST_F(ClientTests, IsForgottenWhenItIsKilledWatching) {
+    start();
+    const auto watch = begin({"status", "--watch"});
+    ASSERT_TRUE(awaitThat([&] { return service->hasSubscribers() && !watch->output().empty(); }));
+    EXPECT_THAT(watch->output(), testing::Not(HasSubstr("\x1b"))) << "not a terminal";
+    watch->signal(SIGINT);
+    finish(*watch);
+    EXPECT_TRUE(awaitThat([&] { return !service->hasSubscribers(); }));
+}
+
+TEST_F(ClientTests, EndsQuietlyWhenItsReaderHasGone) {
+    start();
+    setLevel(0.5F);
+    session::ChildProcess program(
+        {"sh", "-c", std::string(VELLO_EXECUTABLE) + " status --watch --json | head -n 1"}, environment_,
+        folder / "piped");
+    ASSERT_TRUE(awaitThat([&] { return program.output().find('\n') != std::string::npos; }));
+    setLevel(0.25F);
+    EXPECT_EQ(finish(program).exitCode, 0);
+    EXPECT_EQ(std::ranges::count(program.output(), '\n'), 1) << program.output();
+}
+
+TEST_F(ClientTests, SaysThatNothingRuns) {
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"status"}, {"on"}, {"presets", "--json"}, {"set", "x", "--volume", "1"}})
+        expectOneLine(run(words), "VELLO is not running; start it with: vello --headless");
+}
+
+TEST_F(ClientTests, SaysThatThereIsNoBus) {
+    environment_.erase("DBUS_SESSION_BUS_ADDRESS");
+    environment_["XDG_RUNTIME_DIR"] = folder / "nowhere";
+    expectOneLine(run({"status"}), "no session bus");
+    environment_["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + (folder / "nothing").string();
+    expectOneLine(run({"status"}), "does not answer");
+}
+
+TEST_F(ClientTests, FindsTheBusInTheRuntimeFolder) {
+    start();
+    environment_.erase("DBUS_SESSION_BUS_ADDRESS");
+    EXPECT_EQ(run({"presets"}).exitCode, 0);
+}
+
+} // namespace
+} // namespace vello
