@@ -37,7 +37,9 @@ ControlService::ControlService(AudioController& controller, MeterAudience& audie
       subscriptions_(audience, mainThread,
                      [this] { return encodeMeters(runningState(controller_).sources); }) {
     registerBusTypes();
-    new ControlAdaptor(this);
+    auto* adaptor = new ControlAdaptor(this);
+    // The bus library lets everybody name an adaptor, at any length.
+    connect(adaptor, &QObject::objectNameChanged, adaptor, [adaptor] { adaptor->setObjectName({}); });
     observe();
 }
 

@@ -286,6 +286,15 @@ TEST_F(ControlServiceTests, IsWhatTheInstalledInterfaceSays) {
     EXPECT_EQ(members(reply.arguments().value(0).toString()), members(QString::fromStdString(installed)));
 }
 
+TEST_F(ControlServiceTests, KeepsNothingThatTheBusLibraryLetsOthersWrite) {
+    start();
+    const QVariant name = QVariant::fromValue(QDBusVariant(QString(1000000, 'x')));
+    const QString interface = "com.quorvin.Vello1";
+    ask("org.freedesktop.DBus.Properties", "Set", {interface, "objectName", name});
+    const QDBusMessage reply = ask("org.freedesktop.DBus.Properties", "Get", {interface, "objectName"});
+    EXPECT_EQ(qvariant_cast<QDBusVariant>(reply.arguments().value(0)).variant(), QString());
+}
+
 TEST_F(ControlServiceTests, IsThereOnce) {
     start();
     const BusPresence second(mainThread, log);
