@@ -227,9 +227,12 @@ private:
         const auto member = oneOf<std::string>({"Get", "Set", "GetAll"});
         Call call{bus_, kPath, kProperties, member};
         const bool isWriting = member == "Set";
-        // Reading with an unknown name, or writing whatever: nothing can be written.
-        const auto interface = oneOf<std::string>({kInterface, "", "x.y", longText()});
-        call.text(member == "GetAll" && interface == kInterface ? "com.quorvin.Vello2" : interface);
+        // Reading of an unknown name, or writing whatever: nothing can be written. To ask for everything is
+        // fine.
+        const auto interface = member == "GetAll"
+                                   ? oneOf<std::string>({"com.quorvin.Vello2", "x.y", longText()})
+                                   : oneOf<std::string>({kInterface, "", "x.y", longText()});
+        call.text(interface);
         if (member != "GetAll")
             call.text(isWriting ? oneOf<std::string>({"Sources", "Version", "ProcessingEnabled", "Nothing"})
                                 : unknownID());
