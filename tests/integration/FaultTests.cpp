@@ -69,7 +69,7 @@ TEST_F(VelloFaults, leavesEightApplicationsAudibleOnTheirOwnOutputsWhenItIsKille
     playEight();
     ASSERT_TRUE(awaitAll(2));
     std::vector<double> milliseconds;
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 11; ++i) {
         startVello();
         ASSERT_TRUE(awaitAll(1));
         const auto moment = std::chrono::steady_clock::now();
@@ -79,9 +79,9 @@ TEST_F(VelloFaults, leavesEightApplicationsAudibleOnTheirOwnOutputsWhenItIsKille
                                         millisecondsUntilDirect("output-b", moment)));
         expectNothingLeft();
     }
-    // The goal is 50, which an idle machine keeps; what else runs only adds to it. Without the guard's head
-    // start and with a busy machine it was up to 155.
-    EXPECT_LE(std::ranges::min(milliseconds), 100) << testing::PrintToString(milliseconds);
+    std::ranges::sort(milliseconds);
+    // The usual case: what else runs on the machine only adds to it.
+    EXPECT_LE(milliseconds[milliseconds.size() / 2], 50) << testing::PrintToString(milliseconds);
     RecordProperty("milliseconds", testing::PrintToString(milliseconds));
 }
 

@@ -126,6 +126,19 @@ TEST_F(VelloRouting, givesAStreamBackToWhereTheUserMovedIt) {
     EXPECT_TRUE(awaitWay("output-b", Way::direct));
 }
 
+TEST_F(VelloRouting, leavesAStreamWhereTheUserMovedItWhenItIsKilled) {
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    graph().moveStream(graph().state().nodeNamed("player")->id, "output-b");
+    ASSERT_TRUE(awaitWay("output-b", Way::tapped));
+    vello().signal(SIGKILL);
+    EXPECT_TRUE(awaitWay("output-b", Way::direct));
+    EXPECT_TRUE(awaitWay("output-a", Way::silent));
+    EXPECT_TRUE(awaitSaved("output-b")) << savedStreams();
+}
+
 TEST_F(VelloRouting, takesNoTargetOverFromAStreamThatHadTheSameNumber) {
     writeSettings(session(), {{systemSource, {.volume = 0.5}}});
     startVello();

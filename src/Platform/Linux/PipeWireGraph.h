@@ -135,6 +135,10 @@ public:
     bool isMetadataBeingTold() const;
     /// Writes a node's target, or takes it away. Harmless while there is no metadata.
     void setTarget(std::uint32_t nodeID, const std::string& key, const std::optional<MetadataValue>& value);
+    /// Whether the metadata never held anything for a node but its targets.
+    bool hasOnlyTargets(std::uint32_t nodeID) const;
+    /// Takes away everything that the metadata holds for a node.
+    void clearMetadata(std::uint32_t nodeID);
 
 private:
     struct Callbacks;

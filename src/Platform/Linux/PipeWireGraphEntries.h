@@ -66,6 +66,7 @@ struct PipeWireGraph::MetadataEntry {
     std::uint32_t id = 0;
     PipeWireBinding binding;
     std::map<std::pair<std::uint32_t, std::string>, MetadataValue> targets;
+    std::set<std::uint32_t> withMoreThanTargets;
     /// What this binding has told of so far.
     std::set<std::pair<std::uint32_t, std::string>> told;
     bool isDefaultSinkTold = false;

@@ -113,8 +113,10 @@ void PipeWireGraph::metadataChanged(std::uint32_t subject, const char* key, cons
         return;
     }
     const std::string name(key);
-    if (name != kTargetObjectKey && name != kTargetNodeKey)
+    if (name != kTargetObjectKey && name != kTargetNodeKey) {
+        metadata_->withMoreThanTargets.insert(subject);
         return;
+    }
     std::optional<MetadataValue> current;
     if (value != nullptr)
         current = MetadataValue{type != nullptr ? type : "", value};
@@ -155,6 +157,15 @@ void PipeWireGraph::setTarget(std::uint32_t nodeID, const std::string& key,
     vello_metadata_set_property(metadata_->binding.as<pw_metadata>(), nodeID, key.c_str(),
                                 value ? value->type.c_str() : nullptr,
                                 value ? value->value.c_str() : nullptr);
+}
+
+bool PipeWireGraph::hasOnlyTargets(std::uint32_t nodeID) const {
+    return metadata_ != nullptr && !metadata_->withMoreThanTargets.contains(nodeID);
+}
+
+void PipeWireGraph::clearMetadata(std::uint32_t nodeID) {
+    if (metadata_ != nullptr)
+        vello_metadata_set_property(metadata_->binding.as<pw_metadata>(), nodeID, nullptr, nullptr, nullptr);
 }
 
 } // namespace vello

@@ -47,7 +47,7 @@ public:
     void run() {
         PipeWireLock lock(connection_);
         // What the mirror knows is quick. A redirect that the mirror has missed is found by asking again.
-        director_.metadataKnown();
+        director_.takeBackStale();
         stage_ = Stage::asking;
         graph_.readMetadata();
         connection_.sync();
@@ -66,9 +66,10 @@ private:
         graph_.metadataAnswered();
         if (stage_ == Stage::following)
             return;
-        director_.metadataKnown();
+        director_.takeBackStale();
         if (graph_.isMetadataBeingTold())
             return;
+        director_.rewriteChoices();
         stage_ = stage_ == Stage::asking ? Stage::clearing : Stage::done;
         connection_.sync();
         pw_thread_loop_signal(connection_.threadLoop(), false);

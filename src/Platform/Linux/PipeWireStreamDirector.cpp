@@ -146,16 +146,59 @@ const GraphSink* PipeWireStreamDirector::ownTarget(const GraphStream& stream) co
 }
 
 void PipeWireStreamDirector::streamAppeared(const GraphStream& stream) {
-    adopt(stream);
-}
-
-void PipeWireStreamDirector::adopt(const GraphStream& stream) {
     if (const Capture* capture = captureFor(stream)) {
         direct(stream.nodeID, capture->name);
-    } else if (namesACapture(graph_.target(stream.nodeID, kTargetObjectKey))) {
-        directed_[stream.nodeID].ownTargetNode = asChosen(graph_.target(stream.nodeID, kTargetNodeKey));
-        giveBack(stream.nodeID);
+    } else if (isStale(stream)) {
+        takeBackStale();
+        rewriteChoices();
     }
+}
+
+bool PipeWireStreamDirector::isStale(const GraphStream& stream) const {
+    return captureFor(stream) == nullptr && namesACapture(graph_.target(stream.nodeID, kTargetObjectKey));
+}
+
+bool PipeWireStreamDirector::isWhereItGoesAnyway(const GraphStream& stream,
+                                                 const MetadataValue& targetNode) const {
+    const auto orDefault = [&](const GraphSink* sink) {
+        return sink != nullptr ? sink : graph_.defaultSink();
+    };
+    const GraphSink* own =
+        stream.targetProperty ? graph_.sinkOfTarget(kTargetObjectKey, *stream.targetProperty) : nullptr;
+    return orDefault(graph_.sinkOfTarget(kTargetNodeKey, targetNode.value)) == orDefault(own);
+}
+
+bool PipeWireStreamDirector::needsNoTarget(const GraphStream& stream) const {
+    const auto targetNode = graph_.target(stream.nodeID, kTargetNodeKey);
+    return graph_.hasOnlyTargets(stream.nodeID) && (!targetNode || isWhereItGoesAnyway(stream, *targetNode));
+}
+
+void PipeWireStreamDirector::takeBackStale() {
+    std::vector<const GraphStream*> stale;
+    for (const GraphStream* stream : graph_.streams())
+        if (isStale(*stream))
+            stale.push_back(stream);
+    for (const GraphStream* stream : stale)
+        if (const auto targetNode = asChosen(graph_.target(stream->nodeID, kTargetNodeKey)))
+            choices_[stream->nodeID] = *targetNode;
+    // Whenever it hears of a target, the session manager looks at all its streams, which takes it
+    // milliseconds. It does not hear of it when all that it holds for a stream is cleared. So the streams
+    // that need no target are cleared first, and all of them are moved when it hears of the next one; one
+    // must be heard of.
+    const auto needing = std::ranges::partition(stale, [&](const GraphStream* stream) {
+                             return needsNoTarget(*stream);
+                         }).begin();
+    const auto heard = needing == stale.end() && needing != stale.begin() ? needing - 1 : needing;
+    for (auto stream = stale.begin(); stream != heard; ++stream)
+        graph_.clearMetadata((*stream)->nodeID);
+    for (auto stream = heard; stream != stale.end(); ++stream)
+        graph_.setTarget((*stream)->nodeID, kTargetObjectKey, std::nullopt);
+}
+
+void PipeWireStreamDirector::rewriteChoices() {
+    for (const auto& [nodeID, targetNode] : std::exchange(choices_, {}))
+        if (graph_.stream(nodeID) != nullptr)
+            graph_.setTarget(nodeID, kTargetNodeKey, targetNode);
 }
 
 void PipeWireStreamDirector::streamVanished(std::uint32_t nodeID) {
@@ -198,12 +241,16 @@ void PipeWireStreamDirector::userMoved(std::uint32_t nodeID, DirectedStream& str
 
 void PipeWireStreamDirector::metadataKnown() {
     for (const GraphStream* stream : graph_.streams())
-        adopt(*stream);
+        if (const Capture* capture = captureFor(*stream))
+            direct(stream->nodeID, capture->name);
+    takeBackStale();
+    rewriteChoices();
 }
 
 void PipeWireStreamDirector::reset() {
     captures_.clear();
     directed_.clear();
+    choices_.clear();
 }
 
 } // namespace vello

@@ -41,6 +41,11 @@ public:
     /// The session manager has told all its metadata: takes away what a run that died left, and directs anew
     /// what the session manager has forgotten.
     void metadataKnown();
+    /// Takes away the redirects of a run that died, as fast as the session manager can move the streams. To
+    /// be followed by rewriteChoices when it has heard of that.
+    void takeBackStale();
+    /// Has the session manager save the users' choices again, which it forgot with our redirects.
+    void rewriteChoices();
     /// The connection is gone, and with it every stream.
     void reset();
 
@@ -58,7 +63,12 @@ private:
     };
 
     const Capture* captureFor(const GraphStream& stream) const;
-    void adopt(const GraphStream& stream);
+    /// Whether the stream is directed to a capture of a run that died.
+    bool isStale(const GraphStream& stream) const;
+    /// Whether the stream goes where it should without anything in the metadata.
+    bool needsNoTarget(const GraphStream& stream) const;
+    /// Whether this target changes nothing for the stream.
+    bool isWhereItGoesAnyway(const GraphStream& stream, const MetadataValue& targetNode) const;
     void direct(std::uint32_t nodeID, const std::string& captureName);
     void giveBack(std::uint32_t nodeID);
     void write(std::uint32_t nodeID, DirectedStream& stream);
@@ -70,6 +80,8 @@ private:
     std::function<void(AudioObjectID)> ownTargetChanged_;
     std::vector<Capture> captures_;
     std::map<std::uint32_t, DirectedStream> directed_;
+    /// Target nodes of streams that were taken back.
+    std::map<std::uint32_t, MetadataValue> choices_;
 };
 
 } // namespace vello
