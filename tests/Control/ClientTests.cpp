@@ -178,6 +178,32 @@ TEST_F(ClientTests, EndsQuietlyWhenItsReaderHasGone) {
     EXPECT_EQ(std::ranges::count(program.output(), '\n'), 1) << program.output();
 }
 
+TEST_F(ClientTests, CompletesSourcesPresetsAndOutputsInTheShell) {
+    applications.applications[102].localizedName = "Two \"words\"";
+    hardware.addProcess({.pid = 102});
+    start();
+    ASSERT_TRUE(awaitThat([&] { return controller->sources().value().size() == 3; }));
+    controller->saveUserPreset("Late night", std::vector<double>(8, 1.0));
+    environment_["PATH"] =
+        std::filesystem::path(VELLO_EXECUTABLE).parent_path().string() + ":" + environment_["PATH"];
+    const auto complete = [&](const std::string& words) {
+        session::ChildProcess bash({"bash", "-c",
+                                    "source \"$0\"; COMP_WORDS=(vello " + words +
+                                        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vello; "
+                                        "printf '%s\\n' \"${COMPREPLY[@]}\"",
+                                    VELLO_COMPLETION},
+                                   environment_, folder / ("bash-" + std::to_string(++runs_)));
+        return finish(bash).output;
+    };
+    // Without the name that the shell could not take as it stands.
+    EXPECT_EQ(complete("set ''"), "system\nPlayer\nSystem\neq-by-quorvin.system.master\n"
+                                  "org.example.browser\norg.example.player\n");
+    EXPECT_EQ(complete("set Player --preset La"), "Late\\ night\n");
+    EXPECT_EQ(complete("set Player --output h"), "headphones\n");
+    EXPECT_EQ(complete("set Player --output a"), "auto\n");
+    EXPECT_EQ(complete("preset save Mine --from org.example.b"), "org.example.browser\n");
+}
+
 TEST_F(ClientTests, SaysThatNothingRuns) {
     for (const std::vector<std::string>& words :
          {std::vector<std::string>{"status"}, {"on"}, {"presets", "--json"}, {"set", "x", "--volume", "1"}})
