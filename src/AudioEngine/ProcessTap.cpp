@@ -168,6 +168,14 @@ bool ProcessTap::isAggregateAlive() const {
     return alive.value_or(0) != 0;
 }
 
+bool ProcessTap::isStillConnecting() const {
+    const auto running = attempt([this] {
+        return readProperty<std::uint32_t>(services_.hardware, aggregateDeviceID_,
+                                           kAudioDevicePropertyDeviceIsRunning);
+    });
+    return running == 0U;
+}
+
 ProcessTap::ActivationStep ProcessTap::startProcessing() {
     processingSampleRate_ = attempt([this] {
                                 return readNominalSampleRate(services_.hardware, aggregateDeviceID_);

@@ -74,6 +74,9 @@ public:
     const std::shared_ptr<TapRealtimeContext>& realtimeContext() const { return realtimeContext_; }
     /// What the I/O callback filters with; null as the context is, and where the sound cannot be processed.
     const std::shared_ptr<const EQChainSnapshot>& currentSnapshot() const { return currentSnapshot_; }
+    /// It runs, but the audio system is still at connecting its device, which can take seconds when many
+    /// taps begin at once. A system that does not tell has done so.
+    bool isStillConnecting() const;
     /// When the activation was done.
     std::optional<MainThread::Instant> activatedAt() const { return activatedAt_; }
     /// The output device that the settings ask for, and the one in use.

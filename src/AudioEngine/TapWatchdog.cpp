@@ -17,6 +17,9 @@ namespace {
 
 constexpr auto kCheckPeriod = 2s;
 constexpr auto kGracePeriod = 5s; ///< after an activation
+/// How long after an activation the audio system may take to connect the device. Tapped anew meanwhile, it
+/// would begin again, and end later still.
+constexpr auto kConnectionPatience = 60s;
 constexpr auto kStall = 3s;
 constexpr std::uint32_t kSilentBuffers = 200;
 constexpr int kMissesBeforeRebuild = 3;
@@ -25,6 +28,13 @@ constexpr auto kRebuildCooldown = 20s;
 /// How long ago; less than nothing when the callback ran since `now` was read.
 std::chrono::nanoseconds age(std::uint64_t callbackTime, MainThread::Instant now) {
     return std::chrono::nanoseconds(static_cast<std::int64_t>(hostTime(now) - callbackTime));
+}
+
+bool isTooYoung(const ProcessTap& tap, MainThread::Instant now) {
+    if (!tap.activatedAt())
+        return true;
+    const auto running = now - *tap.activatedAt();
+    return running < kGracePeriod || (running < kConnectionPatience && tap.isStillConnecting());
 }
 
 /// A tap that never carried anything, or whose application does not play, may be silent for ever.
@@ -73,7 +83,7 @@ void TapWatchdog::runChecks() {
 
 TapWatchdog::Verdict TapWatchdog::judge(const ProcessTap& tap, bool sourceIsAudible,
                                         MainThread::Instant now) {
-    if (!tap.activatedAt() || now - *tap.activatedAt() < kGracePeriod || !tap.realtimeContext())
+    if (isTooYoung(tap, now) || !tap.realtimeContext())
         return Verdict::tooEarly;
     const TapRealtimeContext& context = *tap.realtimeContext();
     const std::uint64_t lastCallback = context.lastCallbackHostTime.load(std::memory_order_relaxed);

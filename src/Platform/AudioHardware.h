@@ -56,6 +56,9 @@ inline constexpr FourCharCode kAudioDevicePropertyNominalSampleRate = fourCharCo
 inline constexpr FourCharCode kAudioDevicePropertyTransportType = fourCharCode("tran");
 /// uint32_t, non-zero once the device can carry sound.
 inline constexpr FourCharCode kAudioDevicePropertyDeviceIsAlive = fourCharCode("livn");
+/// uint32_t, of a started aggregate device: 0 while the audio system is still connecting it to what it
+/// captures and plays to. No callback can come before.
+inline constexpr FourCharCode kAudioDevicePropertyDeviceIsRunning = fourCharCode("goin");
 
 inline constexpr FourCharCode kAudioDeviceTransportTypeBluetooth = fourCharCode("blue");
 inline constexpr FourCharCode kAudioDeviceTransportTypeBluetoothLE = fourCharCode("blea");

@@ -89,6 +89,24 @@ TEST_F(Watchdog, ATapThatStillStartsIsNotJudged) {
     EXPECT_EQ(rebuilds(), 0U);
 }
 
+TEST_F(Watchdog, ATapWhoseDeviceIsStillBeingConnectedIsNotJudgedForAMinute) {
+    startWith({a, b});
+    for (const char* id : {"a", "b"})
+        hardware.setProperty(tap(id)->aggregateDeviceID(), kAudioDevicePropertyDeviceIsRunning,
+                             std::uint32_t{0});
+    advance(20s); // from here on the device of b is connected: judged at 22, 24, 26 s
+    hardware.setProperty(tap("b")->aggregateDeviceID(), kAudioDevicePropertyDeviceIsRunning,
+                         std::uint32_t{1});
+    advance(6s - 1ns);
+    EXPECT_EQ(rebuilds(), 0U);
+    advance(1ns);
+    EXPECT_THAT(lines(), ElementsAre("Tap for b is silent/stalled; full teardown + rebuild"));
+    advance(38s - 1ns, {"b"}); // a is judged at 60, 62, 64 s
+    EXPECT_EQ(rebuilds(), 1U);
+    advance(1ns);
+    EXPECT_THAT(lines(), ElementsAre(testing::_, kLineOfA));
+}
+
 TEST_F(Watchdog, ATapThatIsCalledBackIsLeftAlone) {
     startWith({a});
     const auto before = tap("a");

@@ -142,6 +142,8 @@ PipeWireProperties::Result PipeWireProperties::ofDevice(AudioObjectID device, Fo
         return dataOf(fourCharCode("grup"));
     case kAudioDevicePropertyDeviceIsAlive:
         return dataOf(std::uint32_t{taps_.isAlive(device)});
+    case kAudioDevicePropertyDeviceIsRunning:
+        return dataOf(std::uint32_t{taps_.isConnected(device)});
     default:
         return std::nullopt;
     }

@@ -337,6 +337,12 @@ bool PipeWireTaps::isAlive(AudioObjectID device) const {
            (isLinkedOut(*found) || MainThread::Clock::now() > found->madeAt + linkPatience);
 }
 
+bool PipeWireTaps::isConnected(AudioObjectID device) const {
+    const Device* found = find(device);
+    return found != nullptr && found->isDirected && isLinkedOut(*found) &&
+           (isLinkedInto(*found) || !director_.hasStreams(found->captureName));
+}
+
 bool PipeWireTaps::isLinkedOut(const Device& device) const {
     return device.pair != nullptr && graph_.hasLinkOutOf(device.pair->playbackNodeID());
 }

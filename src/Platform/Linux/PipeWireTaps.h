@@ -43,6 +43,8 @@ public:
     std::optional<AudioStreamBasicDescription> tapFormat(AudioObjectID tap) const;
     const AggregateDeviceDescription* deviceDescription(AudioObjectID device) const;
     bool isAlive(AudioObjectID device) const;
+    /// Started, and the session manager has linked what the device plays to and what plays into it.
+    bool isConnected(AudioObjectID device) const;
     double sampleRate(AudioObjectID device) const;
 
     void linksChanged();
