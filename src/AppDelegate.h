@@ -1,50 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "AudioEngine/AudioProcessMonitor.h"
-#include "AudioEngine/TapCoordinator.h"
-#include "AudioEngine/TapTeardownQueue.h"
-#include "Persistence/SettingsStore.h"
-#include "Platform/ApplicationEvents.h"
-#include "Platform/AudioHardware.h"
-#include "Platform/MainThread.h"
-#include "Platform/RunningApplications.h"
-#include "Platform/SystemLog.h"
+#include "AudioEngine/AudioController.h"
+#include "AudioEngine/MeterAudience.h"
 
 #include <filesystem>
-#include <string>
 
 namespace vello {
 
-/// What the application is made on: one adapter for each port.
-struct Platform {
-    AudioHardware& audioHardware;
-    MainThread& mainThread;
-    RunningApplications& runningApplications;
-    ApplicationEvents& applicationEvents;
-    SystemLog& systemLog;
-};
-
-/// The application as a whole: makes its parts, connects them and ends them. Main thread only.
+/// The application as a whole: its model, and the audience of the model's meters. Main thread only.
 class AppDelegate {
 public:
-    /// Everything of `platform` outlives the application. `applicationSupportFolder` is the user's folder for
-    /// the data of all applications.
-    AppDelegate(const Platform& platform, const std::filesystem::path& applicationSupportFolder);
+    /// Loads the settings and begins to equalize whatever plays, as far as the user allows it. Every port
+    /// outlives the application. `applicationSupportFolder` is the user's folder for the data of all
+    /// applications.
+    AppDelegate(const AudioControllerPorts& ports, const std::filesystem::path& applicationSupportFolder);
 
-    /// Loads the settings and begins to equalize whatever plays. Once.
-    void start();
+    AudioController& controller() { return controller_; }
+    MeterAudience& meterAudience() { return meterAudience_; }
 
 private:
-    EQSettings settings(const std::string& sourceID) const;
-    void willTerminate();
-
-    TapTeardownQueue teardownQueue_;
-    SettingsStore settingsStore_;
-    StoredSettings settings_;
-    TapCoordinator coordinator_;
-    AudioProcessMonitor monitor_;
-    ApplicationEvents& events_;
+    AudioController controller_;
+    MeterAudience meterAudience_;
 };
 
 } // namespace vello

@@ -5,7 +5,9 @@
 #include "Control/CommandLine.h"
 #include "Platform/Linux/DescriptorLimit.h"
 #include "Platform/Linux/DesktopRunningApplications.h"
+#include "Platform/Linux/FolderKeyValueStore.h"
 #include "Platform/Linux/JournalSystemLog.h"
+#include "Platform/Linux/LinuxCaptureAuthorization.h"
 #include "Platform/Linux/LinuxConsentStore.h"
 #include "Platform/Linux/PipeWireAudioHardware.h"
 #include "Platform/Linux/PipeWireRedirectGuard.h"
@@ -33,7 +35,8 @@ int failure(const char* reason) {
     return 1;
 }
 
-int runEventLoop(int argumentCount, char** arguments) {
+int runEventLoop(const std::string& chosenSyncFolder, int argumentCount, char** arguments) {
+    const Environment environment = processEnvironment();
     QCoreApplication application(argumentCount, arguments);
     // Qt takes the user's locale over; numbers in files and properties keep their point.
     std::setlocale(LC_NUMERIC, "C");
@@ -41,14 +44,15 @@ int runEventLoop(int argumentCount, char** arguments) {
     TerminationSignals termination(mainThread, [] { QCoreApplication::quit(); });
     JournalSystemLog log;
     PipeWireAudioHardware hardware(mainThread, log);
-    DesktopRunningApplications applications(DesktopFolders::fromEnvironment(processEnvironment()));
-    AppDelegate delegate({hardware, mainThread, applications, termination, log},
-                         userDataFolder(processEnvironment()));
-    delegate.start();
+    DesktopRunningApplications applications(DesktopFolders::fromEnvironment(environment));
+    LinuxCaptureAuthorization authorization(mainThread, log, ConsentPlaces::fromEnvironment(environment));
+    FolderKeyValueStore shared(syncFolder(chosenSyncFolder, environment), mainThread, log);
+    const AppDelegate delegate({hardware, mainThread, applications, termination, authorization, shared, log},
+                               userDataFolder(environment));
     return QCoreApplication::exec();
 }
 
-int runHeadless(int argumentCount, char** arguments) {
+int runHeadless(const ParsedCommand& parsed, int argumentCount, char** arguments) {
     // A reader of our lines that has gone is no reason to end.
     std::signal(SIGPIPE, SIG_IGN);
     raiseDescriptorLimit();
@@ -61,7 +65,7 @@ int runHeadless(int argumentCount, char** arguments) {
     const auto instance = SingleInstance::acquire(*folder);
     if (!instance)
         return failure("VELLO is already running in this session; end that one first");
-    return runEventLoop(argumentCount, arguments);
+    return runEventLoop(parsed.syncFolder, argumentCount, arguments);
 }
 
 int runPermissionCommand(PermissionAction action) {
@@ -87,7 +91,7 @@ int main(int argumentCount, char** arguments) {
             vello::parseCommandLine(argumentCount, arguments, std::cout, std::cerr);
         switch (parsed.command) {
         case vello::Command::headless:
-            return vello::runHeadless(argumentCount, arguments);
+            return vello::runHeadless(parsed, argumentCount, arguments);
         case vello::Command::render:
             return vello::runRender(parsed.render, std::cerr);
         case vello::Command::analyze:

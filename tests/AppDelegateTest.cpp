@@ -3,6 +3,8 @@
 
 #include "support/FakeApplicationEvents.h"
 #include "support/FakeAudioHardware.h"
+#include "support/FakeCaptureAuthorization.h"
+#include "support/FakeKeyValueStore.h"
 #include "support/FakeRunningApplications.h"
 #include "support/RecordingSystemLog.h"
 #include "support/TemporaryFolder.h"
@@ -26,12 +28,14 @@ protected:
     AppDelegateTest() {
         hardware_.setDefaultOutputDevice(hardware_.addDevice({.uid = "speakers", .name = "Speakers"}));
         hardware_.addDevice({.uid = "headphones", .name = "Headphones"});
+        authorization_.answer = FakeCaptureAuthorization::allowed;
         applications_.applications[101] = {"org.example.player", "Player", std::nullopt};
     }
 
     void start() {
-        delegate_.emplace(Platform{hardware_, mainThread_, applications_, events_, log_}, folder_.path());
-        delegate_->start();
+        delegate_.emplace(AudioControllerPorts{hardware_, mainThread_, applications_, events_, authorization_,
+                                               shared_, log_},
+                          folder_.path());
         mainThread_.advance(2s);
     }
     void terminate() {
@@ -51,6 +55,8 @@ protected:
     FakeAudioHardware hardware_{mainThread_};
     FakeRunningApplications applications_;
     FakeApplicationEvents events_;
+    FakeCaptureAuthorization authorization_;
+    FakeKeyValueStore shared_;
     RecordingSystemLog log_;
     std::optional<AppDelegate> delegate_;
 };

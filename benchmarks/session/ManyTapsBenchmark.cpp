@@ -3,6 +3,7 @@
 // filters a stream, on the same players in the same session. Prints one table; exit code 0: VELLO takes less
 // processor time at every count and misses no cycle.
 #include "AudioGraph.h"
+#include "Consent.h"
 #include "MonitorRecorder.h"
 #include "Players.h"
 #include "PrivateAudioSession.h"
@@ -89,6 +90,7 @@ class Bench {
 public:
     explicit Bench(int count)
         : count_(count), session_({.sampleRate = sampleRate, .quantum = quantum}), graph_(session_.socket()) {
+        allowCapture(session_);
         writeSettings(session_, {{systemSource, {.bandGains = gains, .volume = velloVolume}}});
         recorder_ = std::make_unique<MonitorRecorder>(session_.socket(), "output-a", 180s);
     }

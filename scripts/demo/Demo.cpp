@@ -5,6 +5,7 @@
 #include "DesignedResponse.h"
 
 #include "AudioGraph.h"
+#include "Consent.h"
 #include "MonitorRecorder.h"
 #include "Passage.h"
 #include "Players.h"
@@ -242,6 +243,7 @@ bool run() {
     const PrivateAudioSession session({.sampleRate = sampleRate,
                                        .quantum = quantum,
                                        .outputs = {{"speakers", "Speakers"}, {"headphones", "Headphones"}}});
+    allowCapture(session);
     std::printf(
         "A private audio session with two outputs and two applications, %d Hz, cycles of %d frames.\n",
         sampleRate, quantum);

@@ -12,6 +12,7 @@ constexpr const char* captureClass = "Stream/Input/Audio/Internal";
 
 void VelloTest::openSession(SessionOptions options) {
     session_ = std::make_unique<PrivateAudioSession>(std::move(options));
+    allowCapture(*session_);
     reconnect();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "AudioGraph.h"
+#include "Consent.h"
 #include "MonitorRecorder.h"
 #include "Passage.h"
 #include "Players.h"
@@ -25,7 +26,7 @@ using namespace std::chrono_literals;
 /// failed one tells what VELLO, the servers and the graph have to say.
 class VelloTest : public testing::Test {
 protected:
-    /// To be called first.
+    /// To be called first. The user of the session allows the capture.
     void openSession(SessionOptions options = {});
     void TearDown() override;
 
