@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "AudioControllerFixture.h"
+#include "AudioControllerMeterFixture.h"
 
-#include "AudioEngine/HostTime.h"
 #include "AudioEngine/MeterAudience.h"
-#include "MusicSupport.h"
 
 namespace vello {
 namespace {
@@ -15,40 +13,6 @@ using testing::FloatEq;
 using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
-
-constexpr auto kTick = 33ms;
-
-/// The meters run; "player" and "browser" play, and their callbacks are called.
-struct ControllerMeters : Controller {
-    void startMeters() {
-        startWithBoth();
-        controller->startMeterUpdates();
-    }
-    void tick(int count = 1) {
-        for (int i = 0; i < count; ++i) {
-            for (const auto& [id, tap] : controller->taps())
-                if (tap->realtimeContext())
-                    tap->realtimeContext()->lastCallbackHostTime = hostTime(mainThread.now());
-            mainThread.advance(kTick);
-        }
-    }
-    /// As many ticks as end at or before `duration` from now.
-    void ticksWithin(std::chrono::milliseconds duration) { tick(static_cast<int>(duration / kTick)); }
-    const AudioController::Levels& levels() const { return controller->levels().value(); }
-    const SpectrumAnalyzer::Levels& spectrum() const { return controller->spectrum().value(); }
-    AudioSampleRingBuffer& ring(const std::string& id) const { return context(id).ringBuffer; }
-    int beats(const std::string& id) const {
-        return controller->tempo(id).value_or(TempoEstimate{}).beatsPerMinute;
-    }
-    /// The ring of "player" holds a beat, and the meters have found it.
-    void findTheBeat() {
-        startMeters();
-        writeClicksAt120(ring("player"), 6);
-        setLevel("player", 0.5F);
-        tick();
-        ASSERT_EQ(beats("player"), 120);
-    }
-};
 
 // The loop
 
@@ -293,95 +257,6 @@ TEST_F(ControllerMeters, TheSpectrumNeedsNoAudibleLevel) {
     setLevel("player", 0);
     tick();
     EXPECT_EQ(spectrum()[4], 1.0F);
-}
-
-// Tempo
-
-TEST_F(ControllerMeters, EveryAudibleSourceHasATempoWhetherItIsActiveOrNot) {
-    startMeters();
-    writeClicksAt120(ring("player"), 6);
-    writeClicksAt120(ring("browser"), 6);
-    setLevel("player", 0.5F);
-    tick();
-    EXPECT_EQ(beats("player"), 120);
-    EXPECT_EQ(controller->tempo("browser"), std::nullopt) << "it is silent";
-    EXPECT_EQ(controller->tempo("nobody"), std::nullopt);
-}
-
-TEST_F(ControllerMeters, ATempoIsLookedForAtMostTwiceASecond) {
-    startMeters();
-    setLevel("player", 0.5F);
-    tick(); // looked, and found nothing
-    writeClicksAt120(ring("player"), 6);
-    ticksWithin(499ms);
-    EXPECT_EQ(controller->tempo("player"), std::nullopt);
-    tick();
-    EXPECT_EQ(beats("player"), 120);
-}
-
-TEST_F(ControllerMeters, ATempoHoldsFourSecondsOfFailedAnalysesAndThenDisappears) {
-    findTheBeat();
-    writeSilence(ring("player"), 7);
-    ticksWithin(4s);
-    EXPECT_EQ(beats("player"), 120);
-    ticksWithin(600ms);
-    EXPECT_EQ(controller->tempo("player"), std::nullopt);
-}
-
-TEST_F(ControllerMeters, ATempoThatIsFoundAgainBeginsTheFourSecondsAnew) {
-    findTheBeat();
-    writeSilence(ring("player"), 7);
-    ticksWithin(3s);
-    writeClicksAt120(ring("player"), 6);
-    ticksWithin(600ms);
-    writeSilence(ring("player"), 7);
-    ticksWithin(3s);
-    EXPECT_EQ(beats("player"), 120);
-}
-
-TEST_F(ControllerMeters, ASourceThatFallsSilentLosesItsTempoInTheSameTickAsItsLevel) {
-    findTheBeat();
-    setLevel("player", 0);
-    std::vector<std::string> told;
-    const auto levelGone = controller->levels().observe([&](const auto& now) {
-        if (!now.contains("player"))
-            told.emplace_back("level");
-    });
-    const auto tempoGone =
-        controller->tempoEstimates().observe([&](const auto&) { told.emplace_back("tempo"); });
-    ticksWithin(500ms);
-    EXPECT_THAT(told, IsEmpty());
-    tick();
-    EXPECT_THAT(told, testing::UnorderedElementsAre("level", "tempo"));
-}
-
-TEST_F(ControllerMeters, ASourceThatIsHeardAgainIsAnalyzedAtOnce) {
-    findTheBeat();
-    setLevel("player", 0);
-    ticksWithin(600ms);
-    ASSERT_EQ(controller->tempo("player"), std::nullopt);
-    setLevel("player", 0.5F);
-    tick();
-    EXPECT_EQ(beats("player"), 120);
-}
-
-TEST_F(ControllerMeters, TheTempoIsToldOnlyWhenItChanges) {
-    findTheBeat();
-    int told = 0;
-    const auto observation = controller->tempoEstimates().observe([&](const auto&) { ++told; });
-    ticksWithin(3s);
-    EXPECT_EQ(told, 0);
-}
-
-TEST_F(ControllerMeters, ARebuiltTapKeepsNothingOfTheOldOnesSound) {
-    findTheBeat();
-    controller->setProcessingEnabled(false);
-    tick();
-    EXPECT_THAT(controller->tempoEstimates().value(), IsEmpty());
-    EXPECT_THAT(levels(), IsEmpty());
-    controller->setProcessingEnabled(true);
-    tick();
-    EXPECT_THAT(levels(), IsEmpty());
 }
 
 // Everybody who looks
