@@ -4,6 +4,7 @@
 #include "support/KilledProcess.h"
 #include "support/PumpedMainThread.h"
 #include "support/RecordingSystemLog.h"
+#include "support/session/OwnMounts.h"
 #include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -13,6 +14,7 @@
 
 #include <random>
 #include <set>
+#include <sys/mount.h>
 
 namespace vello {
 namespace {
@@ -255,6 +257,21 @@ TEST_F(FolderKeyValueStoreTest, FollowsAFolderThatIsDeletedMadeAgainAndReplaced)
     fs::create_directory_symlink(temporary_ / "b", temporary_ / "a");
     writeTestFile(file_, R"(["through another link"])");
     EXPECT_TRUE(arrives("through another link"));
+}
+
+TEST_F(FolderKeyValueStoreTest, FollowsAFolderThatIsMountedAndUnmounted) {
+    VELLO_NEEDS_OWN_MOUNTS(temporary_.path());
+    Machine machine(*this);
+    machine.save("below");
+    ASSERT_EQ(::mount("tmpfs", folder_.c_str(), "tmpfs", 0, "size=1m"), 0);
+    writeTestFile(file_, R"(["mounted"])");
+    EXPECT_TRUE(mainThread_.runUntil([&] { return machine.knows("mounted"); }, 2s));
+    machine.save("on it");
+    EXPECT_THAT(everythingIn(folder_), UnorderedElementsAre("below", "mounted", "on it"));
+    ASSERT_EQ(::umount(folder_.c_str()), 0);
+    EXPECT_THAT(everythingIn(folder_), UnorderedElementsAre("below"));
+    carry(file_, R"(["after"])");
+    EXPECT_TRUE(mainThread_.runUntil([&] { return machine.knows("after"); }, 2s));
 }
 
 TEST_F(FolderKeyValueStoreTest, LogsWhatCannotBeWrittenAndGoesOn) {

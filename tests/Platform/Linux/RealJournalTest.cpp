@@ -2,16 +2,15 @@
 #include "Platform/Linux/JournalSystemLog.h"
 
 #include "support/session/ChildProcess.h"
+#include "support/session/OwnMounts.h"
 #include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
-#include <csignal>
 #include <fcntl.h>
 #include <sys/mount.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vello {
@@ -21,21 +20,14 @@ namespace fs = std::filesystem;
 using session::ChildProcess;
 using namespace std::chrono_literals;
 
-/// Names the mounts that a test must not touch, when it runs beside them.
-constexpr char kOutside[] = "VELLO_TEST_OUTER_MOUNTS";
 constexpr char kJournal[] = "/run/log/journal";
-
-std::string ownMounts() {
-    return fs::read_symlink("/proc/self/ns/mnt").string();
-}
 
 /// The journal of a daemon of the test's own, in mounts of the test's own.
 class RealJournalTest : public testing::Test {
 protected:
     void SetUp() override {
-        if (std::getenv(kOutside) == nullptr)
+        if (!session::hasOwnMounts())
             return;
-        ASSERT_NE(std::getenv(kOutside), ownMounts());
         ASSERT_EQ(::mount("tmpfs", "/run", "tmpfs", 0, "size=64m"), 0);
         fs::create_directories("/run/systemd/journal");
         fs::create_directories(kJournal);
@@ -48,33 +40,6 @@ protected:
         while (!fs::exists("/run/systemd/journal/io.systemd.journal"))
             ASSERT_TRUE(!daemon_->waitForExit(2ms) && std::chrono::steady_clock::now() < deadline)
                 << daemon_->output();
-    }
-
-    /// Runs this test again where it may mount what it likes. False: such a place cannot be made here.
-    bool runsInside() {
-        std::vector<std::string> command{"unshare", "--mount", "--propagation", "private"};
-        if (!canRun(command)) {
-            command.insert(command.begin() + 1, {"--user", "--map-root-user"});
-            if (!canRun(command))
-                return false;
-        }
-        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-        command.insert(command.end(), {fs::read_symlink("/proc/self/exe").string(),
-                                       std::string("--gtest_filter=RealJournalTest.").append(test->name())});
-        session::Environment environment = session::ownEnvironment();
-        environment[kOutside] = ownMounts();
-        std::erase_if(environment, [](const auto& each) { return each.first.starts_with("GTEST_"); });
-        ChildProcess inside(command, environment, folder_ / "inside.log");
-        const auto status = inside.waitForExit(30s);
-        EXPECT_TRUE(status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0) << inside.output();
-        return true;
-    }
-
-    bool canRun(std::vector<std::string> command) const {
-        command.insert(command.end(), {"mount", "-t", "tmpfs", "tmpfs", "/run"});
-        const auto status =
-            ChildProcess(command, session::ownEnvironment(), folder_ / "probe.log").waitForExit(10s);
-        return status && *status == 0;
     }
 
     /// What the journal holds of this program, in order.
@@ -96,11 +61,7 @@ protected:
 };
 
 TEST_F(RealJournalTest, KeepsEveryLineWithItsSubsystemCategoryAndLevel) {
-    if (std::getenv(kOutside) == nullptr) {
-        if (!runsInside())
-            GTEST_SKIP() << "no mount namespace can be made here for a journal of the test's own";
-        return;
-    }
+    VELLO_NEEDS_OWN_MOUNTS(folder_.path());
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     const int before = ::dup(STDERR_FILENO);
     ::dup2(nowhere, STDERR_FILENO);
@@ -133,11 +94,7 @@ TEST_F(RealJournalTest, KeepsEveryLineWithItsSubsystemCategoryAndLevel) {
 }
 
 TEST_F(RealJournalTest, LosesNoLineWhenTheDaemonEnds) {
-    if (std::getenv(kOutside) == nullptr) {
-        if (!runsInside())
-            GTEST_SKIP() << "no mount namespace can be made here for a journal of the test's own";
-        return;
-    }
+    VELLO_NEEDS_OWN_MOUNTS(folder_.path());
     const fs::path file = folder_ / "lines";
     const int lines = ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     JournalSystemLog log({lines, true, false});
