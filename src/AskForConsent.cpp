@@ -2,12 +2,14 @@
 #include "AskForConsent.h"
 
 #include "Control/Permission.h"
+#include "Models/Product.h"
 #include "Platform/Linux/SpawnedProgram.h"
 #include "UI/ConsentAnswerCodes.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -16,9 +18,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// What a consent reads as at its port.
+constexpr int kAllowed = 0;
+constexpr int kDenied = 1;
+
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
     return value != nullptr && *value != '\0';
+}
+
+/// Whether this process can talk with the user on its terminal: in the background that would stop a process
+/// that reads from it.
+bool isOnTerminal() {
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1 &&
+           ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
 }
 
 /// Beside this program, or where an installation keeps programs that no user starts.
@@ -41,12 +54,6 @@ Consent askOnScreen() {
 
 } // namespace
 
-/// In the background a terminal would stop a process that reads from it.
-bool isOnTerminal() {
-    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1 &&
-           ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
-}
-
 Consent askForConsent() {
     if (isOnTerminal())
         return askOnTerminal(std::cin, std::cerr);
@@ -54,6 +61,19 @@ Consent askForConsent() {
         return askOnScreen();
     throw std::runtime_error("there is neither a terminal nor a screen to ask on; to allow VELLO to capture "
                              "what applications play: vello permission allow");
+}
+
+void startWithConsent(CaptureAuthorization& authorization, SystemLog& log) {
+    const std::optional<int> consent = authorization.preflight();
+    if (consent == kAllowed)
+        return;
+    if (consent != kDenied && isOnTerminal())
+        authorization.request([](bool) {});
+    else
+        Logger(log, kBundleIdentifier, "AskForConsent")
+            .notice("Nothing is equalized, since the capture of what applications play is not allowed; to "
+                    "allow it: "
+                    "vello permission allow");
 }
 
 } // namespace vello

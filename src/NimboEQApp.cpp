@@ -49,6 +49,7 @@ int runEventLoop(const std::string& chosenSyncFolder, int argumentCount, char** 
     FolderKeyValueStore shared(syncFolder(chosenSyncFolder, environment), mainThread, log);
     const AppDelegate delegate({hardware, mainThread, applications, termination, authorization, shared, log},
                                userDataFolder(environment));
+    startWithConsent(authorization, log);
     return QCoreApplication::exec();
 }
 

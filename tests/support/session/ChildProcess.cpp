@@ -167,7 +167,7 @@ std::string ChildProcess::output() const {
 
 std::string runProgram(const std::vector<std::string>& arguments, const Environment& environment,
                        const std::filesystem::path& folder, std::chrono::milliseconds timeout) {
-    const auto output = folder / ("output-" + arguments.front());
+    const auto output = folder / ("output-" + std::filesystem::path(arguments.front()).filename().string());
     std::filesystem::remove(output);
     ChildProcess program(arguments, environment, output);
     const auto status = program.waitForExit(timeout);
