@@ -4,10 +4,8 @@
 #include "Platform/MainThread.h"
 #include "Platform/SystemLog.h"
 
-#include <cstddef>
 #include <map>
 #include <string>
-#include <vector>
 
 namespace vello {
 
