@@ -14,19 +14,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long a tap that stops may wait for the main thread to announce the tap that replaces it.
-constexpr auto announcementPatience = 150ms;
-/// Stops that follow one another this closely belong to one teardown and share that wait.
-constexpr auto stopBurstGap = 50ms;
-/// How long the replacement may take to come up: a little more than its maker waits for its device, and as
-/// long as the session manager is visibly at work, but not for ever.
-constexpr auto handoverPatience = 2500ms;
-constexpr auto longestHandover = 15s;
 /// How long a device may take to be linked. The session manager needs seconds for dozens of taps at once; a
 /// device that is late counts as alive, and its streams are directed to it when it is linked.
 constexpr auto linkPatience = 1s;
-/// How long the session manager may take to move the streams back.
-constexpr auto releasePatience = 500ms;
 /// How many pairs the session manager gets to work on at once, and for how long one counts as worked on.
 /// Given dozens at once it tries each link again while the first try is under way, and gives the node up
 /// after five (WirePlumber 0.4).
@@ -48,17 +38,18 @@ std::string nodeName(std::string_view name) {
     return safe;
 }
 
-bool sharesOne(const std::vector<AudioObjectID>& left, const std::vector<AudioObjectID>& right) {
-    return std::ranges::find_first_of(left, right) != left.end();
-}
-
 } // namespace
 
 PipeWireTaps::PipeWireTaps(PipeWireConnection& connection, PipeWireGraph& graph,
                            PipeWireStreamDirector& director, MainThread& mainThread,
                            std::function<AudioObjectID()> nextObjectID, PropertyChanged propertyChanged)
     : connection_(connection), graph_(graph), director_(director), mainThread_(mainThread),
-      nextObjectID_(std::move(nextObjectID)), propertyChanged_(std::move(propertyChanged)) {}
+      nextObjectID_(std::move(nextObjectID)), propertyChanged_(std::move(propertyChanged)),
+      turnTimer_(pw_loop_add_timer(connection.loop(), turnIsOver, this)) {}
+
+PipeWireTaps::~PipeWireTaps() {
+    pw_loop_destroy_source(connection_.loop(), turnTimer_);
+}
 
 PipeWireTaps::Device* PipeWireTaps::find(AudioObjectID device) {
     const auto entry = devices_.find(device);
@@ -109,13 +100,24 @@ void PipeWireTaps::makeWaitingPairs() {
     auto workedOn = std::ranges::count_if(std::views::values(devices_),
                                           [&](const Device& device) { return isWorkedOn(device); });
     for (auto& [id, device] : devices_) {
-        if (workedOn >= pairsAtOnce || connection_.nodeCore() == nullptr)
-            return;
         if (device.pair != nullptr)
             continue;
+        if (connection_.nodeCore() == nullptr)
+            return;
+        if (workedOn >= pairsAtOnce)
+            return startTurnTimer();
         makePair(id, device);
         ++workedOn;
     }
+}
+
+void PipeWireTaps::startTurnTimer() {
+    timespec pause{.tv_sec = std::chrono::seconds(workPatience).count(), .tv_nsec = 1'000'000};
+    pw_loop_update_timer(connection_.loop(), turnTimer_, &pause, nullptr, false);
+}
+
+void PipeWireTaps::turnIsOver(void* data, std::uint64_t) {
+    static_cast<PipeWireTaps*>(data)->makeWaitingPairs();
 }
 
 void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
@@ -179,47 +181,8 @@ OSStatus PipeWireTaps::start(AudioObjectID device, AudioDeviceIOProcID procID) {
     return kAudioHardwareNoError;
 }
 
-template <class Condition> void PipeWireTaps::waitUntil(MainThread::Instant deadline, Condition condition) {
-    while (!condition()) {
-        const auto left = deadline - MainThread::Clock::now();
-        if (left <= MainThread::Duration::zero())
-            return;
-        timespec end{};
-        pw_thread_loop_get_time(connection_.threadLoop(), &end, std::chrono::nanoseconds(left).count());
-        pw_thread_loop_timed_wait_full(connection_.threadLoop(), &end);
-    }
-}
-
 bool PipeWireTaps::isLinkedInto(const Device& device) const {
     return device.pair != nullptr && graph_.hasLinkInto(device.pair->captureNodeID());
-}
-
-bool PipeWireTaps::hasSuccessor(const Device& device) const {
-    return std::ranges::any_of(taps_, [&](const auto& tap) {
-        return tap.first > device.tap && sharesOne(tap.second.processes, device.processes);
-    });
-}
-
-bool PipeWireTaps::isHandedOver(const Device& device) const {
-    return !director_.hasStreams(device.captureName) && !isLinkedInto(device) &&
-           std::ranges::any_of(devices_, [&](const auto& entry) {
-               const Device& other = entry.second;
-               return other.tap > device.tap && other.isDirected &&
-                      sharesOne(other.processes, device.processes) &&
-                      (isLinkedInto(other) || !director_.hasStreams(other.captureName));
-           });
-}
-
-void PipeWireTaps::postMainThreadBarrier(int turns) {
-    mainThread_.post([this, turns, weak = std::weak_ptr(alive_)] {
-        if (weak.expired())
-            return;
-        PipeWireLock lock(connection_);
-        if (turns > 1)
-            return postMainThreadBarrier(turns - 1);
-        isBarrierPending_ = false;
-        pw_thread_loop_signal(connection_.threadLoop(), false);
-    });
 }
 
 void PipeWireTaps::directWhenLinked(Device& device) {
@@ -230,52 +193,6 @@ void PipeWireTaps::directWhenLinked(Device& device) {
     director_.direct(device.captureName, device.processes);
 }
 
-void PipeWireTaps::awaitSuccessor(AudioObjectID device) {
-    const auto now = MainThread::Clock::now();
-    if (now > lastStopEnded_ + stopBurstGap)
-        stopBurstDeadline_ = now + announcementPatience;
-    // A rebuild destroys the old tap and makes the new one in one go on the main thread, but the new one's
-    // first step follows a turn later. When the main thread has got that far, what is not announced is not
-    // coming.
-    isBarrierPending_ = true;
-    postMainThreadBarrier(3);
-    waitUntil(stopBurstDeadline_, [&] {
-        const Device* current = find(device);
-        return current == nullptr || hasSuccessor(*current) || !isBarrierPending_;
-    });
-    linksChangedAt_ = MainThread::Clock::now();
-    waitUntil(now + longestHandover, [&] {
-        const Device* current = find(device);
-        return current == nullptr || !hasSuccessor(*current) || isHandedOver(*current) ||
-               MainThread::Clock::now() > linksChangedAt_ + handoverPatience;
-    });
-}
-
-OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
-    PipeWireLock lock(connection_);
-    Device* found = find(device);
-    if (found == nullptr)
-        return kAudioHardwareBadObjectError;
-    if (found->startedProc != procID)
-        return kAudioHardwareNotRunningError;
-    if (director_.hasStreams(found->captureName))
-        awaitSuccessor(device);
-    if ((found = find(device)) == nullptr)
-        return kAudioHardwareBadObjectError;
-    director_.release(found->captureName);
-    waitUntil(MainThread::Clock::now() + releasePatience, [&] {
-        const Device* current = find(device);
-        return current == nullptr || !isLinkedInto(*current);
-    });
-    if ((found = find(device)) == nullptr)
-        return kAudioHardwareBadObjectError;
-    if (found->pair != nullptr)
-        found->pair->stop();
-    found->startedProc = 0;
-    lastStopEnded_ = MainThread::Clock::now();
-    return kAudioHardwareNoError;
-}
-
 OSStatus PipeWireTaps::destroyProc(AudioObjectID device, AudioDeviceIOProcID procID) {
     Device* found = find(device);
     if (found == nullptr || found->procs.erase(procID) == 0)
@@ -283,8 +200,7 @@ OSStatus PipeWireTaps::destroyProc(AudioObjectID device, AudioDeviceIOProcID pro
     if (found->startedProc == procID) {
         director_.release(found->captureName);
         if (found->pair != nullptr)
-            if (found->pair != nullptr)
-                found->pair->stop();
+            found->pair->stop();
         found->startedProc = 0;
     }
     return kAudioHardwareNoError;

@@ -27,6 +27,10 @@ public:
     PipeWireTaps(PipeWireConnection& connection, PipeWireGraph& graph, PipeWireStreamDirector& director,
                  MainThread& mainThread, std::function<AudioObjectID()> nextObjectID,
                  PropertyChanged propertyChanged);
+    /// The loop's thread has ended.
+    ~PipeWireTaps();
+    PipeWireTaps(const PipeWireTaps&) = delete;
+    PipeWireTaps& operator=(const PipeWireTaps&) = delete;
 
     OSStatus createTap(const TapDescription& description, AudioObjectID& tap);
     OSStatus createDevice(const AggregateDeviceDescription& description, AudioObjectID& device);
@@ -83,6 +87,9 @@ private:
     bool isLinkedInto(const Device& device) const;
     bool isWorkedOn(const Device& device) const;
     void makeWaitingPairs();
+    /// Has makeWaitingPairs called when those that are worked on have had their time.
+    void startTurnTimer();
+    static void turnIsOver(void* data, std::uint64_t expirations);
     void makePair(AudioObjectID id, Device& device);
     void startPair(AudioObjectID id, Device& device);
     void directWhenLinked(Device& device);
@@ -101,6 +108,7 @@ private:
     MainThread& mainThread_;
     std::function<AudioObjectID()> nextObjectID_;
     PropertyChanged propertyChanged_;
+    spa_source* turnTimer_;
     std::map<AudioObjectID, TapDescription> taps_;
     std::map<AudioObjectID, Device> devices_;
     /// Pairs that were destroyed before the session manager was done with them.

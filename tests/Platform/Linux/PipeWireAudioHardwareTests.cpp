@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <cstring>
 #include <thread>
 
@@ -109,7 +110,7 @@ protected:
         return player;
     }
 
-    Tap makeTap(const std::string& uuid, const std::string& output = "output-a", bool isChosen = false) {
+    Tap createTap(const std::string& uuid, const std::string& output = "output-a", bool isChosen = false) {
         Tap made;
         EXPECT_EQ(hardware.createProcessTap({.processes = processes(), .uuid = uuid}, made.tap), 0);
         EXPECT_EQ(hardware.createAggregateDevice({.name = "EQ-by-QUORVIN-Tap-Player",
@@ -119,6 +120,10 @@ protected:
                                                   .taps = {{.uid = uuid, .drift = true}}},
                                                  made.device),
                   0);
+        return made;
+    }
+    Tap makeTap(const std::string& uuid, const std::string& output = "output-a", bool isChosen = false) {
+        const Tap made = createTap(uuid, output, isChosen);
         EXPECT_TRUE(mainThread.runUntil(
             [&] { return readOne<std::uint32_t>(made.device, kAudioDevicePropertyDeviceIsAlive) != 0; }));
         return made;
@@ -258,6 +263,27 @@ TEST_F(PipeWireAudioHardwareTest, aMoveByTheMixerIsTheApplicationsOwnAndTheTapKe
     EXPECT_TRUE(waitUntilLinked("player", captureName));
     destroyInBackground(tap);
     EXPECT_TRUE(waitUntilLinked("player", "output-b"));
+}
+
+TEST_F(PipeWireAudioHardwareTest, aTapThatWaitsForItsTurnIsMadeEvenIfTheSessionManagerLinksNoneBeforeIt) {
+    constexpr int givenAtOnce = 8;
+    const auto player = play();
+    audio.sessionManager().signal(SIGSTOP);
+    for (int i = 0; i <= givenAtOnce; ++i)
+        createTap(std::to_string(i));
+    const auto isMade = [](int number) {
+        return [name = "EQ-by-QUORVIN-Tap-Player." + std::to_string(number)](const GraphState& state) {
+            return state.nodeNamed(name) != nullptr;
+        };
+    };
+    ASSERT_TRUE(graph.waitUntil(isMade(givenAtOnce)));
+    EXPECT_FALSE(isMade(givenAtOnce + 1)(graph.state()));
+    // Short waits: in a long one the graph would ask the session manager, and see nothing until it answers.
+    bool isMadeInItsTurn = false;
+    for (int wait = 0; wait < 20 && !isMadeInItsTurn; ++wait)
+        isMadeInItsTurn = graph.waitUntil(isMade(givenAtOnce + 1), 250ms);
+    EXPECT_TRUE(isMadeInItsTurn);
+    audio.sessionManager().signal(SIGCONT);
 }
 
 TEST_F(PipeWireAudioHardwareTest, everyObjectDiesWithTheServerAndNewOnesComeWithIt) {

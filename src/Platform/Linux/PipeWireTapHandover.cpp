@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// How a tap ends: it hands its streams to the one that replaces it, or back.
+#include "PipeWireTaps.h"
+
+#include <algorithm>
+
+#include <pipewire/thread-loop.h>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// How long a tap that stops may wait for the main thread to announce the tap that replaces it.
+constexpr auto announcementPatience = 150ms;
+/// Stops that follow one another this closely belong to one teardown and share that wait.
+constexpr auto stopBurstGap = 50ms;
+/// How long the replacement may take to come up: a little more than its maker waits for its device, and as
+/// long as the session manager is visibly at work, but not for ever.
+constexpr auto handoverPatience = 2500ms;
+constexpr auto longestHandover = 15s;
+/// How long the session manager may take to move the streams back.
+constexpr auto releasePatience = 500ms;
+
+bool sharesOne(const std::vector<AudioObjectID>& left, const std::vector<AudioObjectID>& right) {
+    return std::ranges::find_first_of(left, right) != left.end();
+}
+
+} // namespace
+
+template <class Condition> void PipeWireTaps::waitUntil(MainThread::Instant deadline, Condition condition) {
+    while (!condition()) {
+        const auto left = deadline - MainThread::Clock::now();
+        if (left <= MainThread::Duration::zero())
+            return;
+        timespec end{};
+        pw_thread_loop_get_time(connection_.threadLoop(), &end, std::chrono::nanoseconds(left).count());
+        pw_thread_loop_timed_wait_full(connection_.threadLoop(), &end);
+    }
+}
+
+bool PipeWireTaps::hasSuccessor(const Device& device) const {
+    return std::ranges::any_of(taps_, [&](const auto& tap) {
+        return tap.first > device.tap && sharesOne(tap.second.processes, device.processes);
+    });
+}
+
+bool PipeWireTaps::isHandedOver(const Device& device) const {
+    return !director_.hasStreams(device.captureName) && !isLinkedInto(device) &&
+           std::ranges::any_of(devices_, [&](const auto& entry) {
+               const Device& other = entry.second;
+               return other.tap > device.tap && other.isDirected &&
+                      sharesOne(other.processes, device.processes) &&
+                      (isLinkedInto(other) || !director_.hasStreams(other.captureName));
+           });
+}
+
+void PipeWireTaps::postMainThreadBarrier(int turns) {
+    mainThread_.post([this, turns, weak = std::weak_ptr(alive_)] {
+        if (weak.expired())
+            return;
+        PipeWireLock lock(connection_);
+        if (turns > 1)
+            return postMainThreadBarrier(turns - 1);
+        isBarrierPending_ = false;
+        pw_thread_loop_signal(connection_.threadLoop(), false);
+    });
+}
+
+void PipeWireTaps::awaitSuccessor(AudioObjectID device) {
+    const auto now = MainThread::Clock::now();
+    if (now > lastStopEnded_ + stopBurstGap)
+        stopBurstDeadline_ = now + announcementPatience;
+    // A rebuild destroys the old tap and makes the new one in one go on the main thread, but the new one's
+    // first step follows a turn later. When the main thread has got that far, what is not announced is not
+    // coming.
+    isBarrierPending_ = true;
+    postMainThreadBarrier(3);
+    waitUntil(stopBurstDeadline_, [&] {
+        const Device* current = find(device);
+        return current == nullptr || hasSuccessor(*current) || !isBarrierPending_;
+    });
+    linksChangedAt_ = MainThread::Clock::now();
+    waitUntil(now + longestHandover, [&] {
+        const Device* current = find(device);
+        return current == nullptr || !hasSuccessor(*current) || isHandedOver(*current) ||
+               MainThread::Clock::now() > linksChangedAt_ + handoverPatience;
+    });
+}
+
+OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
+    PipeWireLock lock(connection_);
+    Device* found = find(device);
+    if (found == nullptr)
+        return kAudioHardwareBadObjectError;
+    if (found->startedProc != procID)
+        return kAudioHardwareNotRunningError;
+    if (director_.hasStreams(found->captureName))
+        awaitSuccessor(device);
+    if ((found = find(device)) == nullptr)
+        return kAudioHardwareBadObjectError;
+    director_.release(found->captureName);
+    waitUntil(MainThread::Clock::now() + releasePatience, [&] {
+        const Device* current = find(device);
+        return current == nullptr || !isLinkedInto(*current);
+    });
+    if ((found = find(device)) == nullptr)
+        return kAudioHardwareBadObjectError;
+    if (found->pair != nullptr)
+        found->pair->stop();
+    found->startedProc = 0;
+    lastStopEnded_ = MainThread::Clock::now();
+    return kAudioHardwareNoError;
+}
+
+} // namespace vello
