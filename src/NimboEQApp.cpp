@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AppDelegate.h"
 #include "AskForConsent.h"
+#include "Control/BusPresence.h"
 #include "Control/Client.h"
 #include "Control/CommandLine.h"
+#include "Control/ControlService.h"
 #include "Platform/Linux/DescriptorLimit.h"
 #include "Platform/Linux/DesktopRunningApplications.h"
 #include "Platform/Linux/FolderKeyValueStore.h"
@@ -29,6 +31,8 @@
 namespace vello {
 namespace {
 
+constexpr char kAlreadyRunning[] = "VELLO is already running in this session; end that one first";
+
 /// Says in one line why it cannot be done and what to do.
 int failure(const char* reason) {
     std::fprintf(stderr, "vello: %s\n", reason);
@@ -47,8 +51,14 @@ int runEventLoop(const std::string& chosenSyncFolder, int argumentCount, char** 
     DesktopRunningApplications applications(DesktopFolders::fromEnvironment(environment));
     LinuxCaptureAuthorization authorization(mainThread, log, ConsentPlaces::fromEnvironment(environment));
     FolderKeyValueStore shared(syncFolder(chosenSyncFolder, environment), mainThread, log);
-    const AppDelegate delegate({hardware, mainThread, applications, termination, authorization, shared, log},
-                               userDataFolder(environment));
+    BusPresence presence(mainThread, log);
+    if (presence.isTaken())
+        return failure(kAlreadyRunning);
+    AppDelegate delegate({hardware, mainThread, applications, termination, authorization, shared, log},
+                         userDataFolder(environment));
+    ControlService service(delegate.controller(), delegate.meterAudience(), mainThread, nullptr);
+    if (!presence.publish(service))
+        return failure(kAlreadyRunning);
     startWithConsent(authorization, log);
     return QCoreApplication::exec();
 }
@@ -65,7 +75,7 @@ int runHeadless(const ParsedCommand& parsed, int argumentCount, char** arguments
     const PipeWireRedirectGuard guard;
     const auto instance = SingleInstance::acquire(*folder);
     if (!instance)
-        return failure("VELLO is already running in this session; end that one first");
+        return failure(kAlreadyRunning);
     return runEventLoop(parsed.syncFolder, argumentCount, arguments);
 }
 
@@ -102,7 +112,8 @@ int main(int argumentCount, char** arguments) {
         case vello::Command::client:
             vello::askRunningInstance(parsed.client, argumentCount, arguments);
         case vello::Command::panel:
-            return vello::failure("this version has no panel yet; run vello --headless");
+            vello::askRunningInstance({.action = vello::ClientRequest::Action::showPanel}, argumentCount,
+                                      arguments);
         case vello::Command::none:
             return parsed.exitCode;
         }

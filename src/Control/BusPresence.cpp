@@ -58,7 +58,7 @@ bool BusPresence::connectToBus() {
 }
 
 void BusPresence::disconnectFromBus() {
-    if (service_ != nullptr)
+    if (service_)
         service_->disappear();
     if (!bus_)
         return;
@@ -69,7 +69,7 @@ void BusPresence::disconnectFromBus() {
 
 /// The object comes first: whoever sees the name can call it.
 bool BusPresence::takePlace() {
-    if (!service_->appear(*bus_))
+    if (!service_ || !service_->appear(*bus_))
         return false;
     const auto reply =
         bus_->interface()->registerService(dbus::kService, QDBusConnectionInterface::DontQueueService,

@@ -10,6 +10,7 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 namespace vello {
@@ -32,8 +33,7 @@ public:
 
     /// Another instance has the name.
     bool isTaken() const;
-    /// Puts the object on the bus and takes the name; the service outlives this object. False when another
-    /// instance has the name. Once.
+    /// Puts the object on the bus and takes the name. False when another instance has the name. Once.
     bool publish(ControlService& service);
 
 private Q_SLOTS:
@@ -48,7 +48,7 @@ private:
     MainThread& mainThread_;
     Logger logger_;
     std::optional<QDBusConnection> bus_;
-    ControlService* service_ = nullptr;
+    QPointer<ControlService> service_;
     TaskHandle retry_;
 };
 

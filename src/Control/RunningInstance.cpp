@@ -10,6 +10,7 @@
 
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QUuid>
 
 namespace vello {
 namespace {
@@ -17,13 +18,16 @@ namespace {
 constexpr int kPatience = 5000; // milliseconds
 constexpr char kNotRunning[] = "VELLO is not running; start it with: vello --headless";
 
-QDBusConnection connection() {
+QString addressOfEnvironment() {
     const auto address = sessionBusAddress();
     if (!address)
-        throw std::runtime_error(
-            "there is no session bus, over which a running VELLO could be reached; run this "
-            "inside the user's session");
-    auto bus = QDBusConnection::connectToBus(*address, "vello-client");
+        throw std::runtime_error("there is no session bus, over which a running VELLO could be reached; run "
+                                 "this inside the user's session");
+    return *address;
+}
+
+QDBusConnection connection(const QString& address) {
+    auto bus = QDBusConnection::connectToBus(address, QUuid::createUuid().toString());
     if (!bus.isConnected())
         throw std::runtime_error("the session bus does not answer; run this inside the user's session");
     return bus;
@@ -52,7 +56,9 @@ QDBusMessage answer(const QDBusConnection& bus, QDBusMessage question, const QVa
 
 } // namespace
 
-RunningInstance::RunningInstance() : bus_(connection()) {
+RunningInstance::RunningInstance() : RunningInstance(addressOfEnvironment()) {}
+
+RunningInstance::RunningInstance(const QString& busAddress) : bus_(connection(busAddress)) {
     registerBusTypes();
 }
 

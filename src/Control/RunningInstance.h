@@ -12,8 +12,10 @@ namespace vello {
 /// for a terminal, that says why and what to do.
 class RunningInstance {
 public:
-    /// Throws where there is no session bus. Whether an instance runs shows at the first call.
+    /// On the session bus of the environment; throws where there is none. Whether an instance runs shows at
+    /// the first call.
     RunningInstance();
+    explicit RunningInstance(const QString& busAddress);
     ~RunningInstance();
     RunningInstance(const RunningInstance&) = delete;
     RunningInstance& operator=(const RunningInstance&) = delete;
