@@ -48,4 +48,18 @@ std::size_t threads(pid_t process) {
     return entries(folderOf(process) / "task");
 }
 
+std::map<std::string, long> waits(pid_t process) {
+    constexpr std::string_view key = "voluntary_ctxt_switches:";
+    std::map<std::string, long> result;
+    for (const auto& task : std::filesystem::directory_iterator(folderOf(process) / "task")) {
+        std::string name;
+        std::getline(std::ifstream(task.path() / "comm"), name);
+        std::ifstream status(task.path() / "status");
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with(key))
+                result[task.path().filename().string() + " " + name] = std::stol(line.substr(key.size()));
+    }
+    return result;
+}
+
 } // namespace vello::session

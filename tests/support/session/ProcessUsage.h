@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
+#include <string>
 
 #include <sys/types.h>
 
@@ -14,5 +16,7 @@ double processorSeconds(pid_t process);
 std::size_t proportionalMemory(pid_t process);
 std::size_t openDescriptors(pid_t process);
 std::size_t threads(pid_t process);
+/// How often each of its threads has waited for something since it began, by number and name of the thread.
+std::map<std::string, long> waits(pid_t process);
 
 } // namespace vello::session
