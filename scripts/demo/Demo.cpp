@@ -5,13 +5,14 @@
 #include "DesignedResponse.h"
 
 #include "AudioGraph.h"
-#include "Consent.h"
 #include "MonitorRecorder.h"
 #include "Passage.h"
 #include "Players.h"
 #include "PrivateAudioSession.h"
 #include "VelloSettings.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -124,6 +125,33 @@ void stopVello(ChildProcess& vello) {
         throw std::runtime_error("VELLO does not end when asked:\n" + vello.output());
 }
 
+/// Until the instance answers commands.
+void awaitInstance(const PrivateAudioSession& session, ChildProcess& vello) {
+    const auto deadline = std::chrono::steady_clock::now() + 8s;
+    while (session.start("probe", {VELLO_PROGRAM, "presets"})->waitForExit(5s) != 0)
+        if (!vello.isRunning() || std::chrono::steady_clock::now() > deadline)
+            throw std::runtime_error("VELLO does not answer:\n" + vello.output());
+}
+
+/// Prints the command as somebody would type it, runs it to its end and returns what it printed.
+std::string command(const PrivateAudioSession& session, const std::vector<std::string>& words) {
+    std::vector<std::string> program{"env", VELLO_PROGRAM}; // a session's log has the name of the first word
+    program.insert(program.end(), words.begin(), words.end());
+    std::printf("$ vello");
+    for (const std::string& word : words)
+        std::printf(" %s", word.c_str());
+    std::printf("\n");
+    return session.run(program);
+}
+
+/// Without a VELLO that equalizes, the system-wide volume is set for the next.
+void storeSystemVolume(const PrivateAudioSession& session) {
+    const auto vello = startVello(session);
+    awaitInstance(session, *vello);
+    command(session, {"set", "system", "--volume", "0.5"});
+    stopVello(*vello);
+}
+
 void awaitWay(MonitorRecorder& recorder, Way way, const ChildProcess* vello) {
     const auto settled = [way](const Recording& last) { return endsWith(last, way, quantum * 4); };
     if (!recorder.recordUntil(settled, quantum * 4, 8s))
@@ -153,7 +181,7 @@ Engagement engagementOf(const Recording& recording, const Application& applicati
 
 /// Starts VELLO several times beside playing applications; engagements by application.
 std::vector<std::vector<Engagement>> engage(const PrivateAudioSession& session) {
-    writeSettings(session, {{systemSource, {.volume = 0.5}}});
+    storeSystemVolume(session);
     const auto players = startPlayers(session, [](const Application& application) {
         return application.kind == PlayerKind::native ? "position" : "counter";
     });
@@ -177,6 +205,12 @@ std::vector<std::vector<Engagement>> engage(const PrivateAudioSession& session) 
     return result;
 }
 
+bool isTapped(const GraphState& state, const Application& application) {
+    return std::ranges::any_of(state.nodes, [&](const auto& entry) {
+        return entry.second.name().starts_with(tapPrefix + application.name);
+    });
+}
+
 bool isTappedTo(const GraphState& state, const Application& application) {
     bool isCaptured = false;
     bool isPlayed = false;
@@ -194,19 +228,35 @@ bool isTappedTo(const GraphState& state, const Application& application) {
     return isCaptured && isPlayed;
 }
 
+void setCurve(const PrivateAudioSession& session, const Application& application) {
+    std::ostringstream gains;
+    const char* separator = "";
+    for (const double gain : application.settings.bandGains)
+        gains << std::exchange(separator, ",") << gain;
+    std::ostringstream volume;
+    volume << application.settings.volume;
+    command(session, {"set", application.id, "--gains", gains.str(), "--volume", volume.str(), "--output",
+                      application.settings.output});
+}
+
+void awaitAll(AudioGraph& graph, const ChildProcess& vello,
+              const std::function<bool(const GraphState&, const Application&)>& condition) {
+    for (const auto& application : applications())
+        if (!graph.waitUntil([&](const GraphState& state) { return condition(state, application); }, 8s))
+            throw std::runtime_error(application.name + " does not come to its output:\n" +
+                                     describe(graph.state()) + vello.output());
+}
+
 /// One recording for each application, at its chosen output.
 std::vector<Recording> equalize(const PrivateAudioSession& session) {
-    std::map<std::string, SourceSettings> settings;
-    for (const auto& application : applications())
-        settings[application.id] = application.settings;
-    writeSettings(session, settings);
     const auto players = startPlayers(session, [](const Application&) { return sines(); });
     AudioGraph graph(session.socket());
     const auto vello = startVello(session);
+    awaitInstance(session, *vello);
+    awaitAll(graph, *vello, isTapped);
     for (const auto& application : applications())
-        if (!graph.waitUntil([&](const GraphState& state) { return isTappedTo(state, application); }, 8s))
-            throw std::runtime_error(application.name + " does not come to its output:\n" +
-                                     describe(graph.state()) + vello->output());
+        setCurve(session, application);
+    awaitAll(graph, *vello, isTappedTo);
     std::vector<Recording> result;
     for (const auto& application : applications()) {
         MonitorRecorder recorder(session.socket(), application.settings.output);
@@ -215,6 +265,7 @@ std::vector<Recording> equalize(const PrivateAudioSession& session) {
         recorder.record(measuredFrames + quantum);
         result.push_back(recorder.recording(start));
     }
+    std::printf("%s", command(session, {"status"}).c_str());
     stopVello(*vello);
     return result;
 }
@@ -243,13 +294,14 @@ bool run() {
     const PrivateAudioSession session({.sampleRate = sampleRate,
                                        .quantum = quantum,
                                        .outputs = {{"speakers", "Speakers"}, {"headphones", "Headphones"}}});
-    allowCapture(session);
     std::printf(
         "A private audio session with two outputs and two applications, %d Hz, cycles of %d frames.\n",
         sampleRate, quantum);
     for (const auto& application : applications())
         std::printf("  %s speaks %s and plays a sine in the middle of each band.\n", application.name.c_str(),
                     application.kindName);
+    std::printf("\n");
+    std::printf("%s", command(session, {"permission", "allow"}).c_str());
     std::fflush(stdout);
     const auto engagementsOf = engage(session);
     const auto recordings = equalize(session);
