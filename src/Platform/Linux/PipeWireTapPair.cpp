@@ -83,6 +83,19 @@ pw_stream* connected(pw_stream* stream, pw_direction direction, pw_stream_flags 
     return nullptr;
 }
 
+/// The newest samples that the capture side has. A cycle that came too late leaves its samples behind; taken
+/// one after the other they would delay the sound for good.
+pw_buffer* newestBuffer(pw_stream* capture) noexcept {
+    pw_buffer* newest = pw_stream_dequeue_buffer(capture);
+    if (newest == nullptr)
+        return nullptr;
+    while (pw_buffer* newer = pw_stream_dequeue_buffer(capture)) {
+        pw_stream_queue_buffer(capture, newest);
+        newest = newer;
+    }
+    return newest;
+}
+
 } // namespace
 
 struct PipeWireTapPair::Callbacks {
@@ -186,7 +199,7 @@ void PipeWireTapPair::stop() noexcept {
 }
 
 void PipeWireTapPair::process() noexcept {
-    pw_buffer* captured = pw_stream_dequeue_buffer(capture_);
+    pw_buffer* captured = newestBuffer(capture_);
     pw_buffer* played = pw_stream_dequeue_buffer(playback_);
     if (played != nullptr) {
         AudioBufferListStorage<1> input;
