@@ -69,6 +69,25 @@ TEST_F(Coordinator, ActivatesAfterTheCallThatCreates) {
     EXPECT_THAT(hardware.actions(), SizeIs(4));
 }
 
+TEST_F(Coordinator, PublishesHowFarEachTapHasCome) {
+    using States = TapCoordinator::TapStates;
+    start();
+    std::vector<States> told;
+    const auto observation =
+        coordinator->tapStates().observe([&](const States& states) { told.push_back(states); });
+    const auto starting = TapCoordinator::TapState{};
+    const auto running = TapCoordinator::TapState{.isRunning = true, .outputDeviceUID = "speakers"};
+    coordinator->updateGroups({a});
+    mainThread.runPosted();
+    coordinator->updateGroups({});
+    EXPECT_THAT(told, ElementsAre(States{{"a", starting}}, States{{"a", running}}, States{}));
+    told.clear();
+    hardware.fail({.call = HardwareCall::createProcessTap});
+    coordinator->updateGroups({a});
+    mainThread.runPosted();
+    EXPECT_THAT(told, ElementsAre(States{{"a", starting}}, States{}));
+}
+
 TEST_F(Coordinator, AnEmptyListDestroysEveryTap) {
     startWith({a, b});
     coordinator->updateGroups({});

@@ -7,8 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -34,26 +34,44 @@ std::string helpOf(const std::string& command) {
     return out.str();
 }
 
-std::vector<std::string> matches(const std::string& text, const char* expression) {
-    const std::regex regex(expression, std::regex::ECMAScript | std::regex::multiline);
+bool isNameCharacter(char c) {
+    return (c >= 'a' && c <= 'z') || c == '-';
+}
+
+std::string leadingName(std::string_view text) {
+    return std::string(text.begin(), std::ranges::find_if_not(text, isNameCharacter));
+}
+
+/// The long options that a line names.
+void collectOptions(std::string_view line, Options& options) {
+    for (auto begin = line.find("--"); begin != std::string_view::npos; begin = line.find("--", begin)) {
+        const std::string name = leadingName(line.substr(begin));
+        if (name != "--help") // every command has it
+            options.insert(name);
+        begin += name.size();
+    }
+}
+
+std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> all;
-    for (std::sregex_iterator match(text.begin(), text.end(), regex); match != std::sregex_iterator();
-         ++match)
-        all.push_back(match->str(1));
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        all.push_back(line);
     return all;
 }
 
 void collectHelp(const std::string& command, OptionsByCommand& all) {
-    const std::string help = helpOf(command);
-    ASSERT_THAT(help, testing::HasSubstr("--help")) << command;
-    const auto options = matches(help, "^  (?:-h,)?(--[a-z-]+)");
-    all[command] = Options(options.begin(), options.end());
-    all[command].erase("--help"); // every command has it
-    const auto subcommands = help.find("\nSubcommands:\n");
-    if (subcommands == std::string::npos)
-        return;
-    for (const std::string& name : matches(help.substr(subcommands), "^  ([a-z]+)"))
-        collectHelp(command.empty() ? name : command + " " + name, all);
+    Options& options = all[command];
+    std::string section;
+    for (const std::string& line : lines(helpOf(command))) {
+        if (line.ends_with(':'))
+            section = line;
+        const bool isEntry = line.starts_with("  ") && line.size() > 2 && isNameCharacter(line[2]);
+        if (isEntry && section == "Options:")
+            collectOptions(line.substr(0, line.find(' ', 2)), options);
+        if (isEntry && section == "Subcommands:")
+            collectHelp(command + (command.empty() ? "" : " ") + leadingName(line.substr(2)), all);
+    }
 }
 
 OptionsByCommand real() {
@@ -62,26 +80,28 @@ OptionsByCommand real() {
     return all;
 }
 
-OptionsByCommand documented() {
-    std::string page = readTestFile(VELLO_MANUAL_PAGE);
-    page = std::regex_replace(page, std::regex(R"(\\-)"), "-");
-    OptionsByCommand all;
+/// "preset save" of ".SS vello preset save NAME".
+std::string commandOf(const std::string& heading) {
+    std::istringstream stream(heading);
+    std::string word;
+    stream >> word >> word; // the macro and the program
     std::string command;
-    bool isInside = false;
-    std::istringstream stream(page);
-    for (std::string line; std::getline(stream, line);) {
-        std::smatch match;
+    while (stream >> word && leadingName(word) == word)
+        command.append(command.empty() ? "" : " ").append(word);
+    return command;
+}
+
+OptionsByCommand documented() {
+    OptionsByCommand all;
+    Options* options = nullptr;
+    for (std::string line : lines(readTestFile(VELLO_MANUAL_PAGE))) {
+        std::erase(line, '\\'); // the page writes \- for -
         if (line.starts_with(".SH"))
-            isInside = false;
-        if (std::regex_match(line, match, std::regex("\\.SS vello((?: [a-z]+)*).*"))) {
-            command = match.str(1).empty() ? "" : match.str(1).substr(1);
-            isInside = true;
-            all[command];
-        }
-        if (isInside && line.starts_with(".B"))
-            for (const std::string& option : matches(line, "(--[a-z-]+)"))
-                if (option != "--help")
-                    all[command].insert(option);
+            options = nullptr;
+        if (line.starts_with(".SS"))
+            options = &all[commandOf(line)];
+        if (options != nullptr && line.starts_with(".B"))
+            collectOptions(line, *options);
     }
     return all;
 }
@@ -94,11 +114,7 @@ protected:
                                    "((${#COMPREPLY[@]} == 0)) || printf '%s\\n' \"${COMPREPLY[@]}\"";
         std::vector<std::string> command{"bash", "-c", script, VELLO_COMPLETION, "vello"};
         command.insert(command.end(), words.begin(), words.end());
-        std::istringstream stream(session::runProgram(command, session::ownEnvironment(), folder_.path()));
-        std::vector<std::string> lines;
-        for (std::string line; std::getline(stream, line);)
-            lines.push_back(line);
-        return lines;
+        return lines(session::runProgram(command, session::ownEnvironment(), folder_.path()));
     }
 
     TemporaryFolder folder_;
