@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AskForConsent.h"
 
+#include "CompanionProgram.h"
 #include "Control/Permission.h"
 #include "Models/Product.h"
 #include "Platform/Linux/SpawnedProgram.h"
 #include "UI/ConsentAnswerCodes.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -15,8 +15,6 @@
 
 namespace vello {
 namespace {
-
-namespace fs = std::filesystem;
 
 // What a consent reads as at its port.
 constexpr int kAllowed = 0;
@@ -34,15 +32,8 @@ bool isOnTerminal() {
            ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
 }
 
-/// Beside this program, or where an installation keeps programs that no user starts.
-fs::path questionProgram() {
-    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
-    const fs::path beside = folder / kConsentQuestionProgram;
-    return fs::exists(beside) ? beside : folder.parent_path() / "libexec/vello" / kConsentQuestionProgram;
-}
-
 Consent askOnScreen() {
-    switch (awaitExitCode(spawnProgram({questionProgram().string()}))) {
+    switch (awaitExitCode(spawnProgram({companionProgram(kConsentQuestionProgram).string()}))) {
     case kExitConsentAllowed:
         return Consent::allowed;
     case kExitConsentDenied:

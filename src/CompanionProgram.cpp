@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "CompanionProgram.h"
+
+namespace vello {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path ownFolder() {
+    return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+} // namespace
+
+fs::path companionProgram(std::string_view name) {
+    const fs::path beside = ownFolder() / name;
+    return fs::exists(beside) ? beside : ownFolder().parent_path() / "libexec/vello" / name;
+}
+
+fs::path mainProgram() {
+    const fs::path beside = ownFolder() / "vello";
+    return fs::is_regular_file(beside) ? beside : ownFolder().parent_path().parent_path() / "bin/vello";
+}
+
+} // namespace vello

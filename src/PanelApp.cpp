@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AskRunningInstance.h"
+#include "CompanionProgram.h"
+#include "LinuxApplication.h"
+#include "Models/Product.h"
+#include "OnlyInstance.h"
+#include "Platform/Linux/AutostartLoginItem.h"
+#include "UI/LaunchAtLoginController.h"
+#include "UI/PanelShell.h"
+
+#include <QApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace vello {
+namespace {
+
+bool hasScreen() {
+    const auto isSet = [](const char* name) {
+        const char* const value = std::getenv(name);
+        return value && *value;
+    };
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
+/// The same orderly way as from outside: taps are taken down, settings saved.
+void endApplication() {
+    ::kill(::getpid(), SIGTERM);
+}
+
+void introduce() {
+    QApplication::setApplicationDisplayName(kApplicationName);
+    QApplication::setDesktopFileName(kBundleIdentifier);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/vello/symbols/vello.svg")));
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+int runPanel(int argumentCount, char** arguments) {
+    const OnlyInstance instance;
+    if (!hasScreen())
+        throw std::runtime_error("there is no screen here; run vello --headless");
+    QApplication toolkit(argumentCount, arguments);
+    introduce();
+    const char* const chosen = std::getenv("VELLO_SYNC_FOLDER");
+    LinuxApplication application({.syncFolder = chosen ? chosen : "",
+                                  .consentQuestion = {mainProgram().string(), "permission", "ask"}});
+    AutostartLoginItem loginItem(AutostartPlaces::fromEnvironment(processEnvironment()), mainProgram());
+    LaunchAtLoginController launchAtLogin(loginItem);
+    launchAtLogin.refresh();
+    PanelShell shell({application.controller(), application.meterAudience(), launchAtLogin,
+                      application.runningApplications(), application.mainThread()},
+                     endApplication);
+    application.publish([&shell](const std::string& activationToken) { shell.reopen(activationToken); });
+    shell.presentAtLaunch();
+    return QApplication::exec();
+}
+
+} // namespace
+} // namespace vello
+
+/// The tray application. A program of its own, started by `vello`, so that nothing else has to load what
+/// draws windows.
+int main(int argumentCount, char** arguments) {
+    try {
+        return vello::runPanel(argumentCount, arguments);
+    } catch (const vello::AlreadyRunning&) {
+        vello::askRunningInstance({.action = vello::ClientRequest::Action::showPanel}, argumentCount,
+                                  arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vello: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/BandModel.h"
+
+#include "UI/BandSliderGeometry.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vello {
+
+void BandModel::setGain(double gain) {
+    if (gain == gain_)
+        return;
+    gain_ = gain;
+    emit gainChanged();
+}
+
+void BandModel::setGliding(bool isGliding) {
+    if (isGliding == isGliding_)
+        return;
+    isGliding_ = isGliding;
+    emit glidingChanged();
+}
+
+void BandModel::edit(double decibels) {
+    if (std::isnan(decibels))
+        return;
+    const BandSliderGeometry slider;
+    setGliding(false);
+    emit edited(std::clamp(decibels, slider.lower, slider.upper));
+}
+
+} // namespace vello

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/PanelShell.h"
+
+#include "UI/DesktopAppearance.h"
+
+#include <utility>
+
+namespace vello {
+
+PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
+    : controller_(parts.controller), icons_(parts.runningApplications), theme_(paletteAppearance()),
+      model_(parts.controller, parts.meters, parts.launchAtLogin, icons_), presenter_(model_, theme_),
+      tray_([this] { return trayMenu(controller_, model_, [this] { presenter_.show(tray_.geometry()); }); }),
+      launch_(
+          parts.mainThread,
+          [this] {
+              if (!tray_.isShown())
+                  return false;
+              presenter_.show(tray_.geometry());
+              return true;
+          },
+          [this] { presenter_.show(std::nullopt); }) {
+    connect(&model_, &PanelModel::quitRequested, this, [quit = std::move(quit)] { quit(); });
+    connect(&tray_, &Tray::activated, &presenter_, &PanelPresenter::toggle);
+    observeMenu();
+}
+
+void PanelShell::observeMenu() {
+    const auto invalidate = [this](const auto&) { tray_.invalidateMenu(); };
+    observations_.push_back(controller_.isProcessingEnabled().observe(invalidate));
+    observations_.push_back(controller_.activeSourceID().observe(invalidate));
+    observations_.push_back(controller_.userPresets().observe(invalidate));
+}
+
+void PanelShell::presentAtLaunch() {
+    launch_.start();
+}
+
+void PanelShell::reopen(const std::string& activationToken) {
+    if (!activationToken.empty())
+        qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(activationToken));
+    if (!presenter_.isVisible())
+        presenter_.show(tray_.geometry());
+}
+
+} // namespace vello

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "UI/AppIconProvider.h"
+#include "UI/LaunchPresentation.h"
+#include "UI/PanelModel.h"
+#include "UI/PanelPresenter.h"
+#include "UI/Theme.h"
+#include "UI/Tray.h"
+#include "UI/WordingTranslator.h"
+
+#include <QObject>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vello {
+
+/// The application on the screen: the status item, and the panel that it opens. Main thread only; there is a
+/// QApplication.
+class PanelShell : public QObject {
+    Q_OBJECT
+
+public:
+    /// What the shell is made on. All of it outlives the shell.
+    struct Parts {
+        AudioController& controller;
+        MeterAudience& meters;
+        LaunchAtLoginController& launchAtLogin;
+        RunningApplications& runningApplications;
+        MainThread& mainThread;
+    };
+    /// `quit` ends the application.
+    PanelShell(const Parts& parts, std::function<void()> quit);
+
+    /// Opens the panel as soon as there is a status item; without one in the corner of the screen.
+    void presentAtLaunch();
+    /// The application was started again: opens the panel if it is not open.
+    void reopen(const std::string& activationToken);
+
+    PanelPresenter& presenter() { return presenter_; }
+    const Tray& tray() const { return tray_; }
+
+private:
+    void observeMenu();
+
+    WordingTranslator wording_;
+    AudioController& controller_;
+    AppIconProvider icons_;
+    Theme theme_;
+    PanelModel model_;
+    PanelPresenter presenter_;
+    Tray tray_;
+    LaunchPresentation launch_;
+    std::vector<Observation> observations_;
+};
+
+} // namespace vello

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <QImage>
+#include <QList>
+#include <QQuickPaintedItem>
+#include <QtQmlIntegration>
+
+namespace vello {
+
+/// The live spectrum as a soft row of coloured bars. The blur reaches `bleed` beyond the bars: the item is by
+/// so much larger than the room of the bars, on every side.
+class SpectrumGlow : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    /// One for each bar, 0 to 1.
+    Q_PROPERTY(QList<float> magnitudes READ magnitudes WRITE setMagnitudes NOTIFY magnitudesChanged)
+    /// 0: grey; 1: in its colours.
+    Q_PROPERTY(double saturation READ saturation WRITE setSaturation NOTIFY saturationChanged)
+    Q_PROPERTY(double bleed READ bleed CONSTANT)
+
+public:
+    explicit SpectrumGlow(QQuickItem* parent = nullptr) : QQuickPaintedItem(parent) {}
+
+    const QList<float>& magnitudes() const { return magnitudes_; }
+    void setMagnitudes(const QList<float>& magnitudes);
+    double saturation() const { return saturation_; }
+    void setSaturation(double saturation);
+    static double bleed();
+
+    void paint(QPainter* painter) override;
+
+signals:
+    void magnitudesChanged();
+    void saturationChanged();
+
+private:
+    /// The bars at full opacity for a magnitude of 1, blurred, in `scale` pixels a point.
+    QImage glow(double scale) const;
+
+    QList<float> magnitudes_;
+    double saturation_ = 1.0;
+};
+
+} // namespace vello

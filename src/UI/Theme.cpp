@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Theme.h"
+
+#include "UI/PanelEngine.h"
+
+#include <QFontDatabase>
+
+#include <algorithm>
+#include <cmath>
+
+namespace vello {
+namespace {
+
+constexpr QRgb kOwnAccentOnDark = 0xff4fa8ff;
+constexpr QRgb kOwnAccentOnLight = 0xff1676e8;
+
+QColor white(double alpha) {
+    return QColor::fromRgbF(1.0F, 1.0F, 1.0F, static_cast<float>(alpha));
+}
+
+QColor black(double alpha) {
+    return QColor::fromRgbF(0.0F, 0.0F, 0.0F, static_cast<float>(alpha));
+}
+
+/// Perceived, 0 to 1.
+double lightness(const QColor& color) {
+    return 0.2126 * color.redF() + 0.7152 * color.greenF() + 0.0722 * color.blueF();
+}
+
+} // namespace
+
+Theme::Theme(const Appearance& appearance, QObject* parent) : QObject(parent), appearance_(appearance) {}
+
+Theme* Theme::create(QQmlEngine* engine, QJSEngine*) {
+    auto* const panelEngine = qobject_cast<PanelEngine*>(engine);
+    if (!panelEngine)
+        return new Theme(Appearance{});
+    QJSEngine::setObjectOwnership(&panelEngine->theme(), QJSEngine::CppOwnership);
+    return &panelEngine->theme();
+}
+
+void Theme::setAppearance(const Appearance& appearance) {
+    if (appearance == appearance_)
+        return;
+    appearance_ = appearance;
+    emit changed();
+}
+
+QColor Theme::ink(double alpha) const {
+    return isDark() ? white(alpha) : black(alpha);
+}
+
+QColor Theme::primary() const {
+    return isContrastIncreased() ? ink(1.0) : ink(isDark() ? 0.92 : 0.87);
+}
+
+QColor Theme::secondary() const {
+    return ink(isContrastIncreased() ? 0.85 : isDark() ? 0.62 : 0.58);
+}
+
+QColor Theme::tertiary() const {
+    return ink(isContrastIncreased() ? 0.75 : isDark() ? 0.42 : 0.46);
+}
+
+QColor Theme::quaternary() const {
+    return ink(isContrastIncreased() ? 0.35 : isDark() ? 0.16 : 0.13);
+}
+
+QColor Theme::accent() const {
+    if (appearance_.accent.isValid())
+        return appearance_.accent;
+    return QColor::fromRgb(isDark() ? kOwnAccentOnDark : kOwnAccentOnLight);
+}
+
+QColor Theme::onAccent() const {
+    return lightness(accent()) > 0.62 ? black(0.88) : white(1.0);
+}
+
+QColor Theme::window() const {
+    const double alpha = isTransparencyReduced() ? 1.0 : 0.95;
+    return isDark() ? QColor::fromRgbF(0.125F, 0.129F, 0.145F, static_cast<float>(alpha))
+                    : QColor::fromRgbF(0.925F, 0.931F, 0.945F, static_cast<float>(alpha));
+}
+
+QColor Theme::windowRim() const {
+    if (isContrastIncreased())
+        return primary();
+    return isDark() ? white(0.14) : black(0.12);
+}
+
+QColor Theme::glass() const {
+    if (isTransparencyReduced())
+        return QColor::fromRgb(isDark() ? 0xff303136 : 0xfff8f8fa);
+    return white(isDark() ? 0.075 : 0.62);
+}
+
+QColor Theme::glassHovered() const {
+    if (isTransparencyReduced())
+        return QColor::fromRgb(isDark() ? 0xff36373d : 0xffffffff);
+    return white(isDark() ? 0.105 : 0.78);
+}
+
+QColor Theme::glassRim() const {
+    return isContrastIncreased() ? primary() : white(0.1);
+}
+
+QColor Theme::glassShadow() const {
+    return black(isDark() ? 0.26 : 0.13);
+}
+
+QColor Theme::control() const {
+    return ink(isDark() ? 0.11 : 0.07);
+}
+
+QColor Theme::controlHovered() const {
+    return ink(isDark() ? 0.17 : 0.11);
+}
+
+QColor Theme::menu() const {
+    return QColor::fromRgb(isDark() ? 0xff2c2d32 : 0xfffafafb);
+}
+
+QColor Theme::thumb() const {
+    if (isTransparencyReduced())
+        return QColor::fromRgb(isDark() ? 0xff55565c : 0xffffffff);
+    return isDark() ? QColor::fromRgb(0x55, 0x57, 0x60, 0xd8) : QColor::fromRgb(0xff, 0xff, 0xff, 0xe0);
+}
+
+QString Theme::monospaced() const {
+    return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+}
+
+int Theme::scaled(double size) const {
+    return static_cast<int>(std::lround(size * std::clamp(appearance_.fontScale, 0.5, 3.0)));
+}
+
+QColor Theme::mixed(const QColor& from, const QColor& to, double share) {
+    const auto part = static_cast<float>(std::clamp(share, 0.0, 1.0));
+    const auto mix = [part](float one, float other) { return one + (other - one) * part; };
+    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
+                            mix(from.blueF(), to.blueF()), mix(from.alphaF(), to.alphaF()));
+}
+
+} // namespace vello

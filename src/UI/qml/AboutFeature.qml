@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// One thing that the application does.
+Row {
+    id: root
+
+    required property string symbol
+    required property string title
+    required property string detail
+
+    spacing: 10
+
+    Item {
+        width: 18
+        height: title.implicitHeight
+
+        Symbol {
+            anchors.centerIn: parent
+            name: root.symbol
+            pointSize: Theme.body
+            color: Theme.accent
+        }
+    }
+    Column {
+        spacing: 2
+
+        PanelText {
+            id: title
+
+            text: root.title
+            font.pixelSize: Theme.subheadline
+            font.weight: Font.DemiBold
+            color: Theme.primary
+        }
+        PanelText {
+            text: root.detail
+            font.pixelSize: Theme.caption
+            color: Theme.secondary
+        }
+    }
+}

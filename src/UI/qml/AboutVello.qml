@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Templates as T
+import Vello
+
+/// What the application is, who made it, and where to read more.
+Rectangle {
+    id: root
+
+    signal dismissed
+
+    implicitWidth: 360
+    implicitHeight: 420
+    color: Theme.isDark ? "#202125" : "#f4f5f8"
+
+    Column {
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: parent.top
+        anchors.topMargin: 32
+        width: parent.width - 72
+        spacing: 12
+
+        Row {
+            spacing: 14
+
+            Image {
+                width: 56
+                height: 56
+                source: "qrc:/vello/symbols/vello.svg"
+                sourceSize.width: 112
+                sourceSize.height: 112
+                Accessible.role: Accessible.Graphic
+                Accessible.name: qsTr("VELLO app icon")
+            }
+            Column {
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 3
+
+                PanelText {
+                    text: "VELLO"
+                    font.pixelSize: Theme.title2
+                    font.weight: Font.DemiBold
+                    color: Theme.primary
+                }
+                PanelText {
+                    text: qsTr("By QUORVIN")
+                    font.pixelSize: Theme.subheadline
+                    color: Theme.secondary
+                }
+            }
+        }
+        PanelText {
+            topPadding: 8
+            bottomPadding: 6
+            text: qsTr("Per-app sound control,\nright from your menu bar.")
+            font.pixelSize: Theme.headline
+            font.weight: Font.Bold
+            color: Theme.primary
+        }
+        Column {
+            spacing: 10
+
+            AboutFeature {
+                symbol: "slider.vertical.3"
+                title: qsTr("Shape each app")
+                detail: qsTr("Use the 8-band equalizer independently\nfor the apps playing sound.")
+            }
+            AboutFeature {
+                symbol: "speaker.wave.2"
+                title: qsTr("Choose its output")
+                detail: qsTr("Route an app to the system output\nor a specific speaker.")
+            }
+            AboutFeature {
+                symbol: "lock"
+                title: qsTr("Audio stays on your Mac")
+                detail: qsTr("VELLO processes audio locally\nand does not record or store it.")
+            }
+        }
+    }
+    T.AbstractButton {
+        id: link
+
+        anchors.left: parent.left
+        anchors.leftMargin: 36
+        anchors.verticalCenter: done.verticalCenter
+        implicitWidth: implicitContentWidth
+        implicitHeight: implicitContentHeight
+        hoverEnabled: true
+        text: qsTr("About")
+        Accessible.role: Accessible.Link
+        Accessible.name: text
+        Keys.onReturnPressed: link.clicked()
+        onClicked: Qt.openUrlExternally(PanelMeasures.webSite)
+
+        contentItem: Text {
+            text: link.text
+            font.pixelSize: Theme.body
+            font.underline: link.hovered
+            color: Theme.accent
+        }
+        background: Item {
+            FocusRing {
+                isShown: link.visualFocus
+                radius: 5
+            }
+        }
+        HoverHandler {
+            cursorShape: Qt.PointingHandCursor
+        }
+    }
+    ProminentButton {
+        id: done
+
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        anchors.rightMargin: 36
+        anchors.bottomMargin: 28
+        focus: true
+        text: qsTr("Done")
+        onClicked: root.dismissed()
+    }
+}

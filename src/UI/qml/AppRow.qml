@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+import Vello
+
+/// The one line of a card: whose sound it is, where it goes, how loud it is, and whether it is equalized.
+T.AbstractButton {
+    id: root
+
+    required property SourceItem source
+    /// 0 while the card is closed, 1 while it is open.
+    required property real expansion
+    /// Above and below the line: it can be clicked there as well.
+    required property real margin
+    readonly property real lineHeight: 22
+
+    implicitHeight: root.lineHeight + 2 * root.margin
+    topPadding: root.margin
+    bottomPadding: root.margin
+    leftPadding: 12
+    rightPadding: 12
+    hoverEnabled: true
+    text: root.source.name
+    Accessible.role: Accessible.Button
+    Accessible.name: root.source.isExpanded ? qsTr("%1, expanded").arg(root.source.name) : qsTr("%1, collapsed").arg(root.source.name)
+    Keys.onReturnPressed: root.clicked()
+    Keys.onEnterPressed: root.clicked()
+
+    background: Item {
+        FocusRing {
+            anchors.margins: 3
+            isShown: root.visualFocus
+            radius: 11
+        }
+    }
+    contentItem: RowLayout {
+        spacing: 10
+
+        Item {
+            Layout.preferredWidth: 22
+            Layout.preferredHeight: 22
+
+            AppIconView {
+                anchors.fill: parent
+                visible: !root.source.isSystem && root.source.hasIcon
+                source: root.source
+            }
+            Symbol {
+                anchors.centerIn: parent
+                visible: root.source.isSystem || !root.source.hasIcon
+                name: root.source.isSystem ? "speaker.wave.2.fill" : "app.dashed"
+                pointSize: 14
+                color: root.source.isSystem ? Theme.accent : Theme.secondary
+            }
+        }
+        Text {
+            Layout.fillWidth: true
+            Layout.minimumWidth: 40
+            Layout.rightMargin: 8 - parent.spacing
+            text: root.source.name
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
+            maximumLineCount: 1
+            font.pixelSize: Theme.callout
+            font.weight: root.source.isSystem ? Font.Medium : Font.Normal
+            color: Theme.primary
+        }
+        RouteLabel {
+            Layout.preferredWidth: 72
+            Layout.rightMargin: 4
+            visible: !root.source.isExpanded && root.source.outputRouteName !== ""
+            text: root.source.outputRouteName
+        }
+        LevelMeter {
+            hasLevel: root.source.hasLevel
+            level: root.source.level
+        }
+        SwitchToggle {
+            trackHeight: 15
+            isOn: root.source.isEqualizerEnabled
+            label: qsTr("EQ enabled for %1").arg(root.source.name)
+            hint: qsTr("Bypass the equalizer for %1").arg(root.source.name)
+            onSwitched: isOn => root.source.isEqualizerEnabled = isOn
+        }
+        Symbol {
+            name: "chevron.down"
+            pointSize: Theme.caption2 * 0.95
+            color: Theme.tertiary
+            rotation: 180 * root.expansion
+        }
+    }
+}

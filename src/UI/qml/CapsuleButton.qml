@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+import Vello
+
+/// A bordered button with round ends, which opens a menu.
+T.AbstractButton {
+    id: root
+
+    required property string symbol
+
+    implicitWidth: implicitContentWidth + 18
+    implicitHeight: 24
+    leftPadding: 9
+    rightPadding: 9
+    hoverEnabled: true
+    Accessible.name: root.text
+    Keys.onReturnPressed: root.clicked()
+    Keys.onEnterPressed: root.clicked()
+
+    contentItem: RowLayout {
+        spacing: 5
+        opacity: root.down ? 0.7 : 1
+
+        Symbol {
+            name: root.symbol
+            pointSize: Theme.body
+            color: Theme.primary
+        }
+        Text {
+            Layout.fillWidth: true
+            text: root.text
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
+            maximumLineCount: 1
+            font.pixelSize: Theme.callout
+            color: Theme.primary
+        }
+        Symbol {
+            name: "chevron.down"
+            pointSize: 7
+            color: Theme.tertiary
+        }
+    }
+    background: Rectangle {
+        radius: height / 2
+        color: root.hovered ? Theme.controlHovered : Theme.control
+        border.width: Theme.isContrastIncreased ? 1 : 0
+        border.color: Theme.primary
+
+        FocusRing {
+            isShown: root.visualFocus
+            radius: height / 2
+        }
+    }
+}

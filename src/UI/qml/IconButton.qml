@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Templates as T
+import Vello
+
+/// A borderless button that is a symbol.
+T.AbstractButton {
+    id: root
+
+    required property string symbol
+    /// What it does, for the tooltip and the screen reader.
+    required property string label
+    property string hint: root.label
+    property real symbolSize: Theme.headline
+    property color symbolColor: Theme.secondary
+
+    implicitWidth: 28
+    implicitHeight: 22
+    hoverEnabled: true
+    text: root.label
+    Accessible.name: root.label
+    Keys.onReturnPressed: root.clicked()
+    Keys.onEnterPressed: root.clicked()
+
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            name: root.symbol
+            pointSize: root.symbolSize
+            color: root.symbolColor
+            opacity: !root.enabled ? 0.4 : root.down ? 0.65 : 1
+        }
+    }
+    background: Rectangle {
+        radius: 6
+        color: root.hovered && root.enabled ? Theme.control : "transparent"
+
+        FocusRing {
+            isShown: root.visualFocus
+            radius: 8
+        }
+    }
+
+    Hint {
+        text: root.hint
+        visible: root.hovered && !root.down && root.hint !== ""
+    }
+}

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Templates as T
+import Vello
+
+/// A borderless button with a symbol before its text.
+T.AbstractButton {
+    id: root
+
+    required property string symbol
+
+    implicitWidth: implicitContentWidth + 8
+    implicitHeight: 22
+    hoverEnabled: true
+    Accessible.name: root.text
+    Keys.onReturnPressed: root.clicked()
+    Keys.onEnterPressed: root.clicked()
+
+    leftPadding: 4
+    rightPadding: 4
+    contentItem: Row {
+            spacing: 4
+            opacity: !root.enabled ? 0.35 : root.down ? 0.65 : 1
+
+        Symbol {
+                anchors.verticalCenter: parent.verticalCenter
+                name: root.symbol
+                pointSize: Theme.callout
+                color: root.hovered && root.enabled ? Theme.primary : Theme.secondary
+            }
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                text: root.text
+                textFormat: Text.PlainText
+                font.pixelSize: Theme.callout
+                color: root.hovered && root.enabled ? Theme.primary : Theme.secondary
+            }
+    }
+    background: Item {
+        FocusRing {
+            isShown: root.visualFocus
+            radius: 7
+        }
+    }
+}

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// How loud a source is, as a thin bar; nothing at all while it is silent.
+Item {
+    id: root
+
+    required property bool hasLevel
+    required property real level
+
+    implicitWidth: root.hasLevel ? 36 : 0
+    implicitHeight: 4
+    visible: root.hasLevel
+    Accessible.ignored: true
+
+    Rectangle {
+        anchors.fill: parent
+        radius: 2
+        color: Theme.quaternary
+    }
+    Rectangle {
+        width: parent.width * root.level
+        height: parent.height
+        radius: 2
+        color: Theme.accent
+
+        Behavior on width {
+            enabled: root.hasLevel && !Theme.isMotionReduced
+
+            NumberAnimation {
+                duration: 100
+            }
+        }
+    }
+}

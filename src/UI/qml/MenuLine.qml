@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// One entry of a menu, with the divider before its group.
+Item {
+    id: root
+
+    required property int index
+    required property string title
+    required property bool isChecked
+    required property bool startsGroup
+    required property MenuModel menu
+    readonly property bool isCurrent: root.ListView.isCurrentItem
+
+    implicitHeight: 25 + (root.startsGroup ? 9 : 0)
+    Accessible.role: Accessible.MenuItem
+    Accessible.name: root.title
+    Accessible.checkable: true
+    Accessible.checked: root.isChecked
+    Accessible.onPressAction: root.menu.choose(root.index)
+
+    Rectangle {
+        visible: root.startsGroup
+        x: 8
+        y: 4
+        width: root.width - 16
+        height: 1
+        color: Theme.quaternary
+    }
+    Rectangle {
+        id: line
+
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: 25
+        radius: 6
+        color: root.isCurrent ? Theme.accent : "transparent"
+
+        Symbol {
+            visible: root.menu.showsCheckMarks && root.isChecked
+            x: 7
+            anchors.verticalCenter: parent.verticalCenter
+            name: "checkmark"
+            pointSize: Theme.caption
+            color: root.isCurrent ? Theme.onAccent : Theme.primary
+        }
+        Text {
+            x: root.menu.showsCheckMarks ? 25 : 10
+            width: parent.width - x - 8
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.title
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
+            font.pixelSize: Theme.callout
+            font.weight: root.isChecked ? Font.Medium : Font.Normal
+            color: root.isCurrent ? Theme.onAccent : root.isChecked && !root.menu.showsCheckMarks ? Theme.accent : Theme.primary
+        }
+        HoverHandler {
+            onHoveredChanged: {
+                if (hovered && root.ListView.view)
+                    root.ListView.view.currentIndex = root.index;
+            }
+        }
+        TapHandler {
+            onTapped: root.menu.choose(root.index)
+        }
+    }
+}

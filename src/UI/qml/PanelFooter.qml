@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Templates as T
+import Vello
+
+/// Launch at login, the maker, and Quit.
+Column {
+    id: root
+
+    required property PanelModel panel
+
+    spacing: 5
+    leftPadding: 4
+    rightPadding: 4
+
+    Item {
+        width: root.width - 8
+        height: Math.max(launch.height, launchText.implicitHeight)
+
+        Text {
+            id: launchText
+
+            anchors.verticalCenter: parent.verticalCenter
+            text: qsTr("Launch at Login")
+            font.pixelSize: Theme.body
+            color: Theme.primary
+            Accessible.ignored: true
+        }
+        SwitchToggle {
+            id: launch
+
+            anchors.verticalCenter: parent.verticalCenter
+            anchors.left: launchText.right
+            anchors.leftMargin: 8
+            trackHeight: 18
+            isOn: root.panel.launchesAtLogin
+            label: launchText.text
+            onSwitched: isOn => root.panel.launchesAtLogin = isOn
+        }
+    }
+    Text {
+        visible: root.panel.didFailToUpdateLaunch
+        text: qsTr("Could not update launch setting.")
+        font.pixelSize: Theme.caption2
+        color: Theme.secondary
+        Accessible.role: Accessible.AlertMessage
+        Accessible.name: text
+    }
+    Item {
+        width: root.width - 8
+        height: quit.height
+
+        PanelText {
+            anchors.verticalCenter: parent.verticalCenter
+            text: qsTr("By QUORVIN")
+            font.pixelSize: Theme.caption2
+            color: Theme.tertiary
+            opacity: 0.85
+        }
+        T.AbstractButton {
+            id: quit
+
+            anchors.right: parent.right
+            readonly property color ink: quit.hovered ? Theme.secondary : Theme.tertiary
+
+            implicitWidth: implicitContentWidth
+            implicitHeight: Math.max(14, implicitContentHeight)
+            hoverEnabled: true
+            text: qsTr("Quit")
+            Accessible.name: text
+            Keys.onReturnPressed: quit.clicked()
+            Keys.onEnterPressed: quit.clicked()
+            onClicked: root.panel.quit()
+
+            contentItem: Row {
+                spacing: 3
+
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: quit.text
+                    font.pixelSize: Theme.caption2
+                    color: quit.ink
+                    Accessible.ignored: true
+                }
+                Symbol {
+                    anchors.verticalCenter: parent.verticalCenter
+                    name: "chevron.right"
+                    pointSize: 8
+                    color: quit.ink
+                }
+            }
+            background: Item {
+                FocusRing {
+                    isShown: quit.visualFocus
+                    radius: 5
+                }
+            }
+        }
+    }
+    Shortcut {
+        sequence: "Ctrl+Q"
+        onActivated: root.panel.quit()
+    }
+}

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Templates as T
+import Vello
+
+/// A menu of one choice, over the panel.
+T.Popup {
+    id: root
+
+    required property MenuModel entries
+    property string label: ""
+
+    padding: 5
+    margins: 8
+    focus: true
+    implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 50 : 36) + leftPadding + rightPadding))
+    implicitHeight: Math.min(implicitContentHeight + topPadding + bottomPadding, 300)
+    closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
+
+    enter: Transition {
+        NumberAnimation {
+            property: "opacity"
+            from: 0
+            to: 1
+            duration: Theme.isMotionReduced ? 0 : 90
+        }
+    }
+    exit: Transition {
+        NumberAnimation {
+            property: "opacity"
+            to: 0
+            duration: Theme.isMotionReduced ? 0 : 90
+        }
+    }
+    background: GlassSurface {
+        radius: 10
+        color: Theme.menu
+        rimColor: Theme.windowRim
+        shadowColor: Qt.rgba(0, 0, 0, 0.3)
+        shadowRadius: 7
+        shadowOffset: 4
+    }
+    contentItem: MenuList {
+        entries: root.entries
+        Accessible.name: root.label
+    }
+
+    TextMetrics {
+        id: longest
+
+        font.pixelSize: Theme.callout
+        font.weight: Font.Medium
+        text: root.entries.longestTitle
+    }
+    Connections {
+        target: root.entries
+
+        function onChosen(): void {
+            root.close();
+        }
+    }
+}

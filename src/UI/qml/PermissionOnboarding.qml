@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// Explains why sound must be captured, and offers the one thing that can be done about it.
+Column {
+    id: root
+
+    required property bool isDenied
+
+    signal allowRequested
+    signal settingsRequested
+
+    padding: 20
+    spacing: 14
+
+    Image {
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: 48
+        height: 48
+        source: "qrc:/vello/symbols/vello.svg"
+        sourceSize.width: 96
+        sourceSize.height: 96
+        Accessible.ignored: true
+    }
+    Column {
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: root.width - 2 * root.padding
+        spacing: 6
+
+        PanelText {
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: qsTr("VELLO needs System Audio access")
+            font.pixelSize: Theme.headline
+            font.weight: Font.Bold
+            color: Theme.primary
+        }
+        PanelText {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(236, parent.width)
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            text: qsTr("macOS requires system audio access to equalize apps. Audio stays on your Mac and is never recorded.")
+            font.pixelSize: Theme.caption
+            color: Theme.secondary
+        }
+    }
+    ProminentButton {
+        anchors.horizontalCenter: parent.horizontalCenter
+        visible: !root.isDenied
+        text: qsTr("Allow Access")
+        onClicked: root.allowRequested()
+    }
+    ProminentButton {
+        anchors.horizontalCenter: parent.horizontalCenter
+        visible: root.isDenied
+        text: qsTr("Open System Settings…")
+        onClicked: root.settingsRequested()
+    }
+    PanelText {
+        width: root.width - 2 * root.padding
+        visible: root.isDenied
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.Wrap
+        text: qsTr("Enable VELLO under Screen & System Audio Recording, then come back.")
+        font.pixelSize: Theme.caption2
+        color: Theme.tertiary
+    }
+}

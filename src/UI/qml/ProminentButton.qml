@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Templates as T
+import Vello
+
+/// The button that one is here for.
+T.AbstractButton {
+    id: root
+
+    property int pixelSize: Theme.body
+
+    implicitWidth: implicitContentWidth + 28
+    implicitHeight: implicitContentHeight + 11
+    hoverEnabled: true
+    Accessible.name: root.text
+    Keys.onReturnPressed: root.clicked()
+    Keys.onEnterPressed: root.clicked()
+
+    contentItem: Text {
+        text: root.text
+        textFormat: Text.PlainText
+        font.pixelSize: root.pixelSize
+        font.weight: Font.Medium
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        color: Theme.onAccent
+        opacity: root.enabled ? 1 : 0.6
+    }
+    background: GlassSurface {
+        radius: height / 2
+        color: root.down ? Qt.darker(Theme.accent, 1.15) : root.hovered ? Qt.lighter(Theme.accent, 1.08) : Theme.accent
+        rimColor: Theme.isContrastIncreased ? Theme.primary : Qt.rgba(1, 1, 1, 0.22)
+        opacity: root.enabled ? 1 : 0.4
+
+        FocusRing {
+            isShown: root.visualFocus
+            radius: height / 2
+        }
+    }
+}

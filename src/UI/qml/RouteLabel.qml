@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// Where a source plays.
+MarqueeText {
+    id: root
+
+    color: Theme.secondary
+    pixelSize: Theme.caption2
+    isMotionReduced: Theme.isMotionReduced
+    Accessible.role: Accessible.StaticText
+    Accessible.name: qsTr("Output: %1").arg(root.text)
+
+    HoverHandler {
+        id: hover
+    }
+    Hint {
+        text: root.text
+        visible: hover.hovered && root.visible
+    }
+}

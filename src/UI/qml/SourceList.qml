@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// The cards of all sources. It is as high as they are, within bounds, and scrolls beyond.
+Item {
+    id: root
+
+    required property PanelModel panel
+
+    implicitHeight: PanelMeasures.listHeight(stack.implicitHeight)
+
+    Item {
+        // Cards may cast their shadows into the panel's margins, but not into what is above and below.
+        anchors.fill: parent
+        anchors.topMargin: -8
+        anchors.bottomMargin: -8
+        anchors.leftMargin: -12
+        anchors.rightMargin: -12
+        clip: flickable.isScrollable
+
+        Flickable {
+            id: flickable
+
+            readonly property bool isScrollable: contentHeight > height + 0.5
+
+            anchors.fill: parent
+            anchors.topMargin: 8
+            anchors.bottomMargin: 8
+            anchors.leftMargin: 12
+            anchors.rightMargin: 12
+            contentWidth: width
+            contentHeight: stack.implicitHeight
+            interactive: isScrollable
+            boundsBehavior: isScrollable ? Flickable.DragAndOvershootBounds : Flickable.StopAtBounds
+            flickableDirection: Flickable.VerticalFlick
+
+            Column {
+                id: stack
+
+                width: flickable.width
+                spacing: 8
+
+                Repeater {
+                    model: root.panel.sources
+
+                    delegate: SourceCard {
+                        width: parent ? parent.width : 0
+                    }
+                }
+            }
+        }
+    }
+    Rectangle {
+        // Where one is in a list that scrolls.
+        visible: flickable.isScrollable
+        opacity: flickable.moving || listHover.hovered ? 1 : 0
+        x: root.width + 4
+        y: flickable.visibleArea.yPosition * root.height
+        width: 4
+        height: Math.max(24, flickable.visibleArea.heightRatio * root.height)
+        radius: 2
+        color: Theme.tertiary
+
+        Behavior on opacity {
+            NumberAnimation {
+                duration: Theme.isMotionReduced ? 0 : 150
+            }
+        }
+    }
+    HoverHandler {
+        id: listHover
+    }
+}

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// The gain of one band. Its owner binds `gain` and answers `edited`.
+Item {
+    id: root
+
+    required property real gain
+    required property string label
+    /// Where the gain has got to on its way to a new curve.
+    property real shownGain: root.gain
+    property alias isDragging: pointer.pressed
+    /// 1: drawn as enabled; 0: grey.
+    property real saturation: 1
+
+    readonly property color ink: Theme.mixed(Theme.secondary, Theme.accent, root.saturation)
+
+    signal edited(real gain)
+
+    implicitWidth: shape.width
+    activeFocusOnTab: true
+    Accessible.role: Accessible.Slider
+    Accessible.name: root.label
+    Accessible.description: shape.spoken(root.gain)
+    Accessible.focusable: true
+    Accessible.onIncreaseAction: root.step(1)
+    Accessible.onDecreaseAction: root.step(-1)
+
+    // What a screen reader reads, and may set.
+    property real value: root.gain
+    readonly property real minimumValue: shape.lower
+    readonly property real maximumValue: shape.upper
+    readonly property real stepSize: 1
+    onGainChanged: root.value = root.gain
+    onValueChanged: if (root.value !== root.gain) root.edited(root.value)
+
+    function step(decibels: real): void {
+        if (root.enabled)
+            root.edited(shape.steppedGain(root.gain, decibels));
+    }
+
+    Keys.onUpPressed: root.step(1)
+    Keys.onDownPressed: root.step(-1)
+    Keys.onPressed: event => {
+        event.accepted = true;
+        if (event.key === Qt.Key_PageUp)
+            root.step(3);
+        else if (event.key === Qt.Key_PageDown)
+            root.step(-3);
+        else if (event.key === Qt.Key_Home)
+            root.edited(0);
+        else
+            event.accepted = false;
+    }
+
+    BandSliderShape {
+        id: shape
+
+        height: root.height
+        gain: root.shownGain
+    }
+    Item {
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: shape.width
+        height: parent.height
+
+        Rectangle {
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: shape.trackWidth
+            height: parent.height
+            radius: width / 2
+            color: Theme.quaternary
+        }
+        Rectangle {
+            anchors.centerIn: parent
+            width: shape.zeroMarkWidth
+            height: 1
+            color: Theme.tertiary
+        }
+        Rectangle {
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: shape.barCentre - height / 2
+            width: shape.trackWidth
+            height: shape.barHeight
+            radius: width / 2
+            color: root.ink
+        }
+        SliderThumb {
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: shape.thumbCentre - height / 2
+            width: shape.thumbDiameter
+            height: shape.thumbDiameter
+            dotDiameter: shape.thumbDotDiameter
+            ink: root.ink
+            isDragging: root.isDragging
+            isFocused: root.activeFocus && root.enabled
+        }
+    }
+    MouseArea {
+        id: pointer
+
+        anchors.fill: parent
+        preventStealing: true
+        onPressed: mouse => root.edited(shape.draggedGain(mouse.y))
+        onPositionChanged: mouse => root.edited(shape.draggedGain(mouse.y))
+    }
+}

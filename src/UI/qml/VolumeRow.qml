@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Layouts
+import Vello
+
+/// Where the source plays, and how loud.
+RowLayout {
+    id: root
+
+    required property EqualizerModel equalizer
+
+    spacing: 8
+    Accessible.role: Accessible.Grouping
+    Accessible.name: qsTr("Volume")
+
+    IconButton {
+        id: outputButton
+
+        symbol: "speaker.wave.2.fill"
+        label: qsTr("Output route")
+        hint: root.equalizer.outputRouteName
+        onClicked: menu.open()
+
+        PanelMenu {
+            id: menu
+
+            y: outputButton.height + 4
+            entries: root.equalizer.routes
+            label: outputButton.label
+            onClosed: outputButton.forceActiveFocus(Qt.PopupFocusReason)
+        }
+    }
+    SmallSlider {
+        Layout.fillWidth: true
+        level: root.equalizer.volume
+        Accessible.name: qsTr("Volume")
+        onMoveRequested: level => root.equalizer.volume = level
+    }
+    PanelText {
+        Layout.preferredWidth: 36
+        horizontalAlignment: Text.AlignRight
+        text: root.equalizer.volumeText
+        font.pixelSize: Theme.caption2
+        color: Theme.secondary
+    }
+}

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+#include <QAccessible>
+#include <QGuiApplication>
+
+#include <clocale>
+
+/// Runs the tests on windows that are drawn nowhere.
+int main(int argumentCount, char** arguments) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_FORCE_STDERR_LOGGING", "1");
+    testing::InitGoogleTest(&argumentCount, arguments);
+    const QGuiApplication application(argumentCount, arguments);
+    std::setlocale(LC_NUMERIC, "C");
+    QAccessible::setActive(true);
+    return RUN_ALL_TESTS();
+}
