@@ -110,7 +110,7 @@ TEST_F(VelloControl, withstandsHostileCalls) {
     command({"set", playerID, "--volume", "0.5"});
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
     const RunningState before = state();
-    constexpr int calls = 2000;
+    constexpr int calls = 10'000;
     const HostileOutcome outcome =
         makeHostileCalls(session().environment().at("DBUS_SESSION_BUS_ADDRESS"), calls, 2);
     EXPECT_EQ(outcome.refused, calls) << outcome.firstUnexpected;
