@@ -32,14 +32,18 @@ constexpr char windowManagerConfiguration[] = R"(<?xml version="1.0" encoding="U
 )";
 
 Environment desktopEnvironment(Environment environment, const std::string& screen) {
-    environment["DISPLAY"] = screen;
-    environment["XDG_SESSION_TYPE"] = "x11";
-    environment["QT_QPA_PLATFORM"] = "xcb";
-    environment["QSG_RENDER_LOOP"] = "basic"; // the threaded one runs unthrottled without a display's clock
-    environment["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1";
-    environment["QT_FORCE_STDERR_LOGGING"] = "1";
-    environment["QT_MESSAGE_PATTERN"] = "[qt %{type}] %{message}";
-    environment["GSETTINGS_BACKEND"] = "memory";
+    const Environment desktop{
+        {"DISPLAY", screen},
+        {"XDG_SESSION_TYPE", "x11"},
+        {"QT_QPA_PLATFORM", "xcb"},
+        {"QSG_RENDER_LOOP", "basic"}, // the threaded one runs unthrottled without a display's clock
+        {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"},
+        {"QT_FORCE_STDERR_LOGGING", "1"},
+        {"QT_MESSAGE_PATTERN", "[qt %{type}] %{message}"},
+        {"GSETTINGS_BACKEND", "memory"},
+    };
+    for (const auto& [name, value] : desktop)
+        environment[name] = value;
     return environment;
 }
 

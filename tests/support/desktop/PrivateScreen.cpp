@@ -76,7 +76,7 @@ PrivateScreen::PrivateScreen(const Environment& environment, const std::filesyst
         std::make_unique<ChildProcess>(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0",
                                                                 size, "-nolisten", "tcp", "-noreset"},
                                        environment, folder / "screen.log");
-    name_ = ":" + awaitNumber(*server_);
+    name_ = std::string(":").append(awaitNumber(*server_));
     connection_ = std::make_unique<Connection>(name_);
 }
 
