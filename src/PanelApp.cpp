@@ -34,7 +34,8 @@ void endApplication() {
 }
 
 void introduce() {
-    QApplication::setApplicationDisplayName(kApplicationName);
+    // Not the display name: it would be added to the titles of the windows.
+    QApplication::setApplicationName(kApplicationName);
     QApplication::setDesktopFileName(kBundleIdentifier);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/vello/symbols/vello.svg")));
     QApplication::setQuitOnLastWindowClosed(false);
