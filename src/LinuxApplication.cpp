@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "LinuxApplication.h"
 
+#include "Models/Localization.h"
 #include "OnlyInstance.h"
 
 #include <QCoreApplication>
@@ -14,6 +15,7 @@ namespace {
 Environment prepareEnvironment() {
     // Qt takes the user's locale over; numbers in files and properties keep their point.
     std::setlocale(LC_NUMERIC, "C");
+    setLanguage(preferredLanguage(processEnvironment()));
     return processEnvironment();
 }
 

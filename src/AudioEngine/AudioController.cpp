@@ -22,7 +22,7 @@ constexpr auto kMeterPeriod = 33ms;
 constexpr std::string_view kProcessSourcePrefix = "pid.";
 
 AppAudioSource systemSource() {
-    return {std::string(kSystemSourceID), std::nullopt, "System", std::nullopt};
+    return {std::string(kSystemSourceID), std::nullopt, localized("System"), std::nullopt};
 }
 
 AppAudioSource sourceOf(const AudioProcessGroup& group) {

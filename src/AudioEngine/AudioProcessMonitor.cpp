@@ -5,6 +5,7 @@
 #include "AudioEngine/DisplayText.h"
 #include "AudioEngine/LocalizedOrder.h"
 #include "Models/EQSettings.h"
+#include "Models/Localization.h"
 #include "Models/Product.h"
 
 #include <algorithm>
@@ -161,7 +162,7 @@ std::string AudioProcessMonitor::displayName(const Identity& identity) {
     const auto component = lastComponent(identity.bundleID ? *identity.bundleID : std::string_view{});
     if (hasVisibleText(component))
         return boundedName(component);
-    return "Process " + std::to_string(identity.pid);
+    return localized("Process %1", std::to_string(identity.pid));
 }
 
 void AudioProcessMonitor::observeOutputState(AudioObjectID process) {

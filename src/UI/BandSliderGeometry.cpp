@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/BandSliderGeometry.h"
 
+#include "Models/Localization.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -33,7 +35,7 @@ double BandSliderGeometry::steppedGain(double gain, double decibels) const {
 }
 
 std::string spokenGain(double gain) {
-    return std::to_string(std::lround(gain)).append(" decibels");
+    return localized("%1 decibels", std::to_string(std::lround(gain)));
 }
 
 } // namespace vello

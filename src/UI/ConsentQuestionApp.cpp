@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Models/Localization.h"
 #include "Models/Product.h"
 #include "UI/ConsentAnswerCodes.h"
 #include "UI/ConsentQuestion.h"
@@ -6,6 +7,7 @@
 #include <QApplication>
 
 #include <csignal>
+#include <cstdlib>
 #include <sys/prctl.h>
 
 /// Shows the question to the user and ends with the answer. A program of its own, so that nothing else has to
@@ -14,6 +16,7 @@ int main(int argumentCount, char** arguments) {
     // An answer that nobody waits for any more would go unheard.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     const QApplication application(argumentCount, arguments);
+    vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
     QGuiApplication::setApplicationDisplayName(vello::kApplicationName);
     QGuiApplication::setDesktopFileName(vello::kBundleIdentifier);
     vello::ConsentQuestion question;

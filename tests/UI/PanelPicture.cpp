@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Models/Localization.h"
+
 #include "PanelScene.h"
 
 #include <QGuiApplication>
@@ -6,6 +8,7 @@
 #include <QPainter>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <string>
@@ -118,10 +121,11 @@ int takePicture(const std::string& scene, const std::string& look, const QString
 } // namespace vello
 
 /// panel_picture SCENE LOOK FILE.png: how the panel looks, for the eye. LOOK begins with light or dark and
-/// may end with contrast or opaque.
+/// may end with contrast or opaque. The language is that of the environment.
 int main(int argumentCount, char** arguments) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication application(argumentCount, arguments);
+    vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
     if (argumentCount != 4) {
         std::fprintf(stderr, "panel_picture SCENE light|dark[-contrast|-opaque] FILE.png\n");
         return 2;
