@@ -5,6 +5,7 @@
 #include "Models/Product.h"
 #include "OnlyInstance.h"
 #include "Platform/Linux/AutostartLoginItem.h"
+#include "UI/ApplicationIconImages.h"
 #include "UI/LaunchAtLoginController.h"
 #include "UI/PanelShell.h"
 
@@ -54,7 +55,8 @@ int runPanel(int argumentCount, char** arguments) {
     LaunchAtLoginController launchAtLogin(loginItem);
     launchAtLogin.refresh();
     PanelShell shell({application.controller(), application.meterAudience(), launchAtLogin,
-                      application.runningApplications(), application.mainThread()},
+                      application.runningApplications(), application.mainThread(),
+                      companionProgram(kApplicationIconProgram)},
                      endApplication);
     application.publish([&shell](const std::string& activationToken) { shell.reopen(activationToken); });
     shell.presentAtLaunch();

@@ -1,38 +1,91 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/AppIconProvider.h"
 
-#include <QString>
+#include "UI/ApplicationIconImages.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace vello {
 namespace {
 
-QIcon namedIcon(const std::string& name) {
-    const QString text = QString::fromStdString(name);
-    const QIcon icon = text.startsWith(u'/') ? QIcon(text) : QIcon::fromTheme(text);
-    // A file that is no image makes an icon without any size.
-    return icon.isNull() || icon.pixmap(32, 32).isNull() ? QIcon() : icon;
+std::string keyOf(const AppAudioSource& source) {
+    return source.bundleID.value_or(source.id);
 }
 
 } // namespace
 
-QIcon AppIconProvider::icon(const AppAudioSource& source) {
-    if (!source.bundleID)
-        return runningIcon(source);
-    if (const auto known = found_.find(*source.bundleID); known != found_.end())
-        return known->second;
-    QIcon icon = runningIcon(source);
-    if (icon.isNull() && !source.bundleID->starts_with('/'))
-        icon = namedIcon(*source.bundleID); // by custom the icon is named as the application
-    if (!icon.isNull())
-        found_.emplace(*source.bundleID, icon);
-    return icon;
+AppIconProvider::AppIconProvider(RunningApplications& applications, std::filesystem::path program)
+    : applications_(applications), program_(std::move(program)) {
+    process_.setStandardInputFile(QProcess::nullDevice());
+    process_.setStandardErrorFile(QProcess::nullDevice()); // decoders complain there
+    // Queued: a process that tells of its end cannot be started again from there.
+    connect(&process_, &QProcess::finished, this, &AppIconProvider::finish, Qt::QueuedConnection);
+    connect(
+        &process_, &QProcess::errorOccurred, this,
+        [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart) // nothing else follows then
+                finish();
+        },
+        Qt::QueuedConnection);
 }
 
-QIcon AppIconProvider::runningIcon(const AppAudioSource& source) {
-    if (!source.pid)
-        return {};
-    const auto running = applications_.runningApplication(*source.pid);
-    return running && running->iconName ? namedIcon(*running->iconName) : QIcon();
+AppIconProvider::~AppIconProvider() {
+    process_.disconnect(this);
+    process_.kill();
+    process_.waitForFinished();
+}
+
+QIcon AppIconProvider::knownIcon(const AppAudioSource& source) const {
+    const auto known = found_.find(keyOf(source));
+    return known == found_.end() ? QIcon() : known->second;
+}
+
+QIcon AppIconProvider::icon(const AppAudioSource& source) {
+    if (const QIcon known = knownIcon(source); !known.isNull())
+        return known;
+    const bool isAsked = std::ranges::find(requests_, keyOf(source), &Request::key) != requests_.end();
+    Request request = isAsked ? Request{} : requestFor(source);
+    if (!request.names.empty()) {
+        requests_.push_back(std::move(request));
+        if (requests_.size() == 1)
+            startNext();
+    }
+    return {};
+}
+
+AppIconProvider::Request AppIconProvider::requestFor(const AppAudioSource& source) const {
+    Request request{keyOf(source), {}};
+    const auto add = [&request](const std::string& name) {
+        if (name.find('\0') == std::string::npos)
+            request.names.append(QString::fromStdString(name));
+    };
+    if (source.pid)
+        if (const auto running = applications_.runningApplication(*source.pid); running && running->iconName)
+            add(*running->iconName);
+    if (source.bundleID && !source.bundleID->starts_with('/'))
+        add(*source.bundleID); // by custom the icon is named as the application
+    return request;
+}
+
+void AppIconProvider::startNext() {
+    process_.start(QString::fromStdString(program_.string()),
+                   QStringList{QIcon::themeName()} + requests_.front().names, QIODevice::ReadOnly);
+}
+
+void AppIconProvider::finish() {
+    const Request request = std::move(requests_.front());
+    requests_.pop_front();
+    QIcon icon = applicationIcon(process_.readAllStandardOutput());
+    const bool isFound = !icon.isNull();
+    if (isFound)
+        found_.insert_or_assign(request.key, std::move(icon));
+    if (!requests_.empty())
+        startNext();
+    if (isFound)
+        emit found();
+    if (requests_.empty())
+        emit finished();
 }
 
 } // namespace vello

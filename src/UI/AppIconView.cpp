@@ -22,8 +22,7 @@ void AppIconView::paint(QPainter* painter) {
     if (!source_)
         return;
     const double pixelRatio = window() ? window()->effectiveDevicePixelRatio() : 1.0;
-    // An icon has no image of every size: the next larger one is scaled down smoothly.
-    const QPixmap pixmap = source_->icon().pixmap((size() * 2.0).toSize(), pixelRatio);
+    const QPixmap pixmap = source_->icon().pixmap(size().toSize(), pixelRatio);
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
     painter->drawPixmap(QRectF(0.0, 0.0, width(), height()), pixmap, QRectF(pixmap.rect()));
 }

@@ -8,8 +8,9 @@
 namespace vello {
 
 PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
-    : controller_(parts.controller), icons_(parts.runningApplications), theme_(paletteAppearance()),
-      model_(parts.controller, parts.meters, parts.launchAtLogin, icons_), presenter_(model_, theme_),
+    : controller_(parts.controller), icons_(parts.runningApplications, parts.iconProgram),
+      theme_(paletteAppearance()), model_(parts.controller, parts.meters, parts.launchAtLogin, icons_),
+      presenter_(model_, theme_),
       tray_([this] { return trayMenu(controller_, model_, [this] { presenter_.show(tray_.geometry()); }); }),
       launch_(
           parts.mainThread,

@@ -11,6 +11,7 @@
 
 #include <QObject>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -30,6 +31,7 @@ public:
         LaunchAtLoginController& launchAtLogin;
         RunningApplications& runningApplications;
         MainThread& mainThread;
+        std::filesystem::path iconProgram; ///< kApplicationIconProgram
     };
     /// `quit` ends the application.
     PanelShell(const Parts& parts, std::function<void()> quit);

@@ -9,6 +9,15 @@
 
 namespace vello {
 
+SourceListModel::SourceListModel(AudioController& controller, AppIconProvider& icons)
+    : controller_(controller), icons_(icons) {
+    connect(&icons_, &AppIconProvider::found, this, &SourceListModel::refreshIcons);
+}
+
+void SourceListModel::refreshIcons() {
+    forEach([this](SourceItem& item) { item.setSource(item.source(), icons_.knownIcon(item.source())); });
+}
+
 void SourceListModel::refreshSources() {
     const std::vector<AppAudioSource> sources = controller_.sources().value();
     const int before = count();

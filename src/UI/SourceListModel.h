@@ -25,8 +25,7 @@ class SourceListModel : public QAbstractListModel {
 public:
     enum Role { sourceRole = Qt::UserRole + 1 };
 
-    SourceListModel(AudioController& controller, AppIconProvider& icons)
-        : controller_(controller), icons_(icons) {}
+    SourceListModel(AudioController& controller, AppIconProvider& icons);
 
     /// Brings the rows in line with what the controller publishes.
     void refreshSources();
@@ -43,6 +42,7 @@ signals:
     void toggled(const std::string& sourceID);
 
 private:
+    void refreshIcons();
     void removeAbsent(const std::vector<AppAudioSource>& sources);
     void place(const AppAudioSource& source, int row);
     int rowOf(const std::string& id) const;

@@ -25,9 +25,9 @@ int run() {
     PanelScene scene;
     scene.play(101, "Firefox");
     scene.play(102, "Rhythmbox");
-    PanelShell shell(
-        {*scene.controller, *scene.meters, scene.launchAtLogin, scene.applications, scene.mainThread},
-        [] { QCoreApplication::quit(); });
+    PanelShell shell({*scene.controller, *scene.meters, scene.launchAtLogin, scene.applications,
+                      scene.mainThread, VELLO_ICON_PROGRAM},
+                     [] { QCoreApplication::quit(); });
     QObject::connect(&shell.presenter(), &PanelPresenter::visibleChanged, [&shell](bool isVisible) {
         // A window is where it is once the window manager has placed it.
         QTimer::singleShot(

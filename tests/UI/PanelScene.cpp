@@ -154,7 +154,7 @@ bool PanelScene::waitUntil(const std::function<bool()>& isMet) {
 
 void PanelScene::settle() {
     const auto isStill = [this] { return !hasMovingSpring(*window->contentItem()); };
-    waitUntil([&] { return window->isExposed() && isStill(); });
+    waitUntil([&] { return window->isExposed() && isStill() && !icons.isLooking(); });
     bool hasDrawn = false;
     const auto connection =
         QObject::connect(window, &QQuickWindow::afterRendering, window, [&hasDrawn] { hasDrawn = true; });

@@ -72,7 +72,7 @@ public:
     std::unique_ptr<AudioController> controller;
     std::unique_ptr<MeterAudience> meters;
     LaunchAtLoginController launchAtLogin{loginItem};
-    AppIconProvider icons{applications};
+    AppIconProvider icons{applications, VELLO_ICON_PROGRAM};
     Theme theme;
     std::unique_ptr<PanelModel> model;
     std::unique_ptr<PanelEngine> engine;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/DesktopRunningApplications.h"
 
+#include "Models/Localization.h"
 #include "Platform/Linux/ApplicationUnit.h"
 #include "Platform/Linux/Command.h"
 
@@ -22,30 +23,17 @@ std::optional<std::string> ifNotEmpty(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
 }
 
-std::string messagesLocale(const Environment& environment) {
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
-        if (const char* value = environment(name); value != nullptr && *value != '\0')
-            return value;
-    return "";
-}
-
 } // namespace
 
 DesktopFolders DesktopFolders::fromEnvironment(const Environment& environment) {
-    const fs::path user = userDataFolder(environment);
-    std::vector<fs::path> data{user};
-    std::ranges::copy(systemDataFolders(environment), std::back_inserter(data));
-    // Not every session names the folders of these two.
-    data.insert(data.end(), {user / "flatpak/exports/share", "/var/lib/flatpak/exports/share"});
     DesktopFolders folders{.processes = "/proc",
                            .applications = {},
                            .executables = {},
                            .libraries = {"/usr/lib", "/usr/lib32", "/usr/lib64", "/usr/libexec",
                                          "/usr/local/lib", "/usr/local/libexec", "/lib", "/lib64"},
                            .locale = messagesLocale(environment)};
-    for (const fs::path& folder : data)
+    for (const fs::path& folder : applicationDataFolders(environment))
         folders.applications.push_back(folder / "applications");
-    folders.applications.emplace_back("/var/lib/snapd/desktop/applications");
     const char* path = environment("PATH");
     folders.executables = absolutePaths(std::string(path == nullptr ? "" : path) +
                                         ":/usr/local/bin:/usr/bin:/bin:/usr/local/games:/usr/games");

@@ -56,6 +56,20 @@ std::vector<fs::path> systemDataFolders(const Environment& environment) {
     return systemFolders(environment, "XDG_DATA_DIRS", "/usr/local/share:/usr/share");
 }
 
+std::vector<fs::path> applicationDataFolders(const Environment& environment) {
+    const fs::path user = userDataFolder(environment);
+    std::vector<fs::path> folders{user};
+    const auto add = [&folders](const fs::path& folder) {
+        if (std::ranges::find(folders, folder) == folders.end())
+            folders.push_back(folder);
+    };
+    std::ranges::for_each(systemDataFolders(environment), add);
+    add(user / "flatpak/exports/share");
+    add("/var/lib/flatpak/exports/share");
+    add("/var/lib/snapd/desktop");
+    return folders;
+}
+
 fs::path userConfigurationFolder(const Environment& environment) {
     return userFolder(environment, "XDG_CONFIG_HOME", ".config");
 }

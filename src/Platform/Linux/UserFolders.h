@@ -24,6 +24,10 @@ std::filesystem::path userDataFolder(const Environment& environment);
 /// $XDG_DATA_DIRS, else /usr/local/share and /usr/share.
 std::vector<std::filesystem::path> systemDataFolders(const Environment& environment);
 
+/// Every folder in which applications leave their desktop entries and icons, the most important first: the
+/// two above, and those of Flatpak and Snap, which not every session names.
+std::vector<std::filesystem::path> applicationDataFolders(const Environment& environment);
+
 /// The user's folder for the configuration of applications: $XDG_CONFIG_HOME when that is an absolute path,
 /// else .config in the home folder, as above.
 std::filesystem::path userConfigurationFolder(const Environment& environment);

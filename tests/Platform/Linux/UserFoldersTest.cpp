@@ -42,6 +42,16 @@ TEST(UserFoldersTest, DataOfTheSystemHasItsDefaults) {
                 ElementsAre("/a", "/c"));
 }
 
+TEST(UserFoldersTest, ApplicationsLeaveTheirEntriesAlsoWhereFlatpakAndSnapExportThem) {
+    EXPECT_THAT(applicationDataFolders(environmentOf({{"XDG_DATA_HOME", "/data"}, {"XDG_DATA_DIRS", "/a"}})),
+                ElementsAre("/data", "/a", "/data/flatpak/exports/share", "/var/lib/flatpak/exports/share",
+                            "/var/lib/snapd/desktop"));
+    EXPECT_THAT(applicationDataFolders(environmentOf(
+                    {{"XDG_DATA_HOME", "/data"}, {"XDG_DATA_DIRS", "/var/lib/snapd/desktop:/a"}})),
+                ElementsAre("/data", "/var/lib/snapd/desktop", "/a", "/data/flatpak/exports/share",
+                            "/var/lib/flatpak/exports/share"));
+}
+
 TEST(UserFoldersTest, TheRuntimeFolderHasNoDefault) {
     EXPECT_EQ(runtimeFolder(environmentOf({{"XDG_RUNTIME_DIR", "/run/user/1000"}})), "/run/user/1000");
     EXPECT_FALSE(runtimeFolder(environmentOf({{"XDG_RUNTIME_DIR", "run"}})));
