@@ -14,12 +14,13 @@ fs::path ownFolder() {
 
 fs::path companionProgram(std::string_view name) {
     const fs::path beside = ownFolder() / name;
-    return fs::exists(beside) ? beside : ownFolder().parent_path() / "libexec/vello" / name;
+    return fs::exists(beside) ? beside : (ownFolder() / VELLO_TO_COMPANIONS / name).lexically_normal();
 }
 
 fs::path mainProgram() {
     const fs::path beside = ownFolder() / "vello";
-    return fs::is_regular_file(beside) ? beside : ownFolder().parent_path().parent_path() / "bin/vello";
+    return fs::is_regular_file(beside) ? beside
+                                       : (ownFolder() / VELLO_FROM_COMPANIONS / "vello").lexically_normal();
 }
 
 } // namespace vello

@@ -38,7 +38,9 @@ void introduce() {
     // Not the display name: it would be added to the titles of the windows.
     QApplication::setApplicationName(kApplicationName);
     QApplication::setDesktopFileName(kBundleIdentifier);
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/vello/symbols/vello.svg")));
+    // The theme's has drawings of its own for small sizes.
+    QApplication::setWindowIcon(
+        QIcon::fromTheme(kBundleIdentifier, QIcon(QStringLiteral(":/vello/symbols/vello.svg"))));
     QApplication::setQuitOnLastWindowClosed(false);
 }
 

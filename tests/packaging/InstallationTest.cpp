@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/session/ChildProcess.h"
+#include "support/session/PrivateBus.h"
+#include "support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+
+namespace vello {
+namespace {
+
+namespace fs = std::filesystem;
+using session::ChildProcess;
+using session::PrivateBus;
+using testing::HasSubstr;
+using testing::Not;
+using namespace std::chrono_literals;
+
+constexpr char kIdentifier[] = "com.quorvin.Vello";
+
+/// VELLO as a package would install it, in a folder that stands for the root.
+class InstallationTest : public testing::Test {
+protected:
+    InstallationTest() {
+        auto environment = session::ownEnvironment();
+        environment["DESTDIR"] = root_.path().string();
+        run({VELLO_CMAKE, "--install", VELLO_BUILD_FOLDER, "--prefix", "/usr"}, environment);
+    }
+
+    std::string run(const std::vector<std::string>& command, const session::Environment& environment) const {
+        return session::runProgram(command, environment, outputs_.path(), 30s);
+    }
+    fs::path installed(const std::string& name) const { return root_.path() / "usr" / name; }
+    std::string share(const std::string& name) const { return (installed("share") / name).string(); }
+    std::string program() const { return installed("bin/vello").string(); }
+    /// What the toolkit needs and nothing of this machine's session.
+    session::Environment bareEnvironment() const {
+        return {{"PATH", session::ownEnvironment()["PATH"]},
+                {"HOME", outputs_.path().string()},
+                {"XDG_RUNTIME_DIR", outputs_.path().string()}};
+    }
+
+    TemporaryFolder root_;
+    TemporaryFolder outputs_;
+};
+
+TEST_F(InstallationTest, HoldsWhatDesktopsAndShellsLookFor) {
+    for (const char* const name :
+         {"bin/vello", "libexec/vello/vello-panel", "libexec/vello/vello-consent-question",
+          "libexec/vello/vello-application-icon"})
+        EXPECT_EQ(::access(installed(name).c_str(), X_OK), 0) << name;
+    for (const char* const name :
+         {"applications/com.quorvin.Vello.desktop", "metainfo/com.quorvin.Vello.metainfo.xml",
+          "dbus-1/interfaces/com.quorvin.Vello1.xml", "man/man1/vello.1", "bash-completion/completions/vello",
+          "doc/vello/LICENSE", "doc/vello/README.md", "icons/hicolor/scalable/apps/com.quorvin.Vello.svg",
+          "icons/hicolor/symbolic/apps/com.quorvin.Vello-symbolic.svg"})
+        EXPECT_TRUE(fs::is_regular_file(share(name))) << name;
+}
+
+TEST_F(InstallationTest, HasItsIconInEverySize) {
+    for (const int size : {16, 22, 24, 32, 48, 64, 128, 256, 512}) {
+        const std::string side = std::to_string(size);
+        const std::string image =
+            readTestFile(share("icons/hicolor/" + side + "x" + side + "/apps/" + kIdentifier + ".png"));
+        ASSERT_GT(image.size(), 24U) << size;
+        EXPECT_EQ(image.substr(1, 3), "PNG");
+        // Width and height, the most significant byte first.
+        for (const std::size_t place : {18U, 22U})
+            EXPECT_EQ(static_cast<unsigned char>(image[place]) * 256 +
+                          static_cast<unsigned char>(image[place + 1]),
+                      size);
+    }
+}
+
+TEST_F(InstallationTest, RunsFromWhereItIsInstalled) {
+    EXPECT_THAT(run({program(), "--version"}, bareEnvironment()), HasSubstr(VELLO_VERSION));
+    EXPECT_THAT(run({"readelf", "--dynamic", program(), installed("libexec/vello/vello-panel").string()},
+                    bareEnvironment()),
+                Not(HasSubstr("PATH")))
+        << "libraries of the build are looked for";
+}
+
+TEST_F(InstallationTest, FindsItsPanelAndOpensItAgainForASecondStart) {
+    const PrivateBus bus(outputs_.path());
+    auto environment = bus.environment();
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    environment["QT_FORCE_STDERR_LOGGING"] = "1";
+    ChildProcess panel({program()}, environment, outputs_ / "panel.log");
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    const auto isOnBus = [&bus] {
+        return bus.call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                         "NameHasOwner", "s", kIdentifier})
+                   .find("true") != std::string::npos;
+    };
+    while (!isOnBus() && !panel.waitForExit(20ms) && std::chrono::steady_clock::now() < deadline) {
+    }
+    ASSERT_TRUE(isOnBus()) << panel.output();
+    EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(panel.pid()) + "/exe"),
+              fs::canonical(installed("libexec/vello/vello-panel")));
+    run({program()}, environment);
+    EXPECT_TRUE(panel.isRunning());
+    EXPECT_TRUE(panel.terminate());
+    EXPECT_THAT(panel.output(), Not(HasSubstr("qrc:"))) << "a view complains";
+}
+
+TEST_F(InstallationTest, SaysThatThereIsNoScreen) {
+    ChildProcess vello({program()}, bareEnvironment(), outputs_ / "vello.log");
+    ASSERT_TRUE(vello.waitForExit(10s));
+    EXPECT_THAT(vello.output(), HasSubstr("there is no screen here; run vello --headless"));
+}
+
+TEST_F(InstallationTest, DescribesItselfAsDesktopsUnderstandIt) {
+    EXPECT_EQ(
+        run({"desktop-file-validate", share("applications/com.quorvin.Vello.desktop")}, bareEnvironment()),
+        "");
+    EXPECT_THAT(run({"appstreamcli", "validate", "--no-net", "--explain",
+                     share("metainfo/com.quorvin.Vello.metainfo.xml")},
+                    bareEnvironment()),
+                HasSubstr("Validation was successful"));
+}
+
+} // namespace
+} // namespace vello
