@@ -47,7 +47,7 @@ constexpr auto kWordings = std::to_array<Wording>({
     {"%1 hertz band gain", "%1ヘルツ帯域のゲイン"},
     {"%1 decibels", "%1デシベル"},
     // the consent
-    {"VELLO needs System Audio access", "VELLOは音声へのアクセスが必要です"},
+    {"VELLO needs System Audio access", "VELLOには音声へのアクセスが必要です"},
     {"macOS requires system audio access to equalize apps. Audio stays on your Mac and is never recorded.",
      "アプリの音を調整するには、VELLOがその音を取り込む必要があります。音声がこのコンピュータの外に出ることは"
      "なく、録音されることもありません。"},
