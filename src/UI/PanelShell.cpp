@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/PanelShell.h"
 
-#include "UI/DesktopAppearance.h"
-
 #include <utility>
 
 namespace vello {
 
 PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
     : controller_(parts.controller), icons_(parts.runningApplications, parts.iconProgram),
-      theme_(paletteAppearance()), model_(parts.controller, parts.meters, parts.launchAtLogin, icons_),
+      desktop_(QDBusConnection::sessionBus(), qEnvironmentVariable("VELLO_APPEARANCE")),
+      theme_(desktop_.appearance()), model_(parts.controller, parts.meters, parts.launchAtLogin, icons_),
       presenter_(model_, theme_),
       tray_([this] { return trayMenu(controller_, model_, [this] { presenter_.show(tray_.geometry()); }); }),
       launch_(
@@ -21,6 +20,8 @@ PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
               return true;
           },
           [this] { presenter_.show(std::nullopt); }) {
+    connect(&desktop_, &DesktopAppearance::changed, this,
+            [this] { theme_.setAppearance(desktop_.appearance()); });
     connect(&model_, &PanelModel::quitRequested, this, [quit = std::move(quit)] { quit(); });
     connect(&tray_, &Tray::activated, &presenter_, &PanelPresenter::toggle);
     observeMenu();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "UI/AppIconProvider.h"
+#include "UI/DesktopAppearance.h"
 #include "UI/LaunchPresentation.h"
 #include "UI/PanelModel.h"
 #include "UI/PanelPresenter.h"
@@ -50,6 +51,7 @@ private:
     WordingTranslator wording_;
     AudioController& controller_;
     AppIconProvider icons_;
+    DesktopAppearance desktop_;
     Theme theme_;
     PanelModel model_;
     PanelPresenter presenter_;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Theme.h"
 
+#include "UI/ColorContrast.h"
 #include "UI/PanelEngine.h"
 
 #include <QFontDatabase>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace vello {
@@ -22,14 +24,10 @@ QColor black(double alpha) {
     return QColor::fromRgbF(0.0F, 0.0F, 0.0F, static_cast<float>(alpha));
 }
 
-/// Perceived, 0 to 1.
-double lightness(const QColor& color) {
-    return 0.2126 * color.redF() + 0.7152 * color.greenF() + 0.0722 * color.blueF();
-}
-
 } // namespace
 
-Theme::Theme(const Appearance& appearance, QObject* parent) : QObject(parent), appearance_(appearance) {}
+Theme::Theme(const Appearance& appearance, QObject* parent)
+    : QObject(parent), appearance_(appearance), accents_(derivedAccents()) {}
 
 Theme* Theme::create(QQmlEngine* engine, QJSEngine*) {
     auto* const panelEngine = qobject_cast<PanelEngine*>(engine);
@@ -43,6 +41,7 @@ void Theme::setAppearance(const Appearance& appearance) {
     if (appearance == appearance_)
         return;
     appearance_ = appearance;
+    accents_ = derivedAccents();
     emit changed();
 }
 
@@ -55,25 +54,36 @@ QColor Theme::primary() const {
 }
 
 QColor Theme::secondary() const {
-    return ink(isContrastIncreased() ? 0.85 : isDark() ? 0.62 : 0.58);
+    return ink(isContrastIncreased() ? 0.92 : isDark() ? 0.72 : 0.68);
 }
 
 QColor Theme::tertiary() const {
-    return ink(isContrastIncreased() ? 0.75 : isDark() ? 0.42 : 0.46);
+    return ink(isContrastIncreased() ? 0.8 : isDark() ? 0.58 : 0.57);
 }
 
 QColor Theme::quaternary() const {
     return ink(isContrastIncreased() ? 0.35 : isDark() ? 0.16 : 0.13);
 }
 
-QColor Theme::accent() const {
-    if (appearance_.accent.isValid())
-        return appearance_.accent;
-    return QColor::fromRgb(isDark() ? kOwnAccentOnDark : kOwnAccentOnLight);
+Theme::Accents Theme::derivedAccents() const {
+    const QColor own = QColor::fromRgb(isDark() ? kOwnAccentOnDark : kOwnAccentOnLight);
+    const QColor chosen = appearance_.accent.isValid() ? appearance_.accent : own;
+    const double textContrast = isContrastIncreased() ? kIncreasedContrast : kTextContrast;
+    const bool isWrittenOnInWhite = contrastRatio(chosen, Qt::white) >= kMarkContrast;
+    const QColor onFill = isWrittenOnInWhite ? Qt::white : Qt::black;
+    return {.mark = standingOut(chosen, grounds(), isContrastIncreased() ? kTextContrast : kMarkContrast),
+            .text = standingOut(chosen, grounds(), textContrast),
+            .fill = standingOut(chosen, std::array{onFill}, textContrast),
+            .onFill = onFill};
 }
 
-QColor Theme::onAccent() const {
-    return lightness(accent()) > 0.62 ? black(0.88) : white(1.0);
+// Away from the colour of the text, whose contrast only grows.
+QColor Theme::accentFillHovered() const {
+    return mixed(accentFill(), onAccent() == Qt::white ? Qt::black : Qt::white, 0.08);
+}
+
+QColor Theme::accentFillPressed() const {
+    return mixed(accentFill(), onAccent() == Qt::white ? Qt::black : Qt::white, 0.2);
 }
 
 QColor Theme::window() const {
@@ -98,6 +108,15 @@ QColor Theme::glassHovered() const {
     if (isTransparencyReduced())
         return QColor::fromRgb(isDark() ? 0xff36373d : 0xffffffff);
     return white(isDark() ? 0.105 : 0.78);
+}
+
+QList<QColor> Theme::grounds() const {
+    QList<QColor> grounds{menu()};
+    for (const QColor wallpaper : {QColor(Qt::white), QColor(Qt::black)}) {
+        const QColor panel = laidOver(window(), wallpaper);
+        grounds += {panel, laidOver(glass(), panel), laidOver(glassHovered(), panel)};
+    }
+    return grounds;
 }
 
 QColor Theme::glassRim() const {
@@ -131,7 +150,8 @@ QString Theme::monospaced() const {
 }
 
 int Theme::scaled(double size) const {
-    return static_cast<int>(std::lround(size * std::clamp(appearance_.fontScale, 0.5, 3.0)));
+    return static_cast<int>(
+        std::lround(size * std::clamp(appearance_.fontScale, kSmallestFontScale, kLargestFontScale)));
 }
 
 QColor Theme::mixed(const QColor& from, const QColor& to, double share) {

@@ -3,6 +3,7 @@
 
 #include "UI/Appearance.h"
 
+#include <QList>
 #include <QObject>
 #include <QtQmlIntegration>
 
@@ -12,6 +13,8 @@ class QQmlEngine;
 namespace vello {
 
 /// Colours and text sizes of the panel, named after their role. Sizes are pixels of a screen without scaling.
+/// Whatever is behind the panel, texts have kTextContrast to what they stand on, or kIncreasedContrast when
+/// the user asks for more; the accent has kMarkContrast, or kTextContrast.
 class Theme : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -20,11 +23,16 @@ class Theme : public QObject {
     Q_PROPERTY(bool isContrastIncreased READ isContrastIncreased NOTIFY changed)
     Q_PROPERTY(bool isMotionReduced READ isMotionReduced NOTIFY changed)
     Q_PROPERTY(bool isTransparencyReduced READ isTransparencyReduced NOTIFY changed)
+    Q_PROPERTY(bool isRightToLeft READ isRightToLeft NOTIFY changed)
     Q_PROPERTY(QColor primary READ primary NOTIFY changed)
     Q_PROPERTY(QColor secondary READ secondary NOTIFY changed)
     Q_PROPERTY(QColor tertiary READ tertiary NOTIFY changed)
     Q_PROPERTY(QColor quaternary READ quaternary NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    Q_PROPERTY(QColor accentText READ accentText NOTIFY changed)
+    Q_PROPERTY(QColor accentFill READ accentFill NOTIFY changed)
+    Q_PROPERTY(QColor accentFillHovered READ accentFillHovered NOTIFY changed)
+    Q_PROPERTY(QColor accentFillPressed READ accentFillPressed NOTIFY changed)
     Q_PROPERTY(QColor onAccent READ onAccent NOTIFY changed)
     Q_PROPERTY(QColor window READ window NOTIFY changed)
     Q_PROPERTY(QColor windowRim READ windowRim NOTIFY changed)
@@ -57,17 +65,25 @@ public:
     bool isContrastIncreased() const { return appearance_.isContrastIncreased; }
     bool isMotionReduced() const { return appearance_.isMotionReduced; }
     bool isTransparencyReduced() const { return appearance_.isTransparencyReduced; }
+    bool isRightToLeft() const { return appearance_.isRightToLeft; }
 
     QColor primary() const;    ///< text
     QColor secondary() const;  ///< text that matters less
     QColor tertiary() const;   ///< text that matters least, marks
     QColor quaternary() const; ///< tracks
-    QColor accent() const;
-    QColor onAccent() const; ///< text on the accent
+    /// The accents are the user's, darker or lighter where that is too near to what they stand on.
+    QColor accent() const { return accents_.mark; }
+    QColor accentText() const { return accents_.text; }
+    QColor accentFill() const { return accents_.fill; } ///< of surfaces with a text on them
+    QColor accentFillHovered() const;
+    QColor accentFillPressed() const;
+    QColor onAccent() const { return accents_.onFill; } ///< text on `accentFill`
     QColor window() const;
     QColor windowRim() const;
     QColor glass() const; ///< of cards; an opaque material when transparency is reduced
     QColor glassHovered() const;
+    /// What texts and marks stand on, over the brightest and the darkest wallpaper.
+    QList<QColor> grounds() const;
     QColor glassRim() const;
     QColor glassShadow() const;
     QColor control() const; ///< of bordered buttons and fields
@@ -93,9 +109,17 @@ signals:
     void changed();
 
 private:
+    struct Accents {
+        QColor mark;
+        QColor text;
+        QColor fill;
+        QColor onFill;
+    };
     QColor ink(double alpha) const;
+    Accents derivedAccents() const;
 
     Appearance appearance_;
+    Accents accents_;
 };
 
 } // namespace vello

@@ -2,6 +2,8 @@
 #include "Models/Localization.h"
 
 #include "PanelScene.h"
+#include "UI/AppearanceWords.h"
+#include "Wallpaper.h"
 
 #include <QGuiApplication>
 #include <QLinearGradient>
@@ -66,6 +68,12 @@ void openCard(PanelScene& scene, const std::vector<double>& gains) {
     showLevels(scene);
 }
 
+/// The button that a screen reader calls so.
+void press(PanelScene& scene, const char* name) {
+    scene.settle();
+    QMetaObject::invokeMethod(scene.named(QString::fromUtf8(name)), "clicked");
+}
+
 const std::vector<double> kOwnCurve{6, 4.5, 2, -1.5, 0, 1.5, 4, 12};
 
 const std::map<std::string, Prepare> kScenes{
@@ -77,6 +85,29 @@ const std::map<std::string, Prepare> kScenes{
          startPlaying(scene), openCard(scene, kOwnCurve);
          scene.item("rhythmbox")->setEqualizerEnabled(false);
      }},
+    {"menu",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, {0, 0, 0, 0, 0, 0, 0, 0});
+         press(scene, "Flat");
+     }},
+    {"routes",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, kOwnCurve);
+         press(scene, "Output route");
+     }},
+    {"naming",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, kOwnCurve);
+         press(scene, "Save");
+     }},
+    {"foreign",
+     [](PanelScene& scene) {
+         scene.play(301, "\u05e0\u05d2\u05df \u05de\u05d5\u05d6\u05d9\u05e7\u05d4");
+         scene.play(302, "\u0645\u0634\u063a\u0644 \u0627\u0644\u0645\u0648\u0633\u064a\u0642\u0649");
+         showLevels(scene);
+     }},
+    {"failed",
+     [](PanelScene& scene) { scene.loginItem.failsToChange = true, scene.model->setLaunchesAtLogin(true); }},
     {"preset",
      [](PanelScene& scene) {
          startPlaying(scene), openCard(scene, {-2, -1, 0, 2, 4, 4, 2, 0});
@@ -88,22 +119,14 @@ const std::map<std::string, Prepare> kScenes{
      }},
 };
 
-QImage onDesktop(const QImage& panel, bool isDark) {
-    QImage desktop(panel.size(), QImage::Format_RGB32);
+QImage laidOnto(QImage desktop, const QImage& panel) {
     desktop.setDevicePixelRatio(panel.devicePixelRatio());
-    QPainter painter(&desktop);
-    const QSizeF size = panel.deviceIndependentSize();
-    QLinearGradient sky(0, 0, size.width(), size.height());
-    sky.setStops({{0, QColor(isDark ? 0x24304f : 0x9ec5e8)}, {1, QColor(isDark ? 0x4a2f4f : 0xe8c9b0)}});
-    painter.fillRect(QRectF({}, size), sky);
-    painter.drawImage(0, 0, panel);
+    QPainter(&desktop).drawImage(0, 0, panel);
     return desktop;
 }
 
-int takePicture(const std::string& scene, const std::string& look, const QString& file) {
-    Appearance appearance{.isDark = look.starts_with("dark")};
-    appearance.isContrastIncreased = look.ends_with("contrast");
-    appearance.isTransparencyReduced = look.ends_with("opaque");
+int takePicture(const std::string& scene, const Appearance& appearance, const QString& file,
+                const QString& behind) {
     const bool isOnboarding = scene == "onboarding" || scene == "denied";
     PanelScene panel(appearance, !isOnboarding       ? FakeCaptureAuthorization::allowed
                                  : scene == "denied" ? FakeCaptureAuthorization::denied
@@ -114,21 +137,32 @@ int takePicture(const std::string& scene, const std::string& look, const QString
     const QImage image = panel.picture();
     for (const QString& warning : panel.qmlWarnings)
         std::fprintf(stderr, "%s\n", qPrintable(warning));
-    return onDesktop(image, appearance.isDark).save(file) && panel.qmlWarnings.isEmpty() ? 0 : 1;
+    const QImage desktop = wallpaper(behind, image.size());
+    if (desktop.isNull()) {
+        std::fprintf(stderr, "there is no wallpaper \"%s\"\n", qPrintable(behind));
+        return 2;
+    }
+    return laidOnto(desktop, image).save(file) && panel.qmlWarnings.isEmpty() ? 0 : 1;
 }
 
 } // namespace
 } // namespace vello
 
-/// panel_picture SCENE LOOK FILE.png: how the panel looks, for the eye. LOOK begins with light or dark and
-/// may end with contrast or opaque. The language is that of the environment.
+/// panel_picture SCENE LOOK FILE.png [WALLPAPER]: how the panel looks, for the eye. LOOK is words of
+/// AppearanceWords, as in light-contrast-scale=1.5. The language is that of the environment.
 int main(int argumentCount, char** arguments) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication application(argumentCount, arguments);
     vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
-    if (argumentCount != 4) {
-        std::fprintf(stderr, "panel_picture SCENE light|dark[-contrast|-opaque] FILE.png\n");
+    if (argumentCount != 4 && argumentCount != 5) {
+        std::fprintf(stderr, "panel_picture SCENE LOOK FILE.png [dusk|dawn|white|black|busy]\n");
         return 2;
     }
-    return vello::takePicture(arguments[1], arguments[2], QString::fromLocal8Bit(arguments[3]));
+    const auto look = vello::AppearanceWords::read(QString::fromLocal8Bit(arguments[2]).replace(u'-', u','));
+    for (const QString& complaint : look.complaints)
+        std::fprintf(stderr, "%s\n", qPrintable(complaint));
+    const vello::Appearance appearance = look.choices.appearance();
+    const char* const behind = argumentCount == 5 ? arguments[4] : appearance.isDark ? "dusk" : "dawn";
+    return vello::takePicture(arguments[1], appearance, QString::fromLocal8Bit(arguments[3]),
+                              QString::fromLocal8Bit(behind));
 }

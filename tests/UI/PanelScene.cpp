@@ -3,9 +3,9 @@
 
 #include "UI/SpringFollower.h"
 
+#include "WaitUntil.h"
+
 #include <QAccessible>
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QQmlComponent>
 #include <QQmlExtensionPlugin>
 
@@ -143,13 +143,7 @@ QQuickWindow* PanelScene::openAbout() {
 }
 
 bool PanelScene::waitUntil(const std::function<bool()>& isMet) {
-    const QDeadlineTimer deadline(5000);
-    while (!isMet()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    }
-    return true;
+    return vello::waitUntil(isMet);
 }
 
 void PanelScene::settle() {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/ImageBlur.h"
 #include "UI/SpringFollower.h"
-#include "UI/Theme.h"
 
 #include "PanelScene.h"
 
@@ -83,44 +82,6 @@ TEST(SpringFollowerTest, GoesOnUpwardsWhenItsTargetFallsInFlight) {
     ASSERT_TRUE(PanelScene::waitUntil([&] { return !follower.isMoving(); }));
     EXPECT_GT(highest, turned);
     EXPECT_EQ(follower.value(), 0.0);
-}
-
-TEST(ThemeTest, FollowsTheAppearance) {
-    Theme theme(Appearance{});
-    int changes = 0;
-    QObject::connect(&theme, &Theme::changed, [&changes] { ++changes; });
-    const QColor onLight = theme.primary();
-    theme.setAppearance({.isDark = true, .accent = QColor(Qt::magenta)});
-    EXPECT_GT(theme.primary().lightnessF(), onLight.lightnessF());
-    EXPECT_EQ(theme.accent(), QColor(Qt::magenta));
-    EXPECT_EQ(changes, 1);
-    theme.setAppearance({.isDark = true, .accent = QColor(Qt::magenta)});
-    EXPECT_EQ(changes, 1);
-}
-
-TEST(ThemeTest, RimsGlassFaintlyAndInThePrimaryColourWithMoreContrast) {
-    EXPECT_EQ(Theme(Appearance{}).glassRim(), QColor::fromRgbF(1.0F, 1.0F, 1.0F, 0.1F));
-    const Theme contrast(Appearance{.isContrastIncreased = true});
-    EXPECT_EQ(contrast.glassRim(), contrast.primary());
-}
-
-TEST(ThemeTest, HasAnOpaqueMaterialWhenTransparencyIsReduced) {
-    for (const bool isDark : {false, true}) {
-        const Theme theme(Appearance{.isDark = isDark, .isTransparencyReduced = true});
-        EXPECT_EQ(theme.glass().alpha(), 255);
-        EXPECT_EQ(theme.thumb().alpha(), 255);
-        EXPECT_EQ(theme.window().alpha(), 255);
-    }
-}
-
-TEST(ThemeTest, WritesOnItsAccentSoThatItCanBeRead) {
-    EXPECT_LT(Theme(Appearance{.accent = QColor(Qt::yellow)}).onAccent().lightnessF(), 0.5);
-    EXPECT_GT(Theme(Appearance{.accent = QColor(0x20, 0x30, 0x90)}).onAccent().lightnessF(), 0.5);
-}
-
-TEST(ThemeTest, ScalesTextWithTheDesktopsFont) {
-    EXPECT_EQ(Theme(Appearance{}).callout(), 12);
-    EXPECT_EQ(Theme(Appearance{.fontScale = 1.5}).callout(), 18);
 }
 
 } // namespace
