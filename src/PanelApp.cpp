@@ -48,6 +48,7 @@ int runPanel(int argumentCount, char** arguments) {
     const OnlyInstance instance;
     if (!hasScreen())
         throw std::runtime_error("there is no screen here; run vello --headless");
+    TerminationSignals::block(); // the toolkit starts threads
     QApplication toolkit(argumentCount, arguments);
     introduce();
     const char* const chosen = std::getenv("VELLO_SYNC_FOLDER");

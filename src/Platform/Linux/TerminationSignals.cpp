@@ -31,17 +31,13 @@ int checked(int descriptor) {
 }
 
 /// Blocks all the signals and returns a descriptor of those that count.
-int blockSignals() {
-    sigset_t blocked;
+int blockAndWatch() {
+    TerminationSignals::block();
     sigset_t watched;
-    ::sigemptyset(&blocked);
     ::sigemptyset(&watched);
-    for (const int signal : kSignals) {
-        ::sigaddset(&blocked, signal);
+    for (const int signal : kSignals)
         if (signal != SIGHUP || !isIgnored(signal))
             ::sigaddset(&watched, signal);
-    }
-    ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     return checked(::signalfd(-1, &watched, SFD_CLOEXEC));
 }
 
@@ -61,10 +57,18 @@ struct TerminationSignals::Actions {
     Action quit;
 };
 
+void TerminationSignals::block() {
+    sigset_t blocked;
+    ::sigemptyset(&blocked);
+    for (const int signal : kSignals)
+        ::sigaddset(&blocked, signal);
+    ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+}
+
 TerminationSignals::TerminationSignals(MainThread& mainThread, Action quit,
                                        std::chrono::milliseconds patience)
     : mainThread_(mainThread), patience_(patience),
-      actions_(std::make_shared<Actions>(Actions{{}, std::move(quit)})), signals_(blockSignals()),
+      actions_(std::make_shared<Actions>(Actions{{}, std::move(quit)})), signals_(blockAndWatch()),
       end_(checked(::eventfd(0, EFD_CLOEXEC))), thread_([this] { watch(); }) {}
 
 TerminationSignals::~TerminationSignals() {

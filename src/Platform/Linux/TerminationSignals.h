@@ -16,11 +16,15 @@ namespace vello {
 /// first, the signal takes its own course in a thread of this object, through the handler that is installed
 /// by then.
 ///
-/// Construct it on the main thread before any other thread exists: it blocks these signals for that thread
-/// and those that it starts, and for good. A SIGHUP that is ignored at that time (nohup) stays without
-/// effect. Destroy it on the main thread, last.
+/// Construct it on the main thread before any other thread exists, or call block() before: a thread that has
+/// them unblocked would let them end the process at once. A SIGHUP that is ignored at that time (nohup) stays
+/// without effect. Destroy it on the main thread, last.
 class TerminationSignals final : public ApplicationEvents {
 public:
+    /// Blocks these signals for the calling thread and those that it starts, for good. They wait for the
+    /// object.
+    static void block();
+
     TerminationSignals(MainThread& mainThread, Action quit,
                        std::chrono::milliseconds patience = std::chrono::seconds{5});
     ~TerminationSignals() override;
