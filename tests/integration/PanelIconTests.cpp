@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+// The status item and the panel that it opens, by real clicks and keys on real tray hosts.
+#include "PanelTest.h"
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include <X11/keysym.h>
+
+namespace vello::session {
+namespace {
+
+constexpr QPoint emptyPlace(200, 600);
+
+/// Where the panel stands in relation to an icon of a bar at the top.
+void expectBeside(const QRect& panel, const QRect& icon) {
+    EXPECT_GE(panel.top(), barHeight);
+    EXPECT_LE(panel.top(), barHeight + 16);
+    EXPECT_LE(panel.left(), icon.center().x());
+    EXPECT_GE(panel.right(), icon.center().x());
+    EXPECT_LT(panel.right(), PrivateScreen::width);
+}
+
+class PanelOnHost : public PanelTest, public testing::WithParamInterface<TrayHost> {};
+
+TEST_P(PanelOnHost, opensBesideItsIconAndClosesByRealClicks) {
+    openDesktop(GetParam());
+    startPanel();
+    awaitOpen();
+    const QRect icon = desktop().awaitTrayIcon();
+    screen().click(icon.center());
+    awaitClosed();
+    for (int i = 0; i < 2; ++i) {
+        screen().click(icon.center());
+        expectBeside(awaitOpen().area, icon);
+        screen().click(icon.center());
+        awaitClosed();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, PanelOnHost,
+                         testing::Values(TrayHost::xfcePanel, TrayHost::lxqtPanel, TrayHost::tint2,
+                                         TrayHost::trayer),
+                         [](const auto& host) { return name(host.param); });
+
+/// Whether the signal waits for whoever asks for it in all threads of the process.
+bool isBlockedInAllThreads(pid_t process, int signal) {
+    const std::filesystem::path tasks = "/proc/" + std::to_string(process) + "/task";
+    for (const auto& task : std::filesystem::directory_iterator(tasks)) {
+        std::ifstream status(task.path() / "status");
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with("SigBlk:") &&
+                (std::stoull(line.substr(7), nullptr, 16) >> (signal - 1) & 1U) == 0)
+                return false;
+    }
+    return true;
+}
+
+class Panel : public PanelTest {
+protected:
+    bool isProcessingEnabled() {
+        const BusClient bus(session().environment().at("DBUS_SESSION_BUS_ADDRESS"));
+        return bus
+            .property({"com.quorvin.Vello", "/com/quorvin/Vello"}, "com.quorvin.Vello1", "ProcessingEnabled",
+                      "b")
+            .flag();
+    }
+    /// Opens the menu by a real click and chooses the entry by keyboard: the host draws the menu, and where
+    /// its lines are only the host knows.
+    void chooseEntry(int number) {
+        const auto menu = [this] {
+            const auto all = screen().windows();
+            return std::ranges::any_of(all, [](const ScreenWindow& window) {
+                return window.isVisible && window.name == "wrapper-2.0" &&
+                       window.area.height() > 3 * barHeight;
+            });
+        };
+        screen().click(desktop().awaitTrayIcon().center(), 3);
+        require(screen().waitUntil(menu), "the host shows no menu");
+        for (int i = 0; i < number; ++i)
+            screen().pressKeys({XK_Down});
+        screen().pressKeys({XK_Return});
+        require(screen().waitUntil([&] { return !menu(); }), "the menu stays");
+    }
+};
+
+TEST_F(Panel, opensBesideItsIconAtLaunch) {
+    openDesktop();
+    startPanel();
+    const auto window = awaitOpen();
+    expectBeside(window.area, desktop().awaitTrayIcon());
+}
+
+TEST_F(Panel, endsInAnOrderlyWayAtASignal) {
+    openDesktop();
+    startPanel();
+    awaitOpen();
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        EXPECT_TRUE(isBlockedInAllThreads(panelProcess().pid(), signal)) << signal;
+    panelProcess().signal(SIGTERM);
+    expectQuit();
+}
+
+TEST_F(Panel, closesAtEscapeAndAtAClickOutside) {
+    openDesktop();
+    startPanel();
+    const auto window = awaitOpen();
+    screen().pressKeys({XK_Escape});
+    awaitClosed();
+    screen().click(desktop().awaitTrayIcon().center());
+    awaitOpen();
+    screen().click(window.area.center()); // inside
+    EXPECT_TRUE(find("", "Quit"));
+    screen().click(emptyPlace);
+    awaitClosed();
+    EXPECT_TRUE(panelProcess().isRunning());
+}
+
+TEST_F(Panel, staysOpenWhenAnotherWindowComesToTheFront) {
+    openDesktop();
+    startPanel();
+    const auto window = awaitOpen();
+    screen().openWindow("another program", {100, 300, 300, 200});
+    ASSERT_TRUE(screen().waitUntil([&] { return !screen().hasKeyboard(window); }));
+    clickOn("", "System, collapsed");
+    await("", "System, expanded");
+}
+
+TEST_F(Panel, opensAtLaunchAndAtTheNextStartWhereThereIsNoTray) {
+    openDesktop(TrayHost::none);
+    startPanel();
+    awaitOpen();
+    EXPECT_TRUE(startAgain());
+    EXPECT_TRUE(find("", "Quit")) << "a second start is no switch";
+    screen().pressKeys({XK_Escape});
+    awaitClosed();
+    EXPECT_TRUE(startAgain());
+    awaitOpen();
+}
+
+TEST_F(Panel, findsATrayThatComesLateAndOneThatComesBack) {
+    openDesktop(TrayHost::none);
+    startPanel();
+    awaitOpen();
+    screen().pressKeys({XK_Escape});
+    awaitClosed();
+    for (int i = 0; i < 2; ++i) {
+        desktop().startTrayHost(TrayHost::xfcePanel);
+        screen().click(desktop().awaitTrayIcon().center());
+        awaitOpen();
+        screen().pressKeys({XK_Escape});
+        awaitClosed();
+        desktop().stopTrayHost();
+    }
+}
+
+TEST_F(Panel, doesWhatTheMenuOfItsIconOffers) {
+    constexpr int openEntry = 1, switchEntry = 2, bassBoostEntry = 5, aboutEntry = 9, quitEntry = 10;
+    openDesktop();
+    startPanel();
+    awaitOpen();
+    clickOn("", "System, collapsed");
+    await("slider", "63 hertz band gain");
+    screen().pressKeys({XK_Escape});
+    awaitClosed();
+
+    chooseEntry(bassBoostEntry);
+    EXPECT_TRUE(isProcessingEnabled());
+    chooseEntry(switchEntry);
+    EXPECT_TRUE(screen().waitUntil([this] { return !isProcessingEnabled(); }));
+    chooseEntry(openEntry);
+    expectBeside(awaitOpen().area, desktop().awaitTrayIcon());
+    await("", "Bass Boost");
+    chooseEntry(aboutEntry);
+    EXPECT_TRUE(screen().waitUntil([this] { return screen().window("About VELLO").has_value(); }));
+    chooseEntry(quitEntry);
+    expectQuit();
+}
+
+} // namespace
+} // namespace vello::session
