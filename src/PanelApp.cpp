@@ -34,6 +34,16 @@ void endApplication() {
     ::kill(::getpid(), SIGTERM);
 }
 
+/// Where the panel opens where nobody tells the place of the status item.
+ScreenCorner chosenCorner() {
+    const char* const name = std::getenv("VELLO_PANEL_CORNER");
+    const auto corner = name ? screenCorner(name) : std::nullopt;
+    if (name && *name && !corner)
+        std::fprintf(stderr, "vello: VELLO_PANEL_CORNER is \"%s\", which is none of %s. Using top-right.\n",
+                     name, std::string(kScreenCornerNames).c_str());
+    return corner.value_or(ScreenCorner::topRight);
+}
+
 void introduce() {
     // Not the display name: it would be added to the titles of the windows.
     QApplication::setApplicationName(kApplicationName);
@@ -59,7 +69,7 @@ int runPanel(int argumentCount, char** arguments) {
     launchAtLogin.refresh();
     PanelShell shell({application.controller(), application.meterAudience(), launchAtLogin,
                       application.runningApplications(), application.mainThread(),
-                      companionProgram(kApplicationIconProgram)},
+                      companionProgram(kApplicationIconProgram), chosenCorner()},
                      endApplication);
     application.publish([&shell](const std::string& activationToken) { shell.reopen(activationToken); });
     shell.presentAtLaunch();

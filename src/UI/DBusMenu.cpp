@@ -4,6 +4,7 @@
 #include <QDBusMetaType>
 #include <QGuiApplication>
 
+#include <algorithm>
 #include <utility>
 
 namespace vello {
@@ -58,7 +59,19 @@ DBusMenu::DBusMenu(MakeMenu makeMenu) : makeMenu_(std::move(makeMenu)) {
     qDBusRegisterMetaType<QList<DBusMenuItem>>();
     qDBusRegisterMetaType<DBusMenuEvent>();
     qDBusRegisterMetaType<QList<DBusMenuEvent>>();
-    entries_ = makeMenu_();
+    makeEntries();
+}
+
+void DBusMenu::makeEntries() {
+    auto made = makeMenu_();
+    if (!std::ranges::equal(made, entries_, {}, &TrayMenuEntry::label, &TrayMenuEntry::label))
+        firstID_ += static_cast<int>(entries_.size());
+    entries_ = std::move(made);
+}
+
+const TrayMenuEntry* DBusMenu::entry(int id) const {
+    const auto index = static_cast<std::size_t>(id) - static_cast<std::size_t>(firstID_);
+    return id >= firstID_ && index < entries_.size() ? &entries_[index] : nullptr;
 }
 
 QString DBusMenu::textDirection() const {
@@ -72,10 +85,10 @@ void DBusMenu::invalidate() {
 
 uint DBusMenu::GetLayout(int parentID, int recursionDepth, const QStringList&, DBusMenuLayout& layout) {
     if (parentID == 0)
-        entries_ = makeMenu_();
+        makeEntries();
     layout = {parentID, properties(parentID)};
     if (parentID == 0 && recursionDepth != 0) {
-        for (int id = 1; isEntry(id); ++id)
+        for (int id = firstID_; entry(id); ++id)
             layout.children.append({id, properties(id)});
     }
     return revision_;
@@ -84,17 +97,17 @@ uint DBusMenu::GetLayout(int parentID, int recursionDepth, const QStringList&, D
 QVariantMap DBusMenu::properties(int id) const {
     if (id == 0)
         return {{QStringLiteral("children-display"), QStringLiteral("submenu")}};
-    if (!isEntry(id))
+    const TrayMenuEntry* const line = entry(id);
+    if (!line)
         return {};
-    const TrayMenuEntry& entry = entries_[static_cast<std::size_t>(id - 1)];
-    if (entry.isDivider())
+    if (line->isDivider())
         return {{QStringLiteral("type"), QStringLiteral("separator")}};
     // An underscore would be taken for the mark of a shortcut.
     QVariantMap properties{
-        {QStringLiteral("label"), QString(entry.label).replace(u'_', QStringLiteral("__"))}};
-    if (entry.isCheckable) {
+        {QStringLiteral("label"), QString(line->label).replace(u'_', QStringLiteral("__"))}};
+    if (line->isCheckable) {
         properties.insert(QStringLiteral("toggle-type"), QStringLiteral("checkmark"));
-        properties.insert(QStringLiteral("toggle-state"), entry.isChecked ? 1 : 0);
+        properties.insert(QStringLiteral("toggle-state"), line->isChecked ? 1 : 0);
     }
     return properties;
 }
@@ -102,7 +115,7 @@ QVariantMap DBusMenu::properties(int id) const {
 QList<DBusMenuItem> DBusMenu::GetGroupProperties(const QList<int>& ids, const QStringList&) {
     QList<DBusMenuItem> items;
     for (const int id : ids) {
-        if (id == 0 || isEntry(id))
+        if (isKnown(id))
             items.append({id, properties(id)});
     }
     return items;
@@ -113,17 +126,18 @@ QDBusVariant DBusMenu::GetProperty(int id, const QString& name) {
 }
 
 void DBusMenu::Event(int id, const QString& name, const QDBusVariant&, uint) {
-    if (name != QLatin1String("clicked") || !isEntry(id))
+    const TrayMenuEntry* const line = entry(id);
+    if (!line || name != QLatin1String("clicked"))
         return;
     // A copy, since choosing may make another menu.
-    if (const auto choose = entries_[static_cast<std::size_t>(id - 1)].choose)
+    if (const auto choose = line->choose)
         choose();
 }
 
 QList<int> DBusMenu::EventGroup(const QList<DBusMenuEvent>& events) {
     QList<int> unknown;
     for (const DBusMenuEvent& event : events) {
-        if (event.id != 0 && !isEntry(event.id))
+        if (!isKnown(event.id))
             unknown.append(event.id);
         else
             Event(event.id, event.name, event.data, event.time);
@@ -141,7 +155,7 @@ bool DBusMenu::AboutToShow(int id) {
 QList<int> DBusMenu::AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors) {
     QList<int> needUpdate;
     for (const int id : ids) {
-        if (id != 0 && !isEntry(id))
+        if (!isKnown(id))
             idErrors.append(id);
         else if (AboutToShow(id))
             needUpdate.append(id);

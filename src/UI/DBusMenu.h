@@ -32,8 +32,16 @@ struct DBusMenuEvent {
     uint time = 0;
 };
 
+QDBusArgument& operator<<(QDBusArgument& out, const DBusMenuLayout& layout);
+const QDBusArgument& operator>>(const QDBusArgument& in, DBusMenuLayout& layout);
+QDBusArgument& operator<<(QDBusArgument& out, const DBusMenuItem& item);
+const QDBusArgument& operator>>(const QDBusArgument& in, DBusMenuItem& item);
+QDBusArgument& operator<<(QDBusArgument& out, const DBusMenuEvent& event);
+const QDBusArgument& operator>>(const QDBusArgument& in, DBusMenuEvent& event);
+
 /// A menu on the bus, in the interface com.canonical.dbusmenu, version 3. It is made anew whenever its host
-/// asks for it.
+/// asks for it. A number means the same entry for ever: a click that was meant for an entry that is no longer
+/// there does nothing.
 class DBusMenu : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
@@ -72,11 +80,15 @@ signals:
     void ItemActivationRequested(int id, uint time);
 
 private:
-    bool isEntry(int id) const { return id > 0 && static_cast<std::size_t>(id) <= entries_.size(); }
+    void makeEntries();
+    /// None for a number that is no entry's.
+    const TrayMenuEntry* entry(int id) const;
+    bool isKnown(int id) const { return id == 0 || entry(id); }
     QVariantMap properties(int id) const;
 
     MakeMenu makeMenu_;
-    std::vector<TrayMenuEntry> entries_; ///< the entry of number n is the n-th, from 1; 0 is the menu itself
+    std::vector<TrayMenuEntry> entries_;
+    int firstID_ = 1; ///< of the entries, which have consecutive numbers; 0 is the menu itself
     uint revision_ = 1;
 };
 

@@ -17,6 +17,26 @@ double titleOpacity(double expansion) noexcept {
     return 1.0 - 0.5 * expansion;
 }
 
+std::optional<ScreenCorner> screenCorner(std::string_view name) {
+    if (name == "top-left")
+        return ScreenCorner::topLeft;
+    if (name == "top-right")
+        return ScreenCorner::topRight;
+    if (name == "bottom-left")
+        return ScreenCorner::bottomLeft;
+    if (name == "bottom-right")
+        return ScreenCorner::bottomRight;
+    return std::nullopt;
+}
+
+bool isLeft(ScreenCorner corner) noexcept {
+    return corner == ScreenCorner::topLeft || corner == ScreenCorner::bottomLeft;
+}
+
+bool isTop(ScreenCorner corner) noexcept {
+    return corner == ScreenCorner::topLeft || corner == ScreenCorner::topRight;
+}
+
 PanelPoint PanelPlacement::beside(const PanelRectangle& icon) const {
     const PanelPoint centre = icon.centre();
     const double besideY = centre.y - panel.height / 2.0;
@@ -31,10 +51,14 @@ PanelPoint PanelPlacement::beside(const PanelRectangle& icon) const {
     return clamped({x, std::min(icon.y, available.bottom()) - gap - panel.height});
 }
 
+bool PanelPlacement::growsUpwards(const PanelRectangle& icon) const {
+    const PanelPoint corner = beside(icon);
+    return corner.y + panel.height / 2.0 < icon.centre().y && corner.y + panel.height > available.centre().y;
+}
+
 PanelPoint PanelPlacement::in(ScreenCorner corner) const {
-    const bool isLeft = corner == ScreenCorner::topLeft || corner == ScreenCorner::bottomLeft;
-    const bool isTop = corner == ScreenCorner::topLeft || corner == ScreenCorner::topRight;
-    return clamped({isLeft ? available.x : available.right(), isTop ? available.y : available.bottom()});
+    return clamped(
+        {isLeft(corner) ? available.x : available.right(), isTop(corner) ? available.y : available.bottom()});
 }
 
 PanelPoint PanelPlacement::clamped(PanelPoint wanted) const {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
+#include <string_view>
+
 namespace vello {
 
 /// Lengths are points.
@@ -38,6 +41,12 @@ struct PanelRectangle {
 
 enum class ScreenCorner { topLeft, topRight, bottomLeft, bottomRight };
 
+inline constexpr std::string_view kScreenCornerNames = "top-left, top-right, bottom-left or bottom-right";
+/// The corner of one of these names; none for any other text.
+std::optional<ScreenCorner> screenCorner(std::string_view name);
+bool isLeft(ScreenCorner corner) noexcept;
+bool isTop(ScreenCorner corner) noexcept;
+
 /// Places the panel on a screen. `available` is the part of it that no bar covers.
 struct PanelPlacement {
     static constexpr double gap = 8.0; ///< to the bar with the icon and to the screen's edges
@@ -48,6 +57,8 @@ struct PanelPlacement {
     /// Top left corner of the panel beside `icon`: under or over it where its bar is horizontal, beside it
     /// where the bar stands at the left or right edge, and inside `available` as far as the panel fits.
     PanelPoint beside(const PanelRectangle& icon) const;
+    /// Whether a panel that stands beside `icon` has more room above than below.
+    bool growsUpwards(const PanelRectangle& icon) const;
     PanelPoint in(ScreenCorner corner) const;
 
 private:

@@ -4,10 +4,9 @@
 #include "UI/PanelModel.h"
 #include "UI/Renderer.h"
 #include "UI/Theme.h"
-#include "UI/X11Desktop.h"
+#include "UI/WindowSystem.h"
 
 #include <QGuiApplication>
-#include <QPainterPath>
 #include <QQmlComponent>
 #include <QQmlExtensionPlugin>
 #include <QScreen>
@@ -21,12 +20,6 @@ namespace vello {
 namespace {
 
 constexpr double kWindowRadius = 16.0;
-/// A press on the icon reaches the panel first, as one outside of it, and the icon when it is let go.
-constexpr qint64 kLongestPress = 600;
-
-bool isOnX11() {
-    return QGuiApplication::platformName() == QLatin1String("xcb");
-}
 
 PanelRectangle rectangle(const QRect& rect) {
     return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
@@ -40,14 +33,14 @@ QScreen* screenAt(const std::optional<QRect>& icon) {
 
 } // namespace
 
-PanelPresenter::PanelPresenter(PanelModel& model, Theme& theme) : model_(model), engine_(theme) {
+PanelPresenter::PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows, ScreenCorner corner)
+    : model_(model), windows_(windows), corner_(corner), engine_(theme) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     chooseRenderer();
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    if (isOnX11())
-        desktop_ = X11Desktop::connectToDisplay();
-    if (desktop_)
-        connect(desktop_.get(), &X11Desktop::buttonPressed, this, &PanelPresenter::pressedAt);
+    connect(&windows_, &WindowSystem::buttonPressed, this, &PanelPresenter::pressedAt);
+    connect(&windows_, &WindowSystem::buttonReleased, this,
+            [this] { closingPress_.released(ClosingPress::Clock::now()); });
     connect(&model_, &PanelModel::aboutRequested, this, &PanelPresenter::showAbout);
 }
 
@@ -71,28 +64,24 @@ QQuickWindow* PanelPresenter::make(const QString& component, const QVariantMap& 
 void PanelPresenter::makeWindow() {
     window_.reset(
         make(QStringLiteral("PanelWindow"), {{QStringLiteral("panel"), QVariant::fromValue(&model_)}}));
+    windows_.adopt(*window_);
     connect(window_.get(), SIGNAL(dismissed()), this, SLOT(hide()));
-    connect(window_.get(), SIGNAL(surfaceChanged()), this, SLOT(shapeWindow()));
+    connect(window_.get(), SIGNAL(surfaceChanged()), this, SLOT(limitWindow()));
     connect(window_.get(), &QWindow::visibleChanged, this, [this](bool isVisible) {
         model_.setShown(isVisible);
         emit visibleChanged(isVisible);
     });
-    window_->create();
-    QGuiApplication::sync(); // the other connection knows the window by then
-    if (desktop_)
-        desktop_->hideFromTaskbars(window_->winId());
 }
 
 void PanelPresenter::show(std::optional<QRect> icon) {
     if (!window_)
         makeWindow();
     if (!isVisible()) {
-        const bool isTranslucent = !desktop_ || desktop_->hasCompositor();
-        window_->setProperty("isTranslucent", isTranslucent);
-        place(icon);
+        window_->setProperty("isTranslucent", windows_.hasTranslucency());
+        prepare(icon);
         window_->show();
     }
-    shapeWindow();
+    limitWindow();
     window_->raise();
     window_->requestActivate();
 }
@@ -103,9 +92,7 @@ void PanelPresenter::hide() {
 }
 
 void PanelPresenter::toggle(std::optional<QRect> icon) {
-    const bool wasClosedByThisPress =
-        sinceClosedByPress_.isValid() && sinceClosedByPress_.elapsed() < kLongestPress;
-    sinceClosedByPress_.invalidate();
+    const bool wasClosedByThisPress = closingPress_.takeActivation(ClosingPress::Clock::now());
     if (isVisible())
         hide();
     else if (!wasClosedByThisPress)
@@ -130,44 +117,38 @@ QRect PanelPresenter::surface() const {
     return window_->property("surface").toRectF().toAlignedRect();
 }
 
-void PanelPresenter::place(std::optional<QRect> icon) {
-    const QRect available = screenAt(icon)->availableGeometry();
+void PanelPresenter::prepare(const std::optional<QRect>& icon) {
+    const QScreen* const screen = screenAt(icon);
+    const QRect available = screen ? screen->availableGeometry() : QRect();
     const QRect panel = surface();
     const PanelPlacement placement{rectangle(available),
                                    {static_cast<double>(panel.width()), static_cast<double>(panel.height())}};
-    const PanelPoint corner =
-        icon ? placement.beside(rectangle(*icon)) : placement.in(ScreenCorner::topRight);
-    const bool growsUpwards = icon && corner.y + panel.height() / 2.0 < rectangle(*icon).centre().y &&
-                              corner.y > available.center().y() - panel.height();
+    const PanelPoint corner = icon ? placement.beside(rectangle(*icon)) : placement.in(corner_);
+    const bool growsUpwards = icon ? placement.growsUpwards(rectangle(*icon)) : !isTop(corner_);
     const int margin = panel.x();
     const int left = static_cast<int>(corner.x) - margin;
     const int top = static_cast<int>(corner.y);
-    const bool hangs = !growsUpwards;
     window_->setProperty("growsUpwards", growsUpwards);
-    window_->setPosition(left, hangs ? top - margin : top + panel.height() + margin - window_->height());
+    const QPoint position(left,
+                          growsUpwards ? top + panel.height() + margin - window_->height() : top - margin);
+    windows_.prepare(*window_, {position, corner_, static_cast<int>(PanelPlacement::gap) - margin});
 }
 
-void PanelPresenter::shapeWindow() {
-    if (!desktop_)
-        return;
-    if (window_->property("isTranslucent").toBool()) {
-        const int margin = surface().x();
-        window_->setMask(surface().adjusted(-margin, -margin, margin, margin));
-        return;
-    }
-    QPainterPath path;
-    path.addRoundedRect(surface(), kWindowRadius, kWindowRadius);
-    window_->setMask(QRegion(path.toFillPolygon().toPolygon()));
+void PanelPresenter::limitWindow() {
+    const bool isTranslucent = window_->property("isTranslucent").toBool();
+    windows_.limit(*window_, surface(), surface().x(), isTranslucent ? 0.0 : kWindowRadius);
 }
 
-void PanelPresenter::pressedAt(QPoint position) {
-    if (!isVisible())
-        return;
-    const double scale = window_->devicePixelRatio();
-    if (surface().translated(window_->position()).contains((QPointF(position) / scale).toPoint()))
-        return;
-    hide();
-    sinceClosedByPress_.start();
+void PanelPresenter::pressedAt(QPoint native) {
+    const bool closes = isVisible() && !isOnPanel(native);
+    closingPress_.pressed(ClosingPress::Clock::now(), closes);
+    if (closes)
+        hide();
+}
+
+bool PanelPresenter::isOnPanel(QPoint native) const {
+    const std::optional<QPoint> position = windows_.place(native);
+    return position && surface().translated(window_->position()).contains(*position);
 }
 
 } // namespace vello

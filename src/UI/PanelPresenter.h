@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "UI/ClosingPress.h"
 #include "UI/PanelEngine.h"
 #include "UI/PanelGeometry.h"
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QQuickWindow>
 #include <QRect>
@@ -16,7 +16,7 @@ namespace vello {
 
 class PanelModel;
 class Theme;
-class X11Desktop;
+class WindowSystem;
 
 /// Shows and hides the panel's window and the About window. They are made when they are first needed, and
 /// kept.
@@ -24,13 +24,13 @@ class PanelPresenter : public QObject {
     Q_OBJECT
 
 public:
-    /// `model` and `theme` outlive the presenter.
-    PanelPresenter(PanelModel& model, Theme& theme);
+    /// `model`, `theme` and `windows` outlive the presenter. `corner` is where the panel opens while the
+    /// status item's place is not known.
+    PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows, ScreenCorner corner);
     ~PanelPresenter() override;
 
     bool isVisible() const;
-    /// Beside `icon` (in pixels of the screen, where the window system tells them), or in the corner. Takes
-    /// the keyboard. A panel that is open stays where it is.
+    /// Beside `icon`, or in the corner. Takes the keyboard. A panel that is open stays where it is.
     void show(std::optional<QRect> icon);
     Q_SLOT void hide();
     /// A press on the icon: it closes an open panel, also one that the very press has closed already.
@@ -45,17 +45,19 @@ signals:
 private:
     QQuickWindow* make(const QString& component, const QVariantMap& properties);
     void makeWindow();
-    void place(std::optional<QRect> icon);
-    Q_SLOT void shapeWindow();
-    void pressedAt(QPoint position);
+    void prepare(const std::optional<QRect>& icon);
+    Q_SLOT void limitWindow();
+    void pressedAt(QPoint native);
+    bool isOnPanel(QPoint native) const;
     QRect surface() const;
 
     PanelModel& model_;
+    WindowSystem& windows_;
+    const ScreenCorner corner_;
     PanelEngine engine_;
-    std::unique_ptr<X11Desktop> desktop_;
     std::unique_ptr<QQuickWindow> about_;
     std::unique_ptr<QQuickWindow> window_;
-    QElapsedTimer sinceClosedByPress_;
+    ClosingPress closingPress_;
 };
 
 } // namespace vello

@@ -8,6 +8,7 @@
 #include "UI/PanelPresenter.h"
 #include "UI/Theme.h"
 #include "UI/Tray.h"
+#include "UI/WindowSystem.h"
 #include "UI/WordingTranslator.h"
 
 #include <QObject>
@@ -33,6 +34,8 @@ public:
         RunningApplications& runningApplications;
         MainThread& mainThread;
         std::filesystem::path iconProgram; ///< kApplicationIconProgram
+        /// Where the panel opens while the status item's place is not known.
+        ScreenCorner corner = ScreenCorner::topRight;
     };
     /// `quit` ends the application.
     PanelShell(const Parts& parts, std::function<void()> quit);
@@ -54,6 +57,7 @@ private:
     DesktopAppearance desktop_;
     Theme theme_;
     PanelModel model_;
+    std::unique_ptr<WindowSystem> windows_;
     PanelPresenter presenter_;
     Tray tray_;
     LaunchPresentation launch_;

@@ -2,11 +2,11 @@
 #include "UI/StatusNotifierItem.h"
 
 #include "Models/Product.h"
+#include "UI/TrayIcon.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QImage>
 #include <QtEndian>
@@ -20,7 +20,6 @@ const QString kItemPath = QStringLiteral("/StatusNotifierItem");
 const QString kMenuPath = QStringLiteral("/MenuBar");
 const QString kWatcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
-constexpr int kIconSizes[] = {16, 22, 24, 32, 48};
 
 StatusNotifierPixmap travelling(const QImage& image) {
     StatusNotifierPixmap pixmap{image.width(), image.height(), {}};
@@ -61,8 +60,8 @@ const QDBusArgument& operator>>(const QDBusArgument& in, StatusNotifierToolTip& 
     return in;
 }
 
-StatusNotifierItem::StatusNotifierItem(QDBusConnection connection, DBusMenu& menu, QIcon icon)
-    : connection_(std::move(connection)), icon_(std::move(icon)),
+StatusNotifierItem::StatusNotifierItem(QDBusConnection connection, DBusMenu& menu, Look look)
+    : connection_(std::move(connection)), look_(std::move(look)),
       service_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid())),
       watcher_(kWatcherName, connection_, QDBusServiceWatcher::WatchForOwnerChange) {
     qDBusRegisterMetaType<StatusNotifierPixmap>();
@@ -73,13 +72,19 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection connection, DBusMenu& men
                                    QDBusConnection::ExportNonScriptableSignals);
     connection_.registerObject(kMenuPath, &menu, QDBusConnection::ExportAllContents);
     connection_.registerService(service_);
-    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this,
-            &StatusNotifierItem::registerWithWatcher);
-    connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { setRegistered(false); });
+    connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& owner) {
+                if (!owner.isEmpty())
+                    return registerWithWatcher();
+                request_.reset();
+                setRegistration(Registration::refused);
+            });
     registerWithWatcher();
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
+    if (!connection_.isConnected())
+        return; // the toolkit does not bear it
     connection_.unregisterService(service_);
     connection_.unregisterObject(kItemPath);
     connection_.unregisterObject(kMenuPath);
@@ -94,32 +99,33 @@ QDBusObjectPath StatusNotifierItem::menu() const {
 }
 
 void StatusNotifierItem::registerWithWatcher() {
+    if (!connection_.isConnected()) {
+        // Nobody would ever answer.
+        QMetaObject::invokeMethod(
+            this, [this] { setRegistration(Registration::refused); }, Qt::QueuedConnection);
+        return;
+    }
     QDBusMessage call = QDBusMessage::createMethodCall(kWatcherName, kWatcherPath, kWatcherName,
                                                        QStringLiteral("RegisterStatusNotifierItem"));
     call << service_;
-    auto* const reply = new QDBusPendingCallWatcher(connection_.asyncCall(call), this);
-    connect(reply, &QDBusPendingCallWatcher::finished, this, [this, reply] {
-        setRegistered(!QDBusPendingReply<>(*reply).isError());
-        reply->deleteLater();
+    request_ = std::make_unique<QDBusPendingCallWatcher>(connection_.asyncCall(call));
+    connect(request_.get(), &QDBusPendingCallWatcher::finished, this, [this] {
+        const bool isTaken = !QDBusPendingReply<>(*request_).isError();
+        setRegistration(isTaken ? Registration::done : Registration::refused);
     });
 }
 
-void StatusNotifierItem::setRegistered(bool isRegistered) {
-    if (isRegistered == isRegistered_)
+void StatusNotifierItem::setRegistration(Registration registration) {
+    if (registration == registration_)
         return;
-    isRegistered_ = isRegistered;
-    emit registeredChanged();
-}
-
-void StatusNotifierItem::setIcon(const QIcon& icon) {
-    icon_ = icon;
-    emit NewIcon();
+    registration_ = registration;
+    emit registrationChanged();
 }
 
 QList<StatusNotifierPixmap> StatusNotifierItem::iconPixmap() const {
     QList<StatusNotifierPixmap> pixmaps;
-    for (const int size : kIconSizes) {
-        const QImage image = icon_.pixmap(QSize(size, size), 1.0).toImage();
+    for (const int size : kTrayIconSizes) {
+        const QImage image = look_.icon.pixmap(QSize(size, size), 1.0).toImage();
         pixmaps.append(travelling(image.convertToFormat(QImage::Format_ARGB32)));
     }
     return pixmaps;
@@ -133,8 +139,9 @@ void StatusNotifierItem::SecondaryActivate(int x, int y) {
     emit activated(x, y);
 }
 
-// Hosts show the menu themselves.
-void StatusNotifierItem::ContextMenu(int, int) {}
+void StatusNotifierItem::ContextMenu(int x, int y) {
+    emit menuRequested(x, y);
+}
 
 void StatusNotifierItem::Scroll(int, const QString&) {}
 

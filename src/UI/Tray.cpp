@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Tray.h"
 
-#include <QPainter>
-#include <QSvgRenderer>
+#include "UI/TrayIcon.h"
+#include "UI/WindowSystem.h"
+
+#include <QCursor>
 
 #include <utility>
 
@@ -12,85 +14,78 @@ namespace {
 /// Half the size of most items: what is known is only where the pointer was.
 constexpr int kReach = 11;
 
-/// Light, for the bars that most desktops have.
-QIcon itemIcon() {
-    QSvgRenderer drawing(QStringLiteral(":/vello/symbols/slider.vertical.3.svg"));
-    QIcon icon;
-    for (const int size : {16, 22, 24, 32, 48, 64}) {
-        QPixmap pixmap(size, size);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        drawing.render(&painter);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(pixmap.rect(), QColor(0xf2, 0xf2, 0xf2));
-        painter.end();
-        icon.addPixmap(pixmap);
-    }
-    return icon;
-}
-
 } // namespace
 
-Tray::Tray(DBusMenu::MakeMenu makeMenu)
-    : makeMenu_(makeMenu), menu_(std::move(makeMenu)),
-      item_(QDBusConnection::sessionBus(), menu_, itemIcon()) {
-    connect(&item_, &StatusNotifierItem::registeredChanged, this, &Tray::review);
-    connect(&item_, &StatusNotifierItem::activated, this, [this](int x, int y) {
-        // Some hosts pass the pointer's place in their own window, or none at all.
-        const bool isOnScreen = x > 2 * kReach || y > 2 * kReach;
-        emit activated(isOnScreen ? std::optional(QRect(x - kReach, y - kReach, 2 * kReach, 2 * kReach))
-                                  : std::nullopt);
+Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu)
+    : windows_(windows), makeMenu_(makeMenu), menu_(std::move(makeMenu)),
+      item_(std::move(bus), menu_,
+            {trayIcon(), symbolicTrayIconName(qEnvironmentVariable("XDG_CURRENT_DESKTOP"))}) {
+    connect(&item_, &StatusNotifierItem::registrationChanged, this, &Tray::review);
+    connect(&item_, &StatusNotifierItem::activated, this,
+            [this](int x, int y) { emit activated(placeAround(x, y)); });
+    connect(&item_, &StatusNotifierItem::menuRequested, this, [this](int x, int y) {
+        if (const auto place = placeAround(x, y))
+            showMenu(place->center());
     });
-    review();
 }
 
 Tray::~Tray() = default;
 
 bool Tray::isShown() const {
-    return item_.isRegistered() ||
+    return item_.registration() == StatusNotifierItem::Registration::done ||
            (embedded_ && embedded_->isVisible() && QSystemTrayIcon::isSystemTrayAvailable());
 }
 
 std::optional<QRect> Tray::geometry() const {
-    if (item_.isRegistered() || !embedded_ || embedded_->geometry().isEmpty())
+    if (!embedded_ || embedded_->geometry().isEmpty())
         return std::nullopt;
     return embedded_->geometry();
 }
 
+/// Hosts that do not know the place say that it is 0, 0.
+std::optional<QRect> Tray::placeAround(int x, int y) const {
+    const auto place = x == 0 && y == 0 ? std::nullopt : windows_.place({x, y});
+    if (!place)
+        return std::nullopt;
+    return QRect(place->x() - kReach, place->y() - kReach, 2 * kReach, 2 * kReach);
+}
+
+/// Nothing is embedded before a watcher has answered: the toolkit would find that watcher too, and keep to
+/// it.
 void Tray::review() {
-    if (item_.isRegistered())
+    if (item_.registration() == StatusNotifierItem::Registration::done)
         embedded_.reset();
-    else if (!embedded_)
+    else if (!embedded_ && windows_.hasEmbeddedItems())
         embed();
 }
 
 void Tray::embed() {
-    embedded_ = std::make_unique<QSystemTrayIcon>(itemIcon());
+    embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon());
     embedded_->setToolTip(item_.title());
     connect(embedded_.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
+                // A second quick click is also told as a double one, in between.
                 if (reason == QSystemTrayIcon::Context)
-                    showEmbeddedMenu();
-                else
+                    showMenu(QCursor::pos());
+                else if (reason != QSystemTrayIcon::DoubleClick)
                     emit activated(geometry());
             });
     embedded_->show();
 }
 
-void Tray::showEmbeddedMenu() {
-    embeddedMenu_ = std::make_unique<QMenu>();
+void Tray::showMenu(QPoint place) {
+    ownMenu_ = std::make_unique<QMenu>();
     for (const TrayMenuEntry& entry : makeMenu_()) {
         if (entry.isDivider()) {
-            embeddedMenu_->addSeparator();
+            ownMenu_->addSeparator();
             continue;
         }
-        QAction* const action =
-            embeddedMenu_->addAction(QString(entry.label).replace(u'&', QStringLiteral("&&")));
+        QAction* const action = ownMenu_->addAction(QString(entry.label).replace(u'&', QStringLiteral("&&")));
         action->setCheckable(entry.isCheckable);
         action->setChecked(entry.isChecked);
         connect(action, &QAction::triggered, this, [choose = entry.choose] { choose(); });
     }
-    embeddedMenu_->popup(QCursor::pos());
+    ownMenu_->popup(place);
 }
 
 } // namespace vello

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/X11Desktop.h"
 
+#include <QGuiApplication>
+#include <QPainterPath>
+#include <QScreen>
 #include <QSocketNotifier>
 
 #include <array>
@@ -17,6 +20,9 @@ struct Free {
     void operator()(void* reply) const { std::free(reply); }
 };
 template <typename Reply> using Owned = std::unique_ptr<Reply, Free>;
+
+constexpr std::uint32_t kRawButtons =
+    XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
 
 Owned<xcb_intern_atom_reply_t> atom(xcb_connection_t* connection, const std::string& name) {
     const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
@@ -52,7 +58,7 @@ struct X11Desktop::Connection {
         const struct {
             xcb_input_event_mask_t head;
             std::uint32_t mask;
-        } mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS};
+        } mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, kRawButtons};
         xcb_input_xi_select_events(xcb, root, 1, &mask.head);
         xcb_flush(xcb);
         return true;
@@ -65,6 +71,8 @@ struct X11Desktop::Connection {
 };
 
 std::unique_ptr<X11Desktop> X11Desktop::connectToDisplay() {
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return nullptr;
     auto connection = std::make_unique<Connection>();
     if (!connection->isUsable() || !connection->findRoot() || !connection->listenToButtons())
         return nullptr;
@@ -86,6 +94,8 @@ void X11Desktop::readEvents() {
         const auto* const generic = reinterpret_cast<const xcb_ge_generic_event_t*>(event.get());
         if (generic->event_type == XCB_INPUT_RAW_BUTTON_PRESS)
             emit buttonPressed(pointerPosition());
+        else if (generic->event_type == XCB_INPUT_RAW_BUTTON_RELEASE)
+            emit buttonReleased();
     }
     if (!connection_->isUsable())
         connection_->notifier->setEnabled(false);
@@ -97,7 +107,7 @@ QPoint X11Desktop::pointerPosition() const {
     return reply ? QPoint(reply->root_x, reply->root_y) : QPoint();
 }
 
-bool X11Desktop::hasCompositor() const {
+bool X11Desktop::hasTranslucency() const {
     const auto selection = atom(connection_->xcb, "_NET_WM_CM_S" + std::to_string(connection_->screenNumber));
     if (!selection)
         return false;
@@ -107,6 +117,34 @@ bool X11Desktop::hasCompositor() const {
     return owner && owner->owner != XCB_NONE;
 }
 
+std::optional<QPoint> X11Desktop::place(QPoint native) const {
+    for (const QScreen* const screen : QGuiApplication::screens()) {
+        // The toolkit leaves a screen where it is, and scales what is on it.
+        const double scale = screen->devicePixelRatio();
+        const QRect logical = screen->geometry();
+        const QRect physical(logical.topLeft(), (QSizeF(logical.size()) * scale).toSize());
+        if (physical.contains(native))
+            return logical.topLeft() + (QPointF(native - logical.topLeft()) / scale).toPoint();
+    }
+    return std::nullopt;
+}
+
+void X11Desktop::prepare(QWindow& window, const WindowPlace& place) {
+    WindowSystem::prepare(window, place);
+    window.create();
+    QGuiApplication::sync(); // the other connection knows the window by then
+    hideFromTaskbars(window.winId());
+}
+
+void X11Desktop::limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) {
+    if (cornerRadius <= 0.0)
+        return window.setMask(panel.adjusted(-shadow, -shadow, shadow, shadow));
+    QPainterPath path;
+    path.addRoundedRect(panel, cornerRadius, cornerRadius);
+    window.setMask(QRegion(path.toFillPolygon().toPolygon()));
+}
+
+/// A window manager forgets all this whenever the window is hidden.
 void X11Desktop::hideFromTaskbars(unsigned long window) const {
     const auto state = atom(connection_->xcb, "_NET_WM_STATE");
     std::array<xcb_atom_t, 3> values{};

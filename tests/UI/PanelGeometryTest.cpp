@@ -74,6 +74,25 @@ TEST(PanelGeometryTest, FindsItsCornerWhereThereIsNoIcon) {
     EXPECT_EQ(placement.in(ScreenCorner::bottomRight), (PanelPoint{1568, 672}));
 }
 
+TEST(PanelGeometryTest, LetsThePanelGrowAwayFromTheBarOfItsIcon) {
+    const auto growsUpwards = [](const PanelRectangle& available, const PanelRectangle& icon) {
+        return PanelPlacement{available, kPanel}.growsUpwards(icon);
+    };
+    EXPECT_FALSE(growsUpwards(kUnderTopBar, {1000, 3, 24, 24}));
+    EXPECT_TRUE(growsUpwards(kOverBottomBar, {1000, 1053, 24, 24}));
+    EXPECT_FALSE(growsUpwards(kBesideLeftBar, {18, 500, 24, 24}));
+    EXPECT_TRUE(growsUpwards(kBesideLeftBar, {18, 1050, 24, 24}));
+}
+
+TEST(PanelGeometryTest, TakesTheCornersByTheirNames) {
+    EXPECT_EQ(screenCorner("top-left"), ScreenCorner::topLeft);
+    EXPECT_EQ(screenCorner("top-right"), ScreenCorner::topRight);
+    EXPECT_EQ(screenCorner("bottom-left"), ScreenCorner::bottomLeft);
+    EXPECT_EQ(screenCorner("bottom-right"), ScreenCorner::bottomRight);
+    for (const char* const other : {"", "top", "Top-Left", "top-left ", "middle"})
+        EXPECT_EQ(screenCorner(other), std::nullopt) << other;
+}
+
 RC_GTEST_PROP(PanelGeometryTest, KeepsThePanelOnTheScreenWhereverTheIconIs, ()) {
     const PanelRectangle icon{static_cast<double>(*rc::gen::inRange(-100, 2000)),
                               static_cast<double>(*rc::gen::inRange(-100, 1200)), 24, 24};

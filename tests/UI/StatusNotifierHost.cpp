@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "StatusNotifierHost.h"
+
+#include <QCoreApplication>
+#include <QDBusPendingCall>
+#include <QDBusVariant>
+#include <QDeadlineTimer>
+
+#include <utility>
+
+namespace vello {
+namespace {
+
+const QString kWatcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString kWatcherPath = QStringLiteral("/StatusNotifierWatcher");
+const QString kItemsSide = QStringLiteral("items");
+const QString kHostsSide = QStringLiteral("hosts");
+
+} // namespace
+
+bool eventually(const std::function<bool()>& isMet) {
+    const QDeadlineTimer deadline(5000);
+    while (!isMet() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    return isMet();
+}
+
+StatusNotifierWatcher::StatusNotifierWatcher(QDBusConnection connection, Mood mood)
+    : connection_(std::move(connection)), mood_(mood) {
+    connection_.registerObject(kWatcherPath, this, QDBusConnection::ExportAllSlots);
+    connection_.registerService(kWatcherName);
+}
+
+StatusNotifierWatcher::~StatusNotifierWatcher() {
+    connection_.unregisterService(kWatcherName);
+    connection_.unregisterObject(kWatcherPath);
+}
+
+void StatusNotifierWatcher::RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message) {
+    items.append(service);
+    if (mood_ == Mood::refusesItems) {
+        message.setDelayedReply(true);
+        connection_.send(message.createErrorReply(QDBusError::Failed, QStringLiteral("there is no room")));
+    }
+}
+
+StatusNotifierBus::StatusNotifierBus()
+    : itemsSide_(QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), kItemsSide)),
+      hostsSide_(QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), kHostsSide)) {}
+
+StatusNotifierBus::~StatusNotifierBus() {
+    watcher_.reset();
+    QDBusConnection::disconnectFromBus(kItemsSide);
+    QDBusConnection::disconnectFromBus(kHostsSide);
+}
+
+StatusNotifierWatcher& StatusNotifierBus::startWatcher(StatusNotifierWatcher::Mood mood) {
+    watcher_.reset();
+    watcher_ = std::make_unique<StatusNotifierWatcher>(hostsSide_, mood);
+    return *watcher_;
+}
+
+QDBusMessage StatusNotifierBus::call(const QString& path, const QString& interface, const QString& method,
+                                     const QVariantList& arguments) const {
+    QDBusMessage message = QDBusMessage::createMethodCall(itemsSide_.baseService(), path, interface, method);
+    message.setArguments(arguments);
+    // The other side lives in this thread.
+    const QDBusPendingCall pending = hostsSide_.asyncCall(message);
+    eventually([&pending] { return pending.isFinished(); });
+    return pending.reply();
+}
+
+QVariant StatusNotifierBus::property(const QString& path, const QString& interface,
+                                     const QString& name) const {
+    const QDBusMessage reply = call(path, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                    QStringLiteral("Get"), {interface, name});
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return {};
+    return reply.arguments().first().value<QDBusVariant>().variant();
+}
+
+} // namespace vello

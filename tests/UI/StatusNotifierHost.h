@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "PrivateBus.h"
+
+#include "support/TemporaryFolder.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+namespace vello {
+
+/// Runs the event loop until `isMet` or 5 s are over; answers whether it is met.
+bool eventually(const std::function<bool()>& isMet);
+
+/// A watcher as panels bring it: takes items and writes down who came. Owns the watcher's name while it
+/// lives.
+class StatusNotifierWatcher : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+
+public:
+    enum class Mood { takesItems, refusesItems };
+
+    explicit StatusNotifierWatcher(QDBusConnection connection, Mood mood = Mood::takesItems);
+    ~StatusNotifierWatcher() override;
+
+    QStringList items;
+
+public slots:
+    void RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message);
+
+private:
+    QDBusConnection connection_;
+    Mood mood_;
+};
+
+/// A bus of the test's own with a status item's side and its host's side.
+class StatusNotifierBus {
+public:
+    StatusNotifierBus();
+    ~StatusNotifierBus();
+
+    const QDBusConnection& itemsSide() const { return itemsSide_; }
+    const QDBusConnection& hostsSide() const { return hostsSide_; }
+
+    /// A watcher appears, and goes. A second one replaces the first at once.
+    StatusNotifierWatcher&
+    startWatcher(StatusNotifierWatcher::Mood mood = StatusNotifierWatcher::Mood::takesItems);
+    void stopWatcher() { watcher_.reset(); }
+
+    /// Calls the item's side as a host does, and returns the answer or the error.
+    QDBusMessage call(const QString& path, const QString& interface, const QString& method,
+                      const QVariantList& arguments = {}) const;
+    /// A property of the item; invalid when there is none.
+    QVariant property(const QString& path, const QString& interface, const QString& name) const;
+
+private:
+    TemporaryFolder folder_;
+    session::PrivateBus bus_{folder_.path(), session::PrivateBus::Services::none};
+    QDBusConnection itemsSide_;
+    QDBusConnection hostsSide_;
+    std::unique_ptr<StatusNotifierWatcher> watcher_;
+};
+
+} // namespace vello
