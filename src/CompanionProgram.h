@@ -6,6 +6,9 @@
 
 namespace vello {
 
+/// Tells vello-panel to start with the panel closed.
+inline constexpr const char* kInBackground = "--background";
+
 /// The program `name` that `vello` starts: beside this one, or where an installation keeps programs that no
 /// user starts. May not exist. Throws std::filesystem::filesystem_error where /proc is missing.
 std::filesystem::path companionProgram(std::string_view name);

@@ -38,7 +38,9 @@ int startPanel(const ParsedCommand& parsed, char** arguments) {
     if (!parsed.syncFolder.empty())
         ::setenv("VELLO_SYNC_FOLDER", parsed.syncFolder.c_str(), 1);
     const std::string program = companionProgram("vello-panel");
-    ::execv(program.c_str(), arguments);
+    std::string background = kInBackground;
+    char* const words[] = {arguments[0], parsed.isInBackground ? background.data() : nullptr, nullptr};
+    ::execv(program.c_str(), words);
     return failure("its program vello-panel is missing; install VELLO again");
 }
 

@@ -11,11 +11,14 @@
 
 #include <QApplication>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <span>
 #include <stdexcept>
+#include <string_view>
 #include <unistd.h>
 
 namespace vello {
@@ -27,6 +30,11 @@ bool hasScreen() {
         return value && *value;
     };
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
+bool isInBackground(int argumentCount, char** arguments) {
+    const std::span words(arguments, static_cast<std::size_t>(argumentCount));
+    return std::ranges::find(words, std::string_view(kInBackground)) != words.end();
 }
 
 /// The same orderly way as from outside: taps are taken down, settings saved.
@@ -72,7 +80,8 @@ int runPanel(int argumentCount, char** arguments) {
                       companionProgram(kApplicationIconProgram), chosenCorner()},
                      endApplication);
     application.publish([&shell](const std::string& activationToken) { shell.reopen(activationToken); });
-    shell.presentAtLaunch();
+    if (!isInBackground(argumentCount, arguments))
+        shell.presentAtLaunch();
     return QApplication::exec();
 }
 
@@ -85,6 +94,8 @@ int main(int argumentCount, char** arguments) {
     try {
         return vello::runPanel(argumentCount, arguments);
     } catch (const vello::AlreadyRunning&) {
+        if (vello::isInBackground(argumentCount, arguments))
+            return 0;
         vello::askRunningInstance({.action = vello::ClientRequest::Action::showPanel}, argumentCount,
                                   arguments);
     } catch (const std::exception& error) {

@@ -150,6 +150,11 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
     bool isHeadless = false;
     CLI::Option* headless = application.add_flag("--headless", isHeadless,
                                                  "Run the engine without a screen until SIGTERM or SIGINT");
+    bool isInBackground = false;
+    CLI::Option* background =
+        application
+            .add_flag("--background", isInBackground, "Start with the tray item only, the panel closed")
+            ->excludes(headless);
     std::string syncFolder;
     CLI::Option* sync = application
                             .add_option("--sync-folder", syncFolder,
@@ -164,7 +169,7 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
     CLI::App* permission = addPermission(application, permissionAction);
     const ClientArguments client(application);
     for (CLI::App* command : application.get_subcommands({}))
-        command->excludes(headless)->excludes(sync);
+        command->excludes(headless)->excludes(background)->excludes(sync);
     application.require_subcommand(0, 1);
     try {
         application.parse(argc, argv);
@@ -179,7 +184,9 @@ ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& 
         return {.command = Command::analyze, .analyze = {analyzed}};
     if (permission->parsed())
         return {.command = Command::permission, .permission = kPermissionActions.at(permissionAction)};
-    return {.command = isHeadless ? Command::headless : Command::panel, .syncFolder = syncFolder};
+    return {.command = isHeadless ? Command::headless : Command::panel,
+            .syncFolder = syncFolder,
+            .isInBackground = isInBackground};
 }
 
 } // namespace vello

@@ -33,6 +33,7 @@ struct ParsedCommand {
     PermissionAction permission = PermissionAction::show; ///< of Command::permission
     ClientRequest client = {};                            ///< of Command::client
     std::string syncFolder = {}; ///< of Command::panel and Command::headless; empty: not chosen
+    bool isInBackground = false; ///< of Command::panel: it stays closed until the user opens it
     int exitCode = kExitDone;
 };
 

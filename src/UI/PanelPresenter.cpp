@@ -34,10 +34,9 @@ QScreen* screenAt(const std::optional<QRect>& icon) {
 } // namespace
 
 PanelPresenter::PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows, ScreenCorner corner)
-    : model_(model), windows_(windows), corner_(corner), engine_(theme) {
+    : model_(model), windows_(windows), corner_(corner), theme_(theme) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     chooseRenderer();
-    engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     connect(&windows_, &WindowSystem::buttonPressed, this, &PanelPresenter::pressedAt);
     connect(&windows_, &WindowSystem::buttonReleased, this,
             [this] { closingPress_.released(ClosingPress::Clock::now()); });
@@ -53,7 +52,11 @@ bool PanelPresenter::isVisible() const {
 }
 
 QQuickWindow* PanelPresenter::make(const QString& component, const QVariantMap& properties) {
-    QQmlComponent source(&engine_, QUrl(QStringLiteral("qrc:/qt/qml/Vello/%1.qml").arg(component)));
+    if (!engine_) {
+        engine_ = std::make_unique<PanelEngine>(theme_);
+        engine_->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    }
+    QQmlComponent source(engine_.get(), QUrl(QStringLiteral("qrc:/qt/qml/Vello/%1.qml").arg(component)));
     QObject* const made = source.createWithInitialProperties(properties);
     auto* const window = qobject_cast<QQuickWindow*>(made);
     if (!window)

@@ -54,7 +54,8 @@ private:
     PanelModel& model_;
     WindowSystem& windows_;
     const ScreenCorner corner_;
-    PanelEngine engine_;
+    Theme& theme_;
+    std::unique_ptr<PanelEngine> engine_;
     std::unique_ptr<QQuickWindow> about_;
     std::unique_ptr<QQuickWindow> window_;
     ClosingPress closingPress_;

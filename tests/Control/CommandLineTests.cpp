@@ -52,6 +52,15 @@ TEST(CommandLine, KnowsHeadless) {
     EXPECT_EQ(parse({"--headless"}).command, Command::headless);
 }
 
+TEST(CommandLine, KeepsThePanelClosedInTheBackground) {
+    const Parsed parsed = parse({"--background"});
+    EXPECT_EQ(parsed.command, Command::panel);
+    EXPECT_TRUE(parsed.isInBackground);
+    EXPECT_FALSE(parse({}).isInBackground);
+    expectWrongUsage({"--background", "--headless"});
+    expectWrongUsage({"--background", "status"});
+}
+
 TEST(CommandLine, KnowsTheFolderThatIsShared) {
     EXPECT_EQ(parse({"--headless", "--sync-folder", "/cloud"}).syncFolder, "/cloud");
     EXPECT_EQ(parse({"--headless"}).syncFolder, "");
