@@ -41,8 +41,7 @@ TEST_P(PanelOnHost, opensBesideItsIconAndClosesByRealClicks) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, PanelOnHost,
-                         testing::Values(TrayHost::xfcePanel, TrayHost::lxqtPanel, TrayHost::tint2,
-                                         TrayHost::trayer),
+                         testing::Values(TrayHost::xfcePanel, TrayHost::lxqtPanel, TrayHost::tint2),
                          [](const auto& host) { return name(host.param); });
 
 /// Whether the signal waits for whoever asks for it in all threads of the process.

@@ -76,7 +76,10 @@ PrivateDesktop::PrivateDesktop(const Environment& session, std::filesystem::path
 
 template <class Condition> void PrivateDesktop::require(Condition condition, const std::string& what) const {
     if (!screen_.waitUntil(condition, 10s))
-        throw std::runtime_error(std::string(what).append(" does not start:\n").append(logs()));
+        throw std::runtime_error(std::string(what)
+                                     .append(" does not start:\n")
+                                     .append(logs())
+                                     .append(describe(screen_.windows())));
 }
 
 std::unique_ptr<ChildProcess> PrivateDesktop::start(const std::string& name,

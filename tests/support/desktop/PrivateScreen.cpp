@@ -70,6 +70,14 @@ void collect(const PrivateScreen::Connection& connection, xcb_window_t window,
 
 } // namespace
 
+std::string describe(const std::vector<ScreenWindow>& windows) {
+    std::ostringstream text;
+    for (const ScreenWindow& window : windows)
+        text << window.name << ": " << window.area.width() << "x" << window.area.height() << " at "
+             << window.area.x() << "," << window.area.y() << (window.isVisible ? "\n" : ", not shown\n");
+    return text.str();
+}
+
 PrivateScreen::PrivateScreen(const Environment& environment, const std::filesystem::path& folder) {
     const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
     server_ =

@@ -26,6 +26,9 @@ struct ScreenWindow {
     bool isVisible = false;
 };
 
+/// One line each, for the message of a failed test.
+std::string describe(const std::vector<ScreenWindow>& windows);
+
 /// A screen of the test's own, with a pointer and a keyboard that every program takes for real ones. It ends
 /// with the object. One thread only.
 class PrivateScreen {

@@ -2,8 +2,6 @@
 #include "TrayHost.h"
 
 #include <fstream>
-#include <iterator>
-#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -90,16 +88,6 @@ systray_icon_size = 22
 systray_padding = 4 2 4
 )";
 
-constexpr const char* trayerCommand = "trayer --edge top --align right --expand true --SetDockType true "
-                                      "--SetPartialStrut true --widthtype percent --width 100 "
-                                      "--heighttype pixel --height 28 --transparent true --alpha 0 "
-                                      "--tint 0x202020";
-
-std::vector<std::string> words(const std::string& text) {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
-}
-
 void writeFile(const std::filesystem::path& file, std::string_view text) {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::trunc);
@@ -122,8 +110,6 @@ std::vector<std::string> prepare(TrayHost host, const std::filesystem::path& con
         writeFile(file, tint2Configuration);
         return {"tint2", "-c", file};
     }
-    case TrayHost::trayer:
-        return words(trayerCommand);
     case TrayHost::none:
         break;
     }
@@ -133,7 +119,7 @@ std::vector<std::string> prepare(TrayHost host, const std::filesystem::path& con
 } // namespace
 
 std::string name(TrayHost host) {
-    static constexpr const char* names[] = {"none", "xfcePanel", "lxqtPanel", "tint2", "trayer"};
+    static constexpr const char* names[] = {"none", "xfcePanel", "lxqtPanel", "tint2"};
     return names[static_cast<std::size_t>(host)];
 }
 

@@ -15,8 +15,7 @@ enum class TrayHost {
     none,
     xfcePanel, ///< takes items from the bus
     lxqtPanel, ///< takes items from the bus
-    tint2,     ///< embeds the windows of icons
-    trayer     ///< embeds the windows of icons
+    tint2      ///< embeds the windows of icons
 };
 
 /// Height of the bar, in pixels.
