@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Shows VELLO at work where no audio session runs: starts a private one with two outputs and two players,
-// lets VELLO equalize them, measures what comes out at the outputs' monitors and prints it. Exit code 0:
-// every figure is inside its tolerance.
+// lets VELLO equalize them, measures what comes out at the outputs' monitors and prints it. At last it opens
+// the panel on a screen of its own and leaves a picture of it. Exit code 0: every figure is inside its
+// tolerance.
 #include "DesignedResponse.h"
+#include "PanelPicture.h"
 
 #include "AudioGraph.h"
 #include "MonitorRecorder.h"
@@ -29,6 +31,7 @@ namespace {
 using namespace std::chrono_literals;
 using namespace vello::session;
 
+constexpr const char* pictureFile = "build/demo/panel.png";
 constexpr int sampleRate = 48000; // Hz
 constexpr int quantum = 512;      // frames
 constexpr int engagements = 5;
@@ -312,6 +315,8 @@ bool run() {
     std::printf("\n");
     for (std::size_t i = 0; i < applications().size(); ++i)
         printEngagements(table, applications()[i], engagementsOf[i]);
+    takePanelPicture(session, pictureFile);
+    std::printf("\nThe panel, with both applications playing: %s\n", pictureFile);
     std::printf("\n%s\n", table.isInTolerance() ? "Every figure is inside its tolerance."
                                                 : "Some figures are out of tolerance.");
     return table.isInTolerance();

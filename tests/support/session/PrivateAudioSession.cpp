@@ -103,10 +103,10 @@ void PrivateAudioSession::startServers() {
 }
 
 void PrivateAudioSession::writeDesktopEntry(const std::string& id, const std::string& name,
-                                            const std::string& executable) const {
+                                            const std::string& executable, const std::string& icon) const {
     writeFile(dataHome() / "applications" / (id + ".desktop"),
-              "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + executable + "\nIcon=" + id +
-                  "\n");
+              "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + executable +
+                  "\nIcon=" + (icon.empty() ? id : icon) + "\n");
 }
 
 std::string PrivateAudioSession::logs() const {

@@ -59,9 +59,10 @@ public:
     /// Starts them again on the same sockets, with the saved state of before.
     void startServers();
 
-    /// A desktop entry of the application `id` (without ".desktop") in the session's own data folder.
-    void writeDesktopEntry(const std::string& id, const std::string& name,
-                           const std::string& executable) const;
+    /// A desktop entry of the application `id` (without ".desktop") in the session's own data folder. An
+    /// empty `icon`: named as the application.
+    void writeDesktopEntry(const std::string& id, const std::string& name, const std::string& executable,
+                           const std::string& icon = {}) const;
     /// Everything that the servers wrote.
     std::string logs() const;
 
