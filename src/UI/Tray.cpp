@@ -64,10 +64,10 @@ void Tray::embed() {
     embedded_->setToolTip(item_.title());
     connect(embedded_.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
-                // A second quick click is also told as a double one, in between.
+                // Of two quick presses the second is told as a double click, and as nothing else.
                 if (reason == QSystemTrayIcon::Context)
                     showMenu(QCursor::pos());
-                else if (reason != QSystemTrayIcon::DoubleClick)
+                else
                     emit activated(geometry());
             });
     embedded_->show();
