@@ -114,7 +114,9 @@ TEST_F(Panel, closesAtEscapeAndAtAClickOutside) {
     EXPECT_TRUE(find("", "Quit"));
     screen().click(emptyPlace);
     awaitClosed();
-    EXPECT_TRUE(panelProcess().isRunning());
+    // However soon: it is another press than the one that closed the panel.
+    screen().click(desktop().awaitTrayIcon().center());
+    awaitOpen();
 }
 
 TEST_F(Panel, staysOpenWhenAnotherWindowComesToTheFront) {
