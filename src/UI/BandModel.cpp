@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/BandModel.h"
 
-#include "UI/BandSliderGeometry.h"
+#include "UI/VerticalDBSliderGeometry.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,7 +25,7 @@ void BandModel::setGliding(bool isGliding) {
 void BandModel::edit(double decibels) {
     if (std::isnan(decibels))
         return;
-    const BandSliderGeometry slider;
+    const VerticalDBSliderGeometry slider;
     setGliding(false);
     emit edited(std::clamp(decibels, slider.lower, slider.upper));
 }

@@ -42,7 +42,7 @@ QString EqualizerModel::volumeText() const {
     return QString::fromStdString(percentage(settings_.volume, QLocale().name().toStdString()));
 }
 
-QString EqualizerModel::presetName() const {
+QString EqualizerModel::currentPresetName() const {
     const auto name = matchingPresetName(settings_.bandGains, controller_.userPresets().value());
     return name ? QString::fromStdString(*name) : tr("Custom");
 }
@@ -51,7 +51,7 @@ bool EqualizerModel::isUnsavedCustomCurve() const {
     return !matchingPresetName(settings_.bandGains, controller_.userPresets().value());
 }
 
-QString EqualizerModel::outputRouteName() const {
+QString EqualizerModel::currentOutputRouteName() const {
     return QString::fromStdString(controller_.outputRouteName(settings_.outputDeviceUID));
 }
 

@@ -25,9 +25,9 @@ class EqualizerModel : public QObject {
     Q_PROPERTY(bool isBypassed READ isBypassed NOTIFY settingsChanged)
     Q_PROPERTY(double volume READ volume WRITE setVolume NOTIFY settingsChanged)
     Q_PROPERTY(QString volumeText READ volumeText NOTIFY settingsChanged)
-    Q_PROPERTY(QString presetName READ presetName NOTIFY presetChanged)
+    Q_PROPERTY(QString currentPresetName READ currentPresetName NOTIFY presetChanged)
     Q_PROPERTY(bool isUnsavedCustomCurve READ isUnsavedCustomCurve NOTIFY presetChanged)
-    Q_PROPERTY(QString outputRouteName READ outputRouteName NOTIFY routeChanged)
+    Q_PROPERTY(QString currentOutputRouteName READ currentOutputRouteName NOTIFY routeChanged)
     /// 0 while there is none.
     Q_PROPERTY(int beatsPerMinute READ beatsPerMinute NOTIFY tempoChanged)
     Q_PROPERTY(vello::MenuModel* presets READ presets CONSTANT)
@@ -44,9 +44,9 @@ public:
     double volume() const { return settings_.volume; }
     void setVolume(double volume);
     QString volumeText() const;
-    QString presetName() const;
+    QString currentPresetName() const;
     bool isUnsavedCustomCurve() const;
-    QString outputRouteName() const;
+    QString currentOutputRouteName() const;
     int beatsPerMinute() const { return beatsPerMinute_; }
     MenuModel* presets() { return &presets_; }
     MenuModel* routes() { return &routes_; }

@@ -10,15 +10,12 @@ LaunchPresentation::LaunchPresentation(MainThread& mainThread, OpenFromStatusIte
     : mainThread_(mainThread), openFromStatusItem_(std::move(openFromStatusItem)),
       onGiveUp_(std::move(onGiveUp)) {}
 
-void LaunchPresentation::start() {
-    attempt(attempts);
-}
-
-void LaunchPresentation::attempt(int remaining) {
-    if (remaining < 1)
+void LaunchPresentation::presentPanelWhenReady(int attemptsRemaining) {
+    if (attemptsRemaining < 1)
         return onGiveUp_();
     if (!openFromStatusItem_())
-        next_ = mainThread_.after(interval, [this, remaining] { attempt(remaining - 1); });
+        next_ = mainThread_.after(
+            interval, [this, attemptsRemaining] { presentPanelWhenReady(attemptsRemaining - 1); });
 }
 
 } // namespace vello

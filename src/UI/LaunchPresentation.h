@@ -19,12 +19,10 @@ public:
     /// object ends the search.
     LaunchPresentation(MainThread& mainThread, OpenFromStatusItem openFromStatusItem, Action onGiveUp);
 
-    /// The first attempt is made at once.
-    void start();
+    /// The first attempt is made at once, each other `interval` after the one before.
+    void presentPanelWhenReady(int attemptsRemaining = attempts);
 
 private:
-    void attempt(int remaining);
-
     MainThread& mainThread_;
     OpenFromStatusItem openFromStatusItem_;
     Action onGiveUp_;

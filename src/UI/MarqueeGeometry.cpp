@@ -12,7 +12,7 @@ std::optional<double> MarqueeGeometry::edgeFade() const {
     return edgeFadeWidth / viewportWidth;
 }
 
-double MarqueeGeometry::offset(double elapsed) const {
+double MarqueeGeometry::marqueeOffset(double elapsed) const {
     const double distance = std::max(0.0, elapsed) * pointsPerSecond;
     const double passed = std::fmod(distance, textWidth + viewportWidth);
     return passed <= textWidth ? -passed : viewportWidth - (passed - textWidth);

@@ -21,7 +21,7 @@ struct MarqueeGeometry {
     std::optional<double> edgeFade() const;
     /// Of the text's leading edge from the viewport's: out to the left, then in again from the right, without
     /// a pause. `elapsed` since the text began to move.
-    double offset(double elapsed) const;
+    double marqueeOffset(double elapsed) const;
 };
 
 } // namespace vello

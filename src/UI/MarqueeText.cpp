@@ -12,10 +12,10 @@ namespace vello {
 
 MarqueeText::MarqueeText(QQuickItem* parent) : QQuickPaintedItem(parent), font_(QGuiApplication::font()) {
     font_.setPixelSize(10);
-    timer_.setTimerType(Qt::PreciseTimer);
-    timer_.setInterval(static_cast<int>(MarqueeGeometry::tickInterval * 1000.0));
-    connect(&timer_, &QTimer::timeout, this, &MarqueeText::tick);
-    sinceStart_.start();
+    animationTimer_.setTimerType(Qt::PreciseTimer);
+    animationTimer_.setInterval(static_cast<int>(MarqueeGeometry::tickInterval * 1000.0));
+    connect(&animationTimer_, &QTimer::timeout, this, &MarqueeText::tick);
+    sinceAnimationStart_.start();
     measure();
 }
 
@@ -23,7 +23,7 @@ void MarqueeText::setText(const QString& text) {
     if (text == text_)
         return;
     text_ = text;
-    sinceStart_.start();
+    sinceAnimationStart_.start();
     setOffset(0.0);
     measure();
     emit textChanged();
@@ -45,12 +45,12 @@ void MarqueeText::setPixelSize(int pixelSize) {
     emit pixelSizeChanged();
 }
 
-void MarqueeText::setMotionReduced(bool isMotionReduced) {
-    if (isMotionReduced == isMotionReduced_)
+void MarqueeText::setReduceMotion(bool reduceMotion) {
+    if (reduceMotion == reduceMotion_)
         return;
-    isMotionReduced_ = isMotionReduced;
+    reduceMotion_ = reduceMotion;
     review();
-    emit motionReducedChanged();
+    emit reduceMotionChanged();
 }
 
 void MarqueeText::measure() {
@@ -62,19 +62,19 @@ void MarqueeText::measure() {
 }
 
 void MarqueeText::review() {
-    const bool moves = geometry().overflows() && !isMotionReduced_ && isVisible() && window();
-    if (moves == timer_.isActive())
+    const bool moves = geometry().overflows() && !reduceMotion_ && isVisible() && window();
+    if (moves == animationTimer_.isActive())
         return;
     if (moves) {
-        timer_.start();
+        animationTimer_.start();
     } else {
-        timer_.stop();
+        animationTimer_.stop();
         setOffset(0.0);
     }
 }
 
 void MarqueeText::tick() {
-    setOffset(geometry().offset(static_cast<double>(sinceStart_.elapsed()) / 1000.0));
+    setOffset(geometry().marqueeOffset(static_cast<double>(sinceAnimationStart_.elapsed()) / 1000.0));
 }
 
 void MarqueeText::setOffset(double offset) {

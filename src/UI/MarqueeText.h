@@ -20,7 +20,7 @@ class MarqueeText : public QQuickPaintedItem {
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
     Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
     Q_PROPERTY(int pixelSize READ pixelSize WRITE setPixelSize NOTIFY pixelSizeChanged)
-    Q_PROPERTY(bool isMotionReduced READ isMotionReduced WRITE setMotionReduced NOTIFY motionReducedChanged)
+    Q_PROPERTY(bool reduceMotion READ reduceMotion WRITE setReduceMotion NOTIFY reduceMotionChanged)
     Q_PROPERTY(double offset READ offset NOTIFY offsetChanged)
 
 public:
@@ -32,8 +32,8 @@ public:
     void setColor(const QColor& color);
     int pixelSize() const { return font_.pixelSize(); }
     void setPixelSize(int pixelSize);
-    bool isMotionReduced() const { return isMotionReduced_; }
-    void setMotionReduced(bool isMotionReduced);
+    bool reduceMotion() const { return reduceMotion_; }
+    void setReduceMotion(bool reduceMotion);
     double offset() const { return offset_; }
 
     void paint(QPainter* painter) override;
@@ -42,7 +42,7 @@ signals:
     void textChanged();
     void colorChanged();
     void pixelSizeChanged();
-    void motionReducedChanged();
+    void reduceMotionChanged();
     void offsetChanged();
 
 protected:
@@ -62,9 +62,9 @@ private:
     QFont font_;
     double textWidth_ = 0.0;
     double offset_ = 0.0;
-    bool isMotionReduced_ = false;
-    QElapsedTimer sinceStart_;
-    QTimer timer_;
+    bool reduceMotion_ = false;
+    QElapsedTimer sinceAnimationStart_;
+    QTimer animationTimer_;
 };
 
 } // namespace vello

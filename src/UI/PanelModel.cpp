@@ -76,9 +76,10 @@ void PanelModel::setShown(bool isShown) {
 
 void PanelModel::toggle(const std::string& sourceID) {
     const bool wasExpanded = expandedSourceID_ == sourceID;
-    if (isTitleReceded_ == wasExpanded) {
-        isTitleReceded_ = !wasExpanded;
-        emit titleChanged();
+    const double titleExpansion = wasExpanded ? 0.0 : 1.0;
+    if (titleExpansion != headerTitleExpansion_) {
+        headerTitleExpansion_ = titleExpansion;
+        emit headerTitleExpansionChanged();
     }
     expandedSourceID_ = wasExpanded ? std::nullopt : std::optional(sourceID);
     showExpansion();

@@ -28,8 +28,8 @@ class PanelModel : public QObject {
                    processingEnabledChanged)
     Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin WRITE setLaunchesAtLogin NOTIFY launchChanged)
     Q_PROPERTY(bool didFailToUpdateLaunch READ didFailToUpdateLaunch NOTIFY launchChanged)
-    /// The title recedes while a card is open.
-    Q_PROPERTY(bool isTitleReceded READ isTitleReceded NOTIFY titleChanged)
+    /// Where the title is on its way to: 1, receded, while a card is open; else 0.
+    Q_PROPERTY(double headerTitleExpansion READ headerTitleExpansion NOTIFY headerTitleExpansionChanged)
 
 public:
     /// Everything outlives the model.
@@ -44,7 +44,9 @@ public:
     bool launchesAtLogin() const { return launchAtLogin_.isEnabled().value(); }
     void setLaunchesAtLogin(bool isEnabled);
     bool didFailToUpdateLaunch() const { return launchAtLogin_.didFailToUpdate().value(); }
-    bool isTitleReceded() const { return isTitleReceded_; }
+    double headerTitleExpansion() const { return headerTitleExpansion_; }
+    /// Of the one open card; absent while all are closed.
+    const std::optional<std::string>& expandedSourceID() const { return expandedSourceID_; }
 
     /// Presets of the open card's source; null while no card of a listed source is open.
     MenuModel* openPresets() const;
@@ -60,7 +62,7 @@ signals:
     void permissionChanged();
     void processingEnabledChanged();
     void launchChanged();
-    void titleChanged();
+    void headerTitleExpansionChanged();
     void aboutRequested();
     void quitRequested();
 
@@ -75,7 +77,7 @@ private:
     LaunchAtLoginController& launchAtLogin_;
     SourceListModel sources_;
     std::optional<std::string> expandedSourceID_;
-    bool isTitleReceded_ = false;
+    double headerTitleExpansion_ = 0.0;
     MeterAudience::Seat seat_;
     std::vector<Observation> observations_;
 };

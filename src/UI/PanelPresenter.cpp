@@ -47,7 +47,7 @@ PanelPresenter::~PanelPresenter() {
     hide();
 }
 
-bool PanelPresenter::isVisible() const {
+bool PanelPresenter::isPanelVisible() const {
     return window_ && window_->isVisible();
 }
 
@@ -79,7 +79,7 @@ void PanelPresenter::makeWindow() {
 void PanelPresenter::show(std::optional<QRect> icon) {
     if (!window_)
         makeWindow();
-    if (!isVisible()) {
+    if (!isPanelVisible()) {
         window_->setProperty("isTranslucent", windows_.hasTranslucency());
         prepare(icon);
         window_->show();
@@ -96,7 +96,7 @@ void PanelPresenter::hide() {
 
 void PanelPresenter::toggle(std::optional<QRect> icon) {
     const bool wasClosedByThisPress = closingPress_.takeActivation(ClosingPress::Clock::now());
-    if (isVisible())
+    if (isPanelVisible())
         hide();
     else if (!wasClosedByThisPress)
         show(icon);
@@ -143,7 +143,7 @@ void PanelPresenter::limitWindow() {
 }
 
 void PanelPresenter::pressedAt(QPoint native) {
-    const bool closes = isVisible() && !isOnPanel(native);
+    const bool closes = isPanelVisible() && !isOnPanel(native);
     closingPress_.pressed(ClosingPress::Clock::now(), closes);
     if (closes)
         hide();

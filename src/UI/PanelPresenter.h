@@ -29,7 +29,7 @@ public:
     PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows, ScreenCorner corner);
     ~PanelPresenter() override;
 
-    bool isVisible() const;
+    bool isPanelVisible() const;
     /// Beside `icon`, or in the corner. Takes the keyboard. A panel that is open stays where it is.
     void show(std::optional<QRect> icon);
     Q_SLOT void hide();

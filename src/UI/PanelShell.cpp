@@ -36,13 +36,13 @@ void PanelShell::observeMenu() {
 }
 
 void PanelShell::presentAtLaunch() {
-    launch_.start();
+    launch_.presentPanelWhenReady();
 }
 
 void PanelShell::reopen(const std::string& activationToken) {
     if (!activationToken.empty())
         qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(activationToken));
-    if (!presenter_.isVisible())
+    if (!presenter_.isPanelVisible())
         presenter_.show(tray_.geometry());
 }
 

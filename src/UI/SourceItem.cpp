@@ -29,7 +29,7 @@ void SourceItem::setSource(AppAudioSource source, QIcon icon) {
     emit sourceChanged();
 }
 
-void SourceItem::setEqualizerEnabled(bool isEnabled) {
+void SourceItem::setEQEnabled(bool isEnabled) {
     EQSettings settings = controller_.settings(source_.id);
     settings.isBypassed = !isEnabled;
     controller_.updateSettings(std::move(settings), source_.id);
@@ -43,9 +43,9 @@ void SourceItem::setExpanded(bool isExpanded) {
 }
 
 void SourceItem::refreshSettings() {
-    const bool wasEnabled = isEqualizerEnabled();
+    const bool wasEnabled = isEQEnabled();
     equalizer_.refreshSettings();
-    if (wasEnabled != isEqualizerEnabled())
+    if (wasEnabled != isEQEnabled())
         emit settingsChanged();
     refreshRouteName();
 }

@@ -22,8 +22,7 @@ class SourceItem : public QObject {
     Q_PROPERTY(bool hasLevel READ hasLevel NOTIFY levelChanged)
     /// Share of the meter that is filled, 0 to 1.
     Q_PROPERTY(double level READ level NOTIFY levelChanged)
-    Q_PROPERTY(
-        bool isEqualizerEnabled READ isEqualizerEnabled WRITE setEqualizerEnabled NOTIFY settingsChanged)
+    Q_PROPERTY(bool isEQEnabled READ isEQEnabled WRITE setEQEnabled NOTIFY settingsChanged)
     /// Of the device chosen for this source; empty while it follows the automatic output.
     Q_PROPERTY(QString outputRouteName READ outputRouteName NOTIFY routeChanged)
     Q_PROPERTY(bool isExpanded READ isExpanded NOTIFY expandedChanged)
@@ -41,8 +40,8 @@ public:
     bool hasIcon() const { return !icon_.isNull(); }
     bool hasLevel() const { return level_.has_value(); }
     double level() const { return level_.value_or(0.0); }
-    bool isEqualizerEnabled() const { return !equalizer_.isBypassed(); }
-    void setEqualizerEnabled(bool isEnabled);
+    bool isEQEnabled() const { return !equalizer_.isBypassed(); }
+    void setEQEnabled(bool isEnabled);
     QString outputRouteName() const { return outputRouteName_; }
     bool isExpanded() const { return isExpanded_; }
     void setExpanded(bool isExpanded);

@@ -32,7 +32,7 @@ SpectrumGeometry::Bar SpectrumGeometry::bar(std::size_t index, float magnitude) 
     return {static_cast<double>(index) * (share + spacing), share, shown * height, fullOpacity * shown};
 }
 
-HueSaturationBrightness glowColor(std::size_t index) noexcept {
+HueSaturationBrightness bandColor(std::size_t index) noexcept {
     return kGlowPalette[std::min(index, kGlowPalette.size() - 1)];
 }
 

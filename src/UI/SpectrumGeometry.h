@@ -36,7 +36,7 @@ struct HueSaturationBrightness {
 };
 
 /// Warm for the lowest band to cool for the highest; every index beyond has the last colour.
-HueSaturationBrightness glowColor(std::size_t index) noexcept;
+HueSaturationBrightness bandColor(std::size_t index) noexcept;
 
 /// Share of a level meter that is filled, 0 to 1.
 double meterFill(float level) noexcept;

@@ -34,7 +34,7 @@ protected:
 TEST_F(LaunchPresentationTest, OpensAtOnceWhenTheItemIsThere) {
     succeedsAtAttempt = 1;
     const auto launch = presentation();
-    launch->start();
+    launch->presentPanelWhenReady();
     EXPECT_EQ(attempts, std::vector<MainThread::Duration>{0ms});
     EXPECT_EQ(mainThread.pendingTaskCount(), 0U);
 }
@@ -42,7 +42,7 @@ TEST_F(LaunchPresentationTest, OpensAtOnceWhenTheItemIsThere) {
 TEST_F(LaunchPresentationTest, LooksEveryTenthOfASecondUntilTheItemIsThere) {
     succeedsAtAttempt = 4;
     const auto launch = presentation();
-    launch->start();
+    launch->presentPanelWhenReady();
     mainThread.advance(1min);
     EXPECT_EQ(attempts, (std::vector<MainThread::Duration>{0ms, 100ms, 200ms, 300ms}));
     EXPECT_TRUE(givenUpAt.empty());
@@ -50,7 +50,7 @@ TEST_F(LaunchPresentationTest, LooksEveryTenthOfASecondUntilTheItemIsThere) {
 
 TEST_F(LaunchPresentationTest, GivesUpAfterTwentyFiveAttempts) {
     const auto launch = presentation();
-    launch->start();
+    launch->presentPanelWhenReady();
     mainThread.advance(1min);
     EXPECT_EQ(attempts.size(), 25U);
     EXPECT_EQ(attempts.back(), 2400ms);
@@ -61,7 +61,7 @@ TEST_F(LaunchPresentationTest, GivesUpAfterTwentyFiveAttempts) {
 TEST_F(LaunchPresentationTest, SucceedsAtTheLastAttempt) {
     succeedsAtAttempt = 25;
     const auto launch = presentation();
-    launch->start();
+    launch->presentPanelWhenReady();
     mainThread.advance(1min);
     EXPECT_EQ(attempts.size(), 25U);
     EXPECT_TRUE(givenUpAt.empty());
@@ -69,7 +69,7 @@ TEST_F(LaunchPresentationTest, SucceedsAtTheLastAttempt) {
 
 TEST_F(LaunchPresentationTest, EndsItsSearchWhenItIsGone) {
     auto launch = presentation();
-    launch->start();
+    launch->presentPanelWhenReady();
     launch.reset();
     mainThread.advance(1min);
     EXPECT_EQ(attempts.size(), 1U);

@@ -16,7 +16,7 @@ constexpr double kSpeed = MarqueeGeometry::pointsPerSecond;
 TEST(MarqueeGeometryTest, MovesThirtyTimesASecondAtItsOwnSpeed) {
     EXPECT_EQ(MarqueeGeometry::pointsPerSecond, 18.4);
     EXPECT_EQ(MarqueeGeometry::tickInterval, 1.0 / 30.0);
-    EXPECT_DOUBLE_EQ(kLongText.offset(1.0), -18.4);
+    EXPECT_DOUBLE_EQ(kLongText.marqueeOffset(1.0), -18.4);
 }
 
 TEST(MarqueeGeometryTest, FitsUpToTheViewportsWidth) {
@@ -35,27 +35,27 @@ TEST(MarqueeGeometryTest, DoesNotFadeWhereTwoFadesFindNoRoom) {
 }
 
 TEST(MarqueeGeometryTest, LeavesToTheLeftAndEntersFromTheRight) {
-    EXPECT_EQ(kLongText.offset(0.0), 0.0);
-    EXPECT_DOUBLE_EQ(kLongText.offset(100.0 / kSpeed), -100.0);
-    EXPECT_NEAR(kLongText.offset(100.001 / kSpeed), 72.0, 0.01);
-    EXPECT_NEAR(kLongText.offset(136.0 / kSpeed), 36.0, 1e-9);
-    EXPECT_NEAR(kLongText.offset(171.999 / kSpeed), 0.0, 0.01);
-    EXPECT_NEAR(kLongText.offset(182.0 / kSpeed), -10.0, 1e-9);
+    EXPECT_EQ(kLongText.marqueeOffset(0.0), 0.0);
+    EXPECT_DOUBLE_EQ(kLongText.marqueeOffset(100.0 / kSpeed), -100.0);
+    EXPECT_NEAR(kLongText.marqueeOffset(100.001 / kSpeed), 72.0, 0.01);
+    EXPECT_NEAR(kLongText.marqueeOffset(136.0 / kSpeed), 36.0, 1e-9);
+    EXPECT_NEAR(kLongText.marqueeOffset(171.999 / kSpeed), 0.0, 0.01);
+    EXPECT_NEAR(kLongText.marqueeOffset(182.0 / kSpeed), -10.0, 1e-9);
 }
 
 TEST(MarqueeGeometryTest, WaitsAtItsStartForAClockThatGoesBack) {
-    EXPECT_EQ(kLongText.offset(-5.0), 0.0);
+    EXPECT_EQ(kLongText.marqueeOffset(-5.0), 0.0);
 }
 
 RC_GTEST_PROP(MarqueeGeometryTest, MovesWithoutAPauseOrAJumpButTheOneAcrossTheViewport, ()) {
     const MarqueeGeometry text{.textWidth = static_cast<double>(*rc::gen::inRange(73, 400)),
                                .viewportWidth = 72.0};
     const double elapsed = *rc::gen::inRange(0, 100000) / 100.0;
-    const double step = text.offset(elapsed) - text.offset(elapsed + 0.01);
+    const double step = text.marqueeOffset(elapsed) - text.marqueeOffset(elapsed + 0.01);
     const double wrap = text.textWidth + text.viewportWidth;
     RC_ASSERT(std::min(std::abs(step - 0.184), std::abs(step + wrap - 0.184)) < 1e-6);
-    RC_ASSERT(text.offset(elapsed) >= -text.textWidth);
-    RC_ASSERT(text.offset(elapsed) <= text.viewportWidth);
+    RC_ASSERT(text.marqueeOffset(elapsed) >= -text.textWidth);
+    RC_ASSERT(text.marqueeOffset(elapsed) <= text.viewportWidth);
 }
 
 } // namespace

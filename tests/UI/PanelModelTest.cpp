@@ -46,15 +46,15 @@ TEST_F(PanelModelTest, OpensOneCardAtATime) {
     scene.play(102, "Browser");
     scene.item("player")->toggle();
     EXPECT_TRUE(scene.item("player")->isExpanded());
-    EXPECT_TRUE(scene.model->isTitleReceded());
+    EXPECT_EQ(scene.model->headerTitleExpansion(), 1.0);
     EXPECT_EQ(scene.controller->activeSourceID().value(), "player");
     scene.item("browser")->toggle();
     EXPECT_FALSE(scene.item("player")->isExpanded());
     EXPECT_TRUE(scene.item("browser")->isExpanded());
-    EXPECT_TRUE(scene.model->isTitleReceded());
+    EXPECT_EQ(scene.model->headerTitleExpansion(), 1.0);
     scene.item("browser")->toggle();
     EXPECT_FALSE(scene.item("browser")->isExpanded());
-    EXPECT_FALSE(scene.model->isTitleReceded());
+    EXPECT_EQ(scene.model->headerTitleExpansion(), 0.0);
     EXPECT_EQ(scene.controller->activeSourceID().value(), std::nullopt);
 }
 
@@ -66,18 +66,18 @@ TEST_F(PanelModelTest, KeepsTheOpenCardOfASourceThatIsAwayForAWhile) {
     scene.hardware.removeObject(process);
     scene.mainThread.advance(std::chrono::milliseconds(300));
     EXPECT_EQ(scene.item(id), nullptr);
-    EXPECT_TRUE(scene.model->isTitleReceded());
+    EXPECT_EQ(scene.model->headerTitleExpansion(), 1.0);
     EXPECT_EQ(scene.controller->activeSourceID().value(), id);
 }
 
 TEST_F(PanelModelTest, BypassesWithTheSwitchOfTheCard) {
     scene.play(101, "Player");
     SourceItem& player = *scene.item("player");
-    EXPECT_TRUE(player.isEqualizerEnabled());
+    EXPECT_TRUE(player.isEQEnabled());
     QSignalSpy changes(&player, &SourceItem::settingsChanged);
-    player.setEqualizerEnabled(false);
+    player.setEQEnabled(false);
     EXPECT_TRUE(settings("player").isBypassed);
-    EXPECT_FALSE(player.isEqualizerEnabled());
+    EXPECT_FALSE(player.isEQEnabled());
     EXPECT_EQ(changes.count(), 1);
 }
 
@@ -94,15 +94,15 @@ TEST_F(PanelModelTest, EditsOneBandAndClampsWhatIsOutsideOfTheSlider) {
 
 TEST_F(PanelModelTest, NamesTheCurveAndOffersToSaveAnUnknownOne) {
     EqualizerModel& model = equalizer(std::string(kSystemSourceID));
-    EXPECT_EQ(model.presetName(), "Flat");
+    EXPECT_EQ(model.currentPresetName(), "Flat");
     EXPECT_TRUE(model.isFlat());
     EXPECT_FALSE(model.isUnsavedCustomCurve());
     model.findChildren<BandModel*>()[0]->edit(1e-9);
-    EXPECT_EQ(model.presetName(), "Custom");
+    EXPECT_EQ(model.currentPresetName(), "Custom");
     EXPECT_TRUE(model.isUnsavedCustomCurve());
     EXPECT_FALSE(model.savePreset(QStringLiteral(" \t\n ")));
     EXPECT_TRUE(model.savePreset(QStringLiteral("  Mine\n")));
-    EXPECT_EQ(model.presetName(), "Mine");
+    EXPECT_EQ(model.currentPresetName(), "Mine");
     EXPECT_FALSE(model.isUnsavedCustomCurve());
 }
 
@@ -116,10 +116,10 @@ TEST_F(PanelModelTest, ListsBuiltInPresetsThenTheUsersOwn) {
     EXPECT_FALSE(entries[5].startsGroup);
     EXPECT_EQ(entries[6], (MenuEntry{QStringLiteral("Mine"), false, true}));
     model.presets()->choose(6);
-    EXPECT_EQ(model.presetName(), "Mine");
+    EXPECT_EQ(model.currentPresetName(), "Mine");
     EXPECT_TRUE(model.presets()->entries()[6].isChecked);
     model.presets()->choose(2);
-    EXPECT_EQ(model.presetName(), "Bass Boost");
+    EXPECT_EQ(model.currentPresetName(), "Bass Boost");
 }
 
 TEST_F(PanelModelTest, GlidesToAPresetButFollowsAHandAtOnce) {
@@ -158,7 +158,7 @@ TEST_F(PanelModelTest, RoutesToADeviceAndBackToTheAutomaticOutput) {
     EXPECT_EQ(titles()[0], "Automatic");
     EXPECT_TRUE(titles().contains(QStringLiteral("Built-in Speakers (Default)")));
     EXPECT_TRUE(model.routes()->entries()[0].isChecked);
-    EXPECT_EQ(model.outputRouteName(), "Automatic");
+    EXPECT_EQ(model.currentOutputRouteName(), "Automatic");
 
     const auto headphones = static_cast<int>(titles().indexOf(QStringLiteral("Studio Headphones")));
     model.routes()->choose(headphones);

@@ -83,7 +83,7 @@ const std::map<std::string, Prepare> kScenes{
     {"bypassed",
      [](PanelScene& scene) {
          startPlaying(scene), openCard(scene, kOwnCurve);
-         scene.item("rhythmbox")->setEqualizerEnabled(false);
+         scene.item("rhythmbox")->setEQEnabled(false);
      }},
     {"menu",
      [](PanelScene& scene) {

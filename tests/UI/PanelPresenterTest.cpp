@@ -44,11 +44,11 @@ protected:
 TEST_F(PanelPresenterTest, OpensThePanelUnderTheItemAndClosesItAgain) {
     PanelPresenter& presenter = makePresenter();
     presenter.toggle(kIcon);
-    ASSERT_TRUE(presenter.isVisible());
+    ASSERT_TRUE(presenter.isPanelVisible());
     EXPECT_NEAR(panel().center().x(), kIcon.center().x(), 1);
     EXPECT_EQ(panel().top(), kIcon.y() + kIcon.height() + 8);
     presenter.toggle(kIcon);
-    EXPECT_FALSE(presenter.isVisible());
+    EXPECT_FALSE(presenter.isPanelVisible());
 }
 
 TEST_F(PanelPresenterTest, OpensThePanelInTheChosenCornerWhereTheItemsPlaceIsNotKnown) {
@@ -78,7 +78,7 @@ TEST_F(PanelPresenterTest, LeavesAnOpenPanelWhereItIs) {
     presenter.show(kIcon);
     const QRect before = panel();
     presenter.show(std::nullopt);
-    EXPECT_TRUE(presenter.isVisible());
+    EXPECT_TRUE(presenter.isPanelVisible());
     EXPECT_EQ(panel(), before);
 }
 
@@ -96,35 +96,35 @@ TEST_F(PanelPresenterTest, ClosesOnAClickOutsideAndStaysOnOneInside) {
     PanelPresenter& presenter = makePresenter();
     presenter.show(kIcon);
     click(panel().center());
-    EXPECT_TRUE(presenter.isVisible());
+    EXPECT_TRUE(presenter.isPanelVisible());
     click(panel().bottomRight() + QPoint(10, 0));
-    EXPECT_FALSE(presenter.isVisible()) << "the clear margin is outside";
+    EXPECT_FALSE(presenter.isPanelVisible()) << "the clear margin is outside";
 }
 
 TEST_F(PanelPresenterTest, StaysClosedAfterTheClickOnTheItemThatClosedIt) {
     PanelPresenter& presenter = makePresenter();
     click(kIcon.center(), true);
-    EXPECT_TRUE(presenter.isVisible());
+    EXPECT_TRUE(presenter.isPanelVisible());
     click(kIcon.center(), true);
-    EXPECT_FALSE(presenter.isVisible());
+    EXPECT_FALSE(presenter.isPanelVisible());
     click(kIcon.center(), true);
-    EXPECT_TRUE(presenter.isVisible());
+    EXPECT_TRUE(presenter.isPanelVisible());
 }
 
 TEST_F(PanelPresenterTest, OpensOnAClickOnTheItemRightAfterOneOutside) {
     PanelPresenter& presenter = makePresenter();
     presenter.show(kIcon);
     click(screen().bottomLeft());
-    ASSERT_FALSE(presenter.isVisible());
+    ASSERT_FALSE(presenter.isPanelVisible());
     click(kIcon.center(), true);
-    EXPECT_TRUE(presenter.isVisible());
+    EXPECT_TRUE(presenter.isPanelVisible());
 }
 
 TEST_F(PanelPresenterTest, ClosesWhenThePanelAsksForIt) {
     PanelPresenter& presenter = makePresenter();
     presenter.show(kIcon);
     QMetaObject::invokeMethod(presenter.window(), "dismissed");
-    EXPECT_FALSE(presenter.isVisible());
+    EXPECT_FALSE(presenter.isPanelVisible());
 }
 
 TEST_F(PanelPresenterTest, TellsTheWindowSystemWhereThePanelIsInItsWindow) {
@@ -150,7 +150,7 @@ TEST_F(PanelPresenterTest, ShowsTheAboutWindowBesideThePanel) {
         return window->isVisible() && window->title() == QStringLiteral("About VELLO");
     };
     EXPECT_TRUE(std::ranges::any_of(QGuiApplication::topLevelWindows(), isAbout));
-    EXPECT_TRUE(presenter.isVisible());
+    EXPECT_TRUE(presenter.isPanelVisible());
 }
 
 } // namespace

@@ -153,7 +153,7 @@ TEST_F(PanelQuickTest, DoesNotOpenTheCardByItsSwitch) {
     open();
     click(item(QStringLiteral("EQ enabled for Player")));
     EXPECT_FALSE(scene.item("player")->isExpanded());
-    EXPECT_FALSE(scene.item("player")->isEqualizerEnabled());
+    EXPECT_FALSE(scene.item("player")->isEQEnabled());
 }
 
 TEST_F(PanelQuickTest, AsksForANameAndSavesTheCurveUnderIt) {

@@ -45,9 +45,9 @@ TEST(SpectrumGeometryTest, RunsFromWarmToCool) {
                                                {0.24, 0.31, 0.90}, {0.40, 0.31, 0.90}, {0.52, 0.33, 0.92},
                                                {0.60, 0.35, 0.94}, {0.70, 0.33, 0.94}};
     for (std::size_t index = 0; index < std::size(palette); ++index)
-        EXPECT_EQ(glowColor(index), palette[index]) << index;
-    EXPECT_EQ(glowColor(8), palette[7]);
-    EXPECT_EQ(glowColor(1000), palette[7]);
+        EXPECT_EQ(bandColor(index), palette[index]) << index;
+    EXPECT_EQ(bandColor(8), palette[7]);
+    EXPECT_EQ(bandColor(1000), palette[7]);
 }
 
 TEST(SpectrumGeometryTest, FillsAMeterFromEmptyToFull) {

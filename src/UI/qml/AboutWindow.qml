@@ -15,7 +15,7 @@ Window {
     maximumHeight: content.implicitHeight
     color: content.color
 
-    AboutVello {
+    AboutVelloView {
         id: content
 
         anchors.fill: parent

@@ -25,7 +25,7 @@ Column {
         response: 0.25
         isAnimated: !Theme.isMotionReduced
     }
-    VerticalDbSlider {
+    VerticalDBSlider {
         width: parent.width
         height: 132
         gain: root.band.gain

@@ -41,7 +41,7 @@ Item {
             text: "\u221212"
         }
     }
-    SpectrumGlow {
+    SpectrumGlowView {
         x: bands.x - bleed
         y: -bleed
         width: bands.width + 2 * bleed

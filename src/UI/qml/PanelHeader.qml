@@ -11,9 +11,9 @@ Item {
     implicitHeight: 22
 
     SpringFollower {
-        id: expansion
+        id: headerTitleExpansion
 
-        to: root.panel.isTitleReceded ? 1 : 0
+        to: root.panel.headerTitleExpansion
         response: 0.256
         isAnimated: !Theme.isMotionReduced
     }
@@ -43,8 +43,8 @@ Item {
         minimumPixelSize: Math.round(Theme.headline * 0.75)
         maximumLineCount: 1
         color: Theme.primary
-        scale: PanelMeasures.titleScale(expansion.value)
-        opacity: PanelMeasures.titleOpacity(expansion.value)
+        scale: PanelMeasures.titleScale(headerTitleExpansion.value)
+        opacity: PanelMeasures.titleOpacity(headerTitleExpansion.value)
         Accessible.role: Accessible.Heading
         Accessible.name: text
     }

@@ -23,7 +23,7 @@ Window {
     width: content.implicitWidth + 2 * root.margin
     height: 620 + 2 * root.margin
 
-    MenuPanel {
+    MenuPanelView {
         id: content
 
         x: root.margin

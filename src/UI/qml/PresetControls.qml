@@ -20,7 +20,7 @@ RowLayout {
         Layout.maximumWidth: implicitWidth
         Layout.minimumWidth: 70
         symbol: "dial.medium"
-        text: root.equalizer.presetName
+        text: root.equalizer.currentPresetName
         onClicked: menu.open()
 
         PanelMenu {

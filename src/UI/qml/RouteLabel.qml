@@ -8,7 +8,7 @@ MarqueeText {
 
     color: Theme.secondary
     pixelSize: Theme.caption2
-    isMotionReduced: Theme.isMotionReduced
+    reduceMotion: Theme.isMotionReduced
     Accessible.role: Accessible.StaticText
     Accessible.name: qsTr("Output: %1").arg(root.text)
 

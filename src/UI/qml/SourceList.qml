@@ -7,8 +7,10 @@ Item {
     id: root
 
     required property PanelModel panel
+    /// How high all cards are together.
+    readonly property real listContentHeight: stack.implicitHeight
 
-    implicitHeight: PanelMeasures.listHeight(stack.implicitHeight)
+    implicitHeight: PanelMeasures.listHeight(root.listContentHeight)
 
     Item {
         // Cards may cast their shadows into the panel's margins, but not into what is above and below.
@@ -30,7 +32,7 @@ Item {
             anchors.leftMargin: 12
             anchors.rightMargin: 12
             contentWidth: width
-            contentHeight: stack.implicitHeight
+            contentHeight: root.listContentHeight
             interactive: isScrollable
             boundsBehavior: isScrollable ? Flickable.DragAndOvershootBounds : Flickable.StopAtBounds
             flickableDirection: Flickable.VerticalFlick
@@ -44,7 +46,7 @@ Item {
                 Repeater {
                     model: root.panel.sources
 
-                    delegate: SourceCard {
+                    delegate: SourceSection {
                         width: parent ? parent.width : 0
                     }
                 }

@@ -18,7 +18,7 @@ RowLayout {
 
         symbol: "speaker.wave.2.fill"
         label: qsTr("Output route")
-        hint: root.equalizer.outputRouteName
+        hint: root.equalizer.currentOutputRouteName
         onClicked: menu.open()
 
         PanelMenu {

@@ -7,7 +7,7 @@ namespace vello {
 
 /// Where the parts of a vertical gain slider stand and what a pointer on it means. Lengths are points,
 /// measured from the top; gains are dB.
-struct BandSliderGeometry {
+struct VerticalDBSliderGeometry {
     static constexpr double width = 26.0;
     /// The zero mark reaches this far beyond the track on either side.
     static constexpr double zeroMarkOverhang = 4.0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "UI/BandSliderGeometry.h"
+#include "UI/VerticalDBSliderGeometry.h"
 
 #include "Models/Localization.h"
 
@@ -8,28 +8,28 @@
 
 namespace vello {
 
-double BandSliderGeometry::position(double gain) const {
+double VerticalDBSliderGeometry::position(double gain) const {
     return height * (1.0 - (gain - lower) / (upper - lower));
 }
 
-double BandSliderGeometry::thumbCentre(double gain) const {
+double VerticalDBSliderGeometry::thumbCentre(double gain) const {
     const double radius = thumbDiameter / 2.0;
     return std::max(radius, std::min(position(gain), height - radius));
 }
 
-BandSliderGeometry::Bar BandSliderGeometry::valueBar(double gain) const {
+VerticalDBSliderGeometry::Bar VerticalDBSliderGeometry::valueBar(double gain) const {
     const double end = position(gain);
     return {(middle() + end) / 2.0, std::max(std::abs(end - middle()), trackWidth)};
 }
 
-double BandSliderGeometry::draggedGain(double position) const {
+double VerticalDBSliderGeometry::draggedGain(double position) const {
     const double fromTop = position / height;
     const double fraction = fromTop <= 0.0 ? 1.0 : 1.0 - std::min(fromTop, 1.0);
     const double gain = lower + (upper - lower) * fraction;
     return std::abs(gain) < zeroSnapWindow ? 0.0 : gain;
 }
 
-double BandSliderGeometry::steppedGain(double gain, double decibels) const {
+double VerticalDBSliderGeometry::steppedGain(double gain, double decibels) const {
     const double stepped = gain + decibels;
     return decibels < 0.0 ? std::max(stepped, lower) : std::min(stepped, upper);
 }

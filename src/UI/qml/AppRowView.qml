@@ -72,16 +72,16 @@ T.AbstractButton {
             visible: !root.source.isExpanded && root.source.outputRouteName !== ""
             text: root.source.outputRouteName
         }
-        LevelMeter {
+        LevelMeterView {
             hasLevel: root.source.hasLevel
             level: root.source.level
         }
         SwitchToggle {
             trackHeight: 15
-            isOn: root.source.isEqualizerEnabled
+            isOn: root.source.isEQEnabled
             label: qsTr("EQ enabled for %1").arg(root.source.name)
             hint: qsTr("Bypass the equalizer for %1").arg(root.source.name)
-            onSwitched: isOn => root.source.isEqualizerEnabled = isOn
+            onSwitched: isOn => root.source.isEQEnabled = isOn
         }
         Symbol {
             name: "chevron.down"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "UI/BandSliderGeometry.h"
+#include "UI/VerticalDBSliderGeometry.h"
 
 #include <QObject>
 #include <QtQmlIntegration>
@@ -9,7 +9,7 @@
 namespace vello {
 
 /// The geometry of one band's slider at its present height and gain.
-class BandSliderShape : public QObject {
+class VerticalDBSliderShape : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(double height MEMBER height_ WRITE setHeight NOTIFY changed)
@@ -26,11 +26,11 @@ class BandSliderShape : public QObject {
     Q_PROPERTY(double barHeight READ barHeight NOTIFY changed)
 
 public:
-    explicit BandSliderShape(QObject* parent = nullptr) : QObject(parent) {}
+    explicit VerticalDBSliderShape(QObject* parent = nullptr) : QObject(parent) {}
 
     void setHeight(double height);
     void setGain(double gain);
-    double width() const { return BandSliderGeometry::width; }
+    double width() const { return VerticalDBSliderGeometry::width; }
     double lower() const { return geometry().lower; }
     double upper() const { return geometry().upper; }
     double trackWidth() const { return geometry().trackWidth; }
@@ -51,9 +51,9 @@ signals:
     void changed();
 
 private:
-    BandSliderGeometry geometry() const { return {.height = height_}; }
+    VerticalDBSliderGeometry geometry() const { return {.height = height_}; }
 
-    double height_ = BandSliderGeometry{}.height;
+    double height_ = VerticalDBSliderGeometry{}.height;
     double gain_ = 0.0;
 };
 

@@ -54,7 +54,7 @@ Item {
             event.accepted = false;
     }
 
-    BandSliderShape {
+    VerticalDBSliderShape {
         id: shape
 
         height: root.height

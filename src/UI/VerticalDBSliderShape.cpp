@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "UI/BandSliderShape.h"
+#include "UI/VerticalDBSliderShape.h"
 
 namespace vello {
 
-void BandSliderShape::setHeight(double height) {
+void VerticalDBSliderShape::setHeight(double height) {
     if (height == height_)
         return;
     height_ = height;
     emit changed();
 }
 
-void BandSliderShape::setGain(double gain) {
+void VerticalDBSliderShape::setGain(double gain) {
     if (gain == gain_)
         return;
     gain_ = gain;

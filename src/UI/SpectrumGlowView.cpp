@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "UI/SpectrumGlow.h"
+#include "UI/SpectrumGlowView.h"
 
 #include "UI/ImageBlur.h"
 #include "UI/SpectrumGeometry.h"
@@ -16,7 +16,7 @@ namespace {
 constexpr double kPixelsPerPoint = 0.5;
 
 QColor barColor(std::size_t index, double saturation) {
-    const HueSaturationBrightness color = glowColor(index);
+    const HueSaturationBrightness color = bandColor(index);
     const QColor full = QColor::fromHsvF(static_cast<float>(color.hue), static_cast<float>(color.saturation),
                                          static_cast<float>(color.brightness));
     const float grey = 0.2126F * full.redF() + 0.7152F * full.greenF() + 0.0722F * full.blueF();
@@ -27,11 +27,11 @@ QColor barColor(std::size_t index, double saturation) {
 
 } // namespace
 
-double SpectrumGlow::bleed() {
+double SpectrumGlowView::bleed() {
     return std::ceil(3.0 * SpectrumGeometry::blurRadius);
 }
 
-void SpectrumGlow::setMagnitudes(const QList<float>& magnitudes) {
+void SpectrumGlowView::setMagnitudes(const QList<float>& magnitudes) {
     if (magnitudes == magnitudes_)
         return;
     magnitudes_ = magnitudes;
@@ -39,7 +39,7 @@ void SpectrumGlow::setMagnitudes(const QList<float>& magnitudes) {
     update();
 }
 
-void SpectrumGlow::setSaturation(double saturation) {
+void SpectrumGlowView::setSaturation(double saturation) {
     if (saturation == saturation_)
         return;
     saturation_ = saturation;
@@ -47,7 +47,7 @@ void SpectrumGlow::setSaturation(double saturation) {
     update();
 }
 
-QImage SpectrumGlow::glow(double scale) const {
+QImage SpectrumGlowView::glow(double scale) const {
     QImage image((size() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     const SpectrumGeometry geometry{.width = width() - 2.0 * bleed(),
@@ -72,7 +72,7 @@ QImage SpectrumGlow::glow(double scale) const {
     return image;
 }
 
-void SpectrumGlow::paint(QPainter* painter) {
+void SpectrumGlowView::paint(QPainter* painter) {
     const bool isSilent = std::ranges::none_of(magnitudes_, [](float magnitude) { return magnitude > 0.0F; });
     if (isSilent || width() < 1.0 || height() < 1.0)
         return;

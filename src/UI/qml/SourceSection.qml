@@ -35,7 +35,7 @@ Item {
     HoverHandler {
         id: hover
     }
-    AppRow {
+    AppRowView {
         id: row
 
         width: root.width
@@ -61,7 +61,7 @@ Item {
                 // There is an equalizer only while it can be seen.
                 model: root.source.isExpanded || spring.isMoving ? [root.source.equalizer] : []
 
-                delegate: EQPanel {
+                delegate: EQPanelView {
                     width: parent ? parent.width : 0
                 }
             }

@@ -40,7 +40,7 @@ FocusScope {
             visible: root.panel.isAuthorized
             panel: root.panel
         }
-        PermissionOnboarding {
+        PermissionOnboardingView {
             width: parent.width
             visible: !root.panel.isAuthorized
             isDenied: root.panel.isDenied

@@ -10,7 +10,7 @@ namespace vello {
 
 /// The live spectrum as a soft row of coloured bars. The blur reaches `bleed` beyond the bars: the item is by
 /// so much larger than the room of the bars, on every side.
-class SpectrumGlow : public QQuickPaintedItem {
+class SpectrumGlowView : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     /// One for each bar, 0 to 1.
@@ -20,7 +20,7 @@ class SpectrumGlow : public QQuickPaintedItem {
     Q_PROPERTY(double bleed READ bleed CONSTANT)
 
 public:
-    explicit SpectrumGlow(QQuickItem* parent = nullptr) : QQuickPaintedItem(parent) {}
+    explicit SpectrumGlowView(QQuickItem* parent = nullptr) : QQuickPaintedItem(parent) {}
 
     const QList<float>& magnitudes() const { return magnitudes_; }
     void setMagnitudes(const QList<float>& magnitudes);

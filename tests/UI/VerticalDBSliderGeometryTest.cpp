@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "UI/BandSliderGeometry.h"
+#include "UI/VerticalDBSliderGeometry.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -9,7 +9,7 @@
 namespace vello {
 namespace {
 
-const BandSliderGeometry kSlider;
+const VerticalDBSliderGeometry kSlider;
 
 /// A gain of the slider's range, in steps of a hundredth.
 rc::Gen<double> gains() {
@@ -21,8 +21,8 @@ rc::Gen<double> pointerPositions() {
     return rc::gen::map(rc::gen::inRange(-1320, 2640), [](int tenths) { return tenths / 10.0; });
 }
 
-TEST(BandSliderGeometryTest, IsMadeForTheBandsOfTheEqualizer) {
-    EXPECT_EQ(BandSliderGeometry::width, 26.0);
+TEST(VerticalDBSliderGeometryTest, IsMadeForTheBandsOfTheEqualizer) {
+    EXPECT_EQ(VerticalDBSliderGeometry::width, 26.0);
     EXPECT_EQ(kSlider.height, 132.0);
     EXPECT_EQ(kSlider.lower, -12.0);
     EXPECT_EQ(kSlider.upper, 12.0);
@@ -33,21 +33,21 @@ TEST(BandSliderGeometryTest, IsMadeForTheBandsOfTheEqualizer) {
     EXPECT_EQ(kSlider.zeroMarkWidth(), 13.0);
 }
 
-TEST(BandSliderGeometryTest, MeasuresPositionsFromTheUpperBoundDown) {
+TEST(VerticalDBSliderGeometryTest, MeasuresPositionsFromTheUpperBoundDown) {
     EXPECT_EQ(kSlider.position(12.0), 0.0);
     EXPECT_EQ(kSlider.position(0.0), 66.0);
     EXPECT_EQ(kSlider.position(-12.0), 132.0);
     EXPECT_EQ(kSlider.position(6.0), 33.0);
 }
 
-TEST(BandSliderGeometryTest, KeepsTheMiddleAlsoForARangeThatIsNotSymmetric) {
-    const BandSliderGeometry slider{.height = 100.0, .lower = 0.0, .upper = 10.0};
+TEST(VerticalDBSliderGeometryTest, KeepsTheMiddleAlsoForARangeThatIsNotSymmetric) {
+    const VerticalDBSliderGeometry slider{.height = 100.0, .lower = 0.0, .upper = 10.0};
     EXPECT_EQ(slider.middle(), 50.0);
     EXPECT_EQ(slider.valueBar(0.0).centre, 75.0);
     EXPECT_EQ(slider.valueBar(0.0).height, 50.0);
 }
 
-TEST(BandSliderGeometryTest, StopsTheThumbAtTheEndsWhileTheBarReachesThem) {
+TEST(VerticalDBSliderGeometryTest, StopsTheThumbAtTheEndsWhileTheBarReachesThem) {
     EXPECT_EQ(kSlider.thumbCentre(12.0), 9.75);
     EXPECT_EQ(kSlider.thumbCentre(-12.0), 132.0 - 9.75);
     EXPECT_EQ(kSlider.thumbCentre(0.0), 66.0);
@@ -56,13 +56,13 @@ TEST(BandSliderGeometryTest, StopsTheThumbAtTheEndsWhileTheBarReachesThem) {
     EXPECT_EQ(kSlider.valueBar(-12.0).centre, 99.0);
 }
 
-TEST(BandSliderGeometryTest, ShowsARoundDotAtZero) {
+TEST(VerticalDBSliderGeometryTest, ShowsARoundDotAtZero) {
     EXPECT_EQ(kSlider.valueBar(0.0).height, kSlider.trackWidth);
     EXPECT_EQ(kSlider.valueBar(0.0).centre, 66.0);
     EXPECT_EQ(kSlider.valueBar(0.3).height, kSlider.trackWidth);
 }
 
-TEST(BandSliderGeometryTest, SetsTheGainUnderThePointer) {
+TEST(VerticalDBSliderGeometryTest, SetsTheGainUnderThePointer) {
     EXPECT_EQ(kSlider.draggedGain(0.0), 12.0);
     EXPECT_EQ(kSlider.draggedGain(132.0), -12.0);
     EXPECT_EQ(kSlider.draggedGain(66.0), 0.0);
@@ -71,11 +71,11 @@ TEST(BandSliderGeometryTest, SetsTheGainUnderThePointer) {
     EXPECT_DOUBLE_EQ(kSlider.draggedGain(33.0), 6.0);
 }
 
-TEST(BandSliderGeometryTest, SnapsBelowSixTenthsOfADecibelOnly) {
+TEST(VerticalDBSliderGeometryTest, SnapsBelowSixTenthsOfADecibelOnly) {
     EXPECT_EQ(kSlider.draggedGain(kSlider.position(0.59)), 0.0);
     EXPECT_EQ(kSlider.draggedGain(kSlider.position(-0.59)), 0.0);
     // Ranges in which the pointer's gain is exact in binary, so that the bound itself is met.
-    const BandSliderGeometry exact{.height = 16.0, .lower = -8.0, .upper = 8.0, .zeroSnapWindow = 1.0};
+    const VerticalDBSliderGeometry exact{.height = 16.0, .lower = -8.0, .upper = 8.0, .zeroSnapWindow = 1.0};
     EXPECT_EQ(exact.draggedGain(7.0), 1.0);
     EXPECT_EQ(exact.draggedGain(9.0), -1.0);
     EXPECT_EQ(exact.draggedGain(7.25), 0.0);
@@ -84,7 +84,7 @@ TEST(BandSliderGeometryTest, SnapsBelowSixTenthsOfADecibelOnly) {
     EXPECT_NEAR(kSlider.draggedGain(kSlider.position(-0.6000001)), -0.6, 1e-6);
 }
 
-TEST(BandSliderGeometryTest, StepsWithoutSnappingOrRounding) {
+TEST(VerticalDBSliderGeometryTest, StepsWithoutSnappingOrRounding) {
     EXPECT_EQ(kSlider.steppedGain(11.5, 1.0), 12.0);
     EXPECT_EQ(kSlider.steppedGain(0.4, 1.0), 1.4);
     EXPECT_EQ(kSlider.steppedGain(-11.5, -1.0), -12.0);
@@ -92,7 +92,7 @@ TEST(BandSliderGeometryTest, StepsWithoutSnappingOrRounding) {
     EXPECT_EQ(kSlider.steppedGain(10.0, 3.0), 12.0);
 }
 
-TEST(BandSliderGeometryTest, ReadsAGainAsWholeDecibels) {
+TEST(VerticalDBSliderGeometryTest, ReadsAGainAsWholeDecibels) {
     EXPECT_EQ(spokenGain(3.0), "3 decibels");
     EXPECT_EQ(spokenGain(-12.0), "-12 decibels");
     EXPECT_EQ(spokenGain(2.5), "3 decibels");
@@ -100,21 +100,21 @@ TEST(BandSliderGeometryTest, ReadsAGainAsWholeDecibels) {
     EXPECT_EQ(spokenGain(-0.4), "0 decibels");
 }
 
-RC_GTEST_PROP(BandSliderGeometryTest, StaysInRangeWhereverThePointerIs, ()) {
+RC_GTEST_PROP(VerticalDBSliderGeometryTest, StaysInRangeWhereverThePointerIs, ()) {
     const double gain = kSlider.draggedGain(*pointerPositions());
     RC_ASSERT(gain >= -12.0);
     RC_ASSERT(gain <= 12.0);
     RC_ASSERT(gain == 0.0 || std::abs(gain) >= 0.6);
 }
 
-RC_GTEST_PROP(BandSliderGeometryTest, ReturnsTheGainWhosePositionIsPointedAt, ()) {
+RC_GTEST_PROP(VerticalDBSliderGeometryTest, ReturnsTheGainWhosePositionIsPointedAt, ()) {
     const double gain = *gains();
     RC_PRE(std::abs(std::abs(gain) - 0.6) > 1e-6); // the way through the position rounds
     const double expected = std::abs(gain) < 0.6 ? 0.0 : gain;
     RC_ASSERT(std::abs(kSlider.draggedGain(kSlider.position(gain)) - expected) < 1e-9);
 }
 
-RC_GTEST_PROP(BandSliderGeometryTest, KeepsTheThumbInsideAndTheBarAsWideAsTheTrack, ()) {
+RC_GTEST_PROP(VerticalDBSliderGeometryTest, KeepsTheThumbInsideAndTheBarAsWideAsTheTrack, ()) {
     const double gain = *gains();
     RC_ASSERT(kSlider.thumbCentre(gain) >= 9.75);
     RC_ASSERT(kSlider.thumbCentre(gain) <= 122.25);
