@@ -8,9 +8,10 @@
 
 namespace vello {
 
-void BandModel::setGain(double gain) {
+void BandModel::show(double gain, bool glides) {
     if (gain == gain_)
         return;
+    setGliding(glides);
     gain_ = gain;
     emit gainChanged();
 }

@@ -22,9 +22,9 @@ public:
 
     QString label() const { return label_; }
     double gain() const { return gain_; }
-    void setGain(double gain);
     bool isGliding() const { return isGliding_; }
-    void setGliding(bool isGliding);
+    /// The gain is now this one; `glides` says how it is reached. An unchanged gain is reached already.
+    void show(double gain, bool glides);
 
     /// The user sets the band. A gain outside the sliders' range counts as its nearest bound; what is not a
     /// number is refused.
@@ -36,6 +36,8 @@ signals:
     void edited(double decibels);
 
 private:
+    void setGliding(bool isGliding);
+
     const QString label_;
     double gain_ = 0.0;
     bool isGliding_ = false;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/EqualizerModel.h"
 
+#include "AudioEngine/DisplayText.h"
 #include "UI/EQPanelTexts.h"
 
 #include <QLocale>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 #include <cmath>
@@ -64,8 +66,8 @@ void EqualizerModel::edit(const std::function<void(EQSettings&)>& change) {
 
 void EqualizerModel::setGains(std::span<const double> gains) {
     edit([gains](EQSettings& settings) {
-        std::ranges::copy(gains.first(std::min(gains.size(), EQSettings::bandCount)),
-                          settings.bandGains.begin());
+        settings.bandGains.assign(gains.begin(), gains.end());
+        settings.bandGains.resize(EQSettings::bandCount);
     });
 }
 
@@ -88,8 +90,7 @@ void EqualizerModel::applyPreset(int row) {
     const auto place = static_cast<std::size_t>(row);
     if (row < 0 || place >= builtIn.size() + own.size())
         return;
-    for (BandModel* const band : bands_)
-        band->setGliding(true);
+    const QScopedValueRollback glide(isApplyingPreset_, true);
     if (place < builtIn.size())
         setGains(builtIn[place].bandGains());
     else
@@ -107,13 +108,13 @@ void EqualizerModel::chooseRoute(int row) {
 }
 
 bool EqualizerModel::isBlank(const QString& name) {
-    return name.trimmed().isEmpty();
+    return trimmedWhiteSpace(name.toStdString()).empty();
 }
 
 bool EqualizerModel::savePreset(const QString& name) {
     if (isBlank(name))
         return false;
-    controller_.saveUserPreset(name.trimmed().toStdString(), settings_.bandGains);
+    controller_.saveUserPreset(name.toStdString(), settings_.bandGains);
     return true;
 }
 
@@ -135,7 +136,8 @@ void EqualizerModel::refreshSettings() {
 void EqualizerModel::showGains() {
     for (qsizetype band = 0; band < bands_.size(); ++band) {
         const auto place = static_cast<std::size_t>(band);
-        bands_[band]->setGain(place < settings_.bandGains.size() ? settings_.bandGains[place] : 0.0);
+        bands_[band]->show(place < settings_.bandGains.size() ? settings_.bandGains[place] : 0.0,
+                           isApplyingPreset_);
     }
 }
 
@@ -167,9 +169,10 @@ void EqualizerModel::refreshRoutes() {
 
 void EqualizerModel::refreshTempo() {
     const auto estimate = controller_.tempo(sourceID_);
-    const int beatsPerMinute = estimate ? estimate->beatsPerMinute : 0;
-    if (beatsPerMinute == beatsPerMinute_)
+    const int beatsPerMinute = estimate ? estimate->beatsPerMinute : beatsPerMinute_;
+    if (estimate.has_value() == hasTempo_ && beatsPerMinute == beatsPerMinute_)
         return;
+    hasTempo_ = estimate.has_value();
     beatsPerMinute_ = beatsPerMinute;
     emit tempoChanged();
 }

@@ -28,7 +28,8 @@ class EqualizerModel : public QObject {
     Q_PROPERTY(QString currentPresetName READ currentPresetName NOTIFY presetChanged)
     Q_PROPERTY(bool isUnsavedCustomCurve READ isUnsavedCustomCurve NOTIFY presetChanged)
     Q_PROPERTY(QString currentOutputRouteName READ currentOutputRouteName NOTIFY routeChanged)
-    /// 0 while there is none.
+    Q_PROPERTY(bool hasTempo READ hasTempo NOTIFY tempoChanged)
+    /// The latest; it stays when there is none any more.
     Q_PROPERTY(int beatsPerMinute READ beatsPerMinute NOTIFY tempoChanged)
     Q_PROPERTY(vello::MenuModel* presets READ presets CONSTANT)
     Q_PROPERTY(vello::MenuModel* routes READ routes CONSTANT)
@@ -47,6 +48,7 @@ public:
     QString currentPresetName() const;
     bool isUnsavedCustomCurve() const;
     QString currentOutputRouteName() const;
+    bool hasTempo() const { return hasTempo_; }
     int beatsPerMinute() const { return beatsPerMinute_; }
     MenuModel* presets() { return &presets_; }
     MenuModel* routes() { return &routes_; }
@@ -83,7 +85,9 @@ private:
     AudioController& controller_;
     const std::string sourceID_;
     EQSettings settings_;
+    bool hasTempo_ = false;
     int beatsPerMinute_ = 0;
+    bool isApplyingPreset_ = false;
     QList<BandModel*> bands_; ///< children
     MenuModel presets_{MenuModel::Marks::none};
     MenuModel routes_{MenuModel::Marks::check};

@@ -53,6 +53,14 @@ void MarqueeText::setReduceMotion(bool reduceMotion) {
     emit reduceMotionChanged();
 }
 
+void MarqueeText::setMirrored(bool isMirrored) {
+    if (isMirrored == isMirrored_)
+        return;
+    isMirrored_ = isMirrored;
+    emit mirroredChanged();
+    update();
+}
+
 void MarqueeText::measure() {
     const QFontMetricsF metrics(font_);
     textWidth_ = std::ceil(metrics.horizontalAdvance(text_));
@@ -96,6 +104,13 @@ void MarqueeText::itemChange(ItemChange change, const ItemChangeData& data) {
         review();
 }
 
+double MarqueeText::left() const {
+    const double room = width() - textWidth_;
+    if (!geometry().overflows())
+        return isMirrored_ ? room : 0.0;
+    return text_.isRightToLeft() ? room - offset_ : offset_;
+}
+
 void MarqueeText::paint(QPainter* painter) {
     painter->setFont(font_);
     painter->setPen(color_);
@@ -106,8 +121,8 @@ void MarqueeText::paint(QPainter* painter) {
         gradient.setStops({{0.0, clear}, {*fade, color_}, {1.0 - *fade, color_}, {1.0, clear}});
         painter->setPen(QPen(QBrush(gradient), 1.0));
     }
-    painter->drawText(QRectF(offset_, 0.0, textWidth_ + 1.0, height()), Qt::AlignVCenter | Qt::TextSingleLine,
-                      text_);
+    painter->drawText(QRectF(left(), 0.0, textWidth_ + 1.0, height()),
+                      Qt::AlignLeft | Qt::AlignAbsolute | Qt::AlignVCenter | Qt::TextSingleLine, text_);
 }
 
 } // namespace vello

@@ -16,12 +16,14 @@ class PanelMeasures : public QObject {
     QML_ELEMENT
     QML_SINGLETON
     Q_PROPERTY(double panelWidth READ panelWidth CONSTANT)
+    Q_PROPERTY(double maximumListHeight READ maximumListHeight CONSTANT)
     Q_PROPERTY(QUrl webSite READ webSite CONSTANT)
 
 public:
     explicit PanelMeasures(QObject* parent = nullptr) : QObject(parent) {}
 
     double panelWidth() const { return kPanelWidth; }
+    double maximumListHeight() const { return kMaximumListHeight; }
     QUrl webSite() const { return QUrl(QString::fromUtf8(kWebSite)); }
     Q_INVOKABLE double listHeight(double contentHeight) const { return vello::listHeight(contentHeight); }
     Q_INVOKABLE double titleScale(double expansion) const { return vello::titleScale(expansion); }

@@ -47,6 +47,14 @@ void SpectrumGlowView::setSaturation(double saturation) {
     update();
 }
 
+void SpectrumGlowView::setReduceTransparency(bool reduceTransparency) {
+    if (reduceTransparency == reduceTransparency_)
+        return;
+    reduceTransparency_ = reduceTransparency;
+    emit reduceTransparencyChanged();
+    update();
+}
+
 QImage SpectrumGlowView::glow(double scale) const {
     QImage image((size() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
@@ -74,7 +82,7 @@ QImage SpectrumGlowView::glow(double scale) const {
 
 void SpectrumGlowView::paint(QPainter* painter) {
     const bool isSilent = std::ranges::none_of(magnitudes_, [](float magnitude) { return magnitude > 0.0F; });
-    if (isSilent || width() < 1.0 || height() < 1.0)
+    if (reduceTransparency_ || isSilent || width() < 1.0 || height() < 1.0)
         return;
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
     painter->setOpacity(SpectrumGeometry::fullOpacity);

@@ -17,6 +17,9 @@ class SpectrumGlowView : public QQuickPaintedItem {
     Q_PROPERTY(QList<float> magnitudes READ magnitudes WRITE setMagnitudes NOTIFY magnitudesChanged)
     /// 0: grey; 1: in its colours.
     Q_PROPERTY(double saturation READ saturation WRITE setSaturation NOTIFY saturationChanged)
+    /// While true nothing is drawn.
+    Q_PROPERTY(bool reduceTransparency READ reduceTransparency WRITE setReduceTransparency NOTIFY
+                   reduceTransparencyChanged)
     Q_PROPERTY(double bleed READ bleed CONSTANT)
 
 public:
@@ -26,6 +29,8 @@ public:
     void setMagnitudes(const QList<float>& magnitudes);
     double saturation() const { return saturation_; }
     void setSaturation(double saturation);
+    bool reduceTransparency() const { return reduceTransparency_; }
+    void setReduceTransparency(bool reduceTransparency);
     static double bleed();
 
     void paint(QPainter* painter) override;
@@ -33,6 +38,7 @@ public:
 signals:
     void magnitudesChanged();
     void saturationChanged();
+    void reduceTransparencyChanged();
 
 private:
     /// The bars at full opacity for a magnitude of 1, blurred, in `scale` pixels a point.
@@ -40,6 +46,7 @@ private:
 
     QList<float> magnitudes_;
     double saturation_ = 1.0;
+    bool reduceTransparency_ = false;
 };
 
 } // namespace vello

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/VerticalDBSliderGeometry.h"
 
-#include "Models/Localization.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -34,8 +32,9 @@ double VerticalDBSliderGeometry::steppedGain(double gain, double decibels) const
     return decibels < 0.0 ? std::max(stepped, lower) : std::min(stepped, upper);
 }
 
-std::string spokenGain(double gain) {
-    return localized("%1 decibels", std::to_string(std::lround(gain)));
+int spokenDecibels(double gain) {
+    constexpr double largest = 1e6; // settings from elsewhere may hold anything
+    return static_cast<int>(std::lround(std::clamp(gain, -largest, largest)));
 }
 
 } // namespace vello

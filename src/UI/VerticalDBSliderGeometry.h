@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string>
-
 namespace vello {
 
 /// Where the parts of a vertical gain slider stand and what a pointer on it means. Lengths are points,
@@ -42,7 +40,7 @@ struct VerticalDBSliderGeometry {
     double steppedGain(double gain, double decibels) const;
 };
 
-/// What a screen reader says for a gain, as in "3 decibels"; halves are rounded away from zero.
-std::string spokenGain(double gain);
+/// The number that a screen reader says for a gain; halves are rounded away from zero.
+int spokenDecibels(double gain);
 
 } // namespace vello

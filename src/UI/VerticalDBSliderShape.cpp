@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/VerticalDBSliderShape.h"
 
+#include <algorithm>
+
 namespace vello {
 
 void VerticalDBSliderShape::setHeight(double height) {
@@ -11,9 +13,10 @@ void VerticalDBSliderShape::setHeight(double height) {
 }
 
 void VerticalDBSliderShape::setGain(double gain) {
-    if (gain == gain_)
+    const double shown = std::clamp(gain, lower(), upper());
+    if (shown == gain_)
         return;
-    gain_ = gain;
+    gain_ = shown;
     emit changed();
 }
 

@@ -13,6 +13,7 @@ class VerticalDBSliderShape : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(double height MEMBER height_ WRITE setHeight NOTIFY changed)
+    /// dB; what lies outside the range is shown at its end.
     Q_PROPERTY(double gain MEMBER gain_ WRITE setGain NOTIFY changed)
     Q_PROPERTY(double width READ width CONSTANT)
     Q_PROPERTY(double lower READ lower CONSTANT)
@@ -45,7 +46,7 @@ public:
     Q_INVOKABLE double steppedGain(double gain, double decibels) const {
         return geometry().steppedGain(gain, decibels);
     }
-    Q_INVOKABLE QString spoken(double gain) const { return QString::fromStdString(spokenGain(gain)); }
+    Q_INVOKABLE int spokenDecibels(double gain) const { return vello::spokenDecibels(gain); }
 
 signals:
     void changed();

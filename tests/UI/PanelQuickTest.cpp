@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "PanelScene.h"
+#include "PanelQuickTest.h"
 
-#include <gtest/gtest.h>
 #include <QRegularExpression>
-#include <QTest>
-
-#include <functional>
 
 namespace vello {
 namespace {
@@ -29,47 +25,6 @@ void expectNoOtherSystemIn(const QStringList& texts) {
     for (const QString& text : texts)
         EXPECT_FALSE(text.contains(otherSystem)) << qPrintable(text);
 }
-
-/// The panel as it is drawn and operated. A complaint of the QML engine fails the test.
-class PanelQuickTest : public testing::Test {
-protected:
-    void TearDown() override {
-        for (const QString& warning : scene.qmlWarnings)
-            ADD_FAILURE() << qPrintable(warning);
-    }
-    void open() {
-        scene.openPanel();
-        scene.settle();
-    }
-    QQuickItem& item(const QString& name) {
-        QQuickItem* const found = scene.named(name);
-        if (!found)
-            throw std::runtime_error("nothing is called " + name.toStdString());
-        return *found;
-    }
-    static QPoint at(const QQuickItem& item, double x, double y) { return item.mapToScene({x, y}).toPoint(); }
-    void click(QQuickItem& target) {
-        QTest::mouseClick(scene.window, Qt::LeftButton, {},
-                          at(target, target.width() / 2, target.height() / 2));
-        scene.settle();
-    }
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::keyClick(scene.window, key, modifiers);
-        scene.settle();
-    }
-    QQuickItem& playerRow(const char* state = "collapsed") {
-        return item(QStringLiteral("Player, %1").arg(QLatin1String(state)));
-    }
-    void openPlayer() {
-        scene.play(101, "Player");
-        open();
-        click(playerRow());
-    }
-    std::vector<double> gains() { return scene.controller->settings("player").bandGains; }
-    double cardHeight() { return playerRow("expanded").parentItem()->height(); }
-
-    PanelScene scene;
-};
 
 TEST_F(PanelQuickTest, IsAsWideAsItIsMeantToBe) {
     open();

@@ -82,16 +82,11 @@ void PanelScene::play(std::int32_t pid, const std::string& name, const std::stri
     mainThread.advance(std::chrono::milliseconds(300));
 }
 
-void PanelScene::hearNoise(double seconds) {
-    std::uniform_real_distribution<float> white(-0.0012F, 0.0012F);
-    float brown = 0.0F;
-    const auto cycles = static_cast<std::size_t>(seconds * kSampleRate / kFrames);
-    for (std::size_t cycle = 0; cycle < cycles; ++cycle) {
+void PanelScene::hear(const std::vector<float>& samples) {
+    for (std::size_t begin = 0; begin + kFrames <= samples.size(); begin += kFrames) {
         std::vector<float> in(2 * kFrames);
-        for (std::size_t i = 0; i < in.size(); i += 2) {
-            brown = 0.97F * brown + 0.12F * white(random_);
-            in[i] = in[i + 1] = brown + 0.02F * white(random_);
-        }
+        for (std::size_t i = 0; i < in.size(); ++i)
+            in[i] = samples[begin + i / 2];
         std::vector<float> out(2 * kFrames);
         const auto bytes = static_cast<std::uint32_t>(in.size() * sizeof(float));
         AudioBufferListStorage<1> input{AudioBufferList{1}, {{2, bytes, in.data()}}};
@@ -99,6 +94,28 @@ void PanelScene::hearNoise(double seconds) {
         for (const auto& [id, tap] : controller->taps())
             hardware.runCycle(tap->aggregateDeviceID(), input.list, output.list);
     }
+}
+
+void PanelScene::hearNoise(double seconds) {
+    std::uniform_real_distribution<float> white(-0.0012F, 0.0012F);
+    float brown = 0.0F;
+    std::vector<float> samples(static_cast<std::size_t>(seconds * kSampleRate));
+    for (float& sample : samples) {
+        brown = 0.97F * brown + 0.12F * white(random_);
+        sample = brown + 0.02F * white(random_);
+    }
+    hear(samples);
+}
+
+void PanelScene::hearBeats(double beatsPerMinute, double seconds) {
+    constexpr double decay = 0.03; // seconds
+    std::uniform_real_distribution<double> white(-0.5, 0.5);
+    std::vector<float> samples(static_cast<std::size_t>(seconds * kSampleRate));
+    for (std::size_t frame = 0; frame < samples.size(); ++frame) {
+        const double sinceBeat = std::fmod(static_cast<double>(frame) / kSampleRate, 60.0 / beatsPerMinute);
+        samples[frame] = static_cast<float>(white(random_) * std::exp(-sinceBeat / decay));
+    }
+    hear(samples);
 }
 
 void PanelScene::setLevel(const std::string& sourceID, float level) const {

@@ -27,6 +27,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <vector>
 
 namespace vello {
 
@@ -41,6 +42,8 @@ public:
     void play(std::int32_t pid, const std::string& name, const std::string& iconName = {});
     /// Every tap hears `seconds` of noise that is louder in its low bands.
     void hearNoise(double seconds);
+    /// Every tap hears `seconds` of a drum that is hit so often.
+    void hearBeats(double beatsPerMinute, double seconds);
     void setLevel(const std::string& sourceID, float level) const;
     /// Moves the model's clock on by one tick of the meters.
     void tickMeters();
@@ -80,6 +83,9 @@ public:
     QStringList qmlWarnings;
 
 private:
+    /// Every tap hears these samples, on both channels.
+    void hear(const std::vector<float>& samples);
+
     std::mt19937 random_{7};
 };
 

@@ -92,12 +92,13 @@ TEST(VerticalDBSliderGeometryTest, StepsWithoutSnappingOrRounding) {
     EXPECT_EQ(kSlider.steppedGain(10.0, 3.0), 12.0);
 }
 
-TEST(VerticalDBSliderGeometryTest, ReadsAGainAsWholeDecibels) {
-    EXPECT_EQ(spokenGain(3.0), "3 decibels");
-    EXPECT_EQ(spokenGain(-12.0), "-12 decibels");
-    EXPECT_EQ(spokenGain(2.5), "3 decibels");
-    EXPECT_EQ(spokenGain(-2.5), "-3 decibels");
-    EXPECT_EQ(spokenGain(-0.4), "0 decibels");
+TEST(VerticalDBSliderGeometryTest, SpeaksOfWholeDecibels) {
+    EXPECT_EQ(spokenDecibels(3.0), 3);
+    EXPECT_EQ(spokenDecibels(-12.0), -12);
+    EXPECT_EQ(spokenDecibels(2.5), 3);
+    EXPECT_EQ(spokenDecibels(-2.5), -3);
+    EXPECT_EQ(spokenDecibels(-0.4), 0);
+    EXPECT_EQ(spokenDecibels(1e300), 1000000);
 }
 
 RC_GTEST_PROP(VerticalDBSliderGeometryTest, StaysInRangeWhereverThePointerIs, ()) {

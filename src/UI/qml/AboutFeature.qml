@@ -6,7 +6,7 @@ import Vello
 Row {
     id: root
 
-    required property string symbol
+    required property string icon
     required property string title
     required property string detail
 
@@ -18,7 +18,7 @@ Row {
 
         Symbol {
             anchors.centerIn: parent
-            name: root.symbol
+            name: root.icon
             pointSize: Theme.body
             color: Theme.accent
         }
@@ -32,12 +32,10 @@ Row {
             text: root.title
             font.pixelSize: Theme.subheadline
             font.weight: Font.DemiBold
-            color: Theme.primary
         }
         PanelText {
             text: root.detail
             font.pixelSize: Theme.caption
-            color: Theme.secondary
         }
     }
 }

@@ -7,13 +7,15 @@ import Vello
 Rectangle {
     id: root
 
-    signal dismissed
+    signal dismiss
 
-    implicitWidth: 360
-    implicitHeight: 420
+    implicitWidth: Math.max(360, content.implicitWidth + 72)
+    implicitHeight: Math.max(420, content.y + content.implicitHeight + done.implicitHeight + 40)
     color: Theme.isDark ? "#202125" : "#f4f5f8"
 
     Column {
+        id: content
+
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: parent.top
         anchors.topMargin: 32
@@ -40,38 +42,33 @@ Rectangle {
                     text: "VELLO"
                     font.pixelSize: Theme.title2
                     font.weight: Font.DemiBold
-                    color: Theme.primary
                 }
                 PanelText {
                     text: qsTr("By QUORVIN")
                     font.pixelSize: Theme.subheadline
-                    color: Theme.secondary
                 }
             }
         }
         PanelText {
-            topPadding: 8
-            bottomPadding: 6
             text: qsTr("Per-app sound control,\nright from your menu bar.")
             font.pixelSize: Theme.headline
             font.weight: Font.Bold
-            color: Theme.primary
         }
         Column {
             spacing: 10
 
             AboutFeature {
-                symbol: "slider.vertical.3"
+                icon: "slider.vertical.3"
                 title: qsTr("Shape each app")
                 detail: qsTr("Use the 8-band equalizer independently\nfor the apps playing sound.")
             }
             AboutFeature {
-                symbol: "speaker.wave.2"
+                icon: "speaker.wave.2"
                 title: qsTr("Choose its output")
                 detail: qsTr("Route an app to the system output\nor a specific speaker.")
             }
             AboutFeature {
-                symbol: "lock"
+                icon: "lock"
                 title: qsTr("Audio stays on your Mac")
                 detail: qsTr("VELLO processes audio locally\nand does not record or store it.")
             }
@@ -90,10 +87,13 @@ Rectangle {
         Accessible.role: Accessible.Link
         Accessible.name: text
         Keys.onReturnPressed: link.clicked()
+        Keys.onEnterPressed: link.clicked()
         onClicked: Qt.openUrlExternally(PanelMeasures.webSite)
 
         contentItem: Text {
             text: link.text
+            textFormat: Text.PlainText
+            Accessible.ignored: true
             font.pixelSize: Theme.body
             font.underline: link.hovered
             color: Theme.accent
@@ -117,6 +117,6 @@ Rectangle {
         anchors.bottomMargin: 28
         focus: true
         text: qsTr("Done")
-        onClicked: root.dismissed()
+        onClicked: root.dismiss()
     }
 }

@@ -13,6 +13,8 @@ Window {
     maximumWidth: content.implicitWidth
     minimumHeight: content.implicitHeight
     maximumHeight: content.implicitHeight
+    LayoutMirroring.enabled: Theme.isRightToLeft
+    LayoutMirroring.childrenInherit: true
     color: content.color
 
     AboutVelloView {
@@ -20,7 +22,7 @@ Window {
 
         anchors.fill: parent
         focus: true
-        onDismissed: root.close()
+        onDismiss: root.close()
         Keys.onEscapePressed: root.close()
     }
 }

@@ -13,7 +13,8 @@ T.AbstractButton {
     required property real expansion
     /// Above and below the line: it can be clicked there as well.
     required property real margin
-    readonly property real lineHeight: 22
+    readonly property real iconSize: 22
+    readonly property real lineHeight: Math.max(root.iconSize, root.implicitContentHeight)
 
     implicitHeight: root.lineHeight + 2 * root.margin
     topPadding: root.margin
@@ -21,7 +22,6 @@ T.AbstractButton {
     leftPadding: 12
     rightPadding: 12
     hoverEnabled: true
-    text: root.source.name
     Accessible.role: Accessible.Button
     Accessible.name: root.source.isExpanded ? qsTr("%1, expanded").arg(root.source.name) : qsTr("%1, collapsed").arg(root.source.name)
     Keys.onReturnPressed: root.clicked()
@@ -38,8 +38,8 @@ T.AbstractButton {
         spacing: 10
 
         Item {
-            Layout.preferredWidth: 22
-            Layout.preferredHeight: 22
+            Layout.preferredWidth: root.iconSize
+            Layout.preferredHeight: root.iconSize
 
             AppIconView {
                 anchors.fill: parent
@@ -56,8 +56,7 @@ T.AbstractButton {
         }
         Text {
             Layout.fillWidth: true
-            Layout.minimumWidth: 40
-            Layout.rightMargin: 8 - parent.spacing
+            Layout.maximumWidth: implicitWidth
             text: root.source.name
             textFormat: Text.PlainText
             elide: Text.ElideRight
@@ -65,6 +64,10 @@ T.AbstractButton {
             font.pixelSize: Theme.callout
             font.weight: root.source.isSystem ? Font.Medium : Font.Normal
             color: Theme.primary
+        }
+        Item {
+            Layout.fillWidth: true
+            Layout.minimumWidth: 8
         }
         RouteLabel {
             Layout.preferredWidth: 72
@@ -85,7 +88,7 @@ T.AbstractButton {
         }
         Symbol {
             name: "chevron.down"
-            pointSize: Theme.caption2 * 0.95
+            pointSize: Theme.caption2
             color: Theme.tertiary
             rotation: 180 * root.expansion
         }

@@ -3,41 +3,41 @@ import QtQuick
 import Vello
 
 /// One band: its slider, and its name under it.
-Column {
+Item {
     id: root
 
     required property BandModel modelData
     readonly property BandModel band: root.modelData
-
-    spacing: 4
+    /// 1: in its colours; 0: grey.
+    property real saturation: 1
 
     SpringFollower {
         id: glide
 
         to: root.band.gain
         response: 0.3
+        dampingFraction: 1
         isAnimated: root.band.isGliding && !Theme.isMotionReduced
     }
-    SpringFollower {
-        id: saturation
-
-        to: root.enabled ? 1 : 0
-        response: 0.25
-        isAnimated: !Theme.isMotionReduced
-    }
     VerticalDBSlider {
-        width: parent.width
-        height: 132
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.top: parent.top
+        anchors.bottom: label.top
+        anchors.bottomMargin: 4
         gain: root.band.gain
         shownGain: glide.value
-        saturation: saturation.value
+        saturation: root.saturation
         label: qsTr("%1 hertz band gain").arg(root.band.label)
         onEdited: gain => root.band.edit(gain)
     }
     Text {
+        id: label
+
+        anchors.bottom: parent.bottom
         width: parent.width
         height: 12
         text: root.band.label
+        textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         font.family: Theme.monospaced

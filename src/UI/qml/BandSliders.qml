@@ -2,14 +2,15 @@
 import QtQuick
 import Vello
 
-/// The eight bands over the live spectrum, with the scale of decibels at their left.
+/// The bands over the live spectrum, with the scale of decibels at their left. Low frequencies stand at the left in every
+/// language.
 Item {
     id: root
 
     required property EqualizerModel equalizer
-
-    readonly property real sliderHeight: 132
-    readonly property real gutterWidth: 26
+    required property real sliderHeight
+    required property real gutterWidth
+    readonly property real spacing: 6
 
     implicitHeight: root.sliderHeight + 16
     enabled: !root.equalizer.isBypassed
@@ -21,12 +22,12 @@ Item {
 
         to: root.enabled ? 1 : 0
         response: 0.25
+        dampingFraction: 1
         isAnimated: !Theme.isMotionReduced
     }
     Item {
         width: root.gutterWidth
         height: root.sliderHeight
-        Accessible.ignored: true
 
         ScaleLabel {
             anchors.top: parent.top
@@ -46,22 +47,32 @@ Item {
         y: -bleed
         width: bands.width + 2 * bleed
         height: root.sliderHeight + 2 * bleed
-        visible: !Theme.isTransparencyReduced
+        reduceTransparency: Theme.isTransparencyReduced
         magnitudes: root.equalizer.spectrum
         saturation: saturation.value
     }
     Row {
         id: bands
 
-        x: root.gutterWidth + spacing
+        readonly property real columnWidth: (width + spacing) / Math.max(1, columns.count) - spacing
+
+        x: root.gutterWidth + root.spacing
         width: root.width - x
-        spacing: 6
+        spacing: root.spacing
 
         Repeater {
+            id: columns
+
             model: root.equalizer.bands
+            // A delegate does not see what is around it: what all columns have in common is given to them.
+            onItemAdded: (index, item) => {
+                const column = item as BandColumn;
+                column.width = Qt.binding(() => bands.columnWidth);
+                column.height = Qt.binding(() => root.height);
+                column.saturation = Qt.binding(() => saturation.value);
+            }
 
             delegate: BandColumn {
-                width: parent ? (parent.width - 7 * 6) / 8 : 0
             }
         }
     }

@@ -9,13 +9,15 @@ T.AbstractButton {
     id: root
 
     required property string symbol
+    /// Perhaps a name that the user gave; so it is not taken as a button's text, which may have a mnemonic.
+    required property string title
 
-    implicitWidth: implicitContentWidth + 18
-    implicitHeight: 24
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: Math.max(24, implicitContentHeight + 6)
     leftPadding: 9
     rightPadding: 9
     hoverEnabled: true
-    Accessible.name: root.text
+    Accessible.name: root.title
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 
@@ -30,7 +32,7 @@ T.AbstractButton {
         }
         Text {
             Layout.fillWidth: true
-            text: root.text
+            text: root.title
             textFormat: Text.PlainText
             elide: Text.ElideRight
             maximumLineCount: 1

@@ -8,40 +8,60 @@ Column {
 
     required property EqualizerModel modelData
     readonly property EqualizerModel equalizer: root.modelData
+    readonly property real sliderHeight: 132
+    readonly property real gutterWidth: 26
 
     property bool isNamingPreset: false
+    property alias presetName: naming.presetName
+    readonly property alias isPresetNameFieldFocused: naming.isPresetNameFieldFocused
+
+    function beginNaming(): void {
+        namingShare.response = 0.3;
+        root.isNamingPreset = true;
+        naming.takeFocus();
+    }
+    function endNaming(): void {
+        namingShare.response = 0.25;
+        root.isNamingPreset = false;
+        controls.takeFocus();
+    }
+    function commitPresetSave(): void {
+        if (root.equalizer.savePreset(root.presetName))
+            root.endNaming();
+    }
 
     spacing: 12
 
     PresetControls {
+        id: controls
+
         width: parent.width
         equalizer: root.equalizer
-        onSaveRequested: {
-            root.isNamingPreset = true;
-            naming.begin();
-        }
+        onSaveRequested: root.beginNaming()
     }
     Item {
         // It takes no room, not even the spacing of the stack, while it is closed.
         width: parent.width
-        height: (naming.implicitHeight + root.spacing) * share.value - root.spacing
-        visible: root.isNamingPreset || share.isMoving
-        opacity: Math.max(0, Math.min(1, share.value))
-        clip: share.isMoving
+        height: (naming.implicitHeight + root.spacing) * namingShare.value - root.spacing
+        visible: root.isNamingPreset || namingShare.isMoving
+        opacity: Math.max(0, Math.min(1, namingShare.value))
+        clip: namingShare.isMoving
 
         SpringFollower {
-            id: share
+            id: namingShare
 
             to: root.isNamingPreset ? 1 : 0
-            response: root.isNamingPreset ? 0.3 : 0.25
+            dampingFraction: 1
             isAnimated: !Theme.isMotionReduced
         }
         PresetNamingRow {
             id: naming
 
             width: parent.width
-            equalizer: root.equalizer
-            onFinished: root.isNamingPreset = false
+            enabled: root.isNamingPreset
+            canSave: !root.equalizer.isBlank(root.presetName)
+            onCommitted: root.commitPresetSave()
+            onCanceled: root.endNaming()
         }
     }
     VolumeRow {
@@ -51,5 +71,7 @@ Column {
     BandSliders {
         width: parent.width
         equalizer: root.equalizer
+        sliderHeight: root.sliderHeight
+        gutterWidth: root.gutterWidth
     }
 }

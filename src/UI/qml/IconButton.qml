@@ -13,24 +13,16 @@ T.AbstractButton {
     property string hint: root.label
     property real symbolSize: Theme.headline
     property color symbolColor: Theme.secondary
+    /// From the button's edge to the symbol's.
+    readonly property real symbolMargin: (root.width - drawing.width) / 2
 
     implicitWidth: 28
-    implicitHeight: 22
+    implicitHeight: Math.max(22, drawing.height)
     hoverEnabled: true
-    text: root.label
     Accessible.name: root.label
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 
-    contentItem: Item {
-        Symbol {
-            anchors.centerIn: parent
-            name: root.symbol
-            pointSize: root.symbolSize
-            color: root.symbolColor
-            opacity: !root.enabled ? 0.4 : root.down ? 0.65 : 1
-        }
-    }
     background: Rectangle {
         radius: 6
         color: root.hovered && root.enabled ? Theme.control : "transparent"
@@ -41,6 +33,15 @@ T.AbstractButton {
         }
     }
 
+    Symbol {
+        id: drawing
+
+        anchors.centerIn: parent
+        name: root.symbol
+        pointSize: root.symbolSize
+        color: root.symbolColor
+        opacity: !root.enabled ? 0.4 : root.down ? 0.65 : 1
+    }
     Hint {
         text: root.hint
         visible: root.hovered && !root.down && root.hint !== ""

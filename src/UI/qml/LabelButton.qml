@@ -8,33 +8,35 @@ T.AbstractButton {
     id: root
 
     required property string symbol
+    readonly property color ink: root.hovered && root.enabled ? Theme.primary : Theme.secondary
 
-    implicitWidth: implicitContentWidth + 8
-    implicitHeight: 22
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: Math.max(22, implicitContentHeight)
+    leftPadding: 4
+    rightPadding: 4
     hoverEnabled: true
     Accessible.name: root.text
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 
-    leftPadding: 4
-    rightPadding: 4
     contentItem: Row {
-            spacing: 4
-            opacity: !root.enabled ? 0.35 : root.down ? 0.65 : 1
+        spacing: 4
+        opacity: !root.enabled ? 0.35 : root.down ? 0.65 : 1
 
         Symbol {
-                anchors.verticalCenter: parent.verticalCenter
-                name: root.symbol
-                pointSize: Theme.callout
-                color: root.hovered && root.enabled ? Theme.primary : Theme.secondary
-            }
-            Text {
-                anchors.verticalCenter: parent.verticalCenter
-                text: root.text
-                textFormat: Text.PlainText
-                font.pixelSize: Theme.callout
-                color: root.hovered && root.enabled ? Theme.primary : Theme.secondary
-            }
+            anchors.verticalCenter: parent.verticalCenter
+            name: root.symbol
+            pointSize: Theme.callout
+            color: root.ink
+        }
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.text
+            textFormat: Text.PlainText
+            font.pixelSize: Theme.callout
+            color: root.ink
+            Accessible.ignored: true
+        }
     }
     background: Item {
         FocusRing {

@@ -2,27 +2,28 @@
 import QtQuick
 import Vello
 
-/// How loud a source is, as a thin bar; nothing at all while it is silent.
+/// How loud a source is, as a thin bar; nothing at all while it has no level.
 Item {
     id: root
 
     required property bool hasLevel
     required property real level
 
-    implicitWidth: root.hasLevel ? 36 : 0
+    implicitWidth: 36
     implicitHeight: 4
     visible: root.hasLevel
     Accessible.ignored: true
 
     Rectangle {
         anchors.fill: parent
-        radius: 2
+        radius: height / 2
         color: Theme.quaternary
     }
     Rectangle {
+        anchors.left: parent.left
         width: parent.width * root.level
         height: parent.height
-        radius: 2
+        radius: height / 2
         color: Theme.accent
 
         Behavior on width {

@@ -12,8 +12,9 @@ Item {
     required property bool startsGroup
     required property MenuModel menu
     readonly property bool isCurrent: root.ListView.isCurrentItem
+    readonly property real lineHeight: Math.max(25, label.implicitHeight + 8)
 
-    implicitHeight: 25 + (root.startsGroup ? 9 : 0)
+    implicitHeight: root.lineHeight + (root.startsGroup ? 9 : 0)
     Accessible.role: Accessible.MenuItem
     Accessible.name: root.title
     Accessible.checkable: true
@@ -33,27 +34,31 @@ Item {
 
         anchors.bottom: parent.bottom
         width: parent.width
-        height: 25
+        height: root.lineHeight
         radius: 6
         color: root.isCurrent ? Theme.accent : "transparent"
 
         Symbol {
             visible: root.menu.showsCheckMarks && root.isChecked
-            x: 7
+            anchors.left: parent.left
+            anchors.leftMargin: 7
             anchors.verticalCenter: parent.verticalCenter
             name: "checkmark"
             pointSize: Theme.caption
             color: root.isCurrent ? Theme.onAccent : Theme.primary
         }
         Text {
-            x: root.menu.showsCheckMarks ? 25 : 10
-            width: parent.width - x - 8
+            id: label
+
+            anchors.left: parent.left
+            anchors.leftMargin: root.menu.showsCheckMarks ? 25 : 10
+            anchors.right: parent.right
+            anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
             text: root.title
             textFormat: Text.PlainText
             elide: Text.ElideRight
             font.pixelSize: Theme.callout
-            font.weight: root.isChecked ? Font.Medium : Font.Normal
             color: root.isCurrent ? Theme.onAccent : root.isChecked && !root.menu.showsCheckMarks ? Theme.accent : Theme.primary
         }
         HoverHandler {

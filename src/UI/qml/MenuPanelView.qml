@@ -8,9 +8,12 @@ FocusScope {
 
     required property PanelModel panel
     property bool isTranslucent: true
+    readonly property real padding: 12
+    /// With a list that is as high as a list can become.
+    readonly property real largestHeight: 2 * root.padding + header.height + footer.height + 2 * stack.spacing + PanelMeasures.maximumListHeight
 
     implicitWidth: PanelMeasures.panelWidth
-    implicitHeight: stack.implicitHeight + 24
+    implicitHeight: stack.implicitHeight + 2 * root.padding
     Accessible.role: Accessible.Pane
     Accessible.name: "VELLO by QUORVIN"
 
@@ -26,16 +29,20 @@ FocusScope {
     Column {
         id: stack
 
-        x: 12
-        y: 12
-        width: root.width - 24
+        x: root.padding
+        y: root.padding
+        width: root.width - 2 * root.padding
         spacing: 10
 
         PanelHeader {
+            id: header
+
             width: parent.width
             panel: root.panel
         }
         SourceList {
+            id: list
+
             width: parent.width
             visible: root.panel.isAuthorized
             panel: root.panel
@@ -44,8 +51,8 @@ FocusScope {
             width: parent.width
             visible: !root.panel.isAuthorized
             isDenied: root.panel.isDenied
-            onAllowRequested: root.panel.allowCapture()
-            onSettingsRequested: root.panel.openCaptureSettings()
+            onAllow: root.panel.allowCapture()
+            onOpenSettings: root.panel.openCaptureSettings()
         }
         PanelText {
             width: parent.width
@@ -58,6 +65,8 @@ FocusScope {
             color: Theme.secondary
         }
         PanelFooter {
+            id: footer
+
             width: parent.width
             panel: root.panel
         }

@@ -20,8 +20,10 @@ Column {
         Text {
             id: launchText
 
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             text: qsTr("Launch at Login")
+            textFormat: Text.PlainText
             font.pixelSize: Theme.body
             color: Theme.primary
             Accessible.ignored: true
@@ -38,19 +40,21 @@ Column {
             onSwitched: isOn => root.panel.launchesAtLogin = isOn
         }
     }
-    Text {
+    PanelText {
+        width: root.width - 8
         visible: root.panel.didFailToUpdateLaunch
         text: qsTr("Could not update launch setting.")
+        wrapMode: Text.Wrap
         font.pixelSize: Theme.caption2
         color: Theme.secondary
         Accessible.role: Accessible.AlertMessage
-        Accessible.name: text
     }
     Item {
         width: root.width - 8
         height: quit.height
 
         PanelText {
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             text: qsTr("By QUORVIN")
             font.pixelSize: Theme.caption2
@@ -78,6 +82,7 @@ Column {
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: quit.text
+                    textFormat: Text.PlainText
                     font.pixelSize: Theme.caption2
                     color: quit.ink
                     Accessible.ignored: true

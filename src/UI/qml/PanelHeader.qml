@@ -7,34 +7,41 @@ Item {
     id: root
 
     required property PanelModel panel
+    readonly property real padding: 4
+    readonly property real slotWidth: 28
+    readonly property real spacing: 8
 
-    implicitHeight: 22
+    implicitHeight: Math.max(22, title.implicitHeight)
 
     SpringFollower {
         id: headerTitleExpansion
 
         to: root.panel.headerTitleExpansion
         response: 0.256
+        dampingFraction: 1
         isAnimated: !Theme.isMotionReduced
     }
     Item {
-        x: 4
-        width: 28
+        anchors.left: parent.left
+        anchors.leftMargin: root.padding
+        width: root.slotWidth
         height: parent.height
 
         IconButton {
             // The symbol itself stands at the slot's edge.
-            x: -(width - symbolSize * 1.3) / 2
+            anchors.left: parent.left
+            anchors.leftMargin: -symbolMargin
             anchors.verticalCenter: parent.verticalCenter
             symbol: "ellipsis.circle"
             label: qsTr("About VELLO")
             onClicked: root.panel.openAbout()
         }
     }
-    Text {
-        anchors.verticalCenter: parent.verticalCenter
-        x: 4 + 28 + 8
-        width: root.width - 2 * x
+    PanelText {
+        id: title
+
+        anchors.centerIn: parent
+        width: root.width - 2 * (root.padding + root.slotWidth + root.spacing)
         horizontalAlignment: Text.AlignHCenter
         text: "VELLO"
         font.pixelSize: Theme.headline
@@ -42,19 +49,20 @@ Item {
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: Math.round(Theme.headline * 0.75)
         maximumLineCount: 1
-        color: Theme.primary
         scale: PanelMeasures.titleScale(headerTitleExpansion.value)
         opacity: PanelMeasures.titleOpacity(headerTitleExpansion.value)
         Accessible.role: Accessible.Heading
-        Accessible.name: text
     }
     Item {
-        x: root.width - 4 - 28
-        width: 28
+        // It keeps its width without the switch: the title stays in the middle.
+        anchors.right: parent.right
+        anchors.rightMargin: root.padding
+        width: root.slotWidth
         height: parent.height
 
         IconButton {
-            x: parent.width - width + (width - symbolSize * 1.3) / 2
+            anchors.right: parent.right
+            anchors.rightMargin: -symbolMargin
             anchors.verticalCenter: parent.verticalCenter
             visible: root.panel.isAuthorized
             symbol: "power"

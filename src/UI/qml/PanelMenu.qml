@@ -9,12 +9,14 @@ T.Popup {
 
     required property MenuModel entries
     property string label: ""
+    /// The lowest panel with an open card has so much room below either of its menu buttons.
+    readonly property real largestHeight: 260
 
     padding: 5
     margins: 8
     focus: true
     implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 50 : 36) + leftPadding + rightPadding))
-    implicitHeight: Math.min(implicitContentHeight + topPadding + bottomPadding, 300)
+    implicitHeight: Math.min(implicitContentHeight + topPadding + bottomPadding, root.largestHeight)
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
 
     enter: Transition {
@@ -49,7 +51,6 @@ T.Popup {
         id: longest
 
         font.pixelSize: Theme.callout
-        font.weight: Font.Medium
         text: root.entries.longestTitle
     }
     Connections {

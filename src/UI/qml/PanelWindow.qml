@@ -19,9 +19,11 @@ Window {
 
     title: "VELLO by QUORVIN"
     flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
+    LayoutMirroring.enabled: Theme.isRightToLeft
+    LayoutMirroring.childrenInherit: true
     color: "transparent"
     width: content.implicitWidth + 2 * root.margin
-    height: 620 + 2 * root.margin
+    height: Math.max(620, Math.ceil(content.largestHeight)) + 2 * root.margin
 
     MenuPanelView {
         id: content

@@ -8,8 +8,8 @@ Column {
 
     required property bool isDenied
 
-    signal allowRequested
-    signal settingsRequested
+    signal allow
+    signal openSettings
 
     padding: 20
     spacing: 14
@@ -35,7 +35,6 @@ Column {
             text: qsTr("VELLO needs System Audio access")
             font.pixelSize: Theme.headline
             font.weight: Font.Bold
-            color: Theme.primary
         }
         PanelText {
             anchors.horizontalCenter: parent.horizontalCenter
@@ -44,20 +43,19 @@ Column {
             wrapMode: Text.Wrap
             text: qsTr("macOS requires system audio access to equalize apps. Audio stays on your Mac and is never recorded.")
             font.pixelSize: Theme.caption
-            color: Theme.secondary
         }
     }
     ProminentButton {
         anchors.horizontalCenter: parent.horizontalCenter
         visible: !root.isDenied
         text: qsTr("Allow Access")
-        onClicked: root.allowRequested()
+        onClicked: root.allow()
     }
     ProminentButton {
         anchors.horizontalCenter: parent.horizontalCenter
         visible: root.isDenied
         text: qsTr("Open System Settings…")
-        onClicked: root.settingsRequested()
+        onClicked: root.openSettings()
     }
     PanelText {
         width: root.width - 2 * root.padding

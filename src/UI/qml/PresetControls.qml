@@ -4,70 +4,69 @@ import QtQuick.Layouts
 import Vello
 
 /// Which curve it is, how fast the music goes, and what can be done with the curve.
-RowLayout {
+Item {
     id: root
 
     required property EqualizerModel equalizer
 
     signal saveRequested
 
-    spacing: 8
+    function takeFocus(): void {
+        menuButton.forceActiveFocus();
+    }
 
-    CapsuleButton {
-        id: menuButton
+    implicitHeight: row.implicitHeight
 
-        Layout.fillWidth: false
-        Layout.maximumWidth: implicitWidth
-        Layout.minimumWidth: 70
-        symbol: "dial.medium"
-        text: root.equalizer.currentPresetName
-        onClicked: menu.open()
+    RowLayout {
+        id: row
 
-        PanelMenu {
-            id: menu
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: Math.min(implicitWidth, parent.width)
+        spacing: 8
 
-            y: menuButton.height + 4
-            entries: root.equalizer.presets
-            label: menuButton.text
-            onClosed: menuButton.forceActiveFocus(Qt.PopupFocusReason)
+        CapsuleButton {
+            id: menuButton
+
+            // A long name gives way to what stands beside it.
+            Layout.fillWidth: true
+            Layout.minimumWidth: 70
+            Layout.maximumWidth: implicitWidth
+            symbol: "dial.medium"
+            title: root.equalizer.currentPresetName
+            onClicked: menu.open()
+
+            PanelMenu {
+                id: menu
+
+                x: menuButton.mirrored ? menuButton.width - width : 0
+                y: menuButton.height + 4
+                entries: root.equalizer.presets
+                label: menuButton.title
+                onClosed: menuButton.forceActiveFocus(Qt.PopupFocusReason)
+            }
         }
-    }
-    PanelText {
-        Layout.minimumWidth: 48
-        visible: opacity > 0
-        opacity: tempo.value
-        text: qsTr("%1 BPM").arg(root.equalizer.beatsPerMinute)
-        font.pixelSize: Theme.caption2
-        font.weight: Font.Medium
-        color: Theme.secondary
-        Accessible.name: qsTr("%1 beats per minute").arg(root.equalizer.beatsPerMinute)
-
-        SpringFollower {
-            id: tempo
-
-            to: root.equalizer.beatsPerMinute > 0 ? 1 : 0
-            response: 0.2
-            isAnimated: !Theme.isMotionReduced
+        TempoReadout {
+            Layout.preferredWidth: implicitWidth
+            Layout.rightMargin: -row.spacing * (1 - share)
+            isPresent: root.equalizer.hasTempo
+            beatsPerMinute: root.equalizer.beatsPerMinute
         }
-    }
-    Item {
-        Layout.fillWidth: true
-    }
-    LabelButton {
-        visible: root.equalizer.isUnsavedCustomCurve
-        text: qsTr("Save")
-        symbol: "square.and.arrow.down"
-        onClicked: root.saveRequested()
-    }
-    Rectangle {
-        implicitWidth: 1
-        implicitHeight: 12
-        color: Theme.quaternary
-    }
-    LabelButton {
-        text: qsTr("Reset")
-        symbol: "arrow.counterclockwise"
-        enabled: !root.equalizer.isFlat
-        onClicked: root.equalizer.reset()
+        LabelButton {
+            visible: root.equalizer.isUnsavedCustomCurve
+            text: qsTr("Save")
+            symbol: "square.and.arrow.down"
+            onClicked: root.saveRequested()
+        }
+        Rectangle {
+            implicitWidth: 1
+            implicitHeight: 12
+            color: Theme.quaternary
+        }
+        LabelButton {
+            text: qsTr("Reset")
+            symbol: "arrow.counterclockwise"
+            enabled: !root.equalizer.isFlat
+            onClicked: root.equalizer.reset()
+        }
     }
 }

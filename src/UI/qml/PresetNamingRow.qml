@@ -8,16 +8,15 @@ import Vello
 RowLayout {
     id: root
 
-    required property EqualizerModel equalizer
+    required property bool canSave
+    property alias presetName: field.text
+    readonly property alias isPresetNameFieldFocused: field.activeFocus
 
-    signal finished
+    signal committed
+    signal canceled
 
-    function begin(): void {
+    function takeFocus(): void {
         field.forceActiveFocus();
-    }
-    function commit(): void {
-        if (root.equalizer.savePreset(field.text))
-            root.finished();
     }
 
     spacing: 8
@@ -25,10 +24,14 @@ RowLayout {
     T.TextField {
         id: field
 
+        readonly property bool isMirrored: LayoutMirroring.enabled
+        readonly property real textPadding: 8
+        readonly property real buttonPadding: 24
+
         Layout.fillWidth: true
-        implicitHeight: 24
-        leftPadding: 8
-        rightPadding: 24
+        implicitHeight: Math.max(24, contentHeight + 8)
+        leftPadding: field.isMirrored ? field.buttonPadding : field.textPadding
+        rightPadding: field.isMirrored ? field.textPadding : field.buttonPadding
         verticalAlignment: TextInput.AlignVCenter
         placeholderText: qsTr("Preset name")
         placeholderTextColor: Theme.tertiary
@@ -39,8 +42,8 @@ RowLayout {
         maximumLength: 200
         font.pixelSize: Theme.callout
         Accessible.name: placeholderText
-        onAccepted: root.commit()
-        Keys.onEscapePressed: root.finished()
+        onAccepted: root.committed()
+        Keys.onEscapePressed: root.canceled()
 
         background: Rectangle {
             radius: 6
@@ -51,16 +54,19 @@ RowLayout {
         Text {
             anchors.fill: parent
             leftPadding: field.leftPadding
+            rightPadding: field.rightPadding
             verticalAlignment: Text.AlignVCenter
             visible: field.text === "" && field.preeditText === ""
             text: field.placeholderText
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
             font: field.font
             color: field.placeholderTextColor
             Accessible.ignored: true
         }
         IconButton {
             anchors.right: parent.right
-            anchors.rightMargin: 6 - (width - symbolSize * 1.3) / 2
+            anchors.rightMargin: 6 - symbolMargin
             anchors.verticalCenter: parent.verticalCenter
             implicitWidth: 20
             implicitHeight: 20
@@ -68,14 +74,14 @@ RowLayout {
             symbolSize: 9
             symbolColor: Theme.tertiary
             label: qsTr("Cancel saving preset")
-            onClicked: root.finished()
+            onClicked: root.canceled()
         }
     }
     ProminentButton {
         text: qsTr("Save")
         pixelSize: Theme.callout
-        implicitHeight: 24
-        enabled: !root.equalizer.isBlank(field.text)
-        onClicked: root.commit()
+        implicitHeight: field.implicitHeight
+        enabled: root.canSave
+        onClicked: root.committed()
     }
 }

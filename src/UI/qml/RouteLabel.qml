@@ -9,6 +9,7 @@ MarqueeText {
     color: Theme.secondary
     pixelSize: Theme.caption2
     reduceMotion: Theme.isMotionReduced
+    isMirrored: LayoutMirroring.enabled
     Accessible.role: Accessible.StaticText
     Accessible.name: qsTr("Output: %1").arg(root.text)
 

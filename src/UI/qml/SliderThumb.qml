@@ -11,21 +11,10 @@ Item {
     property bool isDragging: false
     property bool isFocused: false
 
-    SpringFollower {
-        id: shadow
-
-        to: root.isDragging ? 3 : 1
-        response: 0.2
-        isAnimated: !Theme.isMotionReduced
-    }
-    GlassSurface {
+    SliderThumbGlassModifier {
         anchors.fill: parent
-        radius: width / 2
-        color: Theme.thumb
-        rimWidth: 1
-        rimColor: Theme.isContrastIncreased ? Theme.primary : Theme.isDark ? Qt.rgba(1, 1, 1, 0.22) : Qt.rgba(0, 0, 0, 0.07)
         shadowColor: Qt.rgba(0, 0, 0, 0.33)
-        shadowRadius: shadow.value
+        shadowRadius: root.isDragging ? 3 : 1
     }
     Rectangle {
         anchors.centerIn: parent

@@ -8,6 +8,7 @@ T.Slider {
     id: root
 
     required property real level
+    readonly property real shownLevel: Math.max(root.from, Math.min(root.to, root.level))
 
     signal moveRequested(real level)
 
@@ -19,12 +20,12 @@ T.Slider {
     implicitHeight: 18
     hoverEnabled: true
     live: true
-    value: root.level
-    onLevelChanged: root.value = root.level
+    value: root.shownLevel
+    onShownLevelChanged: root.value = root.shownLevel
     onMoved: root.moveRequested(root.value)
     onValueChanged: {
-        // A screen reader sets the value without a move.
-        if (!root.pressed && root.value !== root.level)
+        // A screen reader sets the value without a move. A level outside the range is not moved by being shown.
+        if (!root.pressed && root.value !== root.shownLevel)
             root.moveRequested(root.value);
     }
     Keys.onPressed: event => {
@@ -44,8 +45,11 @@ T.Slider {
             color: Theme.quaternary
         }
         Rectangle {
+            readonly property real middle: root.handle.x + root.handle.width / 2
+
             anchors.verticalCenter: parent.verticalCenter
-            width: root.handle.x + root.handle.width / 2
+            x: root.mirrored ? middle : 0
+            width: root.mirrored ? parent.width - middle : middle
             height: 4
             radius: 2
             color: Theme.accent

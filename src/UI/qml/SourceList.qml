@@ -57,7 +57,8 @@ Item {
         // Where one is in a list that scrolls.
         visible: flickable.isScrollable
         opacity: flickable.moving || listHover.hovered ? 1 : 0
-        x: root.width + 4
+        anchors.left: parent.right
+        anchors.leftMargin: 4
         y: flickable.visibleArea.yPosition * root.height
         width: 4
         height: Math.max(24, flickable.visibleArea.heightRatio * root.height)

@@ -23,11 +23,10 @@ Item {
         dampingFraction: 0.85
         isAnimated: !Theme.isMotionReduced
     }
-    GlassSurface {
+    NimboGlassModifier {
         anchors.fill: parent
         radius: 14 + 6 * root.shown
-        color: hover.hovered && !root.source.isExpanded ? Theme.glassHovered : Theme.glass
-        rimColor: Theme.glassRim
+        isHovered: hover.hovered && !root.source.isExpanded
         shadowColor: Theme.glassShadow
         shadowRadius: 4
         shadowOffset: 1.5

@@ -17,7 +17,6 @@ T.AbstractButton {
     implicitWidth: root.trackHeight * 1.75
     implicitHeight: root.trackHeight
     hoverEnabled: true
-    text: root.label
     Accessible.role: Accessible.CheckBox
     Accessible.name: root.label
     Accessible.checkable: true
@@ -32,6 +31,7 @@ T.AbstractButton {
 
         to: root.isOn ? 1 : 0
         response: 0.25
+        dampingFraction: 1
         isAnimated: !Theme.isMotionReduced
     }
 
@@ -44,7 +44,7 @@ T.AbstractButton {
         Rectangle {
             readonly property real inset: Math.max(1.5, root.trackHeight * 0.1)
 
-            x: inset + knobShare.value * (parent.width - width - 2 * inset)
+            x: inset + (root.mirrored ? 1 - knobShare.value : knobShare.value) * (parent.width - width - 2 * inset)
             y: inset
             width: (root.trackHeight - 2 * inset) * 1.12
             height: root.trackHeight - 2 * inset

@@ -22,7 +22,7 @@ Item {
     activeFocusOnTab: true
     Accessible.role: Accessible.Slider
     Accessible.name: root.label
-    Accessible.description: shape.spoken(root.gain)
+    Accessible.description: qsTr("%1 decibels").arg(shape.spokenDecibels(root.gain))
     Accessible.focusable: true
     Accessible.onIncreaseAction: root.step(1)
     Accessible.onDecreaseAction: root.step(-1)
@@ -33,7 +33,14 @@ Item {
     readonly property real maximumValue: shape.upper
     readonly property real stepSize: 1
     onGainChanged: root.value = root.gain
-    onValueChanged: if (root.value !== root.gain) root.edited(root.value)
+    onValueChanged: {
+        if (root.value === root.gain)
+            return;
+        if (root.enabled)
+            root.edited(root.value);
+        // What was set may have been refused, or corrected to what it was before.
+        root.value = root.gain;
+    }
 
     function step(decibels: real): void {
         if (root.enabled)
@@ -42,6 +49,8 @@ Item {
 
     Keys.onUpPressed: root.step(1)
     Keys.onDownPressed: root.step(-1)
+    Keys.onRightPressed: root.step(1)
+    Keys.onLeftPressed: root.step(-1)
     Keys.onPressed: event => {
         event.accepted = true;
         if (event.key === Qt.Key_PageUp)

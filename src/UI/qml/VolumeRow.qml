@@ -24,6 +24,7 @@ RowLayout {
         PanelMenu {
             id: menu
 
+            x: outputButton.mirrored ? outputButton.width - width : 0
             y: outputButton.height + 4
             entries: root.equalizer.routes
             label: outputButton.label
@@ -37,7 +38,7 @@ RowLayout {
         onMoveRequested: level => root.equalizer.volume = level
     }
     PanelText {
-        Layout.preferredWidth: 36
+        Layout.preferredWidth: Math.max(36, implicitWidth)
         horizontalAlignment: Text.AlignRight
         text: root.equalizer.volumeText
         font.pixelSize: Theme.caption2

@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/ImageBlur.h"
-#include "UI/SpringFollower.h"
-
-#include "PanelScene.h"
 
 #include <gtest/gtest.h>
 #include <QColor>
-
-#include <cmath>
 
 namespace vello {
 namespace {
@@ -53,35 +48,6 @@ TEST(ImageBlurTest, LeavesAnImageAloneWithoutARadius) {
     const QImage before = image.copy();
     blur(image, 0.0);
     EXPECT_EQ(image, before);
-}
-
-TEST(SpringFollowerTest, StartsAtItsFirstTargetAndReachesTheNext) {
-    SpringFollower follower;
-    follower.setAnimated(false);
-    follower.setTo(1.0);
-    EXPECT_EQ(follower.value(), 1.0);
-    follower.setAnimated(true);
-    follower.setResponse(0.1);
-    follower.setTo(2.0);
-    EXPECT_TRUE(follower.isMoving());
-    EXPECT_EQ(follower.value(), 1.0);
-    EXPECT_TRUE(PanelScene::waitUntil([&] { return !follower.isMoving(); }));
-    EXPECT_EQ(follower.value(), 2.0);
-}
-
-TEST(SpringFollowerTest, GoesOnUpwardsWhenItsTargetFallsInFlight) {
-    SpringFollower follower;
-    follower.setResponse(0.4);
-    follower.setTo(1.0);
-    ASSERT_TRUE(PanelScene::waitUntil([&] { return follower.value() > 0.2; }));
-    const double turned = follower.value();
-    follower.setTo(0.0);
-    double highest = turned;
-    QObject::connect(&follower, &SpringFollower::valueChanged,
-                     [&] { highest = std::max(highest, follower.value()); });
-    ASSERT_TRUE(PanelScene::waitUntil([&] { return !follower.isMoving(); }));
-    EXPECT_GT(highest, turned);
-    EXPECT_EQ(follower.value(), 0.0);
 }
 
 } // namespace

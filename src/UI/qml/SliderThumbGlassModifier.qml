@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// The glass of a slider's thumb, or a plain material where transparency is reduced. Increased contrast puts a ring on it.
+GlassSurface {
+    radius: width / 2
+    color: Theme.thumb
+    rimWidth: 1
+    rimColor: Theme.isContrastIncreased ? Theme.primary : "transparent"
+}

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import Vello
+
+/// How fast the music goes. It makes room for itself when there is a tempo, and gives it up when there is none.
+Item {
+    id: root
+
+    required property bool isPresent
+    required property int beatsPerMinute
+    readonly property real share: Math.max(0, Math.min(1, presence.value))
+
+    implicitWidth: root.share * Math.max(48, reading.implicitWidth)
+    implicitHeight: reading.implicitHeight
+    visible: root.isPresent || presence.isMoving
+    opacity: root.share
+    clip: presence.isMoving
+
+    SpringFollower {
+        id: presence
+
+        to: root.isPresent ? 1 : 0
+        response: 0.2
+        dampingFraction: 1
+        isAnimated: !Theme.isMotionReduced
+    }
+    PanelText {
+        id: reading
+
+        anchors.left: parent.left
+        text: qsTr("%1 BPM").arg(root.beatsPerMinute)
+        font.pixelSize: Theme.caption2
+        font.weight: Font.Medium
+        color: Theme.secondary
+        Accessible.name: qsTr("%1 beats per minute").arg(root.beatsPerMinute)
+    }
+}

@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PanelQuickTest.h"
+
+#include <gmock/gmock.h>
+#include <QAccessible>
+#include <QSignalSpy>
+
+#include <algorithm>
+
+namespace vello {
+namespace {
+
+/// The panel without a pointer: by keyboard, and as a screen reader operates it.
+class PanelKeyboardTest : public PanelQuickTest {
+protected:
+    static QString nameOf(QObject* object) {
+        QAccessibleInterface* const face = object ? QAccessible::queryAccessibleInterface(object) : nullptr;
+        return face ? face->text(QAccessible::Name) : QString();
+    }
+    /// What Tab reaches, in its order, from the panel's first control on.
+    QStringList tabOrder() {
+        QStringList names;
+        for (int count = 0; count < 50; ++count) {
+            QTest::keyClick(scene.window, Qt::Key_Tab);
+            const QString name = nameOf(scene.window->activeFocusItem());
+            if (!names.isEmpty() && name == names.front())
+                break;
+            names.append(name);
+        }
+        const auto first = std::ranges::find(names, QStringLiteral("About VELLO"));
+        std::rotate(names.begin(), first, names.end());
+        return names;
+    }
+    QAccessibleInterface& face(const QString& name) {
+        QAccessibleInterface* const found = QAccessible::queryAccessibleInterface(&item(name));
+        if (!found)
+            throw std::runtime_error("no screen reader sees " + name.toStdString());
+        return *found;
+    }
+};
+
+const QString kBand = QStringLiteral("63 hertz band gain");
+
+TEST_F(PanelKeyboardTest, ReachesEverythingFromTopToBottomByTab) {
+    openPlayer();
+    scene.item("player")->equalizer()->findChildren<BandModel*>()[1]->edit(2.5);
+    scene.settle();
+    EXPECT_EQ(tabOrder().join(u'|').toStdString(), (QStringList{"About VELLO",
+                                                                "Equalizing enabled",
+                                                                "System, collapsed",
+                                                                "EQ enabled for System",
+                                                                "Player, expanded",
+                                                                "EQ enabled for Player",
+                                                                "Custom",
+                                                                "Save",
+                                                                "Reset",
+                                                                "Output route",
+                                                                "Volume",
+                                                                "63 hertz band gain",
+                                                                "125 hertz band gain",
+                                                                "250 hertz band gain",
+                                                                "500 hertz band gain",
+                                                                "1K hertz band gain",
+                                                                "2K hertz band gain",
+                                                                "4K hertz band gain",
+                                                                "8K hertz band gain",
+                                                                "Launch at Login",
+                                                                "Quit"})
+                                                       .join(u'|')
+                                                       .toStdString());
+}
+
+TEST_F(PanelKeyboardTest, PassesOverTheBandsWhileTheyAreBypassed) {
+    openPlayer();
+    scene.item("player")->setEQEnabled(false);
+    scene.settle();
+    const QStringList names = tabOrder();
+    EXPECT_FALSE(names.contains(kBand));
+    EXPECT_TRUE(names.contains(QStringLiteral("Output route")));
+}
+
+TEST_F(PanelKeyboardTest, StepsABandByEveryArrow) {
+    openPlayer();
+    item(kBand).forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Right);
+    EXPECT_EQ(gains()[0], 1.0);
+    press(Qt::Key_Left);
+    press(Qt::Key_Left);
+    EXPECT_EQ(gains()[0], -1.0);
+}
+
+TEST_F(PanelKeyboardTest, StopsABandAtTheEndsOfItsRange) {
+    openPlayer();
+    item(kBand).forceActiveFocus(Qt::TabFocusReason);
+    for (int count = 0; count < 6; ++count)
+        press(Qt::Key_PageUp);
+    EXPECT_EQ(gains()[0], 12.0);
+    for (int count = 0; count < 10; ++count)
+        press(Qt::Key_PageDown);
+    EXPECT_EQ(gains()[0], -12.0);
+}
+
+TEST_F(PanelKeyboardTest, SwitchesBySpaceAndByReturn) {
+    scene.play(101, "Player");
+    open();
+    item(QStringLiteral("EQ enabled for Player")).forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Space);
+    EXPECT_TRUE(scene.controller->settings("player").isBypassed);
+    press(Qt::Key_Return);
+    EXPECT_FALSE(scene.controller->settings("player").isBypassed);
+    item(QStringLiteral("Equalizing enabled")).forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Space);
+    EXPECT_FALSE(scene.controller->isProcessingEnabled().value());
+}
+
+TEST_F(PanelKeyboardTest, AsksToBeClosedByEscape) {
+    openPlayer();
+    QSignalSpy dismissed(scene.window, SIGNAL(dismissed()));
+    item(kBand).forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Escape);
+    EXPECT_EQ(dismissed.count(), 1);
+}
+
+TEST_F(PanelKeyboardTest, ClosesAnOpenMenuByEscapeAndNothingElse) {
+    openPlayer();
+    QSignalSpy dismissed(scene.window, SIGNAL(dismissed()));
+    item(QStringLiteral("Flat")).forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Return);
+    ASSERT_TRUE(scene.waitUntil([&] { return scene.named(QStringLiteral("Vocal")) != nullptr; }));
+    press(Qt::Key_Escape);
+    EXPECT_TRUE(scene.waitUntil([&] { return scene.named(QStringLiteral("Vocal")) == nullptr; }));
+    EXPECT_EQ(dismissed.count(), 0);
+    EXPECT_TRUE(item(QStringLiteral("Flat")).hasActiveFocus());
+}
+
+TEST_F(PanelKeyboardTest, LeavesTheCardOpenWhileThePanelIsHidden) {
+    openPlayer();
+    scene.window->hide();
+    scene.model->setShown(false);
+    EXPECT_EQ(scene.model->expandedSourceID(), "player");
+    EXPECT_EQ(scene.controller->activeSourceID().value(), "player");
+    scene.window->show();
+    scene.model->setShown(true);
+    scene.settle();
+    EXPECT_TRUE(scene.named(QStringLiteral("Player, expanded")));
+    EXPECT_NEAR(item(QStringLiteral("VELLO")).scale(), 0.82, 1e-9);
+}
+
+TEST_F(PanelKeyboardTest, TellsAScreenReaderTheGainOfABand) {
+    openPlayer();
+    scene.item("player")->equalizer()->findChildren<BandModel*>()[0]->edit(2.5);
+    scene.settle();
+    QAccessibleInterface& slider = face(kBand);
+    EXPECT_EQ(slider.role(), QAccessible::Slider);
+    EXPECT_EQ(slider.text(QAccessible::Description), "3 decibels");
+    ASSERT_TRUE(slider.valueInterface());
+    EXPECT_EQ(slider.valueInterface()->currentValue().toDouble(), 2.5);
+    EXPECT_EQ(slider.valueInterface()->minimumValue().toDouble(), -12.0);
+    EXPECT_EQ(slider.valueInterface()->maximumValue().toDouble(), 12.0);
+    EXPECT_EQ(slider.valueInterface()->minimumStepSize().toDouble(), 1.0);
+}
+
+TEST_F(PanelKeyboardTest, LetsAScreenReaderStepABandWithoutSnapping) {
+    openPlayer();
+    scene.item("player")->equalizer()->findChildren<BandModel*>()[0]->edit(0.4);
+    QAccessibleActionInterface& actions = *face(kBand).actionInterface();
+    actions.doAction(QAccessibleActionInterface::increaseAction());
+    EXPECT_EQ(gains()[0], 1.4);
+    actions.doAction(QAccessibleActionInterface::decreaseAction());
+    actions.doAction(QAccessibleActionInterface::decreaseAction());
+    EXPECT_NEAR(gains()[0], -0.6, 1e-9);
+}
+
+TEST_F(PanelKeyboardTest, LetsAScreenReaderSetABandWithinItsRange) {
+    openPlayer();
+    QAccessibleValueInterface& value = *face(kBand).valueInterface();
+    value.setCurrentValue(5.0);
+    EXPECT_EQ(gains()[0], 5.0);
+    value.setCurrentValue(99.0);
+    EXPECT_EQ(gains()[0], 12.0);
+    value.setCurrentValue(99.0);
+    EXPECT_EQ(gains()[0], 12.0);
+    EXPECT_EQ(value.currentValue().toDouble(), 12.0);
+    scene.item("player")->equalizer()->findChildren<BandModel*>()[0]->edit(-2.0);
+    EXPECT_EQ(value.currentValue().toDouble(), -2.0) << "it follows the band also after it was set";
+}
+
+TEST_F(PanelKeyboardTest, LetsNobodySetABandThatIsBypassed) {
+    openPlayer();
+    scene.item("player")->setEQEnabled(false);
+    scene.settle();
+    QAccessibleInterface& slider = face(kBand);
+    slider.valueInterface()->setCurrentValue(5.0);
+    EXPECT_EQ(gains()[0], 0.0);
+    EXPECT_EQ(slider.valueInterface()->currentValue().toDouble(), 0.0);
+}
+
+TEST_F(PanelKeyboardTest, LetsAScreenReaderSetTheVolume) {
+    openPlayer();
+    face(QStringLiteral("Volume"));
+    QQuickItem& slider = only(QStringLiteral("SmallSlider"));
+    QAccessible::queryAccessibleInterface(&slider)->valueInterface()->setCurrentValue(0.25);
+    EXPECT_EQ(scene.controller->settings("player").volume, 0.25);
+    scene.item("player")->equalizer()->setVolume(0.75);
+    EXPECT_EQ(slider.property("value").toDouble(), 0.75) << "it follows the volume also after it was set";
+}
+
+TEST_F(PanelKeyboardTest, ShowsNamesAsTheyAreWhateverTheyHold) {
+    const QString name = QStringLiteral("<b>R&B</b> <img src='x'>");
+    scene.play(101, name.toStdString());
+    open();
+    click(item(name + QStringLiteral(", collapsed")));
+    scene.controller->saveUserPreset(name.toStdString(), std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8});
+    scene.settle();
+    click(item(QStringLiteral("Flat")));
+    ASSERT_TRUE(scene.waitUntil([&] { return scene.named(name) != nullptr; }));
+    for (QQuickItem* const text : all(QStringLiteral("Text")))
+        EXPECT_EQ(text->property("textFormat").toInt(), Qt::PlainText)
+            << qPrintable(text->property("text").toString());
+    EXPECT_EQ(showing(name).property("text").toString(), name);
+}
+
+TEST_F(PanelKeyboardTest, TakesNoShortcutOutOfAName) {
+    scene.play(101, "R&B Radio");
+    open();
+    press(Qt::Key_B, Qt::AltModifier);
+    EXPECT_EQ(scene.model->expandedSourceID(), std::nullopt);
+}
+
+} // namespace
+} // namespace vello
