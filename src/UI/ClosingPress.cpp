@@ -1,23 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/ClosingPress.h"
 
-#include <utility>
-
 namespace vello {
 
-void ClosingPress::pressed(Clock::time_point now, bool hasClosedPanel) {
-    hasClosedPanel_ = hasClosedPanel;
-    isHeld_ = true;
-    moved_ = now;
-}
-
 void ClosingPress::released(Clock::time_point now) {
-    isHeld_ = false;
-    moved_ = now;
+    if (state_ != State::held)
+        return;
+    state_ = State::released;
+    released_ = now;
 }
 
-bool ClosingPress::takeActivation(Clock::time_point now) {
-    return std::exchange(hasClosedPanel_, false) && (isHeld_ || now - moved_ < delay);
+bool ClosingPress::takeActivation(Clock::time_point now, bool isThere) {
+    const bool isExpected = state_ == State::held || (state_ == State::released && now - released_ < delay);
+    const bool belongs = isExpected && isThere;
+    state_ = State::none;
+    return belongs;
 }
 
 } // namespace vello

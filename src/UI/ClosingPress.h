@@ -7,24 +7,27 @@ namespace vello {
 
 /// A press on the status item reaches the open panel first, as one outside of it, which closes it; then the
 /// item tells that it was activated, some hosts at the press, others when the button is let go. That
-/// activation must not open the panel again. Told of the pointer's buttons and the panel, it knows such an
-/// activation.
+/// activation must not open the panel again. The next one must, even if its press comes before this one is
+/// told.
 class ClosingPress {
 public:
     using Clock = std::chrono::steady_clock;
-    /// What a host may take to tell, from the button's last movement on.
+    /// What a host may take to tell, from when the button is let go.
     static constexpr std::chrono::milliseconds delay{600};
 
-    /// A button was pressed, and that closed the panel or it did not.
-    void pressed(Clock::time_point now, bool hasClosedPanel);
+    /// A button was pressed, which closed the panel.
+    void pressed() { state_ = State::held; }
+    /// A button was let go.
     void released(Clock::time_point now);
-    /// Whether an activation at `now` is part of the press that closed the panel. It is asked once.
-    [[nodiscard]] bool takeActivation(Clock::time_point now);
+    /// Whether an activation at `now` belongs to the press that closed the panel; `isThere` says whether the
+    /// item is where that press was. It is taken: the next activation does not belong to it.
+    [[nodiscard]] bool takeActivation(Clock::time_point now, bool isThere);
 
 private:
-    bool hasClosedPanel_ = false;
-    bool isHeld_ = false;
-    Clock::time_point moved_;
+    enum class State { none, held, released };
+
+    State state_ = State::none;
+    Clock::time_point released_;
 };
 
 } // namespace vello

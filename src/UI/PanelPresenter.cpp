@@ -20,6 +20,8 @@ namespace vello {
 namespace {
 
 constexpr double kWindowRadius = 16.0;
+/// How far a pointer may slip while its button is down, and the place of an item be wrong.
+constexpr int kSlip = 16;
 
 PanelRectangle rectangle(const QRect& rect) {
     return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
@@ -95,10 +97,13 @@ void PanelPresenter::hide() {
 }
 
 void PanelPresenter::toggle(std::optional<QRect> icon) {
-    const bool wasClosedByThisPress = closingPress_.takeActivation(ClosingPress::Clock::now());
+    const bool isWhereClosed =
+        !icon || !closedFrom_ || icon->adjusted(-kSlip, -kSlip, kSlip, kSlip).contains(*closedFrom_);
+    if (closingPress_.takeActivation(ClosingPress::Clock::now(), isWhereClosed))
+        return;
     if (isPanelVisible())
         hide();
-    else if (!wasClosedByThisPress)
+    else
         show(icon);
 }
 
@@ -143,15 +148,16 @@ void PanelPresenter::limitWindow() {
 }
 
 void PanelPresenter::pressedAt(QPoint native) {
-    const bool closes = isPanelVisible() && !isOnPanel(native);
-    closingPress_.pressed(ClosingPress::Clock::now(), closes);
-    if (closes)
-        hide();
+    const std::optional<QPoint> place = windows_.place(native);
+    if (!isPanelVisible() || (place && isOnPanel(*place)))
+        return;
+    closingPress_.pressed();
+    closedFrom_ = place;
+    hide();
 }
 
-bool PanelPresenter::isOnPanel(QPoint native) const {
-    const std::optional<QPoint> position = windows_.place(native);
-    return position && surface().translated(window_->position()).contains(*position);
+bool PanelPresenter::isOnPanel(QPoint place) const {
+    return surface().translated(window_->position()).contains(place);
 }
 
 } // namespace vello

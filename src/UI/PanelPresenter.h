@@ -48,7 +48,7 @@ private:
     void prepare(const std::optional<QRect>& icon);
     Q_SLOT void limitWindow();
     void pressedAt(QPoint native);
-    bool isOnPanel(QPoint native) const;
+    bool isOnPanel(QPoint place) const;
     QRect surface() const;
 
     PanelModel& model_;
@@ -59,6 +59,7 @@ private:
     std::unique_ptr<QQuickWindow> about_;
     std::unique_ptr<QQuickWindow> window_;
     ClosingPress closingPress_;
+    std::optional<QPoint> closedFrom_; ///< where that press was
 };
 
 } // namespace vello

@@ -16,13 +16,13 @@ constexpr int kReach = 11;
 
 } // namespace
 
-Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu)
-    : windows_(windows), makeMenu_(makeMenu), menu_(std::move(makeMenu)),
+Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu,
+           std::function<Clock::time_point()> now)
+    : windows_(windows), now_(std::move(now)), makeMenu_(makeMenu), menu_(std::move(makeMenu)),
       item_(std::move(bus), menu_,
             {trayIcon(), symbolicTrayIconName(qEnvironmentVariable("XDG_CURRENT_DESKTOP"))}) {
     connect(&item_, &StatusNotifierItem::registrationChanged, this, &Tray::review);
-    connect(&item_, &StatusNotifierItem::activated, this,
-            [this](int x, int y) { emit activated(placeAround(x, y)); });
+    connect(&item_, &StatusNotifierItem::activated, this, &Tray::activate);
     connect(&item_, &StatusNotifierItem::menuRequested, this, [this](int x, int y) {
         if (const auto place = placeAround(x, y))
             showMenu(place->center());
@@ -30,6 +30,15 @@ Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu 
 }
 
 Tray::~Tray() = default;
+
+void Tray::activate(int x, int y) {
+    const Clock::time_point now = now_();
+    const bool isSameClick =
+        !windows_.tellsButtons() && lastActivation_ && now - *lastActivation_ < shortestPause;
+    lastActivation_ = now;
+    if (!isSameClick)
+        emit activated(placeAround(x, y));
+}
 
 bool Tray::isShown() const {
     return item_.registration() == StatusNotifierItem::Registration::done ||

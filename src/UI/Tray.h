@@ -9,6 +9,8 @@
 #include <QRect>
 #include <QSystemTrayIcon>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -22,8 +24,13 @@ class Tray : public QObject {
     Q_OBJECT
 
 public:
+    using Clock = std::chrono::steady_clock;
+    /// Faster than a hand: bars on Wayland tell the second click of a double one twice.
+    static constexpr std::chrono::milliseconds shortestPause{40};
+
     /// `windows` outlives the tray.
-    Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu);
+    Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu,
+         std::function<Clock::time_point()> now = Clock::now);
     ~Tray() override;
 
     /// Whether some desktop shows the item.
@@ -42,10 +49,13 @@ signals:
 private:
     void review();
     void embed();
+    void activate(int x, int y);
     void showMenu(QPoint place);
     std::optional<QRect> placeAround(int x, int y) const;
 
     const WindowSystem& windows_;
+    std::function<Clock::time_point()> now_;
+    std::optional<Clock::time_point> lastActivation_;
     DBusMenu::MakeMenu makeMenu_;
     DBusMenu menu_;
     StatusNotifierItem item_;

@@ -40,6 +40,8 @@ public:
 
     /// Whether bars may embed a window of ours as a status item.
     virtual bool hasEmbeddedItems() const { return false; }
+    /// Whether the signals below are told.
+    virtual bool tellsButtons() const { return false; }
 
     /// `window` is to become the panel's. Before anything of it is made but the object.
     virtual void adopt(QWindow& window);

@@ -17,6 +17,7 @@ public:
 
     bool hasTranslucency() const override;
     bool hasEmbeddedItems() const override { return true; }
+    bool tellsButtons() const override { return true; }
     std::optional<QPoint> place(QPoint native) const override;
     void prepare(QWindow& window, const WindowPlace& place) override;
     void limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) override;

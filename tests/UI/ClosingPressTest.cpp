@@ -10,48 +10,43 @@ using std::chrono::milliseconds;
 
 constexpr ClosingPress::Clock::time_point kStart{};
 
-ClosingPress afterPress(bool hasClosedPanel) {
+class ClosingPressTest : public testing::Test {
+protected:
+    ClosingPressTest() { press_.pressed(); }
+
+    ClosingPress press_;
+};
+
+TEST_F(ClosingPressTest, KnowsAnActivationWhileTheButtonIsHeld) {
+    EXPECT_TRUE(press_.takeActivation(kStart + milliseconds(3000), true));
+}
+
+TEST_F(ClosingPressTest, KnowsAnActivationThatComesWhenTheButtonIsLetGo) {
+    press_.released(kStart + milliseconds(3000));
+    EXPECT_TRUE(press_.takeActivation(kStart + milliseconds(3050), true));
+}
+
+TEST_F(ClosingPressTest, TakesOneActivationAlsoWhenTheNextPressComesBeforeItIsTold) {
+    press_.released(kStart + milliseconds(50));
+    press_.released(kStart + milliseconds(250)); // of the next click, which closes nothing
+    EXPECT_TRUE(press_.takeActivation(kStart + milliseconds(260), true));
+    EXPECT_FALSE(press_.takeActivation(kStart + milliseconds(270), true));
+}
+
+TEST_F(ClosingPressTest, LetsAnActivationElsewhereOpenThePanelHoweverSoonItComes) {
+    press_.released(kStart + milliseconds(50));
+    EXPECT_FALSE(press_.takeActivation(kStart + milliseconds(150), false));
+}
+
+TEST_F(ClosingPressTest, LetsAnActivationOpenThePanelLater) {
+    press_.released(kStart);
+    EXPECT_FALSE(press_.takeActivation(kStart + ClosingPress::delay, true));
+}
+
+TEST(NoClosingPressTest, HoldsNothingBack) {
     ClosingPress press;
-    press.pressed(kStart, hasClosedPanel);
-    return press;
-}
-
-TEST(ClosingPressTest, KnowsAnActivationThatComesWithThePressThatClosedThePanel) {
-    EXPECT_TRUE(afterPress(true).takeActivation(kStart + milliseconds(20)));
-}
-
-TEST(ClosingPressTest, KnowsAnActivationThatComesWhenALongPressEnds) {
-    ClosingPress press = afterPress(true);
-    press.released(kStart + milliseconds(3000));
-    EXPECT_TRUE(press.takeActivation(kStart + milliseconds(3050)));
-}
-
-TEST(ClosingPressTest, KnowsAnActivationWhileTheButtonIsStillHeld) {
-    EXPECT_TRUE(afterPress(true).takeActivation(kStart + milliseconds(3000)));
-}
-
-TEST(ClosingPressTest, LetsTheNextPressOnTheItemOpenThePanelHoweverSoonItComes) {
-    ClosingPress press = afterPress(true);
-    press.released(kStart + milliseconds(50));
-    press.pressed(kStart + milliseconds(150), false);
-    EXPECT_FALSE(press.takeActivation(kStart + milliseconds(160)));
-}
-
-TEST(ClosingPressTest, LetsAnActivationWithoutAPressOpenThePanelLater) {
-    ClosingPress press = afterPress(true);
-    press.released(kStart + milliseconds(50));
-    EXPECT_FALSE(press.takeActivation(kStart + milliseconds(50) + ClosingPress::delay));
-}
-
-TEST(ClosingPressTest, HoldsBackOneActivationOnly) {
-    ClosingPress press = afterPress(true);
-    EXPECT_TRUE(press.takeActivation(kStart + milliseconds(10)));
-    EXPECT_FALSE(press.takeActivation(kStart + milliseconds(20)));
-}
-
-TEST(ClosingPressTest, HoldsNothingBackAfterAPressThatClosedNothing) {
-    EXPECT_FALSE(afterPress(false).takeActivation(kStart));
-    EXPECT_FALSE(ClosingPress().takeActivation(kStart));
+    press.released(kStart);
+    EXPECT_FALSE(press.takeActivation(kStart, true));
 }
 
 } // namespace

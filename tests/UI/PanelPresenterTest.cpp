@@ -111,6 +111,17 @@ TEST_F(PanelPresenterTest, StaysClosedAfterTheClickOnTheItemThatClosedIt) {
     EXPECT_TRUE(presenter.isPanelVisible());
 }
 
+TEST_F(PanelPresenterTest, CountsClicksThatAreFasterThanTheItemsHost) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    click(kIcon.center());
+    click(kIcon.center());
+    presenter.toggle(kIcon); // the first
+    EXPECT_FALSE(presenter.isPanelVisible());
+    presenter.toggle(kIcon); // the second
+    EXPECT_TRUE(presenter.isPanelVisible());
+}
+
 TEST_F(PanelPresenterTest, OpensOnAClickOnTheItemRightAfterOneOutside) {
     PanelPresenter& presenter = makePresenter();
     presenter.show(kIcon);

@@ -17,13 +17,14 @@ namespace {
 class TrayTest : public testing::Test {
 protected:
     Tray& makeTray() {
-        tray_.emplace(bus_.itemsSide(), windows_, [this] {
+        const auto menu = [this] {
             return std::vector<TrayMenuEntry>{
                 {QStringLiteral("Save & quit"), false, false, [this] { ++chosen_; }},
                 {},
                 {QStringLiteral("Enabled"), true, true, [] {}},
             };
-        });
+        };
+        tray_.emplace(bus_.itemsSide(), windows_, menu, [this] { return now_; });
         QObject::connect(&*tray_, &Tray::activated,
                          [this](const std::optional<QRect>& place) { places_.push_back(place); });
         return *tray_;
@@ -41,6 +42,7 @@ protected:
     std::optional<Tray> tray_;
     std::vector<std::optional<QRect>> places_;
     int chosen_ = 0;
+    Tray::Clock::time_point now_ = {};
 };
 
 TEST_F(TrayTest, NeverAsksForAnEmbeddedPlaceWhereAWatcherAnswers) {
@@ -89,9 +91,21 @@ TEST_F(TrayTest, TellsWhereItWasPressedInTheToolkitsPixels) {
 TEST_F(TrayTest, TellsNoPlaceThatItsHostDoesNotKnow) {
     makeTray();
     callItem("Activate", 0, 0);
+    now_ += std::chrono::seconds(1);
     windows_.knowsPlaces = false;
     callItem("Activate", 2000, 30);
     EXPECT_EQ(places_, (std::vector<std::optional<QRect>>{std::nullopt, std::nullopt}));
+}
+
+TEST_F(TrayTest, TakesAClickThatItsHostTellsTwiceForOne) {
+    makeTray();
+    callItem("Activate", 2000, 30);
+    now_ += std::chrono::milliseconds(2);
+    callItem("Activate", 2000, 30);
+    EXPECT_EQ(places_.size(), 1U);
+    now_ += Tray::shortestPause;
+    callItem("Activate", 2000, 30);
+    EXPECT_EQ(places_.size(), 2U);
 }
 
 TEST_F(TrayTest, ShowsAMenuOfItsOwnForAHostThatShowsNone) {

@@ -25,9 +25,9 @@ void PanelTest::openDesktop(TrayHost trayHost) {
 }
 
 void PanelTest::TearDown() {
-    expectNoWarnings();
+    expectNoToolkitWarnings(outputs());
     if (HasFailure() && desktop_ != nullptr) {
-        keepPicture();
+        keepPicture(screen());
         ADD_FAILURE() << "the panel says:\n" << outputs() << "\nthe desktop says:\n" << desktop_->logs();
     }
     VelloTest::TearDown();
@@ -40,20 +40,20 @@ std::string PanelTest::outputs() const {
     return result;
 }
 
-void PanelTest::expectNoWarnings() const {
-    std::istringstream lines(outputs());
+void expectNoToolkitWarnings(const std::string& output) {
+    std::istringstream lines(output);
     for (std::string line; std::getline(lines, line);)
         EXPECT_FALSE(line.starts_with(qtWarningMark) || line.starts_with(qtCriticalMark)) << line;
 }
 
-void PanelTest::keepPicture() {
+void keepPicture(const PrivateScreen& screen) {
     const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(test->test_suite_name()).append(".").append(test->name());
     std::ranges::replace(name, '/', '-');
     const std::filesystem::path folder = VELLO_TEST_RESULTS;
     std::filesystem::create_directories(folder);
     const auto file = folder / (name + ".png");
-    if (screen().picture().save(QString::fromStdString(file.string())))
+    if (screen.picture().save(QString::fromStdString(file.string())))
         ADD_FAILURE() << "the screen is in " << file;
 }
 

@@ -50,11 +50,14 @@ protected:
 
 private:
     std::string outputs() const;
-    void expectNoWarnings() const;
-    void keepPicture();
 
     std::unique_ptr<PrivateDesktop> desktop_;
     std::vector<std::unique_ptr<ChildProcess>> processes_;
 };
+
+/// A line with a warning of the toolkit in what a panel wrote fails the test.
+void expectNoToolkitWarnings(const std::string& output);
+/// Leaves a picture of the screen, named as the test, and tells where.
+void keepPicture(const PrivateScreen& screen);
 
 } // namespace vello::session

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PrivateDesktop.h"
 
+#include "Picture.h"
+
 #include <algorithm>
-#include <cmath>
 #include <fstream>
 #include <stdexcept>
 
@@ -10,9 +11,6 @@ namespace vello::session {
 namespace {
 
 using namespace std::chrono_literals;
-
-/// A pixel differs from another when some channel does by more than this.
-constexpr int visibleDifference = 24;
 
 /// Windows get the keyboard when they appear and when they are clicked; a click on the empty desktop does
 /// nothing.
@@ -45,22 +43,6 @@ Environment desktopEnvironment(Environment environment, const std::string& scree
     for (const auto& [name, value] : desktop)
         environment[name] = value;
     return environment;
-}
-
-bool differs(QRgb one, QRgb other) {
-    return std::max({std::abs(qRed(one) - qRed(other)), std::abs(qGreen(one) - qGreen(other)),
-                     std::abs(qBlue(one) - qBlue(other))}) > visibleDifference;
-}
-
-/// The smallest rectangle around everything that differs from the top left pixel.
-QRect drawnOn(const QImage& picture) {
-    const QRgb background = picture.pixel(0, 0);
-    QRect result;
-    for (int y = 0; y < picture.height(); ++y)
-        for (int x = 0; x < picture.width(); ++x)
-            if (differs(picture.pixel(x, y), background))
-                result |= QRect(x, y, 1, 1);
-    return result;
 }
 
 } // namespace

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <QImage>
+#include <QRect>
+
+namespace vello::session {
+
+/// The smallest rectangle around everything that visibly differs from the top left pixel.
+QRect drawnOn(const QImage& picture);
+
+} // namespace vello::session
