@@ -18,6 +18,11 @@ using namespace std::chrono_literals;
 
 constexpr auto startLimit = 10s;
 
+constexpr auto betweenMoves = 5ms;
+constexpr auto beforePress = 150ms;
+constexpr auto beforeRelease = 30ms;
+constexpr auto betweenKeys = 10ms;
+
 /// The server writes its number, in a line of its own, when it takes connections.
 std::string awaitNumber(ChildProcess& server) {
     const auto deadline = std::chrono::steady_clock::now() + startLimit;
@@ -157,15 +162,15 @@ void PrivateScreen::awaitEvent(std::chrono::milliseconds timeout) const {
 }
 
 void PrivateScreen::movePointer(QPoint place) {
-    connection_->fake(XCB_MOTION_NOTIFY, 0, place);
+    connection_->fake(XCB_MOTION_NOTIFY, 0, betweenMoves, place);
 }
 
 void PrivateScreen::pressButton(int button) {
-    connection_->fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button));
+    connection_->fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button), beforePress);
 }
 
 void PrivateScreen::releaseButton(int button) {
-    connection_->fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
+    connection_->fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button), beforeRelease);
 }
 
 void PrivateScreen::click(QPoint place, int button) {
@@ -195,10 +200,10 @@ void PrivateScreen::pressKeys(const std::vector<std::uint32_t>& keySymbols) {
     std::vector<xcb_keycode_t> pressed;
     for (const std::uint32_t symbol : keySymbols) {
         pressed.push_back(connection_->strokeOf(symbol).code);
-        connection_->fake(XCB_KEY_PRESS, pressed.back());
+        connection_->fake(XCB_KEY_PRESS, pressed.back(), betweenKeys);
     }
     for (const xcb_keycode_t code : pressed)
-        connection_->fake(XCB_KEY_RELEASE, code);
+        connection_->fake(XCB_KEY_RELEASE, code, betweenKeys);
 }
 
 void PrivateScreen::type(std::string_view text) {

@@ -73,6 +73,8 @@ public:
         return true;
     }
 
+    // The devices are as fast as a quick hand, and no faster: programs tell clicks by the time between them.
+
     void movePointer(QPoint place);
     void pressButton(int button = 1);
     void releaseButton(int button = 1);

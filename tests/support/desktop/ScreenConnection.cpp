@@ -83,9 +83,10 @@ KeyStroke PrivateScreen::Connection::strokeOf(std::uint32_t keySymbol) const {
     throw std::runtime_error("no key has the symbol " + std::to_string(keySymbol));
 }
 
-void PrivateScreen::Connection::fake(std::uint8_t event, std::uint8_t detail, QPoint place) const {
-    xcb_test_fake_input(xcb_, event, detail, XCB_CURRENT_TIME, XCB_NONE, static_cast<std::int16_t>(place.x()),
-                        static_cast<std::int16_t>(place.y()), 0);
+void PrivateScreen::Connection::fake(std::uint8_t event, std::uint8_t detail, std::chrono::milliseconds delay,
+                                     QPoint place) const {
+    xcb_test_fake_input(xcb_, event, detail, static_cast<std::uint32_t>(delay.count()), XCB_NONE,
+                        static_cast<std::int16_t>(place.x()), static_cast<std::int16_t>(place.y()), 0);
     synchronize();
 }
 

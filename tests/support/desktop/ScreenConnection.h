@@ -3,6 +3,7 @@
 
 #include "PrivateScreen.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -47,8 +48,10 @@ public:
     void synchronize() const;
     /// Throws std::runtime_error when no key has the symbol.
     KeyStroke strokeOf(std::uint32_t keySymbol) const;
-    /// Has the server act as if a device had sent this event (an X event code).
-    void fake(std::uint8_t event, std::uint8_t detail, QPoint place = {}) const;
+    /// Has the server act as if a device had sent this event (an X event code) in so much time from now.
+    /// Returns when it has.
+    void fake(std::uint8_t event, std::uint8_t detail, std::chrono::milliseconds delay,
+              QPoint place = {}) const;
 
 private:
     xcb_connection_t* xcb_;
