@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QLinearGradient>
 #include <QPainter>
+#include <QQuickPaintedItem>
 
 #include <cstdio>
 #include <cstdlib>
@@ -104,7 +105,6 @@ const std::map<std::string, Prepare> kScenes{
      [](PanelScene& scene) {
          scene.play(301, "\u05e0\u05d2\u05df \u05de\u05d5\u05d6\u05d9\u05e7\u05d4");
          scene.play(302, "\u0645\u0634\u063a\u0644 \u0627\u0644\u0645\u0648\u0633\u064a\u0642\u0649");
-         showLevels(scene);
      }},
     {"failed",
      [](PanelScene& scene) { scene.loginItem.failsToChange = true, scene.model->setLaunchesAtLogin(true); }},
@@ -119,11 +119,21 @@ const std::map<std::string, Prepare> kScenes{
      }},
 };
 
-QImage laidOnto(QImage desktop, const QImage& panel) {
-    desktop.setDevicePixelRatio(panel.devicePixelRatio());
-    QPainter(&desktop).drawImage(0, 0, panel);
-    return desktop;
-}
+/// A window without a screen has no alpha: what lies behind the panel is drawn into it.
+class Backdrop : public QQuickPaintedItem {
+public:
+    Backdrop(QQuickWindow& window, const QString& name) : QQuickPaintedItem(window.contentItem()) {
+        setSize(window.size());
+        setZ(-1.0);
+        image_ = wallpaper(name, window.size());
+    }
+
+    bool isNull() const { return image_.isNull(); }
+    void paint(QPainter* painter) override { painter->drawImage(0, 0, image_); }
+
+private:
+    QImage image_;
+};
 
 int takePicture(const std::string& scene, const Appearance& appearance, const QString& file,
                 const QString& behind) {
@@ -132,17 +142,17 @@ int takePicture(const std::string& scene, const Appearance& appearance, const QS
                                  : scene == "denied" ? FakeCaptureAuthorization::denied
                                                      : FakeCaptureAuthorization::undecided);
     scene == "about" ? panel.openAbout() : panel.openPanel();
+    const Backdrop backdrop(*panel.window, behind);
+    if (backdrop.isNull()) {
+        std::fprintf(stderr, "there is no wallpaper \"%s\"\n", qPrintable(behind));
+        return 2;
+    }
     if (const auto prepare = kScenes.find(scene); prepare != kScenes.end())
         prepare->second(panel);
     const QImage image = panel.picture();
     for (const QString& warning : panel.qmlWarnings)
         std::fprintf(stderr, "%s\n", qPrintable(warning));
-    const QImage desktop = wallpaper(behind, image.size());
-    if (desktop.isNull()) {
-        std::fprintf(stderr, "there is no wallpaper \"%s\"\n", qPrintable(behind));
-        return 2;
-    }
-    return laidOnto(desktop, image).save(file) && panel.qmlWarnings.isEmpty() ? 0 : 1;
+    return image.save(file) && panel.qmlWarnings.isEmpty() ? 0 : 1;
 }
 
 } // namespace
@@ -161,7 +171,8 @@ int main(int argumentCount, char** arguments) {
     const auto look = vello::AppearanceWords::read(QString::fromLocal8Bit(arguments[2]).replace(u'-', u','));
     for (const QString& complaint : look.complaints)
         std::fprintf(stderr, "%s\n", qPrintable(complaint));
-    const vello::Appearance appearance = look.choices.appearance();
+    vello::Appearance appearance = look.choices.appearance();
+    appearance.isMotionReduced = true; // nothing is caught half way
     const char* const behind = argumentCount == 5 ? arguments[4] : appearance.isDark ? "dusk" : "dawn";
     return vello::takePicture(arguments[1], appearance, QString::fromLocal8Bit(arguments[3]),
                               QString::fromLocal8Bit(behind));
