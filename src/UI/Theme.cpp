@@ -68,12 +68,14 @@ QColor Theme::quaternary() const {
 Theme::Accents Theme::derivedAccents() const {
     const QColor own = QColor::fromRgb(isDark() ? kOwnAccentOnDark : kOwnAccentOnLight);
     const QColor chosen = appearance_.accent.isValid() ? appearance_.accent : own;
+    // White is written on the product's own accent in the dark as well.
+    const QColor surface = appearance_.accent.isValid() ? chosen : QColor::fromRgb(kOwnAccentOnLight);
     const double textContrast = isContrastIncreased() ? kIncreasedContrast : kTextContrast;
-    const bool isWrittenOnInWhite = contrastRatio(chosen, Qt::white) >= kMarkContrast;
+    const bool isWrittenOnInWhite = contrastRatio(surface, Qt::white) >= kMarkContrast;
     const QColor onFill = isWrittenOnInWhite ? Qt::white : Qt::black;
     return {.mark = standingOut(chosen, grounds(), isContrastIncreased() ? kTextContrast : kMarkContrast),
             .text = standingOut(chosen, grounds(), textContrast),
-            .fill = standingOut(chosen, std::array{onFill}, textContrast),
+            .fill = standingOut(surface, std::array{onFill}, textContrast),
             .onFill = onFill};
 }
 

@@ -248,9 +248,10 @@ TEST_F(PanelLayoutTest, MovesOnTheSpringsThatItIsMeantToMoveOn) {
 
 TEST_F(PanelLayoutTest, StandsTheOtherWayRoundWhereOneReadsFromTheRight) {
     scene.play(101, "Player");
-    scene.theme.setAppearance({.isRightToLeft = true});
     open();
     click(playerRow());
+    scene.theme.setAppearance({.isRightToLeft = true});
+    scene.settle();
     const auto parts = line();
     EXPECT_GT(place(*parts.front()).left(), place(*parts.back()).left());
     const auto symbols = all(QStringLiteral("Symbol"), &header());

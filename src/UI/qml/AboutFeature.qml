@@ -29,11 +29,14 @@ Row {
         PanelText {
             id: title
 
+            anchors.left: parent.left
             text: root.title
             font.pixelSize: Theme.subheadline
             font.weight: Font.DemiBold
         }
         PanelText {
+            anchors.left: parent.left
+            horizontalAlignment: Text.AlignLeft
             text: root.detail
             font.pixelSize: Theme.caption
         }

@@ -23,6 +23,7 @@ Rectangle {
         spacing: 12
 
         Row {
+            anchors.left: parent.left
             spacing: 14
 
             Image {
@@ -39,35 +40,43 @@ Rectangle {
                 spacing: 3
 
                 PanelText {
+                    anchors.left: parent.left
                     text: "VELLO"
                     font.pixelSize: Theme.title2
                     font.weight: Font.DemiBold
                 }
                 PanelText {
+                    anchors.left: parent.left
                     text: qsTr("By QUORVIN")
                     font.pixelSize: Theme.subheadline
                 }
             }
         }
         PanelText {
+            anchors.left: parent.left
+            horizontalAlignment: Text.AlignLeft
             text: qsTr("Per-app sound control,\nright from your menu bar.")
             font.pixelSize: Theme.headline
             font.weight: Font.Bold
         }
         Column {
+            anchors.left: parent.left
             spacing: 10
 
             AboutFeature {
+                anchors.left: parent.left
                 icon: "slider.vertical.3"
                 title: qsTr("Shape each app")
                 detail: qsTr("Use the 8-band equalizer independently\nfor the apps playing sound.")
             }
             AboutFeature {
+                anchors.left: parent.left
                 icon: "speaker.wave.2"
                 title: qsTr("Choose its output")
                 detail: qsTr("Route an app to the system output\nor a specific speaker.")
             }
             AboutFeature {
+                anchors.left: parent.left
                 icon: "lock"
                 title: qsTr("Audio stays on your Mac")
                 detail: qsTr("VELLO processes audio locally\nand does not record or store it.")
@@ -96,7 +105,7 @@ Rectangle {
             Accessible.ignored: true
             font.pixelSize: Theme.body
             font.underline: link.hovered
-            color: Theme.accent
+            color: Theme.accentText
         }
         background: Item {
             FocusRing {

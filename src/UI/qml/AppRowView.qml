@@ -56,7 +56,9 @@ T.AbstractButton {
         }
         Text {
             Layout.fillWidth: true
-            Layout.maximumWidth: implicitWidth
+            // Layouts deal in whole points: with a fraction less the name would end in an ellipsis.
+            Layout.preferredWidth: Math.ceil(implicitWidth)
+            Layout.maximumWidth: Math.ceil(implicitWidth)
             text: root.source.name
             textFormat: Text.PlainText
             elide: Text.ElideRight

@@ -35,13 +35,14 @@ Item {
 
         anchors.bottom: parent.bottom
         width: parent.width
-        height: 12
+        height: Theme.scaled(12)
         text: root.band.label
         textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         font.family: Theme.monospaced
-        font.pixelSize: Theme.caption2
+        // All labels in one size, in which three digits find room: they are 1.85 times as wide as high.
+        font.pixelSize: Math.max(8, Math.min(Theme.caption2, Math.floor(root.width / 1.85)))
         color: Theme.secondary
         Accessible.ignored: true
     }

@@ -12,7 +12,7 @@ Item {
     required property real gutterWidth
     readonly property real spacing: 6
 
-    implicitHeight: root.sliderHeight + 16
+    implicitHeight: root.sliderHeight + 4 + Theme.scaled(12)
     enabled: !root.equalizer.isBypassed
     LayoutMirroring.enabled: false
     LayoutMirroring.childrenInherit: true

@@ -41,7 +41,7 @@ T.AbstractButton {
         }
         Symbol {
             name: "chevron.down"
-            pointSize: 7
+            pointSize: Theme.scaled(7)
             color: Theme.tertiary
         }
     }

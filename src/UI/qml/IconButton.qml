@@ -13,6 +13,8 @@ T.AbstractButton {
     property string hint: root.label
     property real symbolSize: Theme.headline
     property color symbolColor: Theme.secondary
+    /// A symbol is 1.3 times as wide as its size.
+    readonly property real largestSymbolSize: root.implicitWidth / 1.3
     /// From the button's edge to the symbol's.
     readonly property real symbolMargin: (root.width - drawing.width) / 2
 
@@ -38,7 +40,7 @@ T.AbstractButton {
 
         anchors.centerIn: parent
         name: root.symbol
-        pointSize: root.symbolSize
+        pointSize: Math.min(root.symbolSize, root.largestSymbolSize)
         color: root.symbolColor
         opacity: !root.enabled ? 0.4 : root.down ? 0.65 : 1
     }

@@ -36,7 +36,7 @@ Item {
         width: parent.width
         height: root.lineHeight
         radius: 6
-        color: root.isCurrent ? Theme.accent : "transparent"
+        color: root.isCurrent ? Theme.accentFill : "transparent"
 
         Symbol {
             visible: root.menu.showsCheckMarks && root.isChecked
@@ -51,15 +51,16 @@ Item {
             id: label
 
             anchors.left: parent.left
-            anchors.leftMargin: root.menu.showsCheckMarks ? 25 : 10
+            anchors.leftMargin: root.menu.showsCheckMarks ? 7 + Theme.scaled(18) : 10
             anchors.right: parent.right
             anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
+            horizontalAlignment: Text.AlignLeft
             text: root.title
             textFormat: Text.PlainText
             elide: Text.ElideRight
             font.pixelSize: Theme.callout
-            color: root.isCurrent ? Theme.onAccent : root.isChecked && !root.menu.showsCheckMarks ? Theme.accent : Theme.primary
+            color: root.isCurrent ? Theme.onAccent : root.isChecked && !root.menu.showsCheckMarks ? Theme.accentText : Theme.primary
         }
         HoverHandler {
             onHoveredChanged: {

@@ -22,6 +22,9 @@ Column {
 
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
+            width: Math.min(implicitWidth, parent.width - launch.width - launch.anchors.leftMargin)
+            horizontalAlignment: Text.AlignLeft
+            wrapMode: Text.Wrap
             text: qsTr("Launch at Login")
             textFormat: Text.PlainText
             font.pixelSize: Theme.body
@@ -90,7 +93,8 @@ Column {
                 Symbol {
                     anchors.verticalCenter: parent.verticalCenter
                     name: "chevron.right"
-                    pointSize: 8
+                    rotation: Theme.isRightToLeft ? 180 : 0
+                    pointSize: Theme.scaled(8)
                     color: quit.ink
                 }
             }

@@ -15,7 +15,7 @@ T.Popup {
     padding: 5
     margins: 8
     focus: true
-    implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 50 : 36) + leftPadding + rightPadding))
+    implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 32 + Theme.scaled(18) : 36) + leftPadding + rightPadding))
     implicitHeight: Math.min(implicitContentHeight + topPadding + bottomPadding, root.largestHeight)
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
 

@@ -48,12 +48,14 @@ Column {
     ProminentButton {
         anchors.horizontalCenter: parent.horizontalCenter
         visible: !root.isDenied
+        width: Math.min(implicitWidth, root.width - 2 * root.padding)
         text: qsTr("Allow Access")
         onClicked: root.allow()
     }
     ProminentButton {
         anchors.horizontalCenter: parent.horizontalCenter
         visible: root.isDenied
+        width: Math.min(implicitWidth, root.width - 2 * root.padding)
         text: qsTr("Open System Settings…")
         onClicked: root.openSettings()
     }

@@ -15,13 +15,24 @@ Item {
         menuButton.forceActiveFocus();
     }
 
-    implicitHeight: row.implicitHeight
+    readonly property real smallestTitleWidth: Theme.scaled(60)
+    /// With all that may stand in the row, so that nothing moves when a tempo or a curve of one's own appears.
+    readonly property real largestWidth: root.smallestTitleWidth + Theme.scaled(48) + save.implicitWidth + divider.implicitWidth + reset.implicitWidth + 4 * row.spacing
+    /// Large texts and long words take two rows.
+    readonly property bool isBroken: root.width > 0 && root.largestWidth > root.width
+
+    // One after the other: a row stands its items in the order in which they come.
+    onIsBrokenChanged: {
+        for (const part of [save, divider, reset])
+            part.parent = root.isBroken ? secondRow : row;
+    }
+    implicitHeight: row.implicitHeight + (root.isBroken ? 4 + secondRow.implicitHeight : 0)
 
     RowLayout {
         id: row
 
-        anchors.horizontalCenter: parent.horizontalCenter
-        width: Math.min(implicitWidth, parent.width)
+        x: root.isBroken ? (LayoutMirroring.enabled ? root.width - width : 0) : (root.width - width) / 2
+        width: Math.min(implicitWidth, root.width)
         spacing: 8
 
         CapsuleButton {
@@ -29,8 +40,8 @@ Item {
 
             // A long name gives way to what stands beside it.
             Layout.fillWidth: true
-            Layout.minimumWidth: 70
-            Layout.maximumWidth: implicitWidth
+            Layout.minimumWidth: root.smallestTitleWidth
+            Layout.maximumWidth: Math.ceil(implicitWidth)
             symbol: "dial.medium"
             title: root.equalizer.currentPresetName
             onClicked: menu.open()
@@ -52,21 +63,34 @@ Item {
             beatsPerMinute: root.equalizer.beatsPerMinute
         }
         LabelButton {
+            id: save
+
             visible: root.equalizer.isUnsavedCustomCurve
             text: qsTr("Save")
             symbol: "square.and.arrow.down"
             onClicked: root.saveRequested()
         }
         Rectangle {
+            id: divider
+
             implicitWidth: 1
             implicitHeight: 12
             color: Theme.quaternary
         }
         LabelButton {
+            id: reset
+
             text: qsTr("Reset")
             symbol: "arrow.counterclockwise"
             enabled: !root.equalizer.isFlat
             onClicked: root.equalizer.reset()
         }
+    }
+    RowLayout {
+        id: secondRow
+
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        spacing: row.spacing
     }
 }

@@ -36,7 +36,7 @@ RowLayout {
         placeholderText: qsTr("Preset name")
         placeholderTextColor: Theme.tertiary
         color: Theme.primary
-        selectionColor: Theme.accent
+        selectionColor: Theme.accentFill
         selectedTextColor: Theme.onAccent
         selectByMouse: true
         maximumLength: 200
@@ -71,7 +71,7 @@ RowLayout {
             implicitWidth: 20
             implicitHeight: 20
             symbol: "xmark"
-            symbolSize: 9
+            symbolSize: Theme.scaled(9)
             symbolColor: Theme.tertiary
             label: qsTr("Cancel saving preset")
             onClicked: root.canceled()

@@ -23,12 +23,13 @@ T.AbstractButton {
         font.weight: Font.Medium
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.Wrap
         color: Theme.onAccent
         opacity: root.enabled ? 1 : 0.6
     }
     background: GlassSurface {
         radius: height / 2
-        color: root.down ? Qt.darker(Theme.accent, 1.15) : root.hovered ? Qt.lighter(Theme.accent, 1.08) : Theme.accent
+        color: root.down ? Theme.accentFillPressed : root.hovered ? Theme.accentFillHovered : Theme.accentFill
         rimColor: Theme.isContrastIncreased ? Theme.primary : Qt.rgba(1, 1, 1, 0.22)
         opacity: root.enabled ? 1 : 0.4
 

@@ -9,7 +9,8 @@ Text {
     rightPadding: 2
     textFormat: Text.PlainText
     font.family: Theme.monospaced
-    font.pixelSize: Theme.caption2
+    // All marks in one size, in which the longest finds room: it is 1.85 times as wide as high.
+    font.pixelSize: Math.max(8, Math.min(Theme.caption2, Math.floor((width - rightPadding) / 1.85)))
     color: Theme.tertiary
     Accessible.ignored: true
 }
