@@ -7,10 +7,10 @@ namespace vello {
 
 PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
     : controller_(parts.controller), icons_(parts.runningApplications, parts.iconProgram),
-      desktop_(QDBusConnection::sessionBus(), qEnvironmentVariable("VELLO_APPEARANCE")),
-      theme_(desktop_.appearance()), model_(parts.controller, parts.meters, parts.launchAtLogin, icons_),
+      desktop_(parts.sessionBus, qEnvironmentVariable("VELLO_APPEARANCE")), theme_(desktop_.appearance()),
+      model_(parts.controller, parts.meters, parts.launchAtLogin, icons_),
       windows_(WindowSystem::ofToolkit()), presenter_(model_, theme_, *windows_, parts.corner),
-      tray_(QDBusConnection::sessionBus(), *windows_,
+      tray_(parts.sessionBus, *windows_,
             [this] { return trayMenu(controller_, model_, [this] { presenter_.show(tray_.geometry()); }); }),
       launch_(
           parts.mainThread,

@@ -11,6 +11,7 @@
 #include "UI/WindowSystem.h"
 #include "UI/WordingTranslator.h"
 
+#include <QDBusConnection>
 #include <QObject>
 
 #include <filesystem>
@@ -36,6 +37,7 @@ public:
         std::filesystem::path iconProgram; ///< kApplicationIconProgram
         /// Where the panel opens while the status item's place is not known.
         ScreenCorner corner = ScreenCorner::topRight;
+        QDBusConnection sessionBus = QDBusConnection::sessionBus();
     };
     /// `quit` ends the application.
     PanelShell(const Parts& parts, std::function<void()> quit);
