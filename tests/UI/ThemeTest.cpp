@@ -90,6 +90,15 @@ TEST(ThemeTest, HasTextsThatCanBeReadInEveryLookOverEveryWallpaper) {
     }
 }
 
+TEST(ThemeTest, HasAMakersLineThatCanStillBeToldFromItsGround) {
+    for (const Appearance& look : looks()) {
+        const Theme theme(look);
+        QColor dimmed = theme.tertiary();
+        dimmed.setAlphaF(dimmed.alphaF() * 0.85F); // as PanelFooter draws it
+        EXPECT_GE(worstContrast(dimmed, theme), kMarkContrast) << nameOf(look);
+    }
+}
+
 TEST(ThemeTest, OrdersItsTextsByTheirWeight) {
     for (const Appearance& look : looks()) {
         const Theme theme(look);
