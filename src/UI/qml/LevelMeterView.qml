@@ -21,17 +21,15 @@ Item {
     }
     Rectangle {
         anchors.left: parent.left
-        width: parent.width * root.level
+        width: parent.width * shown.value
         height: parent.height
         radius: height / 2
         color: Theme.accent
+    }
+    LevelFollower {
+        id: shown
 
-        Behavior on width {
-            enabled: root.hasLevel && !Theme.isMotionReduced
-
-            NumberAnimation {
-                duration: 100
-            }
-        }
+        to: root.level
+        isAnimated: root.hasLevel && !Theme.isMotionReduced
     }
 }
