@@ -32,6 +32,14 @@ double processorSeconds(pid_t process) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
+double firstThreadSeconds(pid_t process) {
+    std::ifstream file(folderOf(process) / "task" / std::to_string(process) / "schedstat");
+    double nanoseconds = 0;
+    if (!(file >> nanoseconds))
+        throw std::runtime_error("no schedstat of process " + std::to_string(process));
+    return nanoseconds * 1e-9;
+}
+
 std::size_t proportionalMemory(pid_t process) {
     std::ifstream file(folderOf(process) / "smaps_rollup");
     for (std::string line; std::getline(file, line);)

@@ -12,6 +12,8 @@ namespace vello::session {
 /// Processor time that a process and all its threads have used, in seconds. Throws std::system_error when it
 /// is gone.
 double processorSeconds(pid_t process);
+/// The same of its first thread alone. Throws std::runtime_error when the kernel does not tell.
+double firstThreadSeconds(pid_t process);
 /// Its share of memory (PSS), in bytes. Throws std::runtime_error when the kernel does not tell.
 std::size_t proportionalMemory(pid_t process);
 std::size_t openDescriptors(pid_t process);
