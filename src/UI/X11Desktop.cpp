@@ -2,11 +2,11 @@
 #include "UI/X11Desktop.h"
 
 #include <QGuiApplication>
-#include <QPainterPath>
 #include <QScreen>
 #include <QSocketNotifier>
 
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -27,6 +27,19 @@ constexpr std::uint32_t kRawButtons =
 Owned<xcb_intern_atom_reply_t> atom(xcb_connection_t* connection, const std::string& name) {
     const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
     return Owned<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection, cookie, nullptr));
+}
+
+/// The pixels that a rounded rectangle covers as a whole. Those of its edge would show the window's ground.
+QRegion rounded(const QRect& rect, double radius) {
+    const int rows = static_cast<int>(std::ceil(radius));
+    QRegion region(rect.adjusted(0, rows, 0, -rows));
+    for (int row = 0; row < rows; ++row) {
+        const double height = radius - row;
+        const int inset = static_cast<int>(std::ceil(radius - std::sqrt(radius * radius - height * height)));
+        region += QRect(rect.x() + inset, rect.y() + row, rect.width() - 2 * inset, 1);
+        region += QRect(rect.x() + inset, rect.y() + rect.height() - 1 - row, rect.width() - 2 * inset, 1);
+    }
+    return region;
 }
 
 } // namespace
@@ -139,9 +152,7 @@ void X11Desktop::prepare(QWindow& window, const WindowPlace& place) {
 void X11Desktop::limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) {
     if (cornerRadius <= 0.0)
         return window.setMask(panel.adjusted(-shadow, -shadow, shadow, shadow));
-    QPainterPath path;
-    path.addRoundedRect(panel, cornerRadius, cornerRadius);
-    window.setMask(QRegion(path.toFillPolygon().toPolygon()));
+    window.setMask(rounded(panel, cornerRadius));
 }
 
 /// A window manager forgets all this whenever the window is hidden.

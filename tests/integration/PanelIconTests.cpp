@@ -157,6 +157,21 @@ TEST_F(Panel, findsATrayThatComesLateAndOneThatComesBack) {
     }
 }
 
+TEST_F(Panel, movesItsIconBetweenHostsOfTheOldWayAndOfTheBus) {
+    openDesktop(TrayHost::tint2);
+    startPanel();
+    awaitOpen();
+    for (const TrayHost host : {TrayHost::xfcePanel, TrayHost::tint2}) {
+        screen().pressKeys({XK_Escape});
+        awaitClosed();
+        desktop().stopTrayHost();
+        desktop().startTrayHost(host);
+        const QRect icon = desktop().awaitTrayIcon();
+        screen().click(icon.center());
+        expectBeside(awaitOpen().area, icon);
+    }
+}
+
 TEST_F(Panel, doesWhatTheMenuOfItsIconOffers) {
     constexpr int openEntry = 1, switchEntry = 2, bassBoostEntry = 5, aboutEntry = 9, quitEntry = 10;
     openDesktop();
