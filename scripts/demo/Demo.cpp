@@ -168,6 +168,15 @@ struct Engagement {
     double silentFrames = 0;
 };
 
+/// Up to the frame `last`. The channels need not go over in the same cycle: the left one, which carries the
+/// numbers, may fall silent before the right one does.
+std::int64_t newestDelay(const Recording& recording, std::size_t last) {
+    for (std::size_t count = last + 1; count > 0; --count)
+        if (const auto delay = recording.delay(count - 1))
+            return *delay;
+    throw std::runtime_error("the recording of a player has no frame numbers");
+}
+
 /// By the frame numbers in the left channel: the clock's for the native player, so that the delay is what it
 /// is; its own for the other, whose count stands still while nothing hears it, so that the silence adds to
 /// the delay without being one.
@@ -175,11 +184,11 @@ Engagement engagementOf(const Recording& recording, const Application& applicati
     const auto passage = findPassage(recording, Way::direct, Way::tapped);
     if (!passage)
         throw std::runtime_error(application.name + " did not go over to its tap");
-    const auto before = recording.delay(passage->lastBefore);
-    const auto after = recording.delay(recording.frames() - 1);
+    const auto before = newestDelay(recording, passage->lastBefore);
+    const auto after = newestDelay(recording, recording.frames() - 1);
     const auto silent = static_cast<double>(passage->silentFrames);
     const double standing = application.kind == PlayerKind::native ? 0 : silent;
-    return {static_cast<double>(after.value() - before.value()) - standing, silent};
+    return {static_cast<double>(after - before) - standing, silent};
 }
 
 /// Starts VELLO several times beside playing applications; engagements by application.
