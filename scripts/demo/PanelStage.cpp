@@ -15,8 +15,8 @@ using namespace vello::session;
 constexpr const char* kPanelTitle = "VELLO by QUORVIN";
 constexpr const char* kProgram = "VELLO";
 constexpr auto kRest = 600ms;
-/// Pixels of the surroundings on each side.
-constexpr int kSurroundings = 12;
+/// Pixels that the window's clear margin goes on beyond what a picture shows of it.
+constexpr int kLeftOut = 8;
 
 Environment with(Environment environment, const Environment& more) {
     for (const auto& [name, value] : more)
@@ -85,9 +85,7 @@ QRect PanelStage::restingArea() {
 
 void PanelStage::takePicture(const std::filesystem::path& file) {
     constexpr QRect screen(0, 0, PrivateScreen::width, PrivateScreen::height);
-    const QRect part = restingArea()
-                           .adjusted(-kSurroundings, -kSurroundings, kSurroundings, kSurroundings)
-                           .intersected(screen);
+    const QRect part = restingArea().adjusted(kLeftOut, kLeftOut, -kLeftOut, -kLeftOut).intersected(screen);
     std::filesystem::create_directories(file.parent_path());
     if (!desktop_.screen().picture(part).save(QString::fromStdString(file.string())))
         throw std::runtime_error("cannot write " + file.string());

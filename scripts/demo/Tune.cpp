@@ -48,8 +48,8 @@ double sample(const Tune& tune, double seconds, double noise) {
     double chord = 0;
     for (const int step : kChord)
         chord += tone(raised(root, step), seconds, 5);
-    return 0.9 * drum(sinceBeat) + 0.4 * tone(root, seconds, 6) * std::exp(-3 * sinceHalf) + 0.09 * chord +
-           0.35 * noise * std::exp(-45 * sinceHalf);
+    return 0.9 * drum(sinceBeat) + 0.4 * tone(root, seconds, 6) * std::exp(-2 * sinceBeat) + 0.09 * chord +
+           0.12 * noise * std::exp(-45 * sinceHalf);
 }
 
 } // namespace
