@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import QtQuick.Templates as T
 import Vello
 
 /// What the application is, who made it, and where to read more.
@@ -83,39 +82,12 @@ Rectangle {
             }
         }
     }
-    T.AbstractButton {
-        id: link
-
+    LinkText {
         anchors.left: parent.left
         anchors.leftMargin: 36
         anchors.verticalCenter: done.verticalCenter
-        implicitWidth: implicitContentWidth
-        implicitHeight: implicitContentHeight
-        hoverEnabled: true
         text: qsTr("About")
-        Accessible.role: Accessible.Link
-        Accessible.name: text
-        Keys.onReturnPressed: link.clicked()
-        Keys.onEnterPressed: link.clicked()
-        onClicked: Qt.openUrlExternally(PanelMeasures.webSite)
-
-        contentItem: Text {
-            text: link.text
-            textFormat: Text.PlainText
-            Accessible.ignored: true
-            font.pixelSize: Theme.body
-            font.underline: link.hovered
-            color: Theme.accentText
-        }
-        background: Item {
-            FocusRing {
-                isShown: link.visualFocus
-                radius: 5
-            }
-        }
-        HoverHandler {
-            cursorShape: Qt.PointingHandCursor
-        }
+        address: PanelMeasures.webSite
     }
     ProminentButton {
         id: done

@@ -18,6 +18,7 @@ T.AbstractButton {
     rightPadding: 9
     hoverEnabled: true
     Accessible.name: root.title
+    Accessible.onPressAction: if (root.enabled) root.clicked()
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 

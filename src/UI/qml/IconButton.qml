@@ -22,6 +22,7 @@ T.AbstractButton {
     implicitHeight: Math.max(22, drawing.height)
     hoverEnabled: true
     Accessible.name: root.label
+    Accessible.onPressAction: if (root.enabled) root.clicked()
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 

@@ -16,6 +16,7 @@ T.AbstractButton {
     rightPadding: 4
     hoverEnabled: true
     Accessible.name: root.text
+    Accessible.onPressAction: if (root.enabled) root.clicked()
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 

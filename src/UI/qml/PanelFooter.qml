@@ -75,6 +75,7 @@ Column {
             hoverEnabled: true
             text: qsTr("Quit")
             Accessible.name: text
+            Accessible.onPressAction: quit.clicked()
             Keys.onReturnPressed: quit.clicked()
             Keys.onEnterPressed: quit.clicked()
             onClicked: root.panel.quit()

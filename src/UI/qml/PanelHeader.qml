@@ -60,7 +60,7 @@ Item {
         width: root.slotWidth
         height: parent.height
 
-        IconButton {
+        IconToggle {
             anchors.right: parent.right
             anchors.rightMargin: -symbolMargin
             anchors.verticalCenter: parent.verticalCenter
@@ -68,12 +68,8 @@ Item {
             symbol: "power"
             label: qsTr("Equalizing enabled")
             hint: qsTr("Turn all equalizing on or off")
-            symbolColor: root.panel.isProcessingEnabled ? Theme.accent : Theme.tertiary
-            Accessible.role: Accessible.CheckBox
-            Accessible.checkable: true
-            Accessible.checked: root.panel.isProcessingEnabled
-            Accessible.onToggleAction: clicked()
-            onClicked: root.panel.isProcessingEnabled = !root.panel.isProcessingEnabled
+            isOn: root.panel.isProcessingEnabled
+            onSwitched: isOn => root.panel.isProcessingEnabled = isOn
         }
     }
 }

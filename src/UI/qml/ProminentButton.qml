@@ -13,6 +13,7 @@ T.AbstractButton {
     implicitHeight: implicitContentHeight + 11
     hoverEnabled: true
     Accessible.name: root.text
+    Accessible.onPressAction: if (root.enabled) root.clicked()
     Keys.onReturnPressed: root.clicked()
     Keys.onEnterPressed: root.clicked()
 

@@ -4,7 +4,7 @@ import QtQuick.Templates as T
 import Vello
 
 /// A switch. Its owner binds `isOn` and answers `switched`; it never changes by itself.
-T.AbstractButton {
+T.CheckBox {
     id: root
 
     required property bool isOn
@@ -17,10 +17,10 @@ T.AbstractButton {
     implicitWidth: root.trackHeight * 1.75
     implicitHeight: root.trackHeight
     hoverEnabled: true
-    Accessible.role: Accessible.CheckBox
+    checked: root.isOn
+    nextCheckState: () => root.isOn ? Qt.Checked : Qt.Unchecked
     Accessible.name: root.label
-    Accessible.checkable: true
-    Accessible.checked: root.isOn
+    Accessible.onPressAction: root.clicked()
     Accessible.onToggleAction: root.clicked()
     onClicked: root.switched(!root.isOn)
     Keys.onReturnPressed: root.clicked()
