@@ -43,7 +43,7 @@ T.CheckBox {
 
         anchors.centerIn: parent
         name: root.symbol
-        pointSize: Theme.headline
+        pointSize: Math.min(Theme.headline, root.implicitWidth / 1.3) // it is 1.3 times as wide
         color: root.isOn ? Theme.accent : Theme.tertiary
         opacity: root.down ? 0.65 : 1
     }

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+// The panel as somebody uses it who does not see it: by a screen reader, and by keyboard alone.
+#include "PanelTest.h"
+#include "PrivateBus.h"
+
+#include "support/TemporaryFolder.h"
+
+#include <X11/keysym.h>
+
+namespace vello::session {
+namespace {
+
+class PanelForScreenReaders : public PanelTest {
+protected:
+    /// The panel with one application that plays, at two beats a second.
+    void openPanel() {
+        openDesktop();
+        player_ = startPlayer(
+            session(), PlayerKind::pulseAudio,
+            {.name = "one", .applicationID = "org.example.one", .signal = "sines=1000,1002@0.0625"}, 90);
+        startPanel();
+        awaitOpen();
+        await("", "one, collapsed");
+    }
+    const AccessibleTree& tree() { return desktop().accessibleTree(); }
+    void act(const std::string& role, const std::string& name, const std::string& action) {
+        tree().act(await(role, name), action);
+    }
+    /// Waits for a control to say so; its name alone when nothing is expected of its description.
+    void awaitDescription(const std::string& name, const std::string& description) {
+        const auto element = await("", name);
+        require(screen().waitUntil([&] { return tree().description(element) == description; }),
+                std::string(name).append(" does not say ").append(description));
+    }
+    void awaitState(const std::string& name, AccessibleState state, bool expected) {
+        const auto element = await("", name);
+        require(screen().waitUntil([&] { return tree().is(element, state) == expected; }),
+                std::string(name).append(expected ? " does not become so" : " does not cease to be so"));
+    }
+    void awaitGone(const std::string& name) {
+        require(screen().waitUntil([&] { return !find("", name); }), std::string(name).append(" stays"));
+    }
+    bool isFocused(const std::string& name) {
+        const auto element = find("", name);
+        return element && tree().is(*element, AccessibleState::focused);
+    }
+    void tabTo(const std::string& name) {
+        for (int count = 0; count < 30 && !isFocused(name); ++count) {
+            screen().pressKeys({XK_Tab});
+            // The focus has moved on before the next key.
+            screen().waitUntil([&] { return isFocused(name); }, 150ms);
+        }
+        require(isFocused(name), std::string("Tab does not reach ").append(name));
+    }
+
+private:
+    std::unique_ptr<ChildProcess> player_;
+};
+
+TEST_F(PanelForScreenReaders, readEveryControlOfTheListAndOfAnOpenCard) {
+    openPanel();
+    for (const auto& [role, name] :
+         std::vector<std::pair<std::string, std::string>>{{"panel", "VELLO by QUORVIN"},
+                                                          {"push button", "About VELLO"},
+                                                          {"heading", "VELLO"},
+                                                          {"check box", "Equalizing enabled"},
+                                                          {"push button", "System, collapsed"},
+                                                          {"check box", "EQ enabled for System"},
+                                                          {"check box", "EQ enabled for one"},
+                                                          {"check box", "Launch at Login"},
+                                                          {"label", "By QUORVIN"},
+                                                          {"push button", "Quit"}})
+        EXPECT_NO_THROW(await(role, name)) << name;
+    act("push button", "one, collapsed", "Press");
+    await("push button", "one, expanded");
+    EXPECT_FALSE(find("", "one, collapsed"));
+    for (const char* band : {"63", "125", "250", "500", "1K", "2K", "4K", "8K"}) {
+        const auto slider = await("slider", std::string(band).append(" hertz band gain"));
+        EXPECT_EQ(tree().value(slider), 0.0);
+        EXPECT_EQ(tree().description(slider), "0 decibels");
+    }
+    for (const auto& [role, name] :
+         std::vector<std::pair<std::string, std::string>>{{"push button", "Flat"},
+                                                          {"push button", "Reset"},
+                                                          {"push button", "Output route"},
+                                                          {"slider", "Volume"},
+                                                          {"label", "120 beats per minute"}})
+        EXPECT_NO_THROW(await(role, name)) << name;
+    EXPECT_FALSE(find("", "Save"));
+    EXPECT_FALSE(find("", "+12")) << "the scale is for the eye";
+}
+
+TEST_F(PanelForScreenReaders, stepABandAndHearItsDecibels) {
+    openPanel();
+    act("", "one, collapsed", "Press");
+    const auto slider = await("slider", "63 hertz band gain");
+    tree().act(slider, "Increase");
+    awaitDescription("63 hertz band gain", "1 decibels");
+    EXPECT_EQ(tree().value(slider), 1.0);
+    tree().setValue(slider, 3.4);
+    awaitDescription("63 hertz band gain", "3 decibels");
+    tree().act(slider, "Decrease");
+    awaitDescription("63 hertz band gain", "2 decibels");
+    EXPECT_NEAR(tree().value(slider), 2.4, 1e-9);
+    tree().setValue(slider, -40.0);
+    awaitDescription("63 hertz band gain", "-12 decibels");
+}
+
+TEST_F(PanelForScreenReaders, switchAnEqualizerOffAndOnAgain) {
+    openPanel();
+    awaitState("EQ enabled for one", AccessibleState::checked, true);
+    act("check box", "EQ enabled for one", "Toggle");
+    awaitState("EQ enabled for one", AccessibleState::checked, false);
+    act("check box", "EQ enabled for one", "Toggle");
+    awaitState("EQ enabled for one", AccessibleState::checked, true);
+    act("check box", "Equalizing enabled", "Toggle");
+    awaitState("Equalizing enabled", AccessibleState::checked, false);
+}
+
+TEST_F(PanelForScreenReaders, nameAndCancelAPresetAndRouteAnApplication) {
+    openPanel();
+    act("", "one, collapsed", "Press");
+    tree().act(await("slider", "63 hertz band gain"), "Increase");
+    await("push button", "Custom");
+    act("push button", "Save", "Press");
+    await("", "Preset name");
+    act("push button", "Cancel saving preset", "Press");
+    awaitGone("Preset name");
+    act("push button", "Output route", "Press");
+    act("menu item", "Output B", "Press");
+    awaitGone("Output B");
+    act("", "one, expanded", "Press");
+    await("label", "Output: Output B");
+}
+
+TEST_F(PanelForScreenReaders, openAboutAndCloseItWhenItIsDone) {
+    openPanel();
+    act("push button", "About VELLO", "Press");
+    await("", "VELLO app icon");
+    for (const char* text : {"Shape each app", "Choose its output"})
+        await("label", text);
+    await("link", "About");
+    act("push button", "Done", "Press");
+    awaitGone("VELLO app icon");
+}
+
+TEST_F(PanelForScreenReaders, goThroughThePanelByKeyboardAlone) {
+    openPanel();
+    tabTo("About VELLO");
+    tabTo("one, collapsed");
+    screen().pressKeys({XK_Return});
+    await("", "one, expanded");
+    tabTo("EQ enabled for one");
+    screen().pressKeys({XK_space});
+    awaitState("EQ enabled for one", AccessibleState::checked, false);
+    screen().pressKeys({XK_space});
+    awaitState("EQ enabled for one", AccessibleState::checked, true);
+    tabTo("63 hertz band gain");
+    screen().pressKeys({XK_Up});
+    screen().pressKeys({XK_Prior});
+    awaitDescription("63 hertz band gain", "4 decibels");
+    screen().pressKeys({XK_Down});
+    screen().pressKeys({XK_Next});
+    awaitDescription("63 hertz band gain", "0 decibels");
+    screen().pressKeys({XK_Next});
+    screen().pressKeys({XK_Home});
+    awaitDescription("63 hertz band gain", "0 decibels");
+    tabTo("Quit");
+    screen().pressKeys({XK_Escape});
+    awaitClosed();
+}
+
+/// A session whose user has not been asked yet.
+class PanelWithoutConsent : public testing::Test {
+protected:
+    bool shows(const std::string& name) {
+        return desktop.screen().waitUntil(
+            [&] { return desktop.accessibleTree().find("VELLO", "", name).has_value(); });
+    }
+
+    TemporaryFolder folder;
+    PrivateBus bus{folder.path()};
+    PrivateDesktop desktop{bus.environment(), folder.path()};
+};
+
+TEST_F(PanelWithoutConsent, offersScreenReadersToAllowTheCapture) {
+    const auto panel = desktop.start("panel", {VELLO_PROGRAM});
+    EXPECT_TRUE(shows("Allow Access"))
+        << panel->output() << describe(desktop.accessibleTree().elements("VELLO"));
+    EXPECT_TRUE(shows("VELLO needs System Audio access"));
+    EXPECT_FALSE(desktop.accessibleTree().find("VELLO", "", "Equalizing enabled"));
+    EXPECT_FALSE(desktop.accessibleTree().find("VELLO", "", "System, collapsed"));
+}
+
+} // namespace
+} // namespace vello::session
