@@ -78,6 +78,8 @@ TEST_F(EQPanelViewTest, CentresItsControlsEightPointsApart) {
     for (std::size_t index = 1; index < parts.size(); ++index)
         EXPECT_NEAR(gapBetween(parts[index - 1], parts[index]), 8.0, 1e-9) << index;
     EXPECT_EQ(parts[3].height(), 12.0);
+    const QQuickItem& menu = only(QStringLiteral("CapsuleButton"));
+    EXPECT_GE(menu.width(), menu.implicitWidth() - 0.5) << "its name is cut off";
 }
 
 TEST_F(EQPanelViewTest, ReadsTheTempoAndTakesItAwayWithoutAnotherNumber) {

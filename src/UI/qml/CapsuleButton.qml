@@ -14,8 +14,8 @@ T.AbstractButton {
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Math.max(24, implicitContentHeight + 6)
-    leftPadding: 9
-    rightPadding: 9
+    leftPadding: 8
+    rightPadding: 8
     hoverEnabled: true
     Accessible.name: root.title
     Accessible.onPressAction: if (root.enabled) root.clicked()

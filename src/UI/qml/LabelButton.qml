@@ -12,8 +12,8 @@ T.AbstractButton {
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Math.max(22, implicitContentHeight)
-    leftPadding: 4
-    rightPadding: 4
+    leftPadding: 2
+    rightPadding: 2
     hoverEnabled: true
     Accessible.name: root.text
     Accessible.onPressAction: if (root.enabled) root.clicked()
