@@ -7,7 +7,8 @@ endif()
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+    # What it asks of those who precompile headers.
+    set(CMAKE_CXX_COMPILER_LAUNCHER env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE_PROGRAM})
     set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
 
@@ -25,4 +26,21 @@ if(VELLO_SANITIZE)
     target_compile_options(vello_flags INTERFACE
         -fsanitize=${VELLO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(vello_flags INTERFACE -fsanitize=${VELLO_SANITIZE})
+endif()
+
+# Flags of what only tests run, for targets that link vello_flags as well. What is tested keeps the flags of its preset;
+# optimizing and watching the tests themselves as thoroughly would take most of the time that scripts/test has.
+add_library(vello_test_flags INTERFACE)
+if(VELLO_SANITIZE)
+    target_compile_options(vello_test_flags INTERFACE -O0)
+    if(VELLO_SANITIZE MATCHES undefined)
+        target_compile_options(vello_test_flags INTERFACE -fno-sanitize=undefined)
+    endif()
+elseif(CMAKE_BUILD_TYPE STREQUAL Release)
+    target_compile_options(vello_test_flags INTERFACE -O1)
+endif()
+if(VELLO_PRECOMPILED_HEADERS)
+    # The first for ccache. The others are asked for by some libraries, and all tests share the headers.
+    target_compile_options(vello_test_flags INTERFACE -fpch-preprocess -fPIC)
+    target_compile_definitions(vello_test_flags INTERFACE _REENTRANT)
 endif()
