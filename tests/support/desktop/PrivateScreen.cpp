@@ -188,14 +188,6 @@ void PrivateScreen::drag(QPoint from, QPoint to) {
     releaseButton();
 }
 
-void PrivateScreen::scroll(QPoint place, int notches) {
-    movePointer(place);
-    for (int i = 0; i < std::abs(notches); ++i) {
-        pressButton(notches > 0 ? 5 : 4);
-        releaseButton(notches > 0 ? 5 : 4);
-    }
-}
-
 void PrivateScreen::pressKeys(const std::vector<std::uint32_t>& keySymbols) {
     std::vector<xcb_keycode_t> pressed;
     for (const std::uint32_t symbol : keySymbols) {

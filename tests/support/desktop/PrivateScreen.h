@@ -81,8 +81,6 @@ public:
     void click(QPoint place, int button = 1);
     /// Presses, moves in steps and lets go.
     void drag(QPoint from, QPoint to);
-    /// Turns the wheel by notches, downwards when positive.
-    void scroll(QPoint place, int notches);
     /// Presses keys one after the other and lets them all go: {XK_Control_L, XK_q}.
     void pressKeys(const std::vector<std::uint32_t>& keySymbols);
     /// Latin letters, digits and punctuation.
