@@ -2,6 +2,7 @@
 #include "Platform/Linux/UserFolders.h"
 #include "UI/ApplicationIconImages.h"
 
+#include <private/qiconloader_p.h>
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -20,8 +21,8 @@
 namespace vello {
 namespace {
 
-constexpr unsigned kMostSeconds = 5;        ///< a pipe in the place of an image makes nobody wait longer
-constexpr rlim_t kMostProcessorSeconds = 2; ///< nor does a drawing that never ends
+constexpr unsigned kMostSeconds = 5;              ///< a folder that does not answer makes nobody wait longer
+constexpr rlim_t kMostProcessorSeconds = 2;       ///< nor does a drawing that never ends
 constexpr rlim_t kMostMemory = 256 * 1024 * 1024; ///< bytes
 constexpr int kLargestImage = 64;                 ///< MB of pixels: 4096 by 4096
 
@@ -62,13 +63,24 @@ QString withoutEnding(const QString& name) {
     return name;
 }
 
+/// An icon of the theme may be made of several files. Whoever opened a pipe would wait for its other end;
+/// only the toolkit's own loader tells which files those are.
+bool consistsOfFiles(const QString& name) {
+    return std::ranges::all_of(QIconLoader::instance()->loadIcon(name).entries,
+                               [](const auto& entry) { return QFileInfo(entry->filename).isFile(); });
+}
+
+QIcon iconInTheme(const QString& name) {
+    return consistsOfFiles(name) ? QIcon::fromTheme(name) : QIcon();
+}
+
 QIcon iconOf(const QString& name) {
     if (name.startsWith(u'/'))
         return QFileInfo(name).isFile() ? QIcon(name) : QIcon();
     if (name.contains(u'/'))
         return {};
-    const QIcon icon = QIcon::fromTheme(name);
-    return icon.isNull() ? QIcon::fromTheme(withoutEnding(name)) : icon;
+    const QIcon icon = iconInTheme(name);
+    return icon.isNull() ? iconInTheme(withoutEnding(name)) : icon;
 }
 
 /// A file that is no image makes an icon that draws nothing.
