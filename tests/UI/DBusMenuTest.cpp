@@ -2,6 +2,7 @@
 #include "UI/DBusMenu.h"
 
 #include "StatusNotifierHost.h"
+#include "WaitUntil.h"
 
 #include <gmock/gmock.h>
 #include <QDBusMetaType>
@@ -211,7 +212,7 @@ TEST_F(DBusMenuTest, TellsItsHostThatWhatItKnowsIsOld) {
                              QStringLiteral("LayoutUpdated"), &listener, SLOT(hear(uint, int))));
     const uint before = layout().revision;
     menu_.invalidate();
-    ASSERT_TRUE(eventually([&] { return !listener.revisions.isEmpty(); }));
+    ASSERT_TRUE(waitUntil([&] { return !listener.revisions.isEmpty(); }));
     EXPECT_GT(listener.revisions.first(), before);
     EXPECT_EQ(layout().revision, listener.revisions.first());
 }

@@ -286,7 +286,7 @@ TEST_F(EQPanelViewTest, KeepsItsMenusInsideThePanel) {
     open();
     click(item(QStringLiteral("System, collapsed")));
     click(item(QStringLiteral("Output route")));
-    ASSERT_TRUE(scene.waitUntil([&] { return !all(QStringLiteral("MenuList")).empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return !all(QStringLiteral("MenuList")).empty(); }));
     const QRectF menu = place(only(QStringLiteral("MenuList")));
     EXPECT_LE(menu.bottom(), place(only(QStringLiteral("MenuPanelView"))).bottom());
     EXPECT_GT(menu.height(), 200.0);

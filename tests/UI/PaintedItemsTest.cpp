@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "PanelScene.h"
+#include "WaitUntil.h"
 
 #include "UI/MarqueeText.h"
 #include "UI/SpectrumGlowView.h"
 
 #include <gtest/gtest.h>
 #include <QPainter>
+#include <QQuickWindow>
 
 #include <cmath>
 
@@ -62,7 +63,7 @@ TEST_F(MarqueeTextTest, RestsWhileItFits) {
 
 TEST_F(MarqueeTextTest, MovesToTheLeftAndFadesAtBothEdgesWhenItDoesNotFit) {
     text.setText(kLong);
-    ASSERT_TRUE(PanelScene::waitUntil([&] { return text.offset() < -9.2; }));
+    ASSERT_TRUE(waitUntil([&] { return text.offset() < -9.2; }));
     const QImage image = painted(text);
     EXPECT_LT(inkIn(image, {0, 0, 4, 14}), inkIn(image, {8, 0, 4, 14}));
     EXPECT_LT(inkIn(image, {68, 0, 4, 14}), inkIn(image, {56, 0, 8, 14}));
@@ -70,14 +71,14 @@ TEST_F(MarqueeTextTest, MovesToTheLeftAndFadesAtBothEdgesWhenItDoesNotFit) {
 
 TEST_F(MarqueeTextTest, BeginsAnewWithAnotherText) {
     text.setText(kLong);
-    ASSERT_TRUE(PanelScene::waitUntil([&] { return text.offset() < -2.0; }));
+    ASSERT_TRUE(waitUntil([&] { return text.offset() < -2.0; }));
     text.setText(kLong + kLong);
     EXPECT_EQ(text.offset(), 0.0);
 }
 
 TEST_F(MarqueeTextTest, StaysAtItsStartWhenMotionIsReduced) {
     text.setText(kLong);
-    ASSERT_TRUE(PanelScene::waitUntil([&] { return text.offset() < -2.0; }));
+    ASSERT_TRUE(waitUntil([&] { return text.offset() < -2.0; }));
     text.setReduceMotion(true);
     EXPECT_EQ(text.offset(), 0.0);
     int moves = 0;
@@ -86,7 +87,7 @@ TEST_F(MarqueeTextTest, StaysAtItsStartWhenMotionIsReduced) {
     other.setParentItem(window.contentItem());
     other.setSize({72.0, 14.0});
     other.setText(kLong);
-    ASSERT_TRUE(PanelScene::waitUntil([&] { return other.offset() < -2.0; })) << "time has passed";
+    ASSERT_TRUE(waitUntil([&] { return other.offset() < -2.0; })) << "time has passed";
     EXPECT_EQ(moves, 0);
     const QImage image = painted(text);
     EXPECT_LT(inkIn(image, {68, 0, 4, 14}), inkIn(image, {56, 0, 8, 14})) << "its end is faded out";

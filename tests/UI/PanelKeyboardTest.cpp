@@ -126,9 +126,9 @@ TEST_F(PanelKeyboardTest, ClosesAnOpenMenuByEscapeAndNothingElse) {
     QSignalSpy dismissed(scene.window, SIGNAL(dismissed()));
     item(QStringLiteral("Flat")).forceActiveFocus(Qt::TabFocusReason);
     press(Qt::Key_Return);
-    ASSERT_TRUE(scene.waitUntil([&] { return scene.named(QStringLiteral("Vocal")) != nullptr; }));
+    ASSERT_TRUE(waitUntil([&] { return scene.named(QStringLiteral("Vocal")) != nullptr; }));
     press(Qt::Key_Escape);
-    EXPECT_TRUE(scene.waitUntil([&] { return scene.named(QStringLiteral("Vocal")) == nullptr; }));
+    EXPECT_TRUE(waitUntil([&] { return scene.named(QStringLiteral("Vocal")) == nullptr; }));
     EXPECT_EQ(dismissed.count(), 0);
     EXPECT_TRUE(item(QStringLiteral("Flat")).hasActiveFocus());
 }
@@ -213,7 +213,7 @@ TEST_F(PanelKeyboardTest, ShowsNamesAsTheyAreWhateverTheyHold) {
     scene.controller->saveUserPreset(name.toStdString(), std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8});
     scene.settle();
     click(item(QStringLiteral("Flat")));
-    ASSERT_TRUE(scene.waitUntil([&] { return scene.named(name) != nullptr; }));
+    ASSERT_TRUE(waitUntil([&] { return scene.named(name) != nullptr; }));
     for (QQuickItem* const text : all(QStringLiteral("Text")))
         EXPECT_EQ(text->property("textFormat").toInt(), Qt::PlainText)
             << qPrintable(text->property("text").toString());

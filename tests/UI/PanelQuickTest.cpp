@@ -152,7 +152,7 @@ TEST_F(PanelQuickTest, ChoosesAPresetFromItsMenu) {
     click(item(QStringLiteral("Flat")));
     click(item(QStringLiteral("Bass Boost")));
     EXPECT_EQ(gains()[0], 6.0);
-    EXPECT_TRUE(scene.waitUntil([&] { return scene.named(QStringLiteral("Vocal")) == nullptr; }));
+    EXPECT_TRUE(waitUntil([&] { return scene.named(QStringLiteral("Vocal")) == nullptr; }));
 }
 
 TEST_F(PanelQuickTest, ChoosesAnOutputFromItsMenuByKeyboard) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "PanelScene.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QTest>

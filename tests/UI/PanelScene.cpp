@@ -159,18 +159,23 @@ QQuickWindow* PanelScene::openAbout() {
     return openWindow(QStringLiteral("AboutWindow"), {});
 }
 
-bool PanelScene::waitUntil(const std::function<bool()>& isMet) {
-    return vello::waitUntil(isMet);
+void PanelScene::await(const char* what, const std::function<bool()>& isMet) {
+    if (!waitUntil(isMet))
+        throw std::runtime_error(std::string("waited in vain: ").append(what));
 }
 
 void PanelScene::settle() {
     const auto isStill = [this] { return !hasMovingSpring(*window->contentItem()); };
-    waitUntil([&] { return window->isExposed() && isStill() && !icons.isLooking(); });
+    await("every spring to rest", isStill);
+    await("every icon to be found or not", [this] { return !icons.isLooking(); });
+    if (!window->isVisible()) // nothing is drawn then
+        return;
+    await("the window to be exposed", [this] { return window->isExposed(); });
     bool hasDrawn = false;
     const auto connection =
         QObject::connect(window, &QQuickWindow::afterRendering, window, [&hasDrawn] { hasDrawn = true; });
     window->update();
-    waitUntil([&] { return hasDrawn && isStill(); });
+    await("the window to be drawn, with every spring at rest", [&] { return hasDrawn && isStill(); });
     QObject::disconnect(connection);
 }
 

@@ -24,6 +24,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 
+#include <functional>
 #include <memory>
 #include <random>
 #include <string>
@@ -56,9 +57,8 @@ public:
     QQuickWindow* openWindow(const QString& component, const QVariantMap& properties);
     QQuickWindow* openPanel();
     QQuickWindow* openAbout();
-    /// Runs the event loop until `isMet` or 5 s are over; answers whether it is met.
-    static bool waitUntil(const std::function<bool()>& isMet);
-    /// No spring moves, and the window has drawn what there is.
+    /// No spring moves, and the window has drawn what there is, unless it is hidden. Throws when that does
+    /// not come to pass in time.
     void settle();
     QImage picture();
 
@@ -83,6 +83,8 @@ public:
     QStringList qmlWarnings;
 
 private:
+    /// Throws, naming `what`, when it is not met in time.
+    static void await(const char* what, const std::function<bool()>& isMet);
     /// Every tap hears these samples, on both channels.
     void hear(const std::vector<float>& samples);
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "StatusNotifierHost.h"
 
-#include <QCoreApplication>
+#include "WaitUntil.h"
+
 #include <QDBusPendingCall>
 #include <QDBusVariant>
-#include <QDeadlineTimer>
 
+#include <stdexcept>
 #include <utility>
 
 namespace vello {
@@ -17,13 +18,6 @@ const QString kItemsSide = QStringLiteral("items");
 const QString kHostsSide = QStringLiteral("hosts");
 
 } // namespace
-
-bool eventually(const std::function<bool()>& isMet) {
-    const QDeadlineTimer deadline(5000);
-    while (!isMet() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    return isMet();
-}
 
 StatusNotifierWatcher::StatusNotifierWatcher(QDBusConnection connection, Mood mood)
     : connection_(std::move(connection)), mood_(mood) {
@@ -66,7 +60,8 @@ QDBusMessage StatusNotifierBus::call(const QString& path, const QString& interfa
     message.setArguments(arguments);
     // The other side lives in this thread.
     const QDBusPendingCall pending = hostsSide_.asyncCall(message);
-    eventually([&pending] { return pending.isFinished(); });
+    if (!waitUntil([&pending] { return pending.isFinished(); }))
+        throw std::runtime_error("no answer to " + method.toStdString());
     return pending.reply();
 }
 

@@ -11,13 +11,9 @@
 #include <QObject>
 #include <QStringList>
 
-#include <functional>
 #include <memory>
 
 namespace vello {
-
-/// Runs the event loop until `isMet` or 5 s are over; answers whether it is met.
-bool eventually(const std::function<bool()>& isMet);
 
 /// A watcher as panels bring it: takes items and writes down who came. Owns the watcher's name while it
 /// lives.

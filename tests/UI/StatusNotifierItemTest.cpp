@@ -3,6 +3,7 @@
 
 #include "StatusNotifierHost.h"
 #include "UI/TrayIcon.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QCoreApplication>
@@ -41,7 +42,7 @@ TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatIsThere) {
     const auto& watcher = bus_.startWatcher();
     const auto& item = makeItem();
     EXPECT_EQ(item.registration(), Registration::asking);
-    ASSERT_TRUE(eventually([&] { return item.registration() == Registration::done; }));
+    ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
     const auto name =
         QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid());
     EXPECT_EQ(watcher.items, QStringList(name));
@@ -49,36 +50,36 @@ TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatIsThere) {
 
 TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatStartsLater) {
     const auto& item = makeItem();
-    ASSERT_TRUE(eventually([&] { return item.registration() == Registration::refused; }));
+    ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
     const auto& watcher = bus_.startWatcher();
-    EXPECT_TRUE(eventually([&] { return item.registration() == Registration::done; }));
+    EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
     EXPECT_EQ(watcher.items.size(), 1);
 }
 
 TEST_F(StatusNotifierItemTest, RegistersAgainWithAWatcherThatWasStartedAnew) {
     bus_.startWatcher();
     const auto& item = makeItem();
-    ASSERT_TRUE(eventually([&] { return item.registration() == Registration::done; }));
+    ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
     bus_.stopWatcher();
-    ASSERT_TRUE(eventually([&] { return item.registration() == Registration::refused; }));
+    ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
     const auto& second = bus_.startWatcher();
-    EXPECT_TRUE(eventually([&] { return item.registration() == Registration::done; }));
+    EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
     EXPECT_EQ(second.items.size(), 1);
 }
 
 TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatTakesTheNameFromAnother) {
     bus_.startWatcher();
     const auto& item = makeItem();
-    ASSERT_TRUE(eventually([&] { return item.registration() == Registration::done; }));
+    ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
     const auto& second = bus_.startWatcher();
-    EXPECT_TRUE(eventually([&] { return !second.items.isEmpty(); }));
-    EXPECT_TRUE(eventually([&] { return item.registration() == Registration::done; }));
+    EXPECT_TRUE(waitUntil([&] { return !second.items.isEmpty(); }));
+    EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
 }
 
 TEST_F(StatusNotifierItemTest, KnowsThatAWatcherTakesNoItems) {
     bus_.startWatcher(StatusNotifierWatcher::Mood::refusesItems);
     const auto& item = makeItem();
-    EXPECT_TRUE(eventually([&] { return item.registration() == Registration::refused; }));
+    EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
 }
 
 TEST_F(StatusNotifierItemTest, SaysWhatItIs) {
@@ -149,7 +150,7 @@ TEST_F(StatusNotifierItemTest, KeepsTheTokenForTheWindowThatItsHostAllowsToComeT
 TEST_F(StatusNotifierItemTest, LivesWithoutABus) {
     const QDBusConnection none(QStringLiteral("nowhere"));
     const StatusNotifierItem item(none, menu_, {});
-    EXPECT_TRUE(eventually([&] { return item.registration() == Registration::refused; }));
+    EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "FakeWindowSystem.h"
 #include "StatusNotifierHost.h"
+#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QApplication>
@@ -50,13 +51,13 @@ TEST_F(TrayTest, NeverAsksForAnEmbeddedPlaceWhereAWatcherAnswers) {
     const Tray& tray = makeTray();
     EXPECT_FALSE(tray.isEmbedded());
     EXPECT_FALSE(tray.isShown());
-    ASSERT_TRUE(eventually([&] { return tray.isShown() || tray.isEmbedded(); }));
+    ASSERT_TRUE(waitUntil([&] { return tray.isShown() || tray.isEmbedded(); }));
     EXPECT_FALSE(tray.isEmbedded());
 }
 
 TEST_F(TrayTest, AsksForAnEmbeddedPlaceWhereThereIsNoWatcher) {
     const Tray& tray = makeTray();
-    EXPECT_TRUE(eventually([&] { return tray.isEmbedded(); }));
+    EXPECT_TRUE(waitUntil([&] { return tray.isEmbedded(); }));
     EXPECT_FALSE(tray.isShown()) << "there is no such tray here either";
 }
 
@@ -64,20 +65,20 @@ TEST_F(TrayTest, AsksForNoEmbeddedPlaceWhereTheWindowSystemHasNone) {
     windows_.embedsItems = false;
     bus_.startWatcher();
     const Tray& tray = makeTray();
-    ASSERT_TRUE(eventually([&] { return tray.isShown(); }));
+    ASSERT_TRUE(waitUntil([&] { return tray.isShown(); }));
     bus_.stopWatcher();
-    ASSERT_TRUE(eventually([&] { return !tray.isShown(); }));
+    ASSERT_TRUE(waitUntil([&] { return !tray.isShown(); }));
     EXPECT_FALSE(tray.isEmbedded());
 }
 
 TEST_F(TrayTest, MovesToAWatcherThatAppearsAndBackWhenItGoes) {
     const Tray& tray = makeTray();
-    ASSERT_TRUE(eventually([&] { return tray.isEmbedded(); }));
+    ASSERT_TRUE(waitUntil([&] { return tray.isEmbedded(); }));
     bus_.startWatcher();
-    ASSERT_TRUE(eventually([&] { return !tray.isEmbedded(); }));
+    ASSERT_TRUE(waitUntil([&] { return !tray.isEmbedded(); }));
     EXPECT_TRUE(tray.isShown());
     bus_.stopWatcher();
-    ASSERT_TRUE(eventually([&] { return tray.isEmbedded(); }));
+    ASSERT_TRUE(waitUntil([&] { return tray.isEmbedded(); }));
     EXPECT_FALSE(tray.isShown());
 }
 
