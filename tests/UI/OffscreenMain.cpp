@@ -9,6 +9,7 @@
 int main(int argumentCount, char** arguments) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_FORCE_STDERR_LOGGING", "1");
+    qputenv("QT_QPA_UPDATE_IDLE_TIME", "0"); // as soon as a frame has passed it is drawn
     testing::InitGoogleTest(&argumentCount, arguments);
     const QGuiApplication application(argumentCount, arguments);
     std::setlocale(LC_NUMERIC, "C");

@@ -5,6 +5,9 @@
 #include "UI/SpectrumGlowView.h"
 
 #include <gtest/gtest.h>
+#include <QElapsedTimer>
+#include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QPainter>
 #include <QQuickWindow>
 
@@ -67,6 +70,29 @@ TEST_F(MarqueeTextTest, MovesToTheLeftAndFadesAtBothEdgesWhenItDoesNotFit) {
     const QImage image = painted(text);
     EXPECT_LT(inkIn(image, {0, 0, 4, 14}), inkIn(image, {8, 0, 4, 14}));
     EXPECT_LT(inkIn(image, {68, 0, 4, 14}), inkIn(image, {56, 0, 8, 14}));
+}
+
+TEST_F(MarqueeTextTest, IsWhereItsTimeHasBroughtIt) {
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(10);
+    const MarqueeGeometry geometry{std::ceil(QFontMetricsF(font).horizontalAdvance(kLong)), text.width()};
+    const auto offsetAfter = [&geometry](qint64 milliseconds) {
+        return geometry.marqueeOffset(static_cast<double>(milliseconds) / 1000.0);
+    };
+    QElapsedTimer sinceBefore;
+    sinceBefore.start();
+    text.setText(kLong);
+    QElapsedTimer sinceAfter;
+    sinceAfter.start();
+    qint64 earliest = 0; // ms that have passed at a move, at least
+    QObject::connect(&text, &MarqueeText::offsetChanged, [&] {
+        EXPECT_LE(text.offset(), offsetAfter(earliest));
+        EXPECT_GE(text.offset(), offsetAfter(sinceBefore.elapsed()));
+    });
+    ASSERT_TRUE(waitUntil([&] {
+        earliest = sinceAfter.elapsed();
+        return text.offset() < -2.0;
+    }));
 }
 
 TEST_F(MarqueeTextTest, BeginsAnewWithAnotherText) {

@@ -221,6 +221,7 @@ class PanelWithoutConsentTest : public testing::Test {
 protected:
     void TearDown() override { EXPECT_TRUE(scene.qmlWarnings.isEmpty()); }
 
+    VirtualFrames frames;
     PanelScene scene{{}, FakeCaptureAuthorization::undecided};
 };
 

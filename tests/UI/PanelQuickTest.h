@@ -2,6 +2,7 @@
 #pragma once
 
 #include "PanelScene.h"
+#include "VirtualFrames.h"
 #include "WaitUntil.h"
 
 #include <gtest/gtest.h>
@@ -74,6 +75,7 @@ protected:
     std::vector<double> gains() { return scene.controller->settings("player").bandGains; }
     double cardHeight() { return playerRow("expanded").parentItem()->height(); }
 
+    VirtualFrames frames;
     PanelScene scene;
 
 private:

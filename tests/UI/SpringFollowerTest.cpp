@@ -177,10 +177,16 @@ TEST_F(RenderedSpringTest, OpensACardAlongTheFormulaAndTurnsRoundInFlight) {
     SteppedSpring expected{.response = 0.26, .dampingFraction = 0.85};
     double reached = 0.0;
     int compared = 0;
+    int drawn = 0;
+    QObject::connect(scene.window, &QQuickWindow::afterRendering, [&drawn] { ++drawn; });
     bool hasTurned = false;
     FrameClock clock([&](double seconds) {
         if (seconds <= reached || !spring->isMoving())
             return;
+        if (compared > 0) {
+            EXPECT_EQ(std::lround((seconds - reached) * 1000.0), VirtualFrames::frame.count());
+        }
+        EXPECT_EQ(drawn, compared + 1) << "every frame before";
         expected.advance(seconds - reached);
         reached = seconds;
         EXPECT_NEAR(spring->value(), expected.value, kTolerance) << "after " << seconds << " s";
