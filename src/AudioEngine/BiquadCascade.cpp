@@ -11,13 +11,6 @@ BiquadSetup::BiquadSetup(const Sections& sections) noexcept : sections_(sections
     }
 }
 
-void CascadeState::deriveOutputHistories() noexcept VELLO_REALTIME {
-    for (std::size_t k = 0; k < kSectionCount; ++k) {
-        histories[0][k + 1] = histories[0][k] + differences[0][k];
-        histories[1][k + 1] = histories[1][k] + differences[1][k];
-    }
-}
-
 double processSample(const BiquadSetup& setup, CascadeState& state, double sample) noexcept VELLO_REALTIME {
     auto& [w1, w2] = state.differences;
     auto& [x1, x2] = state.histories;

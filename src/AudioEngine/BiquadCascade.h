@@ -51,9 +51,13 @@ struct CascadeState {
     alignas(64) double differences[2][kSectionCount] = {};
     double histories[2][kSectionCount + 1] = {};
 
-    /// Computes the histories of the outputs from those of the input and the differences, rounded as in
-    /// processing.
-    void deriveOutputHistories() noexcept VELLO_REALTIME;
+    /// Computes the histories of the last section's output from those of its input and the differences,
+    /// rounded as in processing.
+    void deriveLastOutputs() noexcept VELLO_REALTIME {
+        for (std::size_t age = 0; age < 2; ++age)
+            histories[age][kSectionCount] =
+                histories[age][kSectionCount - 1] + differences[age][kSectionCount - 1];
+    }
 };
 
 /// One sample of one channel through all sections in double precision: the definition of the result. Faster

@@ -1,0 +1,378 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The cascade of eight sections over a block, on the vectors of one instruction set. Included once for each
+// of them.
+//
+// Sections in series are a chain: each waits for the one before it. But section k may work on an older sample
+// than section k - 1 does, and then they can work at the same time, as the lanes of vectors.
+//
+// A pass takes the samples through as many sections as two vectors hold; more vectors would not stay in
+// registers. The channels of a frame sit side by side, and section k is place k / 2 of vector k % 2. The
+// outputs of the even vector are the inputs of the odd one as they stand; the odd one's move on by a place to
+// become inputs of the even one. Place 0 is the highest, so that a frame leaves by the lowest lanes, where it
+// is stored at no cost. Each section runs kSkew frames behind the one before it, so that nobody waits for a
+// result.
+//
+// A block has to leave no sample behind, so at its start the sections join one after the other, each with the
+// state that the block before left, and at its end they leave one after the other. That costs kDepth steps a
+// block.
+#if defined(VELLO_BIQUAD_CASCADE_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VELLO_BIQUAD_CASCADE_VECTORS_INL_H
+#undef VELLO_BIQUAD_CASCADE_VECTORS_INL_H
+#else
+#define VELLO_BIQUAD_CASCADE_VECTORS_INL_H
+#endif
+
+#include "AudioEngine/BiquadCascade.h"
+
+#include <hwy/highway.h>
+
+#include <array>
+#include <cstddef>
+#include <utility>
+
+HWY_BEFORE_NAMESPACE();
+namespace vello {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Sections that work at the same time: a section and a channel a lane.
+template <class D> struct Sections {
+    using Vector = hn::Vec<D>;
+
+    HWY_INLINE Sections() {} // what the compiler declares itself is not for this instruction set
+
+    HWY_INLINE Vector process(Vector x) {
+        const Vector feedForward = hn::Mul(excess, hn::Sub(x, x2));
+        const Vector older = hn::NegMulAdd(a2, w2, feedForward);
+        const Vector w = hn::NegMulAdd(a1, w1, older);
+        x2 = x1;
+        x1 = x;
+        w2 = w1;
+        w1 = w;
+        return hn::Add(x, w);
+    }
+
+    HWY_INLINE void takeState(hn::Mask<D> lanes, const Sections& from) {
+        w1 = hn::IfThenElse(lanes, from.w1, w1);
+        w2 = hn::IfThenElse(lanes, from.w2, w2);
+        x1 = hn::IfThenElse(lanes, from.x1, x1);
+        x2 = hn::IfThenElse(lanes, from.x2, x2);
+    }
+
+    Vector excess, a1, a2; ///< as in BiquadSetup
+    Vector w1, w2, x1, x2; ///< as in CascadeState
+};
+
+/// How the sections of a pass over kChannels channels lie in kVectors vectors of type D.
+template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
+    static constexpr std::size_t kLanes = hn::MaxLanes(D());
+    static constexpr std::size_t kPlaces = kLanes / kChannels;
+    static constexpr std::size_t kSections = kPlaces * kVectors;
+    static_assert(kPlaces * kChannels == kLanes && kSectionCount % kSections == 0);
+
+    using Vector = hn::Vec<D>;
+    using Mask = hn::Mask<D>;
+    using Values = std::array<double*, kChannels>; ///< of each channel, by section
+    using ConstantValues = std::array<const double*, kChannels>;
+
+    static HWY_INLINE Mask onlyPlace(std::size_t place) {
+        const D d;
+        HWY_ALIGN double placeOfLane[kLanes];
+        for (std::size_t lane = 0; lane < kLanes; ++lane)
+            placeOfLane[lane] = static_cast<double>(kPlaces - 1 - lane / kChannels);
+        return hn::Eq(hn::Load(d, placeOfLane), hn::Set(d, static_cast<double>(place)));
+    }
+
+    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which is in every place.
+    static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
+        const D d;
+        if constexpr (kPlaces == 1)
+            return frame;
+        else if constexpr (kPlaces == 2)
+            return hn::ConcatLowerUpper(d, frame, outputs);
+#if HWY_TARGET == HWY_AVX3
+        else if constexpr (kLanes == 8)
+            return Vector{_mm512_castsi512_pd(_mm512_alignr_epi64(
+                _mm512_castpd_si512(frame.raw), _mm512_castpd_si512(outputs.raw), kChannels))};
+#endif
+        else {
+            HWY_ALIGN std::int64_t from[kLanes];
+            for (std::size_t lane = 0; lane < kLanes; ++lane)
+                from[lane] = static_cast<std::int64_t>((lane + kChannels) % kLanes);
+            const Vector rotated = hn::TableLookupLanes(outputs, hn::SetTableIndices(d, from));
+            return hn::IfThenElse(onlyPlace(0), frame, rotated);
+        }
+    }
+
+    static HWY_INLINE Vector loadFrame(const double* samples) {
+        if constexpr (kChannels == 1)
+            return hn::Set(D(), *samples);
+        else
+            return hn::LoadDup128(D(), samples);
+    }
+    /// The frame of the last place.
+    static HWY_INLINE void storeFrame(Vector vector, double* samples) {
+        if constexpr (kChannels == 1)
+            *samples = hn::GetLane(vector);
+        else
+            hn::StoreU(lowestPair(vector), hn::CappedTag<double, 2>(), samples);
+    }
+
+    /// The values of `kSections` sections from `first` on. `odd` is left alone where there is one vector.
+    static HWY_INLINE void load(const ConstantValues& values, std::size_t first, Vector& even, Vector& odd) {
+        const D d;
+        if constexpr (kChannels == 1 && kVectors == 1) {
+            even = hn::LoadU(d, values[0] + first);
+        } else if constexpr (kChannels == 1) {
+            hn::LoadInterleaved2(d, values[0] + first, even, odd);
+        } else if constexpr (kVectors == 2) {
+            const Vector left = hn::LoadU(d, values[0] + first);
+            const Vector right = hn::LoadU(d, values[1] + first);
+            even = hn::InterleaveLower(d, left, right);
+            odd = hn::InterleaveUpper(d, left, right);
+        } else {
+            even = hn::InterleaveLower(d, hn::Set(d, values[0][first]), hn::Set(d, values[1][first]));
+        }
+        even = reversed(even);
+        if constexpr (kVectors == 2)
+            odd = reversed(odd);
+    }
+    static HWY_INLINE void store(Vector even, Vector odd, const Values& values, std::size_t first) {
+        const D d;
+        even = reversed(even);
+        if constexpr (kVectors == 2)
+            odd = reversed(odd);
+        if constexpr (kChannels == 1 && kVectors == 1) {
+            hn::StoreU(even, d, values[0] + first);
+        } else if constexpr (kChannels == 1) {
+            hn::StoreInterleaved2(even, odd, d, values[0] + first);
+        } else if constexpr (kVectors == 2) { // interleaving twice is the way back
+            hn::StoreU(hn::InterleaveLower(d, even, odd), d, values[0] + first);
+            hn::StoreU(hn::InterleaveUpper(d, even, odd), d, values[1] + first);
+        } else {
+            values[0][first] = hn::GetLane(even);
+            values[1][first] = hn::ExtractLane(even, 1);
+        }
+    }
+
+private:
+    template <class V> static HWY_INLINE auto lowestPair(V vector) {
+        if constexpr (hn::MaxLanes(hn::DFromV<V>()) == 2)
+            return vector;
+        else
+            return lowestPair(hn::LowerHalf(vector));
+    }
+
+    /// The order of the places turned round.
+    static HWY_INLINE Vector reversed(Vector vector) {
+        if constexpr (kPlaces == 1)
+            return vector;
+        else if constexpr (kChannels == 1)
+            return hn::Reverse(D(), vector);
+        else
+            return hn::ReverseBlocks(D(), vector);
+    }
+};
+
+/// One pass over samples in place, through the sections from `first` on; more than kDepth frames.
+template <class D, std::size_t kChannels, std::size_t kVectors> class Pass {
+    using L = Layout<D, kChannels, kVectors>;
+
+public:
+    /// About the time from a section's input to its output over that of a step: a step on wide vectors takes
+    /// longer. Too little makes sections wait, too much costs every block; measured with vello_dsp_benchmark.
+    static constexpr std::size_t kSkew = kVectors == 1 ? 6 : L::kLanes == 8 ? 4 : L::kLanes == 4 ? 8 : 6;
+    static constexpr std::size_t kDepth = (L::kSections - 1) * kSkew;
+    static constexpr std::size_t kSections = L::kSections;
+
+    HWY_INLINE Pass(const BiquadSetup& setup, CascadeState* states, std::size_t first, double* samples,
+                    std::size_t frames)
+        : states_(states), first_(first), samples_(samples), frames_(frames) {
+        L::load(same(setup.excess), first, even_.excess, odd_.excess);
+        L::load(same(setup.a1), first, even_.a1, odd_.a1);
+        L::load(same(setup.a2), first, even_.a2, odd_.a2);
+        L::load(each<const double>(&CascadeState::differences, 0), first, even_.w1, odd_.w1);
+        L::load(each<const double>(&CascadeState::differences, 1), first, even_.w2, odd_.w2);
+        L::load(each<const double>(&CascadeState::histories, 0), first, even_.x1, odd_.x1);
+        L::load(each<const double>(&CascadeState::histories, 1), first, even_.x2, odd_.x2);
+        clear(Steps());
+    }
+
+    HWY_INLINE void run() {
+        joinAll();
+        advance();
+        leaveAll();
+    }
+
+private:
+    using Vector = typename L::Vector;
+    using Steps = std::make_index_sequence<kSkew>;
+    // A compiler keeps an array in registers only where it knows every index, so loops over steps are written
+    // out.
+    using Line = Vector[kSkew];
+
+    static HWY_INLINE auto same(const std::array<double, kSectionCount>& values) {
+        typename L::ConstantValues all;
+        all.fill(values.data());
+        return all;
+    }
+    template <class Value, std::size_t kCount>
+    HWY_INLINE std::array<Value*, kChannels> each(double (CascadeState::*values)[2][kCount],
+                                                  std::size_t age) const {
+        std::array<Value*, kChannels> pointers;
+        for (std::size_t c = 0; c < kChannels; ++c)
+            pointers[c] = (states_[c].*values)[age];
+        return pointers;
+    }
+    HWY_INLINE double* frameAt(std::size_t index) const { return samples_ + index * kChannels; }
+
+    /// Each section in turn takes up the state that the last block left.
+    HWY_INLINE void joinAll() {
+        const Sections<D> even = even_;
+        const Sections<D> odd = odd_;
+        std::size_t frame = 0;
+        if constexpr (kVectors == 2) {
+            enterEven(frame, Steps());
+            frame += kSkew;
+        }
+#pragma GCC unroll 8 // every mask is a constant then
+        for (std::size_t place = 1; place < L::kPlaces; ++place) {
+            enter(frame, Steps());
+            frame += kSkew;
+            even_.takeState(L::onlyPlace(place), even);
+            if constexpr (kVectors == 2) {
+                enter(frame, Steps());
+                frame += kSkew;
+                odd_.takeState(L::onlyPlace(place), odd);
+            }
+        }
+    }
+
+    HWY_INLINE void advance() {
+        std::size_t frame = kDepth;
+        for (; frame + kSkew <= frames_; frame += kSkew)
+            pass(frame, Steps());
+        passRest<0>(frame);
+    }
+
+    /// Each section in turn is done; its state is final.
+    HWY_INLINE void leaveAll() {
+        Sections<D> even = even_;
+        Sections<D> odd = odd_;
+        std::size_t frame = frames_ - kDepth;
+#pragma GCC unroll 8
+        for (std::size_t place = 1; place < L::kPlaces; ++place) {
+            if constexpr (kVectors == 2) {
+                drain(frame, Steps());
+                frame += kSkew;
+                odd.takeState(L::onlyPlace(place - 1), odd_);
+            }
+            drain(frame, Steps());
+            frame += kSkew;
+            even.takeState(L::onlyPlace(place), even_);
+        }
+        if constexpr (kVectors == 2) {
+            drainOdd(frame, Steps());
+            odd.takeState(L::onlyPlace(L::kPlaces - 1), odd_);
+        }
+        L::store(even.w1, odd.w1, each<double>(&CascadeState::differences, 0), first_);
+        L::store(even.w2, odd.w2, each<double>(&CascadeState::differences, 1), first_);
+        L::store(even.x1, odd.x1, each<double>(&CascadeState::histories, 0), first_);
+        L::store(even.x2, odd.x2, each<double>(&CascadeState::histories, 1), first_);
+    }
+
+    /// A step of every section; returns its outputs, whose last place is a finished frame. Inputs are the
+    /// outputs of kSkew steps before, that is of the last step with the same i.
+    template <std::size_t i> HWY_INLINE Vector step(Vector input) {
+        if constexpr (kVectors == 1) {
+            fromEven_[i] = even_.process(L::moveOn(fromEven_[i], input));
+            return fromEven_[i];
+        } else {
+            const Vector moved = L::moveOn(fromOdd_[i], input);
+            fromOdd_[i] = odd_.process(fromEven_[i]);
+            fromEven_[i] = even_.process(moved);
+            return fromOdd_[i];
+        }
+    }
+
+    template <std::size_t... i> HWY_INLINE void enter(std::size_t frame, std::index_sequence<i...>) {
+        (step<i>(L::loadFrame(frameAt(frame + i))), ...);
+    }
+    template <std::size_t... i> HWY_INLINE void drain(std::size_t frame, std::index_sequence<i...>) {
+        (L::storeFrame(step<i>(hn::Zero(D())), frameAt(frame + i)), ...);
+    }
+    /// The same at the very start and end, where no other section has joined yet or is left.
+    template <std::size_t... i> HWY_INLINE void enterEven(std::size_t frame, std::index_sequence<i...>) {
+        ((fromEven_[i] = even_.process(L::loadFrame(frameAt(frame + i)))), ...);
+    }
+    template <std::size_t... i> HWY_INLINE void drainOdd(std::size_t frame, std::index_sequence<i...>) {
+        (L::storeFrame(odd_.process(fromEven_[i]), frameAt(frame + i)), ...);
+    }
+
+    template <std::size_t i> HWY_INLINE void passOne(std::size_t frame) {
+        const Vector outputs = step<i>(L::loadFrame(frameAt(frame)));
+        L::storeFrame(outputs, frameAt(frame - kDepth));
+    }
+    template <std::size_t... i> HWY_INLINE void pass(std::size_t frame, std::index_sequence<i...>) {
+        (passOne<i>(frame + i), ...);
+    }
+    /// The frames that are left, less than kSkew.
+    template <std::size_t i> HWY_INLINE void passRest(std::size_t frame) {
+        if constexpr (i + 1 < kSkew) {
+            if (frame < frames_) {
+                passOne<i>(frame);
+                return passRest<i + 1>(frame + 1);
+            }
+        }
+        rotate<i>(fromEven_, Steps());
+        if constexpr (kVectors == 2)
+            rotate<i>(fromOdd_, Steps());
+    }
+    template <std::size_t kBy, std::size_t... i>
+    static HWY_INLINE void rotate(Line& line, std::index_sequence<i...>) {
+        const Line old = {line[i]...};
+        ((line[i] = old[(i + kBy) % kSkew]), ...);
+    }
+
+    template <std::size_t... i> HWY_INLINE void clear(std::index_sequence<i...>) {
+        ((fromEven_[i] = hn::Zero(D())), ...);
+        ((fromOdd_[i] = hn::Zero(D())), ...);
+    }
+
+    CascadeState* states_;
+    std::size_t first_;
+    double* samples_;
+    std::size_t frames_;
+    Sections<D> even_, odd_;  ///< odd_ is unused where there is one vector
+    Line fromEven_, fromOdd_; ///< the outputs of the last steps
+};
+
+template <class P>
+HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, double* samples,
+                               std::size_t frames) {
+    for (std::size_t first = 0; first < kSectionCount; first += P::kSections)
+        P(setup, states, first, samples, frames).run();
+}
+
+/// Filters interleaved samples in place. A block that is too short for sections to join and leave in turn
+/// goes through one section after the other.
+template <std::size_t kChannels>
+HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, double* samples, std::size_t frames) {
+    using D = hn::CappedTag<double, kSectionCount>;
+    constexpr std::size_t kVectors = hn::MaxLanes(D()) == kSectionCount * kChannels ? 1 : 2;
+    using Long = Pass<D, kChannels, kVectors>;
+    using Short = Pass<hn::CappedTag<double, kChannels>, kChannels, 1>;
+    if (frames > Long::kDepth)
+        filterInPasses<Long>(setup, states, samples, frames);
+    else
+        filterInPasses<Short>(setup, states, samples, frames);
+    for (std::size_t c = 0; c < kChannels; ++c)
+        states[c].deriveLastOutputs();
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace vello
+HWY_AFTER_NAMESPACE();
+
+#endif
