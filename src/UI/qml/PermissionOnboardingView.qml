@@ -18,7 +18,7 @@ Column {
         anchors.horizontalCenter: parent.horizontalCenter
         width: 48
         height: 48
-        source: "qrc:/vello/symbols/vello.svg"
+        source: root.visible ? "qrc:/vello/symbols/vello.svg" : "" // few ever see it
         sourceSize.width: 96
         sourceSize.height: 96
         Accessible.ignored: true
