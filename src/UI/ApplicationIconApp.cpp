@@ -21,10 +21,14 @@
 namespace vello {
 namespace {
 
-constexpr unsigned kMostSeconds = 5;              ///< a folder that does not answer makes nobody wait longer
-constexpr rlim_t kMostProcessorSeconds = 2;       ///< nor does a drawing that never ends
+constexpr unsigned kMostSeconds = 5;        ///< a folder that does not answer makes nobody wait longer
+constexpr rlim_t kMostProcessorSeconds = 2; ///< nor does a drawing that never ends
+#ifdef __SANITIZE_ADDRESS__
+constexpr rlim_t kMostMemory = RLIM_INFINITY; ///< what the sanitizer keeps for itself is no measure
+#else
 constexpr rlim_t kMostMemory = 256 * 1024 * 1024; ///< bytes
-constexpr int kLargestImage = 64;                 ///< MB of pixels: 4096 by 4096
+#endif
+constexpr int kLargestImage = 64; ///< MB of pixels: 4096 by 4096
 
 void limit(decltype(RLIMIT_CPU) what, rlim_t most) {
     const rlimit limits{most, most};
