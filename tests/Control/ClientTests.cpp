@@ -30,7 +30,7 @@ struct ClientTests : Control {
     }
     Result finish(session::ChildProcess& program) {
         std::optional<int> status;
-        EXPECT_TRUE(awaitThat([&] { return (status = program.waitForExit(std::chrono::milliseconds(0))); }))
+        EXPECT_TRUE(waitUntil([&] { return (status = program.waitForExit(std::chrono::milliseconds(0))); }))
             << "does not end: " << program.output();
         return {status && WIFEXITED(*status) ? WEXITSTATUS(*status) : -1, program.output()};
     }
@@ -59,7 +59,7 @@ TEST_F(ClientTests, ShowsTheSourcesWithTheirLevels) {
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_THAT(result.output, AllOf(HasSubstr("SOURCE"), HasSubstr(kPlayer), HasSubstr("101"),
                                      HasSubstr("running"), HasSubstr("Speakers"), HasSubstr("-6.0 dB")));
-    EXPECT_TRUE(awaitThat([&] { return !service->hasSubscribers(); }));
+    EXPECT_TRUE(waitUntil([&] { return !service->hasSubscribers(); }));
 }
 
 TEST_F(ClientTests, PrintsTheSameAsJSON) {
@@ -137,7 +137,7 @@ TEST_F(ClientTests, WatchesUntilTheInstanceEnds) {
     setLevel(0.5F);
     const auto watch = begin({"status", "--watch", "--json"});
     const auto hasPrinted = [&](const char* part) {
-        return awaitThat([&] { return watch->output().find(part) != std::string::npos; });
+        return waitUntil([&] { return watch->output().find(part) != std::string::npos; });
     };
     EXPECT_TRUE(hasPrinted(R"("level":0.5)"));
     setLevel(0.25F);
@@ -159,11 +159,11 @@ TEST_F(ClientTests, WatchesUntilTheInstanceEnds) {
 TEST_F(ClientTests, IsForgottenWhenItIsKilledWatching) {
     start();
     const auto watch = begin({"status", "--watch"});
-    ASSERT_TRUE(awaitThat([&] { return service->hasSubscribers() && !watch->output().empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return service->hasSubscribers() && !watch->output().empty(); }));
     EXPECT_THAT(watch->output(), testing::Not(HasSubstr("\x1b"))) << "not a terminal";
     watch->signal(SIGINT);
     finish(*watch);
-    EXPECT_TRUE(awaitThat([&] { return !service->hasSubscribers(); }));
+    EXPECT_TRUE(waitUntil([&] { return !service->hasSubscribers(); }));
 }
 
 TEST_F(ClientTests, EndsQuietlyWhenItsReaderHasGone) {
@@ -172,7 +172,7 @@ TEST_F(ClientTests, EndsQuietlyWhenItsReaderHasGone) {
     session::ChildProcess program(
         {"sh", "-c", std::string(VELLO_EXECUTABLE) + " status --watch --json | head -n 1"}, environment_,
         folder / "piped");
-    ASSERT_TRUE(awaitThat([&] { return program.output().find('\n') != std::string::npos; }));
+    ASSERT_TRUE(waitUntil([&] { return program.output().find('\n') != std::string::npos; }));
     setLevel(0.25F);
     EXPECT_EQ(finish(program).exitCode, 0);
     EXPECT_EQ(std::ranges::count(program.output(), '\n'), 1) << program.output();
@@ -182,7 +182,7 @@ TEST_F(ClientTests, CompletesSourcesPresetsAndOutputsInTheShell) {
     applications.applications[102].localizedName = "Two \"words\"";
     hardware.addProcess({.pid = 102});
     start();
-    ASSERT_TRUE(awaitThat([&] { return controller->sources().value().size() == 3; }));
+    ASSERT_TRUE(waitUntil([&] { return controller->sources().value().size() == 3; }));
     controller->saveUserPreset("Late night", std::vector<double>(8, 1.0));
     environment_["PATH"] =
         std::filesystem::path(VELLO_EXECUTABLE).parent_path().string() + ":" + environment_["PATH"];

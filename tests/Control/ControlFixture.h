@@ -14,6 +14,7 @@
 #include "support/FakeRunningApplications.h"
 #include "support/RecordingSystemLog.h"
 #include "support/TemporaryFolder.h"
+#include "support/WaitUntil.h"
 
 #include "PrivateBus.h"
 
@@ -22,11 +23,11 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
-#include <QElapsedTimer>
 
 #include <gmock/gmock.h>
 
 #include <bit>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -61,27 +62,24 @@ protected:
         audience = std::make_unique<MeterAudience>(*controller);
         service = std::make_unique<ControlService>(*controller, *audience, mainThread, showPanel);
         ASSERT_TRUE(presence->publish(*service));
-        ASSERT_TRUE(awaitThat([this] {
+        ASSERT_TRUE(waitUntil([this] {
             const auto found = controller->tapStates().value().find("org.example.player");
             return found != controller->tapStates().value().end() && found->second.isRunning;
         }));
         connectClient();
+        awaitStartTold();
     }
     void connectClient() {
         client = QDBusConnection::connectToBus(QString::fromStdString(bus.address()), "test");
         ASSERT_TRUE(client->isConnected());
     }
 
-    /// Runs the event loop until the condition holds.
-    template <class Condition> [[nodiscard]] bool awaitThat(Condition condition, int milliseconds = 5000) {
-        QElapsedTimer elapsed;
-        elapsed.start();
-        while (!condition()) {
-            if (elapsed.elapsed() > milliseconds)
-                return false;
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 20);
-        }
-        return true;
+    /// Nothing that the start changed is told to those who listen from now on.
+    void awaitStartTold() {
+        bool isSent = false;
+        const auto behindIt = mainThread.after(std::chrono::milliseconds(1), [&isSent] { isSent = true; });
+        ASSERT_TRUE(waitUntil([&isSent] { return isSent; }));
+        ask("org.freedesktop.DBus.Peer", "Ping", {}); // the answer comes behind it
     }
 
     QDBusMessage ask(const char* interface, const char* method, const QVariantList& arguments) {
@@ -89,8 +87,7 @@ protected:
             QDBusMessage::createMethodCall("com.quorvin.Vello", "/com/quorvin/Vello", interface, method);
         question.setArguments(arguments);
         const QDBusPendingCall answer = client->asyncCall(question);
-        // The answer is another thread's: nothing wakes the loop for it.
-        EXPECT_TRUE(awaitThat([&] { return answer.isFinished(); })) << method << " has no answer";
+        EXPECT_TRUE(waitUntil([&] { return answer.isFinished(); })) << method << " has no answer";
         return answer.reply();
     }
     QDBusMessage call(const char* method, const QVariantList& arguments = {}) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ControlFixture.h"
 
+#include <QElapsedTimer>
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -43,7 +44,7 @@ TEST_F(ControlServiceTests, TellsTheWholeState) {
     start();
     controller->saveUserPreset("Mine", kCurve);
     ASSERT_THAT(set(kPlayer, {{"volume", 0.5}, {"outputDeviceUID", "headphones"}}), IsDone());
-    ASSERT_TRUE(awaitThat([&] {
+    ASSERT_TRUE(waitUntil([&] {
         const RunningState now = state();
         return now.sources.size() == 2 && now.sources[1].deviceUID == "headphones";
     }));
@@ -147,7 +148,7 @@ TEST_F(ControlServiceTests, SwitchesTheEqualizerOffAndOn) {
     EXPECT_FALSE(state().isProcessingEnabled);
     EXPECT_EQ(state().sources[1].tapState, "none");
     EXPECT_THAT(call("SetProcessingEnabled", {true}), IsDone());
-    EXPECT_TRUE(awaitThat([&] { return state().sources[1].tapState == "running"; }));
+    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == "running"; }));
 }
 
 TEST_F(ControlServiceTests, AsksForThePermission) {
@@ -173,10 +174,10 @@ TEST_F(ControlServiceTests, TellsChangesInOneSignalWithWhatChanged) {
     start();
     const SignalNotes notes(*client, "org.freedesktop.DBus.Properties", "PropertiesChanged");
     ASSERT_THAT(set(kPlayer, {{"volume", 0.5}, {"isBypassed", true}}), IsDone());
-    ASSERT_TRUE(awaitThat([&] { return !notes.signals_.empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return !notes.signals_.empty(); }));
     ASSERT_THAT(call("SetProcessingEnabled", {true}), IsDone()); // no change
     ASSERT_THAT(call("SavePreset", {"Mine", gains(kCurve)}), IsDone());
-    ASSERT_TRUE(awaitThat([&] { return notes.signals_.size() >= 2; }));
+    ASSERT_TRUE(waitUntil([&] { return notes.signals_.size() >= 2; }));
     ASSERT_THAT(notes.signals_, SizeIs(2));
     EXPECT_EQ(notes.signals_[0].arguments().value(0), "com.quorvin.Vello1");
     const auto first = qdbus_cast<QVariantMap>(notes.signals_[0].arguments().value(1));
@@ -198,7 +199,7 @@ TEST_F(ControlServiceTests, TellsThatAnApplicationBeganToPlay) {
             });
         });
     };
-    EXPECT_TRUE(awaitThat([&] { return isTold("running"); }));
+    EXPECT_TRUE(waitUntil([&] { return isTold("running"); }));
 }
 
 TEST_F(ControlServiceTests, SendsLevelsToSubscribersOnlyAndOnlyWhileThereAreSome) {
@@ -210,7 +211,7 @@ TEST_F(ControlServiceTests, SendsLevelsToSubscribersOnlyAndOnlyWhileThereAreSome
     EXPECT_EQ(controller->level(kPlayer), std::nullopt) << "nobody looks yet";
     ASSERT_THAT(call("SubscribeLevels"), IsDone());
     ASSERT_THAT(call("SubscribeLevels"), IsDone());
-    ASSERT_TRUE(awaitThat([&] { return notes.signals_.size() >= 3; }));
+    ASSERT_TRUE(waitUntil([&] { return notes.signals_.size() >= 3; }));
     const auto readings = decodeMeters(notes.signals_.front().arguments().value(0));
     EXPECT_THAT(readings, ElementsAre(MeterReading{.id = kPlayer, .level = 0.5}));
     EXPECT_THAT(others.signals_, IsEmpty());
@@ -226,7 +227,7 @@ TEST_F(ControlServiceTests, KeepsACappedRate) {
     QElapsedTimer elapsed;
     elapsed.start();
     ASSERT_THAT(call("SubscribeLevels"), IsDone());
-    ASSERT_TRUE(awaitThat([&] { return notes.signals_.size() >= 10; }));
+    ASSERT_TRUE(waitUntil([&] { return notes.signals_.size() >= 10; }));
     EXPECT_GE(elapsed.elapsed(), 10 * LevelSubscriptions::period.count());
 }
 
@@ -234,10 +235,10 @@ TEST_F(ControlServiceTests, ForgetsASubscriberThatVanishes) {
     start();
     const SignalNotes notes(*client, "com.quorvin.Vello1", "Levels");
     ASSERT_THAT(call("SubscribeLevels"), IsDone());
-    ASSERT_TRUE(awaitThat([&] { return !notes.signals_.empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return !notes.signals_.empty(); }));
     QDBusConnection::disconnectFromBus("test");
     client.reset();
-    EXPECT_TRUE(awaitThat([&] { return !service->hasSubscribers(); }));
+    EXPECT_TRUE(waitUntil([&] { return !service->hasSubscribers(); }));
 }
 
 TEST_F(ControlServiceTests, ForgetsASubscriberThatVanishedBeforeItWasWatched) {
@@ -249,7 +250,7 @@ TEST_F(ControlServiceTests, ForgetsASubscriberThatVanishedBeforeItWasWatched) {
         QDBusConnection::disconnectFromBus("fleeting");
     }
     ASSERT_THAT(call("SetProcessingEnabled", {true}), IsDone()); // behind them in the queue
-    EXPECT_TRUE(awaitThat([&] { return !service->hasSubscribers(); }));
+    EXPECT_TRUE(waitUntil([&] { return !service->hasSubscribers(); }));
 }
 
 /// Names, types and directions of everything in the interface.
@@ -307,11 +308,11 @@ TEST_F(ControlServiceTests, TakesItsPlaceAgainWhenTheBusIsBack) {
     ASSERT_THAT(call("SubscribeLevels"), IsDone());
     QDBusConnection::disconnectFromBus("test");
     bus.stop();
-    ASSERT_TRUE(awaitThat([&] { return !log.messagesStartingWith("The session bus is gone").empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return !log.messagesStartingWith("The session bus is gone").empty(); }));
     EXPECT_FALSE(service->hasSubscribers());
     EXPECT_EQ(controller->taps().size(), 1U) << "goes on equalizing";
     bus.start();
-    ASSERT_TRUE(awaitThat([&] { return !log.messagesStartingWith("VELLO is on the session bus").empty(); }));
+    ASSERT_TRUE(waitUntil([&] { return !log.messagesStartingWith("VELLO is on the session bus").empty(); }));
     connectClient();
     EXPECT_THAT(set(kPlayer, {{"volume", 0.5}}), IsDone());
     EXPECT_EQ(settings().volume, 0.5);

@@ -21,8 +21,9 @@ TEST_F(HostileCalls, LeaveTheInstanceRunningUnchangedAndAnswering) {
 
     auto attack = std::async(std::launch::async,
                              [address = bus.address()] { return makeHostileCalls(address, kCalls, 1); });
-    ASSERT_TRUE(awaitThat(
-        [&] { return attack.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }, 50000));
+    ASSERT_TRUE(
+        waitUntil([&] { return attack.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
+                  std::chrono::seconds(50)));
     const HostileOutcome outcome = attack.get();
     EXPECT_EQ(outcome.refused, kCalls);
     EXPECT_EQ(outcome.answered, 0) << outcome.firstUnexpected;

@@ -2,7 +2,7 @@
 #include "UI/DBusMenu.h"
 
 #include "StatusNotifierHost.h"
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include <gmock/gmock.h>
 #include <QDBusMetaType>

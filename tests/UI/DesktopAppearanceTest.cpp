@@ -4,7 +4,7 @@
 #include "FakeSettingsPortal.h"
 #include "PrivateBus.h"
 #include "support/TemporaryFolder.h"
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QFont>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/LevelFollower.h"
 
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 

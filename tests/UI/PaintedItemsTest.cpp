@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include "UI/MarqueeText.h"
 #include "UI/SpectrumGlowView.h"

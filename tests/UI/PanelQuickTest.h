@@ -2,8 +2,8 @@
 #pragma once
 
 #include "PanelScene.h"
+#include "support/WaitUntil.h"
 #include "VirtualFrames.h"
-#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QTest>

@@ -3,7 +3,7 @@
 
 #include "UI/SpringFollower.h"
 
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include <QAccessible>
 #include <QQmlComponent>

@@ -6,7 +6,7 @@
 #include "FakeSettingsPortal.h"
 #include "PanelScene.h"
 #include "PrivateBus.h"
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 

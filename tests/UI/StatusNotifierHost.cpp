@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "StatusNotifierHost.h"
 
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include <QDBusPendingCall>
 #include <QDBusVariant>

@@ -2,8 +2,8 @@
 #include "UI/StatusNotifierItem.h"
 
 #include "StatusNotifierHost.h"
+#include "support/WaitUntil.h"
 #include "UI/TrayIcon.h"
-#include "WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QCoreApplication>

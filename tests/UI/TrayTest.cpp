@@ -3,7 +3,7 @@
 
 #include "FakeWindowSystem.h"
 #include "StatusNotifierHost.h"
-#include "WaitUntil.h"
+#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QApplication>

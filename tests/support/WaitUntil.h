@@ -9,10 +9,11 @@
 
 namespace vello {
 
-/// Runs the event loop until `isMet` or 5 s are over; answers whether it is met. It sleeps while nothing
+/// Runs Qt's event loop until `isMet` or the time is over; answers whether it is met. It sleeps while nothing
 /// happens, and looks again after every event and every few milliseconds.
-template <class Condition> [[nodiscard]] bool waitUntil(Condition isMet) {
-    const QDeadlineTimer deadline(std::chrono::seconds(5));
+template <class Condition>
+[[nodiscard]] bool waitUntil(Condition isMet, std::chrono::milliseconds most = std::chrono::seconds(5)) {
+    const QDeadlineTimer deadline(most);
     QTimer wakeUp;
     wakeUp.start(std::chrono::milliseconds(5));
     while (!isMet()) {
