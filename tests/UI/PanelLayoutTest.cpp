@@ -260,5 +260,23 @@ TEST_F(PanelLayoutTest, StandsTheOtherWayRoundWhereOneReadsFromTheRight) {
               place(item(QStringLiteral("8K hertz band gain"))).left());
 }
 
+class PanelWithIconsTest : public PanelQuickTest {
+protected:
+    PanelWithIconsTest() : PanelQuickTest(VELLO_ICON_PROGRAM) {}
+};
+
+TEST_F(PanelWithIconsTest, ShowsTheIconOfAnApplicationInThePlaceOfItsMark) {
+    const std::string file = (scene.folder / "icon.png").string();
+    QImage image(44, 44, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    ASSERT_TRUE(image.save(QString::fromStdString(file)));
+    scene.play(101, "Player", file);
+    open();
+    const QRectF icon = place(only(QStringLiteral("AppIconView"), &playerRow()));
+    EXPECT_EQ(icon.size(), QSizeF(22.0, 22.0));
+    EXPECT_EQ(scene.picture().pixelColor(icon.center().toPoint()), QColor(Qt::red));
+    EXPECT_EQ(only(QStringLiteral("Symbol"), &playerRow()).property("name").toString(), "chevron.down");
+}
+
 } // namespace
 } // namespace vello

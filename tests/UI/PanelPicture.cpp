@@ -138,9 +138,11 @@ private:
 int takePicture(const std::string& scene, const Appearance& appearance, const QString& file,
                 const QString& behind) {
     const bool isOnboarding = scene == "onboarding" || scene == "denied";
-    PanelScene panel(appearance, !isOnboarding       ? FakeCaptureAuthorization::allowed
-                                 : scene == "denied" ? FakeCaptureAuthorization::denied
-                                                     : FakeCaptureAuthorization::undecided);
+    PanelScene panel(appearance,
+                     !isOnboarding       ? FakeCaptureAuthorization::allowed
+                     : scene == "denied" ? FakeCaptureAuthorization::denied
+                                         : FakeCaptureAuthorization::undecided,
+                     VELLO_ICON_PROGRAM);
     scene == "about" ? panel.openAbout() : panel.openPanel();
     const Backdrop backdrop(*panel.window, behind);
     if (backdrop.isNull()) {

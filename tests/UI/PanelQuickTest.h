@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <QTest>
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ namespace vello {
 /// The panel as it is drawn and operated. A complaint of the QML engine fails the test.
 class PanelQuickTest : public testing::Test {
 protected:
+    explicit PanelQuickTest(const std::filesystem::path& iconProgram = {})
+        : scene({}, FakeCaptureAuthorization::allowed, iconProgram) {}
     void TearDown() override {
         for (const QString& warning : scene.qmlWarnings)
             ADD_FAILURE() << qPrintable(warning);

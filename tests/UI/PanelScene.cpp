@@ -50,7 +50,8 @@ QQuickItem* findNamed(QQuickItem* item, const QString& name) {
 
 } // namespace
 
-PanelScene::PanelScene(const Appearance& appearance, int consent) : theme(appearance) {
+PanelScene::PanelScene(const Appearance& appearance, int consent, const std::filesystem::path& iconProgram)
+    : icons(applications, iconProgram), theme(appearance) {
     hardware.setDefaultOutputDevice(hardware.addDevice({.uid = "speakers", .name = "Built-in Speakers"}));
     hardware.addDevice({.uid = "headphones", .name = "Studio Headphones"});
     hardware.addDevice({.uid = "monitor", .name = "Living Room Display Audio (HDMI 2)"});

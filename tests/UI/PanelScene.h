@@ -24,6 +24,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <random>
@@ -35,8 +36,9 @@ namespace vello {
 /// The panel on the real model, which stands on fakes. The model's clock moves only when the test says so.
 class PanelScene {
 public:
-    /// `consent` is an answer of FakeCaptureAuthorization.
-    explicit PanelScene(const Appearance& appearance = {}, int consent = FakeCaptureAuthorization::allowed);
+    /// `consent` is an answer of FakeCaptureAuthorization. Without `iconProgram` no application has an icon.
+    explicit PanelScene(const Appearance& appearance = {}, int consent = FakeCaptureAuthorization::allowed,
+                        const std::filesystem::path& iconProgram = {});
     ~PanelScene();
 
     /// An application begins to play; its id is its name in lower case.
@@ -75,7 +77,7 @@ public:
     std::unique_ptr<AudioController> controller;
     std::unique_ptr<MeterAudience> meters;
     LaunchAtLoginController launchAtLogin{loginItem};
-    AppIconProvider icons{applications, VELLO_ICON_PROGRAM};
+    AppIconProvider icons;
     Theme theme;
     std::unique_ptr<PanelModel> model;
     std::unique_ptr<PanelEngine> engine;
