@@ -36,6 +36,7 @@ function(vello_add_room target)
 
     if(alone_sources)
         add_library(${target}_headers_alone OBJECT ${alone_sources})
+        set_target_properties(${target}_headers_alone PROPERTIES UNITY_BUILD OFF)
         target_link_libraries(${target}_headers_alone PRIVATE ${target} vello_flags)
     endif()
 endfunction()

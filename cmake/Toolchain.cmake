@@ -12,6 +12,13 @@ if(CCACHE_PROGRAM)
     set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
 
+# The sanitizers' presets compile several files of a target at a time, which takes half as long; so do all presets of
+# scripts/test with the tests. vello_compile_alone(SOURCES...): not these. Names of their own are names of other files too,
+# or a class has members of types that are known to one file only.
+function(vello_compile_alone)
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+
 find_package(Threads REQUIRED)
 add_library(vello_flags INTERFACE)
 target_link_libraries(vello_flags INTERFACE Threads::Threads)
@@ -39,7 +46,7 @@ if(VELLO_SANITIZE)
 elseif(CMAKE_BUILD_TYPE STREQUAL Release)
     target_compile_options(vello_test_flags INTERFACE -O1)
 endif()
-if(VELLO_PRECOMPILED_HEADERS)
+if(VELLO_SHORT_TEST_BUILD)
     # The first for ccache. The others are asked for by some libraries, and all tests share the headers.
     target_compile_options(vello_test_flags INTERFACE -fpch-preprocess -fPIC)
     target_compile_definitions(vello_test_flags INTERFACE _REENTRANT)
