@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Persistence/AtomicFile.h"
 
+#include "FailedCall.h"
 #include "Persistence/ReplacingFile.h"
 
 #include <algorithm>
@@ -16,10 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 constexpr mode_t kUserOnlyFolder = 0700;
-
-[[noreturn]] void fail(const std::string& what, int error = errno) {
-    throw std::system_error(error, std::generic_category(), what);
-}
 
 /// Owner of a file descriptor.
 class Descriptor {

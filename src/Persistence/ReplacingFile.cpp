@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Persistence/ReplacingFile.h"
 
+#include "FailedCall.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -18,10 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMostLinks = 40;
-
-[[noreturn]] void fail(const std::string& what, int error = errno) {
-    throw std::system_error(error, std::generic_category(), what);
-}
 
 /// Where the name leads to, links followed, also to a place that does not exist yet; a device or folder there
 /// is not to be replaced.

@@ -1,21 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/AudioSampleRingBuffer.h"
 
+#include "SignalSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <numeric>
 #include <thread>
 #include <vector>
 
 namespace vello {
 namespace {
 
-std::vector<float> countingFrom(float first, std::size_t count) {
-    std::vector<float> samples(count);
-    std::iota(samples.begin(), samples.end(), first);
-    return samples;
-}
+using test::counting;
 
 void append(AudioSampleRingBuffer& ring, const std::vector<float>& samples) {
     ring.write(samples.data(), samples.size());
@@ -30,7 +27,7 @@ TEST(AudioSampleRingBuffer, HoldsNothingAtFirst) {
 
 TEST(AudioSampleRingBuffer, GivesWhatWasWrittenInOrderAndNoMore) {
     AudioSampleRingBuffer ring(16);
-    append(ring, countingFrom(1, 10));
+    append(ring, counting(1, 10));
     std::vector<float> latest(11, -1);
     EXPECT_TRUE(ring.copyLatest(latest.data(), 10));
     EXPECT_EQ(latest, (std::vector<float>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, -1}));
@@ -39,17 +36,17 @@ TEST(AudioSampleRingBuffer, GivesWhatWasWrittenInOrderAndNoMore) {
 
 TEST(AudioSampleRingBuffer, KeepsTheOrderAcrossTheWrap) {
     AudioSampleRingBuffer ring(8);
-    append(ring, countingFrom(1, 6));
-    append(ring, countingFrom(7, 4));
+    append(ring, counting(1, 6));
+    append(ring, counting(7, 4));
     std::vector<float> latest(8);
     EXPECT_TRUE(ring.copyLatest(latest.data(), 8));
-    EXPECT_EQ(latest, countingFrom(3, 8));
+    EXPECT_EQ(latest, counting(3, 8));
 }
 
 TEST(AudioSampleRingBuffer, ShowsTheNewestSamplesWhereTheyLieInOrder) {
     AudioSampleRingBuffer ring(8);
-    append(ring, countingFrom(1, 6));
-    append(ring, countingFrom(7, 4));
+    append(ring, counting(1, 6));
+    append(ring, counting(7, 4));
     for (std::size_t count = 1; count <= 8; ++count) {
         std::vector<float> copied(count);
         ASSERT_TRUE(ring.copyLatest(copied.data(), count));
@@ -63,15 +60,15 @@ TEST(AudioSampleRingBuffer, ShowsTheNewestSamplesWhereTheyLieInOrder) {
 
 TEST(AudioSampleRingBuffer, DropsABlockThatIsLargerThanItselfWhole) {
     AudioSampleRingBuffer ring(8);
-    append(ring, countingFrom(1, 9));
+    append(ring, counting(1, 9));
     EXPECT_EQ(ring.writeCursor(), 0U);
-    append(ring, countingFrom(1, 8));
+    append(ring, counting(1, 8));
     EXPECT_EQ(ring.writeCursor(), 8U);
 }
 
 TEST(AudioSampleRingBuffer, RefusesReadsThatCannotBeServed) {
     AudioSampleRingBuffer ring(8);
-    append(ring, countingFrom(1, 8));
+    append(ring, counting(1, 8));
     std::vector<float> latest(16);
     EXPECT_FALSE(ring.copyLatest(latest.data(), 0));
     EXPECT_FALSE(ring.copyLatest(latest.data(), 9));
@@ -98,7 +95,7 @@ TEST(AudioSampleRingBuffer, ShowsAReaderEverySampleBeforeThePublishedCursor) {
         for (std::size_t written = 0; written < blocks; ++written) {
             while (written == blocks / 2 && reads == 0)
                 std::this_thread::yield();
-            append(ring, countingFrom(static_cast<float>(written * block), block));
+            append(ring, counting(static_cast<float>(written * block), block));
         }
     });
     std::vector<float> latest(block);
@@ -106,7 +103,7 @@ TEST(AudioSampleRingBuffer, ShowsAReaderEverySampleBeforeThePublishedCursor) {
     while (ring.writeCursor() < blocks * block) {
         if (!ring.copyLatest(latest.data(), block))
             continue;
-        isInOrder = isInOrder && latest == countingFrom(latest.front(), block);
+        isInOrder = isInOrder && latest == counting(latest.front(), block);
         ++reads;
     }
     writer.join();

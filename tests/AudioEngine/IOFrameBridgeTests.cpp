@@ -1,23 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/IOFrameBridge.h"
 
+#include "SignalSupport.h"
+
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
 namespace vello {
 namespace {
 
-constexpr std::size_t kCapacity = IOFrameBridge::capacityFrames;
+using test::counting;
 
-std::vector<float> counting(float first, std::size_t count) {
-    std::vector<float> samples(count);
-    std::iota(samples.begin(), samples.end(), first);
-    return samples;
-}
+constexpr std::size_t kCapacity = IOFrameBridge::capacityFrames;
 
 std::vector<float> read(IOFrameBridge& bridge, std::size_t frames) {
     std::vector<float> samples(frames * bridge.channelCount(), -1.0F);

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -15,6 +16,17 @@ inline EQSettings settingsWithGains(std::vector<double> gains) {
     EQSettings settings;
     settings.bandGains = std::move(gains);
     return settings;
+}
+
+inline EQSettings loudBass() {
+    return settingsWithGains({12, 12, 0, 0, 0, 0, 0, 0});
+}
+
+/// first, first + 1, ...
+inline std::vector<float> counting(float first, std::size_t count) {
+    std::vector<float> samples(count);
+    std::iota(samples.begin(), samples.end(), first);
+    return samples;
 }
 
 /// White noise of -16 dBFS RMS, uniformly distributed.
