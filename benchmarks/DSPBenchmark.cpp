@@ -4,7 +4,6 @@
 // All three are measured in turns within one run, so that the ratios hold whatever else the machine does.
 //
 // vello_dsp_benchmark [--check]: with --check it fails when a ratio at 480 stereo frames misses its target.
-#include "AudioEngine/DenormalsAreZero.h"
 #include "AudioEngine/EQDSP.h"
 #include "AudioEngine/TapRealtimeContext.h"
 #include "PlainCascade.h"
@@ -204,7 +203,6 @@ bool report(const Scenario& scenario, const std::vector<Measurement>& subjects) 
 }
 
 int run(bool checks) {
-    const DenormalsAreZero denormalsAreZero; // as on the audio system's data thread
     std::printf("Instruction set: %s. Times of %zu turns of %zu frames, each measured in turn.\n",
                 hwy::TargetName(hwy::SupportedAndGeneratedTargets().front()), kTurns, kFramesPerTurn);
     bool meetsTargets = true;

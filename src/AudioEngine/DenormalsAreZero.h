@@ -12,18 +12,11 @@
 namespace vello {
 
 /// While it lives, this thread's arithmetic takes denormal numbers for zero and never makes one. Filters that
-/// fade out would otherwise run into them, and many processors are then a hundred times slower. Costs next to
-/// nothing on a thread that does so anyway.
+/// fade out would otherwise run into them, and many processors are then a hundred times slower.
 class DenormalsAreZero {
 public:
-    DenormalsAreZero() noexcept VELLO_REALTIME : saved_(read()) {
-        if (changes())
-            write(saved_ | kFlags);
-    }
-    ~DenormalsAreZero() {
-        if (changes())
-            write(saved_);
-    }
+    DenormalsAreZero() noexcept VELLO_REALTIME : saved_(read()) { write(saved_ | kFlags); }
+    ~DenormalsAreZero() { write(saved_); }
     DenormalsAreZero(const DenormalsAreZero&) = delete;
     DenormalsAreZero& operator=(const DenormalsAreZero&) = delete;
 
@@ -56,10 +49,6 @@ private:
     }
     static void write(Register) noexcept {}
 #endif
-
-    bool changes() const noexcept {
-        return (saved_ & kFlags) != kFlags;
-    }
 
     Register saved_;
 };

@@ -66,12 +66,8 @@ PipeWireConnection::PipeWireConnection(PipeWireConnectionHandler& handler, Syste
     if (std::getenv("PIPEWIRE_DEBUG") == nullptr)
         pw_log_set_level(SPA_LOG_LEVEL_NONE);
     threadLoop_ = pw_thread_loop_new("vello-control", nullptr);
-    // The data thread flushes denormal numbers for good, which the callbacks would otherwise switch on and
-    // off.
-    context_ = pw_context_new(loop(),
-                              pw_properties_new(PW_KEY_CONFIG_NAME, quirks::clientConfigurationName(),
-                                                "cpu.zero.denormals", "true", nullptr),
-                              0);
+    context_ = pw_context_new(
+        loop(), pw_properties_new(PW_KEY_CONFIG_NAME, quirks::clientConfigurationName(), nullptr), 0);
     if (context_ == nullptr)
         throw std::runtime_error(
             "PipeWire's client configuration cannot be loaded; is the package pipewire installed?");
