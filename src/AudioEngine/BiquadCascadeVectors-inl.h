@@ -84,7 +84,7 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         return hn::Eq(hn::Load(d, placeOfLane), hn::Set(d, static_cast<double>(place)));
     }
 
-    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which is in every place.
+    /// Every place's outputs as the inputs of the next; place 0 takes `frame`.
     static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
         const D d;
         if constexpr (kPlaces == 1)
@@ -105,18 +105,31 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         }
     }
 
+    /// One value a channel, in the lowest place at least.
     static HWY_INLINE Vector loadFrame(const double* samples) {
         if constexpr (kChannels == 1)
             return hn::Set(D(), *samples);
         else
             return hn::LoadDup128(D(), samples);
     }
+    static HWY_INLINE Vector loadFrame(const float* samples) {
+        if constexpr (kChannels == 1)
+            return hn::Set(D(), double{*samples});
+        else
+            return extended<D>(hn::PromoteTo(Frame(), hn::LoadU(FloatFrame(), samples)));
+    }
     /// The frame of the last place.
     static HWY_INLINE void storeFrame(Vector vector, double* samples) {
         if constexpr (kChannels == 1)
             *samples = hn::GetLane(vector);
         else
-            hn::StoreU(lowestPair(vector), hn::CappedTag<double, 2>(), samples);
+            hn::StoreU(lowestPair(vector), Frame(), samples);
+    }
+    static HWY_INLINE void storeFrame(Vector vector, float* samples) {
+        if constexpr (kChannels == 1)
+            *samples = static_cast<float>(hn::GetLane(vector));
+        else
+            hn::StoreU(hn::DemoteTo(FloatFrame(), lowestPair(vector)), FloatFrame(), samples);
     }
 
     /// The values of `kSections` sections from `first` on. `odd` is left alone where there is one vector.
@@ -157,6 +170,16 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
     }
 
 private:
+    using Frame = hn::CappedTag<double, 2>;
+    using FloatFrame = hn::Rebind<float, Frame>;
+
+    /// The same lowest lanes; the others are of no interest.
+    template <class Wide, class V> static HWY_INLINE hn::Vec<Wide> extended(V vector) {
+        if constexpr (hn::MaxLanes(Wide()) == hn::MaxLanes(hn::DFromV<V>()))
+            return vector;
+        else
+            return hn::ZeroExtendVector(Wide(), extended<hn::Half<Wide>>(vector));
+    }
     template <class V> static HWY_INLINE auto lowestPair(V vector) {
         if constexpr (hn::MaxLanes(hn::DFromV<V>()) == 2)
             return vector;
@@ -175,8 +198,9 @@ private:
     }
 };
 
-/// One pass over samples in place, through the sections from `first` on; more than kDepth frames.
-template <class D, std::size_t kChannels, std::size_t kVectors> class Pass {
+/// One pass from `in` to `out`, which may be the same, through the sections from `first` on; more than kDepth
+/// frames.
+template <class D, std::size_t kChannels, std::size_t kVectors, class In, class Out> class Pass {
     using L = Layout<D, kChannels, kVectors>;
 
 public:
@@ -184,11 +208,10 @@ public:
     /// longer. Too little makes sections wait, too much costs every block; measured with vello_dsp_benchmark.
     static constexpr std::size_t kSkew = kVectors == 1 ? 6 : L::kLanes == 8 ? 4 : L::kLanes == 4 ? 8 : 6;
     static constexpr std::size_t kDepth = (L::kSections - 1) * kSkew;
-    static constexpr std::size_t kSections = L::kSections;
 
-    HWY_INLINE Pass(const BiquadSetup& setup, CascadeState* states, std::size_t first, double* samples,
+    HWY_INLINE Pass(const BiquadSetup& setup, CascadeState* states, std::size_t first, const In* in, Out* out,
                     std::size_t frames)
-        : states_(states), first_(first), samples_(samples), frames_(frames) {
+        : states_(states), first_(first), in_(in), out_(out), frames_(frames) {
         L::load(same(setup.excess), first, even_.excess, odd_.excess);
         L::load(same(setup.a1), first, even_.a1, odd_.a1);
         L::load(same(setup.a2), first, even_.a2, odd_.a2);
@@ -225,7 +248,10 @@ private:
             pointers[c] = (states_[c].*values)[age];
         return pointers;
     }
-    HWY_INLINE double* frameAt(std::size_t index) const { return samples_ + index * kChannels; }
+    HWY_INLINE Vector load(std::size_t frame) const { return L::loadFrame(in_ + frame * kChannels); }
+    HWY_INLINE void store(Vector outputs, std::size_t frame) const {
+        L::storeFrame(outputs, out_ + frame * kChannels);
+    }
 
     /// Each section in turn takes up the state that the last block left.
     HWY_INLINE void joinAll() {
@@ -297,22 +323,21 @@ private:
     }
 
     template <std::size_t... i> HWY_INLINE void enter(std::size_t frame, std::index_sequence<i...>) {
-        (step<i>(L::loadFrame(frameAt(frame + i))), ...);
+        (step<i>(load(frame + i)), ...);
     }
     template <std::size_t... i> HWY_INLINE void drain(std::size_t frame, std::index_sequence<i...>) {
-        (L::storeFrame(step<i>(hn::Zero(D())), frameAt(frame + i)), ...);
+        (store(step<i>(hn::Zero(D())), frame + i), ...);
     }
     /// The same at the very start and end, where no other section has joined yet or is left.
     template <std::size_t... i> HWY_INLINE void enterEven(std::size_t frame, std::index_sequence<i...>) {
-        ((fromEven_[i] = even_.process(L::loadFrame(frameAt(frame + i)))), ...);
+        ((fromEven_[i] = even_.process(L::moveOn(hn::Zero(D()), load(frame + i)))), ...);
     }
     template <std::size_t... i> HWY_INLINE void drainOdd(std::size_t frame, std::index_sequence<i...>) {
-        (L::storeFrame(odd_.process(fromEven_[i]), frameAt(frame + i)), ...);
+        (store(odd_.process(fromEven_[i]), frame + i), ...);
     }
 
     template <std::size_t i> HWY_INLINE void passOne(std::size_t frame) {
-        const Vector outputs = step<i>(L::loadFrame(frameAt(frame)));
-        L::storeFrame(outputs, frameAt(frame - kDepth));
+        store(step<i>(load(frame)), frame - kDepth);
     }
     template <std::size_t... i> HWY_INLINE void pass(std::size_t frame, std::index_sequence<i...>) {
         (passOne<i>(frame + i), ...);
@@ -342,31 +367,42 @@ private:
 
     CascadeState* states_;
     std::size_t first_;
-    double* samples_;
+    const In* in_;
+    Out* out_;
     std::size_t frames_;
     Sections<D> even_, odd_;  ///< odd_ is unused where there is one vector
     Line fromEven_, fromOdd_; ///< the outputs of the last steps
 };
 
-template <class P>
-HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, double* samples,
-                               std::size_t frames) {
-    for (std::size_t first = 0; first < kSectionCount; first += P::kSections)
-        P(setup, states, first, samples, frames).run();
+/// Samples are 32-bit floats only outside the cascade; between passes they wait in `scratch`.
+template <class D, std::size_t kChannels, std::size_t kVectors>
+HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
+                               double* scratch, std::size_t frames) {
+    constexpr std::size_t kSections = Layout<D, kChannels, kVectors>::kSections;
+    if constexpr (kSections == kSectionCount) {
+        Pass<D, kChannels, kVectors, float, float>(setup, states, 0, in, out, frames).run();
+    } else {
+        Pass<D, kChannels, kVectors, float, double>(setup, states, 0, in, scratch, frames).run();
+        std::size_t first = kSections;
+        for (; first + kSections < kSectionCount; first += kSections)
+            Pass<D, kChannels, kVectors, double, double>(setup, states, first, scratch, scratch, frames)
+                .run();
+        Pass<D, kChannels, kVectors, double, float>(setup, states, first, scratch, out, frames).run();
+    }
 }
 
-/// Filters interleaved samples in place. A block that is too short for sections to join and leave in turn
-/// goes through one section after the other.
+/// Filters interleaved samples from `in` to `out`, which may be the same. A block that is too short for
+/// sections to join and leave in turn goes through one section after the other.
 template <std::size_t kChannels>
-HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, double* samples, std::size_t frames) {
+HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
+                       double* scratch, std::size_t frames) {
     using D = hn::CappedTag<double, kSectionCount>;
     constexpr std::size_t kVectors = hn::MaxLanes(D()) == kSectionCount * kChannels ? 1 : 2;
-    using Long = Pass<D, kChannels, kVectors>;
-    using Short = Pass<hn::CappedTag<double, kChannels>, kChannels, 1>;
-    if (frames > Long::kDepth)
-        filterInPasses<Long>(setup, states, samples, frames);
+    if (frames > Pass<D, kChannels, kVectors, float, float>::kDepth)
+        filterInPasses<D, kChannels, kVectors>(setup, states, in, out, scratch, frames);
     else
-        filterInPasses<Short>(setup, states, samples, frames);
+        filterInPasses<hn::CappedTag<double, kChannels>, kChannels, 1>(setup, states, in, out, scratch,
+                                                                       frames);
     for (std::size_t c = 0; c < kChannels; ++c)
         states[c].deriveLastOutputs();
 }

@@ -4,7 +4,6 @@
 #include "AudioEngine/BlockKernel.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 
 // Vectors whose size the compiler does not know cannot be members of a class; those processors take the fixed
@@ -34,44 +33,14 @@ std::uint32_t vectorBlockKernel(const BlockJob& job) {
 
 #else
 
-HWY_INLINE void widen(const float* source, std::size_t count, double* destination) {
-    const hn::ScalableTag<double> d;
-    const hn::Rebind<float, decltype(d)> floats;
-    const std::size_t lanes = hn::Lanes(d);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
-        hn::StoreU(hn::PromoteTo(d, hn::LoadU(floats, source + i)), d, destination + i);
-    for (; i < count; ++i)
-        destination[i] = double{source[i]};
-}
-
-/// Where the last pass over the samples takes them from.
-struct FromScratch {
-    const double* samples;
-
-    template <class D> HWY_INLINE hn::Vec<D> load(D d, std::size_t index) const {
-        const hn::Rebind<double, D> doubles;
-        return hn::DemoteTo(d, hn::LoadU(doubles, samples + index));
-    }
-    HWY_INLINE float sample(std::size_t index) const { return static_cast<float>(samples[index]); }
-};
-
-struct FromSource {
-    const float* samples;
-
-    template <class D> HWY_INLINE hn::Vec<D> load(D d, std::size_t index) const {
-        return hn::LoadU(d, samples + index);
-    }
-    HWY_INLINE float sample(std::size_t index) const { return samples[index]; }
-};
-
-/// The last pass: takes the samples of `frames` frames from `source`, multiplies, writes and measures them.
-/// The first is frame `first` of the job.
-template <bool kMultiplies, std::size_t kChannels, class D, class Source>
-HWY_INLINE std::uint32_t deliver(D d, const BlockJob& job, const Source& source, std::size_t first,
+/// The last pass: takes the samples of the frames from `first` on from `source`, multiplies, writes and
+/// measures them.
+template <bool kMultiplies, std::size_t kChannels>
+HWY_INLINE std::uint32_t deliver(const BlockJob& job, const float* source, std::size_t first,
                                  std::size_t frames) {
     constexpr std::uint32_t magnitude = 0x7FFFFFFFU;
-    const hn::RebindToSigned<D> integers;
+    const hn::ScalableTag<float> d;
+    const hn::RebindToSigned<decltype(d)> integers;
     const std::size_t lanes = hn::Lanes(d);
     const std::size_t count = frames * kChannels;
     float* destination = job.destination + first * kChannels;
@@ -86,7 +55,7 @@ HWY_INLINE std::uint32_t deliver(D d, const BlockJob& job, const Source& source,
     auto peaks = hn::Zero(integers);
     std::size_t i = 0;
     for (; lanes >= kChannels && i + lanes <= count; i += lanes) {
-        auto samples = source.load(d, i);
+        auto samples = hn::LoadU(d, source + i);
         if constexpr (kMultiplies) {
             samples = hn::Mul(samples, hn::Add(start, hn::Mul(frame, step)));
             frame = hn::Add(frame, framesPerVector);
@@ -96,7 +65,7 @@ HWY_INLINE std::uint32_t deliver(D d, const BlockJob& job, const Source& source,
     }
     std::uint32_t peak = static_cast<std::uint32_t>(hn::GetLane(hn::MaxOfLanes(integers, peaks)));
     for (; i < count; ++i) {
-        float sample = source.sample(i);
+        float sample = source[i];
         if constexpr (kMultiplies)
             sample *= job.gainStart + static_cast<float>(first + i / kChannels) * job.gainStep;
         destination[i] = sample;
@@ -105,25 +74,23 @@ HWY_INLINE std::uint32_t deliver(D d, const BlockJob& job, const Source& source,
     return peak;
 }
 
-template <std::size_t kChannels, class D, class Source>
-HWY_INLINE std::uint32_t deliverWithGain(D d, const BlockJob& job, const Source& source, std::size_t first,
-                                         std::size_t frames) {
-    return job.appliesGain ? deliver<true, kChannels>(d, job, source, first, frames)
-                           : deliver<false, kChannels>(d, job, source, first, frames);
+template <std::size_t kChannels>
+HWY_INLINE std::uint32_t deliver(const BlockJob& job, const float* source, std::size_t first,
+                                 std::size_t frames) {
+    return job.appliesGain ? deliver<true, kChannels>(job, source, first, frames)
+                           : deliver<false, kChannels>(job, source, first, frames);
 }
 
 template <std::size_t kChannels>
 std::uint32_t filterStretch(const BlockJob& job, std::size_t first, std::size_t frames) {
-    const hn::Rebind<float, hn::ScalableTag<double>> floats;
-    widen(job.source + first * kChannels, frames * kChannels, job.scratch);
-    filter<kChannels>(*job.setup, job.states, job.scratch, frames);
-    return deliverWithGain<kChannels>(floats, job, FromScratch{job.scratch}, first, frames);
+    float* filtered = job.destination + first * kChannels;
+    filter<kChannels>(*job.setup, job.states, job.source + first * kChannels, filtered, job.scratch, frames);
+    return deliver<kChannels>(job, filtered, first, frames);
 }
 
 template <std::size_t kChannels> std::uint32_t runJob(const BlockJob& job) {
     if (job.setup == nullptr)
-        return deliverWithGain<kChannels>(hn::ScalableTag<float>(), job, FromSource{job.source}, 0,
-                                          job.frames);
+        return deliver<kChannels>(job, job.source, 0, job.frames);
     std::uint32_t peak = 0;
     for (std::size_t first = 0; first < job.frames; first += kScratchFrames)
         peak = std::max(peak,
