@@ -22,7 +22,8 @@ void AudioSampleRingBuffer::write(const float* samples, std::size_t count) noexc
     const std::size_t position = cursor & mask_;
     const std::size_t untilWrap = std::min(count, capacity_ - position);
     std::memcpy(storage_.get() + position, samples, untilWrap * sizeof(float));
-    std::memcpy(storage_.get(), samples + untilWrap, (count - untilWrap) * sizeof(float));
+    if (untilWrap < count)
+        std::memcpy(storage_.get(), samples + untilWrap, (count - untilWrap) * sizeof(float));
     writeCursor_.store(cursor + count, std::memory_order_release);
 }
 

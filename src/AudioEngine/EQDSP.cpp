@@ -19,7 +19,7 @@ constexpr std::uint32_t kInfinityBits = 0x7F800000;
 
 /// Zeroes the bytes from `offset` on.
 void silence(AudioBuffer& buffer, std::size_t offset = 0) noexcept {
-    if (buffer.mData != nullptr)
+    if (buffer.mData != nullptr && offset < buffer.mDataByteSize)
         std::memset(static_cast<std::byte*>(buffer.mData) + offset, 0, buffer.mDataByteSize - offset);
 }
 
