@@ -16,8 +16,8 @@ inline std::uint64_t hostTime(std::chrono::steady_clock::time_point instant) noe
         std::chrono::duration_cast<std::chrono::nanoseconds>(sinceStart).count());
 }
 
-/// Nanoseconds of the monotonic clock, the same clock as the main thread's. Where there is one, the cheap
-/// reading that the system renews a few hundred times a second: the exact one would be a tenth of a short
+/// Nanoseconds of the monotonic clock, the same clock as the main thread's; where there is one its cheap
+/// reading, which may be some milliseconds old but never ahead. The exact one would be a good part of a short
 /// callback. Any thread; never blocks.
 inline std::uint64_t hostTime() noexcept VELLO_REALTIME {
 #if defined(CLOCK_MONOTONIC_COARSE)
