@@ -96,6 +96,9 @@ private:
     void streamVanished(std::uint32_t nodeID) override { director.streamVanished(nodeID); }
     void linksChanged() override { taps.linksChanged(); }
     void metadataRequested() override { connection.sync(); }
+    /// Its links went with it, the streams' way through the taps included, and nodes of ours that it was
+    /// still busy with are linked by no other. The one that comes next finds everything made anew.
+    void sessionManagerGone() override { connection.reconnect("The session manager has ended"); }
     void targetChanged(std::uint32_t nodeID, const std::string& key,
                        const std::optional<MetadataValue>& value) override {
         director.targetChanged(nodeID, key, value);

@@ -102,6 +102,12 @@ void PipeWireConnection::stop() {
     disconnectCores();
 }
 
+void PipeWireConnection::reconnect(const char* reason) {
+    reconnectReason_ = reason;
+    // The cores cannot be taken down inside an event of theirs.
+    pw_loop_signal_event(loop(), lostEvent_);
+}
+
 void PipeWireConnection::sync() {
     if (core_ != nullptr)
         pendingSync_ = vello_core_sync(core_, pendingSync_);
@@ -203,8 +209,7 @@ void PipeWireConnection::onCoreError(void* data, std::uint32_t id, int, int resu
         self.logger_.debug(std::string("Server reports ") + (message != nullptr ? message : "an error"));
         return;
     }
-    // The core cannot be taken down inside its own event.
-    pw_loop_signal_event(self.loop(), self.lostEvent_);
+    self.reconnect("The connection to the audio server is lost");
 }
 
 void PipeWireConnection::onCoreDone(void* data, std::uint32_t id, int sequence) {
@@ -217,7 +222,7 @@ void PipeWireConnection::onLost(void* data, std::uint64_t) {
     auto& self = *static_cast<PipeWireConnection*>(data);
     if (self.core_ == nullptr)
         return;
-    self.logger_.notice("The connection to the audio server is lost; connecting again");
+    self.logger_.notice(self.reconnectReason_ + "; connecting again");
     self.isAbsenceLogged_ = true;
     self.disconnectCores();
     self.scheduleRetry();

@@ -67,6 +67,9 @@ public:
     pw_core* nodeCore() const { return nodeCore_; }
     /// Asks for PipeWireConnectionHandler::synchronized. Lock held.
     void sync();
+    /// Disconnects and connects again in a turn of the loop's own, as when the server goes. `reason` is for
+    /// the log. Lock held.
+    void reconnect(const char* reason);
 
     /// Ends the connection for good, as the server sees it, without a lock or an allocation: the server drops
     /// everything of ours within milliseconds. For a signal handler of a dying process.
@@ -103,6 +106,7 @@ private:
     spa_source* retryTimer_ = nullptr;
     spa_source* lostEvent_ = nullptr;
     std::chrono::milliseconds retryPause_{};
+    std::string reconnectReason_;
     int pendingSync_ = -1;
     bool isAbsenceLogged_ = false;
     /// Descriptors of the connection's own sockets, -1 where free. Written with the lock held, read by the

@@ -80,6 +80,8 @@ public:
     /// The session manager's metadata can be written; its current values follow. To be answered with
     /// PipeWireGraph::metadataAnswered when the server has answered everything that was asked until now.
     virtual void metadataRequested() = 0;
+    /// The session manager has ended, and with it the metadata and every link that it made.
+    virtual void sessionManagerGone() = 0;
     /// The target of a node changed in the metadata; `value` is empty when it was taken away.
     virtual void targetChanged(std::uint32_t nodeID, const std::string& key,
                                const std::optional<MetadataValue>& value) = 0;

@@ -38,6 +38,7 @@ void PipeWireGraph::metadataAdded(std::uint32_t id) {
 void PipeWireGraph::metadataRemoved() {
     metadata_.reset();
     defaultSinkNamed({});
+    observer_.sessionManagerGone();
 }
 
 void PipeWireGraph::readMetadata() {

@@ -78,6 +78,7 @@ private:
     void streamAppeared(const GraphStream&) override {}
     void streamVanished(std::uint32_t) override {}
     void linksChanged() override {}
+    void sessionManagerGone() override {}
     void targetChanged(std::uint32_t, const std::string&, const std::optional<MetadataValue>&) override {}
 
     SilentLog log_;

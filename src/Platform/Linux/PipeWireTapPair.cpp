@@ -215,8 +215,10 @@ void PipeWireTapPair::process() noexcept {
             capturedFrames = input.buffers[0].mDataByteSize / bytesPerFrame;
         }
         const spa_data& data = played->buffer->datas[0];
+        // As much as was captured in this cycle. What the playback side asks for may still be a cycle of the
+        // quantum before: more than the graph takes now, and after that the side is never run again.
         const std::uint32_t wanted =
-            played->requested > 0 ? static_cast<std::uint32_t>(played->requested) : capturedFrames;
+            capturedFrames > 0 ? capturedFrames : static_cast<std::uint32_t>(played->requested);
         const std::uint32_t frames = std::min(wanted, data.maxsize / bytesPerFrame);
         output.buffers[0].mDataByteSize = frames * bytesPerFrame;
         output.buffers[0].mData = data.data;

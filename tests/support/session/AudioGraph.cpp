@@ -123,4 +123,8 @@ void AudioGraph::forceSampleRate(int sampleRate) {
     mirror_->setMetadata("settings", 0, "clock.force-rate", "", std::to_string(sampleRate));
 }
 
+void AudioGraph::forceQuantum(int frames) {
+    mirror_->setMetadata("settings", 0, "clock.force-quantum", "", std::to_string(frames));
+}
+
 } // namespace vello::session

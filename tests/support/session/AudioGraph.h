@@ -96,6 +96,8 @@ public:
     void destroyOutput(const std::string& name);
     /// Forces the rate of the graph, in Hz.
     void forceSampleRate(int sampleRate);
+    /// Forces the quantum of the graph, in frames.
+    void forceQuantum(int frames);
 
     class Mirror;
 

@@ -30,7 +30,8 @@ Arguments nativePlayer(const PlayerOptions& options) {
                                               {"app-name", options.name},
                                               {"app-id", options.applicationID},
                                               {"target", options.output},
-                                              {"rate", std::to_string(options.sampleRate)}});
+                                              {"rate", std::to_string(options.sampleRate)},
+                                              {"latency", std::to_string(options.latency)}});
 }
 
 Arguments pulsePlayer(const PlayerOptions& options, const std::string& file) {

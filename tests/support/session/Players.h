@@ -16,6 +16,7 @@ struct PlayerOptions {
     std::string signal = "position"; ///< as makeSignal takes it; "counter" for players of files
     std::string output = {};         ///< node name of the output; empty: the default
     int sampleRate = 48000;          ///< Hz
+    int latency = 0;                 ///< frames that a native player asks for; 0: none
 };
 
 /// The sorts of applications there are, by the way they speak to the sound server.

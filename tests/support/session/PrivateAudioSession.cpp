@@ -96,10 +96,18 @@ void PrivateAudioSession::killServers() {
 void PrivateAudioSession::startServers() {
     server_ = start("pipewire", {"pipewire", "-c", (folder_ / "pipewire.conf").string()});
     awaitListener(runtime_ / "pipewire-0", *server_);
+    startSessionManager();
+    startPulseServer();
+    waitUntilReady();
+}
+
+void PrivateAudioSession::startSessionManager() {
     sessionManager_ = start("wireplumber", {"wireplumber"});
+}
+
+void PrivateAudioSession::startPulseServer() {
     pulseServer_ = start("pipewire-pulse", {"pipewire", "-c", (folder_ / "pipewire-pulse.conf").string()});
     awaitListener(runtime_ / "pulse" / "native", *pulseServer_);
-    waitUntilReady();
 }
 
 void PrivateAudioSession::writeDesktopEntry(const std::string& id, const std::string& name,
@@ -140,7 +148,7 @@ void PrivateAudioSession::waitUntilReady() {
             for (const auto& output : options_.outputs)
                 if (state.nodeNamed(output.name) == nullptr)
                     return false;
-            return defaultOutput != nullptr;
+            return defaultOutput != nullptr || options_.outputs.empty();
         },
         startLimit);
     if (!ready)

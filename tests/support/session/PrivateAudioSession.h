@@ -20,7 +20,9 @@ struct VirtualOutput {
 struct SessionOptions {
     int sampleRate = 48000;             ///< Hz, at the start
     std::vector<int> allowedRates = {}; ///< Hz; empty: only sampleRate
-    int quantum = 1024;                 ///< frames of a cycle, fixed
+    int quantum = 1024;                 ///< frames of a cycle, as long as nobody asks for others
+    int minimumQuantum = 32;            ///< frames
+    int maximumQuantum = 2048;          ///< frames
     std::vector<VirtualOutput> outputs = {{"output-a", "Output A"}, {"output-b", "Output B"}};
 };
 
@@ -47,6 +49,7 @@ public:
     const SessionOptions& options() const { return options_; }
     pid_t serverProcess() const { return server_->pid(); }
     const ChildProcess& sessionManager() const { return *sessionManager_; }
+    const ChildProcess& pulseServer() const { return *pulseServer_; }
 
     /// Starts a program inside the session; its output lands in the file `name`.log of the folder.
     std::unique_ptr<ChildProcess> start(const std::string& name,
@@ -58,6 +61,11 @@ public:
     void killServers();
     /// Starts them again on the same sockets, with the saved state of before.
     void startServers();
+    /// The same of one of them alone. The session manager is not waited for.
+    void killSessionManager() { sessionManager_.reset(); }
+    void startSessionManager();
+    void killPulseServer() { pulseServer_.reset(); }
+    void startPulseServer();
 
     /// A desktop entry of the application `id` (without ".desktop") in the session's own data folder. An
     /// empty `icon`: named as the application.

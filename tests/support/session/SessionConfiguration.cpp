@@ -65,8 +65,8 @@ std::string serverConfiguration(const SessionOptions& options) {
          << "    default.clock.rate = " << options.sampleRate << "\n"
          << "    default.clock.allowed-rates = [ " << rates(options) << " ]\n"
          << "    default.clock.quantum = " << options.quantum << "\n"
-         << "    default.clock.min-quantum = " << options.quantum << "\n"
-         << "    default.clock.max-quantum = " << options.quantum << "\n"
+         << "    default.clock.min-quantum = " << std::min(options.quantum, options.minimumQuantum) << "\n"
+         << "    default.clock.max-quantum = " << std::max(options.quantum, options.maximumQuantum) << "\n"
          << "    default.clock.quantum-limit = 8192\n}\n"
          << serverModules << "context.objects = [" << idleDrivers;
     // Earlier outputs get the higher priority, so that the first one is the default.
@@ -98,6 +98,7 @@ context.modules = [
     { name = libpipewire-module-metadata }
     { name = libpipewire-module-protocol-pulse args = { } }
 ]
+pulse.cmd = [ { cmd = "load-module" args = "module-always-sink" flags = [ ] } ]
 pulse.properties = { server.address = [ "unix:native" ] }
 )";
 }

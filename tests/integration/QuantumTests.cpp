@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+// What people hear when the graph's quantum changes underneath, as it does whenever an application that asks
+// for another latency comes or goes.
+#include "VelloTest.h"
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+namespace vello::session {
+namespace {
+
+class VelloQuantum : public VelloTest {
+protected:
+    static constexpr int players = 3;
+
+    void SetUp() override {
+        openSession();
+        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        for (int i = 0; i < players; ++i)
+            play({.name = "player" + std::to_string(i),
+                  .applicationID = "org.example.player" + std::to_string(i),
+                  .signal = constantSignal(constantCode::emitted(i))});
+        startVello();
+        ASSERT_TRUE(awaitTappedSound());
+    }
+
+    static int tappedPlayers(float sum) {
+        int tapped = 0;
+        for (int i = 0; i < players; ++i)
+            tapped += constantCode::digit(sum, i) == 1 ? 1 : 0;
+        return tapped;
+    }
+    bool awaitTappedSound() {
+        const auto isWhole = [](const Recording& last) {
+            return tappedPlayers(last.sample(0, 0)) == players &&
+                   tappedPlayers(last.sample(last.frames() - 1, 0)) == players;
+        };
+        return monitor("output-a").recordUntil(isWhole, 4096, 8s);
+    }
+    /// Frames of the longest stretch in which a player was not heard through its tap.
+    static std::size_t longestGap(const Recording& recording) {
+        std::size_t longest = 0;
+        for (const Stretch& stretch :
+             recording.stretches([](float left, float) { return tappedPlayers(left); }))
+            if (stretch.kind != players)
+                longest = std::max(longest, stretch.frames);
+        return longest;
+    }
+    std::size_t gapAfterQuantum(int frames) {
+        const auto start = monitor("output-a").frames();
+        graph().forceQuantum(frames);
+        const auto isInForce = [&](const Recording& last) {
+            return last.cycles().back().frames == static_cast<std::size_t>(frames);
+        };
+        EXPECT_TRUE(monitor("output-a").recordUntil(isInForce, 1, 8s)) << frames;
+        monitor("output-a").record(static_cast<std::size_t>(frames) * 8);
+        return longestGap(monitor("output-a").recording(start));
+    }
+};
+
+TEST_F(VelloQuantum, changesWithoutSilencingAnybody) {
+    constexpr std::array quanta = {32, 64, 128, 256, 512, 1024, 2048, 4096, 8192};
+    std::mt19937 random(9);
+    int before = quantum();
+    for (int i = 0; i < 40; ++i) {
+        const int now = quanta[random() % quanta.size()];
+        const auto allowed = 2 * static_cast<std::size_t>(std::max(before, now));
+        EXPECT_LE(gapAfterQuantum(now), allowed) << "change " << i << ", from " << before << " to " << now;
+        before = now;
+    }
+}
+
+TEST_F(VelloQuantum, fallsForAnApplicationThatAsksForAShortLatency) {
+    const auto start = monitor("output-a").frames();
+    play({.name = "impatient", .applicationID = "org.example.impatient", .signal = "silence", .latency = 64});
+    const auto isShort = [](const Recording& last) { return last.cycles().back().frames <= 64; };
+    ASSERT_TRUE(monitor("output-a").recordUntil(isShort, 1, 8s));
+    ASSERT_TRUE(awaitTapped("impatient"));
+    monitor("output-a").record(48000);
+    EXPECT_LE(longestGap(monitor("output-a").recording(start)), 2 * static_cast<std::size_t>(quantum()));
+    endPlayer("impatient");
+    EXPECT_TRUE(awaitTappedSound());
+}
+
+} // namespace
+} // namespace vello::session
