@@ -76,6 +76,31 @@ inline constexpr FourCharCode kAudioProcessPropertyDevices = fourCharCode("pdv#"
 /// uint32_t, non-zero while the process produces output.
 inline constexpr FourCharCode kAudioProcessPropertyIsRunningOutput = fourCharCode("piro");
 
+/// uint32_t, non-zero when streams of more than two channels are to be captured as two, also where the device
+/// would play them all. May be set.
+inline constexpr FourCharCode kAudioProcessPropertyDownmix = fourCharCode("pdmx");
+
+/// Why a stream of an application is left as it is: not captured, and no reason for its process to be listed
+/// as one that produces output.
+enum class StreamExemption : std::uint32_t {
+    none = 0,
+    fixed,     ///< its application forbids that it is moved to another device
+    module,    ///< the output of a filter or loopback of the audio system, not of an application
+    unmanaged, ///< its application, or its user, connects it by hand
+    encoded,   ///< passed through to the device in a compressed format
+    exclusive, ///< its application has the device for itself
+    surround,  ///< more than two channels, on a device that plays them; see kAudioProcessPropertyDownmix
+    pinnedElsewhere, ///< sent to another device than the one its application is played on
+};
+
+/// Property of the system object: AudioObjectID array, the streams that are left as they are. Each has the
+/// properties kAudioStreamPropertyExemption, kAudioObjectPropertyName, and those of a process but for the
+/// settable ones: of its process, except that kAudioProcessPropertyDevices and
+/// kAudioProcessPropertyIsRunningOutput are its own.
+inline constexpr FourCharCode kAudioHardwarePropertyExemptStreamList = fourCharCode("xst#");
+/// uint32_t, a StreamExemption.
+inline constexpr FourCharCode kAudioStreamPropertyExemption = fourCharCode("xwhy");
+
 inline constexpr OSStatus kAudioHardwareNoError = 0;
 inline constexpr OSStatus kAudioHardwareUnspecifiedError = static_cast<OSStatus>(fourCharCode("what"));
 inline constexpr OSStatus kAudioHardwareNotRunningError = static_cast<OSStatus>(fourCharCode("stop"));
@@ -192,6 +217,11 @@ public:
     /// Copies at most `size` bytes to `data` and sets `size` to what was copied.
     virtual OSStatus getPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                      std::uint32_t& size, void* data) const = 0;
+
+    /// Takes effect at once. kAudioHardwareUnknownPropertyError when the property may not be set,
+    /// kAudioHardwareBadPropertySizeError when the data is not of its type.
+    virtual OSStatus setPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                     std::uint32_t size, const void* data) = 0;
 
     /// `listener` runs on the main thread after each change, never inside this call. After
     /// removePropertyListener has returned it does not run again.

@@ -63,6 +63,23 @@ AudioObjectID FakeAudioHardware::addDevice(const Device& device) {
 
 AudioObjectID FakeAudioHardware::addProcess(const Process& process) {
     const Lock lock(mutex_);
+    const AudioObjectID id = addProcessProperties(process);
+    const std::uint32_t downmix = 0;
+    objects_[id][{kAudioProcessPropertyDownmix, kGlobal}] = bytesOf(&downmix, 1);
+    appendToList(kAudioHardwarePropertyProcessObjectList, id);
+    return id;
+}
+
+AudioObjectID FakeAudioHardware::addExemptStream(const ExemptStream& stream) {
+    const Lock lock(mutex_);
+    const AudioObjectID id = addProcessProperties(stream.process);
+    objects_[id][{kAudioObjectPropertyName, kGlobal}] = bytesOf(stream.name.data(), stream.name.size());
+    objects_[id][{kAudioStreamPropertyExemption, kGlobal}] = bytesOf(&stream.exemption, 1);
+    appendToList(kAudioHardwarePropertyExemptStreamList, id);
+    return id;
+}
+
+AudioObjectID FakeAudioHardware::addProcessProperties(const Process& process) {
     const AudioObjectID id = nextObject_++;
     const std::uint32_t isRunning = process.isRunningOutput ? 1 : 0;
     Properties& properties = objects_[id];
@@ -72,7 +89,6 @@ AudioObjectID FakeAudioHardware::addProcess(const Process& process) {
     properties[{kAudioProcessPropertyIsRunningOutput, kGlobal}] = bytesOf(&isRunning, 1);
     properties[{kAudioProcessPropertyDevices, kOutput}] =
         bytesOf(process.devices.data(), process.devices.size());
-    appendToList(kAudioHardwarePropertyProcessObjectList, id);
     return id;
 }
 

@@ -19,6 +19,7 @@ namespace vello {
 enum class HardwareCall {
     getPropertyDataSize,
     getPropertyData,
+    setPropertyData,
     addPropertyListener,
     removePropertyListener,
     createProcessTap,
@@ -53,8 +54,14 @@ public:
         bool isRunningOutput = true;
         std::vector<AudioObjectID> devices{};
     };
+    struct ExemptStream {
+        std::string name{};
+        StreamExemption exemption = StreamExemption::fixed;
+        Process process{};
+    };
     AudioObjectID addDevice(const Device& device);
     AudioObjectID addProcess(const Process& process);
+    AudioObjectID addExemptStream(const ExemptStream& stream);
     /// The object dies: it leaves its list, reads of it fail, its listeners never fire again.
     void removeObject(AudioObjectID object);
     void setDefaultOutputDevice(AudioObjectID device);
@@ -140,6 +147,8 @@ public:
                                  std::uint32_t& size) const override;
     OSStatus getPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                              std::uint32_t& size, void* data) const override;
+    OSStatus setPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                             std::uint32_t size, const void* data) override;
     OSStatus addPropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                  AudioPropertyListener listener,
                                  AudioPropertyListenerID& listenerID) override;
@@ -177,6 +186,7 @@ private:
                       const std::vector<AudioObjectID>& ids);
     std::vector<AudioObjectID> objectIDs(FourCharCode list) const;
     void appendToList(FourCharCode list, AudioObjectID object);
+    AudioObjectID addProcessProperties(const Process& process);
     void removeFromLists(AudioObjectID object);
     double sampleRateOfDeviceWithUID(const std::string& uid) const;
     void notify(AudioObjectID object, PropertyKey property);

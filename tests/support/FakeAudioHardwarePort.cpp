@@ -66,6 +66,23 @@ OSStatus FakeAudioHardware::getPropertyData(AudioObjectID object, const AudioObj
     return status;
 }
 
+OSStatus FakeAudioHardware::setPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                            std::uint32_t size, const void* data) {
+    const Lock lock(mutex_);
+    OSStatus status = kAudioHardwareNoError;
+    const auto* bytes = find(object, {address.mSelector, address.mScope}, status);
+    if (bytes != nullptr && address.mSelector != kAudioProcessPropertyDownmix)
+        status = kAudioHardwareUnknownPropertyError;
+    else if (bytes != nullptr && bytes->size() != size)
+        status = kAudioHardwareBadPropertySizeError;
+    status = scriptedFailure(HardwareCall::setPropertyData, object, address.mSelector).value_or(status);
+    if (status == kAudioHardwareNoError) {
+        const auto* first = static_cast<const unsigned char*>(data);
+        setPropertyBytes(object, address.mSelector, address.mScope, {first, first + size});
+    }
+    return record(HardwareCall::setPropertyData, object, address.mSelector, status);
+}
+
 OSStatus FakeAudioHardware::addPropertyListener(AudioObjectID object,
                                                 const AudioObjectPropertyAddress& address,
                                                 AudioPropertyListener listener,

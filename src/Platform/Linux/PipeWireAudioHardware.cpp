@@ -56,6 +56,19 @@ public:
     PipeWireTaps taps;
     PipeWireProperties properties;
 
+    OSStatus setProperty(AudioObjectID object, FourCharCode selector, std::uint32_t size, const void* data) {
+        if (graph.process(object) == nullptr)
+            return kAudioHardwareBadObjectError;
+        if (selector != kAudioProcessPropertyDownmix)
+            return kAudioHardwareUnknownPropertyError;
+        std::uint32_t value = 0;
+        if (size != sizeof value)
+            return kAudioHardwareBadPropertySizeError;
+        std::memcpy(&value, data, size);
+        graph.setDownmix(object, value != 0);
+        return kAudioHardwareNoError;
+    }
+
 private:
     /// Until the default output is known, when a server runs: whoever starts to listen now finds it there,
     /// and is not told of a change that is none.
@@ -134,6 +147,13 @@ OSStatus PipeWireAudioHardware::getPropertyData(AudioObjectID object,
     if (size > 0)
         std::memcpy(data, current.data(), size);
     return kAudioHardwareNoError;
+}
+
+OSStatus PipeWireAudioHardware::setPropertyData(AudioObjectID object,
+                                                const AudioObjectPropertyAddress& address, std::uint32_t size,
+                                                const void* data) {
+    PipeWireLock lock(implementation_->connection);
+    return implementation_->setProperty(object, address.mSelector, size, data);
 }
 
 OSStatus PipeWireAudioHardware::addPropertyListener(AudioObjectID object,

@@ -29,6 +29,8 @@ public:
                                  std::uint32_t& size) const override;
     OSStatus getPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                              std::uint32_t& size, void* data) const override;
+    OSStatus setPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                             std::uint32_t size, const void* data) override;
     OSStatus addPropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                  AudioPropertyListener listener,
                                  AudioPropertyListenerID& listenerID) override;

@@ -61,6 +61,8 @@ struct GraphClient {
     std::uint32_t clientID = 0;
     std::int32_t processID = -1;
     std::string applicationID;
+    /// Streams of more than two channels are captured as two, also where the device would play them all.
+    bool downmixes = false;
     bool isDescribed = false;
 };
 
@@ -117,6 +119,7 @@ public:
     /// Clients that are process objects now, in the order in which they appeared.
     std::vector<const GraphClient*> processes() const;
     const GraphClient* process(AudioObjectID objectID) const;
+    void setDownmix(AudioObjectID process, bool downmixes);
     const GraphClient* processOfStream(const GraphStream& stream) const;
     std::vector<const GraphStream*> streams() const;
     std::vector<const GraphStream*> streamsOf(const GraphClient& client) const;

@@ -152,6 +152,12 @@ const GraphClient* PipeWireGraph::process(AudioObjectID objectID) const {
     return entry != nullptr ? &entry->client : nullptr;
 }
 
+void PipeWireGraph::setDownmix(AudioObjectID process, bool downmixes) {
+    for (const auto& [id, entry] : clients_)
+        if (entry->client.objectID == process)
+            entry->client.downmixes = downmixes;
+}
+
 const GraphClient* PipeWireGraph::processOfStream(const GraphStream& stream) const {
     const auto client = clients_.find(stream.clientID);
     return client != clients_.end() ? &client->second->client : nullptr;

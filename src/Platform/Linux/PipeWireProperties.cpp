@@ -110,6 +110,8 @@ PipeWireProperties::Result PipeWireProperties::ofProcess(const GraphClient& clie
         return dataOf(devicesOf(client));
     case kAudioProcessPropertyIsRunningOutput:
         return dataOf(std::uint32_t{graph_.isProducingOutput(client)});
+    case kAudioProcessPropertyDownmix:
+        return dataOf(std::uint32_t{client.downmixes});
     default:
         return std::nullopt;
     }
