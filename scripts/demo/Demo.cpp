@@ -3,10 +3,10 @@
 // lets VELLO equalize them, measures what comes out at the outputs' monitors and prints it. At last it opens
 // the panel on a screen of its own and leaves a picture of it. Exit code 0: every figure is inside its
 // tolerance.
-#include "DesignedResponse.h"
 #include "PanelPicture.h"
 
 #include "AudioGraph.h"
+#include "DesignedResponse.h"
 #include "MonitorRecorder.h"
 #include "Passage.h"
 #include "Players.h"

@@ -5,7 +5,7 @@
 #include <complex>
 #include <numbers>
 
-namespace vello::demo {
+namespace vello::session {
 namespace {
 
 constexpr double quality = 1.41;
@@ -30,4 +30,4 @@ double designedResponse(const std::array<double, 8>& gains, double frequency, do
     return sum;
 }
 
-} // namespace vello::demo
+} // namespace vello::session
