@@ -6,6 +6,7 @@
 #include "Players.h"
 #include "PrivateAudioSession.h"
 #include "SignalCode.h"
+#include "ToneMeter.h"
 
 #include <cmath>
 #include <csignal>
@@ -176,6 +177,33 @@ TEST(Session, measuresTheLevelOfASine) {
     EXPECT_NEAR(recording.amplitude(4000, 0, 24000, 1), 0.125, 1e-5);
     EXPECT_LT(recording.amplitude(2000, 0, 24000, 0), 1e-6);
 }
+
+class SessionFormat : public testing::TestWithParam<SampleFormat> {};
+
+TEST_P(SessionFormat, carriesEachOfEightChannelsToItsOwn) {
+    PrivateAudioSession session({.outputs = {{"wide", "Wide", 8}}});
+    const auto player = startPlayer(session, PlayerKind::native,
+                                    {.name = "p",
+                                     .signal = "tones=50,430,830,1630,2430,3830,5630,8030@0.1",
+                                     .channels = 8,
+                                     .format = GetParam()});
+    MonitorRecorder recorder(session.socket(), "wide", 10s, true, 8);
+    const ToneMeter meter({50, 430, 830, 1630, 2430, 3830, 5630, 8030}, 48000, 4800);
+    const auto eachHasItsOwn = [&](const Recording& last) {
+        const auto levels = meter.measure(last);
+        for (std::size_t tone = 0; tone < levels.size(); ++tone)
+            for (std::size_t channel = 0; channel < levels.size(); ++channel)
+                if (tone == channel ? std::abs(levels[tone][channel] + 20) > 0.01
+                                    : levels[tone][channel] > -100)
+                    return false;
+        return true;
+    };
+    EXPECT_TRUE(recorder.recordUntil(eachHasItsOwn, meter.frames(), 5s)) << player->output();
+}
+
+INSTANTIATE_TEST_SUITE_P(, SessionFormat,
+                         testing::Values(SampleFormat::f32, SampleFormat::s16, SampleFormat::s24),
+                         [](const auto& format) { return name(format.param); });
 
 } // namespace
 } // namespace vello::session

@@ -8,6 +8,12 @@ namespace {
 
 constexpr const char* captureClass = "Stream/Input/Audio/Internal";
 
+/// Outputs that are made later have two.
+int channelsOf(const SessionOptions& options, const std::string& output) {
+    const auto found = std::ranges::find(options.outputs, output, &VirtualOutput::name);
+    return found == options.outputs.end() ? 2 : found->channels;
+}
+
 } // namespace
 
 void VelloTest::openSession(SessionOptions options) {
@@ -56,7 +62,8 @@ void VelloTest::endPlayer(const std::string& name) {
 MonitorRecorder& VelloTest::monitor(const std::string& output) {
     auto& place = monitors_[output];
     if (place == nullptr)
-        place = std::make_unique<MonitorRecorder>(session_->socket(), output);
+        place = std::make_unique<MonitorRecorder>(session_->socket(), output, std::chrono::seconds(60), true,
+                                                  channelsOf(session_->options(), output));
     return *place;
 }
 

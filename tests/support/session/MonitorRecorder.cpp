@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "MonitorRecorder.h"
 
+#include "SoundFormat.h"
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -16,21 +18,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Room for this rate whatever the graph runs at.
-constexpr std::size_t highestRate = 96000;
+/// Room for this rate; at a higher one the capacity is shorter.
+constexpr std::size_t usualRate = 48000;
 constexpr std::size_t shortestCycle = 64;
 
 std::int64_t nanoseconds(Clock::time_point time) {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
-}
-
-const spa_pod* stereoFormat(spa_pod_builder& builder) {
-    spa_audio_info_raw format{};
-    format.format = SPA_AUDIO_FORMAT_F32;
-    format.channels = 2;
-    format.position[0] = SPA_AUDIO_CHANNEL_FL;
-    format.position[1] = SPA_AUDIO_CHANNEL_FR;
-    return spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
 }
 
 } // namespace
@@ -47,10 +40,11 @@ const pw_stream_events MonitorRecorder::streamEvents = [] {
 }();
 
 MonitorRecorder::MonitorRecorder(const std::string& socket, const std::string& outputName,
-                                 std::chrono::seconds capacity, bool isRequired)
-    : connection_(socket, "session-recorder"), cycleEvent_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)),
-      samples_(static_cast<std::size_t>(capacity.count()) * highestRate),
-      cycles_(static_cast<std::size_t>(capacity.count()) * highestRate / shortestCycle) {
+                                 std::chrono::seconds capacity, bool isRequired, int channels)
+    : connection_(socket, "session-recorder"), channels_(static_cast<std::size_t>(channels)),
+      cycleEvent_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)),
+      samples_(static_cast<std::size_t>(capacity.count()) * usualRate * channels_),
+      cycles_(static_cast<std::size_t>(capacity.count()) * 2 * usualRate / shortestCycle) {
     {
         const PipeWireConnection::Guard guard(connection_);
         stream_ = pw_stream_new(connection_.core(), "session-recorder",
@@ -67,7 +61,8 @@ MonitorRecorder::MonitorRecorder(const std::string& socket, const std::string& o
         std::uint8_t buffer[1024];
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, buffer, sizeof buffer);
-        const spa_pod* parameters[] = {stereoFormat(builder)};
+        auto format = soundFormat(SampleFormat::f32, channels);
+        const spa_pod* parameters[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
         constexpr auto flags = static_cast<pw_stream_flags>(
             PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS);
         pw_stream_connect(stream_, PW_DIRECTION_INPUT, PW_ID_ANY, flags, parameters, 1);
@@ -103,13 +98,13 @@ Recording MonitorRecorder::recording(std::size_t first) const {
         return frame < cycle.firstFrame + cycle.frames;
     });
     if (from == end)
-        return Recording(rate_, {}, {});
+        return Recording(rate_, {}, {}, static_cast<int>(channels_));
     const auto last = (end - 1)->firstFrame + (end - 1)->frames;
     const auto at = [this](std::size_t frame) {
-        return samples_.begin() + static_cast<std::ptrdiff_t>(2 * frame);
+        return samples_.begin() + static_cast<std::ptrdiff_t>(channels_ * frame);
     };
     return Recording(rate_, std::vector<RecordedCycle>(from, end),
-                     std::vector<float>(at(from->firstFrame), at(last)));
+                     std::vector<float>(at(from->firstFrame), at(last)), static_cast<int>(channels_));
 }
 
 void MonitorRecorder::process() noexcept {
@@ -119,7 +114,7 @@ void MonitorRecorder::process() noexcept {
     const auto& data = buffer->buffer->datas[0];
     if (data.data != nullptr)
         keep(reinterpret_cast<const float*>(static_cast<const std::uint8_t*>(data.data) + data.chunk->offset),
-             data.chunk->size / (2 * sizeof(float)));
+             data.chunk->size / (channels_ * sizeof(float)));
     pw_stream_queue_buffer(stream_, buffer);
 }
 
@@ -127,7 +122,7 @@ void MonitorRecorder::keep(const float* samples, std::size_t frames) noexcept {
     const auto* position = position_.load();
     const auto first = frames_.load(std::memory_order_relaxed);
     const auto index = cycleCount_.load(std::memory_order_relaxed);
-    if (2 * (first + frames) > samples_.size() || index == cycles_.size()) {
+    if (channels_ * (first + frames) > samples_.size() || index == cycles_.size()) {
         isFull_ = true;
         return;
     }
@@ -140,7 +135,8 @@ void MonitorRecorder::keep(const float* samples, std::size_t frames) noexcept {
         cycle.scheduledTime = static_cast<std::int64_t>(position->clock.nsec);
         rate_ = static_cast<int>(position->clock.rate.denom);
     }
-    std::copy_n(samples, 2 * frames, samples_.begin() + static_cast<std::ptrdiff_t>(2 * first));
+    std::copy_n(samples, channels_ * frames,
+                samples_.begin() + static_cast<std::ptrdiff_t>(channels_ * first));
     cycles_[index] = cycle;
     frames_.store(first + frames, std::memory_order_release);
     cycleCount_.store(index + 1, std::memory_order_release);

@@ -21,9 +21,11 @@ namespace vello::session {
 class MonitorRecorder {
 public:
     /// Returns when the first cycle has been recorded; throws std::runtime_error when none comes within five
-    /// seconds. `capacity` bounds what is kept; later cycles are dropped and recording() throws.
+    /// seconds. `capacity` bounds what is kept; later cycles are dropped and recording() throws. `channels`:
+    /// as many as the output has, so that nothing is mixed on the way here.
     MonitorRecorder(const std::string& socket, const std::string& outputName,
-                    std::chrono::seconds capacity = std::chrono::seconds(60), bool isRequired = true);
+                    std::chrono::seconds capacity = std::chrono::seconds(60), bool isRequired = true,
+                    int channels = 2);
     ~MonitorRecorder();
     MonitorRecorder(const MonitorRecorder&) = delete;
     MonitorRecorder& operator=(const MonitorRecorder&) = delete;
@@ -52,10 +54,10 @@ private:
     static const pw_stream_events streamEvents;
 
     PipeWireConnection connection_;
+    std::size_t channels_;
     pw_stream* stream_ = nullptr;
     spa_hook listener_{};
     int cycleEvent_ = -1;
-    int sampleRate_ = 48000;
 
     // Written by the data thread before the two counters, which it stores with release.
     std::vector<float> samples_;

@@ -31,7 +31,9 @@ Arguments nativePlayer(const PlayerOptions& options) {
                                               {"app-id", options.applicationID},
                                               {"target", options.output},
                                               {"rate", std::to_string(options.sampleRate)},
-                                              {"latency", std::to_string(options.latency)}});
+                                              {"latency", std::to_string(options.latency)},
+                                              {"channels", std::to_string(options.channels)},
+                                              {"format", name(options.format)}});
 }
 
 Arguments pulsePlayer(const PlayerOptions& options, const std::string& file) {

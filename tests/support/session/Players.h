@@ -3,6 +3,7 @@
 
 #include "ChildProcess.h"
 #include "PrivateAudioSession.h"
+#include "SoundFormat.h"
 
 #include <memory>
 #include <string>
@@ -17,6 +18,8 @@ struct PlayerOptions {
     std::string output = {};         ///< node name of the output; empty: the default
     int sampleRate = 48000;          ///< Hz
     int latency = 0;                 ///< frames that a native player asks for; 0: none
+    int channels = 2;                ///< of a native player, in the usual positions; the others have two
+    SampleFormat format = SampleFormat::f32; ///< of a native player; the others write f32
 };
 
 /// The sorts of applications there are, by the way they speak to the sound server.

@@ -14,7 +14,7 @@ namespace vello::session {
 struct VirtualOutput {
     std::string name;        ///< node name, the device's UID
     std::string description; ///< what people read
-    int channels = 2;
+    int channels = 2;        ///< at most mostChannels, in the usual positions
 };
 
 struct SessionOptions {

@@ -11,8 +11,9 @@
 
 namespace vello::session {
 
-Recording::Recording(int sampleRate, std::vector<RecordedCycle> cycles, std::vector<float> samples)
-    : sampleRate_(sampleRate), cycles_(std::move(cycles)), samples_(std::move(samples)) {
+Recording::Recording(int sampleRate, std::vector<RecordedCycle> cycles, std::vector<float> samples,
+                     int channels)
+    : sampleRate_(sampleRate), channels_(channels), cycles_(std::move(cycles)), samples_(std::move(samples)) {
     const std::size_t offset = cycles_.empty() ? 0 : cycles_.front().firstFrame;
     for (auto& cycle : cycles_)
         cycle.firstFrame -= offset;

@@ -26,17 +26,19 @@ struct Stretch {
     std::size_t frames = 0;
 };
 
-/// Stereo sound of an output over a number of cycles.
+/// Sound of an output over a number of cycles.
 class Recording {
 public:
-    /// `samples` are interleaved, two channels.
-    Recording(int sampleRate, std::vector<RecordedCycle> cycles, std::vector<float> samples);
+    /// `samples` are interleaved.
+    Recording(int sampleRate, std::vector<RecordedCycle> cycles, std::vector<float> samples,
+              int channels = 2);
 
     int sampleRate() const { return sampleRate_; } ///< Hz
-    std::size_t frames() const { return samples_.size() / 2; }
+    int channels() const { return channels_; }
+    std::size_t frames() const { return samples_.size() / static_cast<std::size_t>(channels_); }
     const std::vector<RecordedCycle>& cycles() const { return cycles_; }
     float sample(std::size_t frame, int channel) const {
-        return samples_[2 * frame + static_cast<std::size_t>(channel)];
+        return samples_[static_cast<std::size_t>(channels_) * frame + static_cast<std::size_t>(channel)];
     }
     /// Position of the driver's clock at a frame.
     std::uint64_t position(std::size_t frame) const;
@@ -49,7 +51,7 @@ public:
 
     /// Cycles in which some frame of the left channel differs from `value` by more than `tolerance`.
     std::size_t cyclesOffValue(float value, float tolerance) const;
-    /// Splits the recording where the kind of the frames changes.
+    /// Splits a recording of two channels or more where the kind of the frames changes.
     std::vector<Stretch> stretches(const std::function<int(float left, float right)>& kindOf) const;
     /// Frames between what the driver's clock showed when the player wrote a sample and where the sample was
     /// heard. None when the frame carries no number. See signalCode.
@@ -62,6 +64,7 @@ private:
     const RecordedCycle& cycleOf(std::size_t frame) const;
 
     int sampleRate_;
+    int channels_;
     std::vector<RecordedCycle> cycles_;
     std::vector<float> samples_;
 };

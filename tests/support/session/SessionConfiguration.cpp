@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SessionConfiguration.h"
 
-#include <algorithm>
+#include "SoundFormat.h"
+
 #include <sstream>
 
 namespace vello::session {
@@ -36,16 +37,6 @@ constexpr const char* idleDrivers = R"(
         priority.driver = 19000 node.freewheel = true } }
 )";
 
-std::string channelPositions(int channels) {
-    static constexpr const char* names[] = {"FL", "FR", "FC", "LFE", "RL", "RR", "SL", "SR"};
-    if (channels == 1)
-        return "MONO";
-    std::string result;
-    for (int i = 0; i < std::min(channels, 8); ++i)
-        result += std::string(i == 0 ? "" : " ") + names[i];
-    return result;
-}
-
 std::string rates(const SessionOptions& options) {
     if (options.allowedRates.empty())
         return std::to_string(options.sampleRate);
@@ -76,7 +67,7 @@ std::string serverConfiguration(const SessionOptions& options) {
                 "Audio/Sink\n"
              << "        node.name = \"" << output.name << "\" node.description = \"" << output.description
              << "\"\n"
-             << "        audio.position = [ " << channelPositions(output.channels) << " ]\n"
+             << "        audio.position = [ " << positionNames(output.channels) << " ]\n"
              << "        priority.session = " << priority << " priority.driver = " << priority << " } }\n";
         priority -= 10;
     }

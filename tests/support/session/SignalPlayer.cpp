@@ -5,6 +5,7 @@
 // one, "pause" and "resume" stop and start them all. Ends at SIGTERM or SIGINT or at the end of standard
 // input.
 #include "Signals.h"
+#include "SoundFormat.h"
 
 #include <csignal>
 #include <cstdio>
@@ -28,6 +29,7 @@ struct PlayerOptions {
     std::string signal = "position";
     std::string target, nodeName = "signal-player", applicationName = "Signal Player", applicationID, role;
     int channels = 2;
+    std::string format = "f32";
     int sampleRate = 48000; // Hz
     int clients = 1;
     int latency = 0; // frames; 0: what the graph has
@@ -36,7 +38,8 @@ struct PlayerOptions {
 class PlayerStream {
 public:
     PlayerStream(pw_core* core, const PlayerOptions& options, Signal signal)
-        : signal_(std::move(signal)), channels_(options.channels) {
+        : signal_(std::move(signal)), channels_(options.channels),
+          format_(sampleFormatNamed(options.format)) {
         auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
                                              PW_KEY_NODE_NAME, options.nodeName.c_str(), nullptr);
         const auto set = [&](const char* key, const std::string& value) {
@@ -63,12 +66,7 @@ private:
         std::uint8_t buffer[1024];
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, buffer, sizeof buffer);
-        spa_audio_info_raw format{};
-        format.format = SPA_AUDIO_FORMAT_F32;
-        format.rate = static_cast<std::uint32_t>(sampleRate);
-        format.channels = static_cast<std::uint32_t>(channels_);
-        format.position[0] = channels_ == 1 ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
-        format.position[1] = SPA_AUDIO_CHANNEL_FR;
+        auto format = soundFormat(format_, channels_, sampleRate);
         const spa_pod* parameters[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
         constexpr auto flags = static_cast<pw_stream_flags>(
             PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS);
@@ -81,15 +79,16 @@ private:
         if (buffer == nullptr)
             return;
         auto& data = buffer->buffer->datas[0];
-        const auto stride = static_cast<std::uint32_t>(channels_) * static_cast<std::uint32_t>(sizeof(float));
+        const auto sampleBytes = static_cast<std::uint32_t>(bytesOfSample(format_));
+        const auto stride = static_cast<std::uint32_t>(channels_) * sampleBytes;
         auto frames = data.maxsize / stride;
         if (buffer->requested != 0)
             frames = std::min(frames, static_cast<std::uint32_t>(buffer->requested));
-        auto* samples = static_cast<float*>(data.data);
+        auto* place = static_cast<std::uint8_t*>(data.data);
         const std::uint64_t position = position_ == nullptr ? 0 : position_->clock.position;
         for (std::uint32_t frame = 0; frame < frames; ++frame)
-            for (int channel = 0; channel < channels_; ++channel)
-                *samples++ = signal_(position + frame, counter_ + frame, channel);
+            for (int channel = 0; channel < channels_; ++channel, place += sampleBytes)
+                writeSample(format_, signal_(position + frame, counter_ + frame, channel), place);
         counter_ += frames;
         data.chunk->offset = 0;
         data.chunk->stride = static_cast<std::int32_t>(stride);
@@ -101,6 +100,7 @@ private:
 
     Signal signal_;
     int channels_;
+    SampleFormat format_;
     pw_stream* stream_ = nullptr;
     spa_hook listener_{};
     const spa_io_position* position_ = nullptr;
@@ -214,13 +214,15 @@ int main(int argumentCount, char** arguments) {
     CLI::App application("Plays a known signal to PipeWire");
     PlayerOptions options;
     application.add_option("--signal", options.signal,
-                           "position, counter, constant=VALUE, silence, or sines=F1,F2,...@AMPLITUDE");
+                           "position, counter, constant=VALUE, silence, sines=F1,F2,...@AMPLITUDE, or "
+                           "tones=F1,F2,...@AMPLITUDE (one a channel)");
     application.add_option("--target", options.target, "node name of the output");
     application.add_option("--node-name", options.nodeName);
     application.add_option("--app-name", options.applicationName);
     application.add_option("--app-id", options.applicationID);
     application.add_option("--role", options.role);
-    application.add_option("--channels", options.channels)->check(CLI::Range(1, 2));
+    application.add_option("--channels", options.channels)->check(CLI::Range(1, mostChannels));
+    application.add_option("--format", options.format, "f32, s16 or s24");
     application.add_option("--rate", options.sampleRate);
     application.add_option("--latency", options.latency, "frames");
     application.add_option("--clients", options.clients, "clients of this process, one stream each");

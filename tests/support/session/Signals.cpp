@@ -19,19 +19,42 @@ std::vector<double> numbers(const std::string& text) {
     return result;
 }
 
+struct Sine {
+    double frequency; ///< Hz
+    double phase;     ///< radians at frame 0
+
+    double operator()(std::uint64_t frame, double sampleRate) const {
+        const double turns = std::fmod(frequency * static_cast<double>(frame) / sampleRate, 1.0);
+        return std::sin(2 * std::numbers::pi * turns + phase);
+    }
+};
+
 /// Phases a golden angle apart, so that the peaks do not meet.
+std::vector<Sine> sinesOf(const std::string& frequencies) {
+    std::vector<Sine> result;
+    for (const double frequency : numbers(frequencies))
+        result.push_back({frequency, 2.4 * static_cast<double>(result.size())});
+    return result;
+}
+
 Signal sines(const std::string& argument, double sampleRate) {
     const auto at = argument.find('@');
     const auto amplitude = std::stod(argument.substr(at + 1));
-    return [=, frequencies = numbers(argument.substr(0, at))](std::uint64_t, std::uint64_t counter, int) {
+    return [=, sines = sinesOf(argument.substr(0, at))](std::uint64_t, std::uint64_t counter, int) {
         double sum = 0;
-        double offset = 0;
-        for (const double frequency : frequencies) {
-            const double turns = std::fmod(frequency * static_cast<double>(counter) / sampleRate, 1.0);
-            sum += amplitude * std::sin(2 * std::numbers::pi * turns + offset);
-            offset += 2.4;
-        }
+        for (const Sine& sine : sines)
+            sum += amplitude * sine(counter, sampleRate);
         return static_cast<float>(sum);
+    };
+}
+
+Signal tones(const std::string& argument, double sampleRate) {
+    const auto at = argument.find('@');
+    const auto amplitude = std::stod(argument.substr(at + 1));
+    return [=, sines = sinesOf(argument.substr(0, at))](std::uint64_t, std::uint64_t counter, int channel) {
+        const auto index = static_cast<std::size_t>(channel);
+        return index < sines.size() ? static_cast<float>(amplitude * sines[index](counter, sampleRate))
+                                    : 0.0F;
     };
 }
 
@@ -53,6 +76,8 @@ Signal makeSignal(const std::string& text, double sampleRate) {
         return [](std::uint64_t, std::uint64_t, int) { return 0.0F; };
     if (kind == "sines")
         return sines(argument, sampleRate);
+    if (kind == "tones")
+        return tones(argument, sampleRate);
     throw std::invalid_argument("unknown signal " + text);
 }
 
