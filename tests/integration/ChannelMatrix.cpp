@@ -132,7 +132,7 @@ PlayerOptions ToneStream::player() const {
         signal << (signal.tellp() == 0 ? "tones=" : ",") << frequency;
     signal << '@' << emitted;
     return {.name = name(),
-            .applicationID = "org.example." + name(),
+            .applicationID = application.empty() ? "org.example." + name() : application,
             .signal = signal.str(),
             .sampleRate = sampleRate,
             .channels = channels,

@@ -16,7 +16,8 @@ struct ToneStream {
     int number = 0;
     int channels = 2;
     SampleFormat format = SampleFormat::f32;
-    int sampleRate = 48000; ///< Hz
+    int sampleRate = 48000;       ///< Hz
+    std::string application = {}; ///< id of the application; empty: one for this stream alone
 
     std::string name() const;
     std::vector<double> frequencies() const; ///< Hz, by channel

@@ -87,5 +87,28 @@ TEST_F(ChannelMatrixOnTheMove, holdsForStreamsThatComeToVello) {
     expectEqualizedOnTheWay();
 }
 
+/// Streams of several widths that belong to one application: each gets what it would get alone.
+class ChannelMatrixOfOneApplication : public ChannelMatrixTest {
+protected:
+    ChannelMatrixOfOneApplication() { openSession({.outputs = {device}}); }
+
+    static ToneStream stream(int number, int channels) {
+        return {.number = number, .channels = channels, .application = "org.example.one"};
+    }
+    void expectEach(const std::vector<ToneStream>& streams) {
+        writeSettings(session(), {{systemSource, halfVolume}});
+        playAll(streams);
+        const auto direct = measureDirect(streams, device);
+        startVello();
+        expectEqualized(direct, halfVolume, device);
+    }
+
+    const VirtualOutput device = {"surround", "Surround", 6};
+};
+
+TEST_F(ChannelMatrixOfOneApplication, leavesAWideStreamBesideATappedOne) {
+    expectEach({stream(0, 2), stream(1, 6)});
+}
+
 } // namespace
 } // namespace vello::session
