@@ -6,7 +6,7 @@
 namespace vello::session {
 namespace {
 
-constexpr const char* captureClass = "Stream/Input/Audio/Internal";
+constexpr const char* captureClass = "Audio/Sink/Internal";
 
 /// Outputs that are made later have two.
 int channelsOf(const SessionOptions& options, const std::string& output) {

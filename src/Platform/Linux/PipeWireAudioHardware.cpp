@@ -35,9 +35,8 @@ public:
           connection(*this, log, std::move(remoteName), PipeWireConnection::Purpose::watchingAndNodes),
           graph(
               *this, [this] { return nextObjectID(); }, connection.loop()),
-          director(
-              graph,
-              [this](AudioObjectID process) { listeners.changed(process, kAudioProcessPropertyDevices); }),
+          director(graph, [this](AudioObjectID object,
+                                 FourCharCode selector) { listeners.changed(object, selector); }),
           taps(
               connection, graph, director, mainThread, [this] { return nextObjectID(); },
               [this](AudioObjectID object, FourCharCode selector) { listeners.changed(object, selector); }),
@@ -66,6 +65,7 @@ public:
             return kAudioHardwareBadPropertySizeError;
         std::memcpy(&value, data, size);
         graph.setDownmix(object, value != 0);
+        director.reconsider();
         return kAudioHardwareNoError;
     }
 
@@ -103,9 +103,16 @@ private:
     }
     void propertyChanged(AudioObjectID object, FourCharCode selector) override {
         listeners.changed(object, selector);
+        if (selector == kAudioHardwarePropertyDefaultOutputDevice ||
+            selector == kAudioHardwarePropertyDevices || selector == kAudioDevicePropertyStreamConfiguration)
+            director.reconsider();
         pw_thread_loop_signal(connection.threadLoop(), false);
     }
-    void streamAppeared(const GraphStream& stream) override { director.streamAppeared(stream); }
+    void streamDescribed(const GraphStream& stream) override {
+        director.streamDescribed(stream);
+        taps.streamsChanged();
+    }
+    void streamRunningChanged(const GraphStream& stream) override { director.streamRunningChanged(stream); }
     void streamVanished(std::uint32_t nodeID) override { director.streamVanished(nodeID); }
     void linksChanged() override { taps.linksChanged(); }
     void metadataRequested() override { connection.sync(); }

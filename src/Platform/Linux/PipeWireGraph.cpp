@@ -40,7 +40,7 @@ void PipeWireGraph::detach() {
 void PipeWireGraph::globalAdded(std::uint32_t id, const char* type, const spa_dict& properties) {
     if (std::strcmp(type, PW_TYPE_INTERFACE_Node) == 0) {
         const std::string mediaClass = propertyText(properties, PW_KEY_MEDIA_CLASS);
-        if (mediaClass == "Audio/Sink")
+        if (mediaClass == "Audio/Sink" || mediaClass == "Audio/Duplex")
             sinkAdded(id, properties);
         else if (mediaClass == "Stream/Output/Audio")
             streamAdded(id, properties);

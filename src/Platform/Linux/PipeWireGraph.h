@@ -27,7 +27,7 @@ struct MetadataValue {
     friend bool operator==(const MetadataValue&, const MetadataValue&) = default;
 };
 
-/// An output device: a node of class Audio/Sink.
+/// An output device: a node of class Audio/Sink or Audio/Duplex.
 struct GraphSink {
     AudioObjectID objectID = 0;
     std::uint32_t nodeID = 0;
@@ -44,8 +44,16 @@ struct GraphSink {
 
 /// A playback stream of an application: a node of class Stream/Output/Audio.
 struct GraphStream {
+    AudioObjectID objectID = 0;
     std::uint32_t nodeID = 0;
     std::uint32_t clientID = 0;
+    std::string name; ///< what people read
+    /// Of its own format, before the session manager has it mixed for a device; 0 where it has none.
+    std::uint32_t channels = 0;
+    /// Why it is left as it is, as far as its own properties and format say.
+    StreamExemption exemption = StreamExemption::none;
+    /// The server has told everything that the two before depend on.
+    bool isDescribed = false;
     bool isRunning = false;
     /// When it last left the running state.
     MainThread::Instant endedAt{};
@@ -76,8 +84,11 @@ class PipeWireGraphObserver {
 public:
     virtual ~PipeWireGraphObserver() = default;
     virtual void propertyChanged(AudioObjectID object, FourCharCode selector) = 0;
-    virtual void streamAppeared(const GraphStream& stream) = 0;
+    /// The stream is described now, or is so in another way.
+    virtual void streamDescribed(const GraphStream& stream) = 0;
     virtual void streamVanished(std::uint32_t nodeID) = 0;
+    /// A stream began to run, or has stopped for good.
+    virtual void streamRunningChanged(const GraphStream& stream) = 0;
     virtual void linksChanged() = 0;
     /// The session manager's metadata can be written; its current values follow. To be answered with
     /// PipeWireGraph::metadataAnswered when the server has answered everything that was asked until now.
@@ -116,16 +127,21 @@ public:
     /// Null while there is no default output or its sink is unknown.
     const GraphSink* defaultSink() const;
 
-    /// Clients that are process objects now, in the order in which they appeared.
+    /// Clients that are process objects now, in the order in which they appeared: those that own a described
+    /// stream which need not be left as it is.
     std::vector<const GraphClient*> processes() const;
     const GraphClient* process(AudioObjectID objectID) const;
     void setDownmix(AudioObjectID process, bool downmixes);
     const GraphClient* processOfStream(const GraphStream& stream) const;
+    /// In the order in which they appeared; so those of a client.
     std::vector<const GraphStream*> streams() const;
     std::vector<const GraphStream*> streamsOf(const GraphClient& client) const;
     const GraphStream* stream(std::uint32_t nodeID) const;
-    /// Whether one of the client's streams runs, or ran a moment ago and is only being linked anew.
-    bool isProducingOutput(const GraphClient& client) const;
+    const GraphStream* streamOfObject(AudioObjectID objectID) const;
+    /// Whether the stream runs, or ran a moment ago and is only being linked anew.
+    static bool isProducingOutput(const GraphStream& stream) {
+        return stream.isRunning || !stream.isEndReported;
+    }
 
     bool hasLinkInto(std::uint32_t nodeID) const;
     bool hasLinkOutOf(std::uint32_t nodeID) const;
@@ -162,7 +178,11 @@ private:
     void linkChanged(const GraphLink& link);
     void streamAdded(std::uint32_t id, const spa_dict& properties);
     void streamRemoved(std::uint32_t id);
-    void streamDescribed(StreamEntry& stream, const spa_dict& properties);
+    void streamPropertiesKnown(StreamEntry& stream, const spa_dict& properties);
+    void streamFormatKnown(StreamEntry& stream, bool isRaw, std::uint32_t channels);
+    void streamHasNoFormat(StreamEntry& stream);
+    void describe(StreamEntry& stream);
+    void listChanged(const GraphClient& client, bool wasListed);
     void streamStateChanged(StreamEntry& stream, bool isRunning);
     void reportEndedStreams();
     void startEndedStreamsTimer();
@@ -180,7 +200,7 @@ private:
     /// Whether the session manager links a stream to where no target known here sends it.
     bool contradictsMetadata(const GraphLink& link) const;
     void defaultSinkNamed(std::string name);
-    void reportRunning(std::uint32_t clientID);
+    void reportRunning(const GraphStream& stream);
     bool isListed(const GraphClient& client) const;
 
     PipeWireGraphObserver& observer_;

@@ -40,6 +40,12 @@ std::uint32_t formatInteger(const spa_pod* format, std::uint32_t key) {
     return value > 0 ? static_cast<std::uint32_t>(value) : 0;
 }
 
+bool offersFormats(const pw_node_info& info) {
+    return std::any_of(info.params, info.params + info.n_params, [](const spa_param_info& offered) {
+        return offered.id == SPA_PARAM_EnumFormat && (offered.flags & SPA_PARAM_INFO_READ) != 0;
+    });
+}
+
 } // namespace
 
 void PipeWireGraph::Callbacks::listenToRegistry(PipeWireGraph& graph, RegistryEntry& entry) {
@@ -72,9 +78,13 @@ void PipeWireGraph::Callbacks::listenToStream(StreamEntry& entry) {
         pw_node_events table{};
         table.version = PW_VERSION_NODE_EVENTS;
         table.info = streamInfo;
+        table.param = streamParameter;
         return table;
     }();
-    vello_node_add_listener(entry.binding.as<pw_node>(), entry.binding.hook(), &events, &entry);
+    auto* node = entry.binding.as<pw_node>();
+    vello_node_add_listener(node, entry.binding.hook(), &events, &entry);
+    std::uint32_t parameters[] = {SPA_PARAM_EnumFormat};
+    vello_node_subscribe_parameters(node, parameters, 1);
 }
 
 void PipeWireGraph::Callbacks::listenToClient(ClientEntry& entry) {
@@ -136,10 +146,24 @@ void PipeWireGraph::Callbacks::sinkParameter(void* data, int, std::uint32_t id, 
 
 void PipeWireGraph::Callbacks::streamInfo(void* data, const pw_node_info* info) {
     auto& entry = *static_cast<StreamEntry*>(data);
+    if ((info->change_mask & PW_NODE_CHANGE_MASK_PARAMS) != 0 && !offersFormats(*info))
+        entry.graph.streamHasNoFormat(entry);
     if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) != 0 && info->props != nullptr)
-        entry.graph.streamDescribed(entry, *info->props);
+        entry.graph.streamPropertiesKnown(entry, *info->props);
     if ((info->change_mask & PW_NODE_CHANGE_MASK_STATE) != 0)
         entry.graph.streamStateChanged(entry, info->state == PW_NODE_STATE_RUNNING);
+}
+
+void PipeWireGraph::Callbacks::streamParameter(void* data, int, std::uint32_t id, std::uint32_t,
+                                               std::uint32_t, const spa_pod* parameter) {
+    auto& entry = *static_cast<StreamEntry*>(data);
+    std::uint32_t type = 0;
+    std::uint32_t subtype = 0;
+    if (id != SPA_PARAM_EnumFormat || parameter == nullptr ||
+        spa_format_parse(parameter, &type, &subtype) < 0)
+        return;
+    entry.graph.streamFormatKnown(entry, subtype == SPA_MEDIA_SUBTYPE_raw,
+                                  formatInteger(parameter, SPA_FORMAT_AUDIO_channels));
 }
 
 void PipeWireGraph::Callbacks::clientInfo(void* data, const pw_client_info* info) {

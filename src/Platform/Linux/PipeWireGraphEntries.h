@@ -54,6 +54,11 @@ struct PipeWireGraph::StreamEntry {
     PipeWireGraph& graph;
     GraphStream stream;
     PipeWireBinding binding;
+    /// By its properties alone.
+    StreamExemption exemption = StreamExemption::none;
+    bool arePropertiesKnown = false;
+    bool isFormatKnown = false;
+    bool isEverRaw = false; ///< one of its formats is uncompressed
 };
 
 struct PipeWireGraph::ClientEntry {
@@ -93,6 +98,8 @@ private:
     static void sinkParameter(void* data, int sequence, std::uint32_t id, std::uint32_t index,
                               std::uint32_t next, const spa_pod* parameter);
     static void streamInfo(void* data, const pw_node_info* info);
+    static void streamParameter(void* data, int sequence, std::uint32_t id, std::uint32_t index,
+                                std::uint32_t next, const spa_pod* parameter);
     static void clientInfo(void* data, const pw_client_info* info);
     static int metadataProperty(void* data, std::uint32_t subject, const char* key, const char* type,
                                 const char* value);

@@ -55,8 +55,8 @@ void PipeWireGraph::sinkDescribed(SinkEntry& entry, const spa_dict& properties) 
 
 void PipeWireGraph::sinkFormatKnown(SinkEntry& entry, double sampleRate, std::uint32_t channels) {
     GraphSink& sink = entry.sink;
-    if (channels > 0)
-        sink.channels = channels;
+    if (channels > 0 && std::exchange(sink.channels, channels) != channels)
+        observer_.propertyChanged(sink.objectID, kAudioDevicePropertyStreamConfiguration);
     if (sampleRate <= 0 || sampleRate == sink.sampleRate)
         return;
     const bool isFirst = sink.sampleRate == 0;

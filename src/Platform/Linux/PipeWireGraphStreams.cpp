@@ -10,6 +10,36 @@
 
 namespace vello {
 
+namespace {
+
+bool isTrue(const spa_dict& properties, const char* key) {
+    const std::string text = propertyText(properties, key);
+    return text == "true" || text == "1";
+}
+
+/// What a stream's own properties say of its being moved. Modules of the audio system mark what belongs
+/// together as a link group; a stream that is not connected by the session manager is not moved by it either.
+StreamExemption exemptionByProperties(const spa_dict& properties) {
+    if (!propertyText(properties, PW_KEY_NODE_LINK_GROUP).empty())
+        return StreamExemption::module;
+    if (isTrue(properties, PW_KEY_NODE_DONT_RECONNECT) || isTrue(properties, "node.dont-move"))
+        return StreamExemption::fixed;
+    if (isTrue(properties, PW_KEY_NODE_EXCLUSIVE))
+        return StreamExemption::exclusive;
+    if (!isTrue(properties, PW_KEY_NODE_AUTOCONNECT))
+        return StreamExemption::unmanaged;
+    return StreamExemption::none;
+}
+
+std::string streamName(const spa_dict& properties) {
+    for (const char* key : {PW_KEY_MEDIA_NAME, PW_KEY_NODE_DESCRIPTION, PW_KEY_NODE_NAME})
+        if (std::string name = propertyText(properties, key); !name.empty())
+            return name;
+    return {};
+}
+
+} // namespace
+
 void PipeWireGraph::clientAdded(std::uint32_t id, const spa_dict&) {
     auto entry = std::unique_ptr<ClientEntry>(new ClientEntry{*this, {}, {}});
     entry->client.clientID = id;
@@ -20,13 +50,15 @@ void PipeWireGraph::clientAdded(std::uint32_t id, const spa_dict&) {
 
 void PipeWireGraph::clientDescribed(ClientEntry& entry, const spa_dict& properties) {
     GraphClient& client = entry.client;
-    // A PulseAudio client's socket belongs to the PulseAudio server, which tells the application's own
-    // process.
+    client.applicationID = propertyText(properties, "pipewire.access.portal.app_id");
+    // A PulseAudio client's socket belongs to the PulseAudio server, which tells the process that the
+    // application says it is. In a sandbox it has a number there that another process has outside.
     const bool isPulse = propertyText(properties, PW_KEY_CLIENT_API) == "pipewire-pulse";
-    const auto told = propertyNumber(properties, PW_KEY_APP_PROCESS_ID);
+    const bool isSandboxed = !client.applicationID.empty();
+    const auto told =
+        isPulse && isSandboxed ? std::nullopt : propertyNumber(properties, PW_KEY_APP_PROCESS_ID);
     const auto ofSocket = propertyNumber(properties, PW_KEY_SEC_PID);
     client.processID = static_cast<std::int32_t>((isPulse ? told : ofSocket ? ofSocket : told).value_or(0));
-    client.applicationID = propertyText(properties, "pipewire.access.portal.app_id");
     if (client.applicationID.empty())
         client.applicationID = propertyText(properties, PW_KEY_APP_ID);
     if (!std::exchange(client.isDescribed, true) && isListed(client))
@@ -39,6 +71,7 @@ void PipeWireGraph::streamAdded(std::uint32_t id, const spa_dict& properties) {
     if (client == clients_.end())
         return;
     auto entry = std::unique_ptr<StreamEntry>(new StreamEntry{*this, {}, {}});
+    entry->stream.objectID = nextObjectID_();
     entry->stream.nodeID = id;
     entry->stream.clientID = client->first;
     auto* registry = registry_->binding.as<pw_registry>();
@@ -50,33 +83,67 @@ void PipeWireGraph::streamAdded(std::uint32_t id, const spa_dict& properties) {
         owner.binding.bind(pw_registry_bind(registry, owner.client.clientID, PW_TYPE_INTERFACE_Client,
                                             PW_VERSION_CLIENT, 0));
         Callbacks::listenToClient(owner);
-    } else if (streamsOf(owner.client).size() == 1 && owner.client.isDescribed) {
-        observer_.propertyChanged(kAudioObjectSystemObject, kAudioHardwarePropertyProcessObjectList);
     }
     Callbacks::listenToStream(stream);
-    observer_.streamAppeared(stream.stream);
 }
 
-void PipeWireGraph::streamDescribed(StreamEntry& entry, const spa_dict& properties) {
+void PipeWireGraph::streamPropertiesKnown(StreamEntry& entry, const spa_dict& properties) {
     std::string target = propertyText(properties, PW_KEY_TARGET_OBJECT);
     if (target.empty())
         target = propertyText(properties, "node.target");
     if (!target.empty())
         entry.stream.targetProperty = std::move(target);
+    entry.stream.name = streamName(properties);
+    entry.exemption = exemptionByProperties(properties);
+    entry.arePropertiesKnown = true;
+    describe(entry);
+}
+
+void PipeWireGraph::streamFormatKnown(StreamEntry& entry, bool isRaw, std::uint32_t channels) {
+    entry.isFormatKnown = true;
+    if (isRaw) {
+        entry.isEverRaw = true;
+        entry.stream.channels = channels;
+    }
+    describe(entry);
+}
+
+void PipeWireGraph::streamHasNoFormat(StreamEntry& entry) {
+    entry.isFormatKnown = entry.isEverRaw = true;
+}
+
+void PipeWireGraph::describe(StreamEntry& entry) {
+    if (!entry.arePropertiesKnown || !entry.isFormatKnown)
+        return;
+    const auto client = clients_.find(entry.stream.clientID);
+    const bool wasListed = client != clients_.end() && isListed(client->second->client);
+    entry.stream.isDescribed = true;
+    entry.stream.exemption = entry.exemption == StreamExemption::none && !entry.isEverRaw
+                                 ? StreamExemption::encoded
+                                 : entry.exemption;
+    if (client != clients_.end())
+        listChanged(client->second->client, wasListed);
+    observer_.streamDescribed(entry.stream);
+}
+
+void PipeWireGraph::listChanged(const GraphClient& client, bool wasListed) {
+    if (isListed(client) != wasListed)
+        observer_.propertyChanged(kAudioObjectSystemObject, kAudioHardwarePropertyProcessObjectList);
 }
 
 void PipeWireGraph::streamRemoved(std::uint32_t id) {
     const std::uint32_t clientID = streams_.at(id)->stream.clientID;
-    streams_.erase(id);
+    const auto client = clients_.find(clientID);
+    const bool wasListed = client != clients_.end() && isListed(client->second->client);
+    const auto removed = streams_.extract(id);
     // The server takes the targets of a node that is gone away without telling, and gives its number to the
     // next one.
     if (metadata_ != nullptr)
         std::erase_if(metadata_->targets, [id](const auto& target) { return target.first.first == id; });
     observer_.streamVanished(id);
-    const auto client = clients_.find(clientID);
-    if (client != clients_.end() && !isListed(client->second->client))
-        observer_.propertyChanged(kAudioObjectSystemObject, kAudioHardwarePropertyProcessObjectList);
-    reportRunning(clientID);
+    if (client != clients_.end())
+        listChanged(client->second->client, wasListed);
+    reportRunning(removed.mapped()->stream);
 }
 
 void PipeWireGraph::streamStateChanged(StreamEntry& entry, bool isRunning) {
@@ -87,7 +154,7 @@ void PipeWireGraph::streamStateChanged(StreamEntry& entry, bool isRunning) {
     if (isRunning) {
         const bool wasReported = std::exchange(stream.isEndReported, true);
         if (wasReported)
-            reportRunning(stream.clientID);
+            reportRunning(stream);
         return;
     }
     stream.endedAt = MainThread::Clock::now();
@@ -108,7 +175,7 @@ void PipeWireGraph::reportEndedStreams() {
             continue;
         }
         stream.isEndReported = true;
-        reportRunning(stream.clientID);
+        reportRunning(stream);
     }
     if (!areAllReported)
         startEndedStreamsTimer();
@@ -124,15 +191,18 @@ void PipeWireGraph::startEndedStreamsTimer() {
     pw_loop_update_timer(loop_, endedStreamsTimer_, &pause, nullptr, false);
 }
 
-void PipeWireGraph::reportRunning(std::uint32_t clientID) {
-    const auto client = clients_.find(clientID);
+void PipeWireGraph::reportRunning(const GraphStream& stream) {
+    const auto client = clients_.find(stream.clientID);
     if (client != clients_.end())
         observer_.propertyChanged(client->second->client.objectID, kAudioProcessPropertyIsRunningOutput);
+    observer_.streamRunningChanged(stream);
 }
 
 bool PipeWireGraph::isListed(const GraphClient& client) const {
     return client.isDescribed && findEntry(streams_, [&](const StreamEntry& entry) {
-                                     return entry.stream.clientID == client.clientID;
+                                     return entry.stream.clientID == client.clientID &&
+                                            entry.stream.isDescribed &&
+                                            entry.stream.exemption == StreamExemption::none;
                                  }) != nullptr;
 }
 
@@ -167,14 +237,13 @@ std::vector<const GraphStream*> PipeWireGraph::streams() const {
     std::vector<const GraphStream*> all;
     for (const auto& [id, entry] : streams_)
         all.push_back(&entry->stream);
+    std::ranges::sort(all, {}, [](const GraphStream* stream) { return stream->objectID; });
     return all;
 }
 
 std::vector<const GraphStream*> PipeWireGraph::streamsOf(const GraphClient& client) const {
-    std::vector<const GraphStream*> owned;
-    for (const auto& [id, entry] : streams_)
-        if (entry->stream.clientID == client.clientID)
-            owned.push_back(&entry->stream);
+    auto owned = streams();
+    std::erase_if(owned, [&](const GraphStream* stream) { return stream->clientID != client.clientID; });
     return owned;
 }
 
@@ -183,10 +252,10 @@ const GraphStream* PipeWireGraph::stream(std::uint32_t nodeID) const {
     return entry != streams_.end() ? &entry->second->stream : nullptr;
 }
 
-bool PipeWireGraph::isProducingOutput(const GraphClient& client) const {
-    return std::ranges::any_of(streamsOf(client), [](const GraphStream* stream) {
-        return stream->isRunning || !stream->isEndReported;
-    });
+const GraphStream* PipeWireGraph::streamOfObject(AudioObjectID objectID) const {
+    const auto* entry = findEntry(
+        streams_, [&](const StreamEntry& candidate) { return candidate.stream.objectID == objectID; });
+    return entry != nullptr ? &entry->stream : nullptr;
 }
 
 } // namespace vello

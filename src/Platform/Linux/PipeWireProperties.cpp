@@ -53,6 +53,8 @@ OSStatus PipeWireProperties::read(AudioObjectID object, FourCharCode selector, P
         result = ofSink(*sink, selector);
     else if (const GraphClient* client = graph_.process(object))
         result = ofProcess(*client, selector);
+    else if (const GraphStream* stream = graph_.streamOfObject(object))
+        result = ofStream(*stream, selector);
     else if (taps_.deviceDescription(object) != nullptr)
         result = ofDevice(object, selector);
     else if (const auto format = taps_.tapFormat(object))
@@ -71,6 +73,13 @@ PipeWireProperties::Result PipeWireProperties::ofSystem(FourCharCode selector) c
         return dataOf(objectIDs(graph_.sinks()));
     case kAudioHardwarePropertyProcessObjectList:
         return dataOf(objectIDs(graph_.processes()));
+    case kAudioHardwarePropertyExemptStreamList: {
+        auto streams = graph_.streams();
+        std::erase_if(streams, [&](const GraphStream* stream) {
+            return !stream->isDescribed || director_.exemption(*stream) == StreamExemption::none;
+        });
+        return dataOf(objectIDs(streams));
+    }
     case kAudioHardwarePropertyDefaultOutputDevice: {
         const GraphSink* sink = graph_.defaultSink();
         return dataOf(sink != nullptr ? sink->objectID : kAudioObjectUnknown);
@@ -109,7 +118,7 @@ PipeWireProperties::Result PipeWireProperties::ofProcess(const GraphClient& clie
     case kAudioProcessPropertyDevices:
         return dataOf(devicesOf(client));
     case kAudioProcessPropertyIsRunningOutput:
-        return dataOf(std::uint32_t{graph_.isProducingOutput(client)});
+        return dataOf(std::uint32_t{director_.isProducingOutput(client)});
     case kAudioProcessPropertyDownmix:
         return dataOf(std::uint32_t{client.downmixes});
     default:
@@ -119,14 +128,34 @@ PipeWireProperties::Result PipeWireProperties::ofProcess(const GraphClient& clie
 
 std::vector<AudioObjectID> PipeWireProperties::devicesOf(const GraphClient& client) const {
     std::vector<AudioObjectID> devices;
-    for (const GraphStream* stream : graph_.streamsOf(client)) {
-        const GraphSink* sink = director_.ownTarget(*stream);
-        if (sink == nullptr)
-            sink = graph_.defaultSink();
+    for (const GraphStream* stream : director_.streamsOf(client)) {
+        const GraphSink* sink = director_.destination(*stream);
         if (sink != nullptr && std::ranges::find(devices, sink->objectID) == devices.end())
             devices.push_back(sink->objectID);
     }
     return devices;
+}
+
+PipeWireProperties::Result PipeWireProperties::ofStream(const GraphStream& stream,
+                                                        FourCharCode selector) const {
+    const GraphClient* client = graph_.processOfStream(stream);
+    switch (selector) {
+    case kAudioStreamPropertyExemption:
+        return dataOf(director_.exemption(stream));
+    case kAudioObjectPropertyName:
+        return dataOf(stream.name);
+    case kAudioProcessPropertyPID:
+    case kAudioProcessPropertyBundleID:
+        return client != nullptr ? ofProcess(*client, selector) : std::nullopt;
+    case kAudioProcessPropertyDevices: {
+        const GraphSink* sink = director_.destination(stream);
+        return dataOf(sink != nullptr ? std::vector{sink->objectID} : std::vector<AudioObjectID>{});
+    }
+    case kAudioProcessPropertyIsRunningOutput:
+        return dataOf(std::uint32_t{PipeWireGraph::isProducingOutput(stream)});
+    default:
+        return std::nullopt;
+    }
 }
 
 PipeWireProperties::Result PipeWireProperties::ofDevice(AudioObjectID device, FourCharCode selector) const {

@@ -32,6 +32,7 @@ private:
     Result ofSystem(FourCharCode selector) const;
     Result ofSink(const GraphSink& sink, FourCharCode selector) const;
     Result ofProcess(const GraphClient& client, FourCharCode selector) const;
+    Result ofStream(const GraphStream& stream, FourCharCode selector) const;
     Result ofDevice(AudioObjectID device, FourCharCode selector) const;
     std::vector<AudioObjectID> devicesOf(const GraphClient& client) const;
 

@@ -38,7 +38,7 @@ public:
         : connection_(*this, log_, std::move(remoteName), PipeWireConnection::Purpose::watching),
           graph_(
               *this, [] { return kAudioObjectSystemObject; }, connection_.loop()),
-          director_(graph_, [](AudioObjectID) {}) {
+          director_(graph_, [](AudioObjectID, FourCharCode) {}) {
         connection_.start();
     }
     ~RedirectCleanup() override { connection_.stop(); }
@@ -75,7 +75,8 @@ private:
         pw_thread_loop_signal(connection_.threadLoop(), false);
     }
     void propertyChanged(AudioObjectID, FourCharCode) override {}
-    void streamAppeared(const GraphStream&) override {}
+    void streamDescribed(const GraphStream&) override {}
+    void streamRunningChanged(const GraphStream&) override {}
     void streamVanished(std::uint32_t) override {}
     void linksChanged() override {}
     void sessionManagerGone() override {}

@@ -41,32 +41,17 @@ std::optional<MetadataValue> asChosen(std::optional<MetadataValue> targetNode) {
 
 } // namespace
 
-PipeWireStreamDirector::PipeWireStreamDirector(PipeWireGraph& graph,
-                                               std::function<void(AudioObjectID)> ownTargetChanged)
-    : graph_(graph), ownTargetChanged_(std::move(ownTargetChanged)) {}
+PipeWireStreamDirector::PipeWireStreamDirector(PipeWireGraph& graph, PropertyChanged propertyChanged)
+    : graph_(graph), propertyChanged_(std::move(propertyChanged)) {}
 
-void PipeWireStreamDirector::direct(const std::string& captureName, std::vector<AudioObjectID> processes) {
-    captures_.push_back({captureName, std::move(processes)});
-    for (const AudioObjectID process : captures_.back().processes)
-        if (const GraphClient* client = graph_.process(process))
-            for (const GraphStream* stream : graph_.streamsOf(*client))
-                direct(stream->nodeID, captureName);
+void PipeWireStreamDirector::direct(Capture capture) {
+    captures_.push_back(std::move(capture));
+    reconsider();
 }
 
 void PipeWireStreamDirector::release(const std::string& captureName) {
     std::erase_if(captures_, [&](const Capture& capture) { return capture.name == captureName; });
-    std::vector<std::uint32_t> released;
-    for (const auto& [nodeID, stream] : directed_)
-        if (stream.captureName == captureName)
-            released.push_back(nodeID);
-    for (const std::uint32_t nodeID : released) {
-        const GraphStream* stream = graph_.stream(nodeID);
-        const Capture* next = stream != nullptr ? captureFor(*stream) : nullptr;
-        if (next != nullptr)
-            direct(nodeID, next->name);
-        else
-            giveBack(nodeID);
-    }
+    reconsider();
 }
 
 bool PipeWireStreamDirector::hasStreams(const std::string& captureName) const {
@@ -74,7 +59,8 @@ bool PipeWireStreamDirector::hasStreams(const std::string& captureName) const {
                                [&](const auto& entry) { return entry.second.captureName == captureName; });
 }
 
-const PipeWireStreamDirector::Capture* PipeWireStreamDirector::captureFor(const GraphStream& stream) const {
+const PipeWireStreamDirector::Capture*
+PipeWireStreamDirector::captureOfProcess(const GraphStream& stream) const {
     const GraphClient* client = graph_.processOfStream(stream);
     if (client == nullptr)
         return nullptr;
@@ -145,10 +131,11 @@ const GraphSink* PipeWireStreamDirector::ownTarget(const GraphStream& stream) co
     return nullptr;
 }
 
-void PipeWireStreamDirector::streamAppeared(const GraphStream& stream) {
-    if (const Capture* capture = captureFor(stream)) {
-        direct(stream.nodeID, capture->name);
-    } else if (isStale(stream)) {
+void PipeWireStreamDirector::streamDescribed(const GraphStream& stream) {
+    const bool isNew = !exemptions_.contains(stream.nodeID);
+    reconsider();
+    announceDevices(stream);
+    if (isNew && isStale(stream)) {
         takeBackStale();
         rewriteChoices();
     }
@@ -203,40 +190,45 @@ void PipeWireStreamDirector::rewriteChoices() {
 
 void PipeWireStreamDirector::streamVanished(std::uint32_t nodeID) {
     directed_.erase(nodeID);
+    if (exemptions_.erase(nodeID) != 0)
+        propertyChanged_(kAudioObjectSystemObject, kAudioHardwarePropertyExemptStreamList);
+    reconsider();
 }
 
 void PipeWireStreamDirector::targetChanged(std::uint32_t nodeID, const std::string& key,
                                            const std::optional<MetadataValue>& value) {
     const auto entry = directed_.find(nodeID);
-    if (entry == directed_.end()) {
-        if (const GraphStream* stream = graph_.stream(nodeID))
-            if (const GraphClient* client = graph_.processOfStream(*stream))
-                ownTargetChanged_(client->objectID);
-        return;
-    }
+    if (entry == directed_.end())
+        return userMoved(nodeID);
     DirectedStream& stream = entry->second;
     if (key == kTargetObjectKey) {
         if (namesACapture(value))
             return;
         stream.ownTargetObject = value;
         followTargetObject(stream);
-        userMoved(nodeID, stream);
-        return;
+    } else {
+        if (value &&
+            (isOwnWrite(*value) || (stream.ownTargetNode && value->value == stream.ownTargetNode->value)))
+            return;
+        stream.ownTargetNode = value;
+        // A target node alone is the newer choice; the session manager's older target object would hide it.
+        stream.ownTargetObject.reset();
     }
-    if (value &&
-        (isOwnWrite(*value) || (stream.ownTargetNode && value->value == stream.ownTargetNode->value)))
-        return;
-    stream.ownTargetNode = value;
-    // A target node alone is the newer choice; the session manager's older target object would hide it.
-    stream.ownTargetObject.reset();
-    userMoved(nodeID, stream);
+    const GraphStream* moved = graph_.stream(nodeID);
+    if (moved != nullptr && captureFor(*moved) != nullptr)
+        write(nodeID, stream);
+    userMoved(nodeID);
 }
 
-void PipeWireStreamDirector::userMoved(std::uint32_t nodeID, DirectedStream& stream) {
-    write(nodeID, stream);
+void PipeWireStreamDirector::userMoved(std::uint32_t nodeID) {
+    reconsider();
     if (const GraphStream* moved = graph_.stream(nodeID))
-        if (const GraphClient* client = graph_.processOfStream(*moved))
-            ownTargetChanged_(client->objectID);
+        announceDevices(*moved);
+}
+
+void PipeWireStreamDirector::announceDevices(const GraphStream& stream) {
+    if (const GraphClient* client = graph_.processOfStream(stream))
+        propertyChanged_(client->objectID, kAudioProcessPropertyDevices);
 }
 
 void PipeWireStreamDirector::metadataKnown() {
@@ -249,7 +241,9 @@ void PipeWireStreamDirector::metadataKnown() {
 
 void PipeWireStreamDirector::reset() {
     captures_.clear();
+    captures_.clear();
     directed_.clear();
+    exemptions_.clear();
     choices_.clear();
 }
 

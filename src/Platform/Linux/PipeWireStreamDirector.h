@@ -19,12 +19,22 @@ namespace vello {
 /// and restored on release. The control loop's lock guards all of it.
 class PipeWireStreamDirector {
 public:
-    /// `ownTargetChanged` is told the process object whose stream the user moved meanwhile.
-    PipeWireStreamDirector(PipeWireGraph& graph, std::function<void(AudioObjectID process)> ownTargetChanged);
+    using PropertyChanged = std::function<void(AudioObjectID, FourCharCode selector)>;
+    struct Capture {
+        std::string name; ///< of the node
+        std::vector<AudioObjectID> processes;
+        std::string output; ///< node name of the device that it plays on
+        /// That device was chosen for all streams of the processes; otherwise it is where the application
+        /// plays.
+        bool isOutputChosen = false;
+    };
 
-    /// Directs every stream of the processes, those that appear later too, to the node with this name. Of
-    /// several captures of one process the newest has its streams.
-    void direct(const std::string& captureName, std::vector<AudioObjectID> processes);
+    /// `propertyChanged` is told what changes of the processes, and that other streams are left as they are.
+    PipeWireStreamDirector(PipeWireGraph& graph, PropertyChanged propertyChanged);
+
+    /// Directs every stream of the processes, those that appear later too, to the capture, unless it has to
+    /// be left as it is. Of several captures of one process the newest has its streams.
+    void direct(Capture capture);
     /// Gives the streams that are still directed to this capture to the newest other one of their process, or
     /// back.
     void release(const std::string& captureName);
@@ -33,9 +43,19 @@ public:
 
     /// The device that a stream plays to by its own choice; null when it follows the default output.
     const GraphSink* ownTarget(const GraphStream& stream) const;
+    /// Where a stream plays, or would play, without us; null when there is no output at all.
+    const GraphSink* destination(const GraphStream& stream) const;
+    /// The streams of a process that count for it, those first that produce output.
+    std::vector<const GraphStream*> streamsOf(const GraphClient& client) const;
+    bool isProducingOutput(const GraphClient& client) const;
+    /// Why the stream is left as it is.
+    StreamExemption exemption(const GraphStream& stream) const;
 
-    void streamAppeared(const GraphStream& stream);
+    void streamDescribed(const GraphStream& stream);
+    void streamRunningChanged(const GraphStream& stream);
     void streamVanished(std::uint32_t nodeID);
+    /// Something changed that rights and places of streams depend on, such as the outputs.
+    void reconsider();
     void targetChanged(std::uint32_t nodeID, const std::string& key,
                        const std::optional<MetadataValue>& value);
     /// The session manager has told all its metadata: takes away what a run that died left, and directs anew
@@ -50,10 +70,6 @@ public:
     void reset();
 
 private:
-    struct Capture {
-        std::string name;
-        std::vector<AudioObjectID> processes;
-    };
     struct DirectedStream {
         std::string captureName;
         std::optional<MetadataValue> ownTargetObject;
@@ -62,7 +78,17 @@ private:
         unsigned writes = 0;
     };
 
+    /// The newest capture of the stream's process.
+    const Capture* captureOfProcess(const GraphStream& stream) const;
+    /// The capture that the stream is to be directed to.
     const Capture* captureFor(const GraphStream& stream) const;
+    /// Why none of the tap's doing can change that the stream is left as it is.
+    StreamExemption ownExemption(const GraphStream& stream) const;
+    bool isPinnedElsewhere(const GraphStream& stream) const;
+    /// Whether the capture's processes play where this stream does.
+    bool isFollowed(const GraphStream& stream, const Capture& capture) const;
+    void reconsider(const GraphStream& stream);
+    void noteExemption(const GraphStream& stream);
     /// Whether the stream is directed to a capture of a run that died.
     bool isStale(const GraphStream& stream) const;
     /// Whether the stream goes where it should without anything in the metadata.
@@ -74,12 +100,14 @@ private:
     void write(std::uint32_t nodeID, DirectedStream& stream);
     /// The target node that says the same as the own target object.
     void followTargetObject(DirectedStream& stream) const;
-    void userMoved(std::uint32_t nodeID, DirectedStream& stream);
+    void userMoved(std::uint32_t nodeID);
+    void announceDevices(const GraphStream& stream);
 
     PipeWireGraph& graph_;
-    std::function<void(AudioObjectID)> ownTargetChanged_;
+    PropertyChanged propertyChanged_;
     std::vector<Capture> captures_;
     std::map<std::uint32_t, DirectedStream> directed_;
+    std::map<std::uint32_t, StreamExemption> exemptions_; ///< as last told
     /// Target nodes of streams that were taken back.
     std::map<std::uint32_t, MetadataValue> choices_;
 };

@@ -42,7 +42,7 @@ template <class Condition> void PipeWireTaps::waitUntil(MainThread::Instant dead
 
 bool PipeWireTaps::hasSuccessor(const Device& device) const {
     return std::ranges::any_of(taps_, [&](const auto& tap) {
-        return tap.first > device.tap && sharesOne(tap.second.processes, device.processes);
+        return tap.first > device.tap && sharesOne(tap.second.description.processes, device.processes);
     });
 }
 

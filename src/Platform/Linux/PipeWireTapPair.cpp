@@ -17,9 +17,6 @@ namespace vello {
 
 namespace {
 
-constexpr std::uint32_t channels = 2;
-constexpr std::uint32_t bytesPerFrame = channels * sizeof(float);
-
 pw_properties* commonProperties(const PipeWireTapPair::Description& description, const std::string& name) {
     pw_properties* properties = pw_properties_new(nullptr, nullptr);
     const std::pair<const char*, const char*> values[] = {
@@ -31,10 +28,6 @@ pw_properties* commonProperties(const PipeWireTapPair::Description& description,
         {PW_KEY_NODE_GROUP, description.group.c_str()},
         {PW_KEY_NODE_LINK_GROUP, description.group.c_str()},
         {PW_KEY_NODE_VIRTUAL, "true"},
-        // The application's stream mixes itself down to what the capture takes. On the playback side a remix
-        // would change the level: a mono device gets the sum of both channels, as it does from an
-        // application.
-        {PW_KEY_STREAM_DONT_REMIX, "true"},
         // The session manager keeps no volume and no target for us; every tap starts plain.
         {"state.restore-props", "false"},
         {"state.restore-target", "false"},
@@ -44,12 +37,13 @@ pw_properties* commonProperties(const PipeWireTapPair::Description& description,
     return properties;
 }
 
-/// Interleaved 32-bit float, front left and right, at whatever rate the graph runs; and enough buffers.
-std::array<const spa_pod*, 2> streamParameters(spa_pod_builder& builder) {
+/// Interleaved 32-bit float, mono or front left and right, at whatever rate the graph runs; and enough
+/// buffers.
+std::array<const spa_pod*, 2> streamParameters(spa_pod_builder& builder, std::uint32_t channels) {
     spa_audio_info_raw format{};
     format.format = SPA_AUDIO_FORMAT_F32;
     format.channels = channels;
-    format.position[0] = SPA_AUDIO_CHANNEL_FL;
+    format.position[0] = channels == 1 ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
     format.position[1] = SPA_AUDIO_CHANNEL_FR;
     const spa_pod* offered = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
 
@@ -69,11 +63,12 @@ constexpr pw_stream_flags operator|(pw_stream_flags left, pw_stream_flags right)
     return static_cast<pw_stream_flags>(static_cast<unsigned>(left) | static_cast<unsigned>(right));
 }
 
-pw_stream* connected(pw_stream* stream, pw_direction direction, pw_stream_flags flags) {
+pw_stream* connected(pw_stream* stream, pw_direction direction, std::uint32_t channels,
+                     pw_stream_flags flags) {
     std::array<std::uint8_t, 1024> memory;
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory.data(), memory.size());
-    auto parameters = streamParameters(builder);
+    auto parameters = streamParameters(builder, channels);
     const auto result = pw_stream_connect(stream, direction, PW_ID_ANY,
                                           flags | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS,
                                           parameters.data(), parameters.size());
@@ -112,7 +107,7 @@ struct PipeWireTapPair::Callbacks {
 
 PipeWireTapPair::PipeWireTapPair(pw_core* core, const Description& description,
                                  std::function<void()> sampleRateChanged)
-    : sampleRateChanged_(std::move(sampleRateChanged)) {
+    : sampleRateChanged_(std::move(sampleRateChanged)), channels_(description.channels) {
     // The playback side first: the capture side's events use it.
     playback_ = makePlayback(core, description);
     if (playback_ != nullptr)
@@ -135,13 +130,17 @@ pw_stream* PipeWireTapPair::makeCapture(pw_core* core, const Description& descri
         return table;
     }();
     pw_properties* properties = commonProperties(description, description.captureName);
-    pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Stream/Input/Audio/Internal");
+    pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Audio/Sink/Internal");
     pw_properties_set(properties, PW_KEY_NODE_AUTOCONNECT, "false");
+    // As a device it is the last that a stream without a target would be given to, and it is not put to sleep
+    // by itself: it runs as long as the playback side does.
+    pw_properties_set(properties, PW_KEY_PRIORITY_SESSION, "-1");
+    pw_properties_set(properties, "session.suspend-timeout-seconds", "0");
     pw_stream* stream = pw_stream_new(core, description.captureName.c_str(), properties);
     if (stream == nullptr)
         return nullptr;
     pw_stream_add_listener(stream, &captureHook_, &events, this);
-    return connected(stream, PW_DIRECTION_INPUT, PW_STREAM_FLAG_NONE);
+    return connected(stream, PW_DIRECTION_INPUT, channels_, PW_STREAM_FLAG_NONE);
 }
 
 pw_stream* PipeWireTapPair::makePlayback(pw_core* core, const Description& description) {
@@ -162,7 +161,8 @@ pw_stream* PipeWireTapPair::makePlayback(pw_core* core, const Description& descr
     if (stream == nullptr)
         return nullptr;
     pw_stream_add_listener(stream, &playbackHook_, &events, this);
-    return connected(stream, PW_DIRECTION_OUTPUT, PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_TRIGGER);
+    return connected(stream, PW_DIRECTION_OUTPUT, channels_,
+                     PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_TRIGGER);
 }
 
 std::uint32_t PipeWireTapPair::captureNodeID() const {
@@ -199,12 +199,13 @@ void PipeWireTapPair::stop() noexcept {
 }
 
 void PipeWireTapPair::process() noexcept {
+    const auto bytesPerFrame = channels_ * static_cast<std::uint32_t>(sizeof(float));
     pw_buffer* captured = newestBuffer(capture_);
     pw_buffer* played = pw_stream_dequeue_buffer(playback_);
     if (played != nullptr) {
         AudioBufferListStorage<1> input;
         AudioBufferListStorage<1> output;
-        input.buffers[0].mNumberChannels = output.buffers[0].mNumberChannels = channels;
+        input.buffers[0].mNumberChannels = output.buffers[0].mNumberChannels = channels_;
         std::uint32_t capturedFrames = 0;
         if (captured != nullptr) {
             const spa_data& data = captured->buffer->datas[0];

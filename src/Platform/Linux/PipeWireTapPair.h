@@ -18,7 +18,11 @@ namespace vello {
 
 /// The two streams of one tap: a capture that the applications' streams are directed to, and a playback on
 /// the output device, scheduled in one graph cycle, so that the way through adds no latency. The data thread
-/// calls the I/O callback once a cycle with both buffers: interleaved 32-bit float, stereo.
+/// calls the I/O callback once a cycle with both buffers: interleaved 32-bit float, mono or stereo.
+///
+/// To the session manager the capture is a device that nobody sees, so every stream that is linked to it
+/// mixes itself to the capture's channels as it would for a device, and the playback mixes itself to those of
+/// the output as an application would.
 ///
 /// Made, used and destroyed with the control loop's lock held, except where a call says otherwise.
 class PipeWireTapPair {
@@ -26,8 +30,9 @@ public:
     struct Description {
         std::string captureName;
         std::string playbackName;
-        std::string group;      ///< unique to this pair
-        std::string targetSink; ///< node name; empty: follows the default output
+        std::string group;          ///< unique to this pair
+        std::string targetSink;     ///< node name; empty: follows the default output
+        std::uint32_t channels = 2; ///< 1 or 2
     };
 
     /// `sampleRateChanged` runs on the control loop's thread with its lock held.
@@ -57,6 +62,7 @@ private:
     void formatKnown(const spa_pod* format);
 
     std::function<void()> sampleRateChanged_;
+    std::uint32_t channels_;
     pw_stream* capture_ = nullptr;
     pw_stream* playback_ = nullptr;
     spa_hook captureHook_{};

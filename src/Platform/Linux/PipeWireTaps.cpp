@@ -68,13 +68,13 @@ OSStatus PipeWireTaps::createTap(const TapDescription& description, AudioObjectI
     if (connection_.nodeCore() == nullptr)
         return kAudioHardwareNotRunningError;
     tap = nextObjectID_();
-    taps_[tap] = description;
+    taps_[tap] = {description, channelsFor(description.processes)};
     return kAudioHardwareNoError;
 }
 
 OSStatus PipeWireTaps::createDevice(const AggregateDeviceDescription& description, AudioObjectID& device) {
     const auto tap = std::ranges::find_if(taps_, [&](const auto& entry) {
-        return description.taps.size() == 1 && entry.second.uuid == description.taps.front().uid;
+        return description.taps.size() == 1 && entry.second.description.uuid == description.taps.front().uid;
     });
     if (tap == taps_.end())
         return kAudioHardwareBadObjectError;
@@ -84,7 +84,8 @@ OSStatus PipeWireTaps::createDevice(const AggregateDeviceDescription& descriptio
     Device& made = devices_[device];
     made.description = description;
     made.tap = tap->first;
-    made.processes = tap->second.processes;
+    made.processes = tap->second.description.processes;
+    made.channels = tap->second.channels;
     made.madeAt = MainThread::Clock::now();
     makeWaitingPairs();
     return kAudioHardwareNoError;
@@ -129,7 +130,8 @@ void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
         PipeWireTapPair::Description{.captureName = device.captureName,
                                      .playbackName = device.captureName + "-output",
                                      .group = device.description.uid,
-                                     .targetSink = targetSink(device.description)},
+                                     .targetSink = targetSink(device.description),
+                                     .channels = device.channels},
         [this, id] { sampleRateChanged(id); });
     if (device.startedProc != 0)
         startPair(id, device);
@@ -190,7 +192,10 @@ void PipeWireTaps::directWhenLinked(Device& device) {
         return;
     device.isDirected = true;
     device.workGivenAt = MainThread::Clock::now();
-    director_.direct(device.captureName, device.processes);
+    director_.direct({.name = device.captureName,
+                      .processes = device.processes,
+                      .output = device.description.mainSubDevice,
+                      .isOutputChosen = device.description.isMainSubDeviceChosen});
 }
 
 OSStatus PipeWireTaps::destroyProc(AudioObjectID device, AudioDeviceIOProcID procID) {
@@ -227,18 +232,21 @@ OSStatus PipeWireTaps::destroyTap(AudioObjectID tap) {
 }
 
 std::optional<AudioStreamBasicDescription> PipeWireTaps::tapFormat(AudioObjectID tap) const {
-    if (!taps_.contains(tap))
+    const auto found = taps_.find(tap);
+    if (found == taps_.end())
         return std::nullopt;
+    const std::uint32_t channels = found->second.channels;
+    const auto bytesPerFrame = channels * static_cast<std::uint32_t>(sizeof(float));
     const auto device =
         std::ranges::find_if(devices_, [&](const auto& entry) { return entry.second.tap == tap; });
     return AudioStreamBasicDescription{.mSampleRate = device != devices_.end() ? sampleRate(device->first)
                                                                                : expectedSampleRate({}),
                                        .mFormatID = kAudioFormatLinearPCM,
                                        .mFormatFlags = kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked,
-                                       .mBytesPerPacket = 8,
+                                       .mBytesPerPacket = bytesPerFrame,
                                        .mFramesPerPacket = 1,
-                                       .mBytesPerFrame = 8,
-                                       .mChannelsPerFrame = 2,
+                                       .mBytesPerFrame = bytesPerFrame,
+                                       .mChannelsPerFrame = channels,
                                        .mBitsPerChannel = 32};
 }
 
@@ -289,12 +297,35 @@ void PipeWireTaps::sampleRateChanged(AudioObjectID device) {
     }
 }
 
+std::uint32_t PipeWireTaps::channelsFor(const std::vector<AudioObjectID>& processes) const {
+    bool isMono = false;
+    for (const AudioObjectID process : processes)
+        if (const GraphClient* client = graph_.process(process))
+            for (const GraphStream* stream : director_.streamsOf(*client)) {
+                if (stream->channels != 1)
+                    return 2;
+                isMono = true;
+            }
+    return isMono ? 1 : 2;
+}
+
+void PipeWireTaps::streamsChanged() {
+    // A mono tap is made anew for a stream that is more; a stereo one does for mono streams as well.
+    for (auto& [id, tap] : taps_)
+        if (tap.channels == 1 &&
+            std::exchange(tap.channels, channelsFor(tap.description.processes)) != tap.channels)
+            propertyChanged_(id, kAudioTapPropertyFormat);
+}
+
 void PipeWireTaps::linksChanged() {
     linksChangedAt_ = MainThread::Clock::now();
     for (auto& [id, device] : devices_) {
         directWhenLinked(device);
         if (const bool alive = isLinkedOut(device); std::exchange(device.wasAlive, alive) != alive)
             propertyChanged_(id, kAudioDevicePropertyDeviceIsAlive);
+        if (const bool isRunning = isConnected(id);
+            std::exchange(device.wasConnected, isRunning) != isRunning)
+            propertyChanged_(id, kAudioDevicePropertyDeviceIsRunning);
     }
     dropLinkedLeftovers();
     makeWaitingPairs();

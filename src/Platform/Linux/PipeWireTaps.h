@@ -52,6 +52,8 @@ public:
     double sampleRate(AudioObjectID device) const;
 
     void linksChanged();
+    /// Streams have come, or are of another kind.
+    void streamsChanged();
     /// Every tap and device dies; no callback runs any more.
     void connectionLost();
 
@@ -60,10 +62,15 @@ private:
         AudioDeviceIOProc function;
         void* clientData;
     };
+    struct Tap {
+        TapDescription description;
+        std::uint32_t channels; ///< as its maker was told, or told that they changed
+    };
     struct Device {
         AggregateDeviceDescription description;
         AudioObjectID tap = 0;
         std::vector<AudioObjectID> processes;
+        std::uint32_t channels = 2;
         std::string captureName;
         std::unique_ptr<PipeWireTapPair> pair; ///< null while it waits for its turn
         std::map<AudioDeviceIOProcID, Proc> procs;
@@ -73,6 +80,7 @@ private:
         MainThread::Instant workGivenAt{};
         bool isDirected = false; ///< the streams are directed to the capture
         bool wasAlive = false;
+        bool wasConnected = false;
         double announcedSampleRate = 0;
     };
 
@@ -80,6 +88,8 @@ private:
     const Device* find(AudioObjectID device) const;
     std::string freeCaptureName(const std::string& deviceName) const;
     std::string targetSink(const AggregateDeviceDescription& description) const;
+    /// What the streams of the processes need: 1 when all of them are mono, otherwise 2.
+    std::uint32_t channelsFor(const std::vector<AudioObjectID>& processes) const;
     /// The rate of the device with this name, else of the default output, else a usual one.
     double expectedSampleRate(const std::string& outputName) const;
     void sampleRateChanged(AudioObjectID device);
@@ -109,7 +119,7 @@ private:
     std::function<AudioObjectID()> nextObjectID_;
     PropertyChanged propertyChanged_;
     spa_source* turnTimer_;
-    std::map<AudioObjectID, TapDescription> taps_;
+    std::map<AudioObjectID, Tap> taps_;
     std::map<AudioObjectID, Device> devices_;
     /// Pairs that were destroyed before the session manager was done with them.
     std::vector<Device> leftovers_;
