@@ -69,25 +69,30 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         return hn::Eq(hn::Load(d, placeOfLane), hn::Set(d, static_cast<double>(place)));
     }
 
-    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which loadFrame() gave.
+    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which loadFrame() gave: only
+    /// its lowest place is read.
     static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
-        const D d;
         if constexpr (kPlaces == 1)
             return frame;
         else if constexpr (kPlaces == 2)
-            return hn::ConcatLowerUpper(d, frame, outputs);
-#if HWY_TARGET == HWY_AVX3
+            return hn::ConcatLowerUpper(D(), frame, outputs);
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 // every set with AVX-512: the newer a set, the lower its number
         else if constexpr (kLanes == 8)
             return Vector{_mm512_castsi512_pd(_mm512_alignr_epi64(
                 _mm512_castpd_si512(frame.raw), _mm512_castpd_si512(outputs.raw), kChannels))};
 #endif
-        else {
-            HWY_ALIGN std::int64_t from[kLanes];
-            for (std::size_t lane = 0; lane < kLanes; ++lane)
-                from[lane] = static_cast<std::int64_t>((lane + kChannels) % kLanes);
-            const Vector rotated = hn::TableLookupLanes(outputs, hn::SetTableIndices(d, from));
-            return hn::IfThenElse(onlyPlace(0), frame, rotated);
-        }
+        else
+            return moveOnByTable(outputs, frame);
+    }
+    /// The same for any number of places and on any set: `frame` goes where the frame that leaves is, and all
+    /// places turn round.
+    static HWY_INLINE Vector moveOnByTable(Vector outputs, Vector frame) {
+        const D d;
+        HWY_ALIGN std::int64_t from[kLanes];
+        for (std::size_t lane = 0; lane < kLanes; ++lane)
+            from[lane] = static_cast<std::int64_t>((lane + kChannels) % kLanes);
+        const Vector entered = hn::IfThenElse(onlyPlace(kPlaces - 1), frame, outputs);
+        return hn::TableLookupLanes(entered, hn::SetTableIndices(d, from));
     }
 
     /// One value a channel, in the lowest place at least.
