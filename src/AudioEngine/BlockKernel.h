@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace vello {
 
@@ -39,8 +40,15 @@ using BlockKernel = std::uint32_t (*)(const BlockJob& job);
 /// The definition of what a kernel does, in plain code. Any number of channels.
 std::uint32_t referenceBlockKernel(const BlockJob& job) noexcept VELLO_REALTIME;
 
-/// The fastest kernel for this processor. It gives the same bits however the signal is cut into blocks, and
-/// what the reference gives to within one unit in the last place. Not on the data thread.
-BlockKernel selectBlockKernel() noexcept;
+/// A kernel and the instruction set that it is for.
+struct BlockKernelVariant {
+    const char* name;
+    BlockKernel kernel;
+};
+
+/// Every kernel that this processor can run, the fastest first; the last is the reference. Each gives the
+/// same bits however the signal is cut into blocks, and what the reference gives to within samplesAgree().
+/// Not on the data thread.
+std::vector<BlockKernelVariant> blockKernels();
 
 } // namespace vello

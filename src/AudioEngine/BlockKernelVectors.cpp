@@ -2,36 +2,33 @@
 //
 // The block kernel, compiled once for each instruction set that the processor may have.
 #include "AudioEngine/BlockKernel.h"
+#include "AudioEngine/BlockKernelTargets.h"
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
-// Vectors whose size the compiler does not know cannot be members of a class; those processors take the fixed
-// size. Of the x86 sets the others have nothing that the kernel would use.
-#define HWY_DISABLED_TARGETS                                                                                 \
-    (HWY_SSSE3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128 | HWY_RVV)
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "BlockKernelVectors.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#if HWY_TARGET != HWY_SCALAR
-#include "BiquadCascadeVectors-inl.h"
+#ifndef VELLO_BLOCK_KERNEL_FOR
+#define VELLO_BLOCK_KERNEL_FOR
+namespace vello {
+/// The kernel of one instruction set; null where there is none.
+template <std::int64_t kTarget> constexpr BlockKernel blockKernelFor = nullptr;
+} // namespace vello
 #endif
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128 // plain code is what the reference is
+
+#include "BiquadCascadeVectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace vello {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
-
-#if HWY_TARGET == HWY_SCALAR
-
-/// Lanes of one value gain nothing over plain code.
-std::uint32_t vectorBlockKernel(const BlockJob& job) {
-    return referenceBlockKernel(job);
-}
-
-#else
 
 /// The last pass: takes the samples of the frames from `first` on from `source`, multiplies, writes and
 /// measures them.
@@ -109,20 +106,39 @@ std::uint32_t vectorBlockKernel(const BlockJob& job) {
     }
 }
 
-#endif
-
 } // namespace HWY_NAMESPACE
 } // namespace vello
 HWY_AFTER_NAMESPACE();
 
+namespace vello {
+template <> constexpr BlockKernel blockKernelFor<HWY_TARGET> = &HWY_NAMESPACE::vectorBlockKernel;
+} // namespace vello
+
+#endif
+
 #if HWY_ONCE
 namespace vello {
 
-HWY_EXPORT(vectorBlockKernel);
+namespace {
 
-BlockKernel selectBlockKernel() noexcept {
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    return &HWY_DYNAMIC_DISPATCH(vectorBlockKernel);
+/// In the order of Highway's numbers: the better an instruction set, the lower its number.
+template <std::size_t... bit>
+std::vector<BlockKernelVariant> vectorKernelsFor(std::int64_t targets, std::index_sequence<bit...>) {
+    std::vector<BlockKernelVariant> kernels;
+    const auto add = [&](std::int64_t target, BlockKernel kernel) {
+        if (kernel != nullptr && (targets & target) != 0)
+            kernels.push_back({hwy::TargetName(target), kernel});
+    };
+    (add(std::int64_t{1} << bit, blockKernelFor<std::int64_t{1} << bit>), ...);
+    return kernels;
+}
+
+} // namespace
+
+std::vector<BlockKernelVariant> blockKernels() {
+    auto kernels = vectorKernelsFor(HWY_SUPPORTED_TARGETS, std::make_index_sequence<63>());
+    kernels.push_back({"reference", &referenceBlockKernel});
+    return kernels;
 }
 
 } // namespace vello

@@ -195,7 +195,8 @@ void ProcessTap::createRealtimeContext() {
         logger_.error("Tap format for " + label_ +
                       " is not interleaved Float32; EQ bypassed, passthrough only");
     realtimeContext_ = std::make_shared<TapRealtimeContext>(
-        supportsEQ, static_cast<int>(streamDescription_->mChannelsPerFrame), linearVolume(settings_));
+        supportsEQ, static_cast<int>(streamDescription_->mChannelsPerFrame), linearVolume(settings_),
+        services_.kernel);
     publishSnapshot();
 }
 

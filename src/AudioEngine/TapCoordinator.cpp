@@ -28,9 +28,11 @@ void dropObserver(std::unique_ptr<CoreAudioPropertyObserver>& observer) {
 } // namespace
 
 TapCoordinator::TapCoordinator(AudioHardware& hardware, MainThread& mainThread, SystemLog& log,
-                               TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider)
-    : services_{hardware, mainThread, log, teardownQueue}, settingsProvider_(std::move(settingsProvider)),
-      logger_(log, kBundleIdentifier, "TapCoordinator"), watchdog_(*this, mainThread, log) {}
+                               TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider,
+                               const BlockKernelChoice& kernel)
+    : services_{hardware, mainThread, log, teardownQueue, kernel.chosen.kernel}, kernel_(kernel),
+      settingsProvider_(std::move(settingsProvider)), logger_(log, kBundleIdentifier, "TapCoordinator"),
+      watchdog_(*this, mainThread, log) {}
 
 TapCoordinator::~TapCoordinator() {
     dropObserver(defaultDeviceObserver_);
@@ -40,10 +42,16 @@ TapCoordinator::~TapCoordinator() {
 
 void TapCoordinator::start() {
     CrashGuard::install(services_.hardware);
+    logRefusedKernels();
     sweepOrphanedAggregates();
     installDeviceObservers();
     installSampleRateObserver();
     watchdog_.start();
+}
+
+void TapCoordinator::logRefusedKernels() const {
+    if (!kernel_.refused.empty())
+        logger_.error(kernel_.complaint());
 }
 
 void TapCoordinator::teardownAll() {

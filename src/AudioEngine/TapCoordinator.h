@@ -44,9 +44,11 @@ public:
         bool sourceIsAudible; ///< the application is listed as one that plays
     };
 
-    /// The master switch is off at first. All references outlive the coordinator.
+    /// The master switch is off at first. All references outlive the coordinator. `kernel` is what the taps
+    /// filter with; start() logs it if that is not the fastest.
     TapCoordinator(AudioHardware& hardware, MainThread& mainThread, SystemLog& log,
-                   TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider);
+                   TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider,
+                   const BlockKernelChoice& kernel = processBlockKernel());
     /// Invalidates every tap; their teardown may still be under way on the queue.
     ~TapCoordinator();
     TapCoordinator(const TapCoordinator&) = delete;
@@ -81,6 +83,7 @@ public:
     std::vector<WatchdogEntry> watchdogEntries() const;
 
 private:
+    void logRefusedKernels() const;
     EQSettings effectiveSettings(const std::string& sourceID) const;
     void publishTapStates();
     void destroyAll();
@@ -105,6 +108,7 @@ private:
     std::vector<std::string> tapKeys() const;
 
     TapServices services_;
+    const BlockKernelChoice& kernel_;
     bool isEnabled_ = false;
     Taps taps_;
     Published<TapStates> tapStates_;

@@ -19,16 +19,16 @@ double* alignedWithin(std::vector<double>& memory) {
 
 } // namespace
 
-TapRealtimeContext::TapRealtimeContext(bool canProcess, int channels, float initialVolume)
+TapRealtimeContext::TapRealtimeContext(bool canProcess, int channels, float initialVolume, BlockKernel kernel)
     : supportsEQ(canProcess), channelCount(std::max(channels, 1)),
       volumeTargetBits(std::bit_cast<std::uint32_t>(initialVolume)),
-      rt(static_cast<std::size_t>(channelCount), initialVolume) {}
+      rt(static_cast<std::size_t>(channelCount), initialVolume, kernel) {}
 
-TapRealtimeContext::Realtime::Realtime(std::size_t channels, float initialVolume)
+TapRealtimeContext::Realtime::Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel)
     : states(channels), delays(channels * delayLengthPerChannel),
       scratchMemory(kScratchSamples + kScratchAlignment / sizeof(double)),
       scratch(alignedWithin(scratchMemory)), ioBridge(channels), currentVolume(initialVolume),
-      kernel(selectBlockKernel()) {}
+      kernel(blockKernel) {}
 
 void TapRealtimeContext::Realtime::resetFilters() noexcept VELLO_REALTIME {
     std::fill(states.begin(), states.end(), CascadeState{});

@@ -3,6 +3,7 @@
 
 #include "AudioEngine/AudioSampleRingBuffer.h"
 #include "AudioEngine/BlockKernel.h"
+#include "AudioEngine/BlockKernelChoice.h"
 #include "AudioEngine/EQChainSnapshot.h"
 #include "AudioEngine/IOFrameBridge.h"
 
@@ -25,7 +26,8 @@ struct TapRealtimeContext {
 
     /// `canProcess`: the tap's format is interleaved 32-bit float; otherwise the callback only copies.
     /// `channels` below 1 counts as 1. `initialVolume` is linear; the first buffer begins with it.
-    TapRealtimeContext(bool canProcess, int channels, float initialVolume);
+    TapRealtimeContext(bool canProcess, int channels, float initialVolume,
+                       BlockKernel kernel = processBlockKernel().chosen.kernel);
 
     std::size_t delayCapacityBytes() const noexcept { return rt.delays.size() * sizeof(float); }
 
@@ -53,7 +55,7 @@ struct TapRealtimeContext {
 
     /// Touched by the callback only.
     struct Realtime {
-        Realtime(std::size_t channels, float initialVolume);
+        Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel);
 
         /// Zeroes the filters' memory.
         void resetFilters() noexcept VELLO_REALTIME;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "AudioEngine/BlockKernelChoice.h"
 #include "AudioEngine/TapTeardownQueue.h"
 #include "Platform/AudioHardware.h"
 #include "Platform/MainThread.h"
@@ -15,6 +16,7 @@ struct TapServices {
     MainThread& mainThread;
     SystemLog& log;
     TapTeardownQueue& teardownQueue;
+    BlockKernel kernel = processBlockKernel().chosen.kernel;
 };
 
 } // namespace vello

@@ -26,7 +26,7 @@ struct Coordinator : testing::Test {
     void makeCoordinator() {
         coordinator = std::make_unique<TapCoordinator>(
             hardware, mainThread, log, queue,
-            [this](const std::string& sourceID) { return settings[sourceID]; });
+            [this](const std::string& sourceID) { return settings[sourceID]; }, kernel);
     }
     void start() {
         makeCoordinator();
@@ -64,6 +64,7 @@ struct Coordinator : testing::Test {
     FakeAudioHardware hardware{mainThread};
     TapTeardownQueue queue;
     std::map<std::string, EQSettings> settings;
+    BlockKernelChoice kernel = processBlockKernel();
     AudioObjectID speakers = hardware.addDevice({.uid = "speakers", .name = "Speakers"});
     AudioObjectID headset = hardware.addDevice({.uid = "headset", .name = "Headset"});
     AudioProcessGroup a = makeGroup("a", 50);

@@ -48,6 +48,27 @@ TEST_F(Coordinator, ListensToTheDefaultOutputAndItsRate) {
     EXPECT_EQ(hardware.listenerCount(headset, kAudioDevicePropertyNominalSampleRate), 0U);
 }
 
+// The kernel
+
+TEST_F(Coordinator, SaysOnceThatAKernelIsWrongAndFiltersWithTheNext) {
+    const auto silent = [](const BlockJob&) { return std::uint32_t{0}; };
+    const auto next = [](const BlockJob& job) { return referenceBlockKernel(job); };
+    const BlockKernelVariant candidates[] = {
+        {"FAST", silent}, {"SLOW", next}, {"reference", &referenceBlockKernel}};
+    kernel = chooseBlockKernel(candidates);
+    startWith({a, b});
+    EXPECT_THAT(log.messages(LogLevel::error),
+                ElementsAre("Filters for FAST give wrong results on this processor; using SLOW"));
+    EXPECT_EQ(tap("a")->realtimeContext()->rt.kernel, BlockKernel{next});
+    EXPECT_EQ(tap("b")->realtimeContext()->rt.kernel, BlockKernel{next});
+}
+
+TEST_F(Coordinator, SaysNothingOfAKernelThatIsRight) {
+    startWith({a});
+    EXPECT_THAT(log.messages(LogLevel::error), IsEmpty());
+    EXPECT_EQ(tap("a")->realtimeContext()->rt.kernel, blockKernels().front().kernel);
+}
+
 // Groups and the master switch
 
 TEST_F(Coordinator, OneTapPerGroup) {

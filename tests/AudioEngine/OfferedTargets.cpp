@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+// Highway is asked here as the kernels do not ask it: nothing is disabled, everything wanted.
+#define HWY_DISABLED_TARGETS 0
+#define HWY_COMPILE_ALL_ATTAINABLE
+#define HWY_WANT_AVX3_DL
+#define HWY_WANT_AVX3_ZEN4
+#include <hwy/detect_targets.h>
+
+#include "OfferedTargets.h"
+
+namespace vello::test {
+
+std::int64_t targetsThatHighwayOffers() {
+    return HWY_TARGETS;
+}
+
+} // namespace vello::test

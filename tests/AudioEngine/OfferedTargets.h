@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+namespace vello::test {
+
+/// Every instruction set that the installed Highway would compile code for if nobody forbade it any.
+std::int64_t targetsThatHighwayOffers();
+
+} // namespace vello::test
