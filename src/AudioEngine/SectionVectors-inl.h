@@ -69,8 +69,8 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         return hn::Eq(hn::Load(d, placeOfLane), hn::Set(d, static_cast<double>(place)));
     }
 
-    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which loadFrame() gave: only
-    /// its lowest place is read.
+    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which must be what loadFrame()
+    /// gave: nothing is read of it that loadFrame() does not promise.
     static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
         if constexpr (kPlaces == 1)
             return frame;
@@ -91,11 +91,14 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         HWY_ALIGN std::int64_t from[kLanes];
         for (std::size_t lane = 0; lane < kLanes; ++lane)
             from[lane] = static_cast<std::int64_t>((lane + kChannels) % kLanes);
-        const Vector entered = hn::IfThenElse(onlyPlace(kPlaces - 1), frame, outputs);
-        return hn::TableLookupLanes(entered, hn::SetTableIndices(d, from));
+        const auto turn = hn::SetTableIndices(d, from);
+        if constexpr (kChannels == 1) // the frame is everywhere, and faster put in last
+            return hn::IfThenElse(onlyPlace(0), frame, hn::TableLookupLanes(outputs, turn));
+        else
+            return hn::TableLookupLanes(hn::IfThenElse(onlyPlace(kPlaces - 1), frame, outputs), turn);
     }
 
-    /// One value a channel, in the lowest place at least.
+    /// One value a channel, in the lowest place at least; a single channel's in every lane.
     static HWY_INLINE Vector loadFrame(const double* samples) {
         if constexpr (kChannels == 1)
             return hn::Set(D(), *samples);
