@@ -20,8 +20,8 @@ std::string failureText(const char* verb, AudioObjectID object, OSStatus status)
 CoreAudioPropertyObserver::CoreAudioPropertyObserver(AudioHardware& hardware, SystemLog& log,
                                                      AudioObjectID objectID, FourCharCode selector,
                                                      FourCharCode scope, Action onChange)
-    : hardware_(hardware), logger_(log, kBundleIdentifier, "CoreAudioPropertyObserver"),
-      objectID_(objectID), address_{selector, scope, kAudioObjectPropertyElementMain},
+    : hardware_(hardware), logger_(log, kBundleIdentifier, "CoreAudioPropertyObserver"), objectID_(objectID),
+      address_({selector, scope, kAudioObjectPropertyElementMain}),
       listenerBlock_(std::make_shared<const Action>(std::move(onChange))) {
     const auto listener = [block = std::weak_ptr(listenerBlock_)] {
         if (const auto action = block.lock())

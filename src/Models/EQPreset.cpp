@@ -25,10 +25,11 @@ constexpr std::array<Curve, 6> kCurves{{
     {EQPreset::bright, "bright", "Bright", {0, 0, 0, 0, 1, 3, 5, 6}},
 }};
 
-constexpr auto kAllCases = []<std::size_t... Index>(std::index_sequence<Index...>) {
+template <std::size_t... Index> constexpr auto presets(std::index_sequence<Index...>) {
     return std::array{kCurves[Index].preset...};
 }
-(std::make_index_sequence<kCurves.size()>());
+
+constexpr auto kAllCases = presets(std::make_index_sequence<kCurves.size()>());
 static_assert(std::ranges::all_of(kAllCases,
                                   [](EQPreset preset) { return kCurves[preset].preset == preset; }),
               "a curve stands at its case's place");

@@ -55,7 +55,7 @@ bool readInto(std::string& content, int descriptor, std::size_t atMost) {
 
 std::optional<std::string> readFile(const fs::path& file, std::size_t atMost) {
     const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct stat status {};
+    struct stat status = {};
     if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
     std::string content;

@@ -38,7 +38,7 @@ fs::path finalPlace(fs::path file) {
 }
 
 mode_t usualMode(const fs::path& target) {
-    struct stat existing {};
+    struct stat existing = {};
     if (::stat(target.c_str(), &existing) == 0)
         return existing.st_mode & static_cast<mode_t>(07777);
     const mode_t mask = ::umask(0);

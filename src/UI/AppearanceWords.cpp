@@ -9,9 +9,11 @@
 namespace vello {
 namespace {
 
+using Choice = std::optional<bool> AppearanceChoices::*;
+
 struct PlainWord {
     QLatin1String word;
-    std::optional<bool> AppearanceChoices::*choice;
+    Choice choice;
     bool value;
 };
 

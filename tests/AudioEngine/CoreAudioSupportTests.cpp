@@ -248,7 +248,7 @@ TEST_F(PropertyObserver, IsSilentOnceInvalidatedAlsoForWhatWasUnderWay) {
 }
 
 TEST_F(PropertyObserver, DroppedWithoutInvalidatingIsSilentButStaysRegistered) {
-    { const auto observer = makeObserver(device); }
+    makeObserver(device);
     hardware.setString(device, kAudioObjectPropertyName, "B");
     mainThread.runPosted();
     EXPECT_EQ(changes, 0);

@@ -110,7 +110,8 @@ const std::map<std::string, Prepare> kScenes{
      [](PanelScene& scene) { scene.loginItem.failsToChange = true, scene.model->setLaunchesAtLogin(true); }},
     {"preset",
      [](PanelScene& scene) {
-         startPlaying(scene), openCard(scene, {-2, -1, 0, 2, 4, 4, 2, 0});
+         startPlaying(scene);
+         openCard(scene, {-2, -1, 0, 2, 4, 4, 2, 0});
      }},
     {"many",
      [](PanelScene& scene) {

@@ -17,7 +17,7 @@ constexpr std::string_view kAllowed = "capture allowed\n";
 constexpr std::string_view kDenied = "capture denied\n";
 
 bool isUsersAlone(int descriptor) {
-    struct stat status {};
+    struct stat status = {};
     return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() &&
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }

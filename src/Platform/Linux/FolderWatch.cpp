@@ -119,7 +119,7 @@ bool FolderWatch::isOfTheFolder(const inotify_event& event) const {
 }
 
 FolderWatch::Identity FolderWatch::identity() const {
-    struct stat status {};
+    struct stat status = {};
     return ::stat(folder_.c_str(), &status) == 0 ? Identity{status.st_dev, status.st_ino} : Identity{};
 }
 

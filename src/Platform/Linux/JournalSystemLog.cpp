@@ -52,7 +52,7 @@ bool isNullDevice(const struct stat& status) {
 } // namespace
 
 JournalSystemLog::Target JournalSystemLog::Target::fromEnvironment() {
-    struct stat status {};
+    struct stat status = {};
     const bool isOpen = ::fstat(STDERR_FILENO, &status) == 0;
     const char* wanted = std::getenv("VELLO_LOG");
     return {STDERR_FILENO, !isOpen || isNullDevice(status) || isJournalStream(status),

@@ -44,7 +44,7 @@ std::optional<std::string> readSmallFile(const std::filesystem::path& file, std:
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags);
     if (descriptor < 0)
         return std::nullopt;
-    struct stat status {};
+    struct stat status = {};
     std::optional<std::string> content;
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
         content = readFrom(descriptor, atMost);

@@ -20,7 +20,7 @@ constexpr std::array kSignals{SIGTERM, SIGINT, SIGHUP};
 constexpr std::chrono::milliseconds kForever{-1};
 
 bool isIgnored(int signal) {
-    struct sigaction action {};
+    struct sigaction action = {};
     return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 

@@ -132,7 +132,7 @@ private:
 
 TEST_F(JournalSystemLogTest, TakesTheJournalWhenStandardErrorIsItsStream) {
     const RedirectedErrors errors(descriptor_);
-    struct stat status {};
+    struct stat status = {};
     ASSERT_EQ(::fstat(descriptor_, &status), 0);
     const std::string stream = std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
     ::setenv("JOURNAL_STREAM", stream.c_str(), 1);

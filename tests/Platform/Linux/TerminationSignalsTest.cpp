@@ -48,8 +48,8 @@ protected:
         char* arguments[] = {name, nullptr};
         QCoreApplication application(argumentCount, arguments);
         QtMainThread mainThread;
-        TerminationSignals termination(
-            mainThread, [] { QCoreApplication::quit(); }, patience);
+        const auto quit = [] { QCoreApplication::quit(); };
+        TerminationSignals termination(mainThread, quit, patience);
         termination.onWillTerminate([&] {
             if (twice)
                 ::kill(::getpid(), signal);

@@ -80,9 +80,8 @@ const pw_link_events AudioGraph::Mirror::linkEvents = [] {
     table.version = PW_VERSION_LINK_EVENTS;
     table.info = [](void* data, const pw_link_info* info) {
         const auto* bound = static_cast<Bound*>(data);
-        bound->mirror->change([&](GraphState& state) {
-            state.links[bound->id] = {info->output_node_id, info->input_node_id};
-        });
+        const GraphLink link{info->output_node_id, info->input_node_id};
+        bound->mirror->change([&](GraphState& state) { state.links[bound->id] = link; });
     };
     return table;
 }();
