@@ -5,6 +5,7 @@
 #include "Control/CommandLine.h"
 #include "LinuxApplication.h"
 #include "OnlyInstance.h"
+#include "Platform/Linux/CharacterEncoding.h"
 #include "Platform/Linux/LinuxConsentStore.h"
 
 #include <QCoreApplication>
@@ -53,6 +54,7 @@ int runPermissionCommand(PermissionAction action) {
 } // namespace vello
 
 int main(int argumentCount, char** arguments) {
+    vello::useUTF8();
     try {
         const vello::ParsedCommand parsed =
             vello::parseCommandLine(argumentCount, arguments, std::cout, std::cerr);

@@ -5,6 +5,7 @@
 #include "Models/Product.h"
 #include "OnlyInstance.h"
 #include "Platform/Linux/AutostartLoginItem.h"
+#include "Platform/Linux/CharacterEncoding.h"
 #include "UI/ApplicationIconImages.h"
 #include "UI/LaunchAtLoginController.h"
 #include "UI/PanelShell.h"
@@ -91,6 +92,7 @@ int runPanel(int argumentCount, char** arguments) {
 /// The tray application. A program of its own, started by `vello`, so that nothing else has to load what
 /// draws windows.
 int main(int argumentCount, char** arguments) {
+    vello::useUTF8();
     try {
         return vello::runPanel(argumentCount, arguments);
     } catch (const vello::AlreadyRunning&) {

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Platform/Linux/CharacterEncoding.h"
 #include "Platform/Linux/UserFolders.h"
 #include "UI/ApplicationIconImages.h"
 
@@ -99,6 +100,7 @@ bool canBeDrawn(const QIcon& icon) {
 /// file that was made to hang or to fill the memory does that to nobody else.
 int main(int argumentCount, char** arguments) {
     vello::limitThisProcess();
+    vello::useUTF8();
     qputenv("QT_QPA_PLATFORM", "offscreen");
     int ownName = 1; // what follows are names, also when they look like options of the toolkit
     const QGuiApplication application(ownName, arguments);

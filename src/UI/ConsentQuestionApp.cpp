@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Models/Localization.h"
 #include "Models/Product.h"
+#include "Platform/Linux/CharacterEncoding.h"
 #include "UI/ConsentAnswerCodes.h"
 #include "UI/ConsentQuestion.h"
 
@@ -15,6 +16,7 @@
 int main(int argumentCount, char** arguments) {
     // An answer that nobody waits for any more would go unheard.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    vello::useUTF8();
     const QApplication application(argumentCount, arguments);
     vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
     QGuiApplication::setApplicationDisplayName(vello::kApplicationName);
