@@ -40,6 +40,7 @@ T.AbstractButton {
         id: drawing
 
         anchors.centerIn: parent
+        anchors.alignWhenCentered: false // symbolMargin reckons with the very middle
         name: root.symbol
         pointSize: Math.min(root.symbolSize, root.largestSymbolSize)
         color: root.symbolColor

@@ -42,6 +42,7 @@ T.CheckBox {
         id: drawing
 
         anchors.centerIn: parent
+        anchors.alignWhenCentered: false // symbolMargin reckons with the very middle
         name: root.symbol
         pointSize: Math.min(Theme.headline, root.implicitWidth / 1.3) // it is 1.3 times as wide
         color: root.isOn ? Theme.accent : Theme.tertiary

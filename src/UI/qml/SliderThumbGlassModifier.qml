@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-import QtQuick
 import Vello
 
 /// The glass of a slider's thumb, or a plain material where transparency is reduced. Increased contrast puts a ring on it.
