@@ -20,7 +20,8 @@ protected:
         std::ostringstream text;
         const auto folder = session().stateHome() / "wireplumber";
         for (const auto* name : {"restore-stream", "stream-properties"})
-            text << std::ifstream(folder / name).rdbuf();
+            if (std::ifstream file(folder / name); file) // the empty buffer of a missing one would end `text`
+                text << file.rdbuf();
         return text.str();
     }
     /// Waits until the saved choice names that output; the session manager writes about a second late.
