@@ -34,6 +34,20 @@ protected:
                 monitor("output-a").record(2048);
         return true;
     }
+    /// Moves a player to output-b, ends it and starts another: true when the server gave the second one's
+    /// stream the number of the first one's. Which of the free numbers it gives depends on who left last.
+    bool replaceMovedPlayer(const std::string& first, const std::string& second) {
+        play({.name = first, .applicationID = "org.example." + first});
+        if (!awaitTapped(first))
+            return false;
+        const auto number = graph().state().nodeNamed(first)->id;
+        graph().moveStream(number, "output-b");
+        if (!awaitWay("output-b", Way::tapped))
+            return false;
+        endPlayer(first);
+        play({.name = second, .applicationID = "org.example." + second});
+        return awaitTapped(second) && graph().state().nodeNamed(second)->id == number;
+    }
     /// What a PulseAudio mixer does when the user moves the only stream; true when the graph has heard of it.
     ///
     /// This mixer hangs up as soon as it has its answer. Then the servers may find the hang-up and the
@@ -143,15 +157,11 @@ TEST_F(VelloRouting, leavesAStreamWhereTheUserMovedItWhenItIsKilled) {
 TEST_F(VelloRouting, takesNoTargetOverFromAStreamThatHadTheSameNumber) {
     writeSettings(session(), {{systemSource, {.volume = 0.5}}});
     startVello();
-    play({.name = "first", .applicationID = "org.example.first"});
-    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
-    const auto number = graph().state().nodeNamed("first")->id;
-    graph().moveStream(number, "output-b");
-    ASSERT_TRUE(awaitWay("output-b", Way::tapped));
-    endPlayer("first");
-    play({.name = "second", .applicationID = "org.example.second"});
-    ASSERT_TRUE(awaitTapped("second"));
-    ASSERT_EQ(graph().state().nodeNamed("second")->id, number) << "the server did not give the number anew";
+    int attempt = 1;
+    while (!replaceMovedPlayer("first-" + std::to_string(attempt), "second-" + std::to_string(attempt))) {
+        ASSERT_LT(attempt, 10) << "the server does not give the number anew";
+        endPlayer("second-" + std::to_string(attempt++));
+    }
     EXPECT_TRUE(awaitWay("output-a", Way::tapped));
     EXPECT_TRUE(awaitWay("output-b", Way::silent));
 }
