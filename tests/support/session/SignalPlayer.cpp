@@ -4,6 +4,7 @@
 // Standard input takes one word a line: "open" adds a stream to the running client, "close" ends the last
 // one, "pause" and "resume" stop and start them all. Ends at SIGTERM or SIGINT or at the end of standard
 // input.
+#include "ClientConfiguration.h"
 #include "Signals.h"
 #include "SoundFormat.h"
 
@@ -128,7 +129,7 @@ class Player {
 public:
     explicit Player(PlayerOptions options) : options_(std::move(options)), loop_(pw_main_loop_new(nullptr)) {
         context_ = pw_context_new(pw_main_loop_get_loop(loop_),
-                                  pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+                                  pw_properties_new(PW_KEY_CONFIG_NAME, clientConfiguration, nullptr), 0);
         for (int i = 0; i < options_.clients; ++i)
             cores_.push_back(connect(i));
         for (int i = 0; i < options_.clients; ++i)
