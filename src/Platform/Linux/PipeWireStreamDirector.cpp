@@ -42,8 +42,9 @@ std::optional<MetadataValue> asChosen(std::optional<MetadataValue> targetNode) {
 } // namespace
 
 PipeWireStreamDirector::PipeWireStreamDirector(PipeWireGraph& graph,
-                                               std::function<void(AudioObjectID)> ownTargetChanged)
-    : graph_(graph), ownTargetChanged_(std::move(ownTargetChanged)) {}
+                                               std::function<void(AudioObjectID)> ownTargetChanged,
+                                               std::function<bool()> isGivenUp)
+    : graph_(graph), ownTargetChanged_(std::move(ownTargetChanged)), isGivenUp_(std::move(isGivenUp)) {}
 
 void PipeWireStreamDirector::direct(const std::string& captureName, std::vector<AudioObjectID> processes) {
     captures_.push_back({captureName, std::move(processes)});
@@ -110,6 +111,8 @@ void PipeWireStreamDirector::followTargetObject(DirectedStream& stream) const {
 }
 
 void PipeWireStreamDirector::write(std::uint32_t nodeID, DirectedStream& stream) {
+    if (isGivenUp_())
+        return;
     graph_.setTarget(nodeID, kTargetObjectKey, targetByName(stream.captureName));
     // Our target makes the session manager forget the output that it had saved for this application. It saves
     // it again when the target node is written anew, while ours stays in force.
@@ -173,6 +176,14 @@ bool PipeWireStreamDirector::needsNoTarget(const GraphStream& stream) const {
     return graph_.hasOnlyTargets(stream.nodeID) && (!targetNode || isWhereItGoesAnyway(stream, *targetNode));
 }
 
+std::vector<std::uint32_t> PipeWireStreamDirector::staleStreams() const {
+    std::vector<std::uint32_t> stale;
+    for (const GraphStream* stream : graph_.streams())
+        if (isStale(*stream))
+            stale.push_back(stream->nodeID);
+    return stale;
+}
+
 void PipeWireStreamDirector::takeBackStale() {
     std::vector<const GraphStream*> stale;
     for (const GraphStream* stream : graph_.streams())
@@ -214,6 +225,9 @@ void PipeWireStreamDirector::targetChanged(std::uint32_t nodeID, const std::stri
                 ownTargetChanged_(client->objectID);
         return;
     }
+    // What was given up is taken away by whoever gives it back, and not by the user.
+    if (!value && isGivenUp_())
+        return;
     DirectedStream& stream = entry->second;
     if (key == kTargetObjectKey) {
         if (namesACapture(value))
@@ -245,6 +259,11 @@ void PipeWireStreamDirector::metadataKnown() {
             direct(stream->nodeID, capture->name);
     takeBackStale();
     rewriteChoices();
+}
+
+void PipeWireStreamDirector::directAgain() {
+    for (auto& [nodeID, stream] : directed_)
+        write(nodeID, stream);
 }
 
 void PipeWireStreamDirector::reset() {

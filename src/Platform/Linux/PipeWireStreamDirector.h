@@ -19,8 +19,11 @@ namespace vello {
 /// and restored on release. The control loop's lock guards all of it.
 class PipeWireStreamDirector {
 public:
-    /// `ownTargetChanged` is told the process object whose stream the user moved meanwhile.
-    PipeWireStreamDirector(PipeWireGraph& graph, std::function<void(AudioObjectID process)> ownTargetChanged);
+    /// `ownTargetChanged` is told the process object whose stream the user moved meanwhile. While
+    /// `isGivenUp`, no stream is directed anywhere: another process gives them back.
+    PipeWireStreamDirector(
+        PipeWireGraph& graph, std::function<void(AudioObjectID process)> ownTargetChanged,
+        std::function<bool()> isGivenUp = [] { return false; });
 
     /// Directs every stream of the processes, those that appear later too, to the node with this name. Of
     /// several captures of one process the newest has its streams.
@@ -41,11 +44,15 @@ public:
     /// The session manager has told all its metadata: takes away what a run that died left, and directs anew
     /// what the session manager has forgotten.
     void metadataKnown();
+    /// Streams that are directed to a capture of a run that died.
+    std::vector<std::uint32_t> staleStreams() const;
     /// Takes away the redirects of a run that died, as fast as the session manager can move the streams. To
     /// be followed by rewriteChoices when it has heard of that.
     void takeBackStale();
     /// Has the session manager save the users' choices again, which it forgot with our redirects.
     void rewriteChoices();
+    /// The streams were given up, and are no more: directs them anew.
+    void directAgain();
     /// The connection is gone, and with it every stream.
     void reset();
 
@@ -78,6 +85,7 @@ private:
 
     PipeWireGraph& graph_;
     std::function<void(AudioObjectID)> ownTargetChanged_;
+    std::function<bool()> isGivenUp_;
     std::vector<Capture> captures_;
     std::map<std::uint32_t, DirectedStream> directed_;
     /// Target nodes of streams that were taken back.
