@@ -4,6 +4,7 @@
 #include "ProcessUsage.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 
 #include <sys/ptrace.h>
@@ -31,7 +32,20 @@ private:
     pid_t thread_;
 };
 
-class VelloFreezes : public EightPlayersTest {
+class VelloStands : public EightPlayersTest {
+protected:
+    /// How often VELLO says that it has stood still.
+    int confessions() {
+        const std::string said = vello().output();
+        int count = 0;
+        for (auto at = said.find("Stood still"); at != std::string::npos;
+             at = said.find("Stood still", at + 1))
+            ++count;
+        return count;
+    }
+};
+
+class VelloFreezes : public VelloStands {
 protected:
     void SetUp() override {
         openSession();
@@ -59,15 +73,6 @@ protected:
         const auto moment = std::chrono::steady_clock::now();
         EXPECT_TRUE(awaitAll(tapped, againWithin));
         report("heard with their settings after", moment);
-    }
-    /// How often VELLO says that it has stood still.
-    int confessions() {
-        const std::string said = vello().output();
-        int count = 0;
-        for (auto at = said.find("Stood still"); at != std::string::npos;
-             at = said.find("Stood still", at + 1))
-            ++count;
-        return count;
     }
 
 private:
@@ -123,6 +128,44 @@ TEST_F(VelloFreezes, withTheWholeSessionAndNobodyTakesItForDead) {
     ASSERT_TRUE(awaitAll(tapped));
     monitor("output-a").record(3 * 48000);
     EXPECT_TRUE(awaitAll(tapped));
+    EXPECT_EQ(confessions(), 0);
+}
+
+/// How long the machine is kept busy: a few seconds, or as long as whoever measures wants it.
+std::chrono::seconds loadTime() {
+    const char* const wanted = std::getenv("VELLO_LOAD_SECONDS");
+    return std::chrono::seconds(wanted != nullptr ? std::atoi(wanted) : 4);
+}
+
+TEST_F(VelloStands, underLoadWithoutBeingTakenForFrozen) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    forgetMonitors();
+    std::vector<std::unique_ptr<ChildProcess>> busy;
+    while (busy.size() < 20)
+        busy.push_back(session().start("busy", {"sh", "-c", "while :; do :; done"}));
+    ASSERT_FALSE(vello().waitForExit(loadTime()));
+    EXPECT_EQ(confessions(), 0);
+    EXPECT_TRUE(isTapped(graph().state(), "player"));
+    busy.clear();
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+}
+
+TEST_F(VelloStands, withAPausedApplicationWithoutBeingTakenForFrozen) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    auto& player = play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    // Without a recorder the graph comes to rest.
+    forgetMonitors();
+    player.writeLine("pause");
+    ASSERT_FALSE(vello().waitForExit(4s));
+    player.writeLine("resume");
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
     EXPECT_EQ(confessions(), 0);
 }
 
