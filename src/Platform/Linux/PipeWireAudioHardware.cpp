@@ -44,7 +44,7 @@ public:
           director(
               graph,
               [this](AudioObjectID process) { listeners.changed(process, kAudioProcessPropertyDevices); },
-              [this] { return guard != nullptr && guard->isGivenUp(); }),
+              guard),
           taps(
               connection, graph, director, mainThread, [this] { return nextObjectID(); },
               [this](AudioObjectID object, FourCharCode selector) { listeners.changed(object, selector); }),

@@ -198,6 +198,16 @@ bool PipeWireRedirectGuard::isGivenUp() const noexcept {
     return board_ != nullptr && (board_->isDying || board_->care != Care::guarded);
 }
 
+void PipeWireRedirectGuard::directed(std::uint32_t nodeID) noexcept {
+    if (board_ != nullptr)
+        board_->directed.add(nodeID);
+}
+
+void PipeWireRedirectGuard::released(std::uint32_t nodeID) noexcept {
+    if (board_ != nullptr)
+        board_->directed.remove(nodeID);
+}
+
 bool PipeWireRedirectGuard::mayTakeAgain() const noexcept {
     return board_ != nullptr && board_->care == Care::givenUp;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Platform/Linux/RedirectKeeper.h"
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -27,14 +29,14 @@ inline constexpr const char* kRedirectGuardProgram = "vello-redirect-guard";
 ///
 /// The guard is a program of its own and is started as such, not forked: it is replaced when it ends, and by
 /// then this process has threads, whose locks a fork would inherit as they happen to be.
-class PipeWireRedirectGuard {
+class PipeWireRedirectGuard final : public RedirectKeeper {
 public:
     /// Starts `program`; on the main thread, which has to outlive every other. Without a guard, when the
     /// system refuses one, a killed process's redirects stay until the next start.
     explicit PipeWireRedirectGuard(const std::filesystem::path& program);
     /// Sends the guard away: this process gives the streams back itself. Kills a guard that does not leave
     /// within a second. On the thread of the construction.
-    ~PipeWireRedirectGuard();
+    ~PipeWireRedirectGuard() override;
     PipeWireRedirectGuard(const PipeWireRedirectGuard&) = delete;
     PipeWireRedirectGuard& operator=(const PipeWireRedirectGuard&) = delete;
 
@@ -49,9 +51,9 @@ public:
     /// Data thread too.
     void beatOnDataThread() noexcept;
     std::uint32_t beatsOnDataThread() const noexcept;
-    /// Whether the streams are the guard's, who gives them back or has done so: nothing may be directed to
-    /// this process. Any thread.
-    bool isGivenUp() const noexcept;
+    bool isGivenUp() const noexcept override;
+    void directed(std::uint32_t nodeID) noexcept override;
+    void released(std::uint32_t nodeID) noexcept override;
     /// Whether this process may take its streams again: it has been given up, and the guard is done with it.
     bool mayTakeAgain() const noexcept;
     /// This process has come to, and directs the streams to itself again.

@@ -43,8 +43,8 @@ std::optional<MetadataValue> asChosen(std::optional<MetadataValue> targetNode) {
 
 PipeWireStreamDirector::PipeWireStreamDirector(PipeWireGraph& graph,
                                                std::function<void(AudioObjectID)> ownTargetChanged,
-                                               std::function<bool()> isGivenUp)
-    : graph_(graph), ownTargetChanged_(std::move(ownTargetChanged)), isGivenUp_(std::move(isGivenUp)) {}
+                                               RedirectKeeper* keeper)
+    : graph_(graph), ownTargetChanged_(std::move(ownTargetChanged)), keeper_(keeper) {}
 
 void PipeWireStreamDirector::direct(const std::string& captureName, std::vector<AudioObjectID> processes) {
     captures_.push_back({captureName, std::move(processes)});
@@ -111,8 +111,10 @@ void PipeWireStreamDirector::followTargetObject(DirectedStream& stream) const {
 }
 
 void PipeWireStreamDirector::write(std::uint32_t nodeID, DirectedStream& stream) {
-    if (isGivenUp_())
+    if (isGivenUp())
         return;
+    if (keeper_ != nullptr)
+        keeper_->directed(nodeID);
     graph_.setTarget(nodeID, kTargetObjectKey, targetByName(stream.captureName));
     // Our target makes the session manager forget the output that it had saved for this application. It saves
     // it again when the target node is written anew, while ours stays in force.
@@ -131,6 +133,12 @@ void PipeWireStreamDirector::giveBack(std::uint32_t nodeID) {
     // After ours is gone, so that the session manager saves the choice and not its absence.
     if (stream.ownTargetNode)
         graph_.setTarget(nodeID, kTargetNodeKey, stream.ownTargetNode);
+    released(nodeID);
+}
+
+void PipeWireStreamDirector::released(std::uint32_t nodeID) {
+    if (keeper_ != nullptr)
+        keeper_->released(nodeID);
 }
 
 const GraphSink* PipeWireStreamDirector::ownTarget(const GraphStream& stream) const {
@@ -176,18 +184,20 @@ bool PipeWireStreamDirector::needsNoTarget(const GraphStream& stream) const {
     return graph_.hasOnlyTargets(stream.nodeID) && (!targetNode || isWhereItGoesAnyway(stream, *targetNode));
 }
 
-std::vector<std::uint32_t> PipeWireStreamDirector::staleStreams() const {
+std::vector<std::uint32_t>
+PipeWireStreamDirector::staleStreams(const std::vector<std::uint32_t>& directed) const {
     std::vector<std::uint32_t> stale;
     for (const GraphStream* stream : graph_.streams())
-        if (isStale(*stream))
+        if (isStale(*stream) || (std::ranges::find(directed, stream->nodeID) != directed.end() &&
+                                 !graph_.target(stream->nodeID, kTargetObjectKey)))
             stale.push_back(stream->nodeID);
     return stale;
 }
 
-void PipeWireStreamDirector::takeBackStale() {
+void PipeWireStreamDirector::takeBack(const std::vector<std::uint32_t>& nodeIDs) {
     std::vector<const GraphStream*> stale;
-    for (const GraphStream* stream : graph_.streams())
-        if (isStale(*stream))
+    for (const std::uint32_t nodeID : nodeIDs)
+        if (const GraphStream* stream = graph_.stream(nodeID))
             stale.push_back(stream);
     for (const GraphStream* stream : stale)
         if (const auto targetNode = asChosen(graph_.target(stream->nodeID, kTargetNodeKey)))
@@ -213,6 +223,7 @@ void PipeWireStreamDirector::rewriteChoices() {
 }
 
 void PipeWireStreamDirector::streamVanished(std::uint32_t nodeID) {
+    released(nodeID);
     directed_.erase(nodeID);
 }
 
@@ -226,7 +237,7 @@ void PipeWireStreamDirector::targetChanged(std::uint32_t nodeID, const std::stri
         return;
     }
     // What was given up is taken away by whoever gives it back, and not by the user.
-    if (!value && isGivenUp_())
+    if (!value && isGivenUp())
         return;
     DirectedStream& stream = entry->second;
     if (key == kTargetObjectKey) {
@@ -267,6 +278,8 @@ void PipeWireStreamDirector::directAgain() {
 }
 
 void PipeWireStreamDirector::reset() {
+    for (const auto& [nodeID, stream] : directed_)
+        released(nodeID);
     captures_.clear();
     directed_.clear();
     choices_.clear();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "PipeWireGraph.h"
+#include "RedirectKeeper.h"
 
 #include <functional>
 #include <map>
@@ -19,11 +20,10 @@ namespace vello {
 /// and restored on release. The control loop's lock guards all of it.
 class PipeWireStreamDirector {
 public:
-    /// `ownTargetChanged` is told the process object whose stream the user moved meanwhile. While
-    /// `isGivenUp`, no stream is directed anywhere: another process gives them back.
-    PipeWireStreamDirector(
-        PipeWireGraph& graph, std::function<void(AudioObjectID process)> ownTargetChanged,
-        std::function<bool()> isGivenUp = [] { return false; });
+    /// `ownTargetChanged` is told the process object whose stream the user moved meanwhile. `keeper`, if any,
+    /// is told what is directed, and can have it given up for a while.
+    PipeWireStreamDirector(PipeWireGraph& graph, std::function<void(AudioObjectID process)> ownTargetChanged,
+                           RedirectKeeper* keeper = nullptr);
 
     /// Directs every stream of the processes, those that appear later too, to the node with this name. Of
     /// several captures of one process the newest has its streams.
@@ -44,11 +44,14 @@ public:
     /// The session manager has told all its metadata: takes away what a run that died left, and directs anew
     /// what the session manager has forgotten.
     void metadataKnown();
-    /// Streams that are directed to a capture of a run that died.
-    std::vector<std::uint32_t> staleStreams() const;
+    /// Streams that are directed to a capture of a run that died: those that the metadata shows, and those of
+    /// `directed` of which it shows nothing else.
+    std::vector<std::uint32_t> staleStreams(const std::vector<std::uint32_t>& directed = {}) const;
     /// Takes away the redirects of a run that died, as fast as the session manager can move the streams. To
     /// be followed by rewriteChoices when it has heard of that.
-    void takeBackStale();
+    void takeBackStale() { takeBack(staleStreams()); }
+    /// The same for the streams of these nodes.
+    void takeBack(const std::vector<std::uint32_t>& nodeIDs);
     /// Has the session manager save the users' choices again, which it forgot with our redirects.
     void rewriteChoices();
     /// The streams were given up, and are no more: directs them anew.
@@ -82,10 +85,12 @@ private:
     /// The target node that says the same as the own target object.
     void followTargetObject(DirectedStream& stream) const;
     void userMoved(std::uint32_t nodeID, DirectedStream& stream);
+    bool isGivenUp() const { return keeper_ != nullptr && keeper_->isGivenUp(); }
+    void released(std::uint32_t nodeID);
 
     PipeWireGraph& graph_;
     std::function<void(AudioObjectID)> ownTargetChanged_;
-    std::function<bool()> isGivenUp_;
+    RedirectKeeper* keeper_;
     std::vector<Capture> captures_;
     std::map<std::uint32_t, DirectedStream> directed_;
     /// Target nodes of streams that were taken back.

@@ -25,13 +25,13 @@ RedirectCleanup::~RedirectCleanup() {
     connection_.stop();
 }
 
-void RedirectCleanup::giveBack(std::function<void()> moved) {
+void RedirectCleanup::giveBack(const std::vector<std::uint32_t>& directed, std::function<void()> moved) {
     const std::lock_guard turn(oneAtATime_);
     PipeWireLock lock(connection_);
-    captured_ = director_.staleStreams();
+    captured_ = director_.staleStreams(directed);
     moved_ = std::move(moved);
     stage_ = Stage::clearing;
-    director_.takeBackStale();
+    director_.takeBack(captured_);
     connection_.sync();
     while (stage_ != Stage::done)
         if (pw_thread_loop_timed_wait(connection_.threadLoop(), serverPatienceSeconds) != 0)
@@ -52,7 +52,7 @@ void RedirectCleanup::synchronized() {
     if (stage_ == Stage::following)
         return;
     if (stage_ == Stage::clearing) {
-        // What the mirror knew was quick. A redirect that the mirror has missed is found by asking again.
+        // What was known was quick. A redirect that was not is found by asking again.
         stage_ = Stage::asking;
         graph_.readMetadata();
         return connection_.sync();

@@ -19,10 +19,11 @@ public:
     explicit RedirectCleanup(std::string remoteName);
     ~RedirectCleanup() override;
 
-    /// Takes every redirect away and has the session manager save the users' choices again. Returns when the
+    /// Takes every redirect away, also of the streams of the nodes `directed`, of which the server may not
+    /// have told, and has the session manager save the users' choices again. Returns when the
     /// server has heard of everything, or does not answer. `moved` is called, before or after that, as soon
     /// as the streams that were known play into their devices. Any thread; one at a time, the others wait.
-    void giveBack(std::function<void()> moved);
+    void giveBack(const std::vector<std::uint32_t>& directed, std::function<void()> moved);
 
 private:
     enum class Stage { following, clearing, asking, clearingMissed, done };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RedirectGuardBoard.h"
 
+#include <algorithm>
 #include <climits>
 #include <ctime>
 #include <new>
@@ -56,6 +57,30 @@ void SharedNumber::awaitChange(std::uint32_t seen, std::optional<std::chrono::na
         limit = {.tv_sec = seconds.count(), .tv_nsec = (*longest - seconds).count()};
     }
     syscall(SYS_futex, &number_, FUTEX_WAIT, seen, longest ? &limit : nullptr, nullptr, 0);
+}
+
+void SharedNodes::add(std::uint32_t nodeID) noexcept {
+    const auto isThis = [nodeID](const auto& node) { return node == nodeID; };
+    if (std::ranges::none_of(nodes_, isThis))
+        replace(0, nodeID);
+}
+
+void SharedNodes::remove(std::uint32_t nodeID) noexcept {
+    replace(nodeID, 0);
+}
+
+void SharedNodes::replace(std::uint32_t nodeID, std::uint32_t by) noexcept {
+    const auto place = std::ranges::find_if(nodes_, [nodeID](const auto& node) { return node == nodeID; });
+    if (place != nodes_.end())
+        *place = by;
+}
+
+std::vector<std::uint32_t> SharedNodes::all() const {
+    std::vector<std::uint32_t> known;
+    for (const std::uint32_t node : nodes_)
+        if (node != 0)
+            known.push_back(node);
+    return known;
 }
 
 SharedGuardBoard SharedGuardBoard::make() {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include <pthread.h>
 
@@ -25,6 +27,22 @@ private:
 
     std::atomic<std::uint32_t> number_{0};
     static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
+};
+
+/// Numbers of nodes in shared memory. One process writes, and never from two threads at once; the other one
+/// reads whenever it wants.
+class SharedNodes {
+public:
+    /// What is known is not added again; what has no place any more is not added at all.
+    void add(std::uint32_t nodeID) noexcept;
+    void remove(std::uint32_t nodeID) noexcept;
+    std::vector<std::uint32_t> all() const;
+
+private:
+    void replace(std::uint32_t nodeID, std::uint32_t by) noexcept;
+
+    /// 0, which is the server itself, is free.
+    std::array<std::atomic<std::uint32_t>, 256> nodes_{};
 };
 
 /// What the guarded process and its guard tell one another. Each field says who writes it.
@@ -48,6 +66,9 @@ struct RedirectGuardBoard {
     std::atomic<bool> isWatched{false};
     std::atomic<std::uint32_t> mainBeats{0};
     std::atomic<std::uint32_t> dataBeats{0};
+    /// Guarded process: the streams that are directed to it. The server does not tell the guard of every
+    /// redirect.
+    SharedNodes directed;
     /// Guard: it follows the streams. Guarded process: the guard has ended.
     std::atomic<bool> isGuardReady{false};
     /// Guard: the streams of a dying process play into their devices.

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 #include <sys/prctl.h>
 
@@ -17,6 +18,12 @@ namespace vello {
 namespace {
 
 using Care = RedirectGuardBoard::Care;
+
+/// What is directed to the guarded process. Nothing is once the streams were given back; the user may have
+/// moved them since.
+std::vector<std::uint32_t> directedStreams(const RedirectGuardBoard& board) {
+    return board.care == Care::givenUp ? std::vector<std::uint32_t>{} : board.directed.all();
+}
 
 /// Looks after a guarded process that is alive.
 class Watch {
@@ -31,7 +38,7 @@ public:
         for (;;) {
             const auto seen = board_.calls.get();
             if (board_.isDying)
-                return cleanup_.giveBack([this] { board_.haveStreamsMoved.set(1); });
+                return cleanup_.giveBack(directedStreams(board_), [this] { board_.haveStreamsMoved.set(1); });
             const bool isWatched = board_.isWatched;
             look(isWatched);
             board_.calls.awaitChange(seen, isWatched ? std::optional(FreezeJudge::period) : std::nullopt);
@@ -47,7 +54,7 @@ private:
     }
     void giveUp() {
         board_.care = Care::beingGivenUp;
-        cleanup_.giveBack([] {});
+        cleanup_.giveBack(board_.directed.all(), [] {});
         board_.care = Care::givenUp;
     }
 
@@ -77,7 +84,7 @@ int runRedirectGuard(int descriptor, const std::string& remoteName) {
     Watch watch(board, cleanup);
     std::thread([&watch] { watch.run(); }).detach();
     if (pthread_mutex_lock(&board.lifeline) == EOWNERDEAD)
-        cleanup.giveBack([] {});
+        cleanup.giveBack(directedStreams(board), [] {});
     // The other thread waits for a word that nobody will say.
     std::_Exit(EXIT_SUCCESS);
 }
