@@ -55,6 +55,8 @@ public:
                                                       [this] { director.directAgain(); }});
         connection.start();
         awaitFirstLook();
+        if (guard != nullptr)
+            guard->awaitGuard();
     }
     ~Implementation() override { connection.stop(); }
     Implementation(const Implementation&) = delete;

@@ -24,6 +24,8 @@ namespace {
 /// How long a dying process waits for its streams to be moved. They can still be heard meanwhile, unless it
 /// is the data thread that dies.
 constexpr auto dyingPatience = 60ms;
+/// How long the start waits for the guard, which begins before this process has loaded what it needs.
+constexpr auto startingPatience = 500ms;
 /// How long a guard may take to leave.
 constexpr auto leavingPatience = 1s;
 /// A guard that ends again and again is replaced ever later.
@@ -137,7 +139,7 @@ void PipeWireRedirectGuard::awaitGuardsEnd(Lock& lock) {
     lock.lock();
     waitpid(guard_, nullptr, 0);
     guard_ = -1;
-    board_->isGuardReady = false;
+    board_->isGuardReady.set(0);
     changed_.notify_all();
 }
 
@@ -156,7 +158,7 @@ void PipeWireRedirectGuard::keepGuard() {
 }
 
 void PipeWireRedirectGuard::giveBackInSignalHandler() noexcept {
-    if (board_ == nullptr || !board_->isGuardReady)
+    if (board_ == nullptr || board_->isGuardReady.get() == 0)
         return;
     const std::int64_t now = monotonicNanoseconds();
     std::int64_t deadline = 0;
@@ -167,9 +169,23 @@ void PipeWireRedirectGuard::giveBackInSignalHandler() noexcept {
         board_->calls.increase();
         deadline = handlerDeadline_;
     }
-    for (auto left = deadline - now; left > 0 && board_->haveStreamsMoved.get() == 0;
+    awaitNumber(board_->haveStreamsMoved, deadline);
+}
+
+void PipeWireRedirectGuard::awaitNumber(SharedNumber& number, std::int64_t deadline) noexcept {
+    for (auto left = deadline - monotonicNanoseconds(); left > 0 && number.get() == 0;
          left = deadline - monotonicNanoseconds())
-        board_->haveStreamsMoved.awaitChange(0, std::chrono::nanoseconds(left));
+        number.awaitChange(0, std::chrono::nanoseconds(left));
+}
+
+void PipeWireRedirectGuard::awaitGuard() noexcept {
+    {
+        const Lock lock(mutex_);
+        if (board_ == nullptr || guard_ < 0)
+            return;
+    }
+    awaitNumber(board_->isGuardReady,
+                monotonicNanoseconds() + std::chrono::nanoseconds(startingPatience).count());
 }
 
 void PipeWireRedirectGuard::watch(bool isWatched) noexcept {

@@ -18,6 +18,7 @@ namespace vello {
 
 struct RedirectGuardBoard;
 class SharedGuardBoard;
+class SharedNumber;
 
 /// The name of the guard's program.
 inline constexpr const char* kRedirectGuardProgram = "vello-redirect-guard";
@@ -40,6 +41,9 @@ public:
     PipeWireRedirectGuard(const PipeWireRedirectGuard&) = delete;
     PipeWireRedirectGuard& operator=(const PipeWireRedirectGuard&) = delete;
 
+    /// Waits until the guard knows the streams, a moment at most: what is directed before that would not be
+    /// given back in time.
+    void awaitGuard() noexcept;
     /// Has the guard give the streams back, and returns when they play into their devices, or when the guard
     /// had its time. For the signal handler of a dying process.
     void giveBackInSignalHandler() noexcept;
@@ -68,6 +72,8 @@ private:
     void startGuard(const Lock& lock);
     void awaitGuardsEnd(Lock& lock);
     void startThread();
+    /// Waits until that number is no longer 0, until that time of the monotonic clock at most.
+    static void awaitNumber(SharedNumber& number, std::int64_t deadline) noexcept;
 
     const std::filesystem::path program_;
     const std::unique_ptr<SharedGuardBoard> shared_;

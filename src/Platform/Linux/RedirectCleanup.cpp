@@ -25,6 +25,14 @@ RedirectCleanup::~RedirectCleanup() {
     connection_.stop();
 }
 
+void RedirectCleanup::awaitMirror() {
+    PipeWireLock lock(connection_);
+    connection_.sync();
+    while (connection_.core() != nullptr && !isMirrored_)
+        if (pw_thread_loop_timed_wait(connection_.threadLoop(), serverPatienceSeconds) != 0)
+            break;
+}
+
 void RedirectCleanup::giveBack(const std::vector<std::uint32_t>& directed, std::function<void()> moved) {
     const std::lock_guard turn(oneAtATime_);
     PipeWireLock lock(connection_);
@@ -49,6 +57,8 @@ void RedirectCleanup::linksChanged() {
 
 void RedirectCleanup::synchronized() {
     graph_.metadataAnswered();
+    if (!graph_.isMetadataBeingTold() && !std::exchange(isMirrored_, true))
+        pw_thread_loop_signal(connection_.threadLoop(), false);
     if (stage_ == Stage::following)
         return;
     if (stage_ == Stage::clearing) {

@@ -19,6 +19,8 @@ public:
     explicit RedirectCleanup(std::string remoteName);
     ~RedirectCleanup() override;
 
+    /// Returns when the mirror shows what the server has, or soon when there is no server.
+    void awaitMirror();
     /// Takes every redirect away, also of the streams of the nodes `directed`, of which the server may not
     /// have told, and has the session manager save the users' choices again. Returns when the
     /// server has heard of everything, or does not answer. `moved` is called, before or after that, as soon
@@ -50,6 +52,7 @@ private:
     PipeWireStreamDirector director_;
     std::mutex oneAtATime_;
     Stage stage_ = Stage::following;
+    bool isMirrored_ = false;
     /// Streams that still play into a capture.
     std::vector<std::uint32_t> captured_;
     std::function<void()> moved_;

@@ -69,8 +69,8 @@ struct RedirectGuardBoard {
     /// Guarded process: the streams that are directed to it. The server does not tell the guard of every
     /// redirect.
     SharedNodes directed;
-    /// Guard: it follows the streams. Guarded process: the guard has ended.
-    std::atomic<bool> isGuardReady{false};
+    /// Guard: 1, it knows the streams and follows them. Guarded process: 0, the guard has ended.
+    SharedNumber isGuardReady;
     /// Guard: the streams of a dying process play into their devices.
     SharedNumber haveStreamsMoved;
     /// Guard: beingGivenUp, then givenUp. Guarded process: guarded.

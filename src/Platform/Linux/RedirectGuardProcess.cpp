@@ -80,7 +80,8 @@ int runRedirectGuard(int descriptor, const std::string& remoteName) {
         return EXIT_FAILURE;
     RedirectGuardBoard& board = *shared.get();
     RedirectCleanup cleanup(remoteName);
-    board.isGuardReady = true;
+    cleanup.awaitMirror();
+    board.isGuardReady.set(1);
     Watch watch(board, cleanup);
     std::thread([&watch] { watch.run(); }).detach();
     if (pthread_mutex_lock(&board.lifeline) == EOWNERDEAD)
