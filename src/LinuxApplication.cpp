@@ -27,9 +27,9 @@ AudioControllerPorts onlyOn(const BusPresence& presence, const AudioControllerPo
 
 } // namespace
 
-LinuxApplication::LinuxApplication(const Options& options)
+LinuxApplication::LinuxApplication(PipeWireRedirectGuard& guard, const Options& options)
     : environment_(prepareEnvironment()), termination_(mainThread_, [] { QCoreApplication::quit(); }),
-      hardware_(mainThread_, log_), applications_(DesktopFolders::fromEnvironment(environment_)),
+      hardware_(mainThread_, log_, {}, &guard), applications_(DesktopFolders::fromEnvironment(environment_)),
       authorization_(mainThread_, log_, ConsentPlaces::fromEnvironment(environment_),
                      options.consentQuestion),
       shared_(syncFolder(options.syncFolder, environment_), mainThread_, log_), presence_(mainThread_, log_),

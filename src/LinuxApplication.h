@@ -9,6 +9,7 @@
 #include "Platform/Linux/JournalSystemLog.h"
 #include "Platform/Linux/LinuxCaptureAuthorization.h"
 #include "Platform/Linux/PipeWireAudioHardware.h"
+#include "Platform/Linux/PipeWireRedirectGuard.h"
 #include "Platform/Linux/TerminationSignals.h"
 #include "Platform/Linux/UserFolders.h"
 #include "Platform/Qt/QtMainThread.h"
@@ -32,7 +33,8 @@ public:
 
     /// Begins to equalize, as far as the user allows it. Throws AlreadyRunning when another instance has the
     /// name on the bus, before anything is touched, and std::exception with a sentence.
-    explicit LinuxApplication(const Options& options);
+    /// `guard` outlives the application.
+    LinuxApplication(PipeWireRedirectGuard& guard, const Options& options);
 
     /// Takes the name and the calls of others. An empty `showPanel`: there is no panel. Once. Throws
     /// AlreadyRunning.

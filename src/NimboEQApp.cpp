@@ -26,9 +26,9 @@ int failure(const char* reason) {
 }
 
 int runHeadless(const ParsedCommand& parsed, int argumentCount, char** arguments) {
-    const OnlyInstance instance;
+    OnlyInstance instance;
     const QCoreApplication toolkit(argumentCount, arguments);
-    LinuxApplication application({.syncFolder = parsed.syncFolder});
+    LinuxApplication application(instance.guard(), {.syncFolder = parsed.syncFolder});
     application.publish(nullptr);
     startWithConsent(application.captureAuthorization(), application.log());
     return QCoreApplication::exec();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "OnlyInstance.h"
 
+#include "CompanionProgram.h"
 #include "Platform/Linux/DescriptorLimit.h"
 #include "Platform/Linux/UserFolders.h"
 
@@ -32,6 +33,8 @@ SingleInstance acquireInstance(const std::filesystem::path& runtimeFolder) {
 AlreadyRunning::AlreadyRunning()
     : std::runtime_error("VELLO is already running in this session; end that one first") {}
 
-OnlyInstance::OnlyInstance() : runtimeFolder_(prepareProcess()), instance_(acquireInstance(runtimeFolder_)) {}
+OnlyInstance::OnlyInstance()
+    : runtimeFolder_(prepareProcess()), instance_(acquireInstance(runtimeFolder_)),
+      guard_(companionProgram(kRedirectGuardProgram)) {}
 
 } // namespace vello

@@ -22,11 +22,13 @@ public:
     /// Throws AlreadyRunning, and std::runtime_error with a sentence where there is no session.
     OnlyInstance();
 
+    /// Gives the applications' streams back when this process cannot.
+    PipeWireRedirectGuard& guard() { return guard_; }
+
 private:
     std::filesystem::path runtimeFolder_;
-    /// Before the proof of being the only instance, which the guard must not inherit.
-    PipeWireRedirectGuard guard_;
     SingleInstance instance_;
+    PipeWireRedirectGuard guard_;
 };
 
 } // namespace vello

@@ -64,14 +64,15 @@ void introduce() {
 }
 
 int runPanel(int argumentCount, char** arguments) {
-    const OnlyInstance instance;
+    OnlyInstance instance;
     if (!hasScreen())
         throw std::runtime_error("there is no screen here; run vello --headless");
     TerminationSignals::block(); // the toolkit starts threads
     QApplication toolkit(argumentCount, arguments);
     introduce();
     const char* const chosen = std::getenv("VELLO_SYNC_FOLDER");
-    LinuxApplication application({.syncFolder = chosen ? chosen : "",
+    LinuxApplication application(instance.guard(),
+                                 {.syncFolder = chosen ? chosen : "",
                                   .consentQuestion = {mainProgram().string(), "permission", "ask"}});
     AutostartLoginItem loginItem(AutostartPlaces::fromEnvironment(processEnvironment()), mainProgram());
     LaunchAtLoginController launchAtLogin(loginItem);

@@ -1,89 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // What people hear when something breaks or changes underneath.
-#include "VelloTest.h"
+#include "EightPlayersTest.h"
 
 #include <algorithm>
-#include <csignal>
 #include <fstream>
-
-#include <sys/wait.h>
 
 namespace vello::session {
 namespace {
 
-class VelloFaults : public VelloTest {
-protected:
-    /// Eight applications, native and PulseAudio in turn, half of them on each output by their own choice.
-    void playEight() {
-        for (int i = 0; i < constantCode::applications; ++i) {
-            const auto number = std::to_string(i);
-            play({.name = "player" + number,
-                  .applicationID = "org.example.player" + number,
-                  .signal = constantSignal(constantCode::emitted(i)),
-                  .output = outputOf(i)},
-                 i % 2 == 0 ? PlayerKind::native : PlayerKind::pulseAudio);
-        }
-    }
-    static std::string outputOf(int application) { return application < 4 ? "output-a" : "output-b"; }
-
-    /// Whether each application is heard on its own output with that digit in the frame, and on no other.
-    static bool areAll(const Recording& recording, std::size_t frame, const std::string& output, int digit) {
-        for (int i = 0; i < constantCode::applications; ++i)
-            if (constantCode::digit(recording.sample(frame, 0), i) != (outputOf(i) == output ? digit : 0))
-                return false;
-        return true;
-    }
-    bool awaitAll(int digit) {
-        for (const auto* output : {"output-a", "output-b"})
-            if (!monitor(output).recordUntil(
-                    [&](const Recording& last) {
-                        return areAll(last, 0, output, digit) && areAll(last, 1023, output, digit);
-                    },
-                    1024, 10s))
-                return false;
-        return true;
-    }
-    /// From `moment` until the output has all its applications as emitted, for good.
-    double millisecondsUntilDirect(const std::string& output, std::chrono::steady_clock::time_point moment) {
-        const auto recording = monitor(output).recording();
-        std::size_t frame = recording.frames();
-        while (frame > 0 && areAll(recording, frame - 1, output, 2))
-            --frame;
-        if (frame == recording.frames())
-            return 1e9;
-        const std::chrono::nanoseconds heard(recording.time(frame));
-        return std::chrono::duration<double, std::milli>(heard - moment.time_since_epoch()).count();
-    }
-    void expectNothingLeft() {
-        EXPECT_TRUE(graph().waitUntil([](const GraphState& state) {
-            return redirects(state) == 0 && std::ranges::none_of(state.nodes, [](const auto& entry) {
-                       return isVellos(entry.second);
-                   });
-        })) << "something of VELLO is left";
-    }
-};
-
-TEST_F(VelloFaults, leavesEightApplicationsAudibleOnTheirOwnOutputsWhenItIsKilled) {
-    openSession({.quantum = 256});
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
-    playEight();
-    ASSERT_TRUE(awaitAll(2));
-    std::vector<double> milliseconds;
-    for (int i = 0; i < 11; ++i) {
-        startVello();
-        ASSERT_TRUE(awaitAll(1));
-        const auto moment = std::chrono::steady_clock::now();
-        vello().signal(SIGKILL);
-        ASSERT_TRUE(awaitAll(2));
-        milliseconds.push_back(std::max(millisecondsUntilDirect("output-a", moment),
-                                        millisecondsUntilDirect("output-b", moment)));
-        expectNothingLeft();
-    }
-    std::ranges::sort(milliseconds);
-    // The usual case: what else runs on the machine only adds to it.
-    EXPECT_LE(milliseconds[milliseconds.size() / 2], 50) << testing::PrintToString(milliseconds);
-    RecordProperty("milliseconds", testing::PrintToString(milliseconds));
-}
+class VelloFaults : public EightPlayersTest {};
 
 TEST_F(VelloFaults, clearsStaleRedirectsAtTheNextStart) {
     openSession();
@@ -114,12 +39,12 @@ TEST_P(VelloEnds, leavingNothingBehind) {
     openSession();
     writeSettings(session(), {{systemSource, {.volume = 0.5}}});
     playEight();
-    ASSERT_TRUE(awaitAll(2));
+    ASSERT_TRUE(awaitAll(direct));
     startVello();
-    ASSERT_TRUE(awaitAll(1));
+    ASSERT_TRUE(awaitAll(tapped));
     vello().signal(GetParam());
     EXPECT_TRUE(vello().waitForExit(5s).has_value());
-    EXPECT_TRUE(awaitAll(2));
+    EXPECT_TRUE(awaitAll(direct));
     expectNothingLeft();
 }
 
@@ -132,7 +57,7 @@ TEST_F(VelloFaults, bringsEveryTapBackAfterTheServerWasKilled) {
     writeSettings(session(), {{systemSource, {.volume = 0.5}}});
     playEight();
     startVello();
-    ASSERT_TRUE(awaitAll(1));
+    ASSERT_TRUE(awaitAll(tapped));
     endPlayers();
     forgetMonitors();
     session().killServers();
@@ -140,7 +65,7 @@ TEST_F(VelloFaults, bringsEveryTapBackAfterTheServerWasKilled) {
     const auto moment = std::chrono::steady_clock::now();
     reconnect();
     playEight();
-    EXPECT_TRUE(awaitAll(1));
+    EXPECT_TRUE(awaitAll(tapped));
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - moment;
     RecordProperty("seconds", std::to_string(elapsed.count()));
     EXPECT_LE(elapsed.count(), 3);

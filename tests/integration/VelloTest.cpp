@@ -38,10 +38,12 @@ void VelloTest::TearDown() {
     }
 }
 
-void VelloTest::startVello() {
+void VelloTest::startVello(const std::vector<std::string>& launcher) {
     // With as many open files as a login grants; it sees to it itself that it gets along.
-    vello_ = session_->start("vello-" + std::to_string(++velloStarts_),
-                             {"prlimit", "--nofile=1024:", VELLO_PROGRAM, "--headless"});
+    std::vector<std::string> command{"prlimit", "--nofile=1024:"};
+    command.insert(command.end(), launcher.begin(), launcher.end());
+    command.insert(command.end(), {VELLO_PROGRAM, "--headless"});
+    vello_ = session_->start("vello-" + std::to_string(++velloStarts_), command);
 }
 
 void VelloTest::stopVello() {

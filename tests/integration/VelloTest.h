@@ -37,7 +37,8 @@ protected:
     /// After the servers came back.
     void reconnect();
 
-    void startVello();
+    /// `launcher` is a command that becomes the program after its arguments, such as env.
+    void startVello(const std::vector<std::string>& launcher = {});
     ChildProcess& vello() { return *vello_; }
     /// Asks VELLO to end; a test fails when it does not.
     void stopVello();

@@ -50,7 +50,7 @@ protected:
 TEST_F(InstallationTest, HoldsWhatDesktopsAndShellsLookFor) {
     for (const char* const name :
          {"bin/vello", "libexec/vello/vello-panel", "libexec/vello/vello-consent-question",
-          "libexec/vello/vello-application-icon"})
+          "libexec/vello/vello-application-icon", "libexec/vello/vello-redirect-guard"})
         EXPECT_EQ(::access(installed(name).c_str(), X_OK), 0) << name;
     for (const char* const name :
          {"applications/com.quorvin.Vello.desktop", "metainfo/com.quorvin.Vello.metainfo.xml",

@@ -3,8 +3,10 @@
 
 #include "PipeWireConnection.h"
 #include "PipeWireGraph.h"
+#include "PipeWireHeartbeat.h"
 #include "PipeWireProperties.h"
 #include "PipeWirePropertyListeners.h"
+#include "PipeWireRedirectGuard.h"
 #include "PipeWireStreamDirector.h"
 #include "PipeWireTaps.h"
 
@@ -12,7 +14,10 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <utility>
+
+#include <sched.h>
 
 #include <pipewire/thread-loop.h>
 
@@ -30,30 +35,54 @@ constexpr std::chrono::milliseconds firstLookPatience{500};
 class PipeWireAudioHardware::Implementation final : private PipeWireConnectionHandler,
                                                     private PipeWireGraphObserver {
 public:
-    Implementation(MainThread& mainThread, SystemLog& log, std::string remoteName)
-        : listeners(mainThread),
+    Implementation(MainThread& mainThread, SystemLog& log, std::string remoteName,
+                   PipeWireRedirectGuard* redirectGuard)
+        : listeners(mainThread), guard(redirectGuard),
           connection(*this, log, std::move(remoteName), PipeWireConnection::Purpose::watchingAndNodes),
           graph(
               *this, [this] { return nextObjectID(); }, connection.loop()),
-          director(graph, [this](AudioObjectID object,
-                                 FourCharCode selector) { listeners.changed(object, selector); }),
+          director(
+              graph,
+              [this](AudioObjectID object, FourCharCode selector) { listeners.changed(object, selector); },
+              guard),
           taps(
               connection, graph, director, mainThread, [this] { return nextObjectID(); },
               [this](AudioObjectID object, FourCharCode selector) { listeners.changed(object, selector); }),
           properties(graph, director, taps) {
+        if (guard != nullptr)
+            heartbeat.emplace(mainThread, connection, *guard, log,
+                              PipeWireHeartbeat::Work{[this] { return taps.isCapturing(); },
+                                                      [this] { director.directAgain(); }});
         connection.start();
         awaitFirstLook();
+        if (guard != nullptr)
+            guard->awaitGuard();
     }
     ~Implementation() override { connection.stop(); }
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
+    void deviceStarted() {
+        if (heartbeat)
+            heartbeat->start();
+    }
+    void endInSignalHandler() noexcept {
+        if (guard != nullptr)
+            guard->giveBackInSignalHandler();
+        connection.shutDownInSignalHandler();
+        // A core file written with the data thread's priority would keep the session manager from its work.
+        constexpr sched_param usual{};
+        ::sched_setscheduler(0, SCHED_OTHER, &usual);
+    }
+
     PipeWirePropertyListeners listeners;
+    PipeWireRedirectGuard* const guard;
     PipeWireConnection connection;
     PipeWireGraph graph;
     PipeWireStreamDirector director;
     PipeWireTaps taps;
     PipeWireProperties properties;
+    std::optional<PipeWireHeartbeat> heartbeat;
 
     OSStatus setProperty(AudioObjectID object, FourCharCode selector, std::uint32_t size, const void* data) {
         if (graph.process(object) == nullptr)
@@ -127,8 +156,9 @@ private:
     std::atomic<AudioObjectID> lastObjectID_{kAudioObjectSystemObject};
 };
 
-PipeWireAudioHardware::PipeWireAudioHardware(MainThread& mainThread, SystemLog& log, std::string remoteName)
-    : implementation_(std::make_unique<Implementation>(mainThread, log, std::move(remoteName))) {}
+PipeWireAudioHardware::PipeWireAudioHardware(MainThread& mainThread, SystemLog& log, std::string remoteName,
+                                             PipeWireRedirectGuard* guard)
+    : implementation_(std::make_unique<Implementation>(mainThread, log, std::move(remoteName), guard)) {}
 
 PipeWireAudioHardware::~PipeWireAudioHardware() = default;
 
@@ -201,6 +231,7 @@ OSStatus PipeWireAudioHardware::createIOProcID(AudioObjectID device, AudioDevice
 }
 
 OSStatus PipeWireAudioHardware::startDevice(AudioObjectID device, AudioDeviceIOProcID procID) {
+    implementation_->deviceStarted();
     PipeWireLock lock(implementation_->connection);
     return implementation_->taps.start(device, procID);
 }
@@ -225,11 +256,11 @@ OSStatus PipeWireAudioHardware::destroyProcessTap(AudioObjectID tap) {
 }
 
 void PipeWireAudioHardware::destroyAggregateDeviceInSignalHandler(AudioObjectID) noexcept {
-    implementation_->connection.shutDownInSignalHandler();
+    implementation_->endInSignalHandler();
 }
 
 void PipeWireAudioHardware::destroyProcessTapInSignalHandler(AudioObjectID) noexcept {
-    implementation_->connection.shutDownInSignalHandler();
+    implementation_->endInSignalHandler();
 }
 
 } // namespace vello

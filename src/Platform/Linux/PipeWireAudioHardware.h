@@ -10,6 +10,8 @@
 
 namespace vello {
 
+class PipeWireRedirectGuard;
+
 /// The audio object model on PipeWire.
 ///
 /// A device is a node of class Audio/Sink, its UID the node's name. A process object is a client that owns a
@@ -20,9 +22,11 @@ namespace vello {
 class PipeWireAudioHardware final : public AudioHardware {
 public:
     /// Connects at once when a server runs, and otherwise as soon as one does. `remoteName` is the name of
-    /// the server's socket; empty for the user's own server. Throws std::runtime_error when PipeWire's client
-    /// libraries are unusable.
-    PipeWireAudioHardware(MainThread& mainThread, SystemLog& log, std::string remoteName = {});
+    /// the server's socket; empty for the user's own server. `guard` gives the applications' streams back
+    /// where this object cannot; it outlives the object and may be absent. Throws std::runtime_error when
+    /// PipeWire's client libraries are unusable.
+    PipeWireAudioHardware(MainThread& mainThread, SystemLog& log, std::string remoteName = {},
+                          PipeWireRedirectGuard* guard = nullptr);
     ~PipeWireAudioHardware() override;
 
     OSStatus getPropertyDataSize(AudioObjectID object, const AudioObjectPropertyAddress& address,

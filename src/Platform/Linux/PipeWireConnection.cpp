@@ -88,6 +88,10 @@ pw_loop* PipeWireConnection::loop() const {
     return pw_thread_loop_get_loop(threadLoop_);
 }
 
+pw_data_loop* PipeWireConnection::dataLoop() const {
+    return pw_context_get_data_loop(context_);
+}
+
 void PipeWireConnection::start() {
     {
         PipeWireLock lock(*this);

@@ -14,6 +14,7 @@
 struct pw_context;
 struct pw_core;
 struct pw_core_events;
+struct pw_data_loop;
 struct pw_loop;
 struct pw_thread_loop;
 struct spa_source;
@@ -61,6 +62,8 @@ public:
 
     pw_thread_loop* threadLoop() const { return threadLoop_; }
     pw_loop* loop() const;
+    /// The loop of the data thread. Its functions that call into it need the lock.
+    pw_data_loop* dataLoop() const;
     /// For the registry and what is bound from it. Null while there is no server.
     pw_core* core() const { return core_; }
     /// For nodes, when they are a purpose. Null while there is no server.

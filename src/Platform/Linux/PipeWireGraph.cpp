@@ -94,6 +94,12 @@ bool PipeWireGraph::hasLinkInto(std::uint32_t nodeID) const {
     return std::ranges::any_of(links_, [&](const auto& link) { return link.second.inputNodeID == nodeID; });
 }
 
+bool PipeWireGraph::isLinkedToSink(std::uint32_t nodeID) const {
+    return std::ranges::any_of(links_, [&](const auto& link) {
+        return link.second.outputNodeID == nodeID && sinks_.contains(link.second.inputNodeID);
+    });
+}
+
 bool PipeWireGraph::hasLinkOutOf(std::uint32_t nodeID) const {
     return std::ranges::any_of(links_, [&](const auto& link) { return link.second.outputNodeID == nodeID; });
 }

@@ -145,6 +145,8 @@ public:
 
     bool hasLinkInto(std::uint32_t nodeID) const;
     bool hasLinkOutOf(std::uint32_t nodeID) const;
+    /// Whether the node plays into an output device.
+    bool isLinkedToSink(std::uint32_t nodeID) const;
 
     std::optional<MetadataValue> target(std::uint32_t nodeID, const std::string& key) const;
     /// Asks for all values of the metadata again, in case a change was missed.

@@ -41,8 +41,9 @@ std::optional<MetadataValue> asChosen(std::optional<MetadataValue> targetNode) {
 
 } // namespace
 
-PipeWireStreamDirector::PipeWireStreamDirector(PipeWireGraph& graph, PropertyChanged propertyChanged)
-    : graph_(graph), propertyChanged_(std::move(propertyChanged)) {}
+PipeWireStreamDirector::PipeWireStreamDirector(PipeWireGraph& graph, PropertyChanged propertyChanged,
+                                               RedirectKeeper* keeper)
+    : graph_(graph), propertyChanged_(std::move(propertyChanged)), keeper_(keeper) {}
 
 void PipeWireStreamDirector::direct(Capture capture) {
     captures_.push_back(std::move(capture));
@@ -96,6 +97,10 @@ void PipeWireStreamDirector::followTargetObject(DirectedStream& stream) const {
 }
 
 void PipeWireStreamDirector::write(std::uint32_t nodeID, DirectedStream& stream) {
+    if (isGivenUp())
+        return;
+    if (keeper_ != nullptr)
+        keeper_->directed(nodeID);
     graph_.setTarget(nodeID, kTargetObjectKey, targetByName(stream.captureName));
     // Our target makes the session manager forget the output that it had saved for this application. It saves
     // it again when the target node is written anew, while ours stays in force.
@@ -114,6 +119,12 @@ void PipeWireStreamDirector::giveBack(std::uint32_t nodeID) {
     // After ours is gone, so that the session manager saves the choice and not its absence.
     if (stream.ownTargetNode)
         graph_.setTarget(nodeID, kTargetNodeKey, stream.ownTargetNode);
+    released(nodeID);
+}
+
+void PipeWireStreamDirector::released(std::uint32_t nodeID) {
+    if (keeper_ != nullptr)
+        keeper_->released(nodeID);
 }
 
 const GraphSink* PipeWireStreamDirector::ownTarget(const GraphStream& stream) const {
@@ -160,10 +171,20 @@ bool PipeWireStreamDirector::needsNoTarget(const GraphStream& stream) const {
     return graph_.hasOnlyTargets(stream.nodeID) && (!targetNode || isWhereItGoesAnyway(stream, *targetNode));
 }
 
-void PipeWireStreamDirector::takeBackStale() {
-    std::vector<const GraphStream*> stale;
+std::vector<std::uint32_t>
+PipeWireStreamDirector::staleStreams(const std::vector<std::uint32_t>& directed) const {
+    std::vector<std::uint32_t> stale;
     for (const GraphStream* stream : graph_.streams())
-        if (isStale(*stream))
+        if (isStale(*stream) || (std::ranges::find(directed, stream->nodeID) != directed.end() &&
+                                 !graph_.target(stream->nodeID, kTargetObjectKey)))
+            stale.push_back(stream->nodeID);
+    return stale;
+}
+
+void PipeWireStreamDirector::takeBack(const std::vector<std::uint32_t>& nodeIDs) {
+    std::vector<const GraphStream*> stale;
+    for (const std::uint32_t nodeID : nodeIDs)
+        if (const GraphStream* stream = graph_.stream(nodeID))
             stale.push_back(stream);
     for (const GraphStream* stream : stale)
         if (const auto targetNode = asChosen(graph_.target(stream->nodeID, kTargetNodeKey)))
@@ -189,6 +210,7 @@ void PipeWireStreamDirector::rewriteChoices() {
 }
 
 void PipeWireStreamDirector::streamVanished(std::uint32_t nodeID) {
+    released(nodeID);
     directed_.erase(nodeID);
     if (exemptions_.erase(nodeID) != 0)
         propertyChanged_(kAudioObjectSystemObject, kAudioHardwarePropertyExemptStreamList);
@@ -200,6 +222,9 @@ void PipeWireStreamDirector::targetChanged(std::uint32_t nodeID, const std::stri
     const auto entry = directed_.find(nodeID);
     if (entry == directed_.end())
         return userMoved(nodeID);
+    // What was given up is taken away by whoever gives it back, and not by the user.
+    if (!value && isGivenUp())
+        return;
     DirectedStream& stream = entry->second;
     if (key == kTargetObjectKey) {
         if (namesACapture(value))
@@ -239,7 +264,14 @@ void PipeWireStreamDirector::metadataKnown() {
     rewriteChoices();
 }
 
+void PipeWireStreamDirector::directAgain() {
+    for (auto& [nodeID, stream] : directed_)
+        write(nodeID, stream);
+}
+
 void PipeWireStreamDirector::reset() {
+    for (const auto& [nodeID, stream] : directed_)
+        released(nodeID);
     captures_.clear();
     captures_.clear();
     directed_.clear();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "PipeWireGraph.h"
+#include "RedirectKeeper.h"
 
 #include <functional>
 #include <map>
@@ -30,7 +31,9 @@ public:
     };
 
     /// `propertyChanged` is told what changes of the processes, and that other streams are left as they are.
-    PipeWireStreamDirector(PipeWireGraph& graph, PropertyChanged propertyChanged);
+    /// `keeper`, if any, is told what is directed, and can have it given up for a while.
+    PipeWireStreamDirector(PipeWireGraph& graph, PropertyChanged propertyChanged,
+                           RedirectKeeper* keeper = nullptr);
 
     /// Directs every stream of the processes, those that appear later too, to the capture, unless it has to
     /// be left as it is. Of several captures of one process the newest has its streams.
@@ -61,11 +64,18 @@ public:
     /// The session manager has told all its metadata: takes away what a run that died left, and directs anew
     /// what the session manager has forgotten.
     void metadataKnown();
+    /// Streams that are directed to a capture of a run that died: those that the metadata shows, and those of
+    /// `directed` of which it shows nothing else.
+    std::vector<std::uint32_t> staleStreams(const std::vector<std::uint32_t>& directed = {}) const;
     /// Takes away the redirects of a run that died, as fast as the session manager can move the streams. To
     /// be followed by rewriteChoices when it has heard of that.
-    void takeBackStale();
+    void takeBackStale() { takeBack(staleStreams()); }
+    /// The same for the streams of these nodes.
+    void takeBack(const std::vector<std::uint32_t>& nodeIDs);
     /// Has the session manager save the users' choices again, which it forgot with our redirects.
     void rewriteChoices();
+    /// The streams were given up, and are no more: directs them anew.
+    void directAgain();
     /// The connection is gone, and with it every stream.
     void reset();
 
@@ -102,9 +112,12 @@ private:
     void followTargetObject(DirectedStream& stream) const;
     void userMoved(std::uint32_t nodeID);
     void announceDevices(const GraphStream& stream);
+    bool isGivenUp() const { return keeper_ != nullptr && keeper_->isGivenUp(); }
+    void released(std::uint32_t nodeID);
 
     PipeWireGraph& graph_;
     PropertyChanged propertyChanged_;
+    RedirectKeeper* keeper_;
     std::vector<Capture> captures_;
     std::map<std::uint32_t, DirectedStream> directed_;
     std::map<std::uint32_t, StreamExemption> exemptions_; ///< as last told

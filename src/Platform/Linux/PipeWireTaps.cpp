@@ -231,6 +231,11 @@ OSStatus PipeWireTaps::destroyTap(AudioObjectID tap) {
     return wasKnown ? kAudioHardwareNoError : kAudioHardwareBadObjectError;
 }
 
+bool PipeWireTaps::isCapturing() const {
+    return std::ranges::any_of(std::views::values(devices_),
+                               [](const Device& device) { return device.startedProc != 0; });
+}
+
 std::optional<AudioStreamBasicDescription> PipeWireTaps::tapFormat(AudioObjectID tap) const {
     const auto found = taps_.find(tap);
     if (found == taps_.end())

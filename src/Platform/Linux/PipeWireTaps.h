@@ -44,6 +44,8 @@ public:
     OSStatus destroyDevice(AudioObjectID device);
     OSStatus destroyTap(AudioObjectID tap);
 
+    /// Whether a device is started, and streams are directed to it or will be.
+    bool isCapturing() const;
     std::optional<AudioStreamBasicDescription> tapFormat(AudioObjectID tap) const;
     const AggregateDeviceDescription* deviceDescription(AudioObjectID device) const;
     bool isAlive(AudioObjectID device) const;

@@ -87,6 +87,11 @@ std::string PrivateAudioSession::run(const std::vector<std::string>& arguments) 
     return runProgram(arguments, environment_, folder_);
 }
 
+void PrivateAudioSession::signalServers(int number) const {
+    for (const auto* server : {&server_, &sessionManager_, &pulseServer_})
+        (*server)->signal(number);
+}
+
 void PrivateAudioSession::killServers() {
     server_.reset();
     pulseServer_.reset();

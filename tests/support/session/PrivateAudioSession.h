@@ -57,6 +57,8 @@ public:
     /// Runs a program of the session to its end and returns its output; throws like runProgram.
     std::string run(const std::vector<std::string>& arguments) const;
 
+    /// Sends a signal to each of the sound servers.
+    void signalServers(int number) const;
     /// Kills the sound servers the hard way; the bus stays.
     void killServers();
     /// Starts them again on the same sockets, with the saved state of before.

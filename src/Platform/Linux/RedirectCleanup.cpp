@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "RedirectCleanup.h"
+
+#include <utility>
+
+#include <pipewire/thread-loop.h>
+
+namespace vello {
+
+namespace {
+
+constexpr int serverPatienceSeconds = 2;
+
+} // namespace
+
+RedirectCleanup::RedirectCleanup(std::string remoteName)
+    : connection_(*this, log_, std::move(remoteName), PipeWireConnection::Purpose::watching),
+      graph_(
+          *this, [] { return kAudioObjectSystemObject; }, connection_.loop()),
+      director_(graph_, [](AudioObjectID, FourCharCode) {}) {
+    connection_.start();
+}
+
+RedirectCleanup::~RedirectCleanup() {
+    connection_.stop();
+}
+
+void RedirectCleanup::awaitMirror() {
+    PipeWireLock lock(connection_);
+    connection_.sync();
+    while (connection_.core() != nullptr && !isMirrored_)
+        if (pw_thread_loop_timed_wait(connection_.threadLoop(), serverPatienceSeconds) != 0)
+            break;
+}
+
+void RedirectCleanup::giveBack(const std::vector<std::uint32_t>& directed, std::function<void()> moved) {
+    const std::lock_guard turn(oneAtATime_);
+    PipeWireLock lock(connection_);
+    captured_ = director_.staleStreams(directed);
+    moved_ = std::move(moved);
+    stage_ = Stage::clearing;
+    director_.takeBack(captured_);
+    connection_.sync();
+    while (stage_ != Stage::done)
+        if (pw_thread_loop_timed_wait(connection_.threadLoop(), serverPatienceSeconds) != 0)
+            break;
+    stage_ = Stage::following;
+}
+
+void RedirectCleanup::linksChanged() {
+    if (moved_ == nullptr)
+        return;
+    std::erase_if(captured_, [this](std::uint32_t nodeID) { return graph_.isLinkedToSink(nodeID); });
+    if (captured_.empty())
+        std::exchange(moved_, nullptr)();
+}
+
+void RedirectCleanup::synchronized() {
+    graph_.metadataAnswered();
+    if (!graph_.isMetadataBeingTold() && !std::exchange(isMirrored_, true))
+        pw_thread_loop_signal(connection_.threadLoop(), false);
+    if (stage_ == Stage::following)
+        return;
+    if (stage_ == Stage::clearing) {
+        // What was known was quick. A redirect that was not is found by asking again.
+        stage_ = Stage::asking;
+        graph_.readMetadata();
+        return connection_.sync();
+    }
+    director_.takeBackStale();
+    if (graph_.isMetadataBeingTold())
+        return;
+    director_.rewriteChoices();
+    stage_ = stage_ == Stage::asking ? Stage::clearingMissed : Stage::done;
+    connection_.sync();
+    pw_thread_loop_signal(connection_.threadLoop(), false);
+}
+
+} // namespace vello

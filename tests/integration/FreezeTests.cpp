@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: Apache-2.0
+// What people hear when VELLO stands still.
+#include "EightPlayersTest.h"
+#include "ProcessUsage.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+
+namespace vello::session {
+namespace {
+
+constexpr auto directWithin = 4s;
+constexpr auto againWithin = 2s;
+
+/// Holds one thread of a process still, as a debugger does, as long as it lives.
+class HeldThread {
+public:
+    explicit HeldThread(pid_t thread) : thread_(thread) {
+        EXPECT_EQ(::ptrace(PTRACE_SEIZE, thread, nullptr, nullptr), 0);
+        EXPECT_EQ(::ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr), 0);
+        EXPECT_EQ(::waitpid(thread, nullptr, __WALL), thread);
+    }
+    ~HeldThread() { ::ptrace(PTRACE_DETACH, thread_, nullptr, nullptr); }
+    HeldThread(const HeldThread&) = delete;
+    HeldThread& operator=(const HeldThread&) = delete;
+
+private:
+    pid_t thread_;
+};
+
+class VelloStands : public EightPlayersTest {
+protected:
+    /// How often VELLO says that it has stood still.
+    int confessions() {
+        const std::string said = vello().output();
+        int count = 0;
+        for (auto at = said.find("Stood still"); at != std::string::npos;
+             at = said.find("Stood still", at + 1))
+            ++count;
+        return count;
+    }
+};
+
+class VelloFreezes : public VelloStands {
+protected:
+    void SetUp() override {
+        openSession();
+        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        playEight();
+        startVello();
+        ASSERT_TRUE(awaitAll(tapped));
+        awaitGuard();
+    }
+    /// The thread of VELLO that waits most often: once a cycle of the graph for each tap. Its name is another
+    /// one in each version of PipeWire.
+    pid_t dataThread() {
+        const auto counts = waits(vello().pid());
+        const auto busiest =
+            std::ranges::max_element(counts, {}, [](const auto& count) { return count.second; });
+        return std::stoi(busiest->first);
+    }
+    void expectDirectSoon() {
+        const auto moment = std::chrono::steady_clock::now();
+        EXPECT_TRUE(awaitAll(direct, directWithin));
+        report("heard directly after", moment);
+        EXPECT_EQ(wrongFramesSince(moment), 0U) << "heard on an output that is not the application's own";
+    }
+    void expectTappedSoon() {
+        const auto moment = std::chrono::steady_clock::now();
+        EXPECT_TRUE(awaitAll(tapped, againWithin));
+        report("heard with their settings after", moment);
+    }
+
+private:
+    static void report(const char* what, std::chrono::steady_clock::time_point moment) {
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - moment;
+        std::cout << what << " " << elapsed.count() << " s\n";
+    }
+};
+
+TEST_F(VelloFreezes, andItsApplicationsAreHeardAllTheSame) {
+    vello().signal(SIGSTOP);
+    expectDirectSoon();
+    vello().signal(SIGCONT);
+    expectTappedSoon();
+    EXPECT_EQ(confessions(), 1);
+    stopVello();
+    EXPECT_TRUE(awaitAll(direct));
+    expectNothingLeft();
+}
+
+TEST_F(VelloFreezes, andIsKilledThen) {
+    vello().signal(SIGSTOP);
+    expectDirectSoon();
+    vello().signal(SIGKILL);
+    ASSERT_TRUE(vello().waitForExit(5s));
+    expectNothingLeft();
+    EXPECT_TRUE(awaitAll(direct));
+}
+
+TEST_F(VelloFreezes, inItsDataThreadAlone) {
+    {
+        const HeldThread held(dataThread());
+        expectDirectSoon();
+    }
+    expectTappedSoon();
+    EXPECT_EQ(confessions(), 1);
+}
+
+TEST_F(VelloFreezes, inItsMainThreadAlone) {
+    {
+        const HeldThread held(vello().pid());
+        expectDirectSoon();
+    }
+    expectTappedSoon();
+    EXPECT_EQ(confessions(), 1);
+}
+
+TEST_F(VelloFreezes, withTheWholeSessionAndNobodyTakesItForDead) {
+    signalAll(SIGSTOP);
+    // Longer than a frozen VELLO is given.
+    ASSERT_FALSE(vello().waitForExit(3s));
+    signalAll(SIGCONT);
+    ASSERT_TRUE(awaitAll(tapped));
+    monitor("output-a").record(3 * 48000);
+    EXPECT_TRUE(awaitAll(tapped));
+    EXPECT_EQ(confessions(), 0);
+}
+
+/// How long the machine is kept busy: a few seconds, or as long as whoever measures wants it.
+std::chrono::seconds loadTime() {
+    const char* const wanted = std::getenv("VELLO_LOAD_SECONDS");
+    return std::chrono::seconds(wanted != nullptr ? std::atoi(wanted) : 4);
+}
+
+TEST_F(VelloStands, underLoadWithoutBeingTakenForFrozen) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    forgetMonitors();
+    std::vector<std::unique_ptr<ChildProcess>> busy;
+    while (busy.size() < 20)
+        busy.push_back(session().start("busy", {"sh", "-c", "while :; do :; done"}));
+    ASSERT_FALSE(vello().waitForExit(loadTime()));
+    EXPECT_EQ(confessions(), 0);
+    EXPECT_TRUE(isTapped(graph().state(), "player"));
+    busy.clear();
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+}
+
+TEST_F(VelloStands, withAPausedApplicationWithoutBeingTakenForFrozen) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    auto& player = play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    // Without a recorder the graph comes to rest.
+    forgetMonitors();
+    player.writeLine("pause");
+    ASSERT_FALSE(vello().waitForExit(4s));
+    player.writeLine("resume");
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+    EXPECT_EQ(confessions(), 0);
+}
+
+} // namespace
+} // namespace vello::session
