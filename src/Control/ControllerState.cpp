@@ -18,6 +18,18 @@ std::string permissionWord(AudioCapturePermission::Status status) {
     return "unknown";
 }
 
+std::string stageWord(TapCoordinator::TapStage stage) {
+    switch (stage) {
+    case TapCoordinator::TapStage::starting:
+        return "starting";
+    case TapCoordinator::TapStage::connecting:
+        return "connecting";
+    case TapCoordinator::TapStage::running:
+        break;
+    }
+    return "running";
+}
+
 std::optional<MeterReading> meters(const AudioController& controller, const std::string& id) {
     const auto level = controller.level(id);
     if (!level)
@@ -37,7 +49,7 @@ SourceState sourceState(const AudioController& controller, const AppAudioSource&
                       .meters = meters(controller, source.id)};
     const auto& taps = controller.tapStates().value();
     if (const auto tap = taps.find(source.id); tap != taps.end()) {
-        state.tapState = tap->second.isRunning ? "running" : "starting";
+        state.tapState = stageWord(tap->second.stage);
         state.deviceUID = tap->second.outputDeviceUID;
     }
     return state;

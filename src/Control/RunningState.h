@@ -25,7 +25,7 @@ struct MeterReading {
 struct SourceState {
     AppAudioSource source;
     EQSettings settings;                       ///< the source's own
-    std::string tapState;                      ///< "none", "starting" or "running"
+    std::string tapState;                      ///< "none", "starting", "connecting" or "running"
     std::optional<std::string> deviceUID = {}; ///< that it plays on through VELLO
     /// While somebody watches the levels and the source is heard.
     std::optional<MeterReading> meters = {};
