@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/ControllerState.h"
 
+#include "Control/ExemptionWords.h"
 #include "Control/Version.h"
 
 namespace vello {
@@ -78,6 +79,20 @@ RunningState runningState(AudioController& controller) {
     for (const AppAudioSource& source : controller.sources().value())
         state.sources.push_back(sourceState(controller, source));
     return state;
+}
+
+std::vector<ExemptStreamState> exemptStreams(const AudioController& controller) {
+    std::vector<ExemptStreamState> states;
+    for (const ExemptStream& stream : controller.exemptStreams())
+        states.push_back({.sourceID = stream.sourceID.value_or(""),
+                          .name = stream.name,
+                          .streamName = stream.streamName,
+                          .pid = stream.pid,
+                          .bundleID = stream.bundleID,
+                          .deviceUID = stream.deviceUID,
+                          .isPlaying = stream.isPlaying,
+                          .reason = std::string(exemptionWord(stream.reason))});
+    return states;
 }
 
 } // namespace vello
