@@ -31,8 +31,9 @@ TEST_F(DesktopRunningApplicationsTest, AnInstalledApplicationIsFoundByItsIdentif
     EXPECT_EQ(application->bundleIdentifier, "org.example.Player");
     EXPECT_EQ(application->localizedName, "org.example.Player");
     EXPECT_EQ(application->iconName, "player-icon");
-    for (const std::string& stranger : {std::string(), std::string("org.example"), std::string("../org.example.Player"),
-                                        std::string("org.example.Player.desktop"), std::string(1000000, 'x')})
+    for (const std::string& stranger :
+         {std::string(), std::string("org.example"), std::string("../org.example.Player"),
+          std::string("org.example.Player.desktop"), std::string(1000000, 'x')})
         EXPECT_FALSE(known.installedApplication(stranger));
 }
 
