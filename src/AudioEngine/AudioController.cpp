@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/AudioController.h"
 
-#include "AudioEngine/CoreAudioSupport.h"
 #include "AudioEngine/DisplayText.h"
 #include "Models/Localization.h"
 
@@ -26,7 +25,8 @@ AppAudioSource systemSource() {
 }
 
 AppAudioSource sourceOf(const AudioProcessGroup& group) {
-    return {group.id, group.representativePID, group.displayName, group.bundleID};
+    const auto pid = group.representativePID > 0 ? std::optional(group.representativePID) : std::nullopt;
+    return {group.id, pid, group.displayName, group.bundleID};
 }
 
 /// All of `primary`, then what `secondary` has beyond its names.
@@ -50,10 +50,11 @@ template <class Map> auto valueIn(const Map& map, std::string_view key) {
 
 AudioController::AudioController(const AudioControllerPorts& ports,
                                  const std::filesystem::path& applicationSupportFolder)
-    : audioHardware_(ports.audioHardware), mainThread_(ports.mainThread),
-      applicationEvents_(ports.applicationEvents), systemLog_(ports.systemLog),
+    : mainThread_(ports.mainThread), applicationEvents_(ports.applicationEvents),
       capturePermission_(ports.captureAuthorization, ports.applicationEvents, ports.mainThread),
       processMonitor_(ports.audioHardware, ports.mainThread, ports.runningApplications, ports.systemLog),
+      exemptStreams_(ports.audioHardware, ports.runningApplications),
+      outputRoutes_(ports.audioHardware, ports.systemLog),
       settingsStore_(applicationSupportFolder, ports.mainThread, ports.systemLog),
       presetCloudStore_(ports.keyValueStore, ports.systemLog),
       tapCoordinator_(ports.audioHardware, ports.mainThread, ports.systemLog, teardownQueue_,
@@ -62,7 +63,7 @@ AudioController::AudioController(const AudioControllerPorts& ports,
     observeOtherMachines();
     tapCoordinator_.start();
     syncCoordinatorEnabled();
-    observeOutputRoutes();
+    outputRoutes_.start();
     observeProcesses();
     applicationEvents_.onWillTerminate([this] { willTerminate(); });
     // Without a panel nobody else would notice that the user allowed the capture.
@@ -71,7 +72,6 @@ AudioController::AudioController(const AudioControllerPorts& ports,
 
 AudioController::~AudioController() {
     applicationEvents_.onWillTerminate(nullptr);
-    invalidateRouteObservers();
 }
 
 // The beginning and the end
@@ -91,20 +91,10 @@ void AudioController::observeOtherMachines() {
     presetCloudStore_.startObserving();
 }
 
-void AudioController::observeOutputRoutes() {
-    readOutputRoutesAgain();
-    const auto observe = [this](FourCharCode selector) {
-        return std::make_unique<CoreAudioPropertyObserver>(
-            audioHardware_, systemLog_, kAudioObjectSystemObject, selector, kAudioObjectPropertyScopeGlobal,
-            [this] { readOutputRoutesAgain(); });
-    };
-    outputDevicesObserver_ = observe(kAudioHardwarePropertyDevices);
-    defaultOutputObserver_ = observe(kAudioHardwarePropertyDefaultOutputDevice);
-}
-
 void AudioController::observeProcesses() {
     processMonitor_.setOnChange(
         [this](const AudioProcessMonitor::Groups& groups) { applyProcessGroups(groups); });
+    syncDownmixedSources();
     processMonitor_.start();
     applyProcessGroups(processMonitor_.groups());
 }
@@ -112,13 +102,8 @@ void AudioController::observeProcesses() {
 void AudioController::willTerminate() {
     isTerminating_ = true;
     tapCoordinator_.teardownAll();
-    invalidateRouteObservers();
+    outputRoutes_.stop();
     settingsStore_.flush(persistable());
-}
-
-void AudioController::invalidateRouteObservers() {
-    outputDevicesObserver_->invalidate();
-    defaultOutputObserver_->invalidate();
 }
 
 // Taps
@@ -155,6 +140,14 @@ void AudioController::applyProcessGroups(const AudioProcessMonitor::Groups& grou
     tapCoordinator_.updateGroups(groups);
 }
 
+void AudioController::syncDownmixedSources() {
+    AudioProcessMonitor::SourceIDs sourceIDs;
+    for (const auto& [sourceID, settings] : settingsBySourceID_.value())
+        if (settings.downmixesSurround)
+            sourceIDs.insert(sourceID);
+    processMonitor_.setDownmixedSources(std::move(sourceIDs));
+}
+
 void AudioController::setActiveSource(std::optional<std::string> sourceID) {
     if (sourceID == activeSourceID_.value())
         return;
@@ -173,6 +166,7 @@ void AudioController::updateSettings(EQSettings settings, std::string sourceID) 
     changed.insert_or_assign(sourceID, std::move(settings));
     settingsBySourceID_.set(std::move(changed));
     tapCoordinator_.settingsDidChange(sourceID);
+    syncDownmixedSources();
     settingsStore_.scheduleSave(persistable());
 }
 
@@ -197,14 +191,10 @@ StoredSettings AudioController::persistable() const {
 
 // Output routes
 
-void AudioController::readOutputRoutesAgain() {
-    outputRoutes_.set(readOutputRoutes(audioHardware_));
-}
-
 std::string AudioController::outputRouteName(const std::optional<std::string>& uid) const {
     if (!uid)
         return localized("Automatic");
-    const auto& routes = outputRoutes_.value();
+    const auto& routes = outputRoutes().value();
     const auto route = std::ranges::find(routes, *uid, &AudioOutputRoute::id);
     return route == routes.end() ? localized("Unavailable Output") : route->name;
 }

@@ -3,7 +3,8 @@
 
 #include "AudioEngine/AudioCapturePermission.h"
 #include "AudioEngine/AudioProcessMonitor.h"
-#include "AudioEngine/CoreAudioPropertyObserver.h"
+#include "AudioEngine/ExemptStreams.h"
+#include "AudioEngine/OutputRoutes.h"
 #include "AudioEngine/Published.h"
 #include "AudioEngine/SourceMeters.h"
 #include "AudioEngine/TapCoordinator.h"
@@ -67,7 +68,7 @@ public:
     const Published<SpectrumAnalyzer::Levels>& spectrum() const { return meters_.spectrum(); }
     const Published<TempoEstimates>& tempoEstimates() const { return meters_.tempoEstimates(); }
     /// What the user can choose as an output, the default one first.
-    const Published<std::vector<AudioOutputRoute>>& outputRoutes() const { return outputRoutes_; }
+    const Published<std::vector<AudioOutputRoute>>& outputRoutes() const { return outputRoutes_.routes(); }
     /// Of every source ever configured, also of absent ones.
     const Published<SettingsBySourceID>& settingsBySourceID() const { return settingsBySourceID_; }
     /// In the order of menus.
@@ -91,6 +92,8 @@ public:
     /// has checked that the name is UTF-8 and the gains are finite.
     void saveUserPreset(std::string_view name, std::span<const double> gains);
     void setActiveSource(std::optional<std::string> sourceID);
+    /// The streams that are left as they are, as of this moment: nobody is told when they change.
+    std::vector<ExemptStream> exemptStreams() const { return exemptStreams_.read(); }
     /// For the user, in the user's language; without a UID the output is chosen automatically.
     std::string outputRouteName(const std::optional<std::string>& uid) const;
 
@@ -109,24 +112,19 @@ public:
 private:
     void loadStored();
     void observeOtherMachines();
-    void observeOutputRoutes();
     void observeProcesses();
     void willTerminate();
-    void invalidateRouteObservers();
 
     void syncCoordinatorEnabled();
+    void syncDownmixedSources();
     void applyProcessGroups(const AudioProcessMonitor::Groups& groups);
-    void readOutputRoutesAgain();
     void scheduleMeterTick();
     StoredSettings persistable() const;
 
-    AudioHardware& audioHardware_;
     MainThread& mainThread_;
     ApplicationEvents& applicationEvents_;
-    SystemLog& systemLog_;
 
     Published<std::vector<AppAudioSource>> sources_;
-    Published<std::vector<AudioOutputRoute>> outputRoutes_;
     Published<SettingsBySourceID> settingsBySourceID_;
     Published<std::vector<UserEQPreset>> userPresets_;
     Published<std::optional<std::string>> activeSourceID_;
@@ -134,14 +132,14 @@ private:
     AudioCapturePermission capturePermission_;
 
     AudioProcessMonitor processMonitor_;
+    ExemptStreams exemptStreams_;
+    OutputRoutes outputRoutes_;
     SettingsStore settingsStore_;
     PresetCloudStore presetCloudStore_;
     SourceMeters meters_;
     TapTeardownQueue teardownQueue_; ///< outlives the coordinator
     TapCoordinator tapCoordinator_;
     TaskHandle meterUpdateTask_;
-    std::unique_ptr<CoreAudioPropertyObserver> outputDevicesObserver_;
-    std::unique_ptr<CoreAudioPropertyObserver> defaultOutputObserver_;
     Observation permissionObservation_;
     bool isTerminating_ = false;
 };

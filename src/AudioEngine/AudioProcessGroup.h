@@ -17,7 +17,7 @@ struct AudioProcessGroup {
     std::string id;
     std::string displayName;              ///< for the user; never empty
     std::optional<std::string> bundleID;  ///< never empty
-    std::int32_t representativePID = 0;   ///< the process that is responsible for the others
+    std::int32_t representativePID = 0;   ///< the process that is responsible for the others; 0: unknown
     std::vector<AudioObjectID> objectIDs; ///< its process objects, in the order of the audio system's list
 
     friend bool operator==(const AudioProcessGroup&, const AudioProcessGroup&) = default;

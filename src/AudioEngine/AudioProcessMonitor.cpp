@@ -2,10 +2,7 @@
 #include "AudioEngine/AudioProcessMonitor.h"
 
 #include "AudioEngine/CoreAudioSupport.h"
-#include "AudioEngine/DisplayText.h"
 #include "AudioEngine/LocalizedOrder.h"
-#include "Models/EQSettings.h"
-#include "Models/Localization.h"
 #include "Models/Product.h"
 
 #include <algorithm>
@@ -21,21 +18,6 @@ namespace {
 constexpr auto kReloadDebounce = 250ms;
 constexpr auto kPollingPeriod = 1s;
 
-/// The last part of a dotted name that is not empty.
-std::string_view lastComponent(std::string_view dotted) {
-    const auto end = dotted.find_last_not_of('.');
-    if (end == std::string_view::npos)
-        return {};
-    const auto dot = dotted.find_last_of('.', end);
-    const auto begin = dot == std::string_view::npos ? 0 : dot + 1;
-    return dotted.substr(begin, end + 1 - begin);
-}
-
-/// A bundle identifier is a stranger's word: it may be empty, and nobody passes for the system-wide entry.
-bool isUsable(const std::optional<std::string>& bundleID) {
-    return bundleID && !bundleID->empty() && *bundleID != kSystemSourceID;
-}
-
 std::string joined(const AudioProcessMonitor::Groups& groups) {
     std::string text;
     for (const AudioProcessGroup& group : groups)
@@ -48,12 +30,18 @@ std::string joined(const AudioProcessMonitor::Groups& groups) {
 /// The groups of one reload while they grow.
 class AudioProcessMonitor::GroupBuilders {
 public:
-    void add(AudioObjectID process, Identity identity) {
+    void add(AudioObjectID process, ApplicationIdentity identity) {
         const auto [entry, isNew] = indexByKey_.try_emplace(identity.key, groups_.size());
         if (isNew)
-            groups_.push_back(
-                {identity.key, displayName(identity), std::move(identity.bundleID), identity.pid, {}});
-        groups_[entry->second].objectIDs.push_back(process);
+            groups_.push_back({std::move(identity.key),
+                               std::move(identity.displayName),
+                               std::move(identity.bundleID),
+                               identity.pid,
+                               {}});
+        AudioProcessGroup& group = groups_[entry->second];
+        group.objectIDs.push_back(process);
+        if (group.representativePID == 0)
+            group.representativePID = identity.pid;
     }
 
     Groups sorted() && {
@@ -72,8 +60,9 @@ private:
 
 AudioProcessMonitor::AudioProcessMonitor(AudioHardware& hardware, MainThread& mainThread,
                                          RunningApplications& applications, SystemLog& log)
-    : hardware_(hardware), mainThread_(mainThread), applications_(applications), log_(log),
-      logger_(log, kBundleIdentifier, "AudioProcessMonitor") {}
+    : hardware_(hardware), mainThread_(mainThread), log_(log),
+      logger_(log, kBundleIdentifier, "AudioProcessMonitor"), identities_(hardware, applications),
+      downmixed_(hardware, log) {}
 
 AudioProcessMonitor::~AudioProcessMonitor() {
     if (processListObserver_)
@@ -110,6 +99,7 @@ void AudioProcessMonitor::reload() {
     for (const AudioObjectID process : *processes)
         collect(process, builders);
     pruneOutputStateObservers(*processes);
+    downmixed_.keepOnly(*processes);
     publish(std::move(builders).sorted());
 }
 
@@ -123,46 +113,31 @@ std::optional<std::vector<AudioObjectID>> AudioProcessMonitor::readProcessList()
     }
 }
 
-/// A process of which something cannot be read is left out.
+void AudioProcessMonitor::setDownmixedSources(SourceIDs sourceIDs) {
+    if (sourceIDs == downmixed_.sources())
+        return;
+    downmixed_.setSources(std::move(sourceIDs));
+    if (processListObserver_)
+        reload();
+}
+
+/// A process of which something cannot be read is left out. One that has nothing but streams to be downmixed
+/// produces output only once it is switched.
 void AudioProcessMonitor::collect(AudioObjectID process, GroupBuilders& builders) try {
-    const auto pid = readProperty<std::int32_t>(hardware_, process, kAudioProcessPropertyPID);
-    if (pid == applications_.ownProcess())
+    const std::int32_t pid = identities_.processOf(process);
+    if (identities_.isOwn(pid))
         return;
     observeOutputState(process);
+    std::optional<ApplicationIdentity> identity;
+    if (downmixed_.isBusy() && (identity = identities_.identify(process, pid)))
+        downmixed_.update(process, identity->key);
     if (readProperty<std::uint32_t>(hardware_, process, kAudioProcessPropertyIsRunningOutput) == 0)
         return;
-    const std::int32_t responsible = responsibleProcess(pid);
-    if (responsible != applications_.ownProcess())
-        builders.add(process, identify(process, responsible));
+    if (!identity)
+        identity = identities_.identify(process, pid);
+    if (identity)
+        builders.add(process, std::move(*identity));
 } catch (const CoreAudioError&) {
-}
-
-std::int32_t AudioProcessMonitor::responsibleProcess(std::int32_t pid) const {
-    const std::int32_t responsible = applications_.responsibleProcess(pid);
-    return responsible > 1 ? responsible : pid;
-}
-
-AudioProcessMonitor::Identity AudioProcessMonitor::identify(AudioObjectID process,
-                                                            std::int32_t responsiblePID) const {
-    auto application = applications_.runningApplication(responsiblePID).value_or(RunningApplication{});
-    Identity identity{
-        {}, std::move(application.bundleIdentifier), std::move(application.localizedName), responsiblePID};
-    if (!isUsable(identity.bundleID))
-        identity.bundleID =
-            attempt([&] { return readString(hardware_, process, kAudioProcessPropertyBundleID); });
-    if (!isUsable(identity.bundleID))
-        identity.bundleID.reset();
-    identity.key = identity.bundleID.value_or("pid." + std::to_string(responsiblePID));
-    return identity;
-}
-
-std::string AudioProcessMonitor::displayName(const Identity& identity) {
-    if (identity.localizedName && hasVisibleText(*identity.localizedName))
-        return boundedName(*identity.localizedName);
-    const auto component = lastComponent(identity.bundleID ? *identity.bundleID : std::string_view{});
-    if (hasVisibleText(component))
-        return boundedName(component);
-    return localized("Process %1", std::to_string(identity.pid));
 }
 
 void AudioProcessMonitor::observeOutputState(AudioObjectID process) {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "AudioEngine/ApplicationIdentities.h"
 #include "AudioEngine/AudioProcessGroup.h"
 #include "AudioEngine/CoreAudioPropertyObserver.h"
+#include "AudioEngine/DownmixedProcesses.h"
 #include "Platform/AudioHardware.h"
 #include "Platform/MainThread.h"
 #include "Platform/RunningApplications.h"
@@ -24,6 +26,7 @@ namespace vello {
 class AudioProcessMonitor {
 public:
     using Groups = std::vector<AudioProcessGroup>;
+    using SourceIDs = DownmixedProcesses::SourceIDs;
     using ChangeAction = std::function<void(const Groups&)>;
 
     /// All four outlive the monitor.
@@ -40,6 +43,10 @@ public:
     /// By name, in the order of the user's language.
     const Groups& groups() const { return groups_; }
 
+    /// The applications, by the ids of their groups, whose streams of more than two channels are captured as
+    /// two. They hold for processes that come later as well; so the list is read again at once.
+    void setDownmixedSources(SourceIDs sourceIDs);
+
     /// Reads the list now.
     void reload();
     /// Reads the list a quarter of a second after the last such call.
@@ -47,29 +54,20 @@ public:
 
 private:
     class GroupBuilders;
-    /// What is known of a process that is to be captured.
-    struct Identity {
-        std::string key;
-        std::optional<std::string> bundleID;
-        std::optional<std::string> localizedName;
-        std::int32_t pid = 0;
-    };
 
     void pollAgain();
     std::optional<std::vector<AudioObjectID>> readProcessList() const;
     void collect(AudioObjectID process, GroupBuilders& builders);
-    std::int32_t responsibleProcess(std::int32_t pid) const;
-    Identity identify(AudioObjectID process, std::int32_t responsiblePID) const;
-    static std::string displayName(const Identity& identity);
     void observeOutputState(AudioObjectID process);
     void pruneOutputStateObservers(const std::vector<AudioObjectID>& kept);
     void publish(Groups groups);
 
     AudioHardware& hardware_;
     MainThread& mainThread_;
-    RunningApplications& applications_;
     SystemLog& log_;
     Logger logger_;
+    ApplicationIdentities identities_;
+    DownmixedProcesses downmixed_;
     Groups groups_;
     ChangeAction onChange_;
     std::unique_ptr<CoreAudioPropertyObserver> processListObserver_;

@@ -168,12 +168,9 @@ bool ProcessTap::isAggregateAlive() const {
     return alive.value_or(0) != 0;
 }
 
-bool ProcessTap::isStillConnecting() const {
-    const auto running = attempt([this] {
-        return readProperty<std::uint32_t>(services_.hardware, aggregateDeviceID_,
-                                           kAudioDevicePropertyDeviceIsRunning);
-    });
-    return running == 0U;
+void ProcessTap::checkConnection() {
+    if (connection_)
+        connection_->check();
 }
 
 ProcessTap::ActivationStep ProcessTap::startProcessing() {
@@ -213,6 +210,8 @@ void ProcessTap::installObservers() {
     tapFormatObserver_ = std::make_unique<CoreAudioPropertyObserver>(
         services_.hardware, services_.log, tapID_, kAudioTapPropertyFormat, kAudioObjectPropertyScopeGlobal,
         [this] { run(onStreamFormatChange_); });
+    connection_ = std::make_unique<TapConnection>(services_, aggregateDeviceID_, label_,
+                                                  [this] { run(onConnectionChange_); });
     const auto* processes = std::get_if<Processes>(&target_);
     if (!processes)
         return;
@@ -339,6 +338,8 @@ void ProcessTap::dropObservers() {
         tapFormatObserver_->invalidate();
     tapFormatObserver_.reset();
     onStreamFormatChange_ = nullptr;
+    connection_.reset();
+    onConnectionChange_ = nullptr;
     for (const auto& observer : appDeviceObservers_)
         observer->invalidate();
     appDeviceObservers_.clear();

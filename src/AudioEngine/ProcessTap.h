@@ -4,6 +4,7 @@
 #include "AudioEngine/CoreAudioError.h"
 #include "AudioEngine/CoreAudioPropertyObserver.h"
 #include "AudioEngine/EQChainSnapshot.h"
+#include "AudioEngine/TapConnection.h"
 #include "AudioEngine/TapRealtimeContext.h"
 #include "AudioEngine/TapServices.h"
 #include "Models/EQSettings.h"
@@ -63,6 +64,9 @@ public:
     /// invalidated.
     void setOnAppOutputDeviceChange(Action action) { onAppOutputDeviceChange_ = std::move(action); }
 
+    /// Runs when isStillConnecting() may have changed, until the tap is invalidated.
+    void setOnConnectionChange(Action action) { onConnectionChange_ = std::move(action); }
+
     const Target& target() const { return target_; }
     const std::string& label() const { return label_; }
     const EQSettings& settings() const { return settings_; }
@@ -74,9 +78,10 @@ public:
     const std::shared_ptr<TapRealtimeContext>& realtimeContext() const { return realtimeContext_; }
     /// What the I/O callback filters with; null as the context is, and where the sound cannot be processed.
     const std::shared_ptr<const EQChainSnapshot>& currentSnapshot() const { return currentSnapshot_; }
-    /// It runs, but the audio system is still at connecting its device, which can take seconds when many
-    /// taps begin at once. A system that does not tell has done so.
-    bool isStillConnecting() const;
+    /// It runs, but the audio system has not connected its device, or not yet: it carries nothing.
+    bool isStillConnecting() const { return connection_ && !connection_->isConnected(); }
+    /// Looks for a change of it that was not announced, for the log.
+    void checkConnection();
     /// When the activation was done.
     std::optional<MainThread::Instant> activatedAt() const { return activatedAt_; }
     /// The output device that the settings ask for, and the one in use.
@@ -140,9 +145,11 @@ private:
     AudioObjectID aggregateDeviceID_ = kAudioObjectUnknown;
     AudioDeviceIOProcID ioProcID_ = 0;
     std::unique_ptr<CoreAudioPropertyObserver> tapFormatObserver_;
+    std::unique_ptr<TapConnection> connection_; ///< while the callback is started
     bool isInvalidated_ = false;
     Action onStreamFormatChange_;
     Action onAppOutputDeviceChange_;
+    Action onConnectionChange_;
     EQSettings settings_;
     std::shared_ptr<const EQChainSnapshot> currentSnapshot_;
     std::vector<RetiredSnapshot> retiredSnapshots_;

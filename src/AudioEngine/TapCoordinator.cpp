@@ -18,11 +18,12 @@ namespace {
 constexpr auto kFullRebuildDebounce = 300ms;
 constexpr auto kSourceRebuildDebounce = 300ms;
 constexpr auto kSourceRebuildCooldown = 5s;
+constexpr auto kChosenOutputPeriod = 1s; ///< a device that comes and goes must not cause a storm
 
-void dropObserver(std::unique_ptr<CoreAudioPropertyObserver>& observer) {
-    if (observer)
-        observer->invalidate();
-    observer.reset();
+TapCoordinator::TapStage stageOf(const ProcessTap& tap) {
+    if (!tap.realtimeContext())
+        return TapCoordinator::TapStage::starting;
+    return tap.isStillConnecting() ? TapCoordinator::TapStage::connecting : TapCoordinator::TapStage::running;
 }
 
 } // namespace
@@ -32,11 +33,15 @@ TapCoordinator::TapCoordinator(AudioHardware& hardware, MainThread& mainThread, 
                                const BlockKernelChoice& kernel)
     : services_{hardware, mainThread, log, teardownQueue, kernel.chosen.kernel}, kernel_(kernel),
       settingsProvider_(std::move(settingsProvider)), logger_(log, kBundleIdentifier, "TapCoordinator"),
-      watchdog_(*this, mainThread, log) {}
+      watchdog_(*this, mainThread, log),
+      deviceObservers_(hardware, log,
+                       {[this] { scheduleFullRebuild("default output device changed"); },
+                        [this] { scheduleFullRebuild("output sample rate changed"); },
+                        [this] { useChosenOutputs(); }}),
+      chosenOutputRebuilds_(mainThread, kChosenOutputPeriod,
+                            [this](const std::string& sourceID) { rebuildForChosenOutput(sourceID); }) {}
 
 TapCoordinator::~TapCoordinator() {
-    dropObserver(defaultDeviceObserver_);
-    dropObserver(sampleRateObserver_);
     destroyAll();
 }
 
@@ -44,8 +49,7 @@ void TapCoordinator::start() {
     CrashGuard::install(services_.hardware);
     logRefusedKernels();
     sweepOrphanedAggregates();
-    installDeviceObservers();
-    installSampleRateObserver();
+    deviceObservers_.start();
     watchdog_.start();
 }
 
@@ -58,9 +62,11 @@ void TapCoordinator::teardownAll() {
     // What the monitor or a device still reports on the way out must not bring a tap back.
     isEnabled_ = false;
     watchdog_.stop();
+    deviceObservers_.stop();
     rebuildDebounceTask_.reset();
     sourceRebuildTasks_.clear();
     sourceRebuildCooldownUntil_.clear();
+    chosenOutputRebuilds_.clear();
     destroyAll();
     services_.teardownQueue.drain();
 }
@@ -118,8 +124,14 @@ EQSettings TapCoordinator::effectiveSettings(const std::string& sourceID) const 
 void TapCoordinator::publishTapStates() {
     TapStates states;
     for (const auto& [sourceID, tap] : taps_)
-        states[sourceID] = {tap->realtimeContext() != nullptr, tap->resolvedOutputDeviceUID()};
+        states[sourceID] = {stageOf(*tap), tap->resolvedOutputDeviceUID()};
     tapStates_.set(std::move(states));
+}
+
+void TapCoordinator::checkConnections() {
+    for (const auto& [sourceID, tap] : taps_)
+        tap->checkConnection();
+    publishTapStates();
 }
 
 std::vector<TapCoordinator::WatchdogEntry> TapCoordinator::watchdogEntries() const {
@@ -183,6 +195,7 @@ void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target targ
     tap->setOnStreamFormatChange([this, sourceID] { scheduleSourceRebuild(sourceID, "tap format changed"); });
     tap->setOnAppOutputDeviceChange(
         [this, sourceID] { scheduleSourceRebuild(sourceID, "app moved its output device"); });
+    tap->setOnConnectionChange([this] { publishTapStates(); });
     taps_.insert_or_assign(sourceID, tap);
     startActivation(sourceID, tap);
     publishTapStates();
@@ -227,7 +240,7 @@ void TapCoordinator::scheduleFullRebuild(std::string reason) {
 void TapCoordinator::performFullRebuild(const std::string& reason) {
     logger_.notice("Full tap rebuild: " + reason);
     destroyAll();
-    installSampleRateObserver();
+    deviceObservers_.followDefaultDevice();
     reconcile();
 }
 
@@ -257,21 +270,30 @@ void TapCoordinator::performSourceRebuild(std::string sourceID, std::string reas
 
 // Devices
 
-void TapCoordinator::installDeviceObservers() {
-    defaultDeviceObserver_ = std::make_unique<CoreAudioPropertyObserver>(
-        services_.hardware, services_.log, kAudioObjectSystemObject,
-        kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectPropertyScopeGlobal,
-        [this] { scheduleFullRebuild("default output device changed"); });
+void TapCoordinator::useChosenOutputs() {
+    for (const std::string& sourceID : tapKeys()) {
+        const auto found = taps_.find(sourceID);
+        if (found != taps_.end() && chosenOutputHasCome(*found->second))
+            chosenOutputRebuilds_.request(sourceID);
+    }
 }
 
-void TapCoordinator::installSampleRateObserver() {
-    dropObserver(sampleRateObserver_);
-    const auto device = attempt([this] { return readDefaultOutputDevice(services_.hardware); });
-    if (device.value_or(kAudioObjectUnknown) == kAudioObjectUnknown)
+/// The tap had to begin on another device, because the one that the user chose was not there.
+bool TapCoordinator::chosenOutputHasCome(const ProcessTap& tap) const {
+    const auto& chosen = tap.outputDeviceUID();
+    const auto& used = tap.resolvedOutputDeviceUID();
+    return chosen && used && chosen != used &&
+           attempt([&] { return readOutputDevice(services_.hardware, *chosen); }).has_value();
+}
+
+/// By the time that this runs the device may have gone again.
+void TapCoordinator::rebuildForChosenOutput(const std::string& sourceID) {
+    const auto found = taps_.find(sourceID);
+    if (found == taps_.end() || !chosenOutputHasCome(*found->second))
         return;
-    sampleRateObserver_ = std::make_unique<CoreAudioPropertyObserver>(
-        services_.hardware, services_.log, *device, kAudioDevicePropertyNominalSampleRate,
-        kAudioObjectPropertyScopeGlobal, [this] { scheduleFullRebuild("output sample rate changed"); });
+    logger_.notice("Rebuilding tap for " + sourceID + ": its chosen output is there");
+    destroy(sourceID);
+    reconcile();
 }
 
 void TapCoordinator::sweepOrphanedAggregates() {

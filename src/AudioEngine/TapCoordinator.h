@@ -2,9 +2,10 @@
 #pragma once
 
 #include "AudioEngine/AudioProcessGroup.h"
-#include "AudioEngine/CoreAudioPropertyObserver.h"
+#include "AudioEngine/OutputDeviceObservers.h"
 #include "AudioEngine/ProcessTap.h"
 #include "AudioEngine/Published.h"
+#include "AudioEngine/SourceRateLimit.h"
 #include "AudioEngine/TapServices.h"
 #include "AudioEngine/TapWatchdog.h"
 #include "Models/EQSettings.h"
@@ -30,8 +31,13 @@ public:
     using Taps = std::map<std::string, std::shared_ptr<ProcessTap>>;
 
     /// How far a tap has come.
+    enum class TapStage {
+        starting,
+        connecting, ///< it would run, but the audio system has not connected it, or refuses to
+        running,    ///< it carries its application's sound
+    };
     struct TapState {
-        bool isRunning = false;
+        TapStage stage = TapStage::starting;
         std::optional<std::string> outputDeviceUID = {}; ///< the device in use
 
         friend bool operator==(const TapState&, const TapState&) = default;
@@ -81,6 +87,8 @@ public:
     /// Of every tap, by source id, as of its last step.
     const Published<TapStates>& tapStates() const { return tapStates_; }
     std::vector<WatchdogEntry> watchdogEntries() const;
+    /// Publishes also what the audio system did not announce of the taps' connections.
+    void checkConnections();
 
 private:
     void logRefusedKernels() const;
@@ -101,8 +109,9 @@ private:
     void waitForCooldown(const std::string& sourceID, const std::string& reason);
     void performSourceRebuild(std::string sourceID, std::string reason);
 
-    void installDeviceObservers();
-    void installSampleRateObserver();
+    void useChosenOutputs();
+    bool chosenOutputHasCome(const ProcessTap& tap) const;
+    void rebuildForChosenOutput(const std::string& sourceID);
     void sweepOrphanedAggregates();
     void destroyOrphan(AudioObjectID device, const std::string& name);
     std::vector<std::string> tapKeys() const;
@@ -119,8 +128,8 @@ private:
     std::optional<std::string> focusedSourceID_;
     std::map<std::string, AudioProcessGroup> tapGroupSnapshots_; ///< the group that each tap was made from
     std::map<std::string, TaskHandle> activationTasks_;
-    std::unique_ptr<CoreAudioPropertyObserver> defaultDeviceObserver_;
-    std::unique_ptr<CoreAudioPropertyObserver> sampleRateObserver_;
+    OutputDeviceObservers deviceObservers_;
+    SourceRateLimit chosenOutputRebuilds_;
     TaskHandle rebuildDebounceTask_;
     std::map<std::string, TaskHandle> sourceRebuildTasks_;
     std::map<std::string, MainThread::Instant> sourceRebuildCooldownUntil_;

@@ -17,9 +17,6 @@ namespace {
 
 constexpr auto kCheckPeriod = 2s;
 constexpr auto kGracePeriod = 5s; ///< after an activation
-/// How long after an activation the audio system may take to connect the device. Tapped anew meanwhile, it
-/// would begin again, and end later still.
-constexpr auto kConnectionPatience = 60s;
 constexpr auto kStall = 3s;
 constexpr std::uint32_t kSilentBuffers = 200;
 constexpr int kMissesBeforeRebuild = 3;
@@ -30,11 +27,10 @@ std::chrono::nanoseconds age(std::uint64_t callbackTime, MainThread::Instant now
     return std::chrono::nanoseconds(static_cast<std::int64_t>(hostTime(now) - callbackTime));
 }
 
+/// A tap whose device is not connected is not called, and a new one would only begin to connect later: the
+/// audio system tries again by itself.
 bool isTooYoung(const ProcessTap& tap, MainThread::Instant now) {
-    if (!tap.activatedAt())
-        return true;
-    const auto running = now - *tap.activatedAt();
-    return running < kGracePeriod || (running < kConnectionPatience && tap.isStillConnecting());
+    return !tap.activatedAt() || now - *tap.activatedAt() < kGracePeriod || tap.isStillConnecting();
 }
 
 /// A tap that never carried anything, or whose application does not play, may be silent for ever.
@@ -68,6 +64,7 @@ void TapWatchdog::checkAgain() {
 
 void TapWatchdog::runChecks() {
     const auto now = mainThread_.now();
+    coordinator_.checkConnections();
     const auto entries = coordinator_.watchdogEntries();
     std::erase_if(missCounts_, [&](const auto& count) {
         return std::ranges::find(entries, count.first, &TapCoordinator::WatchdogEntry::sourceID) ==

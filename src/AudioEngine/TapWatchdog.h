@@ -13,8 +13,9 @@ class ProcessTap;
 class TapCoordinator;
 
 /// Looks every 2 s whether each tap's callback is called and passes sound, and has a tap that failed three
-/// times in a row made again, at most every 20 s for one source. Main thread only; it reads counters that the
-/// callback keeps and never waits for it.
+/// times in a row made again, at most every 20 s for one source. A tap that the audio system has not
+/// connected has not failed. Main thread only; it reads counters that the callback keeps and never waits for
+/// it.
 class TapWatchdog {
 public:
     /// All three outlive the watchdog.

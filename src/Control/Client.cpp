@@ -65,12 +65,15 @@ void showStatus(RunningInstance& instance, const ClientRequest& request, const C
     StatusWatch watch(instance);
     if (request.keepsWatching)
         return watchStatus(watch, request, output);
-    const RunningState state = watch.once(kMeterPatience);
+    RunningState state = watch.once(kMeterPatience);
+    if (request.showsAll)
+        state.exemptStreams = instance.exemptStreams();
     print(output, request.isJSON ? statusJSON(state) + "\n" : statusText(state));
 }
 
 void changeSource(const RunningInstance& instance, const ClientRequest& request) {
-    const RunningState state = instance.state();
+    RunningState state = instance.state();
+    state.exemptStreams = instance.exemptStreams();
     SettingsChange change = request.change;
     if (change.presetID)
         change.presetID = findPresetID(state, *change.presetID);

@@ -55,8 +55,8 @@ struct ClientArguments::Commands {
     SettingsChange change() const;
 
     // The options as they are written.
-    bool isJSON = false, keepsWatching = false, resets = false;
-    std::string source, preset, gains, volume, output, bypass, name;
+    bool isJSON = false, keepsWatching = false, showsAll = false, resets = false;
+    std::string source, preset, gains, volume, output, bypass, downmix, name;
 
     CLI::App *status = nullptr, *set = nullptr, *on = nullptr, *off = nullptr, *presets = nullptr,
              *savePreset = nullptr;
@@ -73,7 +73,9 @@ ClientArguments::Commands::Commands(CLI::App& application) {
 void ClientArguments::Commands::addStatus(CLI::App& application) {
     status = application.add_subcommand("status", "Show the sources of the running VELLO");
     status->add_flag("--json", isJSON, "One JSON object instead of a table");
-    status->add_flag("--watch", keepsWatching, "Show every change until Ctrl+C");
+    CLI::Option* watch = status->add_flag("--watch", keepsWatching, "Show every change until Ctrl+C");
+    status->add_flag("--all", showsAll, "Also the streams that VELLO leaves as they are, and why")
+        ->excludes(watch);
 }
 
 void ClientArguments::Commands::addSet(CLI::App& application) {
@@ -99,6 +101,9 @@ void ClientArguments::Commands::addSet(CLI::App& application) {
     set->add_option("--bypass", bypass, "Leave the source as it is: on or off")
         ->type_name("on|off")
         ->check(CLI::Validator(checkSwitchText, "", "bypass"));
+    set->add_option("--downmix", downmix, "Take streams of more than two channels too, as two: on or off")
+        ->type_name("on|off")
+        ->check(CLI::Validator(checkSwitchText, "", "downmix"));
     set->add_flag("--reset", resets, "Make the curve flat")->excludes(presetOption)->excludes(gainsOption);
 }
 
@@ -127,6 +132,8 @@ SettingsChange ClientArguments::Commands::change() const {
         result.outputDeviceUID = output;
     if (!bypass.empty())
         result.isBypassed = bypass == "on";
+    if (!downmix.empty())
+        result.downmixesSurround = downmix == "on";
     if (set->parsed() && result == SettingsChange())
         throw CLI::ValidationError("set", "say what to change, for example --volume 0.5");
     return result;
@@ -147,6 +154,7 @@ std::optional<ClientRequest> ClientArguments::request() const {
             return ClientRequest{.action = action,
                                  .isJSON = commands_->isJSON,
                                  .keepsWatching = commands_->keepsWatching,
+                                 .showsAll = commands_->showsAll,
                                  .source = commands_->source,
                                  .change = commands_->change(),
                                  .presetName = commands_->name};

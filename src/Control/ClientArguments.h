@@ -20,6 +20,7 @@ struct ClientRequest {
     Action action = Action::status;
     bool isJSON = false;
     bool keepsWatching = false; ///< of status
+    bool showsAll = false;      ///< of status: also what is left as it is
     std::string source = {};    ///< of set and savePreset: an id or a name
     /// Of set. A preset and an output are written as the user wrote them: id or name, output also "auto".
     SettingsChange change = {};

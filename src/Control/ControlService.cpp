@@ -29,6 +29,12 @@ const char* errorName(OutsideValueError::Kind kind) {
     return "InvalidValue";
 }
 
+void checkFitsSource(const SettingsChange& change, std::string_view sourceID) {
+    if (change.downmixesSurround && sourceID == kSystemSourceID)
+        throw OutsideValueError(OutsideValueError::Kind::invalidValue,
+                                "the downmix belongs to one application; name that instead of the system");
+}
+
 } // namespace
 
 ControlService::ControlService(AudioController& controller, MeterAudience& audience, MainThread& mainThread,
@@ -94,9 +100,10 @@ template <class Action> void ControlService::answer(Action action) {
 void ControlService::SetSettings(const QString& source, const QVariantMap& changes) {
     answer([&] {
         const std::string id = knownSourceID(source);
+        const SettingsChange change = decodeChange(changes);
+        checkFitsSource(change, id);
         const SettingsChoices choices{controller_.userPresets().value(), controller_.outputRoutes().value()};
-        controller_.updateSettings(changedSettings(controller_.settings(id), decodeChange(changes), choices),
-                                   id);
+        controller_.updateSettings(changedSettings(controller_.settings(id), change, choices), id);
     });
 }
 
@@ -124,6 +131,10 @@ void ControlService::ShowPanel(const QString& activationToken) {
                    "VELLO runs without a panel (vello --headless); end it and start vello");
 }
 
+QList<QVariantMap> ControlService::ListExemptStreams() const {
+    return encodeExemptStreams(exemptStreams(controller_));
+}
+
 void ControlService::SubscribeLevels() {
     subscriptions_.add(connection(), message().service());
 }
@@ -132,7 +143,8 @@ void ControlService::UnsubscribeLevels() {
     subscriptions_.remove(message().service());
 }
 
-/// A source that plays, or one that has settings although it does not play now.
+/// A source that plays, one that has settings although it does not play now, or one that has nothing but
+/// streams that are left as they are.
 std::string ControlService::knownSourceID(const QString& id) const {
     const auto isMeant = [&id](const std::string& known) { return QString::fromStdString(known) == id; };
     for (const AppAudioSource& source : controller_.sources().value())
@@ -141,6 +153,9 @@ std::string ControlService::knownSourceID(const QString& id) const {
     for (const auto& [known, settings] : controller_.settingsBySourceID().value())
         if (isMeant(known))
             return known;
+    for (const ExemptStream& stream : controller_.exemptStreams())
+        if (stream.sourceID && isMeant(*stream.sourceID))
+            return *stream.sourceID;
     throw OutsideValueError(OutsideValueError::Kind::unknownSource,
                             "there is no such source; vello status shows those that there are");
 }

@@ -57,6 +57,7 @@ public:
     void SavePreset(const QString& name, const QList<double>& bandGains);
     void RequestPermission();
     void ShowPanel(const QString& activationToken);
+    QList<QVariantMap> ListExemptStreams() const;
     void SubscribeLevels();
     void UnsubscribeLevels();
 

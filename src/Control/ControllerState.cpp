@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/ControllerState.h"
 
+#include "Control/ExemptionWords.h"
 #include "Control/Version.h"
 
 namespace vello {
@@ -16,6 +17,18 @@ std::string permissionWord(AudioCapturePermission::Status status) {
         break;
     }
     return "unknown";
+}
+
+std::string stageWord(TapCoordinator::TapStage stage) {
+    switch (stage) {
+    case TapCoordinator::TapStage::starting:
+        return "starting";
+    case TapCoordinator::TapStage::connecting:
+        return "connecting";
+    case TapCoordinator::TapStage::running:
+        break;
+    }
+    return "running";
 }
 
 std::optional<MeterReading> meters(const AudioController& controller, const std::string& id) {
@@ -37,7 +50,7 @@ SourceState sourceState(const AudioController& controller, const AppAudioSource&
                       .meters = meters(controller, source.id)};
     const auto& taps = controller.tapStates().value();
     if (const auto tap = taps.find(source.id); tap != taps.end()) {
-        state.tapState = tap->second.isRunning ? "running" : "starting";
+        state.tapState = stageWord(tap->second.stage);
         state.deviceUID = tap->second.outputDeviceUID;
     }
     return state;
@@ -66,6 +79,20 @@ RunningState runningState(AudioController& controller) {
     for (const AppAudioSource& source : controller.sources().value())
         state.sources.push_back(sourceState(controller, source));
     return state;
+}
+
+std::vector<ExemptStreamState> exemptStreams(const AudioController& controller) {
+    std::vector<ExemptStreamState> states;
+    for (const ExemptStream& stream : controller.exemptStreams())
+        states.push_back({.sourceID = stream.sourceID.value_or(""),
+                          .name = stream.name,
+                          .streamName = stream.streamName,
+                          .pid = stream.pid,
+                          .bundleID = stream.bundleID,
+                          .deviceUID = stream.deviceUID,
+                          .isPlaying = stream.isPlaying,
+                          .reason = std::string(exemptionWord(stream.reason))});
+    return states;
 }
 
 } // namespace vello

@@ -49,6 +49,18 @@ const SourceState* findSourceOrNone(const RunningState& state, const std::string
                       "source");
 }
 
+/// The applications of the exempt streams, each once.
+std::vector<ExemptStreamState> exemptApplications(const RunningState& state) {
+    std::vector<ExemptStreamState> applications;
+    for (const ExemptStreamState& stream : state.exemptStreams.value_or(std::vector<ExemptStreamState>{})) {
+        const bool isKnown = std::ranges::find(applications, stream.sourceID, &ExemptStreamState::sourceID) !=
+                             applications.end();
+        if (!stream.sourceID.empty() && !isKnown)
+            applications.push_back(stream);
+    }
+    return applications;
+}
+
 } // namespace
 
 const SourceState& findSource(const RunningState& state, const std::string& word) {
@@ -59,8 +71,12 @@ const SourceState& findSource(const RunningState& state, const std::string& word
 }
 
 std::string findSourceID(const RunningState& state, const std::string& word) {
-    const SourceState* found = findSourceOrNone(state, word);
-    return found == nullptr ? word : found->source.id;
+    if (const SourceState* found = findSourceOrNone(state, word))
+        return found->source.id;
+    const auto exempt = exemptApplications(state);
+    const ExemptStreamState* found =
+        findUnique(exempt, word, &ExemptStreamState::sourceID, &ExemptStreamState::name, "source");
+    return found == nullptr ? word : found->sourceID;
 }
 
 std::string findPresetID(const RunningState& state, const std::string& word) {

@@ -11,7 +11,8 @@ namespace vello {
 
 /// `word` is an id, a name that only one source has, or "system" for the system-wide source.
 const SourceState& findSource(const RunningState& state, const std::string& word);
-/// Its id; `word` itself where no source is found: it may be the id of one that does not play now.
+/// Its id, or that of an application that has nothing but exempt streams; `word` itself where there is none
+/// of either: it may be the id of a source that does not play now.
 std::string findSourceID(const RunningState& state, const std::string& word);
 /// The id of a preset by its id or its name for the user. Ids come first, built-in presets before the user's.
 std::string findPresetID(const RunningState& state, const std::string& word);

@@ -105,6 +105,7 @@ EQSettings changedSettings(EQSettings settings, const SettingsChange& change,
     if (change.outputDeviceUID)
         settings.outputDeviceUID = chosenOutput(*change.outputDeviceUID, choices.outputRoutes);
     settings.isBypassed = change.isBypassed.value_or(settings.isBypassed);
+    settings.downmixesSurround = change.downmixesSurround.value_or(settings.downmixesSurround);
     return settings;
 }
 

@@ -47,6 +47,7 @@ struct SettingsChange {
     std::optional<double> volume = {};
     std::optional<bool> isBypassed = {};
     std::optional<std::string> outputDeviceUID = {}; ///< empty: automatic
+    std::optional<bool> downmixesSurround = {};      ///< not of the system-wide source
 
     friend bool operator==(const SettingsChange&, const SettingsChange&) = default;
 };

@@ -74,6 +74,14 @@ RunningState RunningInstance::state() const {
     return decodeState(properties.value());
 }
 
+std::vector<ExemptStreamState> RunningInstance::exemptStreams() const {
+    const QDBusMessage reply = answer(
+        bus_,
+        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface, "ListExemptStreams"),
+        {});
+    return decodeExemptStreams(reply.arguments().value(0));
+}
+
 void RunningInstance::call(const char* method, const QVariantList& arguments) const {
     answer(bus_,
            QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface,

@@ -3,6 +3,8 @@
 
 #include "Control/RunningState.h"
 
+#include <vector>
+
 #include <QDBusConnection>
 #include <QVariant>
 
@@ -22,6 +24,8 @@ public:
 
     /// Everything but the meters. Blocks for the answer.
     RunningState state() const;
+    /// The streams that are left as they are. Blocks for the answer.
+    std::vector<ExemptStreamState> exemptStreams() const;
     /// Calls a method of the interface that returns nothing. Blocks for the answer.
     void call(const char* method, const QVariantList& arguments) const;
     QDBusConnection& bus() { return bus_; }

@@ -6,6 +6,7 @@
 #include "Models/EQPreset.h"
 #include "Models/EQSettings.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,12 +26,26 @@ struct MeterReading {
 struct SourceState {
     AppAudioSource source;
     EQSettings settings;                       ///< the source's own
-    std::string tapState;                      ///< "none", "starting" or "running"
+    std::string tapState;                      ///< "none", "starting", "connecting" or "running"
     std::optional<std::string> deviceUID = {}; ///< that it plays on through VELLO
     /// While somebody watches the levels and the source is heard.
     std::optional<MeterReading> meters = {};
 
     friend bool operator==(const SourceState&, const SourceState&) = default;
+};
+
+/// A stream that is left as it is.
+struct ExemptStreamState {
+    std::string sourceID;   ///< of its application; empty where that is unknown
+    std::string name;       ///< of the application, for the user
+    std::string streamName; ///< may be empty
+    std::optional<std::int32_t> pid = {};
+    std::optional<std::string> bundleID = {};
+    std::optional<std::string> deviceUID = {}; ///< that it plays on
+    bool isPlaying = false;
+    std::string reason; ///< see ExemptionWords
+
+    friend bool operator==(const ExemptStreamState&, const ExemptStreamState&) = default;
 };
 
 struct PresetState {
@@ -49,6 +64,8 @@ struct RunningState {
     std::vector<SourceState> sources = {}; ///< the system-wide one first
     std::vector<AudioOutputRoute> outputs = {};
     std::vector<PresetState> presets = {}; ///< the built-in ones first
+    /// Where it was asked for.
+    std::optional<std::vector<ExemptStreamState>> exemptStreams = {};
 
     friend bool operator==(const RunningState&, const RunningState&) = default;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/StateJSON.h"
 
+#include "Control/ExemptionWords.h"
 #include "Models/SettingsCoding.h"
 
 #include <cmath>
@@ -36,6 +37,7 @@ JSON tempoOf(const SourceState& entry) {
 JSON encode(const SourceState& entry) {
     JSON settings = vello::encode(entry.settings);
     settings["outputDeviceUID"] = orNull(entry.settings.outputDeviceUID);
+    settings["downmixesSurround"] = entry.settings.downmixesSurround;
     return {{"id", entry.source.id},
             {"name", entry.source.name},
             {"pid", orNull(entry.source.pid)},
@@ -45,6 +47,18 @@ JSON encode(const SourceState& entry) {
             {"level", levelOf(entry)},
             {"tempo", tempoOf(entry)},
             {"settings", settings}};
+}
+
+JSON encode(const ExemptStreamState& stream) {
+    return {{"id", stream.sourceID.empty() ? JSON(nullptr) : JSON(stream.sourceID)},
+            {"name", stream.name},
+            {"stream", stream.streamName},
+            {"pid", orNull(stream.pid)},
+            {"bundleID", orNull(stream.bundleID)},
+            {"device", orNull(stream.deviceUID)},
+            {"isPlaying", stream.isPlaying},
+            {"reason", stream.reason},
+            {"explanation", exemptionPhrase(stream.reason)}};
 }
 
 JSON encode(const AudioOutputRoute& route) {
@@ -73,11 +87,14 @@ std::string line(const JSON& value) {
 } // namespace
 
 std::string statusJSON(const RunningState& state) {
-    return line({{"version", state.version},
-                 {"isProcessingEnabled", state.isProcessingEnabled},
-                 {"permission", state.permission},
-                 {"sources", list(state.sources)},
-                 {"outputs", list(state.outputs)}});
+    JSON status{{"version", state.version},
+                {"isProcessingEnabled", state.isProcessingEnabled},
+                {"permission", state.permission},
+                {"sources", list(state.sources)},
+                {"outputs", list(state.outputs)}};
+    if (state.exemptStreams)
+        status["exemptStreams"] = list(*state.exemptStreams);
+    return line(status);
 }
 
 std::string presetsJSON(const RunningState& state) {

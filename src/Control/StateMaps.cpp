@@ -26,12 +26,27 @@ QVariantMap encode(const SourceState& state) {
                     {"tap", text(state.tapState)},
                     {"bandGains", gains(state.settings.bandGains)},
                     {"isBypassed", state.settings.isBypassed},
-                    {"volume", state.settings.volume}};
+                    {"volume", state.settings.volume},
+                    {"downmixesSurround", state.settings.downmixesSurround}};
     if (state.source.pid)
         map.insert("pid", int{*state.source.pid});
     insertIfPresent(map, "bundleID", state.source.bundleID);
     insertIfPresent(map, "device", state.deviceUID);
     insertIfPresent(map, "outputDeviceUID", state.settings.outputDeviceUID);
+    return map;
+}
+
+QVariantMap encode(const ExemptStreamState& stream) {
+    QVariantMap map{{"name", text(stream.name)},
+                    {"stream", text(stream.streamName)},
+                    {"isPlaying", stream.isPlaying},
+                    {"reason", text(stream.reason)}};
+    if (!stream.sourceID.empty())
+        map.insert("id", text(stream.sourceID));
+    if (stream.pid)
+        map.insert("pid", int{*stream.pid});
+    insertIfPresent(map, "bundleID", stream.bundleID);
+    insertIfPresent(map, "device", stream.deviceUID);
     return map;
 }
 
@@ -81,12 +96,27 @@ SourceState decodeSource(const QVariantMap& map) {
                       .settings = {.bandGains = gainsOf(map),
                                    .isBypassed = map.value("isBypassed").toBool(),
                                    .volume = map.value("volume", 1.0).toDouble(),
-                                   .outputDeviceUID = optionalString(map, "outputDeviceUID")},
+                                   .outputDeviceUID = optionalString(map, "outputDeviceUID"),
+                                   .downmixesSurround = map.value("downmixesSurround").toBool()},
                       .tapState = string(map, "tap"),
                       .deviceUID = optionalString(map, "device")};
     if (map.contains("pid"))
         state.source.pid = map.value("pid").toInt();
     return state;
+}
+
+ExemptStreamState decodeExemptStream(const QVariantMap& map) {
+    ExemptStreamState stream{.sourceID = string(map, "id"),
+                             .name = string(map, "name"),
+                             .streamName = string(map, "stream"),
+                             .pid = std::nullopt,
+                             .bundleID = optionalString(map, "bundleID"),
+                             .deviceUID = optionalString(map, "device"),
+                             .isPlaying = map.value("isPlaying").toBool(),
+                             .reason = string(map, "reason")};
+    if (map.contains("pid"))
+        stream.pid = map.value("pid").toInt();
+    return stream;
 }
 
 MapList maps(const QVariant& value) {
@@ -113,6 +143,8 @@ void decodeSetting(SettingsChange& change, const QString& key, const QVariant& v
         change.volume = checkedValue<double>(value, "volume is a floating-point number (d)");
     } else if (key == "isBypassed") {
         change.isBypassed = checkedValue<bool>(value, "isBypassed is true or false (b)");
+    } else if (key == "downmixesSurround") {
+        change.downmixesSurround = checkedValue<bool>(value, "downmixesSurround is true or false (b)");
     } else if (key == "outputDeviceUID") {
         change.outputDeviceUID =
             checkedValue<QString>(value, "outputDeviceUID is the id of an output, or empty (s)")
@@ -122,7 +154,7 @@ void decodeSetting(SettingsChange& change, const QString& key, const QVariant& v
     } else {
         throw OutsideValueError(OutsideValueError::Kind::invalidValue,
                                 "there is a setting of an unknown name; there are bandGains, preset, reset, "
-                                "volume, isBypassed and outputDeviceUID");
+                                "volume, isBypassed, outputDeviceUID and downmixesSurround");
     }
 }
 
@@ -165,6 +197,13 @@ MapList encodeMeters(const std::vector<SourceState>& sources) {
     return all;
 }
 
+MapList encodeExemptStreams(const std::vector<ExemptStreamState>& streams) {
+    MapList all;
+    for (const ExemptStreamState& stream : streams)
+        all.append(encode(stream));
+    return all;
+}
+
 QVariantMap encodeChange(const SettingsChange& change) {
     QVariantMap map;
     if (change.resetsCurve)
@@ -175,6 +214,8 @@ QVariantMap encodeChange(const SettingsChange& change) {
         map.insert("volume", *change.volume);
     if (change.isBypassed)
         map.insert("isBypassed", *change.isBypassed);
+    if (change.downmixesSurround)
+        map.insert("downmixesSurround", *change.downmixesSurround);
     insertIfPresent(map, "preset", change.presetID);
     insertIfPresent(map, "outputDeviceUID", change.outputDeviceUID);
     return map;
@@ -206,6 +247,13 @@ std::vector<MeterReading> decodeMeters(const QVariant& meters) {
         readings.push_back(std::move(reading));
     }
     return readings;
+}
+
+std::vector<ExemptStreamState> decodeExemptStreams(const QVariant& streams) {
+    std::vector<ExemptStreamState> states;
+    for (const QVariantMap& map : maps(streams))
+        states.push_back(decodeExemptStream(map));
+    return states;
 }
 
 SettingsChange decodeChange(const QVariantMap& change) {

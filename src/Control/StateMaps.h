@@ -21,11 +21,14 @@ MapList encodeSources(const std::vector<SourceState>& sources);
 MapList encodeOutputs(const std::vector<AudioOutputRoute>& outputs);
 MapList encodePresets(const std::vector<PresetState>& presets);
 MapList encodeMeters(const std::vector<SourceState>& sources);
+MapList encodeExemptStreams(const std::vector<ExemptStreamState>& streams);
 QVariantMap encodeChange(const SettingsChange& change);
 
 /// From all properties of the interface. What is missing or of another type gets its default.
 RunningState decodeState(const QVariantMap& properties);
 std::vector<MeterReading> decodeMeters(const QVariant& meters);
+/// From a list of maps, whether the bus library has unpacked it already or not.
+std::vector<ExemptStreamState> decodeExemptStreams(const QVariant& streams);
 /// Throws OutsideValueError for a key that it does not know and a value of the wrong type.
 SettingsChange decodeChange(const QVariantMap& change);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/StateText.h"
 
+#include "Control/ExemptionWords.h"
 #include "Control/TerminalText.h"
 
 #include <algorithm>
@@ -68,12 +69,15 @@ std::string curveCell(const RunningState& state, const SourceState& entry) {
     return isFollowing ? std::string("as System: ").append(text) : text;
 }
 
+std::string outputName(const RunningState& state, const std::string& uid) {
+    const auto route = std::ranges::find(state.outputs, uid, &AudioOutputRoute::id);
+    return fittedText(route == state.outputs.end() ? uid : route->name, kWidestName);
+}
+
 std::string outputCell(const RunningState& state, const SourceState& entry) {
     const auto uid = entry.deviceUID ? entry.deviceUID : entry.settings.outputDeviceUID;
-    if (!uid)
-        return "automatic";
-    const auto route = std::ranges::find(state.outputs, *uid, &AudioOutputRoute::id);
-    return fittedText(route == state.outputs.end() ? *uid : route->name, kWidestName);
+    return (uid ? outputName(state, *uid) : "automatic") +
+           (entry.settings.downmixesSurround ? ", downmixed" : "");
 }
 
 std::string levelCell(const SourceState& entry) {
@@ -102,6 +106,28 @@ std::vector<std::string> row(const RunningState& state, const SourceState& entry
             tempoCell(entry)};
 }
 
+std::vector<std::string> row(const RunningState& state, const ExemptStreamState& stream) {
+    return {stream.sourceID.empty() ? "-" : fittedText(stream.sourceID, kWidestID),
+            fittedText(stream.name, kWidestName),
+            stream.streamName.empty() ? "-" : fittedText(stream.streamName, kWidestName),
+            stream.pid ? std::to_string(*stream.pid) : "-",
+            stream.deviceUID ? outputName(state, *stream.deviceUID) : "-",
+            stream.isPlaying ? "yes" : "no",
+            exemptionPhrase(stream.reason)};
+}
+
+std::string exemptText(const RunningState& state) {
+    if (!state.exemptStreams)
+        return "";
+    if (state.exemptStreams->empty())
+        return "\nNo stream is left as it is.\n";
+    Table table;
+    table.add({"SOURCE", "NAME", "STREAM", "PID", "OUTPUT", "PLAYS", "LEFT AS IT IS BECAUSE"});
+    for (const ExemptStreamState& stream : *state.exemptStreams)
+        table.add(row(state, stream));
+    return "\n" + table.text();
+}
+
 std::string permissionSentence(const RunningState& state) {
     if (state.permission == "authorized")
         return "";
@@ -123,7 +149,7 @@ std::string statusText(const RunningState& state) {
                .append(" is ")
                .append(power)
                .append(".\n") +
-           permissionSentence(state) + "\n" + table.text();
+           permissionSentence(state) + "\n" + table.text() + exemptText(state);
 }
 
 std::string presetsText(const RunningState& state) {

@@ -9,7 +9,8 @@
 /// names hold.
 namespace vello {
 
-/// A line about the whole and a table of the sources.
+/// A line about the whole and a table of the sources; below it one of the exempt streams, where there are any
+/// told.
 std::string statusText(const RunningState& state);
 std::string presetsText(const RunningState& state);
 

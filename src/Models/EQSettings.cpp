@@ -26,9 +26,11 @@ std::string EQSettings::bandLabel(std::size_t index) {
 }
 
 EQSettings EQSettings::effective(const EQSettings& own, const EQSettings& system, bool isSystem) {
-    if (isSystem)
+    if (isSystem || !own.isNeutral())
         return own;
-    return own.isNeutral() ? system : own;
+    EQSettings settings = system;
+    settings.downmixesSurround = own.downmixesSurround;
+    return settings;
 }
 
 } // namespace vello
@@ -36,5 +38,6 @@ EQSettings EQSettings::effective(const EQSettings& own, const EQSettings& system
 std::size_t std::hash<vello::EQSettings>::operator()(const vello::EQSettings& settings) const noexcept {
     using vello::hashOf;
     return vello::combinedHash({hashOf(settings.bandGains), hashOf(settings.isBypassed),
-                                hashOf(settings.volume), hashOf(settings.outputDeviceUID)});
+                                hashOf(settings.volume), hashOf(settings.outputDeviceUID),
+                                hashOf(settings.downmixesSurround)});
 }

@@ -31,10 +31,14 @@ struct EQSettings {
     double volume = 1.0;
     /// Device that this source plays to; absent: the system's default output.
     std::optional<std::string> outputDeviceUID = {};
+    /// Streams of more than two channels are taken as well, as two, also where the device would play them
+    /// all.
+    bool downmixesSurround = false;
 
     /// Every gain is exactly 0 dB; so for no gains at all.
     bool isFlat() const;
-    /// Nothing was ever changed: flat, volume exactly 1, no device chosen, not bypassed.
+    /// Nothing of the sound was ever changed: flat, volume exactly 1, no device chosen, not bypassed. Being
+    /// downmixed does not count: it says what is captured, not how it is to sound.
     bool isNeutral() const;
     /// Makes the curve flat and leaves everything else as it is.
     void reset();
@@ -42,8 +46,8 @@ struct EQSettings {
     /// Short label of a band: "63" ... "500", "1K" ... "8K". `index` is below bandCount, else the process
     /// ends.
     static std::string bandLabel(std::size_t index);
-    /// What a source's tap uses: `system` as a whole while `own` is neutral, else `own` as a whole. The
-    /// system-wide entry itself (`isSystem`) always uses `own`.
+    /// What a source's tap uses: `system` as a whole while `own` is neutral, else `own` as a whole; whether
+    /// it is downmixed is always its own matter. The system-wide entry itself (`isSystem`) always uses `own`.
     static EQSettings effective(const EQSettings& own, const EQSettings& system, bool isSystem);
 
     friend bool operator==(const EQSettings&, const EQSettings&) = default;

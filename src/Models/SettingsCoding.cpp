@@ -66,6 +66,8 @@ nlohmann::ordered_json encode(const EQSettings& settings) {
         {"bandGains", settings.bandGains}, {"isBypassed", settings.isBypassed}, {"volume", settings.volume}};
     if (settings.outputDeviceUID)
         object["outputDeviceUID"] = *settings.outputDeviceUID;
+    if (settings.downmixesSurround)
+        object["downmixesSurround"] = true;
     return object;
 }
 
@@ -81,6 +83,7 @@ EQSettings decodeSettings(const json& value) {
     decodeIfPresent(value, "volume", settings.volume);
     if (const json* member = findMember(value, "outputDeviceUID"))
         decode(*member, "outputDeviceUID", settings.outputDeviceUID.emplace());
+    decodeIfPresent(value, "downmixesSurround", settings.downmixesSurround);
     return settings;
 }
 

@@ -7,7 +7,8 @@
 
 namespace vello {
 
-/// Object with "bandGains", "isBypassed", "volume" in this order and "outputDeviceUID" when there is one.
+/// Object with "bandGains", "isBypassed", "volume" in this order, "outputDeviceUID" when there is one and
+/// "downmixesSurround" when it is true.
 /// Numbers that are not finite and strings that are not UTF-8 fail when the value is written as text.
 nlohmann::ordered_json encode(const EQSettings& settings);
 /// Object with "name" and "bandGains".

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vello {
 
@@ -23,6 +24,9 @@ public:
     /// The record of the application whose process this is; none when the process belongs to no known
     /// application.
     virtual std::optional<RunningApplication> runningApplication(std::int32_t pid) = 0;
+    /// The same of the application with this identifier, whether it runs or not: for one whose process cannot
+    /// be told. None when none such is installed.
+    virtual std::optional<RunningApplication> installedApplication(std::string_view bundleIdentifier) = 0;
     /// The process of the application that a helper process works for; the process itself when it is nobody's
     /// helper; 0 when nothing can be told.
     virtual std::int32_t responsibleProcess(std::int32_t pid) = 0;

@@ -54,15 +54,21 @@ QIcon AppIconProvider::icon(const AppAudioSource& source) {
     return {};
 }
 
+std::optional<RunningApplication> AppIconProvider::applicationOf(const AppAudioSource& source) const {
+    if (source.pid)
+        return applications_.runningApplication(*source.pid);
+    return source.bundleID ? applications_.installedApplication(*source.bundleID) : std::nullopt;
+}
+
 AppIconProvider::Request AppIconProvider::requestFor(const AppAudioSource& source) const {
     Request request{keyOf(source), {}};
     const auto add = [&request](const std::string& name) {
         if (name.find('\0') == std::string::npos)
             request.names.append(QString::fromStdString(name));
     };
-    if (source.pid)
-        if (const auto running = applications_.runningApplication(*source.pid); running && running->iconName)
-            add(*running->iconName);
+    const auto application = applicationOf(source);
+    if (application && application->iconName)
+        add(*application->iconName);
     if (source.bundleID && !source.bundleID->starts_with('/'))
         add(*source.bundleID); // by custom the icon is named as the application
     return request;

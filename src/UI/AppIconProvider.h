@@ -10,6 +10,7 @@
 #include <deque>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,7 @@ private:
         QStringList names; ///< what the icon may be called, the likeliest first
     };
 
+    std::optional<RunningApplication> applicationOf(const AppAudioSource& source) const;
     Request requestFor(const AppAudioSource& source) const;
     void startNext();
     void finish();

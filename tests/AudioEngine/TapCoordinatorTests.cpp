@@ -97,7 +97,8 @@ TEST_F(Coordinator, PublishesHowFarEachTapHasCome) {
     const auto observation =
         coordinator->tapStates().observe([&](const States& states) { told.push_back(states); });
     const auto starting = TapCoordinator::TapState{};
-    const auto running = TapCoordinator::TapState{.isRunning = true, .outputDeviceUID = "speakers"};
+    const auto running =
+        TapCoordinator::TapState{.stage = TapCoordinator::TapStage::running, .outputDeviceUID = "speakers"};
     coordinator->updateGroups({a});
     mainThread.runPosted();
     coordinator->updateGroups({});

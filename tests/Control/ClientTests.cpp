@@ -103,6 +103,33 @@ TEST_F(ClientTests, ChangesASourceThatDoesNotPlayButHasSettings) {
     EXPECT_EQ(settings("org.example.absent").volume, 0.75);
 }
 
+TEST_F(ClientTests, ShowsWhatIsLeftAsItIsOnlyWhenAskedForAll) {
+    hardware.addExemptStream({.name = "Film\x1b[2J",
+                              .exemption = StreamExemption::surround,
+                              .process = {.pid = 102, .devices = {speakers}}});
+    start();
+    EXPECT_THAT(run({"status"}).output, testing::Not(HasSubstr("Browser")));
+    EXPECT_FALSE(runJSON({"status", "--json"}).contains("exemptStreams"));
+    const Result result = run({"status", "--all"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("org.example.browser"), HasSubstr("Film?[2J"),
+                                     HasSubstr("vello set ID --downmix on"), HasSubstr(kPlayer)));
+    const auto streams = runJSON({"status", "--json", "--all"})["exemptStreams"];
+    ASSERT_THAT(streams, SizeIs(1));
+    EXPECT_EQ(streams[0]["id"], "org.example.browser");
+    EXPECT_EQ(streams[0]["reason"], "surround");
+}
+
+TEST_F(ClientTests, DownmixesAnApplicationThatHasNothingButExemptStreams) {
+    hardware.addExemptStream({.exemption = StreamExemption::surround, .process = {.pid = 102}});
+    start();
+    EXPECT_EQ(run({"set", "Browser", "--downmix", "on"}).exitCode, 0);
+    EXPECT_TRUE(settings("org.example.browser").downmixesSurround);
+    EXPECT_EQ(run({"set", "org.example.browser", "--downmix", "off"}).exitCode, 0);
+    EXPECT_FALSE(settings("org.example.browser").downmixesSurround);
+    expectOneLine(run({"set", "system", "--downmix", "on"}), "one application");
+}
+
 TEST_F(ClientTests, SaysWhatItCannotFind) {
     start();
     expectOneLine(run({"set", "nobody", "--volume", "0.5"}), "no such source");
@@ -202,6 +229,12 @@ TEST_F(ClientTests, CompletesSourcesPresetsAndOutputsInTheShell) {
     EXPECT_EQ(complete("set Player --output h"), "headphones\n");
     EXPECT_EQ(complete("set Player --output a"), "auto\n");
     EXPECT_EQ(complete("preset save Mine --from org.example.b"), "org.example.browser\n");
+    // Of what is left as it is only the application, and only where it can be set.
+    hardware.addExemptStream({.name = "Film", .process = {.pid = 500, .bundleID = "org.example.film"}});
+    EXPECT_EQ(complete("set org.example.f"), "org.example.film\n");
+    EXPECT_EQ(complete("set Fi"), "\n");
+    EXPECT_EQ(complete("preset save Mine --from org.example.f"), "\n");
+    EXPECT_EQ(complete("set Player --output h"), "headphones\n");
 }
 
 TEST_F(ClientTests, SaysThatNothingRuns) {

@@ -149,6 +149,7 @@ TEST_F(Completion, OffersEveryOptionOfACommandAndNoOther) {
 
 TEST_F(Completion, OffersTheValuesThatAreFixed) {
     EXPECT_THAT(offered({"set", "x", "--bypass", "o"}), testing::ElementsAre("on", "off"));
+    EXPECT_THAT(offered({"set", "x", "--downmix", "o"}), testing::ElementsAre("on", "off"));
     EXPECT_THAT(offered({"permission", "a"}), testing::UnorderedElementsAre("allow", "ask"));
     EXPECT_THAT(offered({"render", "--preset", "v"}), testing::ElementsAre("vocal"));
     EXPECT_THAT(offered({"set", "x", "--volume", ""}), testing::IsEmpty());

@@ -186,6 +186,8 @@ TEST(CommandLine, AsksTheRunningInstanceForItsStatus) {
     EXPECT_TRUE(parsed.client.isJSON);
     EXPECT_TRUE(parsed.client.keepsWatching);
     EXPECT_FALSE(parse({"status"}).client.isJSON);
+    EXPECT_FALSE(parse({"status"}).client.showsAll);
+    EXPECT_TRUE(parse({"status", "--all", "--json"}).client.showsAll);
 }
 
 TEST(CommandLine, ReadsEveryChangeOfASource) {
@@ -200,6 +202,10 @@ TEST(CommandLine, ReadsEveryChangeOfASource) {
                                                     .outputDeviceUID = "auto"}));
     EXPECT_EQ(parse({"set", "x", "--preset", "Night", "--bypass", "off"}).client.change,
               (SettingsChange{.presetID = "Night", .isBypassed = false}));
+    EXPECT_EQ(parse({"set", "x", "--downmix", "on"}).client.change,
+              SettingsChange{.downmixesSurround = true});
+    EXPECT_EQ(parse({"set", "x", "--downmix", "off"}).client.change,
+              SettingsChange{.downmixesSurround = false});
     EXPECT_EQ(parse({"set", "x", "--reset"}).client.change, SettingsChange{.resetsCurve = true});
 }
 
@@ -221,6 +227,9 @@ TEST(CommandLine, RefusesRequestsThatMakeNoSense) {
     expectWrongUsage({"set", "x", "--preset", ""});
     expectWrongUsage({"set", "x", "--output", ""});
     expectWrongUsage({"set", "x", "--bypass", "maybe"});
+    expectWrongUsage({"set", "x", "--downmix", ""});
+    expectWrongUsage({"set", "x", "--downmix", "1"});
+    expectWrongUsage({"status", "--all", "--watch"}); // nobody is told when exempt streams change
     expectWrongUsage({"set", "x", "--reset", "--preset", "flat"});
     expectWrongUsage({"set", "x", "--reset", "--gains", "0,0,0,0,0,0,0,0"});
     expectWrongUsage({"set", "x", "--gains", "0,0,0,0,0,0,0,0", "--preset", "flat"});

@@ -41,7 +41,7 @@ class Control : public testing::Test {
 protected:
     Control() {
         qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
-        hardware.setDefaultOutputDevice(hardware.addDevice({.uid = "speakers", .name = "Speakers"}));
+        hardware.setDefaultOutputDevice(speakers);
         hardware.addDevice({.uid = "headphones", .name = "Headphones"});
         applications.applications[101] = {"org.example.player", "Player", std::nullopt};
         applications.applications[102] = {"org.example.browser", "Browser", std::nullopt};
@@ -64,7 +64,8 @@ protected:
         ASSERT_TRUE(presence->publish(*service));
         ASSERT_TRUE(waitUntil([this] {
             const auto found = controller->tapStates().value().find("org.example.player");
-            return found != controller->tapStates().value().end() && found->second.isRunning;
+            return found != controller->tapStates().value().end() &&
+                   found->second.stage == TapCoordinator::TapStage::running;
         }));
         connectClient();
         awaitStartTold();
@@ -118,6 +119,7 @@ protected:
     session::PrivateBus bus{folder / "session", session::PrivateBus::Services::none};
     QtMainThread mainThread;
     FakeAudioHardware hardware{mainThread};
+    AudioObjectID speakers = hardware.addDevice({.uid = "speakers", .name = "Speakers"});
     FakeRunningApplications applications;
     FakeApplicationEvents events;
     FakeCaptureAuthorization authorization;

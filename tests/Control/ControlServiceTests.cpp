@@ -141,6 +141,15 @@ TEST_F(ControlServiceTests, SetsASourceThatHasSettingsWhileItDoesNotPlay) {
     EXPECT_EQ(settings("org.example.absent").volume, 0.75);
 }
 
+TEST_F(ControlServiceTests, TellsThatATapIsNotConnected) {
+    start();
+    const auto device = controller->taps().at(kPlayer)->aggregateDeviceID();
+    hardware.setProperty(device, kAudioDevicePropertyDeviceIsRunning, std::uint32_t{0});
+    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == "connecting"; }));
+    hardware.setProperty(device, kAudioDevicePropertyDeviceIsRunning, std::uint32_t{1});
+    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == "running"; }));
+}
+
 TEST_F(ControlServiceTests, SwitchesTheEqualizerOffAndOn) {
     start();
     EXPECT_THAT(call("SetProcessingEnabled", {false}), IsDone());
@@ -283,7 +292,7 @@ TEST_F(ControlServiceTests, IsWhatTheInstalledInterfaceSays) {
     std::ifstream file(VELLO_INTERFACE_FILE);
     const std::string installed{std::istreambuf_iterator<char>(file), {}};
     const QDBusMessage reply = ask("org.freedesktop.DBus.Introspectable", "Introspect", {});
-    EXPECT_THAT(members(QString::fromStdString(installed)), SizeIs(14));
+    EXPECT_THAT(members(QString::fromStdString(installed)), SizeIs(15));
     EXPECT_EQ(members(reply.arguments().value(0).toString()), members(QString::fromStdString(installed)));
 }
 

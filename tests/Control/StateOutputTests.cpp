@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Control/ExemptionWords.h"
 #include "Control/Lookup.h"
 #include "Control/StateJSON.h"
 #include "Control/StateText.h"
@@ -7,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <set>
 #include <sstream>
 
 namespace vello {
@@ -47,6 +49,22 @@ RunningState exampleState() {
     return state;
 }
 
+RunningState stateWithExemptStreams() {
+    RunningState state = exampleState();
+    state.exemptStreams = {
+        {.sourceID = "org.film",
+         .name = "Film",
+         .streamName = "Sound",
+         .pid = 8,
+         .bundleID = "org.film",
+         .deviceUID = "phones",
+         .isPlaying = true,
+         .reason = "surround"},
+        {.sourceID = "", .name = kEvilName, .streamName = "", .reason = "module"},
+        {.sourceID = "org.film", .name = "Film", .streamName = "", .reason = "new\x1b word"}};
+    return state;
+}
+
 template <class Action> std::string refusal(Action action) {
     try {
         action();
@@ -84,6 +102,20 @@ TEST(Lookup, SaysWhichSourcesShareAName) {
 TEST(Lookup, TakesAnUnknownWordForTheIDOfASourceThatDoesNotPlay) {
     EXPECT_EQ(findSourceID(exampleState(), "org.absent"), "org.absent");
     EXPECT_THAT(refusal([&] { findSource(exampleState(), "org.absent"); }), HasSubstr("vello status"));
+}
+
+TEST(Lookup, FindsAnApplicationThatHasNothingButExemptStreams) {
+    RunningState state = stateWithExemptStreams();
+    EXPECT_EQ(findSourceID(state, "org.film"), "org.film");
+    EXPECT_EQ(findSourceID(state, "Film"), "org.film") << "two streams of one application";
+    EXPECT_EQ(findSourceID(state, ""), "") << "a stream without an application is none";
+    EXPECT_THAT(refusal([&] { findSource(state, "Film"); }), HasSubstr("no source"));
+    state.exemptStreams->push_back(
+        {.sourceID = "pid.9", .name = "Film", .streamName = "", .reason = "fixed"});
+    EXPECT_THAT(refusal([&] { findSourceID(state, "Film"); }),
+                AllOf(HasSubstr("org.film"), HasSubstr("pid.9")));
+    state.exemptStreams->push_back({.sourceID = "x", .name = "Browser", .streamName = "", .reason = "fixed"});
+    EXPECT_EQ(findSourceID(state, "Browser"), "org.c") << "what is captured comes first";
 }
 
 TEST(Lookup, FindsAPresetByItsIDBeforeAnythingElse) {
@@ -145,6 +177,44 @@ TEST(StateText, KeepsNamesFromTheTerminal) {
     EXPECT_THAT(text, HasSubstr("evil??[2J?name?"));
 }
 
+TEST(StateText, ShowsWhatIsLeftAsItIsBelowTheSources) {
+    const auto all = lines(statusText(stateWithExemptStreams()));
+    ASSERT_THAT(all, SizeIs(13));
+    EXPECT_EQ(all[8], "");
+    EXPECT_THAT(all[9], AllOf(HasSubstr("SOURCE"), HasSubstr("STREAM"), HasSubstr("PLAYS")));
+    EXPECT_THAT(all[10], AllOf(HasSubstr("org.film"), HasSubstr("Sound"), HasSubstr("8"), HasSubstr("Phones"),
+                               HasSubstr("yes"), HasSubstr("vello set ID --downmix on takes it")));
+    EXPECT_THAT(all[11], AllOf(testing::StartsWith("-"), HasSubstr("evil??[2J?name?"), HasSubstr("filter")));
+    EXPECT_THAT(all[12], HasSubstr("new? word"));
+}
+
+TEST(StateText, SaysWhenNothingIsLeftAsItIs) {
+    RunningState state = exampleState();
+    state.exemptStreams.emplace();
+    EXPECT_EQ(lines(statusText(state)).back(), "No stream is left as it is.");
+}
+
+TEST(StateText, ShowsADownmixAndATapThatIsNotConnected) {
+    RunningState state = exampleState();
+    state.sources[3].settings.downmixesSurround = true;
+    state.sources[3].tapState = "connecting";
+    EXPECT_THAT(lines(statusText(state))[6], AllOf(HasSubstr("Phones, downmixed"), HasSubstr("connecting")));
+}
+
+TEST(ExemptionWords, EveryReasonHasAWordAndAPhrase) {
+    std::set<std::string_view> words;
+    for (auto reason = static_cast<std::uint32_t>(StreamExemption::fixed);
+         reason <= static_cast<std::uint32_t>(StreamExemption::pinnedElsewhere); ++reason) {
+        const auto word = exemptionWord(static_cast<StreamExemption>(reason));
+        EXPECT_NE(word, "unknown") << reason;
+        EXPECT_NE(exemptionPhrase(word), word);
+        words.insert(word);
+    }
+    EXPECT_THAT(words, SizeIs(7));
+    EXPECT_EQ(exemptionWord(StreamExemption::none), "unknown");
+    EXPECT_EQ(exemptionPhrase("unknown"), "unknown");
+}
+
 TEST(StateText, ListsPresetsBandByBand) {
     const auto all = lines(presetsText(exampleState()));
     ASSERT_THAT(all, SizeIs(4));
@@ -181,12 +251,38 @@ TEST(StateJSON, HasEveryKeyInOneLine) {
         "id": "org.c", "name": "Browser", "pid": 7, "bundleID": "org.c", "tap": "running", "device": "phones",
         "level": 0.5, "tempo": {"beatsPerMinute": 120, "confidence": 0.9},
         "settings": {"bandGains": [-6, 0, 0.5, 0, 0, 0, 0, 3.25], "isBypassed": false, "volume": 1,
-                     "outputDeviceUID": "phones"}})"));
+                     "outputDeviceUID": "phones", "downmixesSurround": false}})"));
+    EXPECT_FALSE(json.contains("exemptStreams"));
     EXPECT_EQ(json["sources"][0]["pid"], nullptr);
     EXPECT_EQ(json["sources"][0]["level"], nullptr);
     EXPECT_EQ(json["sources"][0]["settings"]["outputDeviceUID"], nullptr);
     EXPECT_EQ(json["sources"][1]["level"], 0);
     EXPECT_EQ(json["sources"][1]["tempo"], nullptr);
+}
+
+TEST(StateJSON, ListsExemptStreamsWhereTheyAreTold) {
+    const auto json = nlohmann::json::parse(statusJSON(stateWithExemptStreams()));
+    ASSERT_THAT(json["exemptStreams"], SizeIs(3));
+    EXPECT_EQ(json["exemptStreams"][0], nlohmann::json::parse(R"({
+        "id": "org.film", "name": "Film", "stream": "Sound", "pid": 8, "bundleID": "org.film",
+        "device": "phones", "isPlaying": true, "reason": "surround",
+        "explanation":
+            "it has more channels than two, which the device plays; vello set ID --downmix on takes it"})"));
+    EXPECT_EQ(json["exemptStreams"][1]["id"], nullptr);
+    EXPECT_EQ(json["exemptStreams"][1]["device"], nullptr);
+    RunningState none = exampleState();
+    none.exemptStreams.emplace();
+    EXPECT_THAT(nlohmann::json::parse(statusJSON(none))["exemptStreams"], SizeIs(0));
+}
+
+TEST(StateJSON, TellsOfADownmixAndNoLevelOfATapThatIsNotConnected) {
+    RunningState state = exampleState();
+    state.sources[3].settings.downmixesSurround = true;
+    state.sources[3].tapState = "connecting";
+    const auto json = nlohmann::json::parse(statusJSON(state));
+    EXPECT_EQ(json["sources"][3]["settings"]["downmixesSurround"], true);
+    EXPECT_EQ(json["sources"][3]["tap"], "connecting");
+    EXPECT_EQ(json["sources"][3]["level"], nullptr);
 }
 
 TEST(StateJSON, ListsPresets) {

@@ -58,11 +58,13 @@ TEST(EQSettingsTest, ResetFlattensTheCurveAndNothingElse) {
     settings.bandGains = {1, 2, 3};
     settings.isBypassed = true;
     settings.outputDeviceUID = "speakers";
+    settings.downmixesSurround = true;
     settings.reset();
     EXPECT_EQ(settings.bandGains, std::vector<double>(8, 0.0));
     EXPECT_TRUE(settings.isBypassed);
     EXPECT_EQ(settings.volume, 0.3);
     EXPECT_EQ(settings.outputDeviceUID, "speakers");
+    EXPECT_TRUE(settings.downmixesSurround);
 }
 
 TEST(EQSettingsTest, LabelsBandsByFrequency) {
@@ -96,6 +98,16 @@ TEST(EQSettingsTest, ATouchedSourceUsesItsOwnSettingsAsAWhole) {
     EXPECT_EQ(EQSettings::effective(bypassed, system, false), bypassed);
 }
 
+TEST(EQSettingsTest, ADownmixedSourceFollowsTheSystemAndIsDownmixedByItselfAlone) {
+    EQSettings own;
+    own.downmixesSurround = true;
+    EXPECT_TRUE(own.isNeutral());
+    EQSettings expected = settingsWithVolume(0.5);
+    expected.downmixesSurround = true;
+    EXPECT_EQ(EQSettings::effective(own, settingsWithVolume(0.5), false), expected);
+    EXPECT_EQ(EQSettings::effective(EQSettings{}, expected, false), settingsWithVolume(0.5));
+}
+
 TEST(EQSettingsTest, TheSystemEntryUsesItsOwnSettingsEvenWhenNeutral) {
     const EQSettings own;
     EXPECT_EQ(EQSettings::effective(own, settingsWithVolume(0.5), true), own);
@@ -118,6 +130,10 @@ TEST(EQSettingsTest, ComparesAndHashesByEveryField) {
     changed = settings;
     changed.outputDeviceUID = "";
     EXPECT_NE(changed, settings) << "an empty device is not an absent one";
+    EXPECT_NE(hash(changed), hash(settings));
+    changed = settings;
+    changed.downmixesSurround = true;
+    EXPECT_NE(changed, settings);
     EXPECT_NE(hash(changed), hash(settings));
     EXPECT_NE(settingsWithVolume(2), settings);
     EXPECT_NE(hash(settingsWithVolume(2)), hash(settings));

@@ -43,7 +43,8 @@ rc::Gen<std::string> utf8Text() {
 rc::Gen<EQSettings> anySettings() {
     return rc::gen::build<EQSettings>(
         rc::gen::set(&EQSettings::bandGains, rc::gen::container<std::vector<double>>(finiteNumber())),
-        rc::gen::set(&EQSettings::isBypassed), rc::gen::set(&EQSettings::volume, finiteNumber()),
+        rc::gen::set(&EQSettings::isBypassed), rc::gen::set(&EQSettings::downmixesSurround),
+        rc::gen::set(&EQSettings::volume, finiteNumber()),
         rc::gen::set(&EQSettings::outputDeviceUID,
                      rc::gen::oneOf(rc::gen::just(std::optional<std::string>()),
                                     rc::gen::map(utf8Text(), [](std::string text) {
@@ -79,6 +80,10 @@ TEST(SettingsCodingTest, WritesTheFieldsInTheirOrderAndNoDeviceWhenThereIsNone) 
     settings.bandGains = {0.1};
     EXPECT_EQ(encoded(settings),
               R"({"bandGains":[0.1],"isBypassed":false,"volume":1,"outputDeviceUID":"usb"})");
+    EQSettings downmixed;
+    downmixed.downmixesSurround = true;
+    EXPECT_EQ(encoded(downmixed),
+              R"({"bandGains":[0,0,0,0,0,0,0,0],"isBypassed":false,"volume":1,"downmixesSurround":true})");
     EXPECT_EQ(encoded(UserEQPreset{"Rock", {-3.5}}), R"({"name":"Rock","bandGains":[-3.5]})");
 }
 
@@ -114,8 +119,10 @@ TEST(SettingsCodingTest, SortsKeysByTheirBytesAndIndentsWhenPretty) {
 
 TEST(SettingsCodingTest, MissingAndNullMembersHaveTheirDefaults) {
     EXPECT_EQ(decoded("{}"), EQSettings{});
-    EXPECT_EQ(decoded(R"({"bandGains":null,"isBypassed":null,"volume":null,"outputDeviceUID":null})"),
-              EQSettings{});
+    EXPECT_EQ(
+        decoded(
+            R"({"bandGains":null,"isBypassed":null,"volume":null,"outputDeviceUID":null,"downmixesSurround":null})"),
+        EQSettings{});
     EXPECT_EQ(decoded(R"({"unknown":{"deep":[1]},"BandGains":[1]})"), EQSettings{});
 }
 
@@ -137,7 +144,8 @@ INSTANTIATE_TEST_SUITE_P(SettingsCodingTest, WrongSettings,
                                          R"({"bandGains":1})", R"({"bandGains":{}})",
                                          R"({"bandGains":[null]})", R"({"bandGains":[0,true]})",
                                          R"({"bandGains":["0"]})", R"({"outputDeviceUID":7})",
-                                         R"({"outputDeviceUID":false})", "[]", "null", "7", "\"{}\""));
+                                         R"({"outputDeviceUID":false})", R"({"downmixesSurround":1})",
+                                         R"({"downmixesSurround":"true"})", "[]", "null", "7", "\"{}\""));
 
 TEST(SettingsCodingTest, APresetNeedsBothItsMembers) {
     const auto decode = [](std::string_view text) { return decodeUserPreset(parseJSON(text)); };

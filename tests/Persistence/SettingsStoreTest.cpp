@@ -57,6 +57,7 @@ TEST_F(SettingsStoreTest, LoadsWhatItWrote) {
     settings.sources["org.example.player"] = settingsWithVolume(0.1);
     settings.sources["eq-by-quorvin.system.master"].bandGains = {-2, -1, 0, 2, 4, 4, 2, 0};
     settings.sources["日本\n\"x\""].outputDeviceUID = "alsa_output.usb";
+    settings.sources["org.example.film"].downmixesSurround = true;
     settings.userPresets = {{"Rock", {1, 2, 3, 4, 5, 6, 7, 8}}, {" ", std::vector<double>(8, 0.0)}};
     store_.flush(settings);
     EXPECT_EQ(store_.load(), settings);
@@ -67,6 +68,7 @@ TEST_F(SettingsStoreTest, WritesSortedIndentedJSON) {
     StoredSettings settings = storedWithVolume(0.5);
     settings.sources["org.example.player"].outputDeviceUID = "usb";
     settings.sources["B"].bandGains = std::vector<double>(8, 1.5);
+    settings.sources["B"].downmixesSurround = true;
     settings.userPresets = {{"Rock", std::vector<double>(8, -3.0)}};
     store_.flush(settings);
     std::string withoutGains = fileContent();
@@ -84,6 +86,7 @@ TEST_F(SettingsStoreTest, WritesSortedIndentedJSON) {
   "sources": {
     "B": {
       "bandGains": [...],
+      "downmixesSurround": true,
       "isBypassed": false,
       "volume": 1
     },
@@ -216,8 +219,9 @@ INSTANTIATE_TEST_SUITE_P(
                     R"({"version":1,"sources":null})", R"({"version":1,"sources":[]})",
                     R"({"version":1,"sources":{"a":null}})",
                     R"({"version":1,"sources":{"a":{"volume":"loud"}}})",
-                    R"({"version":1,"sources":{"a":{"isBypassed":1}}})", R"({"version":1,"Sources":{}})",
-                    R"({"version":1,"sources":{},"userPresets":{}})",
+                    R"({"version":1,"sources":{"a":{"isBypassed":1}}})",
+                    R"({"version":1,"sources":{"a":{"downmixesSurround":1}}})",
+                    R"({"version":1,"Sources":{}})", R"({"version":1,"sources":{},"userPresets":{}})",
                     R"({"version":1,"sources":{},"userPresets":[{"name":"x"}]})",
                     R"({"version":1,"sources":{},"userPresets":[null]})",
                     std::string("{\"version\":1,\"sources\":{}}\0\0\0", 28),

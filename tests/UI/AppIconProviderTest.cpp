@@ -116,6 +116,15 @@ TEST_F(AppIconProviderTest, FallsBackToTheIconThatHasTheApplicationsName) {
     EXPECT_EQ(middle(iconOf("org.example.Player", "missing")), QColor(Qt::red));
 }
 
+TEST_F(AppIconProviderTest, AnApplicationWhoseProcessIsNotKnownHasTheIconOfItsEntry) {
+    imageFile("user/icons/hicolor/48x48/apps/entry-icon.png", Qt::red);
+    applications_.installed["org.example.Sandboxed"] = {"org.example.Sandboxed", "Sandboxed", "entry-icon"};
+    const AppAudioSource source{"org.example.Sandboxed", std::nullopt, "Sandboxed", "org.example.Sandboxed"};
+    EXPECT_TRUE(icons_.icon(source).isNull());
+    awaitEnd(icons_);
+    EXPECT_EQ(middle(icons_.knownIcon(source)), QColor(Qt::red));
+}
+
 TEST_F(AppIconProviderTest, TakesTheImageOfTheSizeThatTheScreenShows) {
     imageFile("user/icons/hicolor/22x22/apps/player.png", Qt::red, 22);
     imageFile("user/icons/hicolor/44x44/apps/player.png", Qt::blue, 44);

@@ -10,6 +10,8 @@ namespace {
 
 constexpr FourCharCode kGlobal = kAudioObjectPropertyScopeGlobal;
 constexpr FourCharCode kOutput = kAudioObjectPropertyScopeOutput;
+constexpr std::array kLists{kAudioHardwarePropertyDevices, kAudioHardwarePropertyProcessObjectList,
+                            kAudioHardwarePropertyExemptStreamList};
 
 template <class T> std::vector<unsigned char> bytesOf(const T* values, std::size_t count) {
     std::vector<unsigned char> bytes(sizeof(T) * count);
@@ -30,17 +32,26 @@ std::vector<unsigned char> streamConfiguration(const std::vector<std::uint32_t>&
 }
 
 const char* nameOf(HardwareCall call) {
-    static constexpr std::array names{
-        "getPropertyDataSize", "getPropertyData",       "addPropertyListener",    "removePropertyListener",
-        "createProcessTap",    "createAggregateDevice", "createIOProcID",         "startDevice",
-        "stopDevice",          "destroyIOProcID",       "destroyAggregateDevice", "destroyProcessTap"};
+    static constexpr std::array names{"getPropertyDataSize",
+                                      "getPropertyData",
+                                      "setPropertyData",
+                                      "addPropertyListener",
+                                      "removePropertyListener",
+                                      "createProcessTap",
+                                      "createAggregateDevice",
+                                      "createIOProcID",
+                                      "startDevice",
+                                      "stopDevice",
+                                      "destroyIOProcID",
+                                      "destroyAggregateDevice",
+                                      "destroyProcessTap"};
     return names.at(static_cast<std::size_t>(call));
 }
 
 } // namespace
 
 FakeAudioHardware::FakeAudioHardware(MainThread& mainThread) : mainThread_(mainThread) {
-    for (const FourCharCode list : {kAudioHardwarePropertyDevices, kAudioHardwarePropertyProcessObjectList})
+    for (const FourCharCode list : kLists)
         objects_[kAudioObjectSystemObject][{list, kGlobal}] = {};
     setProperty(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectUnknown);
 }
@@ -107,8 +118,8 @@ void FakeAudioHardware::loseConnection() {
     const Lock lock(mutex_);
     std::erase_if(objects_, [](const auto& entry) { return entry.first != kAudioObjectSystemObject; });
     ioProcs_.clear();
-    putObjectIDs(kAudioObjectSystemObject, kAudioHardwarePropertyDevices, kGlobal, {});
-    putObjectIDs(kAudioObjectSystemObject, kAudioHardwarePropertyProcessObjectList, kGlobal, {});
+    for (const FourCharCode list : kLists)
+        putObjectIDs(kAudioObjectSystemObject, list, kGlobal, {});
     setDefaultOutputDevice(kAudioObjectUnknown);
 }
 
@@ -152,7 +163,7 @@ void FakeAudioHardware::appendToList(FourCharCode list, AudioObjectID object) {
 }
 
 void FakeAudioHardware::removeFromLists(AudioObjectID object) {
-    for (const FourCharCode list : {kAudioHardwarePropertyDevices, kAudioHardwarePropertyProcessObjectList}) {
+    for (const FourCharCode list : kLists) {
         auto ids = objectIDs(list);
         if (std::erase(ids, object) > 0)
             putObjectIDs(kAudioObjectSystemObject, list, kGlobal, ids);

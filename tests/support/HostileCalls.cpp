@@ -147,8 +147,8 @@ private:
         return call;
     }
     Call wrongType() {
-        const auto key =
-            oneOf<std::string>({"bandGains", "volume", "isBypassed", "preset", "outputDeviceUID", "reset"});
+        const auto key = oneOf<std::string>(
+            {"bandGains", "volume", "isBypassed", "preset", "outputDeviceUID", "reset", "downmixesSurround"});
         Call call = set(source());
         switch (below(5)) {
         case 0: {
@@ -200,9 +200,9 @@ private:
         return call;
     }
     Call wrongSignature() {
-        Call call =
-            method(oneOf<std::string>({"SetSettings", "SetProcessingEnabled", "SavePreset", "ShowPanel",
-                                       "RequestPermission", "SubscribeLevels", "UnsubscribeLevels"}));
+        Call call = method(oneOf<std::string>({"SetSettings", "SetProcessingEnabled", "SavePreset",
+                                               "ShowPanel", "RequestPermission", "SubscribeLevels",
+                                               "UnsubscribeLevels", "ListExemptStreams"}));
         const std::int64_t number = std::numeric_limits<std::int64_t>::min();
         for (std::size_t i = 0; i <= below(20); ++i)
             call.add('x', &number);

@@ -23,6 +23,11 @@ std::optional<std::string> ifNotEmpty(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
 }
 
+void describe(RunningApplication& application, const DesktopEntry& entry) {
+    application.localizedName = ifNotEmpty(entry.name);
+    application.iconName = ifNotEmpty(entry.icon);
+}
+
 } // namespace
 
 DesktopFolders DesktopFolders::fromEnvironment(const Environment& environment) {
@@ -50,10 +55,19 @@ std::optional<RunningApplication> DesktopRunningApplications::runningApplication
     if (known == nullptr || known->application.empty())
         return std::nullopt;
     RunningApplication application{known->application, std::nullopt, std::nullopt};
-    if (const DesktopEntry* entry = entries_.entry(known->application)) {
-        application.localizedName = ifNotEmpty(entry->name);
-        application.iconName = ifNotEmpty(entry->icon);
-    }
+    if (const DesktopEntry* entry = entries_.entry(known->application))
+        describe(application, *entry);
+    return application;
+}
+
+std::optional<RunningApplication>
+DesktopRunningApplications::installedApplication(std::string_view bundleIdentifier) {
+    entries_.refresh();
+    const DesktopEntry* entry = entries_.entry(bundleIdentifier);
+    if (entry == nullptr)
+        return std::nullopt;
+    RunningApplication application{entry->id, std::nullopt, std::nullopt};
+    describe(application, *entry);
     return application;
 }
 

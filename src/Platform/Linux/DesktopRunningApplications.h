@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -35,6 +36,7 @@ public:
     explicit DesktopRunningApplications(DesktopFolders folders);
 
     std::optional<RunningApplication> runningApplication(std::int32_t pid) override;
+    std::optional<RunningApplication> installedApplication(std::string_view bundleIdentifier) override;
     /// The outermost ancestor that belongs to the same application, or without one runs the same program.
     std::int32_t responsibleProcess(std::int32_t pid) override;
     std::int32_t ownProcess() const override;

@@ -23,6 +23,20 @@ TEST_F(DesktopRunningApplicationsTest, AnApplicationIsToldByTheProgramThatItsEnt
     EXPECT_EQ(responsible(10), 10);
 }
 
+TEST_F(DesktopRunningApplicationsTest, AnInstalledApplicationIsFoundByItsIdentifierAlone) {
+    desktop_.addEntry("org.example.Player", "Exec=player\nIcon=player-icon");
+    auto& known = applications();
+    const auto application = known.installedApplication("org.example.Player");
+    ASSERT_TRUE(application);
+    EXPECT_EQ(application->bundleIdentifier, "org.example.Player");
+    EXPECT_EQ(application->localizedName, "org.example.Player");
+    EXPECT_EQ(application->iconName, "player-icon");
+    for (const std::string& stranger :
+         {std::string(), std::string("org.example"), std::string("../org.example.Player"),
+          std::string("org.example.Player.desktop"), std::string(1000000, 'x')})
+        EXPECT_FALSE(known.installedApplication(stranger));
+}
+
 TEST_F(DesktopRunningApplicationsTest, AProgramWithoutAnEntryHasNoRecord) {
     desktop_.addProgram("/usr/bin/pw-cat");
     desktop_.addProcess({.pid = 10, .executable = "/usr/bin/pw-cat", .arguments = {"pw-play", "x.wav"}});
