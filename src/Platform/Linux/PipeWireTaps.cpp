@@ -125,12 +125,13 @@ void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
     device.captureName = freeCaptureName(device.description.name);
     device.workGivenAt = MainThread::Clock::now();
     device.announcedSampleRate = sampleRate(id);
+    device.targetSink = targetSink(device.description);
     device.pair = std::make_unique<PipeWireTapPair>(
         connection_.nodeCore(),
         PipeWireTapPair::Description{.captureName = device.captureName,
                                      .playbackName = device.captureName + "-output",
                                      .group = device.description.uid,
-                                     .targetSink = targetSink(device.description),
+                                     .targetSink = device.targetSink,
                                      .channels = device.channels},
         [this, id] { sampleRateChanged(id); });
     if (device.startedProc != 0)
@@ -195,7 +196,8 @@ void PipeWireTaps::directWhenLinked(Device& device) {
     director_.direct({.name = device.captureName,
                       .processes = device.processes,
                       .output = device.description.mainSubDevice,
-                      .isOutputChosen = device.description.isMainSubDeviceChosen});
+                      .isOutputChosen = device.description.isMainSubDeviceChosen,
+                      .followsDefault = device.targetSink.empty()});
 }
 
 OSStatus PipeWireTaps::destroyProc(AudioObjectID device, AudioDeviceIOProcID procID) {

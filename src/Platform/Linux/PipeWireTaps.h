@@ -72,6 +72,7 @@ private:
         std::vector<AudioObjectID> processes;
         std::uint32_t channels = 2;
         std::string captureName;
+        std::string targetSink;                ///< as PipeWireTapPair takes it
         std::unique_ptr<PipeWireTapPair> pair; ///< null while it waits for its turn
         std::map<AudioDeviceIOProcID, Proc> procs;
         AudioDeviceIOProcID startedProc = 0;
