@@ -45,9 +45,11 @@ PipeWireTaps::PipeWireTaps(PipeWireConnection& connection, PipeWireGraph& graph,
                            std::function<AudioObjectID()> nextObjectID, PropertyChanged propertyChanged)
     : connection_(connection), graph_(graph), director_(director), mainThread_(mainThread),
       nextObjectID_(std::move(nextObjectID)), propertyChanged_(std::move(propertyChanged)),
-      turnTimer_(pw_loop_add_timer(connection.loop(), turnIsOver, this)) {}
+      turnTimer_(pw_loop_add_timer(connection.loop(), turnIsOver, this)),
+      retryTimer_(pw_loop_add_timer(connection.loop(), retryIsDue, this)) {}
 
 PipeWireTaps::~PipeWireTaps() {
+    pw_loop_destroy_source(connection_.loop(), retryTimer_);
     pw_loop_destroy_source(connection_.loop(), turnTimer_);
 }
 
@@ -136,6 +138,7 @@ void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
         [this, id] { sampleRateChanged(id); });
     if (device.startedProc != 0)
         startPair(id, device);
+    startRetryTimer();
 }
 
 void PipeWireTaps::startPair(AudioObjectID id, Device& device) {
@@ -224,6 +227,7 @@ OSStatus PipeWireTaps::destroyDevice(AudioObjectID device) {
         leftovers_.push_back(std::move(entry->second));
     devices_.erase(entry);
     makeWaitingPairs();
+    startRetryTimer();
     return kAudioHardwareNoError;
 }
 
@@ -269,8 +273,9 @@ bool PipeWireTaps::isConnected(AudioObjectID device) const {
            (isLinkedInto(*found) || !director_.hasStreams(found->captureName));
 }
 
+/// All of it: of two channels the device may refuse one, and then the other goes again.
 bool PipeWireTaps::isLinkedOut(const Device& device) const {
-    return device.pair != nullptr && graph_.hasLinkOutOf(device.pair->playbackNodeID());
+    return device.pair != nullptr && graph_.hasLinksOutOf(device.pair->playbackNodeID(), device.channels);
 }
 
 double PipeWireTaps::expectedSampleRate(const std::string& outputName) const {
@@ -323,19 +328,20 @@ void PipeWireTaps::linksChanged() {
     linksChangedAt_ = MainThread::Clock::now();
     for (auto& [id, device] : devices_) {
         directWhenLinked(device);
+        if (isLinkedOut(device)) {
+            device.retryAt.reset();
+            device.retryDelay = {};
+        }
         if (const bool alive = isLinkedOut(device); std::exchange(device.wasAlive, alive) != alive)
             propertyChanged_(id, kAudioDevicePropertyDeviceIsAlive);
         if (const bool isRunning = isConnected(id);
             std::exchange(device.wasConnected, isRunning) != isRunning)
             propertyChanged_(id, kAudioDevicePropertyDeviceIsRunning);
     }
-    dropLinkedLeftovers();
+    dropLeftovers();
     makeWaitingPairs();
+    startRetryTimer();
     pw_thread_loop_signal(connection_.threadLoop(), false);
-}
-
-void PipeWireTaps::dropLinkedLeftovers() {
-    std::erase_if(leftovers_, [&](const Device& device) { return isLinkedOut(device); });
 }
 
 void PipeWireTaps::connectionLost() {
