@@ -3,6 +3,7 @@
 #include "PipeWireTaps.h"
 
 #include <algorithm>
+#include <ranges>
 #include <utility>
 
 #include <pipewire/loop.h>
@@ -14,9 +15,11 @@ using namespace std::chrono_literals;
 namespace {
 
 /// A device takes a limited number of links (128 a channel, PipeWire 0.3.65). The session manager tries a
-/// link some times at once, and never again for the same node (five times, WirePlumber 0.4). It is done with
+/// link some times at once, and never again for the same node (six times, WirePlumber 0.4). It is done with
 /// a node when no link has changed anywhere for so long.
 constexpr auto quietTime = 2s;
+/// With many nodes to link it is slow, and may pause for 20 seconds when one goes that it is busy with.
+constexpr auto quietTimeOfMany = 25s;
 /// A new node is tried anew. The pauses before that grow: each try costs the session manager a look at all
 /// its nodes.
 constexpr MainThread::Duration firstRetryDelay = 1s;
@@ -28,7 +31,9 @@ constexpr auto leftoverPatience = 30s;
 } // namespace
 
 MainThread::Instant PipeWireTaps::givenUpAt(const Device& device) const {
-    return std::max(linksChangedAt_, device.workGivenAt) + quietTime;
+    const auto unlinked = std::ranges::count_if(std::views::values(devices_),
+                                                [&](const Device& other) { return !isLinkedOut(other); });
+    return std::max(linksChangedAt_, device.workGivenAt) + (unlinked > 1 ? quietTimeOfMany : quietTime);
 }
 
 MainThread::Instant PipeWireTaps::leftoverUntil(const Device& leftover) const {
