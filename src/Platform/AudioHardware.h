@@ -90,7 +90,7 @@ enum class StreamExemption : std::uint32_t {
     encoded,   ///< passed through to the device in a compressed format
     exclusive, ///< its application has the device for itself
     surround,  ///< more than two channels, on a device that plays them; see kAudioProcessPropertyDownmix
-    pinnedElsewhere, ///< sent to another device than the one its application is played on
+    pinnedElsewhere, ///< on another device than the one that its application is played on
 };
 
 /// Property of the system object: AudioObjectID array, the streams that are left as they are. Each has the

@@ -3,6 +3,7 @@
 // moves it to.
 #include "VelloTest.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <future>
@@ -79,6 +80,26 @@ TEST_F(VelloRouting, playsEachApplicationOnTheOutputChosenForIt) {
     startVello();
     EXPECT_TRUE(awaitWay("output-a", Way::tapped));
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+}
+
+TEST_F(VelloRouting, usesAChosenOutputThatIsPluggedInLater) {
+    writeSettings(session(), {{"org.example.player", {.volume = 0.5, .output = "output-c"}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    // Only VELLO plays to it: the application's stream is captured.
+    const auto isUsed = [](const GraphState& state) {
+        const auto output = state.nodeNamed("output-c");
+        return output && isTapped(state, "player") &&
+               std::ranges::any_of(state.links, [&](const auto& entry) {
+                   const auto from = state.nodes.find(entry.second.outputNode);
+                   return entry.second.inputNode == output->id && from != state.nodes.end() &&
+                          isVellos(from->second);
+               });
+    };
+    graph().createOutput("output-c", "Output C");
+    EXPECT_TRUE(graph().waitUntil(isUsed, 1s));
+    EXPECT_TRUE(awaitWay("output-c", Way::tapped));
 }
 
 TEST_F(VelloRouting, staysOnTheOutputThatTheApplicationUses) {

@@ -56,6 +56,12 @@ ChildProcess& VelloTest::play(const PlayerOptions& options, PlayerKind kind) {
     return *place;
 }
 
+void VelloTest::connectByHand(const std::string& player, const std::string& output) {
+    for (const std::string channel : {"FL", "FR"})
+        graph_->link(player + ":output_" + channel, output + ":playback_" + channel);
+    EXPECT_TRUE(graph_->waitUntil([&](const GraphState& state) { return state.isLinked(player, output); }));
+}
+
 void VelloTest::endPlayer(const std::string& name) {
     players_.erase(name);
     EXPECT_TRUE(graph_->waitUntil([&](const GraphState& state) { return state.nodeNamed(name) == nullptr; }));
@@ -108,6 +114,15 @@ std::vector<std::string> destinations(const GraphState& state, const std::string
 bool isTapped(const GraphState& state, const std::string& player) {
     const auto places = destinations(state, player);
     return places.size() == 1 && places.front().starts_with(tapPrefix);
+}
+
+bool isTouched(const GraphState& state, const std::string& player) {
+    const auto* node = state.nodeNamed(player);
+    return node != nullptr && state.metadataValue(node->id, "target.object").starts_with(tapPrefix);
+}
+
+bool isLeftAlone(const GraphState& state, const std::string& player, const std::string& output) {
+    return destinations(state, player) == std::vector{output} && !isTouched(state, player);
 }
 
 int redirects(const GraphState& state) {

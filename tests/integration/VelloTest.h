@@ -44,6 +44,8 @@ protected:
     void stopVello();
 
     ChildProcess& play(const PlayerOptions& options, PlayerKind kind = PlayerKind::native);
+    /// What a patchbay does: links the front channels of a player to those of the output.
+    void connectByHand(const std::string& player, const std::string& output);
     /// Ends a player and waits until its stream is gone.
     void endPlayer(const std::string& name);
     void endPlayers() { players_.clear(); }
@@ -73,6 +75,10 @@ std::vector<std::string> captures(const GraphState& state);
 /// Where the streams of that name are linked to, by name, sorted.
 std::vector<std::string> destinations(const GraphState& state, const std::string& player);
 bool isTapped(const GraphState& state, const std::string& player);
+/// Whether VELLO has written anything about the stream.
+bool isTouched(const GraphState& state, const std::string& player);
+/// Whether the stream plays on that output and nowhere else, untouched.
+bool isLeftAlone(const GraphState& state, const std::string& player, const std::string& output);
 /// Streams whose target in the metadata is a capture of VELLO.
 int redirects(const GraphState& state);
 /// How many captures VELLO has made since the graph was looked at first.

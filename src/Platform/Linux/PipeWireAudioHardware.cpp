@@ -122,7 +122,7 @@ private:
         graph.detach();
         for (const FourCharCode selector :
              {kAudioHardwarePropertyProcessObjectList, kAudioHardwarePropertyDevices,
-              kAudioHardwarePropertyDefaultOutputDevice})
+              kAudioHardwarePropertyExemptStreamList, kAudioHardwarePropertyDefaultOutputDevice})
             listeners.changed(kAudioObjectSystemObject, selector);
     }
 

@@ -100,6 +100,18 @@ bool PipeWireGraph::isLinkedToSink(std::uint32_t nodeID) const {
     });
 }
 
+bool PipeWireGraph::hasLinksOutOf(std::uint32_t nodeID, std::uint32_t channels) const {
+    std::uint32_t count = 0;
+    for (const auto& [id, link] : links_) {
+        if (link.outputNodeID != nodeID)
+            continue;
+        ++count;
+        if (const auto sink = sinks_.find(link.inputNodeID); sink != sinks_.end())
+            channels = std::min(channels, sink->second->sink.channels);
+    }
+    return count > 0 && count >= channels;
+}
+
 bool PipeWireGraph::hasLinkOutOf(std::uint32_t nodeID) const {
     return std::ranges::any_of(links_, [&](const auto& link) { return link.second.outputNodeID == nodeID; });
 }

@@ -147,6 +147,9 @@ public:
     bool hasLinkOutOf(std::uint32_t nodeID) const;
     /// Whether the node plays into an output device.
     bool isLinkedToSink(std::uint32_t nodeID) const;
+    /// Whether that many channels of the node are linked, or as many as the device has that they are linked
+    /// to.
+    bool hasLinksOutOf(std::uint32_t nodeID, std::uint32_t channels) const;
 
     std::optional<MetadataValue> target(std::uint32_t nodeID, const std::string& key) const;
     /// Asks for all values of the metadata again, in case a change was missed.

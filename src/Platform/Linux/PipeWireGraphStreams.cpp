@@ -94,7 +94,10 @@ void PipeWireGraph::streamPropertiesKnown(StreamEntry& entry, const spa_dict& pr
     if (!target.empty())
         entry.stream.targetProperty = std::move(target);
     entry.stream.name = streamName(properties);
-    entry.exemption = exemptionByProperties(properties);
+    // The session manager reads these marks once, when the stream comes: one that is taken away later still
+    // keeps the stream from being moved.
+    if (const auto marked = exemptionByProperties(properties); marked != StreamExemption::none)
+        entry.exemption = marked;
     entry.arePropertiesKnown = true;
     describe(entry);
 }

@@ -28,6 +28,8 @@ public:
         /// That device was chosen for all streams of the processes; otherwise it is where the application
         /// plays.
         bool isOutputChosen = false;
+        /// It plays on whatever is the default output.
+        bool followsDefault = false;
     };
 
     /// `propertyChanged` is told what changes of the processes, and that other streams are left as they are.
@@ -95,6 +97,7 @@ private:
     /// Why none of the tap's doing can change that the stream is left as it is.
     StreamExemption ownExemption(const GraphStream& stream) const;
     bool isPinnedElsewhere(const GraphStream& stream) const;
+    const GraphSink* deviceOf(const Capture& capture) const;
     /// Whether the capture's processes play where this stream does.
     bool isFollowed(const GraphStream& stream, const Capture& capture) const;
     void reconsider(const GraphStream& stream);

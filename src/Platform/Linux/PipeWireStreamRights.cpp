@@ -53,12 +53,19 @@ bool PipeWireStreamDirector::isFollowed(const GraphStream& stream, const Capture
     return false;
 }
 
-/// An application is played on one device. A stream that was sent to another one by itself stays there, but
-/// the application's first stream takes its capture along: it stays in the old one until there is a new one.
+const GraphSink* PipeWireStreamDirector::deviceOf(const Capture& capture) const {
+    const GraphSink* named = capture.followsDefault ? nullptr : graph_.sinkNamed(capture.output);
+    return named != nullptr ? named : graph_.defaultSink();
+}
+
+/// An application is played on one device. A stream that plays on another one by itself stays there, but the
+/// application's first stream takes its capture along: it stays in the old one until there is a new one.
 bool PipeWireStreamDirector::isPinnedElsewhere(const GraphStream& stream) const {
     const Capture* capture = captureOfProcess(stream);
-    const GraphSink* own = ownTarget(stream);
-    if (capture == nullptr || capture->isOutputChosen || own == nullptr || own->name == capture->output)
+    if (capture == nullptr || capture->isOutputChosen)
+        return false;
+    const GraphSink* own = destination(stream);
+    if (own == nullptr || own == deviceOf(*capture))
         return false;
     return !directed_.contains(stream.nodeID) || !isFollowed(stream, *capture);
 }

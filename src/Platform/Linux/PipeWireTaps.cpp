@@ -45,9 +45,11 @@ PipeWireTaps::PipeWireTaps(PipeWireConnection& connection, PipeWireGraph& graph,
                            std::function<AudioObjectID()> nextObjectID, PropertyChanged propertyChanged)
     : connection_(connection), graph_(graph), director_(director), mainThread_(mainThread),
       nextObjectID_(std::move(nextObjectID)), propertyChanged_(std::move(propertyChanged)),
-      turnTimer_(pw_loop_add_timer(connection.loop(), turnIsOver, this)) {}
+      turnTimer_(pw_loop_add_timer(connection.loop(), turnIsOver, this)),
+      retryTimer_(pw_loop_add_timer(connection.loop(), retryIsDue, this)) {}
 
 PipeWireTaps::~PipeWireTaps() {
+    pw_loop_destroy_source(connection_.loop(), retryTimer_);
     pw_loop_destroy_source(connection_.loop(), turnTimer_);
 }
 
@@ -125,16 +127,18 @@ void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
     device.captureName = freeCaptureName(device.description.name);
     device.workGivenAt = MainThread::Clock::now();
     device.announcedSampleRate = sampleRate(id);
+    device.targetSink = targetSink(device.description);
     device.pair = std::make_unique<PipeWireTapPair>(
         connection_.nodeCore(),
         PipeWireTapPair::Description{.captureName = device.captureName,
                                      .playbackName = device.captureName + "-output",
                                      .group = device.description.uid,
-                                     .targetSink = targetSink(device.description),
+                                     .targetSink = device.targetSink,
                                      .channels = device.channels},
         [this, id] { sampleRateChanged(id); });
     if (device.startedProc != 0)
         startPair(id, device);
+    startRetryTimer();
 }
 
 void PipeWireTaps::startPair(AudioObjectID id, Device& device) {
@@ -195,7 +199,8 @@ void PipeWireTaps::directWhenLinked(Device& device) {
     director_.direct({.name = device.captureName,
                       .processes = device.processes,
                       .output = device.description.mainSubDevice,
-                      .isOutputChosen = device.description.isMainSubDeviceChosen});
+                      .isOutputChosen = device.description.isMainSubDeviceChosen,
+                      .followsDefault = device.targetSink.empty()});
 }
 
 OSStatus PipeWireTaps::destroyProc(AudioObjectID device, AudioDeviceIOProcID procID) {
@@ -222,6 +227,7 @@ OSStatus PipeWireTaps::destroyDevice(AudioObjectID device) {
         leftovers_.push_back(std::move(entry->second));
     devices_.erase(entry);
     makeWaitingPairs();
+    startRetryTimer();
     return kAudioHardwareNoError;
 }
 
@@ -272,8 +278,9 @@ bool PipeWireTaps::isConnected(AudioObjectID device) const {
            (isLinkedInto(*found) || !director_.hasStreams(found->captureName));
 }
 
+/// All of it: of two channels the device may refuse one, and then the other goes again.
 bool PipeWireTaps::isLinkedOut(const Device& device) const {
-    return device.pair != nullptr && graph_.hasLinkOutOf(device.pair->playbackNodeID());
+    return device.pair != nullptr && graph_.hasLinksOutOf(device.pair->playbackNodeID(), device.channels);
 }
 
 double PipeWireTaps::expectedSampleRate(const std::string& outputName) const {
@@ -326,19 +333,20 @@ void PipeWireTaps::linksChanged() {
     linksChangedAt_ = MainThread::Clock::now();
     for (auto& [id, device] : devices_) {
         directWhenLinked(device);
+        if (isLinkedOut(device)) {
+            device.retryAt.reset();
+            device.retryDelay = {};
+        }
         if (const bool alive = isLinkedOut(device); std::exchange(device.wasAlive, alive) != alive)
             propertyChanged_(id, kAudioDevicePropertyDeviceIsAlive);
         if (const bool isRunning = isConnected(id);
             std::exchange(device.wasConnected, isRunning) != isRunning)
             propertyChanged_(id, kAudioDevicePropertyDeviceIsRunning);
     }
-    dropLinkedLeftovers();
+    dropLeftovers();
     makeWaitingPairs();
+    startRetryTimer();
     pw_thread_loop_signal(connection_.threadLoop(), false);
-}
-
-void PipeWireTaps::dropLinkedLeftovers() {
-    std::erase_if(leftovers_, [&](const Device& device) { return isLinkedOut(device); });
 }
 
 void PipeWireTaps::connectionLost() {

@@ -74,6 +74,7 @@ private:
         std::vector<AudioObjectID> processes;
         std::uint32_t channels = 2;
         std::string captureName;
+        std::string targetSink;                ///< as PipeWireTapPair takes it
         std::unique_ptr<PipeWireTapPair> pair; ///< null while it waits for its turn
         std::map<AudioDeviceIOProcID, Proc> procs;
         AudioDeviceIOProcID startedProc = 0;
@@ -81,6 +82,9 @@ private:
         /// When the session manager was last given work for it: the pair, or the streams.
         MainThread::Instant workGivenAt{};
         bool isDirected = false; ///< the streams are directed to the capture
+        /// When the pair is made anew, because the session manager has given it up.
+        std::optional<MainThread::Instant> retryAt = {};
+        MainThread::Duration retryDelay{};
         bool wasAlive = false;
         bool wasConnected = false;
         double announcedSampleRate = 0;
@@ -105,7 +109,18 @@ private:
     void makePair(AudioObjectID id, Device& device);
     void startPair(AudioObjectID id, Device& device);
     void directWhenLinked(Device& device);
-    void dropLinkedLeftovers();
+    /// Destroys the leftovers that the session manager is done with.
+    void dropLeftovers();
+    /// When the session manager has given the pair up, if nothing changes until then.
+    MainThread::Instant givenUpAt(const Device& device) const;
+    /// When a pair that was destroyed too early goes, if nothing changes until then.
+    MainThread::Instant leftoverUntil(const Device& leftover) const;
+    bool isWithoutOutput(const Device& device) const;
+    /// Makes the pairs anew that were given up and have waited long enough.
+    void retryRefused();
+    void retry(Device& device);
+    void startRetryTimer();
+    static void retryIsDue(void* data, std::uint64_t expirations);
     /// Whether a newer tap has processes of this one.
     bool hasSuccessor(const Device& device) const;
     /// Whether a newer device has all the streams of this one.
@@ -121,6 +136,7 @@ private:
     std::function<AudioObjectID()> nextObjectID_;
     PropertyChanged propertyChanged_;
     spa_source* turnTimer_;
+    spa_source* retryTimer_;
     std::map<AudioObjectID, Tap> taps_;
     std::map<AudioObjectID, Device> devices_;
     /// Pairs that were destroyed before the session manager was done with them.

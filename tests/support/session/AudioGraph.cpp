@@ -43,6 +43,14 @@ bool GraphState::isLinked(const std::string& outputName, const std::string& inpu
     return output != nullptr && input != nullptr && isLinked(output->id, input->id);
 }
 
+std::optional<std::uint32_t> GraphState::portNamed(const std::string& node, const std::string& port) const {
+    const auto found = std::ranges::find_if(ports, [&](const auto& entry) {
+        const auto owner = nodes.find(entry.second.node);
+        return owner != nodes.end() && owner->second.name() == node && entry.second.name == port;
+    });
+    return found != ports.end() ? std::optional(found->first) : std::nullopt;
+}
+
 std::string GraphState::defaultOutput() const {
     const auto value = nlohmann::json::parse(metadataValue(0, "default.audio.sink"), nullptr, false);
     return value.is_object() ? value.value("name", std::string()) : std::string();
@@ -97,6 +105,22 @@ void AudioGraph::moveStream(std::uint32_t stream, const std::string& outputName)
         throw std::runtime_error("no output " + outputName);
     setMetadata(stream, "target.node", "Spa:Id", std::to_string(output->id));
     setMetadata(stream, "target.object", "Spa:Id", output->property("object.serial"));
+}
+
+void AudioGraph::link(const std::string& outputPort, const std::string& inputPort) {
+    const auto find = [](const GraphState& state, const std::string& port) {
+        const auto colon = port.rfind(':');
+        return state.portNamed(port.substr(0, colon), port.substr(colon + 1));
+    };
+    std::optional<std::uint32_t> output;
+    std::optional<std::uint32_t> input;
+    if (!waitUntil([&](const GraphState& known) {
+            output = find(known, outputPort);
+            input = find(known, inputPort);
+            return output && input;
+        }))
+        throw std::runtime_error("no ports " + outputPort + " and " + inputPort);
+    mirror_->createLink(*output, *input);
 }
 
 void AudioGraph::chooseDefaultOutput(const std::string& outputName) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,6 +30,11 @@ struct GraphLink {
     std::uint32_t inputNode = 0;
 };
 
+struct GraphPort {
+    std::uint32_t node = 0;
+    std::string name;
+};
+
 /// One thing that happened in the graph.
 struct GraphEvent {
     enum class Kind { nodeAdded, nodeRemoved, metadataChanged };
@@ -45,6 +51,7 @@ struct GraphState {
     std::map<std::uint32_t, GraphNode> nodes;
     std::map<std::uint32_t, std::map<std::string, std::string>> clients; ///< properties
     std::map<std::uint32_t, GraphLink> links;
+    std::map<std::uint32_t, GraphPort> ports;
     /// The metadata object "default": value by (subject, key).
     std::map<std::pair<std::uint32_t, std::string>, std::string> metadata;
 
@@ -53,6 +60,8 @@ struct GraphState {
     std::vector<const GraphNode*> nodesOfClass(const std::string& mediaClass) const;
     bool isLinked(std::uint32_t outputNode, std::uint32_t inputNode) const;
     bool isLinked(const std::string& outputName, const std::string& inputName) const;
+    /// The id of a node's port; none when there is no such port.
+    std::optional<std::uint32_t> portNamed(const std::string& node, const std::string& port) const;
     /// Node name of the default output; empty when unknown.
     std::string defaultOutput() const;
     /// Empty when unset.
@@ -89,6 +98,9 @@ public:
                      const std::string& value);
     /// What a mixer does when the user moves a stream to another device.
     void moveStream(std::uint32_t stream, const std::string& outputName);
+    /// What a patchbay does: links an output port to an input port, both "NODE:PORT", as soon as they exist.
+    /// The link stays until one of the nodes goes.
+    void link(const std::string& outputPort, const std::string& inputPort);
     /// What a settings panel does when the user chooses the default output.
     void chooseDefaultOutput(const std::string& outputName);
     /// A further virtual output, which stays until destroyOutput. Returns once the server shows it.

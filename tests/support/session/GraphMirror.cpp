@@ -211,6 +211,12 @@ void AudioGraph::Mirror::addGlobal(std::uint32_t id, const char* type, const spa
         auto& bound = bind(id, type, PW_VERSION_METADATA);
         bound.name = toMap(properties)["metadata.name"];
         pw_proxy_add_object_listener(bound.proxy, &bound.listener, &metadataEvents, &bound);
+    } else if (name == PW_TYPE_INTERFACE_Port && properties != nullptr) {
+        auto known = toMap(properties);
+        change([&](GraphState& state) {
+            state.ports[id] = {static_cast<std::uint32_t>(std::stoul(known[PW_KEY_NODE_ID])),
+                               known[PW_KEY_PORT_NAME]};
+        });
     }
 }
 
@@ -226,6 +232,7 @@ void AudioGraph::Mirror::removeGlobal(std::uint32_t id) {
         state.nodes.erase(id);
         state.clients.erase(id);
         state.links.erase(id);
+        state.ports.erase(id);
         // The server takes it away too, without telling.
         std::erase_if(state.metadata, [&](const auto& entry) { return entry.first.first == id; });
     });
@@ -294,6 +301,17 @@ void AudioGraph::Mirror::createOutput(const std::string& name, const std::string
                                        {PW_KEY_OBJECT_LINGER, "true"}});
     void* proxy = pw_core_create_object(connection_.core(), "adapter", PW_TYPE_INTERFACE_Node,
                                         PW_VERSION_NODE, &properties->dict, 0);
+    pw_properties_free(properties);
+    created_.push_back(static_cast<pw_proxy*>(proxy));
+}
+
+void AudioGraph::Mirror::createLink(std::uint32_t outputPort, std::uint32_t inputPort) {
+    const PipeWireConnection::Guard guard(connection_);
+    auto* properties = makeProperties({{PW_KEY_LINK_OUTPUT_PORT, std::to_string(outputPort)},
+                                       {PW_KEY_LINK_INPUT_PORT, std::to_string(inputPort)},
+                                       {PW_KEY_OBJECT_LINGER, "true"}});
+    void* proxy = pw_core_create_object(connection_.core(), "link-factory", PW_TYPE_INTERFACE_Link,
+                                        PW_VERSION_LINK, &properties->dict, 0);
     pw_properties_free(properties);
     created_.push_back(static_cast<pw_proxy*>(proxy));
 }

@@ -34,6 +34,7 @@ public:
     void setMetadata(const std::string& metadata, std::uint32_t subject, const std::string& key,
                      const std::string& type, const std::string& value);
     void createOutput(const std::string& name, const std::string& description);
+    void createLink(std::uint32_t outputPort, std::uint32_t inputPort);
     void destroyObject(std::uint32_t id);
 
 private:

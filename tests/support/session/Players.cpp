@@ -25,15 +25,21 @@ Arguments withValues(Arguments arguments, const std::vector<std::pair<std::strin
 }
 
 Arguments nativePlayer(const PlayerOptions& options) {
-    return withValues({VELLO_SIGNAL_PLAYER}, {{"signal", options.signal},
-                                              {"node-name", options.name},
-                                              {"app-name", options.name},
-                                              {"app-id", options.applicationID},
-                                              {"target", options.output},
-                                              {"rate", std::to_string(options.sampleRate)},
-                                              {"latency", std::to_string(options.latency)},
-                                              {"channels", std::to_string(options.channels)},
-                                              {"format", name(options.format)}});
+    auto result =
+        withValues({VELLO_SIGNAL_PLAYER}, {{"signal", options.signal},
+                                           {"node-name", options.name},
+                                           {"app-name", options.name},
+                                           {"app-id", options.applicationID},
+                                           {"target", options.output},
+                                           {"rate", std::to_string(options.sampleRate)},
+                                           {"latency", std::to_string(options.latency)},
+                                           {"channels", std::to_string(options.channels)},
+                                           {"format", options.isEncoded ? "ac3" : name(options.format)}});
+    for (const auto& property : options.properties)
+        result.push_back("--property=" + property);
+    for (const auto& property : options.clientProperties)
+        result.push_back("--client-property=" + property);
+    return result;
 }
 
 Arguments pulsePlayer(const PlayerOptions& options, const std::string& file) {
@@ -45,6 +51,8 @@ Arguments pulsePlayer(const PlayerOptions& options, const std::string& file) {
                               {"stream-name", options.name},
                               {"property", property},
                               {"device", options.output}});
+    for (const auto& more : options.properties)
+        result.push_back("--property=" + more);
     result.push_back(file);
     return result;
 }
@@ -104,6 +112,8 @@ Arguments command(const PrivateAudioSession& session, PlayerKind kind, const Pla
         return alsaPlayer(options, writeSignal(session, options, seconds, SF_FORMAT_RAW));
     case PlayerKind::commandLine:
         return commandLinePlayer(options, writeSignal(session, options, seconds, SF_FORMAT_WAV));
+    case PlayerKind::jack:
+        return {VELLO_SIGNAL_FILTER, options.name};
     }
     throw std::invalid_argument("no such kind of player");
 }
@@ -117,7 +127,7 @@ std::string constantSignal(double value) {
 }
 
 std::string name(PlayerKind kind) {
-    static constexpr const char* names[] = {"native", "pulseAudio", "alsa", "commandLine"};
+    static constexpr const char* names[] = {"native", "pulseAudio", "alsa", "commandLine", "jack"};
     return names[static_cast<std::size_t>(kind)];
 }
 

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace vello::session {
 
@@ -20,14 +21,19 @@ struct PlayerOptions {
     int latency = 0;                 ///< frames that a native player asks for; 0: none
     int channels = 2;                ///< of a native player, in the usual positions; the others have two
     SampleFormat format = SampleFormat::f32; ///< of a native player; the others write f32
+    bool isEncoded = false;                  ///< a native player, which offers a compressed format alone
+    /// "KEY=VALUE", of a native player's streams or of a PulseAudio player.
+    std::vector<std::string> properties = {};
+    std::vector<std::string> clientProperties = {}; ///< "KEY=VALUE", of a native player's client
 };
 
 /// The sorts of applications there are, by the way they speak to the sound server.
 enum class PlayerKind {
-    native,     ///< PipeWire's own protocol
-    pulseAudio, ///< a client of the PulseAudio server
-    alsa,       ///< the ALSA library with its PipeWire plug-in
-    commandLine ///< PipeWire's own player of files
+    native,      ///< PipeWire's own protocol
+    pulseAudio,  ///< a client of the PulseAudio server
+    alsa,        ///< the ALSA library with its PipeWire plug-in
+    commandLine, ///< PipeWire's own player of files
+    jack         ///< ports alone, as a client of the JACK library has them; linked by hand
 };
 
 /// The text of a constant signal of exactly that value.
@@ -35,7 +41,7 @@ std::string constantSignal(double value);
 /// The kind in one word.
 std::string name(PlayerKind kind);
 
-/// Starts a player. All but the native kind play a file of `seconds`.
+/// Starts a player. All but the native and the JACK kind play a file of `seconds`.
 std::unique_ptr<ChildProcess> startPlayer(const PrivateAudioSession& session, PlayerKind kind,
                                           const PlayerOptions& options, int seconds = 30);
 

@@ -15,6 +15,7 @@ struct VirtualOutput {
     std::string name;        ///< node name, the device's UID
     std::string description; ///< what people read
     int channels = 2;        ///< at most mostChannels, in the usual positions
+    std::string mediaClass = "Audio/Sink";
 };
 
 struct SessionOptions {

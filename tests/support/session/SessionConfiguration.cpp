@@ -64,7 +64,7 @@ std::string serverConfiguration(const SessionOptions& options) {
     int priority = 2000;
     for (const auto& output : options.outputs) {
         text << "    { factory = adapter args = { factory.name = support.null-audio-sink media.class = "
-                "Audio/Sink\n"
+             << output.mediaClass << "\n"
              << "        node.name = \"" << output.name << "\" node.description = \"" << output.description
              << "\"\n"
              << "        audio.position = [ " << positionNames(output.channels) << " ]\n"

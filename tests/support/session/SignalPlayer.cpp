@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // A player of known signals for tests and measurements, a native client of PipeWire.
 //
-// Standard input takes one word a line: "open" adds a stream to the running client, "close" ends the last
-// one, "pause" and "resume" stop and start them all. Ends at SIGTERM or SIGINT or at the end of standard
-// input.
+// Standard input takes one command a line: "open [KEY=VALUE ...]" adds a stream to the running client,
+// "close" ends the last one, "close-first" the first, "pause" and "resume" stop and start them all, "set
+// KEY=VALUE ..." changes properties of all. Ends at SIGTERM or SIGINT or at the end of standard input.
 #include "ClientConfiguration.h"
 #include "Signals.h"
 #include "SoundFormat.h"
@@ -11,10 +11,12 @@
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -22,9 +24,27 @@
 #include <CLI/CLI.hpp>
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
+#include <spa/param/audio/iec958-utils.h>
 
 namespace vello::session {
 namespace {
+
+constexpr const char* encodedFormat = "ac3";
+
+/// "KEY=VALUE", in two.
+std::pair<std::string, std::string> inTwo(const std::string& property) {
+    const auto sign = property.find('=');
+    if (sign == std::string::npos)
+        throw std::invalid_argument(property + " is not of the kind KEY=VALUE");
+    return {property.substr(0, sign), property.substr(sign + 1)};
+}
+
+void setAll(pw_properties* properties, const std::vector<std::string>& values) {
+    for (const auto& property : values) {
+        const auto [key, value] = inTwo(property);
+        pw_properties_set(properties, key.c_str(), value.c_str());
+    }
+}
 
 struct PlayerOptions {
     std::string signal = "position";
@@ -34,13 +54,15 @@ struct PlayerOptions {
     int sampleRate = 48000; // Hz
     int clients = 1;
     int latency = 0; // frames; 0: what the graph has
+    std::vector<std::string> properties, clientProperties;
 };
 
 class PlayerStream {
 public:
     PlayerStream(pw_core* core, const PlayerOptions& options, Signal signal)
         : signal_(std::move(signal)), channels_(options.channels),
-          format_(sampleFormatNamed(options.format)) {
+          isEncoded_(options.format == encodedFormat),
+          format_(isEncoded_ ? SampleFormat::s16 : sampleFormatNamed(options.format)) {
         auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
                                              PW_KEY_NODE_NAME, options.nodeName.c_str(), nullptr);
         const auto set = [&](const char* key, const std::string& value) {
@@ -52,27 +74,46 @@ public:
         set(PW_KEY_NODE_LATENCY, options.latency == 0 ? std::string()
                                                       : std::to_string(options.latency) + "/" +
                                                             std::to_string(options.sampleRate));
+        setAll(properties, options.properties);
+        const bool isAutomatic = pw_properties_get(properties, PW_KEY_NODE_AUTOCONNECT) == nullptr;
         stream_ = pw_stream_new(core, options.nodeName.c_str(), properties);
         pw_stream_add_listener(stream_, &listener_, &events, this);
-        connect(options.sampleRate);
+        connect(options.sampleRate, isAutomatic);
     }
     ~PlayerStream() { pw_stream_destroy(stream_); }
     PlayerStream(const PlayerStream&) = delete;
     PlayerStream& operator=(const PlayerStream&) = delete;
 
     void setActive(bool isActive) { pw_stream_set_active(stream_, isActive); }
+    void setProperties(const std::vector<std::string>& values) {
+        auto* properties = pw_properties_new(nullptr, nullptr);
+        setAll(properties, values);
+        pw_stream_update_properties(stream_, &properties->dict);
+        pw_properties_free(properties);
+    }
 
 private:
-    void connect(int sampleRate) {
+    void connect(int sampleRate, bool isAutomatic) {
         std::uint8_t buffer[1024];
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, buffer, sizeof buffer);
-        auto format = soundFormat(format_, channels_, sampleRate);
-        const spa_pod* parameters[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
-        constexpr auto flags = static_cast<pw_stream_flags>(
-            PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS);
+        const spa_pod* parameters[] = {offeredFormat(builder, sampleRate)};
+        const auto flags =
+            static_cast<pw_stream_flags>(PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS |
+                                         (isAutomatic ? PW_STREAM_FLAG_AUTOCONNECT : PW_STREAM_FLAG_NONE));
         if (pw_stream_connect(stream_, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, parameters, 1) != 0)
             throw std::runtime_error("the stream cannot be connected");
+    }
+
+    const spa_pod* offeredFormat(spa_pod_builder& builder, int sampleRate) const {
+        if (isEncoded_) {
+            spa_audio_info_iec958 format{};
+            format.codec = SPA_AUDIO_IEC958_CODEC_AC3;
+            format.rate = static_cast<std::uint32_t>(sampleRate);
+            return spa_format_audio_iec958_build(&builder, SPA_PARAM_EnumFormat, &format);
+        }
+        auto format = soundFormat(format_, channels_, sampleRate);
+        return spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
     }
 
     void process() {
@@ -101,6 +142,7 @@ private:
 
     Signal signal_;
     int channels_;
+    bool isEncoded_;
     SampleFormat format_;
     pw_stream* stream_ = nullptr;
     spa_hook listener_{};
@@ -161,30 +203,41 @@ private:
             pw_properties_new(PW_KEY_APP_NAME, numbered(options_.applicationName, client).c_str(), nullptr);
         if (!options_.applicationID.empty())
             pw_properties_set(properties, PW_KEY_APP_ID, numbered(options_.applicationID, client).c_str());
+        setAll(properties, options_.clientProperties);
         auto* core = pw_context_connect(context_, properties, 0);
         if (core == nullptr)
             throw std::runtime_error("no PipeWire server");
         return core;
     }
 
-    void open(int client) {
+    void open(int client, const std::vector<std::string>& properties = {}) {
         auto options = options_;
+        options.properties.insert(options.properties.end(), properties.begin(), properties.end());
         options.nodeName = numbered(options.nodeName, client);
-        if (static_cast<int>(streams_.size()) >= options_.clients)
-            options.nodeName += "-" + std::to_string(streams_.size() + 1);
+        if (++opened_ > options_.clients)
+            options.nodeName += "-" + std::to_string(opened_);
         const auto rate = static_cast<double>(options.sampleRate);
         streams_.push_back(std::make_unique<PlayerStream>(cores_[static_cast<std::size_t>(client)], options,
                                                           makeSignal(options.signal, rate)));
     }
 
-    void obey(const std::string& word) {
-        if (word == "open")
-            open(0);
-        else if (word == "close" && !streams_.empty())
+    void obey(const std::string& line) {
+        std::istringstream text(line);
+        std::string command;
+        text >> command;
+        const std::vector<std::string> values{std::istream_iterator<std::string>(text), {}};
+        if (command == "open")
+            open(0, values);
+        else if (command == "close" && !streams_.empty())
             streams_.pop_back();
-        else
+        else if (command == "close-first" && !streams_.empty())
+            streams_.erase(streams_.begin());
+        else if (command == "set")
             for (const auto& stream : streams_)
-                stream->setActive(word == "resume");
+                stream->setProperties(values);
+        else if (command == "pause" || command == "resume")
+            for (const auto& stream : streams_)
+                stream->setActive(command == "resume");
     }
 
     static void quit(void* loop, int) { pw_main_loop_quit(static_cast<pw_main_loop*>(loop)); }
@@ -196,8 +249,8 @@ private:
         if (size <= 0)
             return quit(self->loop_, 0);
         std::istringstream lines(std::string(text, static_cast<std::size_t>(size)));
-        for (std::string word; lines >> word;)
-            self->obey(word);
+        for (std::string line; std::getline(lines, line);)
+            self->obey(line);
     }
 
     PlayerOptions options_;
@@ -205,6 +258,7 @@ private:
     pw_context* context_ = nullptr;
     std::vector<pw_core*> cores_;
     std::vector<std::unique_ptr<PlayerStream>> streams_;
+    int opened_ = 0;
 };
 
 } // namespace
@@ -223,10 +277,12 @@ int main(int argumentCount, char** arguments) {
     application.add_option("--app-id", options.applicationID);
     application.add_option("--role", options.role);
     application.add_option("--channels", options.channels)->check(CLI::Range(1, mostChannels));
-    application.add_option("--format", options.format, "f32, s16 or s24");
+    application.add_option("--format", options.format, "f32, s16, s24 or ac3 (encoded)");
     application.add_option("--rate", options.sampleRate);
     application.add_option("--latency", options.latency, "frames");
     application.add_option("--clients", options.clients, "clients of this process, one stream each");
+    application.add_option("--property", options.properties, "KEY=VALUE of the streams");
+    application.add_option("--client-property", options.clientProperties, "KEY=VALUE of the clients");
     CLI11_PARSE(application, argumentCount, arguments);
     pw_init(nullptr, nullptr);
     try {

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+// Modules of the audio system between an application and its output, and recorders: VELLO leaves them as they
+// are, and nothing is equalized twice.
+#include "DesignedResponse.h"
+#include "VelloTest.h"
+
+#include <fstream>
+#include <memory>
+
+namespace vello::session {
+namespace {
+
+constexpr double testFrequency = 1000; // Hz
+constexpr double playedAmplitude = 0.25;
+
+class VelloAndModules : public VelloTest {
+protected:
+    void SetUp() override {
+        openSession();
+        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    }
+
+    /// Loads a module in a client of its own, as its users do with a file of configuration.
+    void load(const std::string& module, const std::string& arguments) {
+        const auto file = session().folder() / (module + ".conf");
+        std::ofstream(file) << "context.properties = { log.level = 2 }\n"
+                               "context.spa-libs = { audio.convert.* = audioconvert/libspa-audioconvert\n"
+                               "    support.* = support/libspa-support }\n"
+                               "context.modules = [\n"
+                               "    { name = libpipewire-module-rt args = { } flags = [ ifexists nofail ] }\n"
+                               "    { name = libpipewire-module-protocol-native }\n"
+                               "    { name = libpipewire-module-client-node }\n"
+                               "    { name = libpipewire-module-adapter }\n"
+                               "    { name = libpipewire-module-"
+                            << module << " args = {\n"
+                            << arguments << " } } ]\n";
+        modules_.push_back(session().start(module, {"pipewire", "-c", file.string()}));
+    }
+    /// A virtual output that plays on `output` what it is given.
+    void loadLoopback(const std::string& output) {
+        load("loopback", "node.description = Virtual\n"
+                         "capture.props = { node.name = virtual media.class = Audio/Sink\n"
+                         "    audio.position = [ FL FR ] }\n"
+                         "playback.props = { node.name = virtual-output audio.position = [ FL FR ]\n"
+                         "    target.object = " +
+                             output + " }");
+        ASSERT_TRUE(awaitLinked("virtual-output", output));
+    }
+    [[nodiscard]] bool awaitLinked(const std::string& from, const std::string& to) {
+        return graph().waitUntil([&](const GraphState& state) { return state.isLinked(from, to); });
+    }
+    /// In the left channel, of a second; none when the output does not carry the test's tone all the time.
+    double amplitude(const std::string& output) {
+        const auto start = monitor(output).frames();
+        monitor(output).record(48000);
+        return monitor(output).recording(start).amplitude(testFrequency, 0, 48000, 0);
+    }
+    static std::string tone() {
+        return "sines=" + std::to_string(testFrequency) + "@" + std::to_string(playedAmplitude);
+    }
+
+private:
+    std::vector<std::unique_ptr<ChildProcess>> modules_;
+};
+
+TEST_F(VelloAndModules, equalizesOnceWhatPlaysIntoALoopback) {
+    loadLoopback("output-a");
+    play({.name = "player", .applicationID = "org.example.player", .output = "virtual"});
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    startVello();
+    EXPECT_TRUE(awaitTapped("player"));
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+    EXPECT_TRUE(isLeftAlone(graph().state(), "virtual-output", "output-a"));
+    stopVello();
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+    EXPECT_TRUE(isLeftAlone(graph().state(), "virtual-output", "output-a"));
+}
+
+TEST_F(VelloAndModules, equalizesOnceWhatPlaysIntoALoopbackThatIsTheDefaultOutput) {
+    loadLoopback("output-b");
+    graph().chooseDefaultOutput("virtual");
+    play({.name = "player", .applicationID = "org.example.player"});
+    ASSERT_TRUE(awaitWay("output-b", Way::direct));
+    startVello();
+    EXPECT_TRUE(awaitTapped("player"));
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+    EXPECT_TRUE(isLeftAlone(graph().state(), "virtual-output", "output-b"));
+}
+
+TEST_F(VelloAndModules, appliesTheSystemsCurveOnceUnderAVirtualOutput) {
+    std::array<double, 8> gains{};
+    gains.fill(-6);
+    writeSettings(session(), {{systemSource, {.bandGains = gains}}});
+    loadLoopback("output-b");
+    play({.name = "player", .applicationID = "org.example.player", .signal = tone(), .output = "virtual"});
+    ASSERT_TRUE(awaitLinked("player", "virtual"));
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    amplitude("output-b");
+    EXPECT_NEAR(decibels(amplitude("output-b") / playedAmplitude),
+                designedResponse(gains, testFrequency, 48000), 0.1);
+}
+
+TEST_F(VelloAndModules, equalizesOnceWhatALoopbackOfThePulseAudioServerPassesOn) {
+    session().run({"pactl", "load-module", "module-loopback", "source=output-b.monitor", "sink=output-a"});
+    play({.name = "player", .applicationID = "org.example.player", .output = "output-b"});
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    startVello();
+    EXPECT_TRUE(awaitTapped("player"));
+    EXPECT_TRUE(awaitWay("output-b", Way::tapped));
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+    EXPECT_EQ(captures(graph().state()).size(), 1U);
+}
+
+TEST_F(VelloAndModules, leavesAnotherEqualizerInTheChainAsItIs) {
+    constexpr double otherGain = -6; // dB, at the test's tone
+    load("filter-chain", "node.description = Equalizer\n"
+                         "filter.graph = { nodes = [ { type = builtin name = bell label = bq_peaking\n"
+                         "    control = { Freq = 1000.0 Q = 1.0 Gain = " +
+                             std::to_string(otherGain) +
+                             " } } ] }\n"
+                             "audio.channels = 2 audio.position = [ FL FR ]\n"
+                             "capture.props = { node.name = equalizer media.class = Audio/Sink }\n"
+                             "playback.props = { node.name = equalizer-output target.object = output-a }");
+    ASSERT_TRUE(awaitLinked("equalizer-output", "output-a"));
+    graph().chooseDefaultOutput("equalizer");
+    play({.name = "player", .applicationID = "org.example.player", .signal = tone()});
+    ASSERT_TRUE(awaitLinked("player", "equalizer"));
+    amplitude("output-a");
+    ASSERT_NEAR(decibels(amplitude("output-a") / playedAmplitude), otherGain, 0.1);
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    amplitude("output-a");
+    EXPECT_NEAR(decibels(amplitude("output-a") / playedAmplitude), otherGain + decibels(0.5), 0.1);
+    EXPECT_TRUE(isLeftAlone(graph().state(), "equalizer-output", "output-a"));
+}
+
+TEST_F(VelloAndModules, leavesEchoCancellingAsItIs) {
+    load("echo-cancel", "library.name = aec/libspa-aec-null\n"
+                        "capture.props = { node.name = aec-capture stream.capture.sink = true\n"
+                        "    target.object = output-b }\n"
+                        "source.props = { node.name = aec-source }\n"
+                        "sink.props = { node.name = aec-sink }\n"
+                        "playback.props = { node.name = aec-playback target.object = output-a }");
+    ASSERT_TRUE(awaitLinked("aec-playback", "output-a"));
+    ASSERT_TRUE(awaitLinked("output-b", "aec-capture"));
+    play({.name = "player", .applicationID = "org.example.player", .output = "aec-sink"});
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    startVello();
+    EXPECT_TRUE(awaitTapped("player"));
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+    EXPECT_TRUE(isLeftAlone(graph().state(), "aec-playback", "output-a"));
+    EXPECT_TRUE(graph().state().isLinked("output-b", "aec-capture"));
+}
+
+/// What a recorder does.
+struct RecorderCommand {
+    const char* name;
+    std::vector<std::string> arguments;
+};
+
+class VelloAndRecorders : public VelloAndModules, public testing::WithParamInterface<RecorderCommand> {};
+
+TEST_P(VelloAndRecorders, recordWhatTheOutputPlaysAndStayWhereTheyAre) {
+    play({.name = "player", .applicationID = "org.example.player"});
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    const auto recorder = session().start("recorder", GetParam().arguments);
+    const auto linksOfRecorder = [](const GraphState& state) {
+        std::vector<std::uint32_t> links;
+        const auto* node = state.nodeNamed("recorder");
+        for (const auto& [id, link] : state.links)
+            if (node != nullptr && link.inputNode == node->id)
+                links.push_back(id);
+        return links;
+    };
+    ASSERT_TRUE(graph().waitUntil([&](const GraphState& state) {
+        return state.isLinked("output-a", "recorder") && linksOfRecorder(state).size() == 2;
+    }));
+    const auto links = linksOfRecorder(graph().state());
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+    EXPECT_EQ(linksOfRecorder(graph().state()), links);
+    EXPECT_FALSE(isTouched(graph().state(), "recorder"));
+    stopVello();
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+    EXPECT_EQ(linksOfRecorder(graph().state()), links);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , VelloAndRecorders,
+    testing::Values(RecorderCommand{"native",
+                                    {"pw-record", "--target=output-a",
+                                     "--properties={ node.name = recorder stream.capture.sink = true }",
+                                     "/dev/null"}},
+                    RecorderCommand{"pulseAudio",
+                                    {"parec", "--device=output-a.monitor", "--client-name=recorder",
+                                     "--stream-name=recorder", "--raw", "/dev/null"}}),
+    [](const auto& command) { return command.param.name; });
+
+} // namespace
+} // namespace vello::session

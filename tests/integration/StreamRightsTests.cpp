@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+// Streams that VELLO leaves as they are: their application, or whoever connected them, has the say.
+#include "VelloTest.h"
+
+namespace vello::session {
+namespace {
+
+/// Two outputs: on the first plays what is looked at, on the second an application that shows by being
+/// equalized that VELLO has had its turn.
+class VelloAndRights : public VelloTest {
+protected:
+    void openSession(SessionOptions options = {}) {
+        VelloTest::openSession(std::move(options));
+        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        play({.name = "witness", .applicationID = "org.example.witness", .output = "output-b"});
+    }
+    [[nodiscard]] bool awaitVello() { return awaitTapped("witness") && awaitWay("output-b", Way::tapped); }
+    bool isLeftAlone(const std::string& stream, const std::string& output) {
+        return session::isLeftAlone(graph().state(), stream, output);
+    }
+};
+
+class VelloAndAFixedStream : public VelloAndRights, public testing::WithParamInterface<const char*> {
+protected:
+    void SetUp() override { openSession(); }
+    std::string mark() const { return std::string(GetParam()) + "=true"; }
+};
+
+TEST_P(VelloAndAFixedStream, hearsItDirectlyAndUntouched) {
+    play({.name = "fixed", .applicationID = "org.example.fixed", .properties = {mark()}});
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    startVello();
+    ASSERT_TRUE(awaitVello());
+    EXPECT_TRUE(isLeftAlone("fixed", "output-a"));
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+    stopVello();
+    ASSERT_TRUE(awaitWay("output-b", Way::direct));
+    EXPECT_TRUE(isLeftAlone("fixed", "output-a"));
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+}
+
+TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedApplication) {
+    play({.name = "player", .applicationID = "org.example.both", .signal = "constant=0.5"});
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    play({.name = "fixed",
+          .applicationID = "org.example.both",
+          .signal = "constant=0.125",
+          .properties = {mark()}});
+    const auto sumIs = [](float sum) {
+        return [sum](const Recording& last) { return last.sample(last.frames() - 1, 0) == sum; };
+    };
+    EXPECT_TRUE(monitor("output-a").recordUntil(sumIs(0.25F + 0.125F), 4096, 8s));
+    EXPECT_TRUE(isLeftAlone("fixed", "output-a"));
+    EXPECT_TRUE(isTapped(graph().state(), "player"));
+    stopVello();
+    EXPECT_TRUE(monitor("output-a").recordUntil(sumIs(0.5F + 0.125F), 4096, 8s));
+}
+
+TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedClient) {
+    auto& player = play({.name = "player", .applicationID = "org.example.player", .signal = "constant=0.25"});
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    player.writeLine("open " + mark());
+    const auto sumIs = [](float sum) {
+        return [sum](const Recording& last) { return last.sample(last.frames() - 1, 0) == sum; };
+    };
+    EXPECT_TRUE(monitor("output-a").recordUntil(sumIs(0.125F + 0.25F), 4096, 8s));
+    EXPECT_TRUE(isLeftAlone("player-2", "output-a"));
+    stopVello();
+    EXPECT_TRUE(monitor("output-a").recordUntil(sumIs(0.5F), 4096, 8s));
+}
+
+TEST_P(VelloAndAFixedStream, leavesItAlsoWhenItLosesTheMark) {
+    // The session manager has read the mark and goes on not to move the stream.
+    auto& player = play({.name = "fixed", .applicationID = "org.example.fixed", .properties = {mark()}});
+    startVello();
+    ASSERT_TRUE(awaitVello());
+    player.writeLine("set " + std::string(GetParam()) + "=false");
+    ASSERT_TRUE(graph().waitUntil(
+        [](const GraphState& state) { return state.nodeNamed("fixed")->property(GetParam()) == "false"; }));
+    endPlayer("witness");
+    play({.name = "witness", .applicationID = "org.example.witness", .output = "output-b"});
+    ASSERT_TRUE(awaitVello());
+    EXPECT_TRUE(isLeftAlone("fixed", "output-a"));
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+}
+
+INSTANTIATE_TEST_SUITE_P(, VelloAndAFixedStream, testing::Values("node.dont-reconnect", "node.dont-move"),
+                         [](const auto& mark) {
+                             return mark.param == std::string("node.dont-move") ? "dontMove"
+                                                                                : "dontReconnect";
+                         });
+
+TEST_F(VelloAndRights, leavesAStreamThatAPatchbayConnected) {
+    openSession();
+    play({.name = "patched", .properties = {"node.autoconnect=false"}});
+    connectByHand("patched", "output-a");
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    startVello();
+    ASSERT_TRUE(awaitVello());
+    EXPECT_TRUE(isLeftAlone("patched", "output-a"));
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+    stopVello();
+    ASSERT_TRUE(awaitWay("output-b", Way::direct));
+    EXPECT_TRUE(isLeftAlone("patched", "output-a"));
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+}
+
+TEST_F(VelloAndRights, leavesAStreamThatHasTheDeviceForItself) {
+    openSession();
+    play({.name = "exclusive", .properties = {"node.exclusive=true"}});
+    const auto isAlone = [&](const GraphState& state) { return state.isLinked("exclusive", "output-a"); };
+    ASSERT_TRUE(graph().waitUntil(isAlone));
+    startVello();
+    ASSERT_TRUE(awaitVello());
+    EXPECT_TRUE(isLeftAlone("exclusive", "output-a"));
+    stopVello();
+    ASSERT_TRUE(awaitWay("output-b", Way::direct));
+    EXPECT_TRUE(isLeftAlone("exclusive", "output-a"));
+}
+
+TEST_F(VelloAndRights, leavesAClientOfTheJackKind) {
+    openSession();
+    play({.name = "jack"}, PlayerKind::jack);
+    connectByHand("jack", "output-a");
+    ASSERT_TRUE(awaitWay("output-a", Way::direct));
+    startVello();
+    ASSERT_TRUE(awaitVello());
+    EXPECT_TRUE(isLeftAlone("jack", "output-a"));
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+    stopVello();
+    EXPECT_TRUE(awaitWay("output-a", Way::direct));
+    EXPECT_TRUE(isLeftAlone("jack", "output-a"));
+}
+
+TEST_F(VelloAndRights, takesASurroundStreamWhenItsDeviceBecomesAStereoOne) {
+    openSession({.outputs = {{"surround", "Surround", 6}, {"output-b", "Output B"}}});
+    play({.name = "film", .applicationID = "org.example.film", .channels = 6});
+    startVello();
+    ASSERT_TRUE(awaitVello());
+    ASSERT_TRUE(isLeftAlone("film", "surround"));
+    graph().chooseDefaultOutput("output-b");
+    EXPECT_TRUE(awaitTapped("film"));
+    graph().chooseDefaultOutput("surround");
+    EXPECT_TRUE(graph().waitUntil([](const GraphState& state) {
+        return destinations(state, "film") == std::vector<std::string>{"surround"};
+    }));
+}
+
+} // namespace
+} // namespace vello::session
