@@ -47,6 +47,9 @@ TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedApplication) {
           .applicationID = "org.example.both",
           .signal = "constant=0.125",
           .properties = {mark()}});
+    // Whoever comes later is taken later.
+    play({.name = "late", .applicationID = "org.example.late", .output = "output-b"});
+    ASSERT_TRUE(awaitTapped("late"));
     const auto sumIs = [](float sum) {
         return [sum](const Recording& last) { return last.sample(last.frames() - 1, 0) == sum; };
     };
