@@ -72,7 +72,12 @@ TEST_F(VelloAndDevices, leavesTheOtherProcessOfAnApplicationOnTheOutputThatItWas
     playOn("");
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    const auto alone = captures(graph().state());
     play({.name = "other", .applicationID = "org.example.player", .output = "output-b"});
+    // The tap is made anew for both.
+    ASSERT_TRUE(graph().waitUntil([&](const GraphState& state) {
+        return captures(state).size() == 1 && captures(state) != alone && isTapped(state, "player");
+    }));
     EXPECT_TRUE(awaitWay("output-b", Way::direct));
     EXPECT_TRUE(awaitWay("output-a", Way::tapped));
     EXPECT_TRUE(isLeftAlone(graph().state(), "other", "output-b"));
