@@ -56,6 +56,30 @@ protected:
     mutable std::unique_ptr<RunningInstance> instance_;
 };
 
+TEST_F(VelloControl, showsASurroundStreamThatIsLeftAloneAndTakesItWhenAsked) {
+    openSession({.outputs = {{"output-a", "Output A", 6}}});
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    play({.name = "film", .applicationID = "org.example.film", .signal = "constant=0.25", .channels = 6});
+    ASSERT_TRUE(
+        graph().waitUntil([](const GraphState& state) { return state.isLinked("film", "output-a"); }));
+    startControlled();
+    const auto shown = [this] {
+        const auto all = nlohmann::json::parse(command({"status", "--all", "--json"}));
+        return all.at("exemptStreams");
+    };
+    ASSERT_EQ(shown().size(), 1U);
+    EXPECT_EQ(shown()[0]["id"], "org.example.film");
+    EXPECT_EQ(shown()[0]["reason"], "surround");
+    EXPECT_THAT(command({"status", "--all"}), HasSubstr("--downmix on"));
+    EXPECT_FALSE(isTapped(graph().state(), "film"));
+    command({"set", "org.example.film", "--downmix", "on"});
+    ASSERT_TRUE(awaitTapped("film"));
+    EXPECT_TRUE(shown().empty());
+    command({"set", "org.example.film", "--downmix", "off"});
+    EXPECT_TRUE(
+        graph().waitUntil([](const GraphState& state) { return state.isLinked("film", "output-a"); }));
+}
+
 TEST_F(VelloControl, showsAndChangesWhatIsHeard) {
     openSession();
     play({.name = "player", .applicationID = playerID, .signal = "constant=0.5"});

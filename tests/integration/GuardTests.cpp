@@ -18,6 +18,13 @@ int repetitions() {
 
 class VelloGuard : public EightPlayersTest {
 protected:
+    /// A session in which eight applications are captured.
+    void captureEight() {
+        openSession();
+        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        playEight();
+        startCaptured();
+    }
     /// Eight applications are captured again.
     void startCaptured(const std::vector<std::string>& launcher = {}) {
         startVello(launcher);
@@ -85,10 +92,7 @@ INSTANTIATE_TEST_SUITE_P(, VelloDies, testing::Values(SIGKILL, SIGSEGV, SIGABRT)
 });
 
 TEST_F(VelloGuard, isReplacedWhenItWasKilledAlone) {
-    openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
-    playEight();
-    startCaptured();
+    captureEight();
     const pid_t first = awaitGuard();
     ASSERT_EQ(::kill(first, SIGKILL), 0);
     const pid_t second = awaitGuard(first);
@@ -105,10 +109,7 @@ TEST_F(VelloGuard, isReplacedWhenItWasKilledAlone) {
 }
 
 TEST_F(VelloGuard, doesNotKeepVelloFromEndingWhenItIsFrozen) {
-    openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
-    playEight();
-    startCaptured();
+    captureEight();
     const pid_t guard = awaitGuard();
     ASSERT_EQ(::kill(guard, SIGSTOP), 0);
     vello().signal(SIGTERM);
@@ -119,10 +120,7 @@ TEST_F(VelloGuard, doesNotKeepVelloFromEndingWhenItIsFrozen) {
 }
 
 TEST_F(VelloGuard, doesNotHoldUpACrashWhenItIsFrozen) {
-    openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
-    playEight();
-    startCaptured();
+    captureEight();
     const pid_t guard = awaitGuard();
     ASSERT_EQ(::kill(guard, SIGSTOP), 0);
     const auto moment = std::chrono::steady_clock::now();
@@ -136,10 +134,7 @@ TEST_F(VelloGuard, doesNotHoldUpACrashWhenItIsFrozen) {
 }
 
 TEST_F(VelloGuard, whenKilledWithVelloLeavesTheChoicesToTheNextStart) {
-    openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
-    playEight();
-    startCaptured();
+    captureEight();
     ASSERT_EQ(::kill(awaitGuard(), SIGKILL), 0);
     vello().signal(SIGKILL);
     ASSERT_TRUE(vello().waitForExit(5s));
