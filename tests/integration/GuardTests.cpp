@@ -3,18 +3,11 @@
 #include "EightPlayersTest.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 
 namespace vello::session {
 namespace {
-
-/// How often a fault is repeated: a few times, or as often as whoever measures wants it.
-int repetitions() {
-    const char* const wanted = std::getenv("VELLO_REPETITIONS");
-    return wanted != nullptr ? std::atoi(wanted) : 3;
-}
 
 class VelloGuard : public EightPlayersTest {
 protected:
@@ -69,7 +62,7 @@ TEST_P(VelloDies, andEightApplicationsAreHeardOnTheirOwnOutputs) {
     openSession({.quantum = 256});
     writeSettings(session(), {{systemSource, {.volume = 0.5}}});
     std::vector<double> milliseconds;
-    for (int i = 0; i < repetitions() && !HasFailure(); ++i) {
+    for (int i = 0; i < repetitions(3) && !HasFailure(); ++i) {
         if (i % deathsOfOnePlayer == 0) {
             endPlayers();
             playEight();

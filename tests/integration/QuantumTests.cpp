@@ -63,7 +63,7 @@ TEST_F(VelloQuantum, changesWithoutSilencingAnybody) {
     constexpr std::array quanta = {32, 64, 128, 256, 512, 1024, 2048, 4096, 8192};
     std::mt19937 random(9);
     int before = quantum();
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < repetitions(40); ++i) {
         const int now = quanta[random() % quanta.size()];
         const auto allowed = 2 * static_cast<std::size_t>(std::max(before, now));
         EXPECT_LE(gapAfterQuantum(now), allowed) << "change " << i << ", from " << before << " to " << now;

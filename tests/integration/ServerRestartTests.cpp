@@ -55,7 +55,7 @@ protected:
 };
 
 TEST_F(VelloRestarts, equalizesApplicationsAgainAfterTheSessionManagerWasKilled) {
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < repetitions(5); ++i) {
         forgetMonitors();
         session().killSessionManager();
         graph().destroyOutput("output-a");

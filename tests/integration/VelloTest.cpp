@@ -2,6 +2,7 @@
 #include "VelloTest.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace vello::session {
 namespace {
@@ -83,6 +84,11 @@ bool VelloTest::awaitWay(const std::string& output, Way way, std::size_t frames,
 
 bool VelloTest::awaitTapped(const std::string& player, std::chrono::milliseconds timeout) {
     return graph_->waitUntil([&](const GraphState& state) { return isTapped(state, player); }, timeout);
+}
+
+int repetitions(int usual) {
+    const char* const wanted = std::getenv("VELLO_REPETITIONS");
+    return wanted != nullptr ? std::atoi(wanted) : usual;
 }
 
 bool isVellos(const GraphNode& node) {

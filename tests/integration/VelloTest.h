@@ -68,6 +68,9 @@ private:
     int velloStarts_ = 0;
 };
 
+/// How often a test does what it is about: `usual` times, or as often as whoever measures says in
+/// VELLO_REPETITIONS.
+int repetitions(int usual);
 /// Whether the node belongs to VELLO.
 bool isVellos(const GraphNode& node);
 /// Names of the captures that VELLO has now.
