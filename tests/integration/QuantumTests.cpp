@@ -13,6 +13,8 @@ namespace {
 class VelloQuantum : public VelloTest {
 protected:
     static constexpr int players = 3;
+    /// A machine without real-time priority misses cycles that are shorter by itself, with or without VELLO.
+    static constexpr int shortestKept = 512;
 
     void SetUp() override {
         openSession();
@@ -65,7 +67,7 @@ TEST_F(VelloQuantum, changesWithoutSilencingAnybody) {
     int before = quantum();
     for (int i = 0; i < repetitions(40); ++i) {
         const int now = quanta[random() % quanta.size()];
-        const auto allowed = 2 * static_cast<std::size_t>(std::max(before, now));
+        const auto allowed = 2 * static_cast<std::size_t>(std::max({before, now, shortestKept}));
         EXPECT_LE(gapAfterQuantum(now), allowed) << "change " << i << ", from " << before << " to " << now;
         before = now;
     }
