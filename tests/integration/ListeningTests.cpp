@@ -2,6 +2,8 @@
 // What people hear of an application that VELLO equalizes: delay, silence, and which applications there are.
 #include "VelloTest.h"
 
+#include <algorithm>
+
 namespace vello::session {
 namespace {
 
@@ -138,6 +140,24 @@ TEST_F(Vello, takesAnApplicationsSecondStreamIntoItsTapAtOnce) {
         unequalized += stretch.kind == 1 ? stretch.frames : 0;
     RecordProperty("unequalizedFrames", static_cast<int>(unequalized));
     EXPECT_LE(unequalized, static_cast<std::size_t>(quantum()));
+}
+
+TEST_F(Vello, takesBothChannelsOfAStreamThatComesToAMonoTap) {
+    openSession();
+    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    auto& player = play({.name = "player", .applicationID = "org.example.player", .channels = 1});
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    const auto tappedChannels = [](const GraphState& state, const std::string& name) {
+        const auto* stream = state.nodeNamed(name);
+        return std::ranges::count_if(state.links, [&](const auto& link) {
+            return stream != nullptr && link.second.outputNode == stream->id && isTapped(state, name);
+        });
+    };
+    EXPECT_EQ(tappedChannels(graph().state(), "player"), 1);
+    player.writeLine("open-stereo");
+    EXPECT_TRUE(graph().waitUntil(
+        [&](const GraphState& state) { return tappedChannels(state, "player-2") == 2; }, 8s));
 }
 
 TEST_F(Vello, showsNothingInTheListsOfOutputsAndInputs) {

@@ -212,7 +212,8 @@ void PipeWireStreamDirector::rewriteChoices() {
 void PipeWireStreamDirector::streamVanished(std::uint32_t nodeID) {
     released(nodeID);
     directed_.erase(nodeID);
-    if (exemptions_.erase(nodeID) != 0)
+    const auto told = exemptions_.extract(nodeID);
+    if (told && told.mapped() != StreamExemption::none)
         propertyChanged_(kAudioObjectSystemObject, kAudioHardwarePropertyExemptStreamList);
     reconsider();
 }

@@ -94,11 +94,11 @@ private:
     const Capture* captureOfProcess(const GraphStream& stream) const;
     /// The capture that the stream is to be directed to.
     const Capture* captureFor(const GraphStream& stream) const;
-    /// Why none of the tap's doing can change that the stream is left as it is.
+    /// Why the stream is left as it is wherever its application's tap plays.
     StreamExemption ownExemption(const GraphStream& stream) const;
     bool isPinnedElsewhere(const GraphStream& stream) const;
     const GraphSink* deviceOf(const Capture& capture) const;
-    /// Whether the capture's processes play where this stream does.
+    /// Whether it is the first stream of the capture's processes, whose device the next capture plays on.
     bool isFollowed(const GraphStream& stream, const Capture& capture) const;
     void reconsider(const GraphStream& stream);
     void noteExemption(const GraphStream& stream);

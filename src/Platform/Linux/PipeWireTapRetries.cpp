@@ -100,9 +100,8 @@ void PipeWireTaps::retry(Device& device) {
 
 void PipeWireTaps::dropLeftovers() {
     const auto now = MainThread::Clock::now();
-    std::erase_if(leftovers_, [&](const Device& device) {
-        return isLinkedOut(device) || now > std::max(linksChangedAt_, device.workGivenAt) + leftoverPatience;
-    });
+    std::erase_if(leftovers_,
+                  [&](const Device& device) { return isLinkedOut(device) || now > leftoverUntil(device); });
 }
 
 } // namespace vello

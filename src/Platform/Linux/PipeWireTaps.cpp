@@ -323,10 +323,12 @@ std::uint32_t PipeWireTaps::channelsFor(const std::vector<AudioObjectID>& proces
 
 void PipeWireTaps::streamsChanged() {
     // A mono tap is made anew for a stream that is more; a stereo one does for mono streams as well.
-    for (auto& [id, tap] : taps_)
-        if (tap.channels == 1 &&
-            std::exchange(tap.channels, channelsFor(tap.description.processes)) != tap.channels)
-            propertyChanged_(id, kAudioTapPropertyFormat);
+    for (auto& [id, tap] : taps_) {
+        if (tap.channels != 1 || channelsFor(tap.description.processes) == 1)
+            continue;
+        tap.channels = 2;
+        propertyChanged_(id, kAudioTapPropertyFormat);
+    }
 }
 
 void PipeWireTaps::linksChanged() {

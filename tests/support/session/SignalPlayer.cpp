@@ -2,8 +2,9 @@
 // A player of known signals for tests and measurements, a native client of PipeWire.
 //
 // Standard input takes one command a line: "open [KEY=VALUE ...]" adds a stream to the running client,
-// "close" ends the last one, "close-first" the first, "pause" and "resume" stop and start them all, "set
-// KEY=VALUE ..." changes properties of all. Ends at SIGTERM or SIGINT or at the end of standard input.
+// "open-stereo" one of two channels, "close" ends the last one, "close-first" the first, "pause" and "resume"
+// stop and start them all, "set KEY=VALUE ..." changes properties of all. Ends at SIGTERM or SIGINT or at the
+// end of standard input.
 #include "ClientConfiguration.h"
 #include "Signals.h"
 #include "SoundFormat.h"
@@ -211,7 +212,14 @@ private:
     }
 
     void open(int client, const std::vector<std::string>& properties = {}) {
+        openAs(options_, client, properties);
+    }
+    void openStereo() {
         auto options = options_;
+        options.channels = 2;
+        openAs(options, 0, {});
+    }
+    void openAs(PlayerOptions options, int client, const std::vector<std::string>& properties) {
         options.properties.insert(options.properties.end(), properties.begin(), properties.end());
         options.nodeName = numbered(options.nodeName, client);
         if (++opened_ > options_.clients)
@@ -228,6 +236,8 @@ private:
         const std::vector<std::string> values{std::istream_iterator<std::string>(text), {}};
         if (command == "open")
             open(0, values);
+        else if (command == "open-stereo")
+            openStereo();
         else if (command == "close" && !streams_.empty())
             streams_.pop_back();
         else if (command == "close-first" && !streams_.empty())
