@@ -87,5 +87,60 @@ TEST_F(VelloQuantum, fallsForAnApplicationThatAsksForAShortLatency) {
     EXPECT_TRUE(awaitTappedSound());
 }
 
+/// Applications that ask for unlike latencies: the graph runs at the least of them.
+class VelloUnlikeLatencies : public VelloTest {
+protected:
+    static constexpr int shorter = 256;
+    static constexpr int longer = 2048;
+
+    void playWith(const std::string& name, const std::string& applicationID, int latency) {
+        play({.name = name, .applicationID = applicationID, .signal = "silence", .latency = latency});
+    }
+    bool awaitQuantum(int frames) {
+        const auto isInForce = [&](const Recording& last) {
+            return last.cycles().back().frames == static_cast<std::size_t>(frames);
+        };
+        return monitor("output-a").recordUntil(isInForce, 1, 8s);
+    }
+};
+
+TEST_F(VelloUnlikeLatencies, silenceNobodyWhoIsMoved) {
+    constexpr float played = 1.0F / 16;
+    openSession();
+    const auto isHeard = [&](const Recording& last) { return last.cyclesOffValue(played, 0) == 0; };
+    for (int i = 0; i < repetitions(8); ++i) {
+        play({.name = "impatient", .applicationID = "org.example.impatient", .signal = "silence"},
+             PlayerKind::pulseAudio);
+        play({.name = "patient", .applicationID = "org.example.patient", .signal = constantSignal(played)},
+             PlayerKind::commandLine);
+        ASSERT_TRUE(monitor("output-a").recordUntil(isHeard, 8192, 8s)) << "before " << i;
+        forgetMonitors();
+        startVello();
+        ASSERT_TRUE(awaitTapped("impatient"));
+        ASSERT_TRUE(awaitTapped("patient"));
+        EXPECT_TRUE(monitor("output-a").recordUntil(isHeard, 8192, 4s)) << "start " << i;
+        forgetMonitors();
+        stopVello();
+        endPlayers();
+    }
+}
+
+TEST_F(VelloUnlikeLatencies, riseAgainWhenAStreamOfTheApplicationHasEnded) {
+    openSession();
+    playWith("patient", "org.example.two", longer);
+    playWith("impatient", "org.example.two", shorter);
+    startVello();
+    ASSERT_TRUE(awaitTapped("patient"));
+    ASSERT_TRUE(awaitTapped("impatient"));
+    ASSERT_TRUE(awaitQuantum(shorter));
+    endPlayer("impatient");
+    EXPECT_TRUE(awaitQuantum(longer));
+    playWith("impatient", "org.example.two", shorter);
+    EXPECT_TRUE(awaitQuantum(shorter));
+    endPlayer("patient");
+    ASSERT_TRUE(awaitTapped("impatient"));
+    EXPECT_TRUE(awaitQuantum(shorter));
+}
+
 } // namespace
 } // namespace vello::session

@@ -140,8 +140,12 @@ private:
     void streamDescribed(const GraphStream& stream) override {
         director.streamDescribed(stream);
         taps.streamsChanged();
+        taps.latencyChanged(stream);
     }
-    void streamRunningChanged(const GraphStream& stream) override { director.streamRunningChanged(stream); }
+    void streamRunningChanged(const GraphStream& stream) override {
+        director.streamRunningChanged(stream);
+        taps.latencyChanged(stream);
+    }
     void streamVanished(std::uint32_t nodeID) override { director.streamVanished(nodeID); }
     void linksChanged() override { taps.linksChanged(); }
     void metadataRequested() override { connection.sync(); }

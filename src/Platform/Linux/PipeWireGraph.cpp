@@ -32,6 +32,8 @@ void PipeWireGraph::detach() {
     streams_.clear();
     clients_.clear();
     links_.clear();
+    inputsOfOutput_.clear();
+    linkedInputs_.clear();
     metadata_.reset();
     defaultSinkName_.clear();
     registry_.reset();
@@ -75,13 +77,20 @@ void PipeWireGraph::linkAdded(std::uint32_t id, const spa_dict& properties) {
     if (!output || !input)
         return;
     links_[id] = {*output, *input};
+    inputsOfOutput_.emplace(*output, *input);
+    linkedInputs_.insert(*input);
     if (contradictsMetadata(links_[id]))
         readMetadataAnewSoon();
     linkChanged(links_[id]);
 }
 
 void PipeWireGraph::linkRemoved(std::uint32_t id) {
-    linkChanged(links_.extract(id).mapped());
+    const GraphLink link = links_.extract(id).mapped();
+    linkedInputs_.erase(linkedInputs_.find(link.inputNodeID));
+    const auto [first, last] = inputsOfOutput_.equal_range(link.outputNodeID);
+    inputsOfOutput_.erase(
+        std::find_if(first, last, [&](const auto& entry) { return entry.second == link.inputNodeID; }));
+    linkChanged(link);
 }
 
 void PipeWireGraph::linkChanged(const GraphLink& link) {
@@ -91,29 +100,35 @@ void PipeWireGraph::linkChanged(const GraphLink& link) {
 }
 
 bool PipeWireGraph::hasLinkInto(std::uint32_t nodeID) const {
-    return std::ranges::any_of(links_, [&](const auto& link) { return link.second.inputNodeID == nodeID; });
+    return linkedInputs_.contains(nodeID);
 }
 
 bool PipeWireGraph::isLinkedToSink(std::uint32_t nodeID) const {
-    return std::ranges::any_of(links_, [&](const auto& link) {
-        return link.second.outputNodeID == nodeID && sinks_.contains(link.second.inputNodeID);
-    });
+    const auto [first, last] = inputsOfOutput_.equal_range(nodeID);
+    return std::any_of(first, last, [&](const auto& entry) { return sinks_.contains(entry.second); });
 }
 
 bool PipeWireGraph::hasLinksOutOf(std::uint32_t nodeID, std::uint32_t channels) const {
     std::uint32_t count = 0;
-    for (const auto& [id, link] : links_) {
-        if (link.outputNodeID != nodeID)
-            continue;
+    const auto [first, last] = inputsOfOutput_.equal_range(nodeID);
+    for (auto entry = first; entry != last; ++entry) {
         ++count;
-        if (const auto sink = sinks_.find(link.inputNodeID); sink != sinks_.end())
+        if (const auto sink = sinks_.find(entry->second); sink != sinks_.end())
             channels = std::min(channels, sink->second->sink.channels);
     }
     return count > 0 && count >= channels;
 }
 
+bool PipeWireGraph::isLinkedToAnotherThanDefault(std::uint32_t nodeID) const {
+    const auto [first, last] = inputsOfOutput_.equal_range(nodeID);
+    return std::any_of(first, last, [&](const auto& entry) {
+        const auto sink = sinks_.find(entry.second);
+        return sink != sinks_.end() && sink->second->sink.name != defaultSinkName_;
+    });
+}
+
 bool PipeWireGraph::hasLinkOutOf(std::uint32_t nodeID) const {
-    return std::ranges::any_of(links_, [&](const auto& link) { return link.second.outputNodeID == nodeID; });
+    return inputsOfOutput_.contains(nodeID);
 }
 
 } // namespace vello

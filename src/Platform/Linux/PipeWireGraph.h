@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,18 @@ struct GraphSink {
     bool isDescribed = false;
 };
 
+/// How long a stream lets its samples wait: as many frames at that rate (Hz). The graph's quantum is the
+/// least that a node of it asks for.
+struct GraphLatency {
+    std::uint32_t frames = 0;
+    std::uint32_t rate = 1;
+
+    friend bool operator==(const GraphLatency&, const GraphLatency&) = default;
+    friend bool operator<(const GraphLatency& left, const GraphLatency& right) {
+        return std::uint64_t{left.frames} * right.rate < std::uint64_t{right.frames} * left.rate;
+    }
+};
+
 /// A playback stream of an application: a node of class Stream/Output/Audio.
 struct GraphStream {
     AudioObjectID objectID = 0;
@@ -50,6 +63,7 @@ struct GraphStream {
     std::string name; ///< what people read
     /// Of its own format, before the session manager has it mixed for a device; 0 where it has none.
     std::uint32_t channels = 0;
+    std::optional<GraphLatency> latency; ///< that it asks for
     /// Why it is left as it is, as far as its own properties and format say.
     StreamExemption exemption = StreamExemption::none;
     /// The server has told everything that the two before depend on.
@@ -152,6 +166,10 @@ public:
     bool hasLinksOutOf(std::uint32_t nodeID, std::uint32_t channels) const;
 
     std::optional<MetadataValue> target(std::uint32_t nodeID, const std::string& key) const;
+    /// Whether the session manager has linked a node, which follows the default output, to another device.
+    bool isLinkedToAnotherThanDefault(std::uint32_t nodeID) const;
+    /// Asks for all values of the metadata soon: what the session manager does contradicts them.
+    void doubtMetadata() { readMetadataAnewSoon(); }
     /// Asks for all values of the metadata again, in case a change was missed.
     void readMetadata();
     /// All current values of the metadata have been told. True when they are the first of this metadata
@@ -207,6 +225,7 @@ private:
     void defaultSinkNamed(std::string name);
     void reportRunning(const GraphStream& stream);
     bool isListed(const GraphClient& client) const;
+    template <class Predicate> std::vector<const GraphStream*> streamsWhere(Predicate matches) const;
 
     PipeWireGraphObserver& observer_;
     std::function<AudioObjectID()> nextObjectID_;
@@ -220,6 +239,10 @@ private:
     std::map<std::uint32_t, std::unique_ptr<StreamEntry>> streams_;
     std::map<std::uint32_t, std::unique_ptr<ClientEntry>> clients_;
     std::map<std::uint32_t, GraphLink> links_;
+    /// The same by the node that plays and by the node that is played into: dozens of taps are looked up at
+    /// every change of one of hundreds of links.
+    std::multimap<std::uint32_t, std::uint32_t> inputsOfOutput_;
+    std::multiset<std::uint32_t> linkedInputs_;
     std::unique_ptr<MetadataEntry> metadata_;
     std::string defaultSinkName_;
 };

@@ -6,6 +6,7 @@
 #include "PipeWireQuirks.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 namespace vello {
@@ -36,6 +37,15 @@ std::string streamName(const spa_dict& properties) {
         if (std::string name = propertyText(properties, key); !name.empty())
             return name;
     return {};
+}
+
+std::optional<GraphLatency> latencyAskedFor(const spa_dict& properties) {
+    const std::string text = propertyText(properties, PW_KEY_NODE_LATENCY);
+    GraphLatency latency;
+    if (std::sscanf(text.c_str(), "%u/%u", &latency.frames, &latency.rate) != 2 || latency.frames == 0 ||
+        latency.rate == 0)
+        return std::nullopt;
+    return latency;
 }
 
 } // namespace
@@ -94,6 +104,7 @@ void PipeWireGraph::streamPropertiesKnown(StreamEntry& entry, const spa_dict& pr
     if (!target.empty())
         entry.stream.targetProperty = std::move(target);
     entry.stream.name = streamName(properties);
+    entry.stream.latency = latencyAskedFor(properties);
     // The session manager reads these marks once, when the stream comes: one that is taken away later still
     // keeps the stream from being moved.
     if (const auto marked = exemptionByProperties(properties); marked != StreamExemption::none)
@@ -236,18 +247,22 @@ const GraphClient* PipeWireGraph::processOfStream(const GraphStream& stream) con
     return client != clients_.end() ? &client->second->client : nullptr;
 }
 
-std::vector<const GraphStream*> PipeWireGraph::streams() const {
-    std::vector<const GraphStream*> all;
+template <class Predicate>
+std::vector<const GraphStream*> PipeWireGraph::streamsWhere(Predicate matches) const {
+    std::vector<const GraphStream*> found;
     for (const auto& [id, entry] : streams_)
-        all.push_back(&entry->stream);
-    std::ranges::sort(all, {}, [](const GraphStream* stream) { return stream->objectID; });
-    return all;
+        if (matches(entry->stream))
+            found.push_back(&entry->stream);
+    std::ranges::sort(found, {}, [](const GraphStream* stream) { return stream->objectID; });
+    return found;
+}
+
+std::vector<const GraphStream*> PipeWireGraph::streams() const {
+    return streamsWhere([](const GraphStream&) { return true; });
 }
 
 std::vector<const GraphStream*> PipeWireGraph::streamsOf(const GraphClient& client) const {
-    auto owned = streams();
-    std::erase_if(owned, [&](const GraphStream* stream) { return stream->clientID != client.clientID; });
-    return owned;
+    return streamsWhere([&](const GraphStream& stream) { return stream.clientID == client.clientID; });
 }
 
 const GraphStream* PipeWireGraph::stream(std::uint32_t nodeID) const {

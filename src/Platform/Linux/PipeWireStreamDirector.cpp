@@ -274,7 +274,6 @@ void PipeWireStreamDirector::reset() {
     for (const auto& [nodeID, stream] : directed_)
         released(nodeID);
     captures_.clear();
-    captures_.clear();
     directed_.clear();
     exemptions_.clear();
     choices_.clear();

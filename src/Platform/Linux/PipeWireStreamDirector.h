@@ -101,7 +101,7 @@ private:
     /// Whether it is the first stream of the capture's processes, whose device the next capture plays on.
     bool isFollowed(const GraphStream& stream, const Capture& capture) const;
     void reconsider(const GraphStream& stream);
-    void noteExemption(const GraphStream& stream);
+    void noteExemption(const GraphStream& stream, StreamExemption now);
     /// Whether the stream is directed to a capture of a run that died.
     bool isStale(const GraphStream& stream) const;
     /// Whether the stream goes where it should without anything in the metadata.

@@ -95,8 +95,9 @@ void PipeWireStreamDirector::reconsider() {
 void PipeWireStreamDirector::reconsider(const GraphStream& stream) {
     if (!stream.isDescribed)
         return;
-    noteExemption(stream);
-    const Capture* capture = captureFor(stream);
+    const StreamExemption now = exemption(stream);
+    noteExemption(stream, now);
+    const Capture* capture = now == StreamExemption::none ? captureOfProcess(stream) : nullptr;
     const auto directed = directed_.find(stream.nodeID);
     if (capture == nullptr) {
         if (directed != directed_.end())
@@ -106,8 +107,7 @@ void PipeWireStreamDirector::reconsider(const GraphStream& stream) {
     }
 }
 
-void PipeWireStreamDirector::noteExemption(const GraphStream& stream) {
-    const StreamExemption now = exemption(stream);
+void PipeWireStreamDirector::noteExemption(const GraphStream& stream, StreamExemption now) {
     StreamExemption& told = exemptions_[stream.nodeID];
     if (std::exchange(told, now) == now)
         return;

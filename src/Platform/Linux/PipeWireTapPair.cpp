@@ -37,6 +37,10 @@ pw_properties* commonProperties(const PipeWireTapPair::Description& description,
     return properties;
 }
 
+std::string text(const GraphLatency& latency) {
+    return std::to_string(latency.frames) + "/" + std::to_string(latency.rate);
+}
+
 /// Interleaved 32-bit float, mono or front left and right, at whatever rate the graph runs; and enough
 /// buffers.
 std::array<const spa_pod*, 2> streamParameters(spa_pod_builder& builder, std::uint32_t channels) {
@@ -155,6 +159,8 @@ pw_stream* PipeWireTapPair::makePlayback(pw_core* core, const Description& descr
     pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Stream/Output/Audio/Internal");
     // Passive on this side only: the device may sleep while no application plays into the tap.
     pw_properties_set(properties, PW_KEY_NODE_PASSIVE, "true");
+    if (description.latency)
+        pw_properties_set(properties, PW_KEY_NODE_LATENCY, text(*description.latency).c_str());
     if (!description.targetSink.empty())
         pw_properties_set(properties, PW_KEY_TARGET_OBJECT, description.targetSink.c_str());
     pw_stream* stream = pw_stream_new(core, description.playbackName.c_str(), properties);
@@ -171,6 +177,13 @@ std::uint32_t PipeWireTapPair::captureNodeID() const {
 
 std::uint32_t PipeWireTapPair::playbackNodeID() const {
     return pw_stream_get_node_id(playback_);
+}
+
+void PipeWireTapPair::setLatency(const GraphLatency& latency) {
+    const std::string value = text(latency);
+    const spa_dict_item item{PW_KEY_NODE_LATENCY, value.c_str()};
+    const spa_dict properties{0, 1, &item};
+    pw_stream_update_properties(playback_, &properties);
 }
 
 void PipeWireTapPair::formatKnown(const spa_pod* format) {

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "PipeWireGraph.h"
 #include "Platform/AudioHardware.h"
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include <spa/utils/hook.h>
@@ -33,6 +35,10 @@ public:
         std::string group;          ///< unique to this pair
         std::string targetSink;     ///< node name; empty: follows the default output
         std::uint32_t channels = 2; ///< 1 or 2
+        /// That the captured streams ask for. A stream that is moved asks for nothing until it is linked: the
+        /// graph's quantum would rise and fall within milliseconds, which silences players for good that are
+        /// in the graph meanwhile (PipeWire 0.3.65).
+        std::optional<GraphLatency> latency = {};
     };
 
     /// `sampleRateChanged` runs on the control loop's thread with its lock held.
@@ -47,6 +53,9 @@ public:
     std::uint32_t playbackNodeID() const;
     /// Hz, of the playback side as negotiated; 0 until then.
     double sampleRate() const { return sampleRate_; }
+
+    /// The streams ask for another latency now.
+    void setLatency(const GraphLatency& latency);
 
     /// From the next cycle on the callback runs; before, the output is silent.
     void start(AudioObjectID device, AudioDeviceIOProc proc, void* clientData);

@@ -25,6 +25,8 @@ constexpr auto workPatience = 2s;
 /// The rate of the graph before any device has told one.
 constexpr double usualSampleRate = 48000;
 constexpr std::size_t longestNodeName = 64;
+/// What the server takes for a node that asks for none, unless it is configured otherwise.
+constexpr GraphLatency usualLatency{1024, 48000};
 
 /// The name as a node name that no parser of the session manager stumbles over: names come from strangers.
 std::string nodeName(std::string_view name) {
@@ -128,13 +130,15 @@ void PipeWireTaps::makePair(AudioObjectID id, Device& device) {
     device.workGivenAt = MainThread::Clock::now();
     device.announcedSampleRate = sampleRate(id);
     device.targetSink = targetSink(device.description);
+    device.latency = latencyFor(device.processes);
     device.pair = std::make_unique<PipeWireTapPair>(
         connection_.nodeCore(),
         PipeWireTapPair::Description{.captureName = device.captureName,
                                      .playbackName = device.captureName + "-output",
                                      .group = device.description.uid,
                                      .targetSink = device.targetSink,
-                                     .channels = device.channels},
+                                     .channels = device.channels,
+                                     .latency = device.latency},
         [this, id] { sampleRateChanged(id); });
     if (device.startedProc != 0)
         startPair(id, device);
@@ -321,6 +325,31 @@ std::uint32_t PipeWireTaps::channelsFor(const std::vector<AudioObjectID>& proces
     return isMono ? 1 : 2;
 }
 
+std::optional<GraphLatency> PipeWireTaps::latencyFor(const std::vector<AudioObjectID>& processes) const {
+    std::optional<GraphLatency> least;
+    for (const AudioObjectID process : processes)
+        if (const GraphClient* client = graph_.process(process))
+            for (const GraphStream* stream : director_.streamsOf(*client))
+                if (stream->latency && PipeWireGraph::isProducingOutput(*stream))
+                    least = std::min(least.value_or(*stream->latency), *stream->latency);
+    return least;
+}
+
+void PipeWireTaps::latencyChanged(const GraphStream& stream) {
+    const GraphClient* client = graph_.processOfStream(stream);
+    if (client == nullptr)
+        return;
+    for (auto& [id, device] : devices_) {
+        if (device.pair == nullptr ||
+            std::ranges::find(device.processes, client->objectID) == device.processes.end())
+            continue;
+        const auto latency = latencyFor(device.processes);
+        // The server takes another value, but not that there is none.
+        if (std::exchange(device.latency, latency) != latency)
+            device.pair->setLatency(latency.value_or(usualLatency));
+    }
+}
+
 void PipeWireTaps::streamsChanged() {
     // A mono tap is made anew for a stream that is more; a stereo one does for mono streams as well.
     for (auto& [id, tap] : taps_) {
@@ -335,6 +364,9 @@ void PipeWireTaps::linksChanged() {
     linksChangedAt_ = MainThread::Clock::now();
     for (auto& [id, device] : devices_) {
         directWhenLinked(device);
+        if (device.pair != nullptr && device.targetSink.empty() &&
+            graph_.isLinkedToAnotherThanDefault(device.pair->playbackNodeID()))
+            graph_.doubtMetadata();
         if (isLinkedOut(device)) {
             device.retryAt.reset();
             device.retryDelay = {};

@@ -56,6 +56,8 @@ public:
     void linksChanged();
     /// Streams have come, or are of another kind.
     void streamsChanged();
+    /// The stream asks for another latency, or asks no longer since it has ended.
+    void latencyChanged(const GraphStream& stream);
     /// Every tap and device dies; no callback runs any more.
     void connectionLost();
 
@@ -73,6 +75,7 @@ private:
         AudioObjectID tap = 0;
         std::vector<AudioObjectID> processes;
         std::uint32_t channels = 2;
+        std::optional<GraphLatency> latency = {}; ///< that its streams ask for
         std::string captureName;
         std::string targetSink;                ///< as PipeWireTapPair takes it
         std::unique_ptr<PipeWireTapPair> pair; ///< null while it waits for its turn
@@ -96,6 +99,8 @@ private:
     std::string targetSink(const AggregateDeviceDescription& description) const;
     /// What the streams of the processes need: 1 when all of them are mono, otherwise 2.
     std::uint32_t channelsFor(const std::vector<AudioObjectID>& processes) const;
+    /// The least that a stream of the processes asks for which plays.
+    std::optional<GraphLatency> latencyFor(const std::vector<AudioObjectID>& processes) const;
     /// The rate of the device with this name, else of the default output, else a usual one.
     double expectedSampleRate(const std::string& outputName) const;
     void sampleRateChanged(AudioObjectID device);
