@@ -174,6 +174,10 @@ void ProcessTap::checkConnection() {
 }
 
 ProcessTap::ActivationStep ProcessTap::startProcessing() {
+    // What the tap was made of is one thing, what the chosen device lets it have is another.
+    streamDescription_ = attempt([this] {
+                             return readTapStreamBasicDescription(services_.hardware, tapID_);
+                         }).value_or(*streamDescription_);
     processingSampleRate_ = attempt([this] {
                                 return readNominalSampleRate(services_.hardware, aggregateDeviceID_);
                             }).value_or(streamDescription_->mSampleRate);

@@ -135,6 +135,8 @@ private:
         if (selector == kAudioHardwarePropertyDefaultOutputDevice ||
             selector == kAudioHardwarePropertyDevices || selector == kAudioDevicePropertyStreamConfiguration)
             director.reconsider();
+        if (selector == kAudioDevicePropertyStreamConfiguration)
+            taps.streamsChanged();
         pw_thread_loop_signal(connection.threadLoop(), false);
     }
     void streamDescribed(const GraphStream& stream) override {

@@ -72,7 +72,8 @@ OSStatus PipeWireTaps::createTap(const TapDescription& description, AudioObjectI
     if (connection_.nodeCore() == nullptr)
         return kAudioHardwareNotRunningError;
     tap = nextObjectID_();
-    taps_[tap] = {description, channelsFor(description.processes)};
+    taps_[tap] = {description, 2};
+    taps_[tap].channels = channelsFor(taps_[tap]);
     return kAudioHardwareNoError;
 }
 
@@ -89,7 +90,8 @@ OSStatus PipeWireTaps::createDevice(const AggregateDeviceDescription& descriptio
     made.description = description;
     made.tap = tap->first;
     made.processes = tap->second.description.processes;
-    made.channels = tap->second.channels;
+    tap->second.output = description.mainSubDevice;
+    tap->second.channels = made.channels = channelsFor(tap->second);
     made.madeAt = MainThread::Clock::now();
     makeWaitingPairs();
     return kAudioHardwareNoError;
@@ -250,10 +252,11 @@ std::optional<AudioStreamBasicDescription> PipeWireTaps::tapFormat(AudioObjectID
     const auto found = taps_.find(tap);
     if (found == taps_.end())
         return std::nullopt;
-    const std::uint32_t channels = found->second.channels;
-    const auto bytesPerFrame = channels * static_cast<std::uint32_t>(sizeof(float));
     const auto device =
         std::ranges::find_if(devices_, [&](const auto& entry) { return entry.second.tap == tap; });
+    const std::uint32_t channels =
+        device != devices_.end() ? device->second.channels : found->second.channels;
+    const auto bytesPerFrame = channels * static_cast<std::uint32_t>(sizeof(float));
     return AudioStreamBasicDescription{.mSampleRate = device != devices_.end() ? sampleRate(device->first)
                                                                                : expectedSampleRate({}),
                                        .mFormatID = kAudioFormatLinearPCM,
@@ -313,9 +316,12 @@ void PipeWireTaps::sampleRateChanged(AudioObjectID device) {
     }
 }
 
-std::uint32_t PipeWireTaps::channelsFor(const std::vector<AudioObjectID>& processes) const {
+std::uint32_t PipeWireTaps::channelsFor(const Tap& tap) const {
+    const GraphSink* output = graph_.sinkNamed(tap.output);
+    if (output != nullptr && output->channels == 1)
+        return 1;
     bool isMono = false;
-    for (const AudioObjectID process : processes)
+    for (const AudioObjectID process : tap.description.processes)
         if (const GraphClient* client = graph_.process(process))
             for (const GraphStream* stream : director_.streamsOf(*client)) {
                 if (stream->channels != 1)
@@ -351,9 +357,9 @@ void PipeWireTaps::latencyChanged(const GraphStream& stream) {
 }
 
 void PipeWireTaps::streamsChanged() {
-    // A mono tap is made anew for a stream that is more; a stereo one does for mono streams as well.
+    // A mono tap is made anew for a stream or an output that is more; a stereo one does for mono as well.
     for (auto& [id, tap] : taps_) {
-        if (tap.channels != 1 || channelsFor(tap.description.processes) == 1)
+        if (tap.channels != 1 || channelsFor(tap) == 1)
             continue;
         tap.channels = 2;
         propertyChanged_(id, kAudioTapPropertyFormat);

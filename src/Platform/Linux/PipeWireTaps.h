@@ -54,7 +54,7 @@ public:
     double sampleRate(AudioObjectID device) const;
 
     void linksChanged();
-    /// Streams have come, or are of another kind.
+    /// Streams have come or are of another kind, or an output has other channels.
     void streamsChanged();
     /// The stream asks for another latency, or asks no longer since it has ended.
     void latencyChanged(const GraphStream& stream);
@@ -69,6 +69,7 @@ private:
     struct Tap {
         TapDescription description;
         std::uint32_t channels; ///< as its maker was told, or told that they changed
+        std::string output = {}; ///< the device that it is played on, by name, once that is known
     };
     struct Device {
         AggregateDeviceDescription description;
@@ -97,8 +98,9 @@ private:
     const Device* find(AudioObjectID device) const;
     std::string freeCaptureName(const std::string& deviceName) const;
     std::string targetSink(const AggregateDeviceDescription& description) const;
-    /// What the streams of the processes need: 1 when all of them are mono, otherwise 2.
-    std::uint32_t channelsFor(const std::vector<AudioObjectID>& processes) const;
+    /// 1 when the output has one channel, or all streams of the processes are mono; otherwise 2. A stream
+    /// that is mixed to two channels and then to one is louder than one that is mixed to one.
+    std::uint32_t channelsFor(const Tap& tap) const;
     /// The least that a stream of the processes asks for which plays.
     std::optional<GraphLatency> latencyFor(const std::vector<AudioObjectID>& processes) const;
     /// The rate of the device with this name, else of the default output, else a usual one.
