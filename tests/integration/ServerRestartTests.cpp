@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The session manager goes and comes back while applications play.
+// The servers go and come back while applications play.
 #include "VelloTest.h"
 
 #include <string>
@@ -7,13 +7,16 @@
 namespace vello::session {
 namespace {
 
-/// With devices that go with the session manager and return some time after it, as hardware does.
+/// What is killed: one of the servers alone, or the sound server itself, and with it all of them.
+enum class Victim { sessionManager, pulseServer, allServers };
+
+/// With devices that go with the server and return some time after it, as hardware does.
 ///
-/// The applications are native ones, and begin anew afterwards: WirePlumber 0.4 does not link a native stream
-/// of before to anything. With PulseAudio clients the servers of Debian 12 now and then lock each other out
-/// for good while a session manager starts, whoever else is there (`pw-dump -m` and a loop that kills
-/// WirePlumber show it).
-class VelloRestarts : public VelloTest {
+/// The applications begin anew afterwards, and are native ones where a session manager starts: WirePlumber
+/// 0.4 does not link a native stream of before to anything. With PulseAudio clients the servers of Debian 12
+/// now and then lock each other out for good while a session manager starts, whoever else is there (`pw-dump
+/// -m` and a loop that kills WirePlumber show it).
+class VelloRestarts : public VelloTest, public testing::WithParamInterface<Victim> {
 protected:
     void SetUp() override {
         openSession({.outputs = {}});
@@ -38,7 +41,27 @@ protected:
             const auto number = std::to_string(i);
             play({.name = "player" + number,
                   .applicationID = "org.example.player" + number,
-                  .signal = constantSignal(constantCode::emitted(i))});
+                  .signal = constantSignal(constantCode::emitted(i))},
+                 i == 0 && GetParam() == Victim::pulseServer ? PlayerKind::pulseAudio : PlayerKind::native);
+        }
+    }
+    void killAndStart() {
+        switch (GetParam()) {
+        case Victim::sessionManager:
+            session().killSessionManager();
+            graph().destroyOutput("output-a");
+            session().startSessionManager();
+            break;
+        case Victim::pulseServer:
+            session().killPulseServer();
+            graph().destroyOutput("output-a");
+            session().startPulseServer();
+            break;
+        case Victim::allServers:
+            session().killServers();
+            session().startServers();
+            reconnect();
+            break;
         }
     }
     /// Whether all applications are heard through their taps.
@@ -54,12 +77,10 @@ protected:
     }
 };
 
-TEST_F(VelloRestarts, equalizesApplicationsAgainAfterTheSessionManagerWasKilled) {
-    for (int i = 0; i < repetitions(5); ++i) {
+TEST_P(VelloRestarts, equalizesApplicationsAgain) {
+    for (int i = 0; i < repetitions(4); ++i) {
         forgetMonitors();
-        session().killSessionManager();
-        graph().destroyOutput("output-a");
-        session().startSessionManager();
+        killAndStart();
         plugIn();
         const auto moment = std::chrono::steady_clock::now();
         endPlayers();
@@ -69,6 +90,15 @@ TEST_F(VelloRestarts, equalizesApplicationsAgainAfterTheSessionManagerWasKilled)
         EXPECT_LE(elapsed.count(), 3) << "restart " << i;
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(, VelloRestarts,
+                         testing::Values(Victim::sessionManager, Victim::pulseServer, Victim::allServers),
+                         [](const auto& victim) {
+                             return std::string(victim.param == Victim::sessionManager ? "OfTheSessionManager"
+                                                : victim.param == Victim::pulseServer
+                                                    ? "OfThePulseAudioServer"
+                                                    : "OfAllServers");
+                         });
 
 } // namespace
 } // namespace vello::session

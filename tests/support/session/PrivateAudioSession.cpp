@@ -140,6 +140,11 @@ void PrivateAudioSession::writeConfiguration() const {
 }
 
 void PrivateAudioSession::startBus() {
+    // The portal that happens to be installed on the machine would start here as well, find no desktop, and
+    // go again while the programs look at it.
+    for (const std::string service : {"org.freedesktop.portal.Desktop", "org.freedesktop.portal.Documents"})
+        writeFile(dataHome() / "dbus-1" / "services" / (service + ".service"),
+                  "[D-BUS Service]\nName=" + service + "\nExec=/bin/false\n");
     bus_ = start("dbus", {"dbus-daemon", "--session", "--nofork", "--nopidfile",
                           "--address=" + environment_.at("DBUS_SESSION_BUS_ADDRESS")});
     awaitListener(runtime_ / "bus", *bus_);
