@@ -68,7 +68,7 @@ private:
     };
     struct Tap {
         TapDescription description;
-        std::uint32_t channels; ///< as its maker was told, or told that they changed
+        std::uint32_t channels;  ///< as its maker was told, or told that they changed
         std::string output = {}; ///< the device that it is played on, by name, once that is known
     };
     struct Device {
