@@ -86,6 +86,25 @@ double EightPlayersTest::millisecondsUntilAll(int digit, std::chrono::steady_clo
     return latest;
 }
 
+double EightPlayersTest::millisecondsOfTheSessionManager() {
+    constexpr const char* elsewhere = "elsewhere";
+    if (graph().state().nodeNamed(elsewhere) == nullptr)
+        graph().createOutput(elsewhere, "Elsewhere");
+    const auto send = [&](const std::string& type, const std::string& target) {
+        const auto state = graph().state();
+        for (int i = 0; i < constantCode::applications; ++i)
+            graph().setMetadata(state.nodeNamed("player" + std::to_string(i))->id, "target.object", type,
+                                target);
+    };
+    send("Spa:Id", graph().state().nodeNamed(elsewhere)->property("object.serial"));
+    constexpr int unheard = 0;
+    EXPECT_TRUE(awaitAll(unheard));
+    const auto moment = std::chrono::steady_clock::now();
+    send("", "");
+    EXPECT_TRUE(awaitAll(direct));
+    return millisecondsUntilAll(direct, moment);
+}
+
 std::size_t EightPlayersTest::wrongFramesSince(std::chrono::steady_clock::time_point moment) {
     std::size_t wrong = 0;
     for (const auto* output : outputs) {

@@ -15,9 +15,6 @@ protected:
     /// How an application is heard, as constantCode's digits tell it.
     static constexpr int tapped = 1;
     static constexpr int direct = 2;
-    /// How long it may take until eight applications are heard again when VELLO dies: the session manager
-    /// links one stream after the other.
-    static constexpr double millisecondsForEight = 20 + 8 * constantCode::applications;
 
     void playEight();
     static std::string outputOf(int application) { return application < 4 ? "output-a" : "output-b"; }
@@ -28,6 +25,10 @@ protected:
     double millisecondsUntilAll(int digit, std::chrono::steady_clock::time_point moment);
     /// How many frames since `moment` have an application on an output that is not its own.
     std::size_t wrongFramesSince(std::chrono::steady_clock::time_point moment);
+    /// The eight play on an output of their own while VELLO does not run, and are sent back to where they
+    /// belong. From that moment until all are heard there: what the session manager needs for that many
+    /// streams on this machine.
+    double millisecondsOfTheSessionManager();
     void expectNothingLeft();
 
     /// The guard of the running VELLO, when it is another one than `former`; waits for it, and fails the test

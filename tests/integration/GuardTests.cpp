@@ -25,6 +25,8 @@ protected:
     }
 };
 
+/// What it may take until the session manager knows that VELLO has died and what to do.
+constexpr double millisecondsToNotice = 20;
 /// How many deaths a player lives to see: it plays for 30 seconds.
 constexpr int deathsOfOnePlayer = 3;
 
@@ -62,20 +64,24 @@ TEST_P(VelloDies, andEightApplicationsAreHeardOnTheirOwnOutputs) {
     openSession({.quantum = 256});
     writeSettings(session(), {{systemSource, {.volume = 0.5}}});
     std::vector<double> milliseconds;
+    std::vector<double> withoutVello;
     for (int i = 0; i < repetitions(3) && !HasFailure(); ++i) {
         if (i % deathsOfOnePlayer == 0) {
             endPlayers();
             playEight();
             ASSERT_TRUE(awaitAll(direct));
+            forgetMonitors();
+            withoutVello.push_back(millisecondsOfTheSessionManager());
         }
         milliseconds.push_back(dieOnce());
     }
     std::ranges::sort(milliseconds);
+    std::ranges::sort(withoutVello);
     std::cout << "milliseconds until the applications were heard: " << testing::PrintToString(milliseconds)
-              << "\n";
+              << "\nwhen the session manager moves them without VELLO: "
+              << testing::PrintToString(withoutVello) << "\n";
     // The usual case: what else runs on the machine only adds to it.
-    EXPECT_LE(milliseconds[milliseconds.size() / 2], millisecondsForEight)
-        << testing::PrintToString(milliseconds);
+    EXPECT_LE(median(milliseconds), median(withoutVello) + millisecondsToNotice);
 }
 
 INSTANTIATE_TEST_SUITE_P(, VelloDies, testing::Values(SIGKILL, SIGSEGV, SIGABRT), [](const auto& signal) {
@@ -98,7 +104,9 @@ TEST_F(VelloGuard, isReplacedWhenItWasKilledAlone) {
     EXPECT_TRUE(awaitAll(direct));
     EXPECT_EQ(wrongFramesSince(moment), 0U) << "heard on an output that is not the application's own";
     expectNothingLeft();
-    EXPECT_TRUE(await([&] { return processState(second).empty(); })) << "the guard stays for ever";
+    // Who inherits its remains may be a process that buries nobody.
+    const auto hasEnded = [&] { return processState(second).empty() || processState(second).front() == 'Z'; };
+    EXPECT_TRUE(await(hasEnded)) << "the guard stays for ever";
 }
 
 TEST_F(VelloGuard, doesNotKeepVelloFromEndingWhenItIsFrozen) {

@@ -2,6 +2,7 @@
 #include "PrivateAudioSession.h"
 
 #include "AudioGraph.h"
+#include "BusConfiguration.h"
 #include "SessionConfiguration.h"
 
 #include <cstdlib>
@@ -32,6 +33,15 @@ void writeFile(const files::path& file, const std::string& text) {
     stream << text;
     if (!stream.flush())
         throw std::runtime_error("cannot write " + file.string());
+}
+
+/// What the machine offers on a session bus, but for the desktop's portals: where they happen to be installed
+/// they would start here as well, find no desktop, and go again while the programs look at them.
+void linkServices(const files::path& folder) {
+    files::create_directories(folder);
+    for (const auto& service : files::directory_iterator("/usr/share/dbus-1/services"))
+        if (!service.path().filename().string().starts_with("org.freedesktop.portal."))
+            files::create_symlink(service.path(), folder / service.path().filename());
 }
 
 /// What a session program needs of the user's environment and nothing else: neither desktop nor sound server
@@ -140,12 +150,10 @@ void PrivateAudioSession::writeConfiguration() const {
 }
 
 void PrivateAudioSession::startBus() {
-    // The portal that happens to be installed on the machine would start here as well, find no desktop, and
-    // go again while the programs look at it.
-    for (const std::string service : {"org.freedesktop.portal.Desktop", "org.freedesktop.portal.Documents"})
-        writeFile(dataHome() / "dbus-1" / "services" / (service + ".service"),
-                  "[D-BUS Service]\nName=" + service + "\nExec=/bin/false\n");
-    bus_ = start("dbus", {"dbus-daemon", "--session", "--nofork", "--nopidfile",
+    const auto configuration = folder_ / "bus.conf";
+    linkServices(folder_ / "services");
+    writeFile(configuration, busConfiguration(folder_ / "services"));
+    bus_ = start("dbus", {"dbus-daemon", "--config-file=" + configuration.string(), "--nofork", "--nopidfile",
                           "--address=" + environment_.at("DBUS_SESSION_BUS_ADDRESS")});
     awaitListener(runtime_ / "bus", *bus_);
 }

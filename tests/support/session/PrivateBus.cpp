@@ -1,26 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PrivateBus.h"
 
+#include "BusConfiguration.h"
+
 #include <csignal>
 #include <fstream>
 #include <iterator>
 
 namespace vello::session {
-namespace {
-
-constexpr char kConfigurationWithoutServices[] = R"(<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-)";
-
-} // namespace
-
 PrivateBus::PrivateBus(const std::filesystem::path& folder, Services services) : folder_(folder) {
     for (const char* name : {"run", "home", "config", "data", "cache"})
         std::filesystem::create_directories(folder_ / name);
@@ -36,7 +23,7 @@ PrivateBus::PrivateBus(const std::filesystem::path& folder, Services services) :
     environment_["XDG_CACHE_HOME"] = folder_ / "cache";
     environment_["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + (folder_ / "run/bus").string();
     if (services == Services::none)
-        std::ofstream(folder_ / "bus.conf") << kConfigurationWithoutServices;
+        std::ofstream(folder_ / "bus.conf") << busConfiguration();
     configuration_ =
         services == Services::none ? "--config-file=" + (folder_ / "bus.conf").string() : "--session";
     start();
