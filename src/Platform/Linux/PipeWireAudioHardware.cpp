@@ -58,7 +58,10 @@ public:
         if (guard != nullptr)
             guard->awaitGuard();
     }
-    ~Implementation() override { connection.stop(); }
+    ~Implementation() override {
+        taps.awaitReleasedStreams();
+        connection.stop();
+    }
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 

@@ -89,6 +89,15 @@ void PipeWireTaps::awaitSuccessor(AudioObjectID device) {
     });
 }
 
+void PipeWireTaps::awaitReleasedStreams() {
+    PipeWireLock lock(connection_);
+    MainThread::Instant settled{};
+    for (const Device& leftover : leftovers_)
+        if (leftover.wasAlive)
+            settled = std::max(settled, leftoverUntil(leftover));
+    waitUntil(settled, [] { return false; });
+}
+
 OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
     PipeWireLock lock(connection_);
     Device* found = find(device);

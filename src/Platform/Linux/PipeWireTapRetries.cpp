@@ -27,6 +27,10 @@ constexpr MainThread::Duration longestRetryDelay = 60s;
 /// A session manager that is merely slow is worse off when a node goes that it is busy with; so what was
 /// given up stays for longer than it would wait for the node.
 constexpr auto leftoverPatience = 30s;
+/// A stream is heard some cycles after the session manager has linked it. When nodes go meanwhile, the graph
+/// is put in order anew and it takes as long again; and the quantum, which the nodes asked for, rises and
+/// falls.
+constexpr auto settleTime = 60ms;
 
 } // namespace
 
@@ -37,6 +41,8 @@ MainThread::Instant PipeWireTaps::givenUpAt(const Device& device) const {
 }
 
 MainThread::Instant PipeWireTaps::leftoverUntil(const Device& leftover) const {
+    if (leftover.wasAlive || isLinkedOut(leftover))
+        return leftover.destroyedAt + settleTime;
     return std::max(linksChangedAt_, leftover.workGivenAt) + leftoverPatience;
 }
 
@@ -93,15 +99,23 @@ void PipeWireTaps::retry(Device& device) {
     leftover.channels = device.channels;
     leftover.workGivenAt = device.workGivenAt;
     leftover.pair = std::move(device.pair);
-    leftover.pair->stop();
-    leftovers_.push_back(std::move(leftover));
+    leaveOver(std::move(leftover));
     device.retryAt.reset();
+}
+
+// A session manager that is still busy with a node when the node goes waits for it for 20 seconds, and links
+// nobody meanwhile (WirePlumber 0.4).
+void PipeWireTaps::leaveOver(Device device) {
+    if (device.pair == nullptr)
+        return;
+    device.pair->stop();
+    device.destroyedAt = MainThread::Clock::now();
+    leftovers_.push_back(std::move(device));
 }
 
 void PipeWireTaps::dropLeftovers() {
     const auto now = MainThread::Clock::now();
-    std::erase_if(leftovers_,
-                  [&](const Device& device) { return isLinkedOut(device) || now > leftoverUntil(device); });
+    std::erase_if(leftovers_, [&](const Device& device) { return now >= leftoverUntil(device); });
 }
 
 } // namespace vello

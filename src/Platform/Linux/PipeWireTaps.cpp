@@ -227,10 +227,7 @@ OSStatus PipeWireTaps::destroyDevice(AudioObjectID device) {
     if (entry == devices_.end())
         return kAudioHardwareBadObjectError;
     director_.release(entry->second.captureName);
-    // A session manager that is still busy with a node when the node goes waits for it for 20 seconds, and
-    // links nobody meanwhile (WirePlumber 0.4).
-    if (entry->second.pair != nullptr && !entry->second.wasAlive)
-        leftovers_.push_back(std::move(entry->second));
+    leaveOver(std::move(entry->second));
     devices_.erase(entry);
     makeWaitingPairs();
     startRetryTimer();

@@ -60,6 +60,9 @@ public:
     void latencyChanged(const GraphStream& stream);
     /// Every tap and device dies; no callback runs any more.
     void connectionLost();
+    /// Until the streams of what was destroyed are heard where they went. Not on the control loop's thread;
+    /// takes the lock.
+    void awaitReleasedStreams();
 
 private:
     struct Proc {
@@ -89,6 +92,7 @@ private:
         /// When the pair is made anew, because the session manager has given it up.
         std::optional<MainThread::Instant> retryAt = {};
         MainThread::Duration retryDelay{};
+        MainThread::Instant destroyedAt{};
         bool wasAlive = false;
         bool wasConnected = false;
         double announcedSampleRate = 0;
@@ -116,11 +120,13 @@ private:
     void makePair(AudioObjectID id, Device& device);
     void startPair(AudioObjectID id, Device& device);
     void directWhenLinked(Device& device);
-    /// Destroys the leftovers that the session manager is done with.
+    /// Its maker needs it no longer.
+    void leaveOver(Device device);
+    /// Destroys the leftovers that nobody is busy with any more.
     void dropLeftovers();
     /// When the session manager has given the pair up, if nothing changes until then.
     MainThread::Instant givenUpAt(const Device& device) const;
-    /// When a pair that was destroyed too early goes, if nothing changes until then.
+    /// When a pair that was destroyed goes, if nothing changes until then.
     MainThread::Instant leftoverUntil(const Device& leftover) const;
     bool isWithoutOutput(const Device& device) const;
     /// Makes the pairs anew that were given up and have waited long enough.
@@ -146,7 +152,7 @@ private:
     spa_source* retryTimer_;
     std::map<AudioObjectID, Tap> taps_;
     std::map<AudioObjectID, Device> devices_;
-    /// Pairs that were destroyed before the session manager was done with them.
+    /// Pairs that were destroyed before the graph or the session manager was done with them.
     std::vector<Device> leftovers_;
     MainThread::Instant linksChangedAt_{};
     AudioDeviceIOProcID lastProcID_ = 0;
