@@ -3,7 +3,6 @@
 #include "VelloTest.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace vello::session {
 namespace {
@@ -14,24 +13,6 @@ class VelloAtQuantum : public VelloTest, public testing::WithParamInterface<int>
 protected:
     VelloAtQuantum() { openSession({.quantum = GetParam()}); }
     std::size_t cycle() const { return static_cast<std::size_t>(GetParam()); }
-    /// Frames for which nothing is heard while the session manager moves the player from an output to
-    /// another, in whole cycles.
-    double silenceOfAMove(const std::string& from, const std::string& to) {
-        monitor(from).record(cycle());
-        monitor(to).record(cycle());
-        graph().moveStream(graph().state().nodeNamed("player")->id, to);
-        EXPECT_TRUE(awaitWay(to, Way::direct));
-        const auto left = monitor(from).recording();
-        const auto entered = monitor(to).recording();
-        std::size_t end = left.frames();
-        while (end > 0 && wayOf(left.sample(end - 1, 1)) != Way::direct)
-            --end;
-        std::size_t begin = entered.frames();
-        while (begin > 0 && wayOf(entered.sample(begin - 1, 1)) == Way::direct)
-            --begin;
-        const double frames = static_cast<double>(entered.time(begin) - left.time(end)) * 1e-9 * 48000;
-        return std::ceil(frames / GetParam()) * GetParam();
-    }
     std::optional<std::int64_t> lastDelay() {
         return monitor("output-a").recording(monitor("output-a").frames() - cycle()).delay(0);
     }
@@ -63,7 +44,7 @@ TEST_P(VelloAtQuantum, addsNoLatency) {
     FAIL() << "the player's own delay did not hold still";
 }
 
-TEST_P(VelloAtQuantum, isSilentForNoLongerThanACycleOrAMoveWhenItEngagesAndReleases) {
+TEST_P(VelloAtQuantum, isSilentForAtMostOneCycleWhenItEngagesAndReleases) {
     writeSettings(session(), {{systemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     std::vector<double> engaging;
@@ -82,18 +63,10 @@ TEST_P(VelloAtQuantum, isSilentForNoLongerThanACycleOrAMoveWhenItEngagesAndRelea
         engaging.push_back(static_cast<double>(engaged->silentFrames + engaged->unknownFrames));
         releasing.push_back(static_cast<double>(released->silentFrames + released->unknownFrames));
     }
-    std::vector<double> moving;
-    for (int i = 0; i < engagements / 2; ++i) {
-        moving.push_back(silenceOfAMove("output-a", "output-b"));
-        moving.push_back(silenceOfAMove("output-b", "output-a"));
-    }
     RecordProperty("engageSilenceFrames", testing::PrintToString(engaging));
     RecordProperty("releaseSilenceFrames", testing::PrintToString(releasing));
-    RecordProperty("moveSilenceFrames", testing::PrintToString(moving));
-    // Short cycles pass more quickly than the session manager moves a stream, whoever asks it to.
-    const double most = std::max(median(moving), static_cast<double>(GetParam()));
-    EXPECT_LE(median(engaging), most) << testing::PrintToString(engaging);
-    EXPECT_LE(median(releasing), most) << testing::PrintToString(releasing);
+    EXPECT_LE(median(engaging), GetParam()) << testing::PrintToString(engaging);
+    EXPECT_LE(median(releasing), GetParam()) << testing::PrintToString(releasing);
 }
 
 INSTANTIATE_TEST_SUITE_P(, VelloAtQuantum, testing::Values(256, 1024), testing::PrintToStringParamName());
