@@ -135,6 +135,17 @@ TEST_F(VelloGuard, doesNotHoldUpACrashWhenItIsFrozen) {
     expectNothingLeft();
 }
 
+TEST_F(VelloGuard, putsThingsInOrderWhenItComesToAfterVelloWasKilled) {
+    captureEight();
+    const pid_t guard = awaitGuard();
+    ASSERT_EQ(::kill(guard, SIGSTOP), 0);
+    vello().signal(SIGKILL);
+    EXPECT_TRUE(vello().waitForExit(4s));
+    ASSERT_EQ(::kill(guard, SIGCONT), 0);
+    EXPECT_TRUE(awaitAll(direct));
+    expectNothingLeft();
+}
+
 TEST_F(VelloGuard, whenKilledWithVelloLeavesTheChoicesToTheNextStart) {
     captureEight();
     ASSERT_EQ(::kill(awaitGuard(), SIGKILL), 0);

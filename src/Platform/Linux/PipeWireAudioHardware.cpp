@@ -117,9 +117,15 @@ private:
 
     AudioObjectID nextObjectID() { return ++lastObjectID_; }
 
-    void connected(pw_core* core) override { graph.attach(core); }
+    void connected(pw_core* core) override {
+        graph.attach(core);
+        if (guard != nullptr)
+            guard->holdConnection(connection.sockets());
+    }
 
     void disconnected() override {
+        if (guard != nullptr)
+            guard->letGoOfConnection();
         taps.connectionLost();
         director.reset();
         graph.detach();

@@ -195,6 +195,19 @@ void PipeWireConnection::rememberSocketsSince(const std::vector<int>& before) {
             (free++)->store(descriptor);
 }
 
+void PipeWireConnection::awaitSignal(std::chrono::steady_clock::time_point deadline) const {
+    const std::chrono::nanoseconds left = deadline - std::chrono::steady_clock::now();
+    timespec end{};
+    pw_thread_loop_get_time(threadLoop_, &end, std::max<std::int64_t>(left.count(), 0));
+    pw_thread_loop_timed_wait_full(threadLoop_, &end);
+}
+
+std::vector<int> PipeWireConnection::sockets() const {
+    std::vector<int> known(sockets_.begin(), sockets_.end());
+    std::erase(known, -1);
+    return known;
+}
+
 void PipeWireConnection::forgetSockets() {
     for (auto& socket : sockets_)
         socket.store(-1);

@@ -74,6 +74,16 @@ public:
     /// the log. Lock held.
     void reconnect(const char* reason);
 
+    /// Descriptors of the connection's own sockets, as long as it stands. Lock held.
+    std::vector<int> sockets() const;
+    /// Waits until the condition holds, which is looked at whenever the loop is signalled, or until that
+    /// time. Lock held, not on the loop's thread; the loop has the lock meanwhile.
+    template <class Condition>
+    void waitUntil(std::chrono::steady_clock::time_point deadline, Condition condition) const {
+        while (!condition() && std::chrono::steady_clock::now() < deadline)
+            awaitSignal(deadline);
+    }
+
     /// Ends the connection for good, as the server sees it, without a lock or an allocation: the server drops
     /// everything of ours within milliseconds. For a signal handler of a dying process.
     void shutDownInSignalHandler() noexcept;
@@ -86,6 +96,7 @@ private:
     static void onRetry(void* data, std::uint64_t expirations);
     static void onLost(void* data, std::uint64_t count);
 
+    void awaitSignal(std::chrono::steady_clock::time_point deadline) const;
     bool connectCores();
     bool connectEachCore();
     void disconnectCores();

@@ -20,6 +20,12 @@ inline constexpr std::chrono::milliseconds runningFlicker{100};
 inline constexpr std::chrono::seconds relinkingSettles{5};
 inline constexpr std::chrono::seconds longestRelinking{15};
 
+/// A stream is heard some cycles after the session manager has linked it. When nodes go meanwhile, the graph
+/// is put in order anew and that takes as long again; and the quantum, which they asked for, rises and falls.
+/// So nodes stay for so long after their streams were moved. Reproduce: `vello_headless_tests
+/// --gtest_filter='VelloDies*'` without it, on 1.4.
+inline constexpr std::chrono::milliseconds settleTime{60};
+
 /// While a client that has just come is told the metadata, which takes the session manager's answer, the
 /// server tells nobody else of changes: they are lost to us, though not to the session manager. So the
 /// metadata is read anew this long after a client came, and after a stream was linked to where no target

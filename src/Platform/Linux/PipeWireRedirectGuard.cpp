@@ -23,7 +23,7 @@ namespace {
 
 /// How long a dying process waits for its streams to be moved. They can still be heard meanwhile, unless it
 /// is the data thread that dies.
-constexpr auto dyingPatience = 60ms;
+constexpr auto dyingPatience = 400ms;
 /// How long the start waits for the guard, which begins before this process has loaded what it needs.
 constexpr auto startingPatience = 500ms;
 /// How long a guard may take to leave.
@@ -32,19 +32,22 @@ constexpr auto leavingPatience = 1s;
 constexpr auto firstPause = 50ms;
 constexpr auto longestPause = 60s;
 constexpr auto usualLife = 10s;
-/// Where the guard finds the board.
+/// Where the guard finds the board, and what it holds without knowing of it.
 constexpr int boardDescriptor = STDERR_FILENO + 1;
+constexpr int channelDescriptor = boardDescriptor + 1;
 
-/// How the guard begins: as its own session, with nothing of its parent's but the board. Neither its terminal
-/// nor a pipe whose reader waits for the parent's end.
+/// How the guard begins: as its own session, with nothing of its parent's but the board and the held
+/// connection. Neither its terminal nor a pipe whose reader waits for the parent's end.
 class GuardSpawn {
 public:
-    explicit GuardSpawn(int board) {
+    GuardSpawn(int board, int channelEnd) {
         posix_spawn_file_actions_init(&files_);
         posix_spawn_file_actions_adddup2(&files_, board, boardDescriptor);
+        if (channelEnd >= 0)
+            posix_spawn_file_actions_adddup2(&files_, channelEnd, channelDescriptor);
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             posix_spawn_file_actions_addopen(&files_, stream, "/dev/null", O_RDWR, 0);
-        posix_spawn_file_actions_addclosefrom_np(&files_, boardDescriptor + 1);
+        posix_spawn_file_actions_addclosefrom_np(&files_, channelDescriptor + 1);
         sigset_t none;
         sigset_t all;
         sigemptyset(&none);
@@ -125,7 +128,7 @@ void PipeWireRedirectGuard::startThread() {
 }
 
 void PipeWireRedirectGuard::startGuard(const Lock&) {
-    guard_ = GuardSpawn(shared_->descriptor()).start(program_);
+    guard_ = GuardSpawn(shared_->descriptor(), connection_.channelEnd()).start(program_);
 }
 
 void PipeWireRedirectGuard::awaitGuardsEnd(Lock& lock) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Platform/Linux/HeldSockets.h"
 #include "Platform/Linux/RedirectKeeper.h"
 
 #include <atomic>
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <thread>
 
 #include <sys/types.h>
@@ -48,6 +50,13 @@ public:
     /// had its time. For the signal handler of a dying process.
     void giveBackInSignalHandler() noexcept;
 
+    /// Keeps the connection to the audio server open beyond a sudden death, until the guard is done: when
+    /// nodes go, the session manager and the graph are busy with that, and the applications are silent for
+    /// longer. One thread.
+    void holdConnection(std::span<const int> sockets) noexcept { connection_.hold(sockets); }
+    /// The connection ends by itself.
+    void letGoOfConnection() noexcept { connection_.letGo(); }
+
     /// While `isWatched`, both hearts have to beat every FreezeJudge::beatPeriod, or the guard gives the
     /// streams back. Any thread.
     void watch(bool isWatched) noexcept;
@@ -77,6 +86,7 @@ private:
 
     const std::filesystem::path program_;
     const std::unique_ptr<SharedGuardBoard> shared_;
+    HeldSockets connection_;
     RedirectGuardBoard* const board_;
     /// When the signal handler stops waiting for the guard, in nanoseconds of the monotonic clock; 0: nobody
     /// waits.

@@ -29,17 +29,6 @@ bool sharesOne(const std::vector<AudioObjectID>& left, const std::vector<AudioOb
 
 } // namespace
 
-template <class Condition> void PipeWireTaps::waitUntil(MainThread::Instant deadline, Condition condition) {
-    while (!condition()) {
-        const auto left = deadline - MainThread::Clock::now();
-        if (left <= MainThread::Duration::zero())
-            return;
-        timespec end{};
-        pw_thread_loop_get_time(connection_.threadLoop(), &end, std::chrono::nanoseconds(left).count());
-        pw_thread_loop_timed_wait_full(connection_.threadLoop(), &end);
-    }
-}
-
 bool PipeWireTaps::hasSuccessor(const Device& device) const {
     return std::ranges::any_of(taps_, [&](const auto& tap) {
         return tap.first > device.tap && sharesOne(tap.second.description.processes, device.processes);
@@ -77,12 +66,12 @@ void PipeWireTaps::awaitSuccessor(AudioObjectID device) {
     // coming.
     isBarrierPending_ = true;
     postMainThreadBarrier(3);
-    waitUntil(stopBurstDeadline_, [&] {
+    connection_.waitUntil(stopBurstDeadline_, [&] {
         const Device* current = find(device);
         return current == nullptr || hasSuccessor(*current) || !isBarrierPending_;
     });
     linksChangedAt_ = MainThread::Clock::now();
-    waitUntil(now + longestHandover, [&] {
+    connection_.waitUntil(now + longestHandover, [&] {
         const Device* current = find(device);
         return current == nullptr || !hasSuccessor(*current) || isHandedOver(*current) ||
                MainThread::Clock::now() > linksChangedAt_ + handoverPatience;
@@ -95,7 +84,7 @@ void PipeWireTaps::awaitReleasedStreams() {
     for (const Device& leftover : leftovers_)
         if (leftover.wasAlive)
             settled = std::max(settled, leftoverUntil(leftover));
-    waitUntil(settled, [] { return false; });
+    connection_.waitUntil(settled, [] { return false; });
 }
 
 OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
@@ -110,7 +99,7 @@ OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
     if ((found = find(device)) == nullptr)
         return kAudioHardwareBadObjectError;
     director_.release(found->captureName);
-    waitUntil(MainThread::Clock::now() + releasePatience, [&] {
+    connection_.waitUntil(MainThread::Clock::now() + releasePatience, [&] {
         const Device* current = find(device);
         return current == nullptr || !isLinkedInto(*current);
     });

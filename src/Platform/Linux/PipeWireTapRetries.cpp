@@ -2,6 +2,8 @@
 // What becomes of a tap whose playback side the device refuses, or the session manager does not link.
 #include "PipeWireTaps.h"
 
+#include "PipeWireQuirks.h"
+
 #include <algorithm>
 #include <ranges>
 #include <utility>
@@ -27,10 +29,6 @@ constexpr MainThread::Duration longestRetryDelay = 60s;
 /// A session manager that is merely slow is worse off when a node goes that it is busy with; so what was
 /// given up stays for longer than it would wait for the node.
 constexpr auto leftoverPatience = 30s;
-/// A stream is heard some cycles after the session manager has linked it. When nodes go meanwhile, the graph
-/// is put in order anew and it takes as long again; and the quantum, which the nodes asked for, rises and
-/// falls.
-constexpr auto settleTime = 60ms;
 
 } // namespace
 
@@ -42,7 +40,7 @@ MainThread::Instant PipeWireTaps::givenUpAt(const Device& device) const {
 
 MainThread::Instant PipeWireTaps::leftoverUntil(const Device& leftover) const {
     if (leftover.wasAlive || isLinkedOut(leftover))
-        return leftover.destroyedAt + settleTime;
+        return leftover.destroyedAt + quirks::settleTime;
     return std::max(linksChangedAt_, leftover.workGivenAt) + leftoverPatience;
 }
 

@@ -140,7 +140,6 @@ private:
     bool isHandedOver(const Device& device) const;
     void awaitSuccessor(AudioObjectID device);
     void postMainThreadBarrier(int turns);
-    template <class Condition> void waitUntil(MainThread::Instant deadline, Condition condition);
 
     PipeWireConnection& connection_;
     PipeWireGraph& graph_;

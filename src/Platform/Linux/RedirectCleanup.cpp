@@ -1,15 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RedirectCleanup.h"
 
+#include "PipeWireQuirks.h"
+
+#include <algorithm>
 #include <utility>
 
 #include <pipewire/thread-loop.h>
 
 namespace vello {
 
+using namespace std::chrono_literals;
+
 namespace {
 
 constexpr int serverPatienceSeconds = 2;
+/// How long the session manager may take to move the streams.
+constexpr auto movePatience = 300ms;
 
 } // namespace
 
@@ -33,26 +40,32 @@ void RedirectCleanup::awaitMirror() {
             break;
 }
 
-void RedirectCleanup::giveBack(const std::vector<std::uint32_t>& directed, std::function<void()> moved) {
+void RedirectCleanup::giveBack(const std::vector<std::uint32_t>& directed) {
     const std::lock_guard turn(oneAtATime_);
     PipeWireLock lock(connection_);
     captured_ = director_.staleStreams(directed);
-    moved_ = std::move(moved);
     stage_ = Stage::clearing;
+    const auto asked = std::chrono::steady_clock::now();
+    const bool isSilenceAhead = !areMoved();
     director_.takeBack(captured_);
     connection_.sync();
     while (stage_ != Stage::done)
         if (pw_thread_loop_timed_wait(connection_.threadLoop(), serverPatienceSeconds) != 0)
             break;
     stage_ = Stage::following;
+    connection_.waitUntil(asked + movePatience, [this] { return areMoved(); });
+    if (isSilenceAhead)
+        connection_.waitUntil(std::chrono::steady_clock::now() + quirks::settleTime, [] { return false; });
+}
+
+bool RedirectCleanup::areMoved() const {
+    return std::ranges::all_of(captured_, [this](std::uint32_t nodeID) {
+        return graph_.stream(nodeID) == nullptr || graph_.isLinkedToSink(nodeID);
+    });
 }
 
 void RedirectCleanup::linksChanged() {
-    if (moved_ == nullptr)
-        return;
-    std::erase_if(captured_, [this](std::uint32_t nodeID) { return graph_.isLinkedToSink(nodeID); });
-    if (captured_.empty())
-        std::exchange(moved_, nullptr)();
+    pw_thread_loop_signal(connection_.threadLoop(), false);
 }
 
 void RedirectCleanup::synchronized() {

@@ -5,7 +5,6 @@
 #include "PipeWireGraph.h"
 #include "PipeWireStreamDirector.h"
 
-#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -22,10 +21,10 @@ public:
     /// Returns when the mirror shows what the server has, or soon when there is no server.
     void awaitMirror();
     /// Takes every redirect away, also of the streams of the nodes `directed`, of which the server may not
-    /// have told, and has the session manager save the users' choices again. Returns when the
-    /// server has heard of everything, or does not answer. `moved` is called, before or after that, as soon
-    /// as the streams that were known play into their devices. Any thread; one at a time, the others wait.
-    void giveBack(const std::vector<std::uint32_t>& directed, std::function<void()> moved);
+    /// have told, and has the session manager save the users' choices again. Returns when the streams are
+    /// heard where they went, or when the server or the session manager had its time. Any thread; one at a
+    /// time, the others wait.
+    void giveBack(const std::vector<std::uint32_t>& directed);
 
 private:
     enum class Stage { following, clearing, asking, clearingMissed, done };
@@ -42,6 +41,9 @@ private:
     void sessionManagerGone() override {}
     void targetChanged(std::uint32_t, const std::string&, const std::optional<MetadataValue>&) override {}
 
+    /// Whether what was captured plays into devices, as far as it still plays.
+    bool areMoved() const;
+
     /// A guard has nobody to tell.
     class SilentLog final : public SystemLog {
     public:
@@ -55,9 +57,8 @@ private:
     std::mutex oneAtATime_;
     Stage stage_ = Stage::following;
     bool isMirrored_ = false;
-    /// Streams that still play into a capture.
+    /// Streams that were directed to a capture when they were given back.
     std::vector<std::uint32_t> captured_;
-    std::function<void()> moved_;
 };
 
 } // namespace vello

@@ -71,7 +71,7 @@ struct RedirectGuardBoard {
     SharedNodes directed;
     /// Guard: 1, it knows the streams and follows them. Guarded process: 0, the guard has ended.
     SharedNumber isGuardReady;
-    /// Guard: the streams of a dying process play into their devices.
+    /// Guard: the streams of a dying process are heard from their devices.
     SharedNumber haveStreamsMoved;
     /// Guard: beingGivenUp, then givenUp. Guarded process: guarded.
     std::atomic<Care> care{Care::guarded};

@@ -38,7 +38,7 @@ public:
         for (;;) {
             const auto seen = board_.calls.get();
             if (board_.isDying)
-                return cleanup_.giveBack(directedStreams(board_), [this] { board_.haveStreamsMoved.set(1); });
+                return finish();
             const bool isWatched = board_.isWatched;
             look(isWatched);
             board_.calls.awaitChange(seen, isWatched ? std::optional(FreezeJudge::period) : std::nullopt);
@@ -52,9 +52,13 @@ private:
         else if (judge_.isFrozen(FreezeJudge::Instant::clock::now(), {board_.mainBeats, board_.dataBeats}))
             giveUp();
     }
+    void finish() {
+        cleanup_.giveBack(directedStreams(board_));
+        board_.haveStreamsMoved.set(1);
+    }
     void giveUp() {
         board_.care = Care::beingGivenUp;
-        cleanup_.giveBack(board_.directed.all(), [] {});
+        cleanup_.giveBack(board_.directed.all());
         board_.care = Care::givenUp;
     }
 
@@ -85,7 +89,7 @@ int runRedirectGuard(int descriptor, const std::string& remoteName) {
     Watch watch(board, cleanup);
     std::thread([&watch] { watch.run(); }).detach();
     if (pthread_mutex_lock(&board.lifeline) == EOWNERDEAD)
-        cleanup.giveBack(directedStreams(board), [] {});
+        cleanup.giveBack(directedStreams(board));
     // The other thread waits for a word that nobody will say.
     std::_Exit(EXIT_SUCCESS);
 }
