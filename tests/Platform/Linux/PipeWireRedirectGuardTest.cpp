@@ -88,12 +88,13 @@ TEST_F(PipeWireRedirectGuardTest, DoesNotWaitForEverForAGuardThatStays) {
     EXPECT_LT(Clock::now() - start, 5s);
 }
 
-TEST_F(PipeWireRedirectGuardTest, HandsNothingToTheGuardButWhatBothShare) {
+TEST_F(PipeWireRedirectGuardTest, HandsNothingToTheGuardButWhatBothShareAndTheHeldConnection) {
     const PipeWireRedirectGuard guard(guardThat("ls -l /proc/$$/fd; echo listed; exec sleep 1000"));
     const std::string list = awaitWord("listed");
     EXPECT_NE(list.find("memfd:vello-guard"), std::string::npos) << list;
     EXPECT_EQ(list.find("pipe:"), std::string::npos) << list;
-    EXPECT_EQ(list.find("socket:"), std::string::npos) << list;
+    EXPECT_NE(list.find("socket:"), std::string::npos) << list;
+    EXPECT_EQ(list.find("socket:"), list.rfind("socket:")) << list;
 }
 
 TEST_F(PipeWireRedirectGuardTest, CountsTheBeatsOfTheDataThread) {
