@@ -47,7 +47,7 @@ protected:
     }
 };
 
-double gapBetween(const QRectF& above, const QRectF& below) {
+double gapBelow(const QRectF& above, const QRectF& below) {
     return below.top() - above.bottom();
 }
 
@@ -66,8 +66,8 @@ TEST_F(PanelLayoutTest, StacksHeaderListAndFooterTenPointsApartWithinTwelve) {
     EXPECT_EQ(panel().width(), 344.0);
     EXPECT_EQ(place(header()).topLeft() - panel().topLeft(), QPointF(12.0, 12.0));
     EXPECT_EQ(header().width(), 320.0);
-    EXPECT_EQ(gapBetween(place(header()), list), 10.0);
-    EXPECT_EQ(gapBetween(list, place(footer())), 10.0);
+    EXPECT_EQ(gapBelow(place(header()), list), 10.0);
+    EXPECT_EQ(gapBelow(list, place(footer())), 10.0);
     EXPECT_NEAR(panel().bottom() - place(footer()).bottom(), 12.0, 1.0); // the panel ends at a whole pixel
 }
 
@@ -125,7 +125,7 @@ TEST_F(PanelLayoutTest, PadsAndRoundsAnOpenCardMoreThanAClosedOne) {
     const QRectF icon = place(*line().front());
     EXPECT_EQ(icon.topLeft() - opened.topLeft(), QPointF(12.0, 12.0));
     const QRectF equalizer = place(only(QStringLiteral("EQPanelView"), &playerCard()));
-    EXPECT_EQ(gapBetween(icon, equalizer), 12.0);
+    EXPECT_EQ(gapBelow(icon, equalizer), 12.0);
     EXPECT_EQ(equalizer.left() - opened.left(), 12.0);
     EXPECT_EQ(opened.right() - equalizer.right(), 12.0);
     EXPECT_EQ(opened.bottom() - equalizer.bottom(), 12.0);
@@ -223,8 +223,8 @@ TEST_F(PanelLayoutTest, StacksTheFooterFivePointsApart) {
     EXPECT_EQ(failure.left() - bounds.left(), 4.0);
     EXPECT_EQ(maker.left() - bounds.left(), 4.0);
     const QRectF launch = place(*footer().childItems().front());
-    EXPECT_EQ(gapBetween(launch, failure), 5.0);
-    EXPECT_EQ(gapBetween(failure, place(*item(QStringLiteral("By QUORVIN")).parentItem())), 5.0);
+    EXPECT_EQ(gapBelow(launch, failure), 5.0);
+    EXPECT_EQ(gapBelow(failure, place(*item(QStringLiteral("By QUORVIN")).parentItem())), 5.0);
     EXPECT_EQ(item(QStringLiteral("By QUORVIN")).opacity(), 0.85);
 }
 
