@@ -22,7 +22,7 @@ using Care = RedirectGuardBoard::Care;
 namespace {
 
 /// How long a dying process waits for its streams to be moved. They can still be heard meanwhile, unless it
-/// is the data thread that dies.
+/// is the data thread that dies. Longer than the guard waits for the session manager.
 constexpr auto dyingPatience = 400ms;
 /// How long the start waits for the guard, which begins before this process has loaded what it needs.
 constexpr auto startingPatience = 500ms;
