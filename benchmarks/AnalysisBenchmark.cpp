@@ -3,8 +3,8 @@
 // What the analysis of what plays costs: a tempo estimate for each audible source twice a second, and a
 // spectrum for one source at every tick of the meters. The counter says how much of one core that is for the
 // estimates of as many sources as there are rings, or for the spectrum 30 times a second.
-#include "AudioEngine/SpectrumAnalyzer.h"
-#include "AudioEngine/TempoAnalyzer.h"
+#include "AudioEngine/Analysis/SpectrumAnalyzer.h"
+#include "AudioEngine/Analysis/TempoAnalyzer.h"
 
 #include <benchmark/benchmark.h>
 

@@ -5,9 +5,9 @@
 // whatever else the machine does.
 //
 // vello_dsp_benchmark [--check]: with --check it fails when a ratio at 480 stereo frames misses its target.
-#include "AudioEngine/BlockKernelChoice.h"
-#include "AudioEngine/EQDSP.h"
-#include "AudioEngine/TapRealtimeContext.h"
+#include "AudioEngine/Realtime/BlockKernelChoice.h"
+#include "AudioEngine/Realtime/EQDSP.h"
+#include "AudioEngine/Realtime/TapRealtimeContext.h"
 #include "PlainCascade.h"
 
 #include <algorithm>

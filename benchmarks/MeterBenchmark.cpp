@@ -5,8 +5,8 @@
 // more of it comes between the ticks, which is not counted.
 //
 // vello_meter_benchmark [--check]: with --check it fails when the share of a core misses its target.
-#include "AudioEngine/AudioController.h"
-#include "AudioEngine/HostTime.h"
+#include "AudioEngine/Controller/AudioController.h"
+#include "AudioEngine/Realtime/HostTime.h"
 
 #include "support/FakeApplicationEvents.h"
 #include "support/FakeAudioHardware.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "AudioEngine/BiquadCascade.h"
+#include "AudioEngine/Realtime/BiquadCascade.h"
 
 #include <cstddef>
 

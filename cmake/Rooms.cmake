@@ -3,9 +3,15 @@
 # only if they link it: the headers are staged, one link each, in an include root of the room's own. So an include that
 # the design forbids does not compile. Every declared header is also compiled alone.
 #
-# vello_add_room(TARGET FOLDER folder-below-src HEADERS ... SOURCES ... PUBLIC ... PRIVATE ...)
+# vello_add_room(TARGET HEADERS ... SOURCES ... PUBLIC ... PRIVATE ...), once in the CMakeLists.txt of the room's folder.
 function(vello_add_room target)
-    cmake_parse_arguments(ROOM "" "FOLDER" "HEADERS;SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    cmake_parse_arguments(ROOM "" "" "HEADERS;SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    get_directory_property(room VELLO_ROOM)
+    if(room)
+        message(FATAL_ERROR "${CMAKE_CURRENT_SOURCE_DIR} is the room ${room} already: a folder holds one library.")
+    endif()
+    set_directory_properties(PROPERTIES VELLO_ROOM ${target})
+    file(RELATIVE_PATH ROOM_FOLDER ${PROJECT_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
     set(stage ${CMAKE_BINARY_DIR}/rooms/${target})
     file(REMOVE_RECURSE ${stage}) # a header that is declared no longer must not stay visible
     file(MAKE_DIRECTORY ${stage}/${ROOM_FOLDER})

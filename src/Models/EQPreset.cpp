@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Models/EQPreset.h"
 
-#include "Models/Localization.h"
+#include "Foundation/Localization.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Models/EQSettings.h"
 
-#include "Models/Precondition.h"
+#include "Foundation/Precondition.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Models/Hashing.h"
+#include "Foundation/Hashing.h"
 
 #include <array>
 #include <cstddef>

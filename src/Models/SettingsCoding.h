@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/JSONText.h"
 #include "Models/EQPreset.h"
 #include "Models/EQSettings.h"
-#include "Models/JSONText.h"
 
 namespace vello {
 

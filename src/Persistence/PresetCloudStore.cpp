@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Persistence/PresetCloudStore.h"
 
-#include "Models/Product.h"
+#include "Foundation/Product.h"
 #include "Models/SettingsCoding.h"
 
 #include <nlohmann/json.hpp>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "Models/EQPreset.h"
-#include "Platform/KeyValueStore.h"
-#include "Platform/SystemLog.h"
+#include "Ports/KeyValueStore.h"
+#include "Ports/SystemLog.h"
 
 #include <functional>
 #include <optional>

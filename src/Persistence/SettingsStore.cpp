@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Persistence/SettingsStore.h"
 
-#include "Models/Product.h"
+#include "Foundation/AtomicFile.h"
+#include "Foundation/Product.h"
 #include "Models/SettingsCoding.h"
-#include "Persistence/AtomicFile.h"
 
 #include <nlohmann/json.hpp>
 

@@ -3,8 +3,8 @@
 
 #include "Models/EQPreset.h"
 #include "Models/EQSettings.h"
-#include "Platform/MainThread.h"
-#include "Platform/SystemLog.h"
+#include "Ports/MainThread.h"
+#include "Ports/SystemLog.h"
 
 #include <filesystem>
 #include <map>

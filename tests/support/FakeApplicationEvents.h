@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/ApplicationEvents.h"
+#include "Ports/ApplicationEvents.h"
 
 #include <utility>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/FakeAudioHardware.h"
+#include "FakeAudioHardware.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/AudioHardware.h"
-#include "Platform/MainThread.h"
+#include "Ports/AudioHardware.h"
+#include "Ports/MainThread.h"
 
 #include <cstring>
 #include <limits>

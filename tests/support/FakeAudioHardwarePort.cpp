@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The port's own calls of FakeAudioHardware.
-#include "support/FakeAudioHardware.h"
+#include "FakeAudioHardware.h"
 
 #include <algorithm>
 #include <array>

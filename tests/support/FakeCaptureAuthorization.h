@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/CaptureAuthorization.h"
+#include "Ports/CaptureAuthorization.h"
 
 #include <string>
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/KeyValueStore.h"
+#include "Ports/KeyValueStore.h"
 
 #include <map>
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/LoginItem.h"
+#include "Ports/LoginItem.h"
 
 #include <stdexcept>
 #include <string>

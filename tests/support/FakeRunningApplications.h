@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/RunningApplications.h"
+#include "Ports/RunningApplications.h"
 
 #include <functional>
 #include <map>

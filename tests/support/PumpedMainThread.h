@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/MainThread.h"
+#include "Ports/MainThread.h"
 
 #include <condition_variable>
 #include <deque>

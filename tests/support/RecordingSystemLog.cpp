@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/RecordingSystemLog.h"
+#include "RecordingSystemLog.h"
 
 namespace vello {
 

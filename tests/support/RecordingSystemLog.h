@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/SystemLog.h"
+#include "Ports/SystemLog.h"
 
 #include <mutex>
 #include <string>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/VirtualMainThread.h"
+#include "VirtualMainThread.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Consent.h"
 
-#include "Platform/Linux/LinuxConsentStore.h"
+#include "Platform/Linux/Consent/LinuxConsentStore.h"
 
 namespace vello::session {
 

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AskForConsent.h"
+
+#include "CompanionProgram.h"
+#include "Control/CommandLine/Permission.h"
+#include "Foundation/Product.h"
+#include "Platform/Linux/Consent/ConsentAnswerCodes.h"
+#include "Platform/Linux/System/SpawnedProgram.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace vello {
+namespace {
+
+// What a consent reads as at its port.
+constexpr int kAllowed = 0;
+constexpr int kDenied = 1;
+
+bool isSet(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+/// Whether this process can talk with the user on its terminal: in the background that would stop a process
+/// that reads from it.
+bool isOnTerminal() {
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1 &&
+           ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
+}
+
+Consent askOnScreen() {
+    switch (awaitExitCode(spawnProgram({companionProgram(kConsentQuestionProgram).string()}))) {
+    case kExitConsentAllowed:
+        return Consent::allowed;
+    case kExitConsentDenied:
+        return Consent::denied;
+    default:
+        return Consent::undecided;
+    }
+}
+
+} // namespace
+
+Consent askForConsent() {
+    if (isOnTerminal())
+        return askOnTerminal(std::cin, std::cerr);
+    if (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY"))
+        return askOnScreen();
+    throw std::runtime_error("there is neither a terminal nor a screen to ask on; to allow VELLO to capture "
+                             "what applications play: vello permission allow");
+}
+
+void startWithConsent(CaptureAuthorization& authorization, SystemLog& log) {
+    const std::optional<int> consent = authorization.preflight();
+    if (consent == kAllowed)
+        return;
+    if (consent != kDenied && isOnTerminal())
+        authorization.request([](bool) {});
+    else
+        Logger(log, kBundleIdentifier, "AskForConsent")
+            .notice("Nothing is equalized, since the capture of what applications play is not allowed; to "
+                    "allow it: "
+                    "vello permission allow");
+}
+
+} // namespace vello

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Foundation/Localization.h"
+#include "Foundation/Product.h"
+#include "Platform/Linux/Consent/ConsentAnswerCodes.h"
+#include "Platform/Linux/System/CharacterEncoding.h"
+#include "UI/ConsentQuestion/ConsentQuestion.h"
+
+#include <QApplication>
+
+#include <csignal>
+#include <cstdlib>
+#include <sys/prctl.h>
+
+/// Shows the question to the user and ends with the answer. A program of its own, so that nothing else has to
+/// load what draws windows.
+int main(int argumentCount, char** arguments) {
+    // An answer that nobody waits for any more would go unheard.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    vello::useUTF8();
+    const QApplication application(argumentCount, arguments);
+    vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
+    QGuiApplication::setApplicationDisplayName(vello::kApplicationName);
+    QGuiApplication::setDesktopFileName(vello::kBundleIdentifier);
+    vello::ConsentQuestion question;
+    question.exec();
+    switch (question.answer()) {
+    case vello::Consent::allowed:
+        return vello::kExitConsentAllowed;
+    case vello::Consent::denied:
+        return vello::kExitConsentDenied;
+    case vello::Consent::undecided:
+        break;
+    }
+    return 1;
+}

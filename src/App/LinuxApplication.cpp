@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "LinuxApplication.h"
+
+#include "Foundation/Localization.h"
+#include "OnlyInstance.h"
+
+#include <QCoreApplication>
+
+#include <clocale>
+#include <utility>
+
+namespace vello {
+namespace {
+
+Environment prepareEnvironment() {
+    // Qt takes the user's locale over; numbers in files and properties keep their point.
+    std::setlocale(LC_NUMERIC, "C");
+    setLanguage(preferredLanguage(processEnvironment()));
+    return processEnvironment();
+}
+
+AudioControllerPorts onlyOn(const BusPresence& presence, const AudioControllerPorts& ports) {
+    if (presence.isTaken())
+        throw AlreadyRunning();
+    return ports;
+}
+
+} // namespace
+
+LinuxApplication::LinuxApplication(PipeWireRedirectGuard& guard, const Options& options)
+    : environment_(prepareEnvironment()), termination_(mainThread_, [] { QCoreApplication::quit(); }),
+      hardware_(mainThread_, log_, {}, &guard), applications_(DesktopFolders::fromEnvironment(environment_)),
+      authorization_(mainThread_, log_, ConsentPlaces::fromEnvironment(environment_),
+                     options.consentQuestion),
+      shared_(syncFolder(options.syncFolder, environment_), mainThread_, log_), presence_(mainThread_, log_),
+      delegate_(onlyOn(presence_,
+                       {hardware_, mainThread_, applications_, termination_, authorization_, shared_, log_}),
+                userDataFolder(environment_)) {}
+
+void LinuxApplication::publish(ControlService::ShowPanelAction showPanel) {
+    service_.emplace(controller(), meterAudience(), mainThread_, std::move(showPanel));
+    if (!presence_.publish(*service_))
+        throw AlreadyRunning();
+}
+
+} // namespace vello

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AskRunningInstance.h"
+#include "AudioEngine/Controller/LaunchAtLoginController.h"
+#include "CompanionProgram.h"
+#include "Foundation/Product.h"
+#include "LinuxApplication.h"
+#include "OnlyInstance.h"
+#include "Platform/Linux/Applications/AutostartLoginItem.h"
+#include "Platform/Linux/System/CharacterEncoding.h"
+#include "UI/ApplicationIcons/ApplicationIconImages.h"
+#include "UI/Shell/PanelShell.h"
+
+#include <QApplication>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <span>
+#include <stdexcept>
+#include <string_view>
+#include <unistd.h>
+
+namespace vello {
+namespace {
+
+bool hasScreen() {
+    const auto isSet = [](const char* name) {
+        const char* const value = std::getenv(name);
+        return value && *value;
+    };
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
+bool isInBackground(int argumentCount, char** arguments) {
+    const std::span words(arguments, static_cast<std::size_t>(argumentCount));
+    return std::ranges::find(words, std::string_view(kInBackground)) != words.end();
+}
+
+/// The same orderly way as from outside: taps are taken down, settings saved.
+void endApplication() {
+    ::kill(::getpid(), SIGTERM);
+}
+
+/// Where the panel opens where nobody tells the place of the status item.
+ScreenCorner chosenCorner() {
+    const char* const name = std::getenv("VELLO_PANEL_CORNER");
+    const auto corner = name ? screenCorner(name) : std::nullopt;
+    if (name && *name && !corner)
+        std::fprintf(stderr, "vello: VELLO_PANEL_CORNER is \"%s\", which is none of %s. Using top-right.\n",
+                     name, std::string(kScreenCornerNames).c_str());
+    return corner.value_or(ScreenCorner::topRight);
+}
+
+void introduce() {
+    // Not the display name: it would be added to the titles of the windows.
+    QApplication::setApplicationName(kApplicationName);
+    QApplication::setDesktopFileName(kBundleIdentifier);
+    // The theme's has drawings of its own for small sizes.
+    QApplication::setWindowIcon(
+        QIcon::fromTheme(kBundleIdentifier, QIcon(QStringLiteral(":/vello/symbols/vello.svg"))));
+    QApplication::setQuitOnLastWindowClosed(false);
+}
+
+int runPanel(int argumentCount, char** arguments) {
+    OnlyInstance instance;
+    if (!hasScreen())
+        throw std::runtime_error("there is no screen here; run vello --headless");
+    TerminationSignals::block(); // the toolkit starts threads
+    QApplication toolkit(argumentCount, arguments);
+    introduce();
+    const char* const chosen = std::getenv("VELLO_SYNC_FOLDER");
+    LinuxApplication application(instance.guard(),
+                                 {.syncFolder = chosen ? chosen : "",
+                                  .consentQuestion = {mainProgram().string(), "permission", "ask"}});
+    AutostartLoginItem loginItem(AutostartPlaces::fromEnvironment(processEnvironment()), mainProgram());
+    LaunchAtLoginController launchAtLogin(loginItem);
+    launchAtLogin.refresh();
+    PanelShell shell({application.controller(), application.meterAudience(), launchAtLogin,
+                      application.runningApplications(), application.mainThread(),
+                      companionProgram(kApplicationIconProgram), chosenCorner()},
+                     endApplication);
+    application.publish([&shell](const std::string& activationToken) { shell.reopen(activationToken); });
+    if (!isInBackground(argumentCount, arguments))
+        shell.presentAtLaunch();
+    return QApplication::exec();
+}
+
+} // namespace
+} // namespace vello
+
+/// The tray application. A program of its own, started by `vello`, so that nothing else has to load what
+/// draws windows.
+int main(int argumentCount, char** arguments) {
+    vello::useUTF8();
+    try {
+        return vello::runPanel(argumentCount, arguments);
+    } catch (const vello::AlreadyRunning&) {
+        if (vello::isInBackground(argumentCount, arguments))
+            return 0;
+        vello::askRunningInstance({.action = vello::ClientRequest::Action::showPanel}, argumentCount,
+                                  arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vello: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Platform/Linux/PipeWire/RedirectGuardProcess.h"
+
+#include <cstdlib>
+#include <exception>
+
+#include <unistd.h>
+
+/// The guard of a running VELLO, which starts it with the memory that both share behind the first descriptor
+/// after the standard streams. Small on purpose: it stays for as long as VELLO runs.
+int main() {
+    try {
+        return vello::runRedirectGuard(STDERR_FILENO + 1, {});
+    } catch (const std::exception&) {
+        return EXIT_FAILURE; // There is nobody to tell.
+    }
+}

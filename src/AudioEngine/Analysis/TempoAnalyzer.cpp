@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Analysis/TempoAnalyzer.h"
+
+#include "Foundation/Precondition.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <numeric>
+#include <span>
+#include <vector>
+
+namespace vello {
+
+namespace {
+
+constexpr double kLongestSound = 6.0;         // s
+constexpr double kShortestSound = 2.0;        // s
+constexpr double kHopsPerSecond = 100.0;      // nominal: at 22050 Hz a hop is 220 frames and counts as 10 ms
+constexpr double kQuietestMeanLevel = 0.0002; // full scale is 1
+constexpr double kLeastOnsetEnergy = 1e-8;
+constexpr std::size_t kFewestHops = 64;
+constexpr std::size_t kShortestLag = 31; // hops; 194 beats a minute
+constexpr std::size_t kLongestLag = 100; // hops; 60 beats a minute
+constexpr std::size_t kLagsAtOnce = 8;   // in the lanes of vectors
+constexpr double kLeastCorrelation = 0.16;
+constexpr double kLeastProminence = 0.05;
+
+/// Integer part of a number of frames.
+std::size_t frameCount(double frames) {
+    constexpr double limit = 0x1p63;
+    precondition(frames >= 0 && frames < limit, "frames of this sample rate cannot be counted");
+    return static_cast<std::size_t>(frames);
+}
+
+/// In several sums at once: one alone would wait for itself longer than for the memory.
+double sumOfSquares(std::span<const float> samples) {
+    constexpr std::size_t lanes = 8;
+    std::array<double, lanes> sums{};
+    std::size_t i = 0;
+    for (; i + lanes <= samples.size(); i += lanes)
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            const auto sample = static_cast<double>(samples[i + lane]);
+            sums[lane] += sample * sample;
+        }
+    for (; i < samples.size(); ++i)
+        sums[0] += static_cast<double>(samples[i]) * static_cast<double>(samples[i]);
+    return std::accumulate(sums.begin(), sums.end(), 0.0);
+}
+
+/// Part of some samples, across the end of the ring if need be.
+AudioSampleRingBuffer::Samples part(const AudioSampleRingBuffer::Samples& samples, std::size_t first,
+                                    std::size_t count) {
+    const std::size_t older = samples.older.size();
+    const std::size_t inOlder = first < older ? std::min(count, older - first) : 0;
+    return {samples.older.subspan(std::min(first, older), inOlder),
+            samples.newer.subspan(std::max(first, older) - older, count - inOlder)};
+}
+
+/// Rounded to 40 of 53 binary digits. Hops of equal energy differ in the others by the order in which they
+/// were added up, and nothing else is that close.
+double withoutLastDigits(double energy) {
+    constexpr std::uint64_t half = std::uint64_t{1} << 12;
+    return std::bit_cast<double>((std::bit_cast<std::uint64_t>(energy) + half) & ~(2 * half - 1));
+}
+
+/// The effective value of each hop; equal for hops of equal energy, so that a regular beat stays regular.
+std::vector<double> envelopeOf(const AudioSampleRingBuffer::Samples& samples, std::size_t hops,
+                               std::size_t samplesPerHop) {
+    std::vector<double> envelope(hops);
+    for (std::size_t i = 0; i < hops; ++i) {
+        const auto hop = part(samples, i * samplesPerHop, samplesPerHop);
+        const double energy = withoutLastDigits(sumOfSquares(hop.older) + sumOfSquares(hop.newer));
+        envelope[i] = std::sqrt(energy / static_cast<double>(samplesPerHop));
+    }
+    return envelope;
+}
+
+/// How much each hop is louder than the one before, and the squares of that. Silence follows the last hop, so
+/// that several lags may read beyond it.
+struct Onsets {
+    explicit Onsets(std::span<const double> envelope)
+        : hops(envelope.size()), values(hops + kLagsAtOnce), squares(values.size()) {
+        for (std::size_t i = 1; i < hops; ++i) {
+            const double rise = envelope[i] - envelope[i - 1];
+            values[i] = rise > 0 ? rise : 0;
+            squares[i] = values[i] * values[i];
+        }
+    }
+
+    std::size_t hops;
+    std::vector<double> values;
+    std::vector<double> squares;
+};
+
+/// How alike the onsets are to themselves `lag` hops later: product / norm, 0 to 1.
+struct Correlation {
+    double product = 0;
+    double norm = 0; // 0: one side has no onset
+};
+
+/// The correlations of lags `firstLag`, `firstLag` + 1 ... `energies` holds the sums of the squares of the
+/// first 0, 1, ... hops. Every sum runs from the oldest hop to the newest: equal beats then give equal sums
+/// at every lag that fits them, and the first of those lags is found.
+std::array<Correlation, kLagsAtOnce> correlations(const Onsets& onsets, std::span<const double> energies,
+                                                  std::size_t firstLag) {
+    std::array<double, kLagsAtOnce> products{};
+    std::array<double, kLagsAtOnce> later{};
+    const double* laterOnsets = onsets.values.data() + firstLag;
+    const double* laterSquares = onsets.squares.data() + firstLag;
+    for (std::size_t i = 0; i + firstLag < onsets.hops; ++i)
+        for (std::size_t lane = 0; lane < kLagsAtOnce; ++lane) {
+            products[lane] += onsets.values[i] * laterOnsets[i + lane];
+            later[lane] += laterSquares[i + lane];
+        }
+    std::array<Correlation, kLagsAtOnce> result;
+    for (std::size_t lane = 0; lane < kLagsAtOnce && firstLag + lane < onsets.hops; ++lane) {
+        const double earlier = energies[onsets.hops - firstLag - lane];
+        result[lane] = {products[lane], std::sqrt(earlier * later[lane])};
+    }
+    return result;
+}
+
+/// The strongest of some correlations, the first of equals.
+class Peak {
+public:
+    void consider(std::size_t lag, const Correlation& candidate) {
+        if (!(candidate.norm > 0))
+            return;
+        const double value = candidate.product / candidate.norm;
+        total_ += value;
+        ++count_;
+        if (value > value_) {
+            value_ = value;
+            lag_ = lag;
+        }
+    }
+
+    /// In hops; 0: there was no correlation above zero.
+    std::size_t lag() const { return lag_; }
+    double value() const { return value_; }
+    /// How far it stands out above the mean of all.
+    double prominence() const { return count_ > 0 ? value_ - total_ / count_ : 0; }
+
+private:
+    std::size_t lag_ = 0;
+    double value_ = 0;
+    double total_ = 0;
+    int count_ = 0;
+};
+
+Peak strongestCorrelation(const Onsets& onsets, std::span<const double> energies) {
+    const std::size_t longest = onsets.hops < 2 * kLongestLag ? onsets.hops / 2 : kLongestLag;
+    Peak peak;
+    for (std::size_t first = kShortestLag; first <= longest; first += kLagsAtOnce) {
+        const auto several = correlations(onsets, energies, first);
+        for (std::size_t lag = first; lag <= longest && lag < first + kLagsAtOnce; ++lag)
+            peak.consider(lag, several[lag - first]);
+    }
+    return peak;
+}
+
+std::optional<TempoEstimate> tempoOf(const Onsets& onsets) {
+    std::vector<double> energies(onsets.hops + 1);
+    std::partial_sum(onsets.squares.begin(),
+                     onsets.squares.begin() + static_cast<std::ptrdiff_t>(onsets.hops), energies.begin() + 1);
+    if (energies.back() <= kLeastOnsetEnergy)
+        return std::nullopt;
+    const Peak peak = strongestCorrelation(onsets, energies);
+    if (peak.lag() < 1 || peak.value() < kLeastCorrelation || peak.prominence() < kLeastProminence)
+        return std::nullopt;
+    const double beatsPerMinute = 60.0 * kHopsPerSecond / static_cast<double>(peak.lag());
+    return TempoEstimate{
+        .beatsPerMinute = static_cast<int>(std::round(beatsPerMinute)),
+        .confidence = std::clamp(0.65 * peak.value() + 1.35 * peak.prominence(), 0.0, 1.0),
+    };
+}
+
+} // namespace
+
+std::optional<TempoEstimate> TempoAnalyzer::estimate(const AudioSampleRingBuffer& ring, double sampleRate,
+                                                     int channelCount) const {
+    if (sampleRate <= 0 || channelCount < 1)
+        return std::nullopt;
+    const auto channels = static_cast<std::size_t>(channelCount);
+    const std::size_t frames = std::min(
+        {ring.capacity() / channels, ring.writeCursor() / channels, frameCount(kLongestSound * sampleRate)});
+    if (frames < frameCount(kShortestSound * sampleRate))
+        return std::nullopt;
+    const auto samples = ring.latest(frames * channels);
+    if (!samples)
+        return std::nullopt;
+    const std::size_t hop = std::max<std::size_t>(frameCount(sampleRate / kHopsPerSecond), 1);
+    const std::size_t hops = frames / hop;
+    if (hops < kFewestHops)
+        return std::nullopt;
+    const auto envelope = envelopeOf(*samples, hops, hop * channels);
+    const double total = std::accumulate(envelope.begin(), envelope.end(), 0.0);
+    if (total / static_cast<double>(hops) < kQuietestMeanLevel)
+        return std::nullopt;
+    return tempoOf(Onsets(envelope));
+}
+
+} // namespace vello

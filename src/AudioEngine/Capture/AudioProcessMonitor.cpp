@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Capture/AudioProcessMonitor.h"
+
+#include "AudioEngine/Capture/CoreAudioSupport.h"
+#include "Foundation/LocalizedOrder.h"
+#include "Foundation/Product.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kReloadDebounce = 250ms;
+constexpr auto kPollingPeriod = 1s;
+
+std::string joined(const AudioProcessMonitor::Groups& groups) {
+    std::string text;
+    for (const AudioProcessGroup& group : groups)
+        text += (text.empty() ? "" : ", ") + group.displayName;
+    return text;
+}
+
+} // namespace
+
+/// The groups of one reload while they grow.
+class AudioProcessMonitor::GroupBuilders {
+public:
+    void add(AudioObjectID process, ApplicationIdentity identity) {
+        const auto [entry, isNew] = indexByKey_.try_emplace(identity.key, groups_.size());
+        if (isNew)
+            groups_.push_back({std::move(identity.key),
+                               std::move(identity.displayName),
+                               std::move(identity.bundleID),
+                               identity.pid,
+                               {}});
+        AudioProcessGroup& group = groups_[entry->second];
+        group.objectIDs.push_back(process);
+        if (group.representativePID == 0)
+            group.representativePID = identity.pid;
+    }
+
+    Groups sorted() && {
+        const LocalizedOrder order;
+        std::ranges::stable_sort(groups_,
+                                 [&](const AudioProcessGroup& first, const AudioProcessGroup& second) {
+                                     return order.isBefore(first.displayName, second.displayName);
+                                 });
+        return std::move(groups_);
+    }
+
+private:
+    Groups groups_; ///< in the order in which they appeared
+    std::map<std::string, std::size_t> indexByKey_;
+};
+
+AudioProcessMonitor::AudioProcessMonitor(AudioHardware& hardware, MainThread& mainThread,
+                                         RunningApplications& applications, SystemLog& log)
+    : hardware_(hardware), mainThread_(mainThread), log_(log),
+      logger_(log, kBundleIdentifier, "AudioProcessMonitor"), identities_(hardware, applications),
+      downmixed_(hardware, log) {}
+
+AudioProcessMonitor::~AudioProcessMonitor() {
+    if (processListObserver_)
+        processListObserver_->invalidate();
+    pruneOutputStateObservers({});
+}
+
+void AudioProcessMonitor::start() {
+    if (processListObserver_)
+        return;
+    processListObserver_ = std::make_unique<CoreAudioPropertyObserver>(
+        hardware_, log_, kAudioObjectSystemObject, kAudioHardwarePropertyProcessObjectList,
+        kAudioObjectPropertyScopeGlobal, [this] { scheduleReload(); });
+    pollAgain();
+    reload();
+}
+
+void AudioProcessMonitor::pollAgain() {
+    pollingTask_ = mainThread_.after(kPollingPeriod, [this] {
+        pollAgain();
+        reload();
+    });
+}
+
+void AudioProcessMonitor::scheduleReload() {
+    reloadDebounceTask_ = mainThread_.after(kReloadDebounce, [this] { reload(); });
+}
+
+void AudioProcessMonitor::reload() {
+    const auto processes = readProcessList();
+    if (!processes)
+        return;
+    GroupBuilders builders;
+    for (const AudioObjectID process : *processes)
+        collect(process, builders);
+    pruneOutputStateObservers(*processes);
+    downmixed_.keepOnly(*processes);
+    publish(std::move(builders).sorted());
+}
+
+std::optional<std::vector<AudioObjectID>> AudioProcessMonitor::readProcessList() const {
+    try {
+        return readObjectIDList(hardware_, kAudioObjectSystemObject, kAudioHardwarePropertyProcessObjectList,
+                                kAudioObjectPropertyScopeGlobal);
+    } catch (const CoreAudioError& error) {
+        logger_.error("Process list read failed: " + error.description());
+        return std::nullopt;
+    }
+}
+
+void AudioProcessMonitor::setDownmixedSources(SourceIDs sourceIDs) {
+    if (sourceIDs == downmixed_.sources())
+        return;
+    downmixed_.setSources(std::move(sourceIDs));
+    if (processListObserver_)
+        reload();
+}
+
+/// A process of which something cannot be read is left out. One that has nothing but streams to be downmixed
+/// produces output only once it is switched.
+void AudioProcessMonitor::collect(AudioObjectID process, GroupBuilders& builders) try {
+    const std::int32_t pid = identities_.processOf(process);
+    if (identities_.isOwn(pid))
+        return;
+    observeOutputState(process);
+    std::optional<ApplicationIdentity> identity;
+    if (downmixed_.isBusy() && (identity = identities_.identify(process, pid)))
+        downmixed_.update(process, identity->key);
+    if (readProperty<std::uint32_t>(hardware_, process, kAudioProcessPropertyIsRunningOutput) == 0)
+        return;
+    if (!identity)
+        identity = identities_.identify(process, pid);
+    if (identity)
+        builders.add(process, std::move(*identity));
+} catch (const CoreAudioError&) {
+}
+
+void AudioProcessMonitor::observeOutputState(AudioObjectID process) {
+    auto& observer = outputStateObservers_[process];
+    if (!observer)
+        observer = std::make_unique<CoreAudioPropertyObserver>(
+            hardware_, log_, process, kAudioProcessPropertyIsRunningOutput, kAudioObjectPropertyScopeGlobal,
+            [this] { scheduleReload(); });
+}
+
+void AudioProcessMonitor::pruneOutputStateObservers(const std::vector<AudioObjectID>& kept) {
+    std::erase_if(outputStateObservers_, [&](const auto& entry) {
+        const bool isGone = std::ranges::find(kept, entry.first) == kept.end();
+        if (isGone)
+            entry.second->invalidate();
+        return isGone;
+    });
+}
+
+void AudioProcessMonitor::publish(Groups groups) {
+    if (groups == groups_)
+        return;
+    groups_ = std::move(groups);
+    logger_.notice("Audio-producing apps: " + joined(groups_));
+    if (onChange_)
+        onChange_(groups_);
+}
+
+} // namespace vello

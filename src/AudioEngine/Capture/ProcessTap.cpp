@@ -1,0 +1,383 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Capture/ProcessTap.h"
+
+#include "AudioEngine/Capture/CoreAudioSupport.h"
+#include "AudioEngine/Capture/CrashGuard.h"
+#include "AudioEngine/Realtime/EQDSP.h"
+#include "Foundation/DisplayText.h"
+#include "Foundation/Precondition.h"
+#include "Foundation/Product.h"
+#include "Foundation/RandomUUID.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int kLivenessAttempts = 40;
+constexpr auto kLivenessPeriod = 50ms;
+/// The I/O callback may still be in the midst of the snapshot that was replaced; a cycle is far shorter than
+/// this.
+constexpr auto kSnapshotGracePeriod = 500ms;
+
+void check(OSStatus status, bool hasResult, const char* operation) {
+    if (status != kAudioHardwareNoError || !hasResult)
+        throw CoreAudioError::status(status, operation);
+}
+
+/// Hz, without decimals where it has none, else with one.
+std::string rateText(double sampleRate) {
+    const int decimals = sampleRate == std::floor(sampleRate) ? 0 : 1;
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", decimals, sampleRate);
+    return text.data();
+}
+
+/// Runs a copy: the action may lead to its own removal.
+void run(const ProcessTap::Action& action) {
+    if (const auto copy = action)
+        copy();
+}
+
+/// The model's volume is of double precision; one beyond the range of a float becomes infinite.
+float linearVolume(const EQSettings& settings) {
+    return static_cast<float>(settings.volume);
+}
+
+} // namespace
+
+ProcessTap::ProcessTap(TapServices services, Target target, std::string label, EQSettings initialSettings)
+    : services_(services), target_(std::move(target)), label_(std::move(label)),
+      logger_(services.log, kBundleIdentifier, "ProcessTap"), settings_(std::move(initialSettings)),
+      outputDeviceUID_(settings_.outputDeviceUID) {}
+
+ProcessTap::~ProcessTap() {
+    invalidate();
+}
+
+double ProcessTap::sampleRate() const {
+    if (processingSampleRate_ > 0)
+        return processingSampleRate_;
+    return streamDescription_ ? streamDescription_->mSampleRate : 0;
+}
+
+bool ProcessTap::formatSupportsEQ(const AudioStreamBasicDescription& format) {
+    return format.mFormatID == kAudioFormatLinearPCM &&
+           (format.mFormatFlags & kAudioFormatFlagIsFloat) != 0 &&
+           (format.mFormatFlags & kAudioFormatFlagIsNonInterleaved) == 0 && format.mBitsPerChannel == 32 &&
+           (format.mChannelsPerFrame == 1 || format.mChannelsPerFrame == 2);
+}
+
+// Activation
+
+void ProcessTap::activate(ActivationCompletion completion) {
+    precondition(tapID_ == kAudioObjectUnknown, "A tap is activated once.");
+    activationCompletion_ = std::move(completion);
+    runActivationStep([this] {
+        if (isInvalidated_)
+            return ActivationStep::last;
+        const std::string tapUUID = createTap();
+        streamDescription_ = readTapStreamBasicDescription(services_.hardware, tapID_);
+        createAggregateDevice(tapUUID);
+        CrashGuard::registerPair(aggregateDeviceID_, tapID_);
+        return waitUntilAggregateIsAlive(1);
+    });
+}
+
+/// Nothing of the tap may be touched after the last step: the completion may have dropped it.
+template <class Step> void ProcessTap::runActivationStep(Step step) {
+    std::optional<CoreAudioError> failure;
+    try {
+        if (step() == ActivationStep::waiting)
+            return;
+    } catch (const CoreAudioError& error) {
+        failure = error;
+        invalidate();
+    }
+    if (const auto completion = std::exchange(activationCompletion_, nullptr))
+        completion(std::move(failure));
+}
+
+std::string ProcessTap::createTap() {
+    TapDescription description;
+    if (const auto* processes = std::get_if<Processes>(&target_)) {
+        description.mixdown = TapMixdown::stereoOfProcesses;
+        description.processes = processes->ids;
+    } else {
+        description.mixdown = TapMixdown::stereoGlobalButExclude;
+        description.processes = std::get<GlobalExcluding>(target_).ids;
+    }
+    description.uuid = randomUUID();
+    description.muteBehavior = TapMuteBehavior::mutedWhenTapped;
+    description.isPrivate = true;
+    const OSStatus status = services_.hardware.createProcessTap(description, tapID_);
+    check(status, tapID_ != kAudioObjectUnknown, "AudioHardwareCreateProcessTap");
+    return description.uuid;
+}
+
+void ProcessTap::createAggregateDevice(const std::string& tapUUID) {
+    const auto description = describeAggregateDevice(tapUUID);
+    const OSStatus status = services_.hardware.createAggregateDevice(description, aggregateDeviceID_);
+    check(status, aggregateDeviceID_ != kAudioObjectUnknown, "AudioHardwareCreateAggregateDevice");
+}
+
+AggregateDeviceDescription ProcessTap::describeAggregateDevice(const std::string& tapUUID) {
+    const OutputChoice output = chooseOutputDevice();
+    outputDeviceUID_ = settings_.outputDeviceUID;
+    resolvedOutputDeviceUID_ = readString(services_.hardware, output.device, kAudioDevicePropertyDeviceUID);
+
+    AggregateDeviceDescription description;
+    description.name = kTapNamePrefix + boundedName(label_);
+    description.uid = randomUUID();
+    description.mainSubDevice = *resolvedOutputDeviceUID_;
+    description.isMainSubDeviceChosen = output.isFromSettings;
+    description.isPrivate = true;
+    description.isStacked = false;
+    description.tapAutoStart = true;
+    description.subDevices = {*resolvedOutputDeviceUID_};
+    description.taps = {{tapUUID, !isBluetoothDevice(services_.hardware, output.device)}};
+    return description;
+}
+
+ProcessTap::ActivationStep ProcessTap::waitUntilAggregateIsAlive(int attempt) {
+    if (isInvalidated_)
+        return ActivationStep::last;
+    if (attempt > kLivenessAttempts)
+        throw CoreAudioError::invalidObject("Aggregate device for " + label_ + " never became alive");
+    if (isAggregateAlive())
+        return startProcessing();
+    livenessTask_ = services_.mainThread.after(kLivenessPeriod, [this, attempt] {
+        runActivationStep([this, attempt] { return waitUntilAggregateIsAlive(attempt + 1); });
+    });
+    return ActivationStep::waiting;
+}
+
+bool ProcessTap::isAggregateAlive() const {
+    const auto alive = attempt([this] {
+        return readProperty<std::uint32_t>(services_.hardware, aggregateDeviceID_,
+                                           kAudioDevicePropertyDeviceIsAlive);
+    });
+    return alive.value_or(0) != 0;
+}
+
+void ProcessTap::checkConnection() {
+    if (connection_)
+        connection_->check();
+}
+
+ProcessTap::ActivationStep ProcessTap::startProcessing() {
+    // What the tap was made of is one thing, what the chosen device lets it have is another.
+    streamDescription_ = attempt([this] {
+                             return readTapStreamBasicDescription(services_.hardware, tapID_);
+                         }).value_or(*streamDescription_);
+    processingSampleRate_ = attempt([this] {
+                                return readNominalSampleRate(services_.hardware, aggregateDeviceID_);
+                            }).value_or(streamDescription_->mSampleRate);
+    createRealtimeContext();
+    startCallback();
+    activatedAt_ = services_.mainThread.now();
+    installObservers();
+    logger_.notice("Tap running for " + label_ + " (tap #" + std::to_string(tapID_) + ", aggregate #" +
+                   std::to_string(aggregateDeviceID_) + ", " + rateText(processingSampleRate_) + " Hz)");
+    return ActivationStep::last;
+}
+
+void ProcessTap::createRealtimeContext() {
+    const bool supportsEQ = formatSupportsEQ(*streamDescription_);
+    if (!supportsEQ)
+        logger_.error("Tap format for " + label_ +
+                      " is not interleaved Float32; EQ bypassed, passthrough only");
+    realtimeContext_ = std::make_shared<TapRealtimeContext>(
+        supportsEQ, static_cast<int>(streamDescription_->mChannelsPerFrame), linearVolume(settings_),
+        services_.kernel);
+    publishSnapshot();
+}
+
+void ProcessTap::startCallback() {
+    AudioHardware& hardware = services_.hardware;
+    OSStatus status = hardware.createIOProcID(aggregateDeviceID_, eqByQUORVINProcessIOProc,
+                                              realtimeContext_.get(), ioProcID_);
+    check(status, ioProcID_ != 0, "AudioDeviceCreateIOProcID");
+    status = hardware.startDevice(aggregateDeviceID_, ioProcID_);
+    check(status, true, "AudioDeviceStart");
+}
+
+void ProcessTap::installObservers() {
+    tapFormatObserver_ = std::make_unique<CoreAudioPropertyObserver>(
+        services_.hardware, services_.log, tapID_, kAudioTapPropertyFormat, kAudioObjectPropertyScopeGlobal,
+        [this] { run(onStreamFormatChange_); });
+    connection_ = std::make_unique<TapConnection>(services_, aggregateDeviceID_, label_,
+                                                  [this] { run(onConnectionChange_); });
+    const auto* processes = std::get_if<Processes>(&target_);
+    if (!processes)
+        return;
+    for (const AudioObjectID process : processes->ids)
+        appDeviceObservers_.push_back(std::make_unique<CoreAudioPropertyObserver>(
+            services_.hardware, services_.log, process, kAudioProcessPropertyDevices,
+            kAudioObjectPropertyScopeOutput, [this] {
+                if (automaticRouteWouldChangeDevice())
+                    run(onAppOutputDeviceChange_);
+            }));
+}
+
+// Output device
+
+bool ProcessTap::isBluetoothDevice(const AudioHardware& hardware, AudioObjectID device) {
+    const auto transport = attempt([&] { return readTransportType(hardware, device); });
+    return transport == kAudioDeviceTransportTypeBluetooth ||
+           transport == kAudioDeviceTransportTypeBluetoothLE;
+}
+
+ProcessTap::OutputChoice ProcessTap::chooseOutputDevice() const {
+    if (settings_.outputDeviceUID)
+        if (const auto chosen =
+                attempt([this] { return readOutputDevice(services_.hardware, *settings_.outputDeviceUID); }))
+            return {*chosen, true};
+    return {automaticOutputDevice(), false};
+}
+
+AudioObjectID ProcessTap::automaticOutputDevice() const {
+    if (const auto device = appOutputDevice())
+        return *device;
+    return readDefaultOutputDevice(services_.hardware);
+}
+
+/// The first output device that one of the captured processes plays to and that is not an aggregate device of
+/// this application, through which a captured process is routed. Nothing for a global target.
+std::optional<AudioObjectID> ProcessTap::appOutputDevice() const {
+    const AudioHardware& hardware = services_.hardware;
+    const auto* processes = std::get_if<Processes>(&target_);
+    std::vector<AudioObjectID> devices;
+    for (const AudioObjectID process : processes ? processes->ids : std::vector<AudioObjectID>{}) {
+        const auto more = attempt([&] {
+            return readObjectIDList(hardware, process, kAudioProcessPropertyDevices,
+                                    kAudioObjectPropertyScopeOutput);
+        });
+        if (more)
+            devices.insert(devices.end(), more->begin(), more->end());
+    }
+    const auto isOutput = [&](AudioObjectID device) {
+        const auto name = attempt([&] { return readString(hardware, device, kAudioObjectPropertyName); });
+        return !(name && isOwnAggregateName(*name)) &&
+               attempt([&] { return readOutputChannelCount(hardware, device); }).value_or(0) > 0;
+    };
+    const auto found = std::ranges::find_if(devices, isOutput);
+    return found == devices.end() ? std::nullopt : std::optional(*found);
+}
+
+bool ProcessTap::automaticRouteWouldChangeDevice() const {
+    if (isInvalidated_ || settings_.outputDeviceUID || !std::holds_alternative<Processes>(target_))
+        return false;
+    const auto uid = attempt([this] {
+        return readString(services_.hardware, automaticOutputDevice(), kAudioDevicePropertyDeviceUID);
+    });
+    return uid != resolvedOutputDeviceUID_;
+}
+
+// Settings
+
+void ProcessTap::applySettings(const EQSettings& settings) {
+    if (isInvalidated_)
+        return;
+    settings_ = settings;
+    outputDeviceUID_ = settings.outputDeviceUID;
+    if (!realtimeContext_)
+        return;
+    realtimeContext_->setVolumeTarget(linearVolume(settings_));
+    publishSnapshot();
+}
+
+void ProcessTap::publishSnapshot() {
+    if (!realtimeContext_ || !realtimeContext_->supportsEQ || !(sampleRate() > 0))
+        return;
+    auto previous =
+        std::exchange(currentSnapshot_, std::make_shared<const EQChainSnapshot>(settings_, sampleRate()));
+    realtimeContext_->snapshotPointer.store(currentSnapshot_.get(), std::memory_order_release);
+    if (previous)
+        retire(std::move(previous));
+}
+
+void ProcessTap::retire(std::shared_ptr<const EQChainSnapshot> snapshot) {
+    auto release = services_.mainThread.after(kSnapshotGracePeriod, [this, retired = snapshot.get()] {
+        std::erase_if(retiredSnapshots_,
+                      [retired](const RetiredSnapshot& entry) { return entry.snapshot.get() == retired; });
+    });
+    retiredSnapshots_.push_back({std::move(snapshot), std::move(release)});
+}
+
+// Teardown
+
+void ProcessTap::invalidate() {
+    if (isInvalidated_)
+        return;
+    isInvalidated_ = true;
+    dropObservers();
+    if (aggregateDeviceID_ != kAudioObjectUnknown || tapID_ != kAudioObjectUnknown)
+        CrashGuard::unregisterPair(aggregateDeviceID_, tapID_);
+    services_.teardownQueue.submit([&hardware = services_.hardware,
+                                    teardownLogger = Logger(services_.log, kBundleIdentifier, "ProcessTap"),
+                                    aggregateDevice = std::exchange(aggregateDeviceID_, kAudioObjectUnknown),
+                                    ioProc = std::exchange(ioProcID_, 0),
+                                    tap = std::exchange(tapID_, kAudioObjectUnknown),
+                                    handles = takeTeardownHandles()]() mutable {
+        tearDownBlocking(hardware, teardownLogger, aggregateDevice, ioProc, tap, handles);
+    });
+    streamDescription_.reset();
+    outputDeviceUID_.reset();
+    resolvedOutputDeviceUID_.reset();
+    activatedAt_.reset();
+    processingSampleRate_ = 0;
+}
+
+void ProcessTap::dropObservers() {
+    if (tapFormatObserver_)
+        tapFormatObserver_->invalidate();
+    tapFormatObserver_.reset();
+    onStreamFormatChange_ = nullptr;
+    connection_.reset();
+    onConnectionChange_ = nullptr;
+    for (const auto& observer : appDeviceObservers_)
+        observer->invalidate();
+    appDeviceObservers_.clear();
+    onAppOutputDeviceChange_ = nullptr;
+}
+
+ProcessTap::TeardownHandles ProcessTap::takeTeardownHandles() {
+    TeardownHandles handles{std::move(realtimeContext_), {}};
+    if (currentSnapshot_)
+        handles.snapshots.push_back(std::move(currentSnapshot_));
+    for (RetiredSnapshot& retired : retiredSnapshots_)
+        handles.snapshots.push_back(std::move(retired.snapshot));
+    retiredSnapshots_.clear();
+    return handles;
+}
+
+void ProcessTap::tearDownBlocking(AudioHardware& hardware, const Logger& teardownLogger,
+                                  AudioObjectID aggregateDevice, AudioDeviceIOProcID ioProc,
+                                  AudioObjectID tap, TeardownHandles& handles) {
+    const auto logFailure = [&](OSStatus status, const char* operation) {
+        if (status != kAudioHardwareNoError)
+            teardownLogger.error(std::string(operation) + " failed: " + std::to_string(status));
+    };
+    if (aggregateDevice != kAudioObjectUnknown && ioProc != 0) {
+        logFailure(hardware.stopDevice(aggregateDevice, ioProc), "AudioDeviceStop");
+        logFailure(hardware.destroyIOProcID(aggregateDevice, ioProc), "AudioDeviceDestroyIOProcID");
+    }
+    if (aggregateDevice != kAudioObjectUnknown)
+        logFailure(hardware.destroyAggregateDevice(aggregateDevice), "AudioHardwareDestroyAggregateDevice");
+    if (tap != kAudioObjectUnknown)
+        logFailure(hardware.destroyProcessTap(tap), "AudioHardwareDestroyProcessTap");
+    // Only now can the callback no longer run.
+    handles.context.reset();
+    handles.snapshots.clear();
+}
+
+} // namespace vello

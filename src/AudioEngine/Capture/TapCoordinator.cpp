@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Capture/TapCoordinator.h"
+
+#include "AudioEngine/Capture/CoreAudioSupport.h"
+#include "AudioEngine/Capture/CrashGuard.h"
+#include "Foundation/Product.h"
+
+#include <chrono>
+#include <ranges>
+#include <utility>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kFullRebuildDebounce = 300ms;
+constexpr auto kSourceRebuildDebounce = 300ms;
+constexpr auto kSourceRebuildCooldown = 5s;
+constexpr auto kChosenOutputPeriod = 1s; ///< a device that comes and goes must not cause a storm
+
+TapCoordinator::TapStage stageOf(const ProcessTap& tap) {
+    if (!tap.realtimeContext())
+        return TapCoordinator::TapStage::starting;
+    return tap.isStillConnecting() ? TapCoordinator::TapStage::connecting : TapCoordinator::TapStage::running;
+}
+
+} // namespace
+
+TapCoordinator::TapCoordinator(AudioHardware& hardware, MainThread& mainThread, SystemLog& log,
+                               TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider,
+                               const BlockKernelChoice& kernel)
+    : services_{hardware, mainThread, log, teardownQueue, kernel.chosen.kernel}, kernel_(kernel),
+      settingsProvider_(std::move(settingsProvider)), logger_(log, kBundleIdentifier, "TapCoordinator"),
+      watchdog_(*this, mainThread, log),
+      deviceObservers_(hardware, log,
+                       {[this] { scheduleFullRebuild("default output device changed"); },
+                        [this] { scheduleFullRebuild("output sample rate changed"); },
+                        [this] { useChosenOutputs(); }}),
+      chosenOutputRebuilds_(mainThread, kChosenOutputPeriod,
+                            [this](const std::string& sourceID) { rebuildForChosenOutput(sourceID); }) {}
+
+TapCoordinator::~TapCoordinator() {
+    destroyAll();
+}
+
+void TapCoordinator::start() {
+    CrashGuard::install(services_.hardware);
+    logRefusedKernels();
+    sweepOrphanedAggregates();
+    deviceObservers_.start();
+    watchdog_.start();
+}
+
+void TapCoordinator::logRefusedKernels() const {
+    if (!kernel_.refused.empty())
+        logger_.error(kernel_.complaint());
+}
+
+void TapCoordinator::teardownAll() {
+    // What the monitor or a device still reports on the way out must not bring a tap back.
+    isEnabled_ = false;
+    watchdog_.stop();
+    deviceObservers_.stop();
+    rebuildDebounceTask_.reset();
+    sourceRebuildTasks_.clear();
+    sourceRebuildCooldownUntil_.clear();
+    chosenOutputRebuilds_.clear();
+    destroyAll();
+    services_.teardownQueue.drain();
+}
+
+// What the owner tells
+
+void TapCoordinator::setEnabled(bool isEnabled) {
+    if (isEnabled == isEnabled_)
+        return;
+    isEnabled_ = isEnabled;
+    reconcile();
+}
+
+void TapCoordinator::updateGroups(const std::vector<AudioProcessGroup>& groups) {
+    groupsByID_.clear();
+    for (const AudioProcessGroup& group : groups)
+        groupsByID_.insert_or_assign(group.id, group);
+    reconcile();
+}
+
+void TapCoordinator::setFocusedSource(std::optional<std::string> sourceID) {
+    if (sourceID == focusedSourceID_)
+        return;
+    focusedSourceID_ = std::move(sourceID);
+    reconcile();
+}
+
+void TapCoordinator::settingsDidChange(const std::string& sourceID) {
+    // Every application may use the system-wide settings.
+    const auto changed = sourceID == kSystemSourceID ? tapKeys() : std::vector{sourceID};
+    for (const std::string& changedID : changed)
+        applyOrRecreate(changedID);
+    reconcile();
+}
+
+void TapCoordinator::applyOrRecreate(const std::string& sourceID) {
+    const auto found = taps_.find(sourceID);
+    if (found == taps_.end())
+        return;
+    const EQSettings effective = effectiveSettings(sourceID);
+    if (found->second->outputDeviceUID() == effective.outputDeviceUID)
+        return found->second->applySettings(effective);
+    // The aggregate device is built around its output device.
+    destroy(sourceID);
+    reconcile();
+}
+
+EQSettings TapCoordinator::effectiveSettings(const std::string& sourceID) const {
+    const EQSettings own = settingsProvider_(sourceID);
+    const bool isSystem = sourceID == kSystemSourceID;
+    const EQSettings system = isSystem ? own : settingsProvider_(std::string(kSystemSourceID));
+    return EQSettings::effective(own, system, isSystem);
+}
+
+void TapCoordinator::publishTapStates() {
+    TapStates states;
+    for (const auto& [sourceID, tap] : taps_)
+        states[sourceID] = {stageOf(*tap), tap->resolvedOutputDeviceUID()};
+    tapStates_.set(std::move(states));
+}
+
+void TapCoordinator::checkConnections() {
+    for (const auto& [sourceID, tap] : taps_)
+        tap->checkConnection();
+    publishTapStates();
+}
+
+std::vector<TapCoordinator::WatchdogEntry> TapCoordinator::watchdogEntries() const {
+    std::vector<WatchdogEntry> entries;
+    for (const auto& [sourceID, tap] : taps_)
+        entries.push_back({sourceID, tap, groupsByID_.contains(sourceID)});
+    return entries;
+}
+
+// Taps come and go
+
+std::vector<std::string> TapCoordinator::tapKeys() const {
+    const auto keys = std::views::keys(taps_);
+    return {keys.begin(), keys.end()};
+}
+
+void TapCoordinator::reconcile() {
+    if (!isEnabled_)
+        return destroyAll();
+    destroyUndesired();
+    for (const auto& [sourceID, group] : groupsByID_)
+        reconcileGroup(group);
+}
+
+void TapCoordinator::destroyUndesired() {
+    for (const std::string& sourceID : tapKeys())
+        if (!groupsByID_.contains(sourceID))
+            destroy(sourceID);
+}
+
+void TapCoordinator::reconcileGroup(const AudioProcessGroup& group) {
+    const bool hasTap = taps_.contains(group.id);
+    const auto snapshot = tapGroupSnapshots_.find(group.id);
+    if (hasTap && snapshot != tapGroupSnapshots_.end() && snapshot->second == group)
+        return;
+    if (hasTap)
+        destroy(group.id);
+    create(group.id, ProcessTap::Processes{group.objectIDs}, group.displayName);
+    tapGroupSnapshots_.insert_or_assign(group.id, group);
+}
+
+void TapCoordinator::destroyAll() {
+    for (const std::string& sourceID : tapKeys())
+        destroy(sourceID);
+}
+
+void TapCoordinator::destroy(const std::string& sourceID) {
+    activationTasks_.erase(sourceID);
+    sourceRebuildTasks_.erase(sourceID);
+    if (const auto tap = taps_.extract(sourceID))
+        tap.mapped()->invalidate();
+    tapGroupSnapshots_.erase(sourceID);
+    watchdog_.forgetMisses(sourceID);
+    publishTapStates();
+}
+
+void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target target,
+                            const std::string& label) {
+    const auto tap =
+        std::make_shared<ProcessTap>(services_, std::move(target), label, effectiveSettings(sourceID));
+    tap->setOnStreamFormatChange([this, sourceID] { scheduleSourceRebuild(sourceID, "tap format changed"); });
+    tap->setOnAppOutputDeviceChange(
+        [this, sourceID] { scheduleSourceRebuild(sourceID, "app moved its output device"); });
+    tap->setOnConnectionChange([this] { publishTapStates(); });
+    taps_.insert_or_assign(sourceID, tap);
+    startActivation(sourceID, tap);
+    publishTapStates();
+}
+
+/// The coordinator invalidates every tap before it goes, and a tap reports no failure once it is invalidated
+/// by others: no action outlives the coordinator.
+void TapCoordinator::startActivation(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap) {
+    activationTasks_[sourceID] =
+        services_.mainThread.after(0ms, [this, sourceID, weakTap = std::weak_ptr(tap)] {
+            const auto activating = weakTap.lock();
+            if (!activating)
+                return;
+            activating->activate([this, sourceID, weakTap](const std::optional<CoreAudioError>& error) {
+                if (error)
+                    activationFailed(sourceID, weakTap.lock(), *error);
+                else if (const auto activated = weakTap.lock(); activated && !activated->isInvalidated())
+                    publishTapStates();
+            });
+        });
+}
+
+void TapCoordinator::activationFailed(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap,
+                                      const CoreAudioError& error) {
+    logger_.error("Tap activation failed for " + tap->label() + ": " + error.description());
+    tap->invalidate();
+    const auto current = taps_.find(sourceID);
+    if (current == taps_.end() || current->second != tap)
+        return;
+    taps_.erase(current);
+    tapGroupSnapshots_.erase(sourceID);
+    publishTapStates();
+}
+
+// Rebuilds
+
+void TapCoordinator::scheduleFullRebuild(std::string reason) {
+    rebuildDebounceTask_ = services_.mainThread.after(
+        kFullRebuildDebounce, [this, reason = std::move(reason)] { performFullRebuild(reason); });
+}
+
+void TapCoordinator::performFullRebuild(const std::string& reason) {
+    logger_.notice("Full tap rebuild: " + reason);
+    destroyAll();
+    deviceObservers_.followDefaultDevice();
+    reconcile();
+}
+
+void TapCoordinator::scheduleSourceRebuild(const std::string& sourceID, const std::string& reason) {
+    sourceRebuildTasks_[sourceID] = services_.mainThread.after(
+        kSourceRebuildDebounce, [this, sourceID, reason] { waitForCooldown(sourceID, reason); });
+}
+
+void TapCoordinator::waitForCooldown(const std::string& sourceID, const std::string& reason) {
+    const auto cooldown = sourceRebuildCooldownUntil_.find(sourceID);
+    const auto now = services_.mainThread.now();
+    if (cooldown == sourceRebuildCooldownUntil_.end() || cooldown->second <= now)
+        return performSourceRebuild(sourceID, reason);
+    sourceRebuildTasks_[sourceID] = services_.mainThread.after(
+        cooldown->second - now, [this, sourceID, reason] { performSourceRebuild(sourceID, reason); });
+}
+
+/// The texts come by value: destroying the source drops the task that brought them.
+void TapCoordinator::performSourceRebuild(std::string sourceID, std::string reason) {
+    const auto now = services_.mainThread.now();
+    std::erase_if(sourceRebuildCooldownUntil_, [now](const auto& entry) { return entry.second <= now; });
+    sourceRebuildCooldownUntil_[sourceID] = now + kSourceRebuildCooldown;
+    logger_.notice("Rebuilding tap for " + sourceID + ": " + reason);
+    destroy(sourceID);
+    reconcile();
+}
+
+// Devices
+
+void TapCoordinator::useChosenOutputs() {
+    for (const std::string& sourceID : tapKeys()) {
+        const auto found = taps_.find(sourceID);
+        if (found != taps_.end() && chosenOutputHasCome(*found->second))
+            chosenOutputRebuilds_.request(sourceID);
+    }
+}
+
+/// The tap had to begin on another device, because the one that the user chose was not there.
+bool TapCoordinator::chosenOutputHasCome(const ProcessTap& tap) const {
+    const auto& chosen = tap.outputDeviceUID();
+    const auto& used = tap.resolvedOutputDeviceUID();
+    return chosen && used && chosen != used &&
+           attempt([&] { return readOutputDevice(services_.hardware, *chosen); }).has_value();
+}
+
+/// By the time that this runs the device may have gone again.
+void TapCoordinator::rebuildForChosenOutput(const std::string& sourceID) {
+    const auto found = taps_.find(sourceID);
+    if (found == taps_.end() || !chosenOutputHasCome(*found->second))
+        return;
+    logger_.notice("Rebuilding tap for " + sourceID + ": its chosen output is there");
+    destroy(sourceID);
+    reconcile();
+}
+
+void TapCoordinator::sweepOrphanedAggregates() {
+    const auto devices = attempt([this] {
+        return readObjectIDList(services_.hardware, kAudioObjectSystemObject, kAudioHardwarePropertyDevices,
+                                kAudioObjectPropertyScopeGlobal);
+    });
+    for (const AudioObjectID device : devices.value_or(std::vector<AudioObjectID>{})) {
+        const auto name =
+            attempt([&] { return readString(services_.hardware, device, kAudioObjectPropertyName); });
+        if (name && isOwnAggregateName(*name))
+            destroyOrphan(device, *name);
+    }
+}
+
+void TapCoordinator::destroyOrphan(AudioObjectID device, const std::string& name) {
+    logger_.notice("Destroying orphaned aggregate from a previous run: " + name);
+    const OSStatus status = services_.hardware.destroyAggregateDevice(device);
+    if (status != kAudioHardwareNoError)
+        logger_.error("Failed to destroy orphaned aggregate " + name + ": " + std::to_string(status));
+}
+
+} // namespace vello

@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Controller/AudioController.h"
+
+#include "Foundation/DisplayText.h"
+#include "Foundation/Localization.h"
+
+#include <algorithm>
+#include <chrono>
+#include <set>
+#include <utility>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kMeterPeriod = 33ms;
+
+/// Sources that are known by a process number only are never saved: tomorrow that number is another's.
+constexpr std::string_view kProcessSourcePrefix = "pid.";
+
+AppAudioSource systemSource() {
+    return {std::string(kSystemSourceID), std::nullopt, localized("System"), std::nullopt};
+}
+
+AppAudioSource sourceOf(const AudioProcessGroup& group) {
+    const auto pid = group.representativePID > 0 ? std::optional(group.representativePID) : std::nullopt;
+    return {group.id, pid, group.displayName, group.bundleID};
+}
+
+/// All of `primary`, then what `secondary` has beyond its names.
+std::vector<UserEQPreset> mergePresets(const std::vector<UserEQPreset>& primary,
+                                       const std::vector<UserEQPreset>& secondary) {
+    std::set<std::string_view> names;
+    for (const UserEQPreset& preset : primary)
+        names.insert(preset.name);
+    std::vector<UserEQPreset> merged = primary;
+    std::ranges::copy_if(secondary, std::back_inserter(merged),
+                         [&](const UserEQPreset& preset) { return !names.contains(preset.name); });
+    return merged;
+}
+
+template <class Map> auto valueIn(const Map& map, std::string_view key) {
+    const auto found = map.find(key);
+    return found == map.end() ? std::nullopt : std::optional(found->second);
+}
+
+} // namespace
+
+AudioController::AudioController(const AudioControllerPorts& ports,
+                                 const std::filesystem::path& applicationSupportFolder)
+    : mainThread_(ports.mainThread), applicationEvents_(ports.applicationEvents),
+      capturePermission_(ports.captureAuthorization, ports.applicationEvents, ports.mainThread),
+      processMonitor_(ports.audioHardware, ports.mainThread, ports.runningApplications, ports.systemLog),
+      exemptStreams_(ports.audioHardware, ports.runningApplications),
+      outputRoutes_(ports.audioHardware, ports.systemLog),
+      settingsStore_(applicationSupportFolder, ports.mainThread, ports.systemLog),
+      presetCloudStore_(ports.keyValueStore, ports.systemLog),
+      tapCoordinator_(ports.audioHardware, ports.mainThread, ports.systemLog, teardownQueue_,
+                      [this](const std::string& sourceID) { return settings(sourceID); }) {
+    loadStored();
+    observeOtherMachines();
+    tapCoordinator_.start();
+    syncCoordinatorEnabled();
+    outputRoutes_.start();
+    observeProcesses();
+    applicationEvents_.onWillTerminate([this] { willTerminate(); });
+    // Without a panel nobody else would notice that the user allowed the capture.
+    permissionObservation_ = capturePermission_.status().observe([this](auto) { permissionStatusChanged(); });
+}
+
+AudioController::~AudioController() {
+    applicationEvents_.onWillTerminate(nullptr);
+}
+
+// The beginning and the end
+
+void AudioController::loadStored() {
+    StoredSettings stored = settingsStore_.load();
+    settingsBySourceID_.set(std::move(stored.sources));
+    const auto shared = presetCloudStore_.load();
+    userPresets_.set(shared ? mergePresets(*shared, stored.userPresets) : std::move(stored.userPresets));
+}
+
+void AudioController::observeOtherMachines() {
+    presetCloudStore_.setOnExternalChange([this](const PresetCloudStore::Presets& presets) {
+        userPresets_.set(mergePresets(presets, userPresets_.value()));
+        settingsStore_.scheduleSave(persistable());
+    });
+    presetCloudStore_.startObserving();
+}
+
+void AudioController::observeProcesses() {
+    processMonitor_.setOnChange(
+        [this](const AudioProcessMonitor::Groups& groups) { applyProcessGroups(groups); });
+    syncDownmixedSources();
+    processMonitor_.start();
+    applyProcessGroups(processMonitor_.groups());
+}
+
+void AudioController::willTerminate() {
+    isTerminating_ = true;
+    tapCoordinator_.teardownAll();
+    outputRoutes_.stop();
+    settingsStore_.flush(persistable());
+}
+
+// Taps
+
+/// Nothing that still happens on the way out may bring a tap back.
+void AudioController::syncCoordinatorEnabled() {
+    const bool isEnabled = isProcessingEnabled_.value() && !isTerminating_ &&
+                           capturePermission_.status().value() == AudioCapturePermission::Status::authorized;
+    if (isEnabled == tapCoordinator_.isEnabled())
+        return;
+    tapCoordinator_.setEnabled(isEnabled);
+    tapCoordinator_.reconcile();
+}
+
+void AudioController::setProcessingEnabled(bool isEnabled) {
+    if (isEnabled == isProcessingEnabled_.value())
+        return;
+    isProcessingEnabled_.set(isEnabled);
+    syncCoordinatorEnabled();
+}
+
+void AudioController::permissionStatusChanged() {
+    syncCoordinatorEnabled();
+}
+
+void AudioController::applyProcessGroups(const AudioProcessMonitor::Groups& groups) {
+    std::vector<AppAudioSource> sources{systemSource()};
+    std::ranges::transform(groups, std::back_inserter(sources), sourceOf);
+    std::set<std::string, std::less<>> ids;
+    for (const AppAudioSource& source : sources)
+        ids.insert(source.id);
+    sources_.set(std::move(sources));
+    meters_.keepOnly([&](const std::string& sourceID) { return ids.contains(sourceID); });
+    tapCoordinator_.updateGroups(groups);
+}
+
+void AudioController::syncDownmixedSources() {
+    AudioProcessMonitor::SourceIDs sourceIDs;
+    for (const auto& [sourceID, settings] : settingsBySourceID_.value())
+        if (settings.downmixesSurround)
+            sourceIDs.insert(sourceID);
+    processMonitor_.setDownmixedSources(std::move(sourceIDs));
+}
+
+void AudioController::setActiveSource(std::optional<std::string> sourceID) {
+    if (sourceID == activeSourceID_.value())
+        return;
+    activeSourceID_.set(sourceID);
+    tapCoordinator_.setFocusedSource(std::move(sourceID));
+}
+
+// Settings and presets
+
+EQSettings AudioController::settings(std::string_view sourceID) const {
+    return valueIn(settingsBySourceID_.value(), sourceID).value_or(EQSettings{});
+}
+
+void AudioController::updateSettings(EQSettings settings, std::string sourceID) {
+    SettingsBySourceID changed = settingsBySourceID_.value();
+    changed.insert_or_assign(sourceID, std::move(settings));
+    settingsBySourceID_.set(std::move(changed));
+    tapCoordinator_.settingsDidChange(sourceID);
+    syncDownmixedSources();
+    settingsStore_.scheduleSave(persistable());
+}
+
+void AudioController::saveUserPreset(std::string_view name, std::span<const double> gains) {
+    UserEQPreset saved{std::string(trimmedWhiteSpace(name)), {gains.begin(), gains.end()}};
+    if (saved.name.empty() || gains.size() != EQSettings::bandCount)
+        return;
+    std::vector<UserEQPreset> presets = userPresets_.value();
+    std::erase_if(presets, [&](const UserEQPreset& preset) { return preset.name == saved.name; });
+    presets.push_back(std::move(saved));
+    userPresets_.set(std::move(presets));
+    settingsStore_.scheduleSave(persistable());
+    presetCloudStore_.save(userPresets_.value());
+}
+
+StoredSettings AudioController::persistable() const {
+    StoredSettings stored{settingsBySourceID_.value(), userPresets_.value()};
+    std::erase_if(stored.sources,
+                  [](const auto& entry) { return entry.first.starts_with(kProcessSourcePrefix); });
+    return stored;
+}
+
+// Output routes
+
+std::string AudioController::outputRouteName(const std::optional<std::string>& uid) const {
+    if (!uid)
+        return localized("Automatic");
+    const auto& routes = outputRoutes().value();
+    const auto route = std::ranges::find(routes, *uid, &AudioOutputRoute::id);
+    return route == routes.end() ? localized("Unavailable Output") : route->name;
+}
+
+// Meters
+
+std::optional<float> AudioController::level(std::string_view sourceID) const {
+    return valueIn(levels().value(), sourceID);
+}
+
+std::optional<TempoEstimate> AudioController::tempo(std::string_view sourceID) const {
+    return valueIn(tempoEstimates().value(), sourceID);
+}
+
+void AudioController::startMeterUpdates() {
+    if (!meterUpdateTask_)
+        scheduleMeterTick();
+}
+
+void AudioController::stopMeterUpdates() {
+    meterUpdateTask_.reset();
+}
+
+/// The next tick is timed from the end of this one, so that a slow machine still gets to other work.
+void AudioController::scheduleMeterTick() {
+    meterUpdateTask_ = mainThread_.after(kMeterPeriod, [this] {
+        meters_.update(tapCoordinator_.taps(), activeSourceID_.value(), mainThread_.now());
+        // Whoever was told may have stopped the updates.
+        if (meterUpdateTask_)
+            scheduleMeterTick();
+    });
+}
+
+} // namespace vello

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/Capture/CoreAudioPropertyObserver.h"
+#include "Foundation/Published.h"
+#include "Models/AudioOutputRoute.h"
+#include "Ports/AudioHardware.h"
+#include "Ports/SystemLog.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace vello {
+
+/// The outputs that the user can choose, as devices come, go, change their names or become the default one.
+/// Main thread only.
+class OutputRoutes {
+public:
+    /// Both outlive the object.
+    OutputRoutes(AudioHardware& hardware, SystemLog& log) : hardware_(hardware), log_(log) {}
+    ~OutputRoutes();
+    OutputRoutes(const OutputRoutes&) = delete;
+    OutputRoutes& operator=(const OutputRoutes&) = delete;
+
+    /// Reads them at once and begins to listen.
+    void start();
+    /// Listens no more; the routes stay as they are.
+    void stop();
+
+    /// The default one first, see readOutputRoutes().
+    const Published<std::vector<AudioOutputRoute>>& routes() const { return routes_; }
+
+private:
+    using Observer = std::unique_ptr<CoreAudioPropertyObserver>;
+
+    Observer observe(AudioObjectID object, FourCharCode selector);
+    void readAgain();
+    void observeNames();
+    void keepNamesOf(const std::vector<AudioObjectID>& devices);
+    bool isOwnAggregate(AudioObjectID device) const;
+
+    AudioHardware& hardware_;
+    SystemLog& log_;
+    Published<std::vector<AudioOutputRoute>> routes_;
+    Observer devices_;
+    Observer defaultDevice_;
+    std::map<AudioObjectID, Observer> names_; ///< by device
+};
+
+} // namespace vello

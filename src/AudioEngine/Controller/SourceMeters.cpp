@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Controller/SourceMeters.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr float kSilence = 0.0001F;
+constexpr auto kLevelHold = 500ms;
+constexpr auto kTempoPeriod = 500ms;
+constexpr auto kTempoHold = 4s;
+constexpr float kSpectrumDecay = 0.8F;
+
+/// Up at once, down by and by.
+SpectrumAnalyzer::Levels smoothed(SpectrumAnalyzer::Levels spectrum, const SpectrumAnalyzer::Levels& newest) {
+    for (std::size_t band = 0; band < spectrum.size(); ++band)
+        spectrum[band] = spectrum[band] < newest[band]
+                             ? newest[band]
+                             : kSpectrumDecay * spectrum[band] + (1 - kSpectrumDecay) * newest[band];
+    return spectrum;
+}
+
+SpectrumAnalyzer::Levels decayed(SpectrumAnalyzer::Levels spectrum) {
+    for (float& level : spectrum)
+        level *= kSpectrumDecay;
+    return spectrum;
+}
+
+} // namespace
+
+void SourceMeters::update(const TapCoordinator::Taps& taps, const std::optional<std::string>& activeSourceID,
+                          MainThread::Instant now) {
+    forgetAllBut([&](const std::string& sourceID) { return taps.contains(sourceID); });
+    Levels levels;
+    for (const auto& [sourceID, tap] : taps)
+        if (const auto level = measure(sourceID, *tap, now))
+            levels.emplace_hint(levels.end(), sourceID, *level);
+    const auto magnitudes = analyze(taps, activeSourceID);
+    // Only now, since whoever is told may change the taps.
+    publishTempo();
+    levels_.set(std::move(levels));
+    spectrum_.set(magnitudes ? smoothed(spectrum_.value(), *magnitudes) : decayed(spectrum_.value()));
+}
+
+void SourceMeters::keepOnly(const Predicate& isKept) {
+    forgetAllBut(isKept);
+    publishTempo();
+    Levels levels = levels_.value();
+    std::erase_if(levels, [&](const auto& entry) { return !isKept(entry.first); });
+    levels_.set(std::move(levels));
+}
+
+void SourceMeters::forgetAllBut(const Predicate& isKept) {
+    std::erase_if(memories_, [&](const auto& entry) { return !isKept(entry.first); });
+    std::erase_if(tempo_, [&](const auto& entry) { return !isKept(entry.first); });
+}
+
+/// The level to be shown; nothing for a source that reads as silent.
+std::optional<float> SourceMeters::measure(const std::string& sourceID, const ProcessTap& tap,
+                                           MainThread::Instant now) {
+    if (!tap.realtimeContext())
+        return std::nullopt;
+    const float level = std::min(1.0F, tap.realtimeContext()->level());
+    Memory& memory = memories_[sourceID];
+    if (level > kSilence) {
+        memory.lastAudibleAt = now;
+        updateTempo(sourceID, tap, memory, now);
+        return level;
+    }
+    if (memory.lastAudibleAt && now - *memory.lastAudibleAt <= kLevelHold)
+        return level;
+    forgetTempo(sourceID, memory);
+    return std::nullopt;
+}
+
+void SourceMeters::updateTempo(const std::string& sourceID, const ProcessTap& tap, Memory& memory,
+                               MainThread::Instant now) {
+    if (memory.lastTempoAnalysisAt && now - *memory.lastTempoAnalysisAt < kTempoPeriod)
+        return;
+    memory.lastTempoAnalysisAt = now;
+    const TapRealtimeContext& context = *tap.realtimeContext();
+    if (const auto estimate =
+            tempoAnalyzer_.estimate(context.ringBuffer, tap.sampleRate(), context.channelCount)) {
+        tempo_.insert_or_assign(sourceID, *estimate);
+        memory.lastTempoDetectedAt = now;
+    } else if (!memory.lastTempoDetectedAt || now - *memory.lastTempoDetectedAt > kTempoHold) {
+        tempo_.erase(sourceID);
+        memory.lastTempoDetectedAt.reset();
+    }
+}
+
+void SourceMeters::forgetTempo(const std::string& sourceID, Memory& memory) {
+    tempo_.erase(sourceID);
+    memory.lastTempoAnalysisAt.reset();
+    memory.lastTempoDetectedAt.reset();
+}
+
+std::optional<SpectrumAnalyzer::Levels>
+SourceMeters::analyze(const TapCoordinator::Taps& taps, const std::optional<std::string>& activeSourceID) {
+    const auto found = activeSourceID ? taps.find(*activeSourceID) : taps.end();
+    if (found == taps.end() || !found->second->realtimeContext())
+        return std::nullopt;
+    const TapRealtimeContext& context = *found->second->realtimeContext();
+    return spectrumAnalyzer_.bandMagnitudes(context.ringBuffer, found->second->sampleRate(),
+                                            context.channelCount);
+}
+
+/// Most updates change no estimate, and then nothing is copied.
+void SourceMeters::publishTempo() {
+    if (tempo_ != tempoEstimates_.value())
+        tempoEstimates_.set(tempo_);
+}
+
+} // namespace vello

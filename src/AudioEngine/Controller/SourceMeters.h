@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/Analysis/SpectrumAnalyzer.h"
+#include "AudioEngine/Analysis/TempoAnalyzer.h"
+#include "AudioEngine/Capture/TapCoordinator.h"
+#include "Foundation/Published.h"
+#include "Ports/MainThread.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace vello {
+
+/// What the eye is shown of the sound that the taps carry: levels, the spectrum of one source and tempo.
+/// Main thread only. It shows nothing by itself: the owner calls update() as often as somebody looks.
+class SourceMeters {
+public:
+    using Levels = std::map<std::string, float, std::less<>>;
+    using TempoEstimates = std::map<std::string, TempoEstimate, std::less<>>;
+    using Predicate = std::function<bool(const std::string& sourceID)>;
+
+    /// 0 to 1, of the sources that are heard; a source without an entry is silent. A source that falls silent
+    /// keeps an entry, with what its tap measures, for half a second.
+    const Published<Levels>& levels() const { return levels_; }
+    /// Of the active source. It rises at once and falls by a fifth of the difference with each update.
+    const Published<SpectrumAnalyzer::Levels>& spectrum() const { return spectrum_; }
+    /// Of the sources that are heard, looked for twice a second; an estimate holds for 4 s in which there is
+    /// no new one.
+    const Published<TempoEstimates>& tempoEstimates() const { return tempoEstimates_; }
+
+    /// Reads the taps once. `activeSourceID` is the source whose spectrum is shown.
+    void update(const TapCoordinator::Taps& taps, const std::optional<std::string>& activeSourceID,
+                MainThread::Instant now);
+    /// Drops all that is known of every other source.
+    void keepOnly(const Predicate& isKept);
+
+private:
+    struct Memory {
+        std::optional<MainThread::Instant> lastAudibleAt;
+        std::optional<MainThread::Instant> lastTempoAnalysisAt;
+        std::optional<MainThread::Instant> lastTempoDetectedAt;
+    };
+
+    void forgetAllBut(const Predicate& isKept);
+    std::optional<float> measure(const std::string& sourceID, const ProcessTap& tap, MainThread::Instant now);
+    void updateTempo(const std::string& sourceID, const ProcessTap& tap, Memory& memory,
+                     MainThread::Instant now);
+    void forgetTempo(const std::string& sourceID, Memory& memory);
+    std::optional<SpectrumAnalyzer::Levels> analyze(const TapCoordinator::Taps& taps,
+                                                    const std::optional<std::string>& activeSourceID);
+    void publishTempo();
+
+    Published<Levels> levels_;
+    Published<SpectrumAnalyzer::Levels> spectrum_;
+    Published<TempoEstimates> tempoEstimates_;
+    SpectrumAnalyzer spectrumAnalyzer_;
+    TempoAnalyzer tempoAnalyzer_;
+    std::map<std::string, Memory, std::less<>> memories_;
+    TempoEstimates tempo_; ///< becomes tempoEstimates_ at the end of each update
+};
+
+} // namespace vello

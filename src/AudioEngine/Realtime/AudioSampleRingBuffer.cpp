@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Realtime/AudioSampleRingBuffer.h"
+
+#include "Foundation/Precondition.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace vello {
+
+AudioSampleRingBuffer::AudioSampleRingBuffer(std::size_t capacityPowerOfTwo)
+    : capacity_(capacityPowerOfTwo), mask_(capacityPowerOfTwo - 1) {
+    precondition(std::has_single_bit(capacityPowerOfTwo), "capacity of a sample ring is a power of two");
+    storage_ = std::make_unique<float[]>(capacity_);
+}
+
+void AudioSampleRingBuffer::write(const float* samples, std::size_t count) noexcept VELLO_REALTIME {
+    if (count < 1 || count > capacity_)
+        return;
+    const std::size_t cursor = writeCursor_.load(std::memory_order_relaxed);
+    const std::size_t position = cursor & mask_;
+    const std::size_t untilWrap = std::min(count, capacity_ - position);
+    std::memcpy(storage_.get() + position, samples, untilWrap * sizeof(float));
+    if (untilWrap < count)
+        std::memcpy(storage_.get(), samples + untilWrap, (count - untilWrap) * sizeof(float));
+    writeCursor_.store(cursor + count, std::memory_order_release);
+}
+
+void AudioSampleRingBuffer::prefetch(std::size_t count) const noexcept VELLO_REALTIME {
+    constexpr std::size_t samplesPerLine = 64 / sizeof(float);
+    constexpr std::size_t worthwhile = 4096; // of more, the first would be gone again before they are written
+    const std::size_t cursor = writeCursor_.load(std::memory_order_relaxed);
+    for (std::size_t i = 0; i < std::min(count, worthwhile); i += samplesPerLine)
+        __builtin_prefetch(storage_.get() + ((cursor + i) & mask_), 1);
+}
+
+std::optional<AudioSampleRingBuffer::Samples>
+AudioSampleRingBuffer::latest(std::size_t count) const noexcept {
+    if (count < 1 || count > capacity_)
+        return std::nullopt;
+    const std::size_t cursor = writeCursor_.load(std::memory_order_acquire);
+    if (cursor < count)
+        return std::nullopt;
+    const std::size_t position = (cursor - count) & mask_;
+    const std::size_t untilWrap = std::min(count, capacity_ - position);
+    return Samples{{storage_.get() + position, untilWrap}, {storage_.get(), count - untilWrap}};
+}
+
+bool AudioSampleRingBuffer::copyLatest(float* destination, std::size_t count) const noexcept {
+    const auto samples = latest(count);
+    if (!samples || destination == nullptr)
+        return false;
+    std::ranges::copy(samples->newer, std::ranges::copy(samples->older, destination).out);
+    return true;
+}
+
+} // namespace vello

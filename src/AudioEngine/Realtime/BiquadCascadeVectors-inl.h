@@ -1,0 +1,253 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The cascade of eight sections over a block, on the vectors of one instruction set. Included once for each
+// of them.
+//
+// Sections in series are a chain: each waits for the one before it. But section k may work on an older sample
+// than section k - 1 does, and then they can work at the same time, as the lanes of vectors.
+//
+// A pass takes the samples through as many sections as two vectors hold; more vectors would not stay in
+// registers. The channels of a frame sit side by side, and section k is place k / 2 of vector k % 2. The
+// outputs of the even vector are the inputs of the odd one as they stand; the odd one's move on by a place to
+// become inputs of the even one. Place 0 is the highest, so that a frame leaves by the lowest lanes, where it
+// is stored at no cost. Each section runs kSkew frames behind the one before it, so that nobody waits for a
+// result.
+//
+// A block has to leave no sample behind, so at its start the sections join one after the other, each with the
+// state that the block before left, and at its end they leave one after the other. That costs kDepth steps a
+// block.
+#if defined(VELLO_BIQUAD_CASCADE_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VELLO_BIQUAD_CASCADE_VECTORS_INL_H
+#undef VELLO_BIQUAD_CASCADE_VECTORS_INL_H
+#else
+#define VELLO_BIQUAD_CASCADE_VECTORS_INL_H
+#endif
+
+#include "AudioEngine/Realtime/BiquadCascade.h"
+#include "SectionVectors-inl.h"
+
+#include <hwy/highway.h>
+
+#include <array>
+#include <cstddef>
+#include <utility>
+
+HWY_BEFORE_NAMESPACE();
+namespace vello {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// One pass from `in` to `out`, which may be the same, through the sections from `first` on; more than kDepth
+/// frames.
+template <class D, std::size_t kChannels, std::size_t kVectors, class In, class Out> class Pass {
+    using L = Layout<D, kChannels, kVectors>;
+
+public:
+    /// About the time from a section's input to its output over that of a step: a step on wide vectors takes
+    /// longer. Too little makes sections wait, too much costs every block; measured with vello_dsp_benchmark.
+    static constexpr std::size_t kSkew = kVectors == 1 ? 6 : L::kLanes == 8 ? 4 : L::kLanes == 4 ? 8 : 6;
+    static constexpr std::size_t kDepth = (L::kSections - 1) * kSkew;
+
+    HWY_INLINE Pass(const BiquadSetup& setup, CascadeState* states, std::size_t first, const In* in, Out* out,
+                    std::size_t frames)
+        : states_(states), first_(first), in_(in), out_(out), frames_(frames) {
+        L::load(same(setup.excess), first, even_.excess, odd_.excess);
+        L::load(same(setup.a1), first, even_.a1, odd_.a1);
+        L::load(same(setup.a2), first, even_.a2, odd_.a2);
+        L::load(each<const double>(&CascadeState::differences, 0), first, even_.w1, odd_.w1);
+        L::load(each<const double>(&CascadeState::differences, 1), first, even_.w2, odd_.w2);
+        L::load(each<const double>(&CascadeState::histories, 0), first, even_.x1, odd_.x1);
+        L::load(each<const double>(&CascadeState::histories, 1), first, even_.x2, odd_.x2);
+        clear(Steps());
+    }
+
+    HWY_INLINE void run() {
+        joinAll();
+        advance();
+        leaveAll();
+    }
+
+private:
+    using Vector = typename L::Vector;
+    using Steps = std::make_index_sequence<kSkew>;
+    // A compiler keeps an array in registers only where it knows every index, so loops over steps are written
+    // out.
+    using Line = Vector[kSkew];
+
+    static HWY_INLINE auto same(const std::array<double, kSectionCount>& values) {
+        typename L::ConstantValues all;
+        all.fill(values.data());
+        return all;
+    }
+    template <class Value, std::size_t kCount>
+    HWY_INLINE std::array<Value*, kChannels> each(double (CascadeState::*values)[2][kCount],
+                                                  std::size_t age) const {
+        std::array<Value*, kChannels> pointers;
+        for (std::size_t c = 0; c < kChannels; ++c)
+            pointers[c] = (states_[c].*values)[age];
+        return pointers;
+    }
+    HWY_INLINE Vector load(std::size_t frame) const { return L::loadFrame(in_ + frame * kChannels); }
+    HWY_INLINE void store(Vector outputs, std::size_t frame) const {
+        L::storeFrame(outputs, out_ + frame * kChannels);
+    }
+
+    /// Each section in turn takes up the state that the last block left.
+    HWY_INLINE void joinAll() {
+        const Sections<D> even = even_;
+        const Sections<D> odd = odd_;
+        std::size_t frame = 0;
+        if constexpr (kVectors == 2) {
+            enterEven(frame, Steps());
+            frame += kSkew;
+        }
+#pragma GCC unroll 8 // every mask is a constant then
+        for (std::size_t place = 1; place < L::kPlaces; ++place) {
+            enter(frame, Steps());
+            frame += kSkew;
+            even_.takeState(L::onlyPlace(place), even);
+            if constexpr (kVectors == 2) {
+                enter(frame, Steps());
+                frame += kSkew;
+                odd_.takeState(L::onlyPlace(place), odd);
+            }
+        }
+    }
+
+    HWY_INLINE void advance() {
+        std::size_t frame = kDepth;
+        for (; frame + kSkew <= frames_; frame += kSkew)
+            pass(frame, Steps());
+        passRest<0>(frame);
+    }
+
+    /// Each section in turn is done; its state is final.
+    HWY_INLINE void leaveAll() {
+        Sections<D> even = even_;
+        Sections<D> odd = odd_;
+        std::size_t frame = frames_ - kDepth;
+#pragma GCC unroll 8
+        for (std::size_t place = 1; place < L::kPlaces; ++place) {
+            if constexpr (kVectors == 2) {
+                drain(frame, Steps());
+                frame += kSkew;
+                odd.takeState(L::onlyPlace(place - 1), odd_);
+            }
+            drain(frame, Steps());
+            frame += kSkew;
+            even.takeState(L::onlyPlace(place), even_);
+        }
+        if constexpr (kVectors == 2) {
+            drainOdd(frame, Steps());
+            odd.takeState(L::onlyPlace(L::kPlaces - 1), odd_);
+        }
+        L::store(even.w1, odd.w1, each<double>(&CascadeState::differences, 0), first_);
+        L::store(even.w2, odd.w2, each<double>(&CascadeState::differences, 1), first_);
+        L::store(even.x1, odd.x1, each<double>(&CascadeState::histories, 0), first_);
+        L::store(even.x2, odd.x2, each<double>(&CascadeState::histories, 1), first_);
+    }
+
+    /// A step of every section; returns its outputs, whose last place is a finished frame. Inputs are the
+    /// outputs of kSkew steps before, that is of the last step with the same i.
+    template <std::size_t i> HWY_INLINE Vector step(Vector input) {
+        if constexpr (kVectors == 1) {
+            fromEven_[i] = even_.process(L::moveOn(fromEven_[i], input));
+            return fromEven_[i];
+        } else {
+            const Vector moved = L::moveOn(fromOdd_[i], input);
+            fromOdd_[i] = odd_.process(fromEven_[i]);
+            fromEven_[i] = even_.process(moved);
+            return fromOdd_[i];
+        }
+    }
+
+    template <std::size_t... i> HWY_INLINE void enter(std::size_t frame, std::index_sequence<i...>) {
+        (step<i>(load(frame + i)), ...);
+    }
+    template <std::size_t... i> HWY_INLINE void drain(std::size_t frame, std::index_sequence<i...>) {
+        (store(step<i>(hn::Zero(D())), frame + i), ...);
+    }
+    /// The same at the very start and end, where no other section has joined yet or is left.
+    template <std::size_t... i> HWY_INLINE void enterEven(std::size_t frame, std::index_sequence<i...>) {
+        ((fromEven_[i] = even_.process(L::moveOn(hn::Zero(D()), load(frame + i)))), ...);
+    }
+    template <std::size_t... i> HWY_INLINE void drainOdd(std::size_t frame, std::index_sequence<i...>) {
+        (store(odd_.process(fromEven_[i]), frame + i), ...);
+    }
+
+    template <std::size_t i> HWY_INLINE void passOne(std::size_t frame) {
+        store(step<i>(load(frame)), frame - kDepth);
+    }
+    template <std::size_t... i> HWY_INLINE void pass(std::size_t frame, std::index_sequence<i...>) {
+        (passOne<i>(frame + i), ...);
+    }
+    /// The frames that are left, less than kSkew.
+    template <std::size_t i> HWY_INLINE void passRest(std::size_t frame) {
+        if constexpr (i + 1 < kSkew) {
+            if (frame < frames_) {
+                passOne<i>(frame);
+                return passRest<i + 1>(frame + 1);
+            }
+        }
+        rotate<i>(fromEven_, Steps());
+        if constexpr (kVectors == 2)
+            rotate<i>(fromOdd_, Steps());
+    }
+    template <std::size_t kBy, std::size_t... i>
+    static HWY_INLINE void rotate(Line& line, std::index_sequence<i...>) {
+        const Line old = {line[i]...};
+        ((line[i] = old[(i + kBy) % kSkew]), ...);
+    }
+
+    template <std::size_t... i> HWY_INLINE void clear(std::index_sequence<i...>) {
+        ((fromEven_[i] = hn::Zero(D())), ...);
+        ((fromOdd_[i] = hn::Zero(D())), ...);
+    }
+
+    CascadeState* states_;
+    std::size_t first_;
+    const In* in_;
+    Out* out_;
+    std::size_t frames_;
+    Sections<D> even_, odd_;  ///< odd_ is unused where there is one vector
+    Line fromEven_, fromOdd_; ///< the outputs of the last steps
+};
+
+/// Samples are 32-bit floats only outside the cascade; between passes they wait in `scratch`.
+template <class D, std::size_t kChannels, std::size_t kVectors>
+HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
+                               double* scratch, std::size_t frames) {
+    constexpr std::size_t kSections = Layout<D, kChannels, kVectors>::kSections;
+    if constexpr (kSections == kSectionCount) {
+        Pass<D, kChannels, kVectors, float, float>(setup, states, 0, in, out, frames).run();
+    } else {
+        Pass<D, kChannels, kVectors, float, double>(setup, states, 0, in, scratch, frames).run();
+        std::size_t first = kSections;
+        for (; first + kSections < kSectionCount; first += kSections)
+            Pass<D, kChannels, kVectors, double, double>(setup, states, first, scratch, scratch, frames)
+                .run();
+        Pass<D, kChannels, kVectors, double, float>(setup, states, first, scratch, out, frames).run();
+    }
+}
+
+/// Filters interleaved samples from `in` to `out`, which may be the same. A block that is too short for
+/// sections to join and leave in turn goes through one section after the other.
+template <std::size_t kChannels>
+HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
+                       double* scratch, std::size_t frames) {
+    using D = hn::CappedTag<double, kSectionCount>;
+    constexpr std::size_t kVectors = hn::MaxLanes(D()) == kSectionCount * kChannels ? 1 : 2;
+    if (frames > Pass<D, kChannels, kVectors, float, float>::kDepth)
+        filterInPasses<D, kChannels, kVectors>(setup, states, in, out, scratch, frames);
+    else
+        filterInPasses<hn::CappedTag<double, kChannels>, kChannels, 1>(setup, states, in, out, scratch,
+                                                                       frames);
+    for (std::size_t c = 0; c < kChannels; ++c)
+        states[c].deriveLastOutputs();
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace vello
+HWY_AFTER_NAMESPACE();
+
+#endif

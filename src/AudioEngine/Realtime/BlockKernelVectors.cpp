@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The block kernel, compiled once for each instruction set that the processor may have.
+#include "AudioEngine/Realtime/BlockKernel.h"
+#include "AudioEngine/Realtime/BlockKernelTargets.h"
+
+#include <algorithm>
+#include <bit>
+#include <utility>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "BlockKernelVectors.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#ifndef VELLO_BLOCK_KERNEL_FOR
+#define VELLO_BLOCK_KERNEL_FOR
+namespace vello {
+/// The kernel of one instruction set; null where there is none.
+template <std::int64_t kTarget> constexpr BlockKernel blockKernelFor = nullptr;
+} // namespace vello
+#endif
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128 // plain code is what the reference is
+
+#include "BiquadCascadeVectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vello {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// The last pass: takes the samples of the frames from `first` on from `source`, multiplies, writes and
+/// measures them.
+template <bool kMultiplies, std::size_t kChannels>
+HWY_INLINE std::uint32_t deliver(const BlockJob& job, const float* source, std::size_t first,
+                                 std::size_t frames) {
+    constexpr std::uint32_t magnitude = 0x7FFFFFFFU;
+    const hn::ScalableTag<float> d;
+    const hn::RebindToSigned<decltype(d)> integers;
+    const std::size_t lanes = hn::Lanes(d);
+    const std::size_t count = frames * kChannels;
+    float* destination = job.destination + first * kChannels;
+
+    HWY_ALIGN float frameOfLane[hn::MaxLanes(d)];
+    for (std::size_t lane = 0; lane < lanes; ++lane)
+        frameOfLane[lane] = static_cast<float>(first + lane / kChannels);
+    auto frame = hn::Load(d, frameOfLane);
+    const auto framesPerVector = hn::Set(d, static_cast<float>(lanes / kChannels));
+    const auto start = hn::Set(d, job.gainStart);
+    const auto step = hn::Set(d, job.gainStep);
+    auto peaks = hn::Zero(integers);
+    std::size_t i = 0;
+    for (; lanes >= kChannels && i + lanes <= count; i += lanes) {
+        auto samples = hn::LoadU(d, source + i);
+        if constexpr (kMultiplies) {
+            samples = hn::Mul(samples, hn::Add(start, hn::Mul(frame, step)));
+            frame = hn::Add(frame, framesPerVector);
+        }
+        hn::StoreU(samples, d, destination + i);
+        peaks = hn::Max(peaks, hn::BitCast(integers, hn::Abs(samples)));
+    }
+    std::uint32_t peak = static_cast<std::uint32_t>(hn::GetLane(hn::MaxOfLanes(integers, peaks)));
+    for (; i < count; ++i) {
+        float sample = source[i];
+        if constexpr (kMultiplies)
+            sample *= job.gainStart + static_cast<float>(first + i / kChannels) * job.gainStep;
+        destination[i] = sample;
+        peak = std::max(peak, std::bit_cast<std::uint32_t>(sample) & magnitude);
+    }
+    return peak;
+}
+
+template <std::size_t kChannels>
+HWY_INLINE std::uint32_t deliver(const BlockJob& job, const float* source, std::size_t first,
+                                 std::size_t frames) {
+    return job.appliesGain ? deliver<true, kChannels>(job, source, first, frames)
+                           : deliver<false, kChannels>(job, source, first, frames);
+}
+
+template <std::size_t kChannels>
+std::uint32_t filterStretch(const BlockJob& job, std::size_t first, std::size_t frames) {
+    float* filtered = job.destination + first * kChannels;
+    filter<kChannels>(*job.setup, job.states, job.source + first * kChannels, filtered, job.scratch, frames);
+    return deliver<kChannels>(job, filtered, first, frames);
+}
+
+template <std::size_t kChannels> std::uint32_t runJob(const BlockJob& job) {
+    if (job.setup == nullptr)
+        return deliver<kChannels>(job, job.source, 0, job.frames);
+    std::uint32_t peak = 0;
+    for (std::size_t first = 0; first < job.frames; first += kScratchFrames)
+        peak = std::max(peak,
+                        filterStretch<kChannels>(job, first, std::min(kScratchFrames, job.frames - first)));
+    return peak;
+}
+
+std::uint32_t vectorBlockKernel(const BlockJob& job) {
+    switch (job.channelCount) {
+    case 1:
+        return runJob<1>(job);
+    case 2:
+        return runJob<2>(job);
+    default:
+        return referenceBlockKernel(job);
+    }
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace vello
+HWY_AFTER_NAMESPACE();
+
+namespace vello {
+template <> constexpr BlockKernel blockKernelFor<HWY_TARGET> = &HWY_NAMESPACE::vectorBlockKernel;
+} // namespace vello
+
+#endif
+
+#if HWY_ONCE
+namespace vello {
+
+namespace {
+
+/// In the order of Highway's numbers: the better an instruction set, the lower its number.
+template <std::size_t... bit>
+std::vector<BlockKernelVariant> vectorKernelsFor(std::int64_t targets, std::index_sequence<bit...>) {
+    std::vector<BlockKernelVariant> kernels;
+    const auto add = [&](std::int64_t target, BlockKernel kernel) {
+        if (kernel != nullptr && (targets & target) != 0)
+            kernels.push_back({hwy::TargetName(target), kernel});
+    };
+    (add(std::int64_t{1} << bit, blockKernelFor<std::int64_t{1} << bit>), ...);
+    return kernels;
+}
+
+} // namespace
+
+std::vector<BlockKernelVariant> blockKernels() {
+    auto kernels = vectorKernelsFor(HWY_SUPPORTED_TARGETS, std::make_index_sequence<63>());
+    kernels.push_back({"reference", &referenceBlockKernel});
+    return kernels;
+}
+
+} // namespace vello
+#endif

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/Realtime/Realtime.h"
+
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <xmmintrin.h>
+#endif
+
+namespace vello {
+
+/// The register that says how this thread calculates, and its flags for what DenormalsAreZero does.
+namespace arithmetic {
+
+#if defined(__SSE2__)
+using Register = std::uint32_t;
+inline constexpr Register kFlags = 0x8040; // MXCSR: flush to zero, denormals are zero
+inline Register read() noexcept {
+    return _mm_getcsr();
+}
+inline void write(Register value) noexcept {
+    _mm_setcsr(value);
+}
+#elif defined(__aarch64__)
+using Register = std::uint64_t;
+inline constexpr Register kFlags = std::uint64_t{1} << 24; // FPCR: flush to zero
+inline Register read() noexcept {
+    Register value = 0;
+    asm volatile("mrs %0, fpcr" : "=r"(value));
+    return value;
+}
+inline void write(Register value) noexcept {
+    asm volatile("msr fpcr, %0" : : "r"(value));
+}
+#else
+using Register = std::uint32_t;
+inline constexpr Register kFlags = 0;
+inline Register read() noexcept {
+    return 0;
+}
+inline void write(Register) noexcept {}
+#endif
+
+} // namespace arithmetic
+
+/// While it lives, this thread's arithmetic takes denormal numbers for zero and never makes one. Filters that
+/// fade out would otherwise run into them, and many processors are then a hundred times slower.
+class DenormalsAreZero {
+public:
+    DenormalsAreZero() noexcept VELLO_REALTIME : saved_(arithmetic::read()) {
+        arithmetic::write(saved_ | arithmetic::kFlags);
+    }
+    ~DenormalsAreZero() { arithmetic::write(saved_); }
+    DenormalsAreZero(const DenormalsAreZero&) = delete;
+    DenormalsAreZero& operator=(const DenormalsAreZero&) = delete;
+
+private:
+    arithmetic::Register saved_;
+};
+
+} // namespace vello

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Realtime/EQChainSnapshot.h"
+
+#include "Foundation/Precondition.h"
+
+#include <cmath>
+
+namespace vello {
+
+static_assert(EQSettings::bandCount == kSectionCount);
+
+BiquadCoefficients peakingSection(double gain, double frequency, double sampleRate) noexcept {
+    constexpr double twoPi = 6.283185307179586;
+    constexpr double twoQ = 2.82;
+    const double amplitude = std::pow(10.0, gain / 40.0);
+    const double omega = twoPi * frequency / sampleRate;
+    const double alpha = std::sin(omega) / twoQ;
+    const double a0 = 1.0 + alpha / amplitude;
+    const double a1 = -2.0 * std::cos(omega) / a0;
+    return {.b0 = (1.0 + alpha * amplitude) / a0,
+            .b1 = a1,
+            .b2 = (1.0 - alpha * amplitude) / a0,
+            .a1 = a1,
+            .a2 = (1.0 - alpha / amplitude) / a0};
+}
+
+EQChainSnapshot::EQChainSnapshot(const EQSettings& settings, double sampleRate) {
+    if (settings.isBypassed || settings.isFlat() || !(sampleRate > 0.0))
+        return;
+    precondition(settings.bandGains.size() >= kSectionCount, "settings hold a gain for every band");
+    BiquadSetup::Sections sections{};
+    for (std::size_t band = 0; band < kSectionCount; ++band)
+        sections[band] =
+            peakingSection(settings.bandGains[band], EQSettings::bandFrequencies[band], sampleRate);
+    setup_.emplace(sections);
+}
+
+} // namespace vello

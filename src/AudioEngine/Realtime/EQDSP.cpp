@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Realtime/EQDSP.h"
+
+#include "AudioEngine/Realtime/DenormalsAreZero.h"
+#include "AudioEngine/Realtime/HostTime.h"
+#include "AudioEngine/Realtime/TapRealtimeContext.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <utility>
+
+namespace vello {
+
+namespace {
+
+constexpr float kSignalThreshold = 0.0001F;
+constexpr std::uint32_t kInfinityBits = 0x7F800000;
+
+/// Zeroes the bytes from `offset` on.
+void silence(AudioBuffer& buffer, std::size_t offset = 0) noexcept {
+    if (buffer.mData != nullptr && offset < buffer.mDataByteSize)
+        std::memset(static_cast<std::byte*>(buffer.mData) + offset, 0, buffer.mDataByteSize - offset);
+}
+
+std::size_t sampleCount(const AudioBuffer& buffer) noexcept {
+    return buffer.mDataByteSize / sizeof(float);
+}
+
+/// Moves the frames of the cycle through the bridge; returns where they are, in `output` or still in `input`.
+const float* bridgeFrames(TapRealtimeContext& context, const AudioBuffer& input, float* output,
+                          std::size_t outputFrames) noexcept {
+    IOFrameBridge& bridge = context.rt.ioBridge;
+    if (input.mData != nullptr)
+        return bridge.exchange(static_cast<const float*>(input.mData),
+                               sampleCount(input) / bridge.channelCount(), output, outputFrames);
+    bridge.read(output, outputFrames);
+    return output;
+}
+
+/// Filters and volume; returns the bits of the peak.
+std::uint32_t runFilters(TapRealtimeContext& context, const float* source, float* destination,
+                         std::size_t frames) noexcept {
+    auto& rt = context.rt;
+    const EQChainSnapshot* snapshot = context.snapshotPointer.load(std::memory_order_acquire);
+    const float target = std::bit_cast<float>(context.volumeTargetBits.load(std::memory_order_relaxed));
+    const float current = std::exchange(rt.currentVolume, target);
+    const BlockJob job{.source = source,
+                       .destination = destination,
+                       .frames = frames,
+                       .channelCount = rt.ioBridge.channelCount(),
+                       .setup = snapshot != nullptr ? snapshot->biquadSetup() : nullptr,
+                       .states = rt.states.data(),
+                       .scratch = rt.scratch,
+                       .appliesGain = current != target || target != 1.0F,
+                       .gainStart = current,
+                       .gainStep = (target - current) / static_cast<float>(frames)};
+    const DenormalsAreZero denormalsAreZero;
+    const std::uint32_t peakBits = rt.kernel(job);
+    if (job.setup != nullptr)
+        rt.mirrorStates();
+    return peakBits;
+}
+
+void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept {
+    context.levelBits.store(peakBits, std::memory_order_relaxed);
+    if (peakBits == 0) {
+        context.zeroBufferStreak.fetch_add(1, std::memory_order_relaxed);
+        return;
+    }
+    context.zeroBufferStreak.store(0, std::memory_order_relaxed);
+    if (std::bit_cast<float>(peakBits) > kSignalThreshold)
+        context.hasCarriedSignal.store(1, std::memory_order_relaxed);
+}
+
+/// Every step that makes sound of the first buffers; `output` need not be silent before.
+void processBuffer(TapRealtimeContext& context, const AudioBuffer& input, AudioBuffer& output) noexcept {
+    const std::size_t channels = context.rt.ioBridge.channelCount();
+    const std::size_t frames = sampleCount(output) / channels;
+    silence(output, frames * channels * sizeof(float));
+    if (frames < 1)
+        return;
+    context.ringBuffer.prefetch(sampleCount(output));
+    float* samples = static_cast<float*>(output.mData);
+    const float* source = bridgeFrames(context, input, samples, frames);
+    std::uint32_t peakBits = runFilters(context, source, samples, frames);
+    if (peakBits > kInfinityBits) { // a NaN: the filters have blown up
+        context.rt.resetFilters();
+        silence(output);
+        peakBits = 0;
+    }
+    publishLevel(context, peakBits);
+    context.ringBuffer.write(samples, sampleCount(output));
+}
+
+void silenceAndPassThrough(const AudioBufferList& input, AudioBufferList& output) noexcept {
+    for (AudioBuffer& buffer : output.buffers())
+        silence(buffer);
+    eqByQUORVINRawPassthrough(input, output);
+}
+
+bool canProcess(const TapRealtimeContext& context, const AudioBufferList& input,
+                const AudioBufferList& output) noexcept {
+    return context.supportsEQ && input.mNumberBuffers >= 1 && output.mNumberBuffers >= 1 &&
+           output.buffers()[0].mData != nullptr;
+}
+
+} // namespace
+
+OSStatus eqByQUORVINProcessIOProc(AudioObjectID, const AudioBufferList* input, AudioBufferList* output,
+                                  void* clientData) noexcept VELLO_REALTIME {
+    if (clientData == nullptr) {
+        silenceAndPassThrough(*input, *output);
+        return kAudioHardwareNoError;
+    }
+    auto& context = *static_cast<TapRealtimeContext*>(clientData);
+    context.lastCallbackHostTime.store(hostTime(), std::memory_order_relaxed);
+    if (!canProcess(context, *input, *output)) {
+        silenceAndPassThrough(*input, *output);
+        return kAudioHardwareNoError;
+    }
+    for (AudioBuffer& buffer : output->buffers().subspan(1))
+        silence(buffer);
+    processBuffer(context, input->buffers()[0], output->buffers()[0]);
+    return kAudioHardwareNoError;
+}
+
+void eqByQUORVINRawPassthrough(const AudioBufferList& input,
+                               AudioBufferList& output) noexcept VELLO_REALTIME {
+    const std::size_t count = std::min(input.mNumberBuffers, output.mNumberBuffers);
+    for (std::size_t i = 0; i < count; ++i) {
+        const AudioBuffer& from = input.buffers()[i];
+        AudioBuffer& to = output.buffers()[i];
+        if (from.mData != nullptr && to.mData != nullptr)
+            std::memcpy(to.mData, from.mData, std::min(from.mDataByteSize, to.mDataByteSize));
+    }
+}
+
+} // namespace vello

@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Sections of the cascade in the lanes of vectors. Included once for each instruction set.
+#if defined(VELLO_SECTION_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VELLO_SECTION_VECTORS_INL_H
+#undef VELLO_SECTION_VECTORS_INL_H
+#else
+#define VELLO_SECTION_VECTORS_INL_H
+#endif
+
+#include "AudioEngine/Realtime/BiquadCascade.h"
+
+#include <hwy/highway.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+HWY_BEFORE_NAMESPACE();
+namespace vello {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Sections that work at the same time: a section and a channel a lane.
+template <class D> struct Sections {
+    using Vector = hn::Vec<D>;
+
+    HWY_INLINE Sections() {} // what the compiler declares itself is not for this instruction set
+
+    HWY_INLINE Vector process(Vector x) {
+        const Vector feedForward = hn::Mul(excess, hn::Sub(x, x2));
+        const Vector older = hn::NegMulAdd(a2, w2, feedForward);
+        const Vector w = hn::NegMulAdd(a1, w1, older);
+        x2 = x1;
+        x1 = x;
+        w2 = w1;
+        w1 = w;
+        return hn::Add(x, w);
+    }
+
+    HWY_INLINE void takeState(hn::Mask<D> lanes, const Sections& from) {
+        w1 = hn::IfThenElse(lanes, from.w1, w1);
+        w2 = hn::IfThenElse(lanes, from.w2, w2);
+        x1 = hn::IfThenElse(lanes, from.x1, x1);
+        x2 = hn::IfThenElse(lanes, from.x2, x2);
+    }
+
+    Vector excess, a1, a2; ///< as in BiquadSetup
+    Vector w1, w2, x1, x2; ///< as in CascadeState
+};
+
+/// How the sections of a pass over kChannels channels lie in kVectors vectors of type D.
+template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
+    static constexpr std::size_t kLanes = hn::MaxLanes(D());
+    static constexpr std::size_t kPlaces = kLanes / kChannels;
+    static constexpr std::size_t kSections = kPlaces * kVectors;
+    static_assert(kPlaces * kChannels == kLanes && kSectionCount % kSections == 0);
+
+    using Vector = hn::Vec<D>;
+    using Mask = hn::Mask<D>;
+    using Values = std::array<double*, kChannels>; ///< of each channel, by section
+    using ConstantValues = std::array<const double*, kChannels>;
+
+    static HWY_INLINE Mask onlyPlace(std::size_t place) {
+        const D d;
+        HWY_ALIGN double placeOfLane[kLanes];
+        for (std::size_t lane = 0; lane < kLanes; ++lane)
+            placeOfLane[lane] = static_cast<double>(kPlaces - 1 - lane / kChannels);
+        return hn::Eq(hn::Load(d, placeOfLane), hn::Set(d, static_cast<double>(place)));
+    }
+
+    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which must be what loadFrame()
+    /// gave: nothing is read of it that loadFrame() does not promise.
+    static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
+        if constexpr (kPlaces == 1)
+            return frame;
+        else if constexpr (kPlaces == 2)
+            return hn::ConcatLowerUpper(D(), frame, outputs);
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 // every set with AVX-512: the newer a set, the lower its number
+        else if constexpr (kLanes == 8)
+            return Vector{_mm512_castsi512_pd(_mm512_alignr_epi64(
+                _mm512_castpd_si512(frame.raw), _mm512_castpd_si512(outputs.raw), kChannels))};
+#endif
+        else
+            return moveOnByTable(outputs, frame);
+    }
+    /// The same for any number of places and on any set: `frame` goes where the frame that leaves is, and all
+    /// places turn round.
+    static HWY_INLINE Vector moveOnByTable(Vector outputs, Vector frame) {
+        const D d;
+        HWY_ALIGN std::int64_t from[kLanes];
+        for (std::size_t lane = 0; lane < kLanes; ++lane)
+            from[lane] = static_cast<std::int64_t>((lane + kChannels) % kLanes);
+        const auto turn = hn::SetTableIndices(d, from);
+        if constexpr (kChannels == 1) // the frame is everywhere, and faster put in last
+            return hn::IfThenElse(onlyPlace(0), frame, hn::TableLookupLanes(outputs, turn));
+        else
+            return hn::TableLookupLanes(hn::IfThenElse(onlyPlace(kPlaces - 1), frame, outputs), turn);
+    }
+
+    /// One value a channel, in the lowest place at least; a single channel's in every lane.
+    static HWY_INLINE Vector loadFrame(const double* samples) {
+        if constexpr (kChannels == 1)
+            return hn::Set(D(), *samples);
+        else
+            return hn::LoadDup128(D(), samples);
+    }
+    static HWY_INLINE Vector loadFrame(const float* samples) {
+        if constexpr (kChannels == 1)
+            return hn::Set(D(), double{*samples});
+        else
+            return extended<D>(hn::PromoteTo(Frame(), hn::LoadU(FloatFrame(), samples)));
+    }
+    /// The frame of the last place.
+    static HWY_INLINE void storeFrame(Vector vector, double* samples) {
+        if constexpr (kChannels == 1)
+            *samples = hn::GetLane(vector);
+        else
+            hn::StoreU(lowestPair(vector), Frame(), samples);
+    }
+    static HWY_INLINE void storeFrame(Vector vector, float* samples) {
+        if constexpr (kChannels == 1)
+            *samples = static_cast<float>(hn::GetLane(vector));
+        else
+            hn::StoreU(hn::DemoteTo(FloatFrame(), lowestPair(vector)), FloatFrame(), samples);
+    }
+
+    /// The values of `kSections` sections from `first` on. `odd` is left alone where there is one vector.
+    static HWY_INLINE void load(const ConstantValues& values, std::size_t first, Vector& even, Vector& odd) {
+        const D d;
+        if constexpr (kChannels == 1 && kVectors == 1) {
+            even = hn::LoadU(d, values[0] + first);
+        } else if constexpr (kChannels == 1) {
+            hn::LoadInterleaved2(d, values[0] + first, even, odd);
+        } else if constexpr (kVectors == 2) {
+            const Vector left = hn::LoadU(d, values[0] + first);
+            const Vector right = hn::LoadU(d, values[1] + first);
+            even = hn::InterleaveLower(d, left, right);
+            odd = hn::InterleaveUpper(d, left, right);
+        } else {
+            even = hn::InterleaveLower(d, hn::Set(d, values[0][first]), hn::Set(d, values[1][first]));
+        }
+        even = reversed(even);
+        if constexpr (kVectors == 2)
+            odd = reversed(odd);
+    }
+    static HWY_INLINE void store(Vector even, Vector odd, const Values& values, std::size_t first) {
+        const D d;
+        even = reversed(even);
+        if constexpr (kVectors == 2)
+            odd = reversed(odd);
+        if constexpr (kChannels == 1 && kVectors == 1) {
+            hn::StoreU(even, d, values[0] + first);
+        } else if constexpr (kChannels == 1) {
+            hn::StoreInterleaved2(even, odd, d, values[0] + first);
+        } else if constexpr (kVectors == 2) { // interleaving twice is the way back
+            hn::StoreU(hn::InterleaveLower(d, even, odd), d, values[0] + first);
+            hn::StoreU(hn::InterleaveUpper(d, even, odd), d, values[1] + first);
+        } else {
+            values[0][first] = hn::GetLane(even);
+            values[1][first] = hn::ExtractLane(even, 1);
+        }
+    }
+
+private:
+    using Frame = hn::CappedTag<double, 2>;
+    using FloatFrame = hn::Rebind<float, Frame>;
+
+    /// The same lowest lanes; the others are of no interest.
+    template <class Wide, class V> static HWY_INLINE hn::Vec<Wide> extended(V vector) {
+        if constexpr (hn::MaxLanes(Wide()) == hn::MaxLanes(hn::DFromV<V>()))
+            return vector;
+        else
+            return hn::ZeroExtendVector(Wide(), extended<hn::Half<Wide>>(vector));
+    }
+    template <class V> static HWY_INLINE auto lowestPair(V vector) {
+        if constexpr (hn::MaxLanes(hn::DFromV<V>()) == 2)
+            return vector;
+        else
+            return lowestPair(hn::LowerHalf(vector));
+    }
+
+    /// The order of the places turned round.
+    static HWY_INLINE Vector reversed(Vector vector) {
+        if constexpr (kPlaces == 1)
+            return vector;
+        else if constexpr (kChannels == 1)
+            return hn::Reverse(D(), vector);
+        else
+            return hn::ReverseBlocks(D(), vector);
+    }
+};
+
+} // namespace HWY_NAMESPACE
+} // namespace vello
+HWY_AFTER_NAMESPACE();
+
+#endif

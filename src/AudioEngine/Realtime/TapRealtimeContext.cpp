@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Realtime/TapRealtimeContext.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace vello {
+
+namespace {
+
+constexpr std::size_t kScratchAlignment = 64;
+
+double* alignedWithin(std::vector<double>& memory) {
+    void* start = memory.data();
+    std::size_t bytes = memory.size() * sizeof(double);
+    return static_cast<double*>(
+        std::align(kScratchAlignment, kScratchSamples * sizeof(double), start, bytes));
+}
+
+} // namespace
+
+TapRealtimeContext::TapRealtimeContext(bool canProcess, int channels, float initialVolume, BlockKernel kernel)
+    : supportsEQ(canProcess), channelCount(std::max(channels, 1)),
+      volumeTargetBits(std::bit_cast<std::uint32_t>(initialVolume)),
+      rt(static_cast<std::size_t>(channelCount), initialVolume, kernel) {}
+
+TapRealtimeContext::Realtime::Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel)
+    : states(channels), delays(channels * delayLengthPerChannel),
+      scratchMemory(kScratchSamples + kScratchAlignment / sizeof(double)),
+      scratch(alignedWithin(scratchMemory)), ioBridge(channels), currentVolume(initialVolume),
+      kernel(blockKernel) {}
+
+void TapRealtimeContext::Realtime::resetFilters() noexcept VELLO_REALTIME {
+    std::fill(states.begin(), states.end(), CascadeState{});
+    std::fill(delays.begin(), delays.end(), 0.0F);
+}
+
+void TapRealtimeContext::Realtime::mirrorStates() noexcept VELLO_REALTIME {
+    float* delay = delays.data();
+    for (const CascadeState& state : states)
+        for (std::size_t k = 0; k <= kSectionCount; ++k) {
+            *delay++ = static_cast<float>(state.histories[0][k]);
+            *delay++ = static_cast<float>(state.histories[1][k]);
+        }
+}
+
+} // namespace vello

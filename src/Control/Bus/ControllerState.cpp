@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ControllerState.h"
+
+#include "Control/CommandLine/Version.h"
+#include "Control/State/ExemptionWords.h"
+
+namespace vello {
+namespace {
+
+std::string permissionWord(AudioCapturePermission::Status status) {
+    switch (status) {
+    case AudioCapturePermission::Status::authorized:
+        return "authorized";
+    case AudioCapturePermission::Status::denied:
+        return "denied";
+    case AudioCapturePermission::Status::unknown:
+        break;
+    }
+    return "unknown";
+}
+
+std::string stageWord(TapCoordinator::TapStage stage) {
+    switch (stage) {
+    case TapCoordinator::TapStage::starting:
+        return "starting";
+    case TapCoordinator::TapStage::connecting:
+        return "connecting";
+    case TapCoordinator::TapStage::running:
+        break;
+    }
+    return "running";
+}
+
+std::optional<MeterReading> meters(const AudioController& controller, const std::string& id) {
+    const auto level = controller.level(id);
+    if (!level)
+        return std::nullopt;
+    MeterReading reading{.id = id, .level = *level};
+    if (const auto tempo = controller.tempo(id)) {
+        reading.beatsPerMinute = tempo->beatsPerMinute;
+        reading.confidence = tempo->confidence;
+    }
+    return reading;
+}
+
+SourceState sourceState(const AudioController& controller, const AppAudioSource& source) {
+    SourceState state{.source = source,
+                      .settings = controller.settings(source.id),
+                      .tapState = "none",
+                      .meters = meters(controller, source.id)};
+    const auto& taps = controller.tapStates().value();
+    if (const auto tap = taps.find(source.id); tap != taps.end()) {
+        state.tapState = stageWord(tap->second.stage);
+        state.deviceUID = tap->second.outputDeviceUID;
+    }
+    return state;
+}
+
+std::vector<PresetState> presets(const AudioController& controller) {
+    std::vector<PresetState> all;
+    for (const EQPreset preset : EQPreset::allCases())
+        all.push_back({.id = std::string(preset.id()),
+                       .name = preset.displayName(),
+                       .isBuiltIn = true,
+                       .bandGains = {preset.bandGains().begin(), preset.bandGains().end()}});
+    for (const UserEQPreset& preset : controller.userPresets().value())
+        all.push_back({.id = preset.id(), .name = preset.name, .bandGains = preset.bandGains});
+    return all;
+}
+
+} // namespace
+
+RunningState runningState(AudioController& controller) {
+    RunningState state{.version = kVersion,
+                       .isProcessingEnabled = controller.isProcessingEnabled().value(),
+                       .permission = permissionWord(controller.capturePermission().status().value()),
+                       .outputs = controller.outputRoutes().value(),
+                       .presets = presets(controller)};
+    for (const AppAudioSource& source : controller.sources().value())
+        state.sources.push_back(sourceState(controller, source));
+    return state;
+}
+
+std::vector<ExemptStreamState> exemptStreams(const AudioController& controller) {
+    std::vector<ExemptStreamState> states;
+    for (const ExemptStream& stream : controller.exemptStreams())
+        states.push_back({.sourceID = stream.sourceID.value_or(""),
+                          .name = stream.name,
+                          .streamName = stream.streamName,
+                          .pid = stream.pid,
+                          .bundleID = stream.bundleID,
+                          .deviceUID = stream.deviceUID,
+                          .isPlaying = stream.isPlaying,
+                          .reason = std::string(exemptionWord(stream.reason))});
+    return states;
+}
+
+} // namespace vello

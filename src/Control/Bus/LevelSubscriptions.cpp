@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Control/Bus/LevelSubscriptions.h"
+
+#include "DBusNames.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+namespace vello {
+
+LevelSubscriptions::LevelSubscriptions(MeterAudience& audience, MainThread& mainThread, Reading reading)
+    : audience_(audience), mainThread_(mainThread), reading_(std::move(reading)) {
+    watcher_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    QObject::connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, &watcher_,
+                     [this](const QString& caller) { remove(caller); });
+}
+
+void LevelSubscriptions::add(const QDBusConnection& bus, const QString& caller) {
+    if (callers_.contains(caller))
+        return;
+    bus_ = bus;
+    watcher_.setConnection(bus);
+    watcher_.addWatchedService(caller);
+    callers_.insert(caller);
+    askForSigns(caller);
+    if (seat_)
+        return;
+    seat_ = audience_.join();
+    scheduleSignal();
+}
+
+/// A caller that vanished before it was watched would be subscribed for ever.
+void LevelSubscriptions::askForSigns(const QString& caller) {
+    QDBusMessage question = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                           "org.freedesktop.DBus", "NameHasOwner");
+    question << caller;
+    auto* answer = new QDBusPendingCallWatcher(bus_->asyncCall(question), &watcher_);
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished, &watcher_, [this, answer, caller] {
+        const QDBusPendingReply<bool> reply = *answer;
+        if (!reply.isError() && !reply.value())
+            remove(caller);
+        answer->deleteLater();
+    });
+}
+
+void LevelSubscriptions::remove(const QString& caller) {
+    if (!callers_.remove(caller))
+        return;
+    watcher_.removeWatchedService(caller);
+    if (callers_.isEmpty())
+        clear();
+}
+
+void LevelSubscriptions::clear() {
+    callers_.clear();
+    watcher_.setWatchedServices({});
+    // The connection lives as long as somebody holds it.
+    watcher_.setConnection(QDBusConnection(QString()));
+    bus_.reset();
+    nextSignal_.reset();
+    seat_.reset();
+}
+
+void LevelSubscriptions::scheduleSignal() {
+    nextSignal_ = mainThread_.after(period, [this] {
+        scheduleSignal();
+        sendSignals();
+    });
+}
+
+void LevelSubscriptions::sendSignals() {
+    const QVariant reading = QVariant::fromValue(reading_());
+    for (const QString& caller : callers_) {
+        QDBusMessage signal =
+            QDBusMessage::createTargetedSignal(caller, dbus::kPath, dbus::kInterface, "Levels");
+        signal << reading;
+        bus_->send(signal);
+    }
+}
+
+} // namespace vello

@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Control/Bus/StateMaps.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+
+namespace vello {
+namespace {
+
+QString text(const std::string& value) {
+    return QString::fromStdString(value);
+}
+
+QVariant gains(const std::vector<double>& values) {
+    return QVariant::fromValue(QList<double>(values.begin(), values.end()));
+}
+
+void insertIfPresent(QVariantMap& map, const char* key, const std::optional<std::string>& value) {
+    if (value)
+        map.insert(QString::fromLatin1(key), text(*value));
+}
+
+QVariantMap encode(const SourceState& state) {
+    QVariantMap map{{"id", text(state.source.id)},
+                    {"name", text(state.source.name)},
+                    {"tap", text(state.tapState)},
+                    {"bandGains", gains(state.settings.bandGains)},
+                    {"isBypassed", state.settings.isBypassed},
+                    {"volume", state.settings.volume},
+                    {"downmixesSurround", state.settings.downmixesSurround}};
+    if (state.source.pid)
+        map.insert("pid", int{*state.source.pid});
+    insertIfPresent(map, "bundleID", state.source.bundleID);
+    insertIfPresent(map, "device", state.deviceUID);
+    insertIfPresent(map, "outputDeviceUID", state.settings.outputDeviceUID);
+    return map;
+}
+
+QVariantMap encode(const ExemptStreamState& stream) {
+    QVariantMap map{{"name", text(stream.name)},
+                    {"stream", text(stream.streamName)},
+                    {"isPlaying", stream.isPlaying},
+                    {"reason", text(stream.reason)}};
+    if (!stream.sourceID.empty())
+        map.insert("id", text(stream.sourceID));
+    if (stream.pid)
+        map.insert("pid", int{*stream.pid});
+    insertIfPresent(map, "bundleID", stream.bundleID);
+    insertIfPresent(map, "device", stream.deviceUID);
+    return map;
+}
+
+QVariantMap encode(const MeterReading& reading) {
+    QVariantMap map{{"id", text(reading.id)}, {"level", reading.level}};
+    if (reading.beatsPerMinute) {
+        map.insert("beatsPerMinute", *reading.beatsPerMinute);
+        map.insert("confidence", reading.confidence);
+    }
+    return map;
+}
+
+std::string string(const QVariantMap& map, const char* key) {
+    return map.value(QString::fromLatin1(key)).toString().toStdString();
+}
+
+std::optional<std::string> optionalString(const QVariantMap& map, const char* key) {
+    return map.contains(QString::fromLatin1(key)) ? std::optional(string(map, key)) : std::nullopt;
+}
+
+/// A list of this signature, whether the bus library has unpacked it already or not.
+template <class List> std::optional<List> list(const QVariant& value, const char* signature) {
+    if (value.metaType() == QMetaType::fromType<List>())
+        return value.value<List>();
+    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
+        return std::nullopt;
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != QLatin1String(signature))
+        return std::nullopt;
+    return qdbus_cast<List>(argument);
+}
+
+std::optional<std::vector<double>> decodeGains(const QVariant& value) {
+    const auto values = list<QList<double>>(value, "ad");
+    return values ? std::optional(std::vector<double>(values->begin(), values->end())) : std::nullopt;
+}
+
+std::vector<double> gainsOf(const QVariantMap& map) {
+    return decodeGains(map.value("bandGains")).value_or(std::vector<double>());
+}
+
+SourceState decodeSource(const QVariantMap& map) {
+    SourceState state{.source = {.id = string(map, "id"),
+                                 .pid = std::nullopt,
+                                 .name = string(map, "name"),
+                                 .bundleID = optionalString(map, "bundleID")},
+                      .settings = {.bandGains = gainsOf(map),
+                                   .isBypassed = map.value("isBypassed").toBool(),
+                                   .volume = map.value("volume", 1.0).toDouble(),
+                                   .outputDeviceUID = optionalString(map, "outputDeviceUID"),
+                                   .downmixesSurround = map.value("downmixesSurround").toBool()},
+                      .tapState = string(map, "tap"),
+                      .deviceUID = optionalString(map, "device")};
+    if (map.contains("pid"))
+        state.source.pid = map.value("pid").toInt();
+    return state;
+}
+
+ExemptStreamState decodeExemptStream(const QVariantMap& map) {
+    ExemptStreamState stream{.sourceID = string(map, "id"),
+                             .name = string(map, "name"),
+                             .streamName = string(map, "stream"),
+                             .pid = std::nullopt,
+                             .bundleID = optionalString(map, "bundleID"),
+                             .deviceUID = optionalString(map, "device"),
+                             .isPlaying = map.value("isPlaying").toBool(),
+                             .reason = string(map, "reason")};
+    if (map.contains("pid"))
+        stream.pid = map.value("pid").toInt();
+    return stream;
+}
+
+MapList maps(const QVariant& value) {
+    return list<MapList>(value, "aa{sv}").value_or(MapList());
+}
+
+// One setting of a change, of exactly this type.
+
+template <class Value> Value checkedValue(const QVariant& value, const char* sentence) {
+    if (value.metaType() != QMetaType::fromType<Value>())
+        throw OutsideValueError(OutsideValueError::Kind::invalidValue, sentence);
+    return value.value<Value>();
+}
+
+void decodeSetting(SettingsChange& change, const QString& key, const QVariant& value) {
+    if (key == "bandGains") {
+        change.bandGains = decodeGains(value);
+        if (!change.bandGains)
+            throw OutsideValueError(OutsideValueError::Kind::invalidValue,
+                                    "bandGains is an array of eight floating-point numbers (ad)");
+    } else if (key == "preset") {
+        change.presetID = checkedValue<QString>(value, "preset is the id of a preset (s)").toStdString();
+    } else if (key == "volume") {
+        change.volume = checkedValue<double>(value, "volume is a floating-point number (d)");
+    } else if (key == "isBypassed") {
+        change.isBypassed = checkedValue<bool>(value, "isBypassed is true or false (b)");
+    } else if (key == "downmixesSurround") {
+        change.downmixesSurround = checkedValue<bool>(value, "downmixesSurround is true or false (b)");
+    } else if (key == "outputDeviceUID") {
+        change.outputDeviceUID =
+            checkedValue<QString>(value, "outputDeviceUID is the id of an output, or empty (s)")
+                .toStdString();
+    } else if (key == "reset") {
+        change.resetsCurve = checkedValue<bool>(value, "reset is true or false (b)");
+    } else {
+        throw OutsideValueError(OutsideValueError::Kind::invalidValue,
+                                "there is a setting of an unknown name; there are bandGains, preset, reset, "
+                                "volume, isBypassed, outputDeviceUID and downmixesSurround");
+    }
+}
+
+} // namespace
+
+void registerBusTypes() {
+    qDBusRegisterMetaType<MapList>();
+    qDBusRegisterMetaType<QList<double>>();
+}
+
+MapList encodeSources(const std::vector<SourceState>& sources) {
+    MapList all;
+    for (const SourceState& state : sources)
+        all.append(encode(state));
+    return all;
+}
+
+MapList encodeOutputs(const std::vector<AudioOutputRoute>& outputs) {
+    MapList all;
+    for (const AudioOutputRoute& route : outputs)
+        all.append({{"id", text(route.id)}, {"name", text(route.name)}, {"isDefault", route.isDefault}});
+    return all;
+}
+
+MapList encodePresets(const std::vector<PresetState>& presets) {
+    MapList all;
+    for (const PresetState& preset : presets)
+        all.append({{"id", text(preset.id)},
+                    {"name", text(preset.name)},
+                    {"isBuiltIn", preset.isBuiltIn},
+                    {"bandGains", gains(preset.bandGains)}});
+    return all;
+}
+
+MapList encodeMeters(const std::vector<SourceState>& sources) {
+    MapList all;
+    for (const SourceState& state : sources)
+        if (state.meters)
+            all.append(encode(*state.meters));
+    return all;
+}
+
+MapList encodeExemptStreams(const std::vector<ExemptStreamState>& streams) {
+    MapList all;
+    for (const ExemptStreamState& stream : streams)
+        all.append(encode(stream));
+    return all;
+}
+
+QVariantMap encodeChange(const SettingsChange& change) {
+    QVariantMap map;
+    if (change.resetsCurve)
+        map.insert("reset", true);
+    if (change.bandGains)
+        map.insert("bandGains", gains(*change.bandGains));
+    if (change.volume)
+        map.insert("volume", *change.volume);
+    if (change.isBypassed)
+        map.insert("isBypassed", *change.isBypassed);
+    if (change.downmixesSurround)
+        map.insert("downmixesSurround", *change.downmixesSurround);
+    insertIfPresent(map, "preset", change.presetID);
+    insertIfPresent(map, "outputDeviceUID", change.outputDeviceUID);
+    return map;
+}
+
+RunningState decodeState(const QVariantMap& properties) {
+    RunningState state{.version = string(properties, "Version"),
+                       .isProcessingEnabled = properties.value("ProcessingEnabled").toBool(),
+                       .permission = string(properties, "Permission")};
+    for (const QVariantMap& map : maps(properties.value("Sources")))
+        state.sources.push_back(decodeSource(map));
+    for (const QVariantMap& map : maps(properties.value("Outputs")))
+        state.outputs.push_back({string(map, "id"), string(map, "name"), map.value("isDefault").toBool()});
+    for (const QVariantMap& map : maps(properties.value("Presets")))
+        state.presets.push_back({.id = string(map, "id"),
+                                 .name = string(map, "name"),
+                                 .isBuiltIn = map.value("isBuiltIn").toBool(),
+                                 .bandGains = gainsOf(map)});
+    return state;
+}
+
+std::vector<MeterReading> decodeMeters(const QVariant& meters) {
+    std::vector<MeterReading> readings;
+    for (const QVariantMap& map : maps(meters)) {
+        MeterReading reading{.id = string(map, "id"), .level = map.value("level").toDouble()};
+        if (map.contains("beatsPerMinute"))
+            reading.beatsPerMinute = map.value("beatsPerMinute").toInt();
+        reading.confidence = map.value("confidence").toDouble();
+        readings.push_back(std::move(reading));
+    }
+    return readings;
+}
+
+std::vector<ExemptStreamState> decodeExemptStreams(const QVariant& streams) {
+    std::vector<ExemptStreamState> states;
+    for (const QVariantMap& map : maps(streams))
+        states.push_back(decodeExemptStream(map));
+    return states;
+}
+
+SettingsChange decodeChange(const QVariantMap& change) {
+    SettingsChange result;
+    for (auto entry = change.begin(); entry != change.end(); ++entry)
+        decodeSetting(result, entry.key(), entry.value());
+    return result;
+}
+
+} // namespace vello

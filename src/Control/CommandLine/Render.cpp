@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Control/CommandLine/Render.h"
+
+#include "AudioEngine/Realtime/EQDSP.h"
+#include "AudioEngine/Realtime/TapRealtimeContext.h"
+#include "Control/CommandLine/CommandLine.h"
+#include "FileFailure.h"
+#include "Foundation/ReplacingFile.h"
+#include "SoundFile.h"
+#include "Terminal.h"
+
+#include <algorithm>
+#include <ostream>
+#include <system_error>
+#include <vector>
+
+namespace vello {
+
+namespace {
+
+/// The callback with a device that has all the time in the world.
+class OfflineTap {
+public:
+    OfflineTap(const RenderOptions& options, const SoundFormat& format)
+        : snapshot_(options.settings, format.sampleRate),
+          context_(true, format.channels,
+                   static_cast<float>(options.initialVolume.value_or(options.settings.volume))),
+          captured_(options.bufferFrames * static_cast<std::size_t>(format.channels)),
+          rendered_(captured_.size()) {
+        context_.setVolumeTarget(static_cast<float>(options.settings.volume));
+        context_.snapshotPointer.store(&snapshot_, std::memory_order_release);
+    }
+
+    float* captured() noexcept { return captured_.data(); }
+
+    /// Runs the callback on what was captured.
+    const float* render(std::size_t frames) noexcept {
+        const auto channels = static_cast<std::uint32_t>(context_.channelCount);
+        const auto bytes = static_cast<std::uint32_t>(frames * channels * sizeof(float));
+        AudioBufferListStorage<1> input{{1}, {{channels, bytes, captured_.data()}}};
+        AudioBufferListStorage<1> output{{1}, {{channels, bytes, rendered_.data()}}};
+        eqByQUORVINProcessIOProc(kAudioObjectUnknown, &input.list, &output.list, &context_);
+        return rendered_.data();
+    }
+
+private:
+    EQChainSnapshot snapshot_;
+    TapRealtimeContext context_;
+    std::vector<float> captured_;
+    std::vector<float> rendered_;
+};
+
+void copyThrough(const RenderOptions& options, SoundFile& input, SoundFile& output) {
+    OfflineTap tap(options, input.format());
+    auto remaining = static_cast<std::uint64_t>(input.format().frames);
+    while (remaining > 0) {
+        const auto frames =
+            static_cast<std::size_t>(std::min<std::uint64_t>(remaining, options.bufferFrames));
+        onFile("read", options.input, [&] { input.readFrames(tap.captured(), frames); });
+        const float* rendered = tap.render(frames);
+        onFile("write", options.output, [&] { output.writeFrames(rendered, frames); });
+        remaining -= frames;
+    }
+}
+
+void render(const RenderOptions& options) {
+    SoundFile input = onFile("read", options.input, [&] { return SoundFile::read(options.input); });
+    std::error_code ignored;
+    if (std::filesystem::equivalent(options.input, options.output, ignored))
+        failAt("write", options.output, "it is the input; choose another name");
+    ReplacingFile file = onFile("write", options.output, [&] {
+        return ReplacingFile(options.output, ReplacingFile::Permissions::usual);
+    });
+    SoundFile output =
+        onFile("write", options.output, [&] { return SoundFile::write(file.descriptor(), input.format()); });
+    copyThrough(options, input, output);
+    onFile("write", options.output, [&] {
+        output.finish();
+        file.commit();
+    });
+}
+
+} // namespace
+
+int runRender(const RenderOptions& options, std::ostream& error) {
+    try {
+        render(options);
+        return kExitDone;
+    } catch (const std::exception& problem) {
+        error << "vello: " << oneLine(problem.what()) << '\n';
+        return kExitFailed;
+    }
+}
+
+} // namespace vello

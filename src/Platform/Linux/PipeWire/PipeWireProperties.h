@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "PipeWireGraph.h"
+#include "PipeWireStreamDirector.h"
+#include "PipeWireTaps.h"
+#include "Ports/AudioHardware.h"
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+namespace vello {
+
+/// A property's data as a reader gets it.
+using PropertyData = std::vector<std::byte>;
+
+/// Reads the properties of every object from the mirror. The control loop's lock is held.
+class PipeWireProperties {
+public:
+    PipeWireProperties(const PipeWireGraph& graph, const PipeWireStreamDirector& director,
+                       const PipeWireTaps& taps)
+        : graph_(graph), director_(director), taps_(taps) {}
+
+    /// kAudioHardwareBadObjectError for an object that is not there, kAudioHardwareUnknownPropertyError for a
+    /// property that it does not have.
+    OSStatus read(AudioObjectID object, FourCharCode selector, PropertyData& data) const;
+
+private:
+    using Result = std::optional<PropertyData>;
+
+    Result ofSystem(FourCharCode selector) const;
+    Result ofSink(const GraphSink& sink, FourCharCode selector) const;
+    Result ofProcess(const GraphClient& client, FourCharCode selector) const;
+    Result ofStream(const GraphStream& stream, FourCharCode selector) const;
+    Result ofDevice(AudioObjectID device, FourCharCode selector) const;
+    std::vector<AudioObjectID> devicesOf(const GraphClient& client) const;
+
+    const PipeWireGraph& graph_;
+    const PipeWireStreamDirector& director_;
+    const PipeWireTaps& taps_;
+};
+
+} // namespace vello

@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Platform/Linux/PipeWire/PipeWireRedirectGuard.h"
+
+#include "RedirectGuardBoard.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+using Care = RedirectGuardBoard::Care;
+
+namespace {
+
+/// How long a dying process waits for its streams to be moved. They can still be heard meanwhile, unless it
+/// is the data thread that dies. Longer than the guard waits for the session manager.
+constexpr auto dyingPatience = 400ms;
+/// How long the start waits for the guard, which begins before this process has loaded what it needs.
+constexpr auto startingPatience = 500ms;
+/// How long a guard may take to leave.
+constexpr auto leavingPatience = 1s;
+/// A guard that ends again and again is replaced ever later.
+constexpr auto firstPause = 50ms;
+constexpr auto longestPause = 60s;
+constexpr auto usualLife = 10s;
+/// Where the guard finds the board, and what it holds without knowing of it.
+constexpr int boardDescriptor = STDERR_FILENO + 1;
+constexpr int channelDescriptor = boardDescriptor + 1;
+
+/// How the guard begins: as its own session, with nothing of its parent's but the board and the held
+/// connection. Neither its terminal nor a pipe whose reader waits for the parent's end.
+class GuardSpawn {
+public:
+    GuardSpawn(int board, int channelEnd) {
+        posix_spawn_file_actions_init(&files_);
+        posix_spawn_file_actions_adddup2(&files_, board, boardDescriptor);
+        if (channelEnd >= 0)
+            posix_spawn_file_actions_adddup2(&files_, channelEnd, channelDescriptor);
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            posix_spawn_file_actions_addopen(&files_, stream, "/dev/null", O_RDWR, 0);
+        posix_spawn_file_actions_addclosefrom_np(&files_, channelDescriptor + 1);
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        posix_spawnattr_init(&attributes_);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setsigdefault(&attributes_, &all);
+        posix_spawnattr_setflags(
+            &attributes_,
+            static_cast<short>(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID));
+    }
+    ~GuardSpawn() {
+        posix_spawnattr_destroy(&attributes_);
+        posix_spawn_file_actions_destroy(&files_);
+    }
+    GuardSpawn(const GuardSpawn&) = delete;
+    GuardSpawn& operator=(const GuardSpawn&) = delete;
+
+    /// The process, or -1.
+    pid_t start(const std::filesystem::path& program) const {
+        std::string name = program.filename().string();
+        const std::array<char*, 2> arguments{name.data(), nullptr};
+        pid_t process = -1;
+        const int error =
+            posix_spawn(&process, program.c_str(), &files_, &attributes_, arguments.data(), environ);
+        return error == 0 ? process : -1;
+    }
+
+private:
+    posix_spawn_file_actions_t files_{};
+    posix_spawnattr_t attributes_{};
+};
+
+std::int64_t monotonicNanoseconds() noexcept {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
+}
+
+} // namespace
+
+PipeWireRedirectGuard::PipeWireRedirectGuard(const std::filesystem::path& program)
+    : program_(program), shared_(std::make_unique<SharedGuardBoard>(SharedGuardBoard::make())),
+      board_(shared_->get()) {
+    if (board_ == nullptr)
+        return;
+    {
+        const Lock lock(mutex_);
+        startGuard(lock);
+    }
+    startThread();
+}
+
+PipeWireRedirectGuard::~PipeWireRedirectGuard() {
+    if (board_ == nullptr)
+        return;
+    pthread_mutex_unlock(&board_->lifeline);
+    {
+        Lock lock(mutex_);
+        isEnding_ = true;
+        changed_.notify_all();
+        if (!changed_.wait_for(lock, leavingPatience, [this] { return guard_ < 0; }))
+            kill(guard_, SIGKILL);
+    }
+    thread_.join();
+}
+
+void PipeWireRedirectGuard::startThread() {
+    // A signal that asks this process to end is for threads that expect it.
+    sigset_t asking;
+    sigset_t before;
+    sigemptyset(&asking);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        sigaddset(&asking, signal);
+    pthread_sigmask(SIG_BLOCK, &asking, &before);
+    thread_ = std::thread([this] { keepGuard(); });
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void PipeWireRedirectGuard::startGuard(const Lock&) {
+    guard_ = GuardSpawn(shared_->descriptor(), connection_.channelEnd()).start(program_);
+}
+
+void PipeWireRedirectGuard::awaitGuardsEnd(Lock& lock) {
+    if (guard_ < 0)
+        return;
+    siginfo_t ended{};
+    lock.unlock();
+    // It stays a zombie until the lock is held again, so that nobody kills another process of its number.
+    while (waitid(P_PID, static_cast<id_t>(guard_), &ended, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+    }
+    lock.lock();
+    waitpid(guard_, nullptr, 0);
+    guard_ = -1;
+    board_->isGuardReady.set(0);
+    changed_.notify_all();
+}
+
+void PipeWireRedirectGuard::keepGuard() {
+    Clock::duration pause{};
+    Lock lock(mutex_);
+    for (;;) {
+        const auto started = Clock::now();
+        awaitGuardsEnd(lock);
+        const bool hasLived = Clock::now() - started > usualLife;
+        pause = hasLived ? firstPause : std::clamp<Clock::duration>(pause * 2, firstPause, longestPause);
+        if (changed_.wait_for(lock, pause, [this] { return isEnding_; }))
+            return;
+        startGuard(lock);
+    }
+}
+
+void PipeWireRedirectGuard::giveBackInSignalHandler() noexcept {
+    if (board_ == nullptr || board_->isGuardReady.get() == 0)
+        return;
+    const std::int64_t now = monotonicNanoseconds();
+    std::int64_t deadline = 0;
+    // Whoever else comes here waits no longer than the first.
+    if (handlerDeadline_.compare_exchange_strong(deadline,
+                                                 now + std::chrono::nanoseconds(dyingPatience).count())) {
+        board_->isDying = true;
+        board_->calls.increase();
+        deadline = handlerDeadline_;
+    }
+    awaitNumber(board_->haveStreamsMoved, deadline);
+}
+
+void PipeWireRedirectGuard::awaitNumber(SharedNumber& number, std::int64_t deadline) noexcept {
+    for (auto left = deadline - monotonicNanoseconds(); left > 0 && number.get() == 0;
+         left = deadline - monotonicNanoseconds())
+        number.awaitChange(0, std::chrono::nanoseconds(left));
+}
+
+void PipeWireRedirectGuard::awaitGuard() noexcept {
+    {
+        const Lock lock(mutex_);
+        if (board_ == nullptr || guard_ < 0)
+            return;
+    }
+    awaitNumber(board_->isGuardReady,
+                monotonicNanoseconds() + std::chrono::nanoseconds(startingPatience).count());
+}
+
+void PipeWireRedirectGuard::watch(bool isWatched) noexcept {
+    if (board_ == nullptr || board_->isWatched.exchange(isWatched) == isWatched)
+        return;
+    // A guard that watches sees soon enough by itself that it need not.
+    if (isWatched)
+        board_->calls.increase();
+}
+
+void PipeWireRedirectGuard::beatOnMainThread() noexcept {
+    if (board_ != nullptr)
+        board_->mainBeats.fetch_add(1, std::memory_order_relaxed);
+}
+
+void PipeWireRedirectGuard::beatOnDataThread() noexcept {
+    if (board_ != nullptr)
+        board_->dataBeats.fetch_add(1, std::memory_order_relaxed);
+}
+
+std::uint32_t PipeWireRedirectGuard::beatsOnDataThread() const noexcept {
+    return board_ != nullptr ? board_->dataBeats.load() : 0;
+}
+
+bool PipeWireRedirectGuard::isGivenUp() const noexcept {
+    return board_ != nullptr && (board_->isDying || board_->care != Care::guarded);
+}
+
+void PipeWireRedirectGuard::directed(std::uint32_t nodeID) noexcept {
+    if (board_ != nullptr)
+        board_->directed.add(nodeID);
+}
+
+void PipeWireRedirectGuard::released(std::uint32_t nodeID) noexcept {
+    if (board_ != nullptr)
+        board_->directed.remove(nodeID);
+}
+
+bool PipeWireRedirectGuard::mayTakeAgain() const noexcept {
+    return board_ != nullptr && board_->care == Care::givenUp;
+}
+
+void PipeWireRedirectGuard::takeAgain() noexcept {
+    if (board_ != nullptr)
+        board_->care = Care::guarded;
+}
+
+} // namespace vello

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Appearance/SettingsPortal.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+#include <utility>
+
+namespace vello {
+namespace {
+
+const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString kInterface = QStringLiteral("org.freedesktop.portal.Settings");
+
+/// Invalid for what is neither plain nor a colour. Values may come in variants in variants.
+QVariant plain(QVariant value) {
+    while (value.metaType() == QMetaType::fromType<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
+        return value;
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != QLatin1String("(ddd)"))
+        return {};
+    double red = 0.0;
+    double green = 0.0;
+    double blue = 0.0;
+    argument.beginStructure();
+    argument >> red >> green >> blue;
+    argument.endStructure();
+    return QVariantList{red, green, blue};
+}
+
+PortalSettings plain(const PortalSettings& told) {
+    PortalSettings result;
+    for (const QString& space : portalNamespaces()) {
+        const QVariantMap values = told.value(space);
+        for (auto value = values.begin(); value != values.end(); ++value)
+            result[space][value.key()] = plain(value.value());
+    }
+    return result;
+}
+
+} // namespace
+
+SettingsPortal::SettingsPortal(QDBusConnection connection, Missing missing)
+    : connection_(std::move(connection)),
+      watcher_(kService, connection_, QDBusServiceWatcher::WatchForRegistration) {
+    // Qt 6.4 connects no signal that carries a variant before it has met one.
+    qRegisterMetaType<QDBusVariant>();
+    qDBusRegisterMetaType<PortalSettings>();
+    // First listen, then ask: so nothing that changes meanwhile is missed.
+    connection_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
+                        SLOT(takeChange(QString, QString, QDBusVariant)));
+    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(Missing::awaited); });
+    ask(missing);
+}
+
+void SettingsPortal::ask(Missing missing) {
+    delete awaited_;
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("ReadAll"));
+    call.setAutoStartService(missing == Missing::started);
+    call << portalNamespaces();
+    awaited_ = new QDBusPendingCallWatcher(connection_.asyncCall(call), this);
+    connect(awaited_, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* answer) {
+        takeAnswer(*answer);
+        answer->deleteLater();
+    });
+}
+
+void SettingsPortal::takeAnswer(QDBusPendingCallWatcher& answer) {
+    const QDBusPendingReply<PortalSettings> reply = answer;
+    if (reply.isError()) {
+        // No portal, or one without settings: the toolkit's own looks hold.
+        if (!answer.reply().signature().isEmpty() && answer.reply().type() == QDBusMessage::ReplyMessage)
+            qWarning("The settings portal answers with a value of type %s instead of a{sa{sv}}. The "
+                     "desktop's appearance is followed only as far as the toolkit knows it; check which "
+                     "portal runs with: busctl --user status %s",
+                     qPrintable(answer.reply().signature()), qPrintable(kService));
+        return;
+    }
+    PortalSettings told = plain(reply.value());
+    if (told == settings_)
+        return;
+    settings_ = std::move(told);
+    emit changed();
+}
+
+void SettingsPortal::takeChange(const QString& space, const QString& key, const QDBusVariant& value) {
+    if (!portalNamespaces().contains(space))
+        return;
+    QVariant& kept = settings_[space][key];
+    QVariant told = plain(value.variant());
+    if (told == kept)
+        return;
+    kept = std::move(told);
+    emit changed();
+}
+
+} // namespace vello

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Geometry/EQPanelTexts.h"
+
+#include <unicode/locid.h>
+#include <unicode/numberformatter.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace vello {
+
+std::optional<std::string> matchingPresetName(std::span<const double> gains,
+                                              std::span<const UserEQPreset> userPresets) {
+    if (const auto builtIn = EQPreset::matching(gains))
+        return builtIn->displayName();
+    const auto preset = std::ranges::find_if(
+        userPresets, [gains](const UserEQPreset& each) { return std::ranges::equal(each.bandGains, gains); });
+    return preset == userPresets.end() ? std::nullopt : std::optional(preset->name);
+}
+
+std::string percentage(double volume, const std::string& locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    std::string text;
+    icu::number::NumberFormatter::withLocale(icu::Locale(locale.c_str()))
+        .unit(icu::NoUnit::percent())
+        .scale(icu::number::Scale::powerOfTen(2))
+        .precision(icu::number::Precision::integer())
+        .formatDouble(volume, status)
+        .toString(status)
+        .toUTF8String(text);
+    return U_SUCCESS(status) ? text : std::to_string(std::lround(volume * 100.0)).append("%");
+}
+
+} // namespace vello

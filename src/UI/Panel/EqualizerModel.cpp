@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Panel/EqualizerModel.h"
+
+#include "Foundation/DisplayText.h"
+#include "UI/Geometry/EQPanelTexts.h"
+
+#include <QLocale>
+#include <QScopedValueRollback>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace vello {
+
+EqualizerModel::EqualizerModel(AudioController& controller, std::string sourceID, QObject* parent)
+    : QObject(parent), controller_(controller), sourceID_(std::move(sourceID)),
+      settings_(controller.settings(sourceID_)) {
+    makeBands();
+    connect(&presets_, &MenuModel::chosen, this, &EqualizerModel::applyPreset);
+    connect(&routes_, &MenuModel::chosen, this, &EqualizerModel::chooseRoute);
+    showGains();
+    refreshPresets();
+    refreshRoutes();
+    refreshTempo();
+}
+
+void EqualizerModel::makeBands() {
+    for (std::size_t band = 0; band < EQSettings::bandCount; ++band) {
+        auto* const model = new BandModel(QString::fromStdString(EQSettings::bandLabel(band)), this);
+        connect(model, &BandModel::edited, this, [this, band](double decibels) { setGain(band, decibels); });
+        bands_.append(model);
+    }
+}
+
+QList<float> EqualizerModel::spectrum() const {
+    if (controller_.activeSourceID().value() != sourceID_)
+        return {};
+    const auto& levels = controller_.spectrum().value();
+    return QList<float>(levels.begin(), levels.end());
+}
+
+QString EqualizerModel::volumeText() const {
+    return QString::fromStdString(percentage(settings_.volume, QLocale().name().toStdString()));
+}
+
+QString EqualizerModel::currentPresetName() const {
+    const auto name = matchingPresetName(settings_.bandGains, controller_.userPresets().value());
+    return name ? QString::fromStdString(*name) : tr("Custom");
+}
+
+bool EqualizerModel::isUnsavedCustomCurve() const {
+    return !matchingPresetName(settings_.bandGains, controller_.userPresets().value());
+}
+
+QString EqualizerModel::currentOutputRouteName() const {
+    return QString::fromStdString(controller_.outputRouteName(settings_.outputDeviceUID));
+}
+
+void EqualizerModel::edit(const std::function<void(EQSettings&)>& change) {
+    EQSettings settings = controller_.settings(sourceID_);
+    settings.bandGains.resize(EQSettings::bandCount);
+    change(settings);
+    controller_.updateSettings(std::move(settings), sourceID_);
+}
+
+void EqualizerModel::setGains(std::span<const double> gains) {
+    edit([gains](EQSettings& settings) {
+        settings.bandGains.assign(gains.begin(), gains.end());
+        settings.bandGains.resize(EQSettings::bandCount);
+    });
+}
+
+void EqualizerModel::setVolume(double volume) {
+    if (!std::isnan(volume))
+        edit([volume](EQSettings& settings) { settings.volume = std::clamp(volume, 0.0, 1.0); });
+}
+
+void EqualizerModel::setGain(std::size_t band, double decibels) {
+    edit([&](EQSettings& settings) { settings.bandGains[band] = decibels; });
+}
+
+void EqualizerModel::reset() {
+    edit([](EQSettings& settings) { settings.reset(); });
+}
+
+void EqualizerModel::applyPreset(int row) {
+    const auto builtIn = EQPreset::allCases();
+    const auto& own = controller_.userPresets().value();
+    const auto place = static_cast<std::size_t>(row);
+    if (row < 0 || place >= builtIn.size() + own.size())
+        return;
+    const QScopedValueRollback glide(isApplyingPreset_, true);
+    if (place < builtIn.size())
+        setGains(builtIn[place].bandGains());
+    else
+        setGains(std::vector(own[place - builtIn.size()].bandGains));
+}
+
+void EqualizerModel::chooseRoute(int row) {
+    const auto& routes = controller_.outputRoutes().value();
+    if (row < 0 || static_cast<std::size_t>(row) > routes.size())
+        return;
+    std::optional<std::string> uid;
+    if (row > 0)
+        uid = routes[static_cast<std::size_t>(row - 1)].id;
+    edit([&uid](EQSettings& settings) { settings.outputDeviceUID = uid; });
+}
+
+bool EqualizerModel::isBlank(const QString& name) {
+    return trimmedWhiteSpace(name.toStdString()).empty();
+}
+
+bool EqualizerModel::savePreset(const QString& name) {
+    if (isBlank(name))
+        return false;
+    controller_.saveUserPreset(name.toStdString(), settings_.bandGains);
+    return true;
+}
+
+void EqualizerModel::refreshSettings() {
+    EQSettings settings = controller_.settings(sourceID_);
+    if (settings == settings_)
+        return;
+    const bool changesCurve = settings.bandGains != settings_.bandGains;
+    const bool changesRoute = settings.outputDeviceUID != settings_.outputDeviceUID;
+    settings_ = std::move(settings);
+    showGains();
+    emit settingsChanged();
+    if (changesCurve)
+        refreshPresets();
+    if (changesRoute)
+        refreshRoutes();
+}
+
+void EqualizerModel::showGains() {
+    for (qsizetype band = 0; band < bands_.size(); ++band) {
+        const auto place = static_cast<std::size_t>(band);
+        bands_[band]->show(place < settings_.bandGains.size() ? settings_.bandGains[place] : 0.0,
+                           isApplyingPreset_);
+    }
+}
+
+void EqualizerModel::refreshPresets() {
+    std::vector<MenuEntry> entries;
+    const auto add = [&](const std::string& name, std::span<const double> gains, bool startsGroup) {
+        entries.push_back(
+            {QString::fromStdString(name), std::ranges::equal(gains, settings_.bandGains), startsGroup});
+    };
+    for (const EQPreset preset : EQPreset::allCases())
+        add(preset.displayName(), preset.bandGains(), false);
+    const std::size_t builtInCount = entries.size();
+    for (const UserEQPreset& preset : controller_.userPresets().value())
+        add(preset.name, preset.bandGains, entries.size() == builtInCount);
+    presets_.setEntries(std::move(entries));
+    emit presetChanged();
+}
+
+void EqualizerModel::refreshRoutes() {
+    const auto& chosen = settings_.outputDeviceUID;
+    std::vector<MenuEntry> entries{{tr("Automatic"), !chosen, false}};
+    for (const AudioOutputRoute& route : controller_.outputRoutes().value()) {
+        const QString name = QString::fromStdString(route.name);
+        entries.push_back({route.isDefault ? tr("%1 (Default)").arg(name) : name, chosen == route.id, false});
+    }
+    routes_.setEntries(std::move(entries));
+    emit routeChanged();
+}
+
+void EqualizerModel::refreshTempo() {
+    const auto estimate = controller_.tempo(sourceID_);
+    const int beatsPerMinute = estimate ? estimate->beatsPerMinute : beatsPerMinute_;
+    if (estimate.has_value() == hasTempo_ && beatsPerMinute == beatsPerMinute_)
+        return;
+    hasTempo_ = estimate.has_value();
+    beatsPerMinute_ = beatsPerMinute;
+    emit tempoChanged();
+}
+
+} // namespace vello

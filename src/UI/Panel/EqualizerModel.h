@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/Controller/AudioController.h"
+#include "UI/Panel/BandModel.h"
+#include "UI/Panel/MenuModel.h"
+
+#include <QList>
+#include <QObject>
+#include <QQmlListProperty>
+#include <QtQmlIntegration>
+
+#include <functional>
+#include <string>
+
+namespace vello {
+
+/// The equalizer of one source, as its open card shows and edits it.
+class EqualizerModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by its source")
+    Q_PROPERTY(QQmlListProperty<vello::BandModel> bands READ bands CONSTANT)
+    Q_PROPERTY(bool isFlat READ isFlat NOTIFY settingsChanged)
+    Q_PROPERTY(bool isBypassed READ isBypassed NOTIFY settingsChanged)
+    Q_PROPERTY(double volume READ volume WRITE setVolume NOTIFY settingsChanged)
+    Q_PROPERTY(QString volumeText READ volumeText NOTIFY settingsChanged)
+    Q_PROPERTY(QString currentPresetName READ currentPresetName NOTIFY presetChanged)
+    Q_PROPERTY(bool isUnsavedCustomCurve READ isUnsavedCustomCurve NOTIFY presetChanged)
+    Q_PROPERTY(QString currentOutputRouteName READ currentOutputRouteName NOTIFY routeChanged)
+    Q_PROPERTY(bool hasTempo READ hasTempo NOTIFY tempoChanged)
+    /// The latest; it stays when there is none any more.
+    Q_PROPERTY(int beatsPerMinute READ beatsPerMinute NOTIFY tempoChanged)
+    Q_PROPERTY(vello::MenuModel* presets READ presets CONSTANT)
+    Q_PROPERTY(vello::MenuModel* routes READ routes CONSTANT)
+    /// One level for each band while this card is the open one.
+    Q_PROPERTY(QList<float> spectrum READ spectrum NOTIFY spectrumChanged)
+
+public:
+    EqualizerModel(AudioController& controller, std::string sourceID, QObject* parent);
+
+    QQmlListProperty<BandModel> bands() { return {this, &bands_}; }
+    bool isFlat() const { return settings_.isFlat(); }
+    bool isBypassed() const { return settings_.isBypassed; }
+    double volume() const { return settings_.volume; }
+    void setVolume(double volume);
+    QString volumeText() const;
+    QString currentPresetName() const;
+    bool isUnsavedCustomCurve() const;
+    QString currentOutputRouteName() const;
+    bool hasTempo() const { return hasTempo_; }
+    int beatsPerMinute() const { return beatsPerMinute_; }
+    MenuModel* presets() { return &presets_; }
+    MenuModel* routes() { return &routes_; }
+    QList<float> spectrum() const;
+
+    Q_INVOKABLE void reset();
+    /// False, and nothing happens, when `name` is blank.
+    Q_INVOKABLE bool savePreset(const QString& name);
+    Q_INVOKABLE static bool isBlank(const QString& name);
+
+    // What the model has published since.
+    void refreshSettings();
+    void refreshPresets();
+    void refreshRoutes();
+    void refreshTempo();
+    void refreshSpectrum() { emit spectrumChanged(); }
+
+signals:
+    void settingsChanged();
+    void presetChanged();
+    void routeChanged();
+    void tempoChanged();
+    void spectrumChanged();
+
+private:
+    void makeBands();
+    void showGains();
+    void setGain(std::size_t band, double decibels);
+    void applyPreset(int row);
+    void chooseRoute(int row);
+    void edit(const std::function<void(EQSettings&)>& change);
+    void setGains(std::span<const double> gains);
+
+    AudioController& controller_;
+    const std::string sourceID_;
+    EQSettings settings_;
+    bool hasTempo_ = false;
+    int beatsPerMinute_ = 0;
+    bool isApplyingPreset_ = false;
+    QList<BandModel*> bands_; ///< children
+    MenuModel presets_{MenuModel::Marks::none};
+    MenuModel routes_{MenuModel::Marks::check};
+};
+
+} // namespace vello

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "UI/Geometry/MarqueeGeometry.h"
+
+#include <QColor>
+#include <QElapsedTimer>
+#include <QFont>
+#include <QQuickPaintedItem>
+#include <QTimer>
+#include <QtQmlIntegration>
+
+namespace vello {
+
+/// One line of text as wide as the item, which passes through it when it does not fit: to the left, or to the
+/// right where the text is read from there. While it cannot be seen, fits or must not move, it costs nothing.
+class MarqueeText : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
+    Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
+    Q_PROPERTY(int pixelSize READ pixelSize WRITE setPixelSize NOTIFY pixelSizeChanged)
+    Q_PROPERTY(bool reduceMotion READ reduceMotion WRITE setReduceMotion NOTIFY reduceMotionChanged)
+    /// A text that fits stands at the right edge.
+    Q_PROPERTY(bool isMirrored READ isMirrored WRITE setMirrored NOTIFY mirroredChanged)
+    /// In the direction of reading: 0 at its start, below 0 while it leaves, above 0 while it comes again.
+    Q_PROPERTY(double offset READ offset NOTIFY offsetChanged)
+
+public:
+    explicit MarqueeText(QQuickItem* parent = nullptr);
+
+    QString text() const { return text_; }
+    void setText(const QString& text);
+    QColor color() const { return color_; }
+    void setColor(const QColor& color);
+    int pixelSize() const { return font_.pixelSize(); }
+    void setPixelSize(int pixelSize);
+    bool reduceMotion() const { return reduceMotion_; }
+    void setReduceMotion(bool reduceMotion);
+    bool isMirrored() const { return isMirrored_; }
+    void setMirrored(bool isMirrored);
+    double offset() const { return offset_; }
+
+    void paint(QPainter* painter) override;
+
+signals:
+    void textChanged();
+    void colorChanged();
+    void pixelSizeChanged();
+    void reduceMotionChanged();
+    void mirroredChanged();
+    void offsetChanged();
+
+protected:
+    void geometryChange(const QRectF& now, const QRectF& before) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+
+private:
+    MarqueeGeometry geometry() const { return {textWidth_, width()}; }
+    /// Of the text, from the item's left edge.
+    double left() const;
+    void measure();
+    /// Starts or stops the clock, as the text has to move or not.
+    void review();
+    void tick();
+    void setOffset(double offset);
+
+    QString text_;
+    QColor color_ = Qt::black;
+    QFont font_;
+    double textWidth_ = 0.0;
+    double offset_ = 0.0;
+    bool reduceMotion_ = false;
+    bool isMirrored_ = false;
+    QElapsedTimer sinceAnimationStart_;
+    QTimer animationTimer_;
+};
+
+} // namespace vello

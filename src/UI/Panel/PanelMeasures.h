@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Foundation/Product.h"
+#include "UI/Geometry/PanelGeometry.h"
+
+#include <QObject>
+#include <QtQmlIntegration>
+#include <QUrl>
+
+namespace vello {
+
+/// The panel's arithmetic and constants for QML.
+class PanelMeasures : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(double panelWidth READ panelWidth CONSTANT)
+    Q_PROPERTY(double maximumListHeight READ maximumListHeight CONSTANT)
+    Q_PROPERTY(QUrl webSite READ webSite CONSTANT)
+
+public:
+    explicit PanelMeasures(QObject* parent = nullptr) : QObject(parent) {}
+
+    double panelWidth() const { return kPanelWidth; }
+    double maximumListHeight() const { return kMaximumListHeight; }
+    QUrl webSite() const { return QUrl(QString::fromUtf8(kWebSite)); }
+    Q_INVOKABLE double listHeight(double contentHeight) const { return vello::listHeight(contentHeight); }
+    Q_INVOKABLE double titleScale(double expansion) const { return vello::titleScale(expansion); }
+    Q_INVOKABLE double titleOpacity(double expansion) const { return vello::titleOpacity(expansion); }
+};
+
+} // namespace vello

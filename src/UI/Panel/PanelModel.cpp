@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Panel/PanelModel.h"
+
+#include <QQmlEngine>
+
+namespace vello {
+
+using Status = AudioCapturePermission::Status;
+
+PanelModel::PanelModel(AudioController& controller, MeterAudience& meters,
+                       LaunchAtLoginController& launchAtLogin, AppIconProvider& icons)
+    : controller_(controller), meters_(meters), launchAtLogin_(launchAtLogin), sources_(controller, icons) {
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+    QJSEngine::setObjectOwnership(&sources_, QJSEngine::CppOwnership);
+    connect(&sources_, &SourceListModel::toggled, this, &PanelModel::toggle);
+    observe();
+    refreshSources();
+}
+
+void PanelModel::observe() {
+    const auto keep = [this](Observation observation) { observations_.push_back(std::move(observation)); };
+    const auto refreshAll = [this](void (SourceItem::*refresh)()) {
+        return [this, refresh](const auto&) {
+            sources_.forEach([refresh](SourceItem& item) { (item.*refresh)(); });
+        };
+    };
+    keep(controller_.sources().observe([this](const auto&) { refreshSources(); }));
+    keep(controller_.settingsBySourceID().observe(refreshAll(&SourceItem::refreshSettings)));
+    keep(controller_.outputRoutes().observe(refreshAll(&SourceItem::refreshRoutes)));
+    keep(controller_.userPresets().observe(refreshAll(&SourceItem::refreshPresets)));
+    keep(controller_.levels().observe(refreshAll(&SourceItem::refreshLevel)));
+    keep(controller_.tempoEstimates().observe(refreshAll(&SourceItem::refreshTempo)));
+    keep(controller_.spectrum().observe(refreshAll(&SourceItem::refreshSpectrum)));
+    keep(controller_.isProcessingEnabled().observe([this](bool) { emit processingEnabledChanged(); }));
+    keep(controller_.capturePermission().status().observe([this](Status) {
+        controller_.permissionStatusChanged();
+        emit permissionChanged();
+    }));
+    keep(launchAtLogin_.isEnabled().observe([this](bool) { emit launchChanged(); }));
+    keep(launchAtLogin_.didFailToUpdate().observe([this](bool) { emit launchChanged(); }));
+}
+
+bool PanelModel::isAuthorized() const {
+    return controller_.capturePermission().status().value() == Status::authorized;
+}
+
+bool PanelModel::isDenied() const {
+    return controller_.capturePermission().status().value() == Status::denied;
+}
+
+void PanelModel::setLaunchesAtLogin(bool isEnabled) {
+    launchAtLogin_.setEnabled(isEnabled);
+    // Also when nothing changed: the switch falls back to what is.
+    emit launchChanged();
+}
+
+MenuModel* PanelModel::openPresets() const {
+    MenuModel* open = nullptr;
+    sources_.forEach([&open](SourceItem& item) {
+        if (item.isExpanded())
+            open = item.equalizer()->presets();
+    });
+    return open;
+}
+
+void PanelModel::setShown(bool isShown) {
+    if (!isShown) {
+        seat_.reset();
+        return;
+    }
+    launchAtLogin_.refresh();
+    controller_.capturePermission().refresh();
+    controller_.permissionStatusChanged();
+    seat_ = meters_.join();
+}
+
+void PanelModel::toggle(const std::string& sourceID) {
+    const bool wasExpanded = expandedSourceID_ == sourceID;
+    const double titleExpansion = wasExpanded ? 0.0 : 1.0;
+    if (titleExpansion != headerTitleExpansion_) {
+        headerTitleExpansion_ = titleExpansion;
+        emit headerTitleExpansionChanged();
+    }
+    expandedSourceID_ = wasExpanded ? std::nullopt : std::optional(sourceID);
+    showExpansion();
+    controller_.setActiveSource(expandedSourceID_);
+}
+
+void PanelModel::refreshSources() {
+    sources_.refreshSources();
+    showExpansion();
+}
+
+void PanelModel::showExpansion() {
+    sources_.forEach([this](SourceItem& item) { item.setExpanded(expandedSourceID_ == item.source().id); });
+}
+
+} // namespace vello

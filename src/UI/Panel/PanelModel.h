@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/Controller/AudioController.h"
+#include "AudioEngine/Controller/LaunchAtLoginController.h"
+#include "AudioEngine/Controller/MeterAudience.h"
+#include "UI/Panel/SourceListModel.h"
+
+#include <QObject>
+#include <QtQmlIntegration>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vello {
+
+/// What the panel shows and does: the controllers' published state as properties, their operations as verbs,
+/// and the state of the panel itself.
+class PanelModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the application")
+    Q_PROPERTY(vello::SourceListModel* sources READ sources CONSTANT)
+    Q_PROPERTY(bool isAuthorized READ isAuthorized NOTIFY permissionChanged)
+    Q_PROPERTY(bool isDenied READ isDenied NOTIFY permissionChanged)
+    Q_PROPERTY(bool isProcessingEnabled READ isProcessingEnabled WRITE setProcessingEnabled NOTIFY
+                   processingEnabledChanged)
+    Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin WRITE setLaunchesAtLogin NOTIFY launchChanged)
+    Q_PROPERTY(bool didFailToUpdateLaunch READ didFailToUpdateLaunch NOTIFY launchChanged)
+    /// Where the title is on its way to: 1, receded, while a card is open; else 0.
+    Q_PROPERTY(double headerTitleExpansion READ headerTitleExpansion NOTIFY headerTitleExpansionChanged)
+
+public:
+    /// Everything outlives the model.
+    PanelModel(AudioController& controller, MeterAudience& meters, LaunchAtLoginController& launchAtLogin,
+               AppIconProvider& icons);
+
+    SourceListModel* sources() { return &sources_; }
+    bool isAuthorized() const;
+    bool isDenied() const;
+    bool isProcessingEnabled() const { return controller_.isProcessingEnabled().value(); }
+    void setProcessingEnabled(bool isEnabled) { controller_.setProcessingEnabled(isEnabled); }
+    bool launchesAtLogin() const { return launchAtLogin_.isEnabled().value(); }
+    void setLaunchesAtLogin(bool isEnabled);
+    bool didFailToUpdateLaunch() const { return launchAtLogin_.didFailToUpdate().value(); }
+    double headerTitleExpansion() const { return headerTitleExpansion_; }
+    /// Of the one open card; absent while all are closed.
+    const std::optional<std::string>& expandedSourceID() const { return expandedSourceID_; }
+
+    /// Presets of the open card's source; null while no card of a listed source is open.
+    MenuModel* openPresets() const;
+    /// The panel is on the screen, or no longer. Meters run in between.
+    void setShown(bool isShown);
+
+    Q_INVOKABLE void allowCapture() { controller_.capturePermission().request(); }
+    Q_INVOKABLE void openCaptureSettings() { controller_.capturePermission().openSystemSettings(); }
+    Q_INVOKABLE void openAbout() { emit aboutRequested(); }
+    Q_INVOKABLE void quit() { emit quitRequested(); }
+
+signals:
+    void permissionChanged();
+    void processingEnabledChanged();
+    void launchChanged();
+    void headerTitleExpansionChanged();
+    void aboutRequested();
+    void quitRequested();
+
+private:
+    void observe();
+    void refreshSources();
+    void showExpansion();
+    void toggle(const std::string& sourceID);
+
+    AudioController& controller_;
+    MeterAudience& meters_;
+    LaunchAtLoginController& launchAtLogin_;
+    SourceListModel sources_;
+    std::optional<std::string> expandedSourceID_;
+    double headerTitleExpansion_ = 0.0;
+    MeterAudience::Seat seat_;
+    std::vector<Observation> observations_;
+};
+
+} // namespace vello

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "Models/AppAudioSource.h"
+#include "UI/Panel/EqualizerModel.h"
+
+#include <QIcon>
+#include <QObject>
+#include <QtQmlIntegration>
+
+namespace vello {
+
+/// One card of the panel. It stays the same object as long as its source is listed.
+class SourceItem : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the list of sources")
+    Q_PROPERTY(QString name READ name NOTIFY sourceChanged)
+    Q_PROPERTY(bool isSystem READ isSystem CONSTANT)
+    Q_PROPERTY(bool hasIcon READ hasIcon NOTIFY sourceChanged)
+    /// While false the source is silent and has no meter.
+    Q_PROPERTY(bool hasLevel READ hasLevel NOTIFY levelChanged)
+    /// Share of the meter that is filled, 0 to 1.
+    Q_PROPERTY(double level READ level NOTIFY levelChanged)
+    Q_PROPERTY(bool isEQEnabled READ isEQEnabled WRITE setEQEnabled NOTIFY settingsChanged)
+    /// Of the device chosen for this source; empty while it follows the automatic output.
+    Q_PROPERTY(QString outputRouteName READ outputRouteName NOTIFY routeChanged)
+    Q_PROPERTY(bool isExpanded READ isExpanded NOTIFY expandedChanged)
+    Q_PROPERTY(vello::EqualizerModel* equalizer READ equalizer CONSTANT)
+
+public:
+    SourceItem(AudioController& controller, AppAudioSource source, QIcon icon);
+
+    const AppAudioSource& source() const { return source_; }
+    void setSource(AppAudioSource source, QIcon icon);
+
+    QString name() const { return QString::fromStdString(source_.name); }
+    bool isSystem() const { return source_.id == kSystemSourceID; }
+    QIcon icon() const { return icon_; }
+    bool hasIcon() const { return !icon_.isNull(); }
+    bool hasLevel() const { return level_.has_value(); }
+    double level() const { return level_.value_or(0.0); }
+    bool isEQEnabled() const { return !equalizer_.isBypassed(); }
+    void setEQEnabled(bool isEnabled);
+    QString outputRouteName() const { return outputRouteName_; }
+    bool isExpanded() const { return isExpanded_; }
+    void setExpanded(bool isExpanded);
+    EqualizerModel* equalizer() { return &equalizer_; }
+
+    /// Opens the card, and closes any other; or closes it when it is open.
+    Q_INVOKABLE void toggle() { emit toggled(); }
+
+    // What the model has published since.
+    void refreshSettings();
+    void refreshRoutes();
+    void refreshPresets() { equalizer_.refreshPresets(); }
+    void refreshLevel();
+    void refreshTempo() { equalizer_.refreshTempo(); }
+    void refreshSpectrum() { equalizer_.refreshSpectrum(); }
+
+signals:
+    void sourceChanged();
+    void levelChanged();
+    void settingsChanged();
+    void routeChanged();
+    void expandedChanged();
+    void toggled();
+
+private:
+    void refreshRouteName();
+
+    AudioController& controller_;
+    AppAudioSource source_;
+    QIcon icon_;
+    std::optional<double> level_;
+    QString outputRouteName_;
+    bool isExpanded_ = false;
+    EqualizerModel equalizer_;
+};
+
+} // namespace vello

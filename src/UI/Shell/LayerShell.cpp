@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "LayerShell.h"
+
+#include <algorithm>
+#include <cstring>
+#include <wayland-client.h>
+#include <wlr-layer-shell-unstable-v1.h>
+
+namespace vello {
+namespace {
+
+/// With the fourth, a layer can leave the keyboard to whom the user chooses.
+constexpr std::uint32_t kNewestVersion = ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND_SINCE_VERSION;
+
+/// What the compositor offers of the layer shell.
+struct Offer {
+    std::uint32_t name = 0;
+    std::uint32_t version = 0; ///< 0: nothing
+};
+
+void noteOffer(void* offer, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t version) {
+    if (std::strcmp(interface, zwlr_layer_shell_v1_interface.name) == 0)
+        *static_cast<Offer*>(offer) = {name, std::min(version, kNewestVersion)};
+}
+
+void ignoreWithdrawal(void*, wl_registry*, std::uint32_t) {}
+
+/// A registry whose events, and those of what is bound with it, come to `queue`.
+wl_registry* registryOn(wl_display* display, wl_event_queue* queue) {
+    auto* const wrapper = static_cast<wl_display*>(wl_proxy_create_wrapper(display));
+    wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(wrapper), queue);
+    wl_registry* const registry = wl_display_get_registry(wrapper);
+    wl_proxy_wrapper_destroy(wrapper);
+    return registry;
+}
+
+std::uint32_t anchors(ScreenCorner corner) {
+    return (isLeft(corner) ? ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT : ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT) |
+           (isTop(corner) ? ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP : ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM);
+}
+
+} // namespace
+
+std::unique_ptr<LayerShell> LayerShell::find(wl_display* display) {
+    std::unique_ptr<LayerShell> shell(new LayerShell(display, wl_display_create_queue(display)));
+    wl_registry* const registry = registryOn(display, shell->queue_);
+    static constexpr wl_registry_listener kListener{noteOffer, ignoreWithdrawal};
+    Offer offer;
+    wl_registry_add_listener(registry, &kListener, &offer);
+    wl_display_roundtrip_queue(display, shell->queue_);
+    if (offer.version > 0)
+        shell->shell_ = static_cast<zwlr_layer_shell_v1*>(
+            wl_registry_bind(registry, offer.name, &zwlr_layer_shell_v1_interface, offer.version));
+    wl_registry_destroy(registry);
+    return shell->shell_ ? std::move(shell) : nullptr;
+}
+
+LayerShell::~LayerShell() {
+    if (shell_ && zwlr_layer_shell_v1_get_version(shell_) >= ZWLR_LAYER_SHELL_V1_DESTROY_SINCE_VERSION)
+        zwlr_layer_shell_v1_destroy(shell_);
+    else if (shell_)
+        wl_proxy_destroy(reinterpret_cast<wl_proxy*>(shell_));
+    wl_event_queue_destroy(queue_);
+}
+
+std::unique_ptr<LayerSurface> LayerShell::makeSurface(wl_surface* surface, ScreenCorner corner, int inset,
+                                                      QSize size) const {
+    // No output of our choice: the compositor takes the one that the user is at.
+    zwlr_layer_surface_v1* const layer = zwlr_layer_shell_v1_get_layer_surface(
+        shell_, surface, nullptr, ZWLR_LAYER_SHELL_V1_LAYER_TOP, "vello-panel");
+    std::unique_ptr<LayerSurface> made(new LayerSurface(layer, surface));
+    zwlr_layer_surface_v1_set_anchor(layer, anchors(corner));
+    zwlr_layer_surface_v1_set_margin(layer, inset, inset, inset, inset);
+    zwlr_layer_surface_v1_set_keyboard_interactivity(layer,
+                                                     ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE);
+    made->resize(size);
+    made->awaitConfiguration(display_, queue_);
+    return made;
+}
+
+LayerSurface::LayerSurface(zwlr_layer_surface_v1* layer, wl_surface* surface)
+    : layer_(layer), surface_(surface) {
+    static constexpr zwlr_layer_surface_v1_listener kListener{configure, close};
+    zwlr_layer_surface_v1_add_listener(layer_, &kListener, this);
+}
+
+LayerSurface::~LayerSurface() {
+    zwlr_layer_surface_v1_destroy(layer_);
+}
+
+void LayerSurface::awaitConfiguration(wl_display* display, wl_event_queue* queue) {
+    while (!isAnswered_ && wl_display_dispatch_queue(display, queue) >= 0) {
+    }
+    // From now on the toolkit's event loop delivers.
+    wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(layer_), nullptr);
+}
+
+void LayerSurface::releaseKeyboard() {
+    if (zwlr_layer_surface_v1_get_version(layer_) <
+        ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND_SINCE_VERSION)
+        return;
+    zwlr_layer_surface_v1_set_keyboard_interactivity(layer_,
+                                                     ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND);
+    wl_surface_commit(surface_);
+}
+
+void LayerSurface::resize(QSize size) {
+    zwlr_layer_surface_v1_set_size(layer_, static_cast<std::uint32_t>(size.width()),
+                                   static_cast<std::uint32_t>(size.height()));
+    wl_surface_commit(surface_);
+}
+
+/// The size is that of the panel, whatever the compositor would like.
+void LayerSurface::configure(void* self, zwlr_layer_surface_v1* layer, std::uint32_t serial, std::uint32_t,
+                             std::uint32_t) {
+    zwlr_layer_surface_v1_ack_configure(layer, serial);
+    static_cast<LayerSurface*>(self)->isAnswered_ = true;
+}
+
+void LayerSurface::close(void* self, zwlr_layer_surface_v1*) {
+    auto* const surface = static_cast<LayerSurface*>(self);
+    surface->isAnswered_ = true;
+    emit surface->closed();
+}
+
+} // namespace vello

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Shell/PanelShell.h"
+
+#include <utility>
+
+namespace vello {
+
+PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
+    : controller_(parts.controller), icons_(parts.runningApplications, parts.iconProgram),
+      desktop_(parts.sessionBus, qEnvironmentVariable("VELLO_APPEARANCE")), theme_(desktop_.appearance()),
+      model_(parts.controller, parts.meters, parts.launchAtLogin, icons_),
+      windows_(WindowSystem::ofToolkit()), presenter_(model_, theme_, *windows_, parts.corner),
+      tray_(parts.sessionBus, *windows_,
+            [this] { return trayMenu(controller_, model_, [this] { presenter_.show(tray_.geometry()); }); }),
+      launch_(
+          parts.mainThread,
+          [this] {
+              if (!tray_.isShown())
+                  return false;
+              presenter_.show(tray_.geometry());
+              return true;
+          },
+          [this] { presenter_.show(std::nullopt); }) {
+    connect(&desktop_, &DesktopAppearance::changed, this,
+            [this] { theme_.setAppearance(desktop_.appearance()); });
+    connect(&model_, &PanelModel::quitRequested, this, [quit = std::move(quit)] { quit(); });
+    connect(&tray_, &Tray::activated, &presenter_, &PanelPresenter::toggle);
+    observeMenu();
+}
+
+void PanelShell::observeMenu() {
+    const auto invalidate = [this](const auto&) { tray_.invalidateMenu(); };
+    observations_.push_back(controller_.isProcessingEnabled().observe(invalidate));
+    observations_.push_back(controller_.activeSourceID().observe(invalidate));
+    observations_.push_back(controller_.userPresets().observe(invalidate));
+}
+
+void PanelShell::presentAtLaunch() {
+    launch_.presentPanelWhenReady();
+}
+
+void PanelShell::reopen(const std::string& activationToken) {
+    if (!activationToken.empty())
+        qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(activationToken));
+    if (!presenter_.isPanelVisible())
+        presenter_.show(tray_.geometry());
+}
+
+} // namespace vello

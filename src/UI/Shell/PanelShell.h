@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "UI/Appearance/DesktopAppearance.h"
+#include "UI/Geometry/LaunchPresentation.h"
+#include "UI/Panel/AppIconProvider.h"
+#include "UI/Panel/PanelModel.h"
+#include "UI/Panel/Theme.h"
+#include "UI/Panel/WordingTranslator.h"
+#include "UI/Shell/PanelPresenter.h"
+#include "UI/Shell/Tray.h"
+#include "UI/Shell/WindowSystem.h"
+
+#include <QDBusConnection>
+#include <QObject>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vello {
+
+/// The application on the screen: the status item, and the panel that it opens. Main thread only; there is a
+/// QApplication.
+class PanelShell : public QObject {
+    Q_OBJECT
+
+public:
+    /// What the shell is made on. All of it outlives the shell.
+    struct Parts {
+        AudioController& controller;
+        MeterAudience& meters;
+        LaunchAtLoginController& launchAtLogin;
+        RunningApplications& runningApplications;
+        MainThread& mainThread;
+        std::filesystem::path iconProgram; ///< kApplicationIconProgram
+        /// Where the panel opens while the status item's place is not known.
+        ScreenCorner corner = ScreenCorner::topRight;
+        QDBusConnection sessionBus = QDBusConnection::sessionBus();
+    };
+    /// `quit` ends the application.
+    PanelShell(const Parts& parts, std::function<void()> quit);
+
+    /// Opens the panel as soon as there is a status item; without one in the corner of the screen.
+    void presentAtLaunch();
+    /// The application was started again: opens the panel if it is not open.
+    void reopen(const std::string& activationToken);
+
+    PanelPresenter& presenter() { return presenter_; }
+    const Tray& tray() const { return tray_; }
+
+private:
+    void observeMenu();
+
+    WordingTranslator wording_;
+    AudioController& controller_;
+    AppIconProvider icons_;
+    DesktopAppearance desktop_;
+    Theme theme_;
+    PanelModel model_;
+    std::unique_ptr<WindowSystem> windows_;
+    PanelPresenter presenter_;
+    Tray tray_;
+    LaunchPresentation launch_;
+    std::vector<Observation> observations_;
+};
+
+} // namespace vello

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Shell/Tray.h"
+
+#include "UI/Shell/TrayIcon.h"
+#include "UI/Shell/WindowSystem.h"
+
+#include <QCursor>
+
+#include <utility>
+
+namespace vello {
+namespace {
+
+/// Half the size of most items: what is known is only where the pointer was.
+constexpr int kReach = 11;
+
+} // namespace
+
+Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu,
+           std::function<Clock::time_point()> now)
+    : windows_(windows), now_(std::move(now)), makeMenu_(makeMenu), menu_(std::move(makeMenu)),
+      item_(std::move(bus), menu_,
+            {trayIcon(), symbolicTrayIconName(qEnvironmentVariable("XDG_CURRENT_DESKTOP"))}) {
+    connect(&item_, &StatusNotifierItem::registrationChanged, this, &Tray::review);
+    connect(&item_, &StatusNotifierItem::activated, this, &Tray::activate);
+    connect(&item_, &StatusNotifierItem::menuRequested, this, [this](int x, int y) {
+        if (const auto place = placeAround(x, y))
+            showMenu(place->center());
+    });
+}
+
+Tray::~Tray() = default;
+
+void Tray::activate(int x, int y) {
+    const Clock::time_point now = now_();
+    const bool isSameClick =
+        !windows_.tellsButtons() && lastActivation_ && now - *lastActivation_ < shortestPause;
+    lastActivation_ = now;
+    if (!isSameClick)
+        emit activated(placeAround(x, y));
+}
+
+bool Tray::isShown() const {
+    return item_.registration() == StatusNotifierItem::Registration::done ||
+           (embedded_ && embedded_->isVisible() && QSystemTrayIcon::isSystemTrayAvailable());
+}
+
+std::optional<QRect> Tray::geometry() const {
+    if (!embedded_ || embedded_->geometry().isEmpty())
+        return std::nullopt;
+    return embedded_->geometry();
+}
+
+/// Hosts that do not know the place say that it is 0, 0.
+std::optional<QRect> Tray::placeAround(int x, int y) const {
+    const auto place = x == 0 && y == 0 ? std::nullopt : windows_.place({x, y});
+    if (!place)
+        return std::nullopt;
+    return QRect(place->x() - kReach, place->y() - kReach, 2 * kReach, 2 * kReach);
+}
+
+/// Nothing is embedded before a watcher has answered: the toolkit would find that watcher too, and keep to
+/// it.
+void Tray::review() {
+    if (item_.registration() == StatusNotifierItem::Registration::done)
+        embedded_.reset();
+    else if (!embedded_ && windows_.hasEmbeddedItems())
+        embed();
+}
+
+void Tray::embed() {
+    embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon());
+    embedded_->setToolTip(item_.title());
+    connect(embedded_.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                // Of two quick presses the second is told as a double click, and as nothing else.
+                if (reason == QSystemTrayIcon::Context)
+                    showMenu(QCursor::pos());
+                else
+                    emit activated(geometry());
+            });
+    embedded_->show();
+}
+
+void Tray::showMenu(QPoint place) {
+    ownMenu_ = std::make_unique<QMenu>();
+    for (const TrayMenuEntry& entry : makeMenu_()) {
+        if (entry.isDivider()) {
+            ownMenu_->addSeparator();
+            continue;
+        }
+        QAction* const action = ownMenu_->addAction(QString(entry.label).replace(u'&', QStringLiteral("&&")));
+        action->setCheckable(entry.isCheckable);
+        action->setChecked(entry.isChecked);
+        connect(action, &QAction::triggered, this, [choose = entry.choose] { choose(); });
+    }
+    ownMenu_->popup(place);
+}
+
+} // namespace vello

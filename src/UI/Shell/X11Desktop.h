@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "UI/Shell/WindowSystem.h"
+
+namespace vello {
+
+/// An X server: who presses a button anywhere, whether windows can be translucent, and how a window stays out
+/// of task bars. On a connection of its own.
+class X11Desktop : public WindowSystem {
+    Q_OBJECT
+
+public:
+    /// Null where the toolkit does not run on an X server that offers what is needed.
+    static std::unique_ptr<X11Desktop> connectToDisplay();
+    ~X11Desktop() override;
+
+    bool hasTranslucency() const override;
+    bool hasEmbeddedItems() const override { return true; }
+    bool tellsButtons() const override { return true; }
+    std::optional<QPoint> place(QPoint native) const override;
+    void prepare(QWindow& window, const WindowPlace& place) override;
+    void limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) override;
+
+private:
+    struct Connection;
+    explicit X11Desktop(std::unique_ptr<Connection> connection);
+    void readEvents();
+    QPoint pointerPosition() const;
+    void hideFromTaskbars(unsigned long window) const;
+
+    std::unique_ptr<Connection> connection_;
+};
+
+} // namespace vello

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Realtime/AudioSampleRingBuffer.h"
+
+#include "support/SignalSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace vello {
+namespace {
+
+using test::counting;
+
+void append(AudioSampleRingBuffer& ring, const std::vector<float>& samples) {
+    ring.write(samples.data(), samples.size());
+}
+
+TEST(AudioSampleRingBuffer, HoldsNothingAtFirst) {
+    AudioSampleRingBuffer ring(8);
+    float sample = 0;
+    EXPECT_FALSE(ring.copyLatest(&sample, 1));
+    EXPECT_EQ(ring.writeCursor(), 0U);
+}
+
+TEST(AudioSampleRingBuffer, GivesWhatWasWrittenInOrderAndNoMore) {
+    AudioSampleRingBuffer ring(16);
+    append(ring, counting(1, 10));
+    std::vector<float> latest(11, -1);
+    EXPECT_TRUE(ring.copyLatest(latest.data(), 10));
+    EXPECT_EQ(latest, (std::vector<float>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, -1}));
+    EXPECT_FALSE(ring.copyLatest(latest.data(), 11));
+}
+
+TEST(AudioSampleRingBuffer, KeepsTheOrderAcrossTheWrap) {
+    AudioSampleRingBuffer ring(8);
+    append(ring, counting(1, 6));
+    append(ring, counting(7, 4));
+    std::vector<float> latest(8);
+    EXPECT_TRUE(ring.copyLatest(latest.data(), 8));
+    EXPECT_EQ(latest, counting(3, 8));
+}
+
+TEST(AudioSampleRingBuffer, ShowsTheNewestSamplesWhereTheyLieInOrder) {
+    AudioSampleRingBuffer ring(8);
+    append(ring, counting(1, 6));
+    append(ring, counting(7, 4));
+    for (std::size_t count = 1; count <= 8; ++count) {
+        std::vector<float> copied(count);
+        ASSERT_TRUE(ring.copyLatest(copied.data(), count));
+        const auto shown = ring.latest(count);
+        ASSERT_TRUE(shown);
+        ASSERT_EQ(shown->older.size() + shown->newer.size(), count);
+        for (std::size_t i = 0; i < count; ++i)
+            EXPECT_EQ((*shown)[i], copied[i]);
+    }
+}
+
+TEST(AudioSampleRingBuffer, DropsABlockThatIsLargerThanItselfWhole) {
+    AudioSampleRingBuffer ring(8);
+    append(ring, counting(1, 9));
+    EXPECT_EQ(ring.writeCursor(), 0U);
+    append(ring, counting(1, 8));
+    EXPECT_EQ(ring.writeCursor(), 8U);
+}
+
+TEST(AudioSampleRingBuffer, RefusesReadsThatCannotBeServed) {
+    AudioSampleRingBuffer ring(8);
+    append(ring, counting(1, 8));
+    std::vector<float> latest(16);
+    EXPECT_FALSE(ring.copyLatest(latest.data(), 0));
+    EXPECT_FALSE(ring.copyLatest(latest.data(), 9));
+    EXPECT_FALSE(ring.copyLatest(nullptr, 1));
+    EXPECT_FALSE(ring.latest(0));
+    EXPECT_FALSE(ring.latest(9));
+    EXPECT_FALSE(AudioSampleRingBuffer(8).latest(1));
+}
+
+TEST(AudioSampleRingBuffer, IgnoresAnEmptyWrite) {
+    AudioSampleRingBuffer ring(8);
+    ring.write(nullptr, 0);
+    EXPECT_EQ(ring.writeCursor(), 0U);
+}
+
+TEST(AudioSampleRingBuffer, ShowsAReaderEverySampleBeforeThePublishedCursor) {
+    // The writer never wraps, so what the reader copies is never overwritten meanwhile.
+    constexpr std::size_t capacity = std::size_t{1} << 20;
+    constexpr std::size_t block = 480;
+    constexpr std::size_t blocks = capacity / block;
+    AudioSampleRingBuffer ring(capacity);
+    std::atomic<std::size_t> reads{0};
+    std::thread writer([&] {
+        for (std::size_t written = 0; written < blocks; ++written) {
+            while (written == blocks / 2 && reads == 0)
+                std::this_thread::yield();
+            append(ring, counting(static_cast<float>(written * block), block));
+        }
+    });
+    std::vector<float> latest(block);
+    bool isInOrder = true;
+    while (ring.writeCursor() < blocks * block) {
+        if (!ring.copyLatest(latest.data(), block))
+            continue;
+        isInOrder = isInOrder && latest == counting(latest.front(), block);
+        ++reads;
+    }
+    writer.join();
+    EXPECT_TRUE(isInOrder);
+    EXPECT_GT(reads, 0U);
+}
+
+TEST(AudioSampleRingBufferDeathTest, EndsTheProcessWithoutAPowerOfTwo) {
+    EXPECT_DEATH(AudioSampleRingBuffer(0), "power of two");
+    EXPECT_DEATH(AudioSampleRingBuffer(12), "power of two");
+}
+
+} // namespace
+} // namespace vello

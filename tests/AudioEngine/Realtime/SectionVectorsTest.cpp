@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How sections lie in vectors, on every instruction set: compiled once for each, as the kernels are.
+#include "AudioEngine/Realtime/BlockKernelTargets.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "SectionVectorsTest.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#ifndef VELLO_SECTION_VECTORS_TESTS
+#define VELLO_SECTION_VECTORS_TESTS
+namespace vello {
+/// Appends a line for every layout, and what is wrong with it.
+using LayoutCheck = void (*)(std::vector<std::string>& layouts, std::vector<std::string>& faults);
+/// Of one instruction set; null where there is none.
+template <std::int64_t kTarget> constexpr LayoutCheck layoutCheckFor = nullptr;
+} // namespace vello
+#endif
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+#include "SectionVectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vello {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Lane by lane what moveOn() is for: each place gets the outputs of the one before it, the highest lanes the
+/// frame.
+template <class L, class Move, class Sample>
+HWY_INLINE void checkMove(Move move, const Sample* frame, const std::string& name,
+                          std::vector<std::string>& faults) {
+    const typename L::Tag d;
+    HWY_ALIGN double lanes[L::kLanes];
+    for (std::size_t lane = 0; lane < L::kLanes; ++lane)
+        lanes[lane] = static_cast<double>(lane + 1);
+    hn::Store(move(hn::Load(d, lanes), L::loadFrame(frame)), d, lanes);
+    for (std::size_t lane = 0; lane < L::kLanes; ++lane) {
+        const bool isFirstPlace = lane + L::kChannelCount >= L::kLanes;
+        const double expected = isFirstPlace ? static_cast<double>(frame[lane % L::kChannelCount])
+                                             : static_cast<double>(lane + L::kChannelCount + 1);
+        if (lanes[lane] != expected)
+            faults.push_back(name + ": lane " + std::to_string(lane) + " is " + std::to_string(lanes[lane]) +
+                             " instead of " + std::to_string(expected));
+    }
+}
+
+template <std::size_t kLanes, std::size_t kChannels>
+struct LayoutUnderTest : Layout<hn::CappedTag<double, kLanes>, kChannels, 1> {
+    using Tag = hn::CappedTag<double, kLanes>;
+    static constexpr std::size_t kChannelCount = kChannels;
+};
+
+template <std::size_t kLanes, std::size_t kChannels>
+HWY_NOINLINE void checkLayout(std::vector<std::string>& layouts, std::vector<std::string>& faults) {
+    using L = LayoutUnderTest<kLanes, kChannels>;
+    if constexpr (L::kLanes == kLanes) { // else the vectors of this instruction set are shorter
+        const std::string name =
+            std::to_string(kLanes) + " lanes, " + std::to_string(kChannels) + " channels";
+        const float floats[] = {-1.0F, -2.0F};
+        const double doubles[] = {-3.0, -4.0};
+        const auto moveOn = [](auto outputs, auto frame) HWY_ATTR { return L::moveOn(outputs, frame); };
+        const auto byTable = [](auto outputs, auto frame)
+                                 HWY_ATTR { return L::moveOnByTable(outputs, frame); };
+        checkMove<L>(moveOn, floats, name + ", floats", faults);
+        checkMove<L>(moveOn, doubles, name + ", doubles", faults);
+        checkMove<L>(byTable, floats, name + ", floats by table", faults);
+        checkMove<L>(byTable, doubles, name + ", doubles by table", faults);
+        layouts.push_back(name);
+    }
+}
+
+void checkLayouts(std::vector<std::string>& layouts, std::vector<std::string>& faults) {
+    checkLayout<2, 1>(layouts, faults);
+    checkLayout<2, 2>(layouts, faults);
+    checkLayout<4, 1>(layouts, faults);
+    checkLayout<4, 2>(layouts, faults);
+    checkLayout<8, 1>(layouts, faults);
+    checkLayout<8, 2>(layouts, faults);
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace vello
+HWY_AFTER_NAMESPACE();
+
+namespace vello {
+template <> constexpr LayoutCheck layoutCheckFor<HWY_TARGET> = &HWY_NAMESPACE::checkLayouts;
+} // namespace vello
+
+#endif
+
+#if HWY_ONCE
+namespace vello {
+namespace {
+
+class SectionVectors : public testing::TestWithParam<std::int64_t> {};
+
+template <std::size_t... bit> LayoutCheck checkOf(std::int64_t target, std::index_sequence<bit...>) {
+    LayoutCheck found = nullptr;
+    ((target == std::int64_t{1} << bit ? void(found = layoutCheckFor<std::int64_t{1} << bit>) : void()), ...);
+    return found;
+}
+
+/// 2, 4 or 8 lanes are the longest vectors of an instruction set; each shorter one can be used there too.
+TEST_P(SectionVectors, MoveEveryFrameOnByAPlace) {
+    std::vector<std::string> layouts;
+    std::vector<std::string> faults;
+    if (const LayoutCheck check = checkOf(GetParam(), std::make_index_sequence<63>())) {
+        check(layouts, faults);
+        const std::size_t lengths = GetParam() == HWY_AVX3 ? 3 : GetParam() == HWY_AVX2 ? 2 : 1;
+        EXPECT_EQ(layouts.size(), 2 * lengths);
+    }
+    EXPECT_EQ(faults, std::vector<std::string>());
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryTarget, SectionVectors, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
+                         [](const auto& target) { return std::string(hwy::TargetName(target.param)); });
+
+} // namespace
+} // namespace vello
+#endif

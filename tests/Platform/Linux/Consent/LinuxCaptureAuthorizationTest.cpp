@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Platform/Linux/Consent/LinuxCaptureAuthorization.h"
+
+#include "Platform/Linux/Consent/ConsentFile.h"
+#include "support/PumpedMainThread.h"
+#include "support/RecordingSystemLog.h"
+#include "support/session/PrivateBus.h"
+#include "support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+namespace vello {
+namespace {
+
+using session::PrivateBus;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+using namespace std::chrono_literals;
+
+constexpr int kAllowed = 0;
+constexpr int kDenied = 1;
+constexpr int kUndecided = 2;
+
+/// Words for busctl: a method of the permission store.
+std::vector<std::string> storeCall(const std::vector<std::string>& words) {
+    const std::string name = "org.freedesktop.impl.portal.PermissionStore";
+    std::vector<std::string> call{name, "/org/freedesktop/impl/portal/PermissionStore", name};
+    call.insert(call.end(), words.begin(), words.end());
+    return call;
+}
+
+class LinuxCaptureAuthorizationTest : public testing::Test {
+protected:
+    using Authorization = std::unique_ptr<LinuxCaptureAuthorization>;
+
+    PrivateBus& openBus(PrivateBus::Services services = PrivateBus::Services::ofTheMachine) {
+        bus_ = std::make_unique<PrivateBus>(folder_ / "bus", services);
+        places_.busAddress = bus_->address();
+        return *bus_;
+    }
+    Authorization authorization(std::vector<std::string> question = {"/bin/false"}) {
+        auto made = std::make_unique<LinuxCaptureAuthorization>(mainThread_, log_, places_, question);
+        made->onDidChange([this] { ++changes_; });
+        return made;
+    }
+    LinuxConsentStore store() const { return LinuxConsentStore(places_); }
+    bool becomes(const Authorization& authorization, int answer) {
+        return mainThread_.runUntil([&] { return authorization->preflight() == answer; });
+    }
+
+    TemporaryFolder folder_;
+    ConsentPlaces places_{folder_ / "data/EQ/capture-consent", ""};
+    PumpedMainThread mainThread_;
+    RecordingSystemLog log_;
+    std::unique_ptr<PrivateBus> bus_;
+    int changes_ = 0;
+};
+
+TEST_F(LinuxCaptureAuthorizationTest, IsUndecidedBeforeTheUserHasAnswered) {
+    EXPECT_EQ(authorization()->preflight(), kUndecided);
+    openBus();
+    EXPECT_EQ(authorization()->preflight(), kUndecided);
+    EXPECT_EQ(store().read(), Consent::undecided);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, TakesTheAnswerFromTheFileWhereThereIsNoBus) {
+    store().write(Consent::allowed);
+    EXPECT_EQ(authorization()->preflight(), kAllowed);
+    store().write(Consent::denied);
+    EXPECT_EQ(authorization()->preflight(), kDenied);
+    EXPECT_EQ(ConsentFile(places_.file).read(), Consent::denied);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, TakesTheFileWhereNobodyOffersAPermissionStore) {
+    openBus(PrivateBus::Services::none);
+    store().write(Consent::allowed);
+    EXPECT_EQ(ConsentFile(places_.file).read(), Consent::allowed);
+    EXPECT_EQ(authorization()->preflight(), kAllowed);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, TakesTheFileWhereTheAddressLeadsToNoBus) {
+    places_.busAddress = "unix:path=" + (folder_ / "missing").string();
+    store().write(Consent::allowed);
+    EXPECT_EQ(authorization()->preflight(), kAllowed);
+    places_.busAddress = "nonsense";
+    EXPECT_EQ(authorization()->preflight(), kAllowed);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, FollowsTheFile) {
+    const Authorization running = authorization();
+    store().write(Consent::allowed);
+    EXPECT_TRUE(becomes(running, kAllowed));
+    store().write(Consent::denied);
+    EXPECT_TRUE(becomes(running, kDenied));
+    std::filesystem::remove(places_.file);
+    EXPECT_TRUE(becomes(running, kUndecided));
+    EXPECT_TRUE(mainThread_.runUntil([&] { return changes_ == 3; }));
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, KeepsTheAnswerInThePermissionStoreOfTheDesktop) {
+    const PrivateBus& bus = openBus();
+    store().write(Consent::allowed);
+    EXPECT_EQ(bus.call(storeCall({"Lookup", "ss", "vello", "capture"})),
+              "a{sas}v 1 \"com.quorvin.Vello\" 1 \"yes\" y 0\n");
+    EXPECT_FALSE(std::filesystem::exists(places_.file));
+    EXPECT_EQ(authorization()->preflight(), kAllowed);
+    store().write(Consent::denied);
+    EXPECT_EQ(authorization()->preflight(), kDenied);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, ThePermissionStoreCountsAndNotTheFile) {
+    openBus();
+    ConsentFile(places_.file).write(Consent::allowed);
+    const Authorization running = authorization();
+    EXPECT_EQ(running->preflight(), kUndecided);
+    store().write(Consent::denied);
+    EXPECT_TRUE(becomes(running, kDenied));
+    ConsentFile(places_.file).write(Consent::allowed);
+    EXPECT_EQ(authorization()->preflight(), kDenied);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, FollowsThePermissionStore) {
+    const PrivateBus& bus = openBus();
+    const Authorization running = authorization();
+    store().write(Consent::allowed);
+    EXPECT_TRUE(becomes(running, kAllowed));
+    bus.call(storeCall({"DeletePermission", "sss", "vello", "capture", "com.quorvin.Vello"}));
+    EXPECT_TRUE(becomes(running, kUndecided)) << "a user's reset of all permissions";
+    store().write(Consent::allowed);
+    EXPECT_TRUE(becomes(running, kAllowed));
+    bus.call(storeCall({"Delete", "ss", "vello", "capture"}));
+    EXPECT_TRUE(becomes(running, kUndecided));
+    EXPECT_TRUE(mainThread_.runUntil([&] { return changes_ == 4; }));
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, TakesOnlyItsOwnEntryAndItsOwnWordsForAnAnswer) {
+    const PrivateBus& bus = openBus();
+    const auto set = [&](const std::string& application, const std::vector<std::string>& words) {
+        std::vector<std::string> call{
+            "SetPermission", "sbssas", "vello", "true", "capture", application, std::to_string(words.size())};
+        call.insert(call.end(), words.begin(), words.end());
+        bus.call(storeCall(call));
+    };
+    set("org.example.Other", {"yes"});
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{}, {"YES"}, {"true"}, {"yes", "yes"}, {"yes", "no"}, {""}}) {
+        set("com.quorvin.Vello", words);
+        EXPECT_EQ(store().read(), Consent::undecided) << testing::PrintToString(words);
+    }
+    set("com.quorvin.Vello", {"yes"});
+    EXPECT_EQ(store().read(), Consent::allowed);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, KeepsTheLastAnswerWhileTheBusIsGoneAndLooksAgainWhenItIsBack) {
+    PrivateBus& bus = openBus();
+    store().write(Consent::allowed);
+    const Authorization running = authorization();
+    ASSERT_EQ(running->preflight(), kAllowed);
+    bus.stop();
+    ConsentFile(places_.file).write(Consent::denied);
+    EXPECT_FALSE(mainThread_.runUntil([&] { return running->preflight() != kAllowed; }, 100ms));
+    bus.start();
+    store().write(Consent::denied);
+    EXPECT_TRUE(becomes(running, kDenied));
+    store().write(Consent::allowed);
+    EXPECT_TRUE(becomes(running, kAllowed)) << "it follows again";
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, WaitsForABusThatIsSilentNoLongerThanTwoSeconds) {
+    PrivateBus& bus = openBus();
+    store().write(Consent::allowed);
+    bus.freeze(true);
+    const auto begun = mainThread_.now();
+    const Authorization running = authorization();
+    EXPECT_LT(mainThread_.now() - begun, 4s);
+    EXPECT_EQ(running->preflight(), kUndecided) << "not knowing is no consent";
+    bus.freeze(false);
+    EXPECT_TRUE(becomes(running, kAllowed));
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, AnswersARequestWithWhatTheUserAnswered) {
+    const std::string file = places_.file.string();
+    const Authorization running =
+        authorization({"/bin/sh", "-c",
+                       "umask 077; mkdir -p '" + places_.file.parent_path().string() +
+                           "'; echo capture allowed >'" + file + "'"});
+    std::atomic<int> answers = 0;
+    running->request([&](bool isGranted) { answers += isGranted ? 1 : 100; });
+    running->request([&](bool isGranted) { answers += isGranted ? 1 : 100; });
+    EXPECT_TRUE(mainThread_.runUntil([&] { return answers == 2; }));
+    EXPECT_TRUE(becomes(running, kAllowed));
+    running->openSettings();
+    EXPECT_THAT(log_.messages(), IsEmpty());
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, AnAnswerThatWasNotGivenIsNone) {
+    std::atomic<int> answers = 0;
+    const Authorization running = authorization({"/bin/false"});
+    running->request([&](bool) { ++answers; });
+    const Authorization lying = authorization({"/bin/true"}); // says that it stored one
+    lying->request([&](bool) { ++answers; });
+    const Authorization open = authorization({"/bin/sleep", "1000"}); // ends with its object
+    open->request([&](bool) { ++answers; });
+    EXPECT_FALSE(mainThread_.runUntil([&] { return answers > 0; }, 200ms));
+    EXPECT_EQ(running->preflight(), kUndecided);
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, SaysInTheLogWhyItCannotAsk) {
+    const Authorization running = authorization({"/missing/program"});
+    running->request([](bool) {});
+    running->request([](bool) {});
+    EXPECT_THAT(log_.messages(LogLevel::error), ElementsAre(StartsWith("Cannot ask for the consent: "),
+                                                            StartsWith("Cannot ask for the consent: ")));
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, FindsTheBusByItsAddressElseBesideTheOtherSocketsOfTheSession) {
+    const PrivateBus& bus = openBus();
+    std::map<std::string, std::string> variables{{"XDG_RUNTIME_DIR", folder_ / "bus/run"},
+                                                 {"XDG_DATA_HOME", "/data"}};
+    const Environment environment = [&](const char* name) {
+        return variables.contains(name) ? variables[name].c_str() : nullptr;
+    };
+    EXPECT_EQ(ConsentPlaces::fromEnvironment(environment).busAddress, bus.address());
+    EXPECT_EQ(ConsentPlaces::fromEnvironment(environment).file, "/data/EQ by QUORVIN/capture-consent");
+    variables["XDG_RUNTIME_DIR"] = folder_ / "nowhere";
+    EXPECT_EQ(ConsentPlaces::fromEnvironment(environment).busAddress, "");
+    variables["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/elsewhere";
+    EXPECT_EQ(ConsentPlaces::fromEnvironment(environment).busAddress, "unix:path=/elsewhere");
+}
+
+} // namespace
+} // namespace vello

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Platform/Linux/System/TerminationSignals.h"
+#include "Platform/Qt/QtMainThread.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+namespace vello {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ExitedWithCode;
+using testing::KilledBySignal;
+
+/// The test's process plays the application: it gets signals, and what it does with them shows in how it
+/// ends.
+class TerminationSignalsDeathTest : public testing::TestWithParam<int> {
+protected:
+    TerminationSignalsDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
+
+    /// Runs an application that counts the runs of its termination action, prints them and ends with 0.
+    [[noreturn]] static void runApplication(const std::function<void(TerminationSignals&)>& began) {
+        int argumentCount = 1;
+        char name[] = "test";
+        char* arguments[] = {name, nullptr};
+        int count = 0;
+        {
+            QCoreApplication application(argumentCount, arguments);
+            QtMainThread mainThread;
+            TerminationSignals termination(mainThread, [] { QCoreApplication::quit(); });
+            termination.onWillTerminate([&count] { ++count; });
+            mainThread.post([&] { began(termination); });
+            QCoreApplication::exec();
+        }
+        std::fprintf(stderr, "terminated %d times", count);
+        std::exit(0);
+    }
+
+    /// Waits for good in the termination action, with an application that gives it `patience`.
+    [[noreturn]] static void runStuckApplication(std::chrono::milliseconds patience, int signal, bool twice) {
+        int argumentCount = 1;
+        char name[] = "test";
+        char* arguments[] = {name, nullptr};
+        QCoreApplication application(argumentCount, arguments);
+        QtMainThread mainThread;
+        const auto quit = [] { QCoreApplication::quit(); };
+        TerminationSignals termination(mainThread, quit, patience);
+        termination.onWillTerminate([&] {
+            if (twice)
+                ::kill(::getpid(), signal);
+            for (;;)
+                ::pause();
+        });
+        mainThread.post([&] { ::kill(::getpid(), signal); });
+        QCoreApplication::exec();
+        std::exit(1);
+    }
+};
+
+TEST_P(TerminationSignalsDeathTest, EndsTheApplicationInOrder) {
+    EXPECT_EXIT(runApplication([](TerminationSignals&) { ::kill(::getpid(), GetParam()); }),
+                ExitedWithCode(0), "^terminated 1 times$");
+}
+
+TEST_P(TerminationSignalsDeathTest, TakesItsCourseWhenTheMainThreadIsStuck) {
+    EXPECT_EXIT(runStuckApplication(30ms, GetParam(), false), KilledBySignal(GetParam()), "");
+}
+
+TEST_P(TerminationSignalsDeathTest, TakesItsCourseWhenItComesTwice) {
+    EXPECT_EXIT(runStuckApplication(10min, GetParam(), true), KilledBySignal(GetParam()), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, TerminationSignalsDeathTest, testing::Values(SIGTERM, SIGINT, SIGHUP));
+
+TEST_F(TerminationSignalsDeathTest, ItsCourseLeadsThroughTheHandlerThatIsInstalled) {
+    const auto runWithHandler = [] {
+        std::signal(SIGTERM, [](int) { ::_exit(42); });
+        runStuckApplication(30ms, SIGTERM, false);
+    };
+    EXPECT_EXIT(runWithHandler(), ExitedWithCode(42), "");
+}
+
+TEST_F(TerminationSignalsDeathTest, ASignalBeforeTheEventLoopIsNotLost) {
+    const auto run = [] {
+        sigset_t set;
+        ::sigemptyset(&set);
+        ::sigaddset(&set, SIGTERM);
+        ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
+        ::kill(::getpid(), SIGTERM);
+        runApplication([](TerminationSignals&) {});
+    };
+    EXPECT_EXIT(run(), ExitedWithCode(0), "^terminated 1 times$");
+}
+
+TEST_F(TerminationSignalsDeathTest, AnIgnoredHangupStaysWithoutEffect) {
+    const auto run = [] {
+        std::signal(SIGHUP, SIG_IGN);
+        runApplication([](TerminationSignals& termination) {
+            termination.onWillTerminate([] { std::fprintf(stderr, "by the second signal, "); });
+            ::kill(::getpid(), SIGHUP);
+            ::kill(::getpid(), SIGTERM);
+        });
+    };
+    EXPECT_EXIT(run(), ExitedWithCode(0), "^by the second signal, terminated 0 times$");
+}
+
+TEST_F(TerminationSignalsDeathTest, AnInterruptThatABackgroundJobIgnoresCounts) {
+    const auto run = [] {
+        std::signal(SIGINT, SIG_IGN);
+        runApplication([](TerminationSignals&) { ::kill(::getpid(), SIGINT); });
+    };
+    EXPECT_EXIT(run(), ExitedWithCode(0), "^terminated 1 times$");
+}
+
+TEST_F(TerminationSignalsDeathTest, AnApplicationThatQuitsByItselfRunsNoAction) {
+    EXPECT_EXIT(runApplication([](TerminationSignals&) { QCoreApplication::quit(); }), ExitedWithCode(0),
+                "^terminated 0 times$");
+}
+
+} // namespace
+} // namespace vello

@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PanelQuickTest.h"
+
+#include "UI/Panel/GlassSurface.h"
+#include "UI/Panel/SpringFollower.h"
+
+#include <gmock/gmock.h>
+
+namespace vello {
+namespace {
+
+using testing::ElementsAre;
+
+/// Sizes and places of what the panel consists of, in points.
+class PanelLayoutTest : public PanelQuickTest {
+protected:
+    QRectF panel() { return place(only(QStringLiteral("MenuPanelView"))); }
+    QQuickItem& header() { return only(QStringLiteral("PanelHeader")); }
+    QQuickItem& footer() { return only(QStringLiteral("PanelFooter")); }
+    QQuickItem& playerCard() {
+        for (QQuickItem* const card : all(QStringLiteral("SourceSection")))
+            if (card->property("source").value<SourceItem*>() == scene.item("player"))
+                return *card;
+        throw std::runtime_error("the player has no card");
+    }
+    double radius(const QQuickItem& card) {
+        return only(QStringLiteral("NimboGlassModifier"), &card).property("radius").toDouble();
+    }
+    /// What stands in the line of the player's card, from its leading edge on.
+    std::vector<QQuickItem*> line() {
+        const QQuickItem& row = only(QStringLiteral("AppRowView"), &playerCard());
+        QList<QQuickItem*> items = all(QStringLiteral("RowLayout"), &row).front()->childItems();
+        items.removeIf([](const QQuickItem* item) { return !item->isVisible(); });
+        return {items.begin(), items.end()};
+    }
+    void routePlayer() {
+        EQSettings settings = scene.controller->settings("player");
+        settings.outputDeviceUID = "headphones";
+        scene.controller->updateSettings(settings, "player");
+    }
+    void letPlayerSound() {
+        scene.mainThread.advance(std::chrono::seconds(1));
+        scene.hearNoise(0.05);
+        scene.setLevel("player", 0.5F);
+        scene.tickMeters();
+        scene.settle();
+    }
+};
+
+double gapBelow(const QRectF& above, const QRectF& below) {
+    return below.top() - above.bottom();
+}
+
+/// Of the only spring that belongs to the item itself.
+std::pair<double, double> spring(const QQuickItem& item) {
+    const auto springs = item.findChildren<SpringFollower*>(Qt::FindDirectChildrenOnly);
+    if (springs.size() != 1)
+        throw std::runtime_error("not one spring but " + std::to_string(springs.size()));
+    return {springs[0]->response(), springs[0]->dampingFraction()};
+}
+
+TEST_F(PanelLayoutTest, StacksHeaderListAndFooterTenPointsApartWithinTwelve) {
+    scene.play(101, "Player");
+    open();
+    const QRectF list = place(only(QStringLiteral("SourceList")));
+    EXPECT_EQ(panel().width(), 344.0);
+    EXPECT_EQ(place(header()).topLeft() - panel().topLeft(), QPointF(12.0, 12.0));
+    EXPECT_EQ(header().width(), 320.0);
+    EXPECT_EQ(gapBelow(place(header()), list), 10.0);
+    EXPECT_EQ(gapBelow(list, place(footer())), 10.0);
+    EXPECT_NEAR(panel().bottom() - place(footer()).bottom(), 12.0, 1.0); // the panel ends at a whole pixel
+}
+
+TEST_F(PanelLayoutTest, CentresTheTitleBetweenTwoSlots) {
+    open();
+    const QRectF bounds = place(header());
+    const QRectF title = place(item(QStringLiteral("VELLO")));
+    EXPECT_EQ(title.center().x(), bounds.center().x());
+    EXPECT_EQ(title.width(), 320.0 - 2 * (4.0 + 28.0 + 8.0));
+    const auto symbols = all(QStringLiteral("Symbol"), &header());
+    ASSERT_EQ(symbols.size(), 2U);
+    EXPECT_EQ(symbols[0]->property("name").toString(), "ellipsis.circle");
+    EXPECT_EQ(symbols[0]->property("pointSize").toDouble(), scene.theme.headline());
+    EXPECT_NEAR(place(*symbols[0]).left(), bounds.left() + 4.0, 1e-9);
+    EXPECT_EQ(symbols[1]->property("name").toString(), "power");
+    EXPECT_NEAR(place(*symbols[1]).right(), bounds.right() - 4.0, 1e-9);
+    for (const char* button : {"About VELLO", "Equalizing enabled"})
+        EXPECT_EQ(item(QString::fromLatin1(button)).parentItem()->width(), 28.0);
+}
+
+TEST_F(PanelLayoutTest, KeepsTheTitleInTheMiddleWithoutTheMasterSwitch) {
+    scene.authorization.answer = FakeCaptureAuthorization::denied;
+    open();
+    EXPECT_FALSE(scene.named(QStringLiteral("Equalizing enabled")));
+    EXPECT_EQ(place(item(QStringLiteral("VELLO"))).center().x(), place(header()).center().x());
+    EXPECT_EQ(item(QStringLiteral("VELLO")).width(), 240.0);
+}
+
+TEST_F(PanelLayoutTest, LetsALongTitleShrinkToThreeQuarters) {
+    open();
+    const QQuickItem& title = item(QStringLiteral("VELLO"));
+    EXPECT_EQ(title.property("minimumPixelSize").toInt(), std::lround(scene.theme.headline() * 0.75));
+    EXPECT_EQ(title.property("maximumLineCount").toInt(), 1);
+}
+
+TEST_F(PanelLayoutTest, NeverMakesTheListLowerThanFiftyTwoPoints) {
+    open();
+    const QQuickItem& list = only(QStringLiteral("SourceList"));
+    EXPECT_EQ(list.property("listContentHeight").toDouble(), 38.0);
+    EXPECT_EQ(list.height(), 52.0);
+    const QQuickItem& nothingPlays = item(QStringLiteral("No apps are playing audio right now."));
+    EXPECT_EQ(nothingPlays.width(), 320.0);
+    EXPECT_EQ(nothingPlays.property("bottomPadding").toDouble(), 6.0);
+    EXPECT_EQ(nothingPlays.property("horizontalAlignment").toInt(), Qt::AlignHCenter);
+}
+
+TEST_F(PanelLayoutTest, PadsAndRoundsAnOpenCardMoreThanAClosedOne) {
+    scene.play(101, "Player");
+    open();
+    const QRectF closed = place(playerCard());
+    EXPECT_EQ(closed.height(), 22.0 + 2 * 8.0);
+    EXPECT_EQ(radius(playerCard()), 14.0);
+    click(playerRow());
+    const QRectF opened = place(playerCard());
+    const QRectF icon = place(*line().front());
+    EXPECT_EQ(icon.topLeft() - opened.topLeft(), QPointF(12.0, 12.0));
+    const QRectF equalizer = place(only(QStringLiteral("EQPanelView"), &playerCard()));
+    EXPECT_EQ(gapBelow(icon, equalizer), 12.0);
+    EXPECT_EQ(equalizer.left() - opened.left(), 12.0);
+    EXPECT_EQ(opened.right() - equalizer.right(), 12.0);
+    EXPECT_EQ(opened.bottom() - equalizer.bottom(), 12.0);
+    EXPECT_EQ(radius(playerCard()), 20.0);
+}
+
+TEST_F(PanelLayoutTest, PutsTenPointsBetweenThePartsOfALine) {
+    scene.play(101, "Player");
+    routePlayer();
+    open();
+    letPlayerSound();
+    const auto parts = line();
+    ASSERT_EQ(parts.size(), 7U);
+    EXPECT_EQ(parts[0]->size(), QSizeF(22.0, 22.0));
+    EXPECT_GE(parts[2]->width(), 8.0); // the room between the name and what stands at the other edge
+    EXPECT_EQ(parts[3]->width(), 72.0);
+    EXPECT_EQ(parts[4]->size(), QSizeF(36.0, 4.0));
+    for (std::size_t index = 1; index < parts.size(); ++index) {
+        const double padding = index == 4 ? 4.0 : 0.0; // behind the route
+        EXPECT_NEAR(place(*parts[index]).left() - place(*parts[index - 1]).right(), 10.0 + padding, 1e-9)
+            << index;
+    }
+    EXPECT_NEAR(place(playerCard()).right() - place(*parts[6]).right(), 12.0, 1e-9);
+}
+
+TEST_F(PanelLayoutTest, GivesNoRoomToAMeterWithoutALevelNorToARouteThatIsAutomatic) {
+    scene.play(101, "Player");
+    open();
+    EXPECT_EQ(line().size(), 5U);
+    EXPECT_TRUE(all(QStringLiteral("LevelMeterView")).empty());
+    EXPECT_TRUE(all(QStringLiteral("RouteLabel")).empty());
+}
+
+TEST_F(PanelLayoutTest, ShowsTheRouteInTheLineOfAClosedCardOnly) {
+    scene.play(101, "Player");
+    routePlayer();
+    open();
+    EXPECT_TRUE(scene.named(QStringLiteral("Output: Studio Headphones")));
+    click(playerRow());
+    EXPECT_FALSE(scene.named(QStringLiteral("Output: Studio Headphones")));
+}
+
+TEST_F(PanelLayoutTest, FillsAMeterAsFarAsItsLevelGoes) {
+    scene.play(101, "Player");
+    open();
+    letPlayerSound();
+    const QQuickItem& meter = only(QStringLiteral("LevelMeterView"));
+    const QList<QQuickItem*> bars = meter.childItems();
+    ASSERT_EQ(bars.size(), 2);
+    EXPECT_EQ(bars[0]->width(), 36.0);
+    EXPECT_TRUE(waitUntil([&] { return bars[1]->width() == 18.0; }));
+    for (const QQuickItem* const bar : bars) {
+        EXPECT_EQ(bar->height(), 4.0);
+        EXPECT_EQ(bar->property("radius").toDouble(), 2.0);
+    }
+}
+
+TEST_F(PanelLayoutTest, TurnsTheChevronRoundWhenTheCardOpens) {
+    scene.play(101, "Player");
+    open();
+    EXPECT_EQ(line().back()->property("name").toString(), "chevron.down");
+    EXPECT_EQ(line().back()->rotation(), 0.0);
+    click(playerRow());
+    EXPECT_EQ(line().back()->rotation(), 180.0);
+}
+
+TEST_F(PanelLayoutTest, MarksTheSystemAndAnApplicationWithoutAnIcon) {
+    scene.play(101, "Player");
+    open();
+    const auto symbol = [this](const char* row) {
+        const QQuickItem* const found =
+            all(QStringLiteral("Symbol"), &item(QString::fromLatin1(row))).front();
+        EXPECT_EQ(found->property("pointSize").toDouble(), 14.0);
+        return std::pair(found->property("name").toString(), found->property("color").value<QColor>().rgba());
+    };
+    EXPECT_EQ(symbol("System, collapsed"),
+              std::pair(QStringLiteral("speaker.wave.2.fill"), scene.theme.accent().rgba()));
+    EXPECT_EQ(symbol("Player, collapsed"),
+              std::pair(QStringLiteral("app.dashed"), scene.theme.secondary().rgba()));
+    const auto weight = [this](const char* name) {
+        return showing(QString::fromLatin1(name)).property("font").value<QFont>().weight();
+    };
+    EXPECT_EQ(weight("System"), QFont::Medium);
+    EXPECT_EQ(weight("Player"), QFont::Normal);
+}
+
+TEST_F(PanelLayoutTest, StacksTheFooterFivePointsApart) {
+    scene.loginItem.failsToChange = true;
+    scene.play(101, "Player");
+    open();
+    click(item(QStringLiteral("Launch at Login")));
+    const QRectF bounds = place(footer());
+    const QRectF failure = place(item(QStringLiteral("Could not update launch setting.")));
+    const QRectF maker = place(item(QStringLiteral("By QUORVIN")));
+    EXPECT_EQ(failure.left() - bounds.left(), 4.0);
+    EXPECT_EQ(maker.left() - bounds.left(), 4.0);
+    const QRectF launch = place(*footer().childItems().front());
+    EXPECT_EQ(gapBelow(launch, failure), 5.0);
+    EXPECT_EQ(gapBelow(failure, place(*item(QStringLiteral("By QUORVIN")).parentItem())), 5.0);
+    EXPECT_EQ(item(QStringLiteral("By QUORVIN")).opacity(), 0.85);
+}
+
+TEST_F(PanelLayoutTest, EndsTheFooterWithQuitAndItsChevron) {
+    open();
+    const QQuickItem& quit = item(QStringLiteral("Quit"));
+    EXPECT_EQ(place(footer()).right() - place(quit).right(), 4.0);
+    const QQuickItem& chevron = only(QStringLiteral("Symbol"), &quit);
+    EXPECT_EQ(chevron.property("pointSize").toDouble(), 8.0);
+    EXPECT_EQ(place(chevron).left() - place(showing(QStringLiteral("Quit"), &quit)).right(), 3.0);
+}
+
+TEST_F(PanelLayoutTest, MovesOnTheSpringsThatItIsMeantToMoveOn) {
+    openPlayer();
+    using Spring = std::pair<double, double>;
+    EXPECT_EQ(spring(header()), Spring(0.256, 1.0));
+    EXPECT_EQ(spring(playerCard()), Spring(0.26, 0.85));
+    EXPECT_EQ(spring(*all(QStringLiteral("BandColumn")).front()), Spring(0.3, 1.0));
+    EXPECT_EQ(spring(only(QStringLiteral("BandSliders"))), Spring(0.25, 1.0));
+}
+
+TEST_F(PanelLayoutTest, StandsTheOtherWayRoundWhereOneReadsFromTheRight) {
+    scene.play(101, "Player");
+    open();
+    click(playerRow());
+    scene.theme.setAppearance({.isRightToLeft = true});
+    scene.settle();
+    const auto parts = line();
+    EXPECT_GT(place(*parts.front()).left(), place(*parts.back()).left());
+    const auto symbols = all(QStringLiteral("Symbol"), &header());
+    EXPECT_GT(place(*symbols[0]).left(), place(*symbols[1]).left());
+    EXPECT_LT(place(item(QStringLiteral("63 hertz band gain"))).left(),
+              place(item(QStringLiteral("8K hertz band gain"))).left());
+}
+
+class PanelWithIconsTest : public PanelQuickTest {
+protected:
+    PanelWithIconsTest() : PanelQuickTest(VELLO_ICON_PROGRAM) {}
+};
+
+TEST_F(PanelWithIconsTest, ShowsTheIconOfAnApplicationInThePlaceOfItsMark) {
+    const std::string file = (scene.folder / "icon.png").string();
+    QImage image(44, 44, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    ASSERT_TRUE(image.save(QString::fromStdString(file)));
+    scene.play(101, "Player", file);
+    open();
+    const QRectF icon = place(only(QStringLiteral("AppIconView"), &playerRow()));
+    EXPECT_EQ(icon.size(), QSizeF(22.0, 22.0));
+    EXPECT_EQ(scene.picture().pixelColor(icon.center().toPoint()), QColor(Qt::red));
+    EXPECT_EQ(only(QStringLiteral("Symbol"), &playerRow()).property("name").toString(), "chevron.down");
+}
+
+} // namespace
+} // namespace vello

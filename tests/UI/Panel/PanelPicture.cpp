@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Foundation/Localization.h"
+
+#include "PanelScene.h"
+#include "UI/Appearance/AppearanceWords.h"
+#include "Wallpaper.h"
+
+#include <QGuiApplication>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QQuickPaintedItem>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <string>
+
+namespace vello {
+namespace {
+
+using Prepare = std::function<void(PanelScene&)>;
+
+/// Draws an application's icon and answers its file name.
+std::string icon(const PanelScene& scene, const char* name, QRgb color) {
+    QImage image(64, 64, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QLinearGradient ground(0, 0, 0, 64);
+    ground.setStops({{0, QColor(color).lighter(125)}, {1, QColor(color).darker(115)}});
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(3, 3, 58, 58, 15, 15);
+    painter.setBrush(QColor(255, 255, 255, 225));
+    painter.drawEllipse(18, 18, 28, 28);
+    painter.end();
+    const std::string file = (scene.folder / name).string() + ".png";
+    image.save(QString::fromStdString(file));
+    return file;
+}
+
+void startPlaying(PanelScene& scene) {
+    scene.play(101, "Firefox", icon(scene, "browser", 0xe8743b));
+    scene.play(102, "Rhythmbox", icon(scene, "music", 0xd4467e));
+    scene.play(103, "Videos with a rather long name of the window");
+    EQSettings routed;
+    routed.outputDeviceUID = "monitor";
+    scene.controller->updateSettings(routed, "rhythmbox");
+    EQSettings bypassed;
+    bypassed.isBypassed = true;
+    scene.controller->updateSettings(bypassed, "firefox");
+}
+
+void showLevels(PanelScene& scene) {
+    scene.mainThread.advance(std::chrono::seconds(2)); // taps follow their settings
+    scene.hearNoise(0.2);
+    scene.setLevel("rhythmbox", 0.7F);
+    scene.setLevel("videos with a rather long name of the window", 0.3F);
+    scene.tickMeters();
+}
+
+void openCard(PanelScene& scene, const std::vector<double>& gains) {
+    EQSettings settings = scene.controller->settings("rhythmbox");
+    settings.bandGains = gains;
+    settings.volume = 0.8;
+    scene.controller->updateSettings(settings, "rhythmbox");
+    scene.item("rhythmbox")->toggle();
+    showLevels(scene);
+}
+
+/// The button that a screen reader calls so.
+void press(PanelScene& scene, const char* name) {
+    scene.settle();
+    QMetaObject::invokeMethod(scene.named(QString::fromUtf8(name)), "clicked");
+}
+
+const std::vector<double> kOwnCurve{6, 4.5, 2, -1.5, 0, 1.5, 4, 12};
+
+const std::map<std::string, Prepare> kScenes{
+    {"empty", [](PanelScene&) {}},
+    {"list", [](PanelScene& scene) { startPlaying(scene), showLevels(scene); }},
+    {"open", [](PanelScene& scene) { startPlaying(scene), openCard(scene, kOwnCurve); }},
+    {"bypassed",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, kOwnCurve);
+         scene.item("rhythmbox")->setEQEnabled(false);
+     }},
+    {"menu",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, {0, 0, 0, 0, 0, 0, 0, 0});
+         press(scene, "Flat");
+     }},
+    {"routes",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, kOwnCurve);
+         press(scene, "Output route");
+     }},
+    {"naming",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, kOwnCurve);
+         press(scene, "Save");
+     }},
+    {"foreign",
+     [](PanelScene& scene) {
+         scene.play(301, "\u05e0\u05d2\u05df \u05de\u05d5\u05d6\u05d9\u05e7\u05d4");
+         scene.play(302, "\u0645\u0634\u063a\u0644 \u0627\u0644\u0645\u0648\u0633\u064a\u0642\u0649");
+     }},
+    {"failed",
+     [](PanelScene& scene) { scene.loginItem.failsToChange = true, scene.model->setLaunchesAtLogin(true); }},
+    {"preset",
+     [](PanelScene& scene) {
+         startPlaying(scene);
+         openCard(scene, {-2, -1, 0, 2, 4, 4, 2, 0});
+     }},
+    {"many",
+     [](PanelScene& scene) {
+         for (int number = 0; number < 16; ++number)
+             scene.play(200 + number, "Application " + std::to_string(number));
+     }},
+};
+
+/// A window without a screen has no alpha: what lies behind the panel is drawn into it.
+class Backdrop : public QQuickPaintedItem {
+public:
+    Backdrop(QQuickWindow& window, const QString& name) : QQuickPaintedItem(window.contentItem()) {
+        setSize(window.size());
+        setZ(-1.0);
+        image_ = wallpaper(name, window.size());
+    }
+
+    bool isNull() const { return image_.isNull(); }
+    void paint(QPainter* painter) override { painter->drawImage(0, 0, image_); }
+
+private:
+    QImage image_;
+};
+
+int takePicture(const std::string& scene, const Appearance& appearance, const QString& file,
+                const QString& behind) {
+    const bool isOnboarding = scene == "onboarding" || scene == "denied";
+    PanelScene panel(appearance,
+                     !isOnboarding       ? FakeCaptureAuthorization::allowed
+                     : scene == "denied" ? FakeCaptureAuthorization::denied
+                                         : FakeCaptureAuthorization::undecided,
+                     VELLO_ICON_PROGRAM);
+    scene == "about" ? panel.openAbout() : panel.openPanel();
+    const Backdrop backdrop(*panel.window, behind);
+    if (backdrop.isNull()) {
+        std::fprintf(stderr, "there is no wallpaper \"%s\"\n", qPrintable(behind));
+        return 2;
+    }
+    if (const auto prepare = kScenes.find(scene); prepare != kScenes.end())
+        prepare->second(panel);
+    const QImage image = panel.picture();
+    for (const QString& warning : panel.qmlWarnings)
+        std::fprintf(stderr, "%s\n", qPrintable(warning));
+    return image.save(file) && panel.qmlWarnings.isEmpty() ? 0 : 1;
+}
+
+} // namespace
+} // namespace vello
+
+/// panel_picture SCENE LOOK FILE.png [WALLPAPER]: how the panel looks, for the eye. LOOK is words of
+/// AppearanceWords, as in light-contrast-scale=1.5. The language is that of the environment.
+int main(int argumentCount, char** arguments) {
+    QQuickWindow::setDefaultAlphaBuffer(true);
+    QGuiApplication application(argumentCount, arguments);
+    vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
+    if (argumentCount != 4 && argumentCount != 5) {
+        std::fprintf(stderr, "panel_picture SCENE LOOK FILE.png [dusk|dawn|white|black|busy]\n");
+        return 2;
+    }
+    const auto look = vello::AppearanceWords::read(QString::fromLocal8Bit(arguments[2]).replace(u'-', u','));
+    for (const QString& complaint : look.complaints)
+        std::fprintf(stderr, "%s\n", qPrintable(complaint));
+    vello::Appearance appearance = look.choices.appearance();
+    appearance.isMotionReduced = true; // nothing is caught half way
+    const char* const behind = argumentCount == 5 ? arguments[4] : appearance.isDark ? "dusk" : "dawn";
+    return vello::takePicture(arguments[1], appearance, QString::fromLocal8Bit(arguments[3]),
+                              QString::fromLocal8Bit(behind));
+}

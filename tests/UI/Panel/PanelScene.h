@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/Controller/AudioController.h"
+#include "AudioEngine/Controller/LaunchAtLoginController.h"
+#include "AudioEngine/Controller/MeterAudience.h"
+#include "UI/Panel/AppIconProvider.h"
+#include "UI/Panel/PanelEngine.h"
+#include "UI/Panel/PanelModel.h"
+#include "UI/Panel/Theme.h"
+#include "UI/Panel/WordingTranslator.h"
+
+#include "support/FakeApplicationEvents.h"
+#include "support/FakeAudioHardware.h"
+#include "support/FakeCaptureAuthorization.h"
+#include "support/FakeKeyValueStore.h"
+#include "support/FakeLoginItem.h"
+#include "support/FakeRunningApplications.h"
+#include "support/RecordingSystemLog.h"
+#include "support/TemporaryFolder.h"
+#include "support/VirtualMainThread.h"
+
+#include <QImage>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace vello {
+
+/// The panel on the real model, which stands on fakes. The model's clock moves only when the test says so.
+class PanelScene {
+public:
+    /// `consent` is an answer of FakeCaptureAuthorization. Without `iconProgram` no application has an icon.
+    explicit PanelScene(const Appearance& appearance = {}, int consent = FakeCaptureAuthorization::allowed,
+                        const std::filesystem::path& iconProgram = {});
+    ~PanelScene();
+
+    /// An application begins to play; its id is its name in lower case.
+    void play(std::int32_t pid, const std::string& name, const std::string& iconName = {});
+    /// Every tap hears `seconds` of noise that is louder in its low bands.
+    void hearNoise(double seconds);
+    /// Every tap hears `seconds` of a drum that is hit so often.
+    void hearBeats(double beatsPerMinute, double seconds);
+    void setLevel(const std::string& sourceID, float level) const;
+    /// Moves the model's clock on by one tick of the meters.
+    void tickMeters();
+
+    SourceItem* item(const std::string& sourceID);
+    /// The first item below the window's content that a screen reader calls so; null when there is none.
+    QQuickItem* named(const QString& accessibleName) const;
+
+    /// Makes the root of `component` of the QML module, with `properties`.
+    QQuickWindow* openWindow(const QString& component, const QVariantMap& properties);
+    QQuickWindow* openPanel();
+    QQuickWindow* openAbout();
+    /// No spring moves, and the window has drawn what there is, unless it is hidden. Throws when that does
+    /// not come to pass in time.
+    void settle();
+    QImage picture();
+
+    WordingTranslator wording;
+    TemporaryFolder folder;
+    VirtualMainThread mainThread;
+    FakeAudioHardware hardware{mainThread};
+    FakeRunningApplications applications;
+    FakeApplicationEvents events;
+    FakeCaptureAuthorization authorization;
+    FakeKeyValueStore cloud;
+    FakeLoginItem loginItem;
+    RecordingSystemLog log;
+    std::unique_ptr<AudioController> controller;
+    std::unique_ptr<MeterAudience> meters;
+    LaunchAtLoginController launchAtLogin{loginItem};
+    AppIconProvider icons;
+    Theme theme;
+    std::unique_ptr<PanelModel> model;
+    std::unique_ptr<PanelEngine> engine;
+    QQuickWindow* window = nullptr; ///< belongs to the scene
+    QStringList qmlWarnings;
+
+private:
+    /// Throws, naming `what`, when it is not met in time.
+    static void await(const char* what, const std::function<bool()>& isMet);
+    /// Every tap hears these samples, on both channels.
+    void hear(const std::vector<float>& samples);
+
+    std::mt19937 random_{7};
+};
+
+} // namespace vello

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PanelQuickTest.h"
+
+#include "Foundation/Localization.h"
+
+namespace vello {
+namespace {
+
+const auto kLanguages = testing::Values(Language::english, Language::german, Language::japanese);
+
+std::string nameOf(const testing::TestParamInfo<Language>& info) {
+    return info.param == Language::german     ? "German"
+           : info.param == Language::japanese ? "Japanese"
+                                              : "English";
+}
+
+/// The panel with most to show, in each language and at each size of texts.
+class TextSizesTest : public PanelQuickTest, public testing::WithParamInterface<Language> {
+protected:
+    void SetUp() override { setLanguage(GetParam()); }
+    void TearDown() override {
+        setLanguage(Language::english);
+        PanelQuickTest::TearDown();
+    }
+
+    static QRectF written(const QQuickItem& text) {
+        const QSizeF size(text.property("contentWidth").toDouble(),
+                          text.property("contentHeight").toDouble());
+        return QRectF(place(text).center() - QPointF(size.width(), size.height()) / 2.0, size);
+    }
+    /// No text of the view is wider than its room, leaves the window's surface or touches another one.
+    void expectRoomForTexts(const QString& view, const QRectF& surface) {
+        const std::vector<QQuickItem*> texts = all(QStringLiteral("Text"), &only(view));
+        ASSERT_FALSE(texts.empty());
+        for (std::size_t one = 0; one < texts.size(); ++one) {
+            const std::string said = texts[one]->property("text").toString().toStdString();
+            const QRectF room = place(*texts[one]);
+            EXPECT_LE(written(*texts[one]).width(), room.width() + 1.0) << said;
+            EXPECT_GE(room.left(), surface.left()) << said;
+            EXPECT_LE(room.right(), surface.right()) << said;
+            for (std::size_t other = 0; other < one; ++other)
+                EXPECT_FALSE(written(*texts[one]).adjusted(1, 1, -1, -1).intersects(written(*texts[other])))
+                    << said << " and " << texts[other]->property("text").toString().toStdString();
+        }
+    }
+    /// At each size, set while the window is open.
+    template <class Check> void atEachSize(Check check) {
+        for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
+            SCOPED_TRACE(scale);
+            scene.theme.setAppearance({.isMotionReduced = true, .fontScale = scale});
+            scene.settle();
+            check();
+        }
+    }
+    QRectF panel() { return place(only(QStringLiteral("MenuPanelView"))); }
+};
+
+TEST_P(TextSizesTest, HaveRoomInAnOpenCard) {
+    scene.play(101, "Player");
+    open();
+    SourceItem& player = *scene.item("player");
+    player.toggle();
+    scene.settle();
+    EQSettings settings = scene.controller->settings("player");
+    settings.bandGains.front() = 3.5;
+    scene.controller->updateSettings(settings, "player");
+    scene.mainThread.advance(std::chrono::seconds(1)); // the tap follows its settings
+    scene.hearBeats(120.0, 6.0);
+    scene.setLevel("player", 0.5F);
+    scene.tickMeters();
+    scene.settle();
+    ASSERT_TRUE(player.equalizer()->hasTempo());
+    atEachSize([this] {
+        EXPECT_EQ(panel().width(), 344.0);
+        expectRoomForTexts(QStringLiteral("EQPanelView"), place(only(QStringLiteral("EQPanelView"))));
+        expectRoomForTexts(QStringLiteral("PanelHeader"), panel());
+        const QQuickItem& save = item(QString::fromStdString(localized("Save")));
+        EXPECT_LT(place(save).right(), place(item(QString::fromStdString(localized("Reset")))).left());
+        expectRoomForTexts(QStringLiteral("PanelFooter"), panel());
+    });
+}
+
+TEST_P(TextSizesTest, LeaveANameWholeThatHasRoom) {
+    scene.play(101, "Player");
+    open();
+    atEachSize([this] { EXPECT_FALSE(showing(QStringLiteral("Player")).property("truncated").toBool()); });
+}
+
+TEST_P(TextSizesTest, HaveRoomInTheAboutWindow) {
+    scene.openAbout();
+    scene.settle();
+    atEachSize([this] {
+        expectRoomForTexts(QStringLiteral("AboutVelloView"), QRectF(QPointF(), scene.window->size()));
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, TextSizesTest, kLanguages, nameOf);
+
+/// While the panel asks for the consent.
+class DeniedTextSizesTest : public TextSizesTest {
+protected:
+    DeniedTextSizesTest() { scene.authorization.answer = FakeCaptureAuthorization::denied; }
+};
+
+TEST_P(DeniedTextSizesTest, HaveRoomInTheQuestionForTheConsent) {
+    open();
+    atEachSize([this] { expectRoomForTexts(QStringLiteral("PermissionOnboardingView"), panel()); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, DeniedTextSizesTest, kLanguages, nameOf);
+
+} // namespace
+} // namespace vello

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UI/Shell/PanelPresenter.h"
+
+#include "FakeWindowSystem.h"
+#include "PanelScene.h"
+
+#include <gtest/gtest.h>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <optional>
+
+namespace vello {
+namespace {
+
+/// Below the top edge of the screen, near its middle.
+const QRect kIcon(389, 0, 22, 22);
+
+class PanelPresenterTest : public testing::Test {
+protected:
+    PanelPresenter& makePresenter(ScreenCorner corner = ScreenCorner::topRight) {
+        presenter_.emplace(*scene_.model, scene_.theme, windows_, corner);
+        return *presenter_;
+    }
+    /// What people see of the window, on the screen.
+    QRect panel() const {
+        const QQuickWindow& window = *presenter_->window();
+        return window.property("surface").toRectF().toAlignedRect().translated(window.position());
+    }
+    /// A whole click there, in the toolkit's pixels; on the item also what its host tells.
+    void click(QPoint place, bool isOnItem = false) {
+        emit windows_.buttonPressed(place * 2);
+        emit windows_.buttonReleased();
+        if (isOnItem)
+            presenter_->toggle(kIcon);
+    }
+    static QRect screen() { return QGuiApplication::primaryScreen()->availableGeometry(); }
+
+    PanelScene scene_;
+    FakeWindowSystem windows_;
+    std::optional<PanelPresenter> presenter_;
+};
+
+TEST_F(PanelPresenterTest, OpensThePanelUnderTheItemAndClosesItAgain) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.toggle(kIcon);
+    ASSERT_TRUE(presenter.isPanelVisible());
+    EXPECT_NEAR(panel().center().x(), kIcon.center().x(), 1);
+    EXPECT_EQ(panel().top(), kIcon.y() + kIcon.height() + 8);
+    presenter.toggle(kIcon);
+    EXPECT_FALSE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, OpensThePanelInTheChosenCornerWhereTheItemsPlaceIsNotKnown) {
+    PanelPresenter& presenter = makePresenter(ScreenCorner::bottomLeft);
+    presenter.show(std::nullopt);
+    EXPECT_EQ(panel().left(), screen().left() + 8);
+    EXPECT_EQ(panel().bottom(), screen().bottom() - 8);
+    ASSERT_EQ(windows_.prepared.size(), 1);
+    EXPECT_EQ(windows_.prepared.first().corner, ScreenCorner::bottomLeft);
+    EXPECT_EQ(windows_.prepared.first().inset, 8 - panel().left() + presenter.window()->x())
+        << "so that the panel, not its clear margin, stands 8 from the edges";
+}
+
+TEST_F(PanelPresenterTest, HandsTheWindowToTheWindowSystemBeforeItIsShown) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    EXPECT_EQ(windows_.adopted, QList<QWindow*>{presenter.window()});
+    presenter.hide();
+    presenter.show(kIcon);
+    EXPECT_EQ(windows_.adopted.size(), 1) << "the window is kept";
+    EXPECT_EQ(windows_.prepared.size(), 2) << "it is prepared every time";
+    EXPECT_FALSE(windows_.wasVisibleWhenPrepared);
+}
+
+TEST_F(PanelPresenterTest, LeavesAnOpenPanelWhereItIs) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    const QRect before = panel();
+    presenter.show(std::nullopt);
+    EXPECT_TRUE(presenter.isPanelVisible());
+    EXPECT_EQ(panel(), before);
+}
+
+TEST_F(PanelPresenterTest, CountsAsShownWhileTheWindowIsVisible) {
+    PanelPresenter& presenter = makePresenter();
+    QList<bool> changes;
+    QObject::connect(&presenter, &PanelPresenter::visibleChanged,
+                     [&](bool isVisible) { changes.append(isVisible); });
+    presenter.show(kIcon);
+    presenter.hide();
+    EXPECT_EQ(changes, (QList<bool>{true, false}));
+}
+
+TEST_F(PanelPresenterTest, ClosesOnAClickOutsideAndStaysOnOneInside) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    click(panel().center());
+    EXPECT_TRUE(presenter.isPanelVisible());
+    click(panel().bottomRight() + QPoint(10, 0));
+    EXPECT_FALSE(presenter.isPanelVisible()) << "the clear margin is outside";
+}
+
+TEST_F(PanelPresenterTest, StaysClosedAfterTheClickOnTheItemThatClosedIt) {
+    PanelPresenter& presenter = makePresenter();
+    click(kIcon.center(), true);
+    EXPECT_TRUE(presenter.isPanelVisible());
+    click(kIcon.center(), true);
+    EXPECT_FALSE(presenter.isPanelVisible());
+    click(kIcon.center(), true);
+    EXPECT_TRUE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, CountsClicksThatAreFasterThanTheItemsHost) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    click(kIcon.center());
+    click(kIcon.center());
+    presenter.toggle(kIcon); // the first
+    EXPECT_FALSE(presenter.isPanelVisible());
+    presenter.toggle(kIcon); // the second
+    EXPECT_TRUE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, OpensOnAClickOnTheItemRightAfterOneOutside) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    click(screen().bottomLeft());
+    ASSERT_FALSE(presenter.isPanelVisible());
+    click(kIcon.center(), true);
+    EXPECT_TRUE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, ClosesWhenThePanelAsksForIt) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    QMetaObject::invokeMethod(presenter.window(), "dismissed");
+    EXPECT_FALSE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, TellsTheWindowSystemWhereThePanelIsInItsWindow) {
+    makePresenter().show(kIcon);
+    const QRect inWindow = panel().translated(-presenter_->window()->position());
+    EXPECT_EQ(windows_.limits.panel, inWindow);
+    EXPECT_EQ(windows_.limits.shadow, inWindow.x());
+    EXPECT_EQ(windows_.limits.cornerRadius, 0.0);
+}
+
+TEST_F(PanelPresenterTest, GivesTheWindowThePanelsShapeWhereNothingIsTranslucent) {
+    windows_.isTranslucent = false;
+    makePresenter().show(kIcon);
+    EXPECT_EQ(windows_.limits.panel.topLeft(), QPoint(0, 0));
+    EXPECT_GT(windows_.limits.cornerRadius, 0.0);
+}
+
+TEST_F(PanelPresenterTest, ShowsTheAboutWindowBesideThePanel) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    presenter.showAbout();
+    const auto isAbout = [](const QWindow* window) {
+        return window->isVisible() && window->title() == QStringLiteral("About VELLO");
+    };
+    EXPECT_TRUE(std::ranges::any_of(QGuiApplication::topLevelWindows(), isAbout));
+    EXPECT_TRUE(presenter.isPanelVisible());
+}
+
+} // namespace
+} // namespace vello
