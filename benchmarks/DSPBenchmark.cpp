@@ -104,7 +104,7 @@ public:
                  .frames = scenario_.frames,
                  .channelCount = scenario_.channels,
                  .setup = snapshot_.biquadSetup(),
-                 .states = context_.rt.states.data(),
+                 .states = context_.rt.delays.data(),
                  .scratch = context_.rt.scratch});
     }
 

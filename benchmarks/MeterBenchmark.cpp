@@ -66,7 +66,7 @@ class Bench {
 public:
     Bench() {
         hardware_.setDefaultOutputDevice(hardware_.addDevice({.uid = "speakers", .name = "Speakers"}));
-        authorization_.answer = FakeCaptureAuthorization::allowed;
+        authorization_.answer = Consent::allowed;
         for (std::int32_t pid = 1; pid <= kSources; ++pid) {
             const std::string name = "org.example.player" + std::to_string(pid);
             applications_.applications[pid] = {name, name, std::nullopt};

@@ -40,6 +40,14 @@ function(vello_add_room target)
         target_link_libraries(${target} INTERFACE ${ROOM_PUBLIC})
     endif()
 
+    # For scripts/checks/rooms.
+    set(kind INCLUDE_DIRECTORIES)
+    if(NOT ROOM_SOURCES)
+        set(kind INTERFACE_INCLUDE_DIRECTORIES)
+    endif()
+    file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/rooms/${target}.includes
+        CONTENT "$<JOIN:$<REMOVE_DUPLICATES:$<TARGET_PROPERTY:${target},${kind}>>,\n>\n")
+
     if(alone_sources)
         add_library(${target}_headers_alone OBJECT ${alone_sources})
         set_target_properties(${target}_headers_alone PROPERTIES UNITY_BUILD OFF)

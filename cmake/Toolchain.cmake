@@ -29,6 +29,16 @@ target_compile_options(vello_flags INTERFACE
 if(VELLO_WARNINGS_AS_ERRORS)
     target_compile_options(vello_flags INTERFACE -Werror)
 endif()
+if(VELLO_HARDENING AND NOT VELLO_SANITIZE)
+    # Fortified functions need an optimizer.
+    target_compile_options(vello_flags INTERFACE
+        -fstack-protector-strong -fstack-clash-protection
+        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=3>)
+    target_link_options(vello_flags INTERFACE LINKER:-z,relro LINKER:-z,now)
+    if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
+        target_compile_options(vello_flags INTERFACE -fcf-protection)
+    endif()
+endif()
 if(VELLO_SANITIZE)
     target_compile_options(vello_flags INTERFACE
         -fsanitize=${VELLO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

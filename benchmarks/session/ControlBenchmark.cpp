@@ -24,12 +24,12 @@ using namespace std::chrono_literals;
 using namespace vello::session;
 using Clock = std::chrono::steady_clock;
 
-constexpr int runs = 20;
-constexpr double longestAnswer = 100; // milliseconds
-constexpr std::chrono::seconds settling = 10s;
-constexpr std::chrono::seconds measured = 30s;
+constexpr int kRuns = 20;
+constexpr double kLongestAnswer = 100; // milliseconds
+constexpr std::chrono::seconds kSettling = 10s;
+constexpr std::chrono::seconds kMeasured = 30s;
 /// Wake-ups a second: poll and watchdog, each of which may wait for a lock or a thread on the way.
-constexpr double mostWakeUps = 3;
+constexpr double kMostWakeUps = 3;
 
 using Words = std::vector<std::string>;
 
@@ -63,22 +63,22 @@ bool measureCommands(const PrivateAudioSession& session) {
         std::string text = "vello";
         for (const std::string& word : words)
             text.append(" ").append(word);
-        for (int run = 0; run < runs; ++run)
+        for (int run = 0; run < kRuns; ++run)
             times.push_back(milliseconds(session, command(words)));
         const double longest = *std::ranges::max_element(times);
-        isFast = isFast && longest <= longestAnswer;
+        isFast = isFast && longest <= kLongestAnswer;
         std::printf("%-52s%7.1f ms%7.1f ms\n", text.c_str(), median(times), longest);
     }
     return isFast;
 }
 
 bool measureIdling(pid_t vello) {
-    std::this_thread::sleep_for(settling);
+    std::this_thread::sleep_for(kSettling);
     const auto before = waits(vello);
     const double processorBefore = processorSeconds(vello);
-    std::this_thread::sleep_for(measured);
+    std::this_thread::sleep_for(kMeasured);
     auto after = waits(vello);
-    const double seconds = std::chrono::duration<double>(measured).count();
+    const double seconds = std::chrono::duration<double>(kMeasured).count();
     double sum = 0;
     std::printf("\n%-52s%10s\n", "thread, nothing plays and nobody watches", "a second");
     for (const auto& [thread, count] : after) {
@@ -91,7 +91,7 @@ bool measureIdling(pid_t vello) {
     std::printf("%-52s%10.2f\n", "all", sum);
     std::printf("%-52s%9.3f%%\n", "of one processor",
                 100 * (processorSeconds(vello) - processorBefore) / seconds);
-    return sum <= mostWakeUps;
+    return sum <= kMostWakeUps;
 }
 
 bool run() {

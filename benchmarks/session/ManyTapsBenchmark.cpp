@@ -26,18 +26,18 @@ namespace {
 using namespace std::chrono_literals;
 using namespace vello::session;
 
-constexpr int quantum = 1024;
-constexpr int sampleRate = 48000;
+constexpr int kQuantum = 1024;
+constexpr int kSampleRate = 48000;
 /// What each player emits, constantly; the filters let it pass, and one that misses a cycle is missing in the
 /// sum.
-constexpr float share = 1.0F / 256;
-constexpr float velloVolume = 0.5F;
-constexpr std::size_t settlingFrames = 2 * sampleRate;
-constexpr std::size_t measuredFrames = 8 * sampleRate;
-constexpr int playersAtOnce = 8;
-constexpr int counts[] = {1, 8, 32, 64};
-constexpr int bandFrequencies[] = {63, 125, 250, 500, 1000, 2000, 4000, 8000};
-constexpr std::array<double, 8> gains = {6, 5, 3.5, 1.5, -1, -2, 2, 4};
+constexpr float kShare = 1.0F / 256;
+constexpr float kVelloVolume = 0.5F;
+constexpr std::size_t kSettlingFrames = 2 * kSampleRate;
+constexpr std::size_t kMeasuredFrames = 8 * kSampleRate;
+constexpr int kPlayersAtOnce = 8;
+constexpr int kCounts[] = {1, 8, 32, 64};
+constexpr int kBandFrequencies[] = {63, 125, 250, 500, 1000, 2000, 4000, 8000};
+constexpr std::array<double, 8> kGains = {6, 5, 3.5, 1.5, -1, -2, 2, 4};
 
 /// Of one process and the server over the measured time.
 struct Cost {
@@ -58,12 +58,12 @@ std::string filterChain(int number) {
     std::ostringstream text;
     text << "{ name = libpipewire-module-filter-chain args = { media.name = " << chainName(number)
          << " audio.channels = 2 audio.position = [ FL FR ] filter.graph = { nodes = [";
-    for (std::size_t band = 0; band < gains.size(); ++band)
+    for (std::size_t band = 0; band < kGains.size(); ++band)
         text << " { type = builtin name = b" << band
-             << " label = bq_peaking control = { Freq = " << bandFrequencies[band]
-             << ".0 Q = 1.41 Gain = " << gains[band] << " } }";
+             << " label = bq_peaking control = { Freq = " << kBandFrequencies[band]
+             << ".0 Q = 1.41 Gain = " << kGains[band] << " } }";
     text << " ] links = [";
-    for (std::size_t band = 1; band < gains.size(); ++band)
+    for (std::size_t band = 1; band < kGains.size(); ++band)
         text << " { output = \"b" << band - 1 << ":Out\" input = \"b" << band << ":In\" }";
     text << " ] } capture.props = { node.name = " << chainName(number)
          << " media.class = Audio/Sink } playback.props = { node.name = " << chainName(number)
@@ -89,9 +89,10 @@ std::string filterChainConfiguration(int count) {
 class Bench {
 public:
     explicit Bench(int count)
-        : count_(count), session_({.sampleRate = sampleRate, .quantum = quantum}), graph_(session_.socket()) {
+        : count_(count), session_({.sampleRate = kSampleRate, .quantum = kQuantum}),
+          graph_(session_.socket()) {
         allowCapture(session_);
-        writeSettings(session_, {{systemSource, {.bandGains = gains, .volume = velloVolume}}});
+        writeSettings(session_, {{kSystemSource, {.bandGains = kGains, .volume = kVelloVolume}}});
         recorder_ = std::make_unique<MonitorRecorder>(session_.socket(), "output-a", 180s);
     }
 
@@ -100,9 +101,9 @@ public:
         const auto vello = session_.start("vello", {VELLO_PROGRAM, "--headless"});
         while (static_cast<int>(players_.size()) < count_) {
             startSomePlayers();
-            awaitAll([](const std::string& place) { return place.starts_with(tapPrefix); }, "VELLO");
+            awaitAll([](const std::string& place) { return place.starts_with(kTapPrefix); }, "VELLO");
         }
-        const auto cost = measure(vello.get(), velloVolume);
+        const auto cost = measure(vello.get(), kVelloVolume);
         vello->terminate();
         awaitAll([](const std::string& place) { return place == "output-a"; }, "direct");
         return cost;
@@ -122,11 +123,11 @@ public:
 
 private:
     void startSomePlayers() {
-        for (int i = 0; i < playersAtOnce && static_cast<int>(players_.size()) < count_; ++i) {
+        for (int i = 0; i < kPlayersAtOnce && static_cast<int>(players_.size()) < count_; ++i) {
             const auto name = playerName(static_cast<int>(players_.size()));
             players_.push_back(startPlayer(
                 session_, PlayerKind::native,
-                {.name = name, .applicationID = "org.example." + name, .signal = constantSignal(share)}));
+                {.name = name, .applicationID = "org.example." + name, .signal = constantSignal(kShare)}));
         }
     }
 
@@ -162,10 +163,10 @@ private:
 
     Cost measure(const ChildProcess* process, float volume) {
         // Once everybody is heard, or after a while whatever is heard.
-        const float sum = share * static_cast<float>(count_) * volume;
-        const float tolerance = share * volume / 2;
+        const float sum = kShare * static_cast<float>(count_) * volume;
+        const float tolerance = kShare * volume / 2;
         recorder_->recordUntil(
-            [&](const Recording& last) { return last.cyclesOffValue(sum, tolerance) == 0; }, settlingFrames,
+            [&](const Recording& last) { return last.cyclesOffValue(sum, tolerance) == 0; }, kSettlingFrames,
             20s);
         const auto own = [&] { return process == nullptr ? 0 : processorSeconds(process->pid()); };
         const auto server = session_.serverProcess();
@@ -173,7 +174,7 @@ private:
         const double ownBefore = own();
         const double serverBefore = processorSeconds(server);
         const auto first = recorder_->frames();
-        recorder_->record(measuredFrames);
+        recorder_->record(kMeasuredFrames);
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
         return {(own() - ownBefore) / elapsed.count(),
                 (processorSeconds(server) - serverBefore) / elapsed.count(),
@@ -199,11 +200,11 @@ void print(int count, const char* way, const Cost& cost) {
 bool run() {
     std::printf(
         "%d Hz, cycles of %d frames; processor time in %% of one processor over %zu s; memory is PSS.\n\n",
-        sampleRate, quantum, measuredFrames / sampleRate);
+        kSampleRate, kQuantum, kMeasuredFrames / kSampleRate);
     std::printf("%7s  %-13s%9s%11s%11s%13s%11s%9s\n", "players", "equalized by", "own %", "per tap %",
                 "server %", "per tap %", "own MiB", "missed");
     bool isBelow = true;
-    for (const int count : counts) {
+    for (const int count : kCounts) {
         Bench bench(count);
         const auto vello = bench.measureVello();
         print(count, "VELLO", vello);

@@ -23,14 +23,14 @@ using namespace std::chrono_literals;
 using namespace vello::session;
 using Clock = std::chrono::steady_clock;
 
-constexpr int playerCount = 10;
-constexpr int coldOpenings = 5;
-constexpr int warmOpenings = 15;
+constexpr int kPlayerCount = 10;
+constexpr int kColdOpenings = 5;
+constexpr int kWarmOpenings = 15;
 /// Two clicks on the icon that are to be two.
-constexpr std::chrono::milliseconds beyondDoubleClick = 600ms;
-constexpr std::chrono::seconds settling = 5s;
-constexpr std::chrono::seconds measured = 20s;
-constexpr const char* panelTitle = "VELLO by QUORVIN";
+constexpr std::chrono::milliseconds kBeyondDoubleClick = 600ms;
+constexpr std::chrono::seconds kSettling = 5s;
+constexpr std::chrono::seconds kMeasured = 20s;
+constexpr const char* kPanelTitle = "VELLO by QUORVIN";
 /// Within the panel, where its title stands.
 constexpr QRect titleInPanel(60, 12, 240, 24);
 
@@ -56,7 +56,7 @@ public:
     }
 
     void startPlayers() {
-        for (int number = 0; number < playerCount; ++number)
+        for (int number = 0; number < kPlayerCount; ++number)
             players_.push_back(startPlayer(session_, PlayerKind::native,
                                            {.name = "player" + std::to_string(number),
                                             .applicationID = "org.example.player" + std::to_string(number),
@@ -81,7 +81,7 @@ public:
         settle();
     }
     /// Until what was begun is over.
-    void settle() const { std::this_thread::sleep_for(settling); }
+    void settle() const { std::this_thread::sleep_for(kSettling); }
 
     /// From the start of the program.
     double millisecondsToFirstFrame() { return awaitPanel(begun_); }
@@ -96,12 +96,12 @@ public:
         return awaitPanel(isPanelDrawn() ? pressed : released);
     }
     void close() {
-        std::this_thread::sleep_for(beyondDoubleClick);
+        std::this_thread::sleep_for(kBeyondDoubleClick);
         desktop_.screen().click(icon_);
-        if (!desktop_.screen().waitUntil([this] { return !desktop_.screen().window(panelTitle); }))
+        if (!desktop_.screen().waitUntil([this] { return !desktop_.screen().window(kPanelTitle); }))
             throw std::runtime_error("a click on the icon does not close the panel");
         desktop_.screen().movePointer({600, 600});
-        std::this_thread::sleep_for(beyondDoubleClick);
+        std::this_thread::sleep_for(kBeyondDoubleClick);
     }
 
     double memory() const { return megabytes(proportionalMemory(vello_->pid())); }
@@ -112,7 +112,7 @@ public:
         const double firstThreadBefore = firstThreadSeconds(vello_->pid());
         const double processBefore = processorSeconds(vello_->pid());
         const auto begin = Clock::now();
-        std::this_thread::sleep_for(measured);
+        std::this_thread::sleep_for(kMeasured);
         const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
         const auto after = waits(vello_->pid());
         const std::string firstThread = std::to_string(vello_->pid()) + " ";
@@ -129,7 +129,7 @@ public:
         start({});
         std::optional<ScreenWindow> panel;
         const auto& screen = desktop_.screen();
-        if (!screen.waitUntil([&] { return (panel = screen.window(panelTitle)).has_value(); }))
+        if (!screen.waitUntil([&] { return (panel = screen.window(kPanelTitle)).has_value(); }))
             throw std::runtime_error("the panel does not open:\n" + vello_->output());
         title_ = titleInPanel.translated(panel->area.topLeft());
     }
@@ -177,22 +177,22 @@ bool run() {
     bench.stop();
 
     std::vector<double> starts;
-    for (int number = 0; number < coldOpenings; ++number) {
+    for (int number = 0; number < kColdOpenings; ++number) {
         bench.start({});
         starts.push_back(bench.millisecondsToFirstFrame());
         bench.stop();
     }
     std::vector<double> cold;
-    for (int number = 0; number < coldOpenings; ++number) {
+    for (int number = 0; number < kColdOpenings; ++number) {
         bench.start({"--background"});
         bench.awaitIcon();
         cold.push_back(bench.clickToFirstFrame());
-        if (number + 1 < coldOpenings)
+        if (number + 1 < kColdOpenings)
             bench.stop();
     }
     bench.close();
     std::vector<double> warm;
-    for (int number = 0; number < warmOpenings; ++number) {
+    for (int number = 0; number < kWarmOpenings; ++number) {
         warm.push_back(bench.clickToFirstFrame());
         bench.close();
     }

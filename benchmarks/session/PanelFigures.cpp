@@ -11,12 +11,12 @@
 namespace vello::benchmark {
 namespace {
 
-constexpr double percent = 100;
+constexpr double kPercent = 100;
 /// Text on a plain ground has that many colours at its edges.
-constexpr std::size_t coloursOfText = 8;
+constexpr std::size_t kColoursOfText = 8;
 /// Waits a second that come and go with the load of the machine.
-constexpr double noise = 0.2;
-constexpr double processorAllowed = 5; // % of one processor
+constexpr double kNoise = 0.2;
+constexpr double kProcessorAllowed = 5; // % of one processor
 
 } // namespace
 
@@ -52,14 +52,14 @@ void Figures::wakeUps(const Activity& headless, const Activity& hidden) {
     line("wake-ups of the first thread, without a screen", headless.firstThreadWaits, "/s");
     line("wake-ups of the first thread, panel hidden", hidden.firstThreadWaits, "/s");
     line("wake-ups that the hidden panel adds", hidden.firstThreadWaits - headless.firstThreadWaits, "/s",
-         noise);
+         kNoise);
 }
 
 void Figures::processor(const Activity& headless, const Activity& hidden, const Activity& open) {
-    line("processor, without a screen, whole program", percent * headless.process, "%");
-    line("processor, panel hidden, whole program", percent * hidden.process, "%");
-    line("processor, panel open, whole program", percent * open.process, "%");
-    line("processor, panel open, first thread", percent * open.firstThread, "%", processorAllowed);
+    line("processor, without a screen, whole program", kPercent * headless.process, "%");
+    line("processor, panel hidden, whole program", kPercent * hidden.process, "%");
+    line("processor, panel open, whole program", kPercent * open.process, "%");
+    line("processor, panel open, first thread", kPercent * open.firstThread, "%", kProcessorAllowed);
 }
 
 bool shows(const QImage& picture, const QImage& empty) {
@@ -70,7 +70,7 @@ bool shows(const QImage& picture, const QImage& empty) {
             colours.insert(picture.pixel(x, y));
             changed += picture.pixel(x, y) != empty.pixel(x, y) ? 1 : 0;
         }
-    return 2 * changed > picture.width() * picture.height() && colours.size() >= coloursOfText;
+    return 2 * changed > picture.width() * picture.height() && colours.size() >= kColoursOfText;
 }
 
 } // namespace vello::benchmark

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Shows VELLO at work where no audio session runs: starts a private one with two outputs and two players,
-// lets VELLO equalize them, measures what comes out at the outputs' monitors and prints it. At last it opens
-// the panel on a screen of its own and leaves a picture of it. Exit code 0: every figure is inside its
-// tolerance.
+// Demonstrates VELLO where no audio session runs: starts a private one with two outputs and two players, lets
+// VELLO equalize them, measures the sound at the outputs' monitors and prints the results. Finally opens the
+// panel on a private screen and saves a picture of it. Exit code 0: every value is within its tolerance.
 #include "PanelPicture.h"
 
 #include "AudioGraph.h"
@@ -31,13 +30,13 @@ namespace {
 using namespace std::chrono_literals;
 using namespace vello::session;
 
-constexpr const char* pictureFile = "build/demo/panel.png";
-constexpr int sampleRate = 48000; // Hz
-constexpr int quantum = 512;      // frames
-constexpr int engagements = 5;
-constexpr double sineAmplitude = 0.04;
-constexpr double levelTolerance = 0.05; // dB
-constexpr std::size_t measuredFrames = sampleRate;
+constexpr const char* kPictureFile = "build/demo/panel.png";
+constexpr int kSampleRate = 48000; // Hz
+constexpr int kQuantum = 512;      // frames
+constexpr int kEngagements = 5;
+constexpr double kSineAmplitude = 0.04;
+constexpr double kLevelTolerance = 0.05; // dB
+constexpr std::size_t kMeasuredFrames = kSampleRate;
 
 /// One application of the demonstration.
 struct Application {
@@ -45,8 +44,8 @@ struct Application {
     std::string id;
     PlayerKind kind;
     const char* kindName;
-    std::string ownOutput; ///< where it plays by itself; empty: the default output
-    std::string heardAt;   ///< the same, by its node name
+    std::string ownOutput; ///< its own choice of output; empty: the default output
+    std::string heardAt;   ///< node name of that output
     SourceSettings settings;
 };
 
@@ -70,13 +69,13 @@ const std::vector<Application>& applications() {
     return all;
 }
 
-/// A row of figures with what is allowed for them.
+/// A row of values with their limits.
 class Table {
 public:
     void level(const Application& application, double band, double wanted, double measured) {
         std::printf("%-12s%-12s%8.0f Hz%12.2f%14.2f%s\n", application.name.c_str(),
                     application.settings.output.c_str(), band, wanted, measured,
-                    mark(std::abs(measured - wanted) <= levelTolerance));
+                    mark(std::abs(measured - wanted) <= kLevelTolerance));
     }
     void figure(const Application& application, const char* name, double measured, const char* unit,
                 double allowed) {
@@ -97,9 +96,9 @@ private:
 std::string sines() {
     std::ostringstream text;
     const char* separator = "sines=";
-    for (const double frequency : bandFrequencies)
+    for (const double frequency : kBandFrequencies)
         text << std::exchange(separator, ",") << frequency;
-    text << '@' << sineAmplitude;
+    text << '@' << kSineAmplitude;
     return text.str();
 }
 
@@ -114,7 +113,7 @@ Players startPlayers(const PrivateAudioSession& session,
                                        .applicationID = application.id,
                                        .signal = signal(application),
                                        .output = application.ownOutput,
-                                       .sampleRate = sampleRate},
+                                       .sampleRate = kSampleRate},
                                       40));
     return players;
 }
@@ -128,7 +127,7 @@ void stopVello(ChildProcess& vello) {
         throw std::runtime_error("VELLO does not end when asked:\n" + vello.output());
 }
 
-/// Until the instance answers commands.
+/// Waits until the instance answers commands.
 void awaitInstance(const PrivateAudioSession& session, ChildProcess& vello) {
     const auto deadline = std::chrono::steady_clock::now() + 8s;
     while (session.start("probe", {VELLO_PROGRAM, "presets"})->waitForExit(5s) != 0)
@@ -136,9 +135,9 @@ void awaitInstance(const PrivateAudioSession& session, ChildProcess& vello) {
             throw std::runtime_error("VELLO does not answer:\n" + vello.output());
 }
 
-/// Prints the command as somebody would type it, runs it to its end and returns what it printed.
+/// Prints the command as a user would type it, runs it to its end and returns its output.
 std::string command(const PrivateAudioSession& session, const std::vector<std::string>& words) {
-    std::vector<std::string> program{"env", VELLO_PROGRAM}; // a session's log has the name of the first word
+    std::vector<std::string> program{"env", VELLO_PROGRAM}; // the session names the log after the first word
     program.insert(program.end(), words.begin(), words.end());
     std::printf("$ vello");
     for (const std::string& word : words)
@@ -147,7 +146,7 @@ std::string command(const PrivateAudioSession& session, const std::vector<std::s
     return session.run(program);
 }
 
-/// Without a VELLO that equalizes, the system-wide volume is set for the next.
+/// Sets the system-wide volume for the next VELLO, while no VELLO equalizes.
 void storeSystemVolume(const PrivateAudioSession& session) {
     const auto vello = startVello(session);
     awaitInstance(session, *vello);
@@ -156,20 +155,20 @@ void storeSystemVolume(const PrivateAudioSession& session) {
 }
 
 void awaitWay(MonitorRecorder& recorder, Way way, const ChildProcess* vello) {
-    const auto settled = [way](const Recording& last) { return endsWith(last, way, quantum * 4); };
-    if (!recorder.recordUntil(settled, quantum * 4, 8s))
+    const auto settled = [way](const Recording& last) { return endsWith(last, way, kQuantum * 4); };
+    if (!recorder.recordUntil(settled, kQuantum * 4, 8s))
         throw std::runtime_error("a player is not heard as it should be" +
                                  (vello == nullptr ? std::string() : ":\n" + vello->output()));
 }
 
-/// What one start of VELLO did to a playing application.
+/// The effect of one start of VELLO on a playing application.
 struct Engagement {
     double addedFrames = 0;
     double silentFrames = 0;
 };
 
-/// Up to the frame `last`. The channels need not go over in the same cycle: the left one, which carries the
-/// numbers, may fall silent before the right one does.
+/// The newest delay up to the frame `last`. The channels may switch in different cycles: the left one, which
+/// carries the numbers, may become silent before the right one.
 std::int64_t newestDelay(const Recording& recording, std::size_t last) {
     for (std::size_t count = last + 1; count > 0; --count)
         if (const auto delay = recording.delay(count - 1))
@@ -177,9 +176,9 @@ std::int64_t newestDelay(const Recording& recording, std::size_t last) {
     throw std::runtime_error("the recording of a player has no frame numbers");
 }
 
-/// By the frame numbers in the left channel: the clock's for the native player, so that the delay is what it
-/// is; its own for the other, whose count stands still while nothing hears it, so that the silence adds to
-/// the delay without being one.
+/// Measured by the frame numbers in the left channel. The native player's numbers are the clock's, so the
+/// delay is the actual one. The other player's numbers are its own and do not advance while it is not heard,
+/// so the silence adds to its apparent delay.
 Engagement engagementOf(const Recording& recording, const Application& application) {
     const auto passage = findPassage(recording, Way::direct, Way::tapped);
     if (!passage)
@@ -191,7 +190,7 @@ Engagement engagementOf(const Recording& recording, const Application& applicati
     return {static_cast<double>(after - before) - standing, silent};
 }
 
-/// Starts VELLO several times beside playing applications; engagements by application.
+/// Starts VELLO several times while the applications play; returns the engagements by application.
 std::vector<std::vector<Engagement>> engage(const PrivateAudioSession& session) {
     storeSystemVolume(session);
     const auto players = startPlayers(session, [](const Application& application) {
@@ -201,12 +200,12 @@ std::vector<std::vector<Engagement>> engage(const PrivateAudioSession& session) 
     for (const auto& application : applications())
         recorders.push_back(std::make_unique<MonitorRecorder>(session.socket(), application.heardAt, 40s));
     std::vector<std::vector<Engagement>> result(applications().size());
-    for (int round = 0; round < engagements; ++round) {
+    for (int round = 0; round < kEngagements; ++round) {
         for (const auto& recorder : recorders)
             awaitWay(*recorder, Way::direct, nullptr);
         std::vector<std::size_t> starts;
         for (const auto& recorder : recorders)
-            starts.push_back(recorder->frames() - quantum);
+            starts.push_back(recorder->frames() - kQuantum);
         const auto vello = startVello(session);
         for (std::size_t i = 0; i < recorders.size(); ++i) {
             awaitWay(*recorders[i], Way::tapped, vello.get());
@@ -219,7 +218,7 @@ std::vector<std::vector<Engagement>> engage(const PrivateAudioSession& session) 
 
 bool isTapped(const GraphState& state, const Application& application) {
     return std::ranges::any_of(state.nodes, [&](const auto& entry) {
-        return entry.second.name().starts_with(tapPrefix + application.name);
+        return entry.second.name().starts_with(kTapPrefix + application.name);
     });
 }
 
@@ -233,9 +232,9 @@ bool isTappedTo(const GraphState& state, const Application& application) {
     const auto* output = state.nodeNamed(application.settings.output);
     for (const auto& [id, link] : state.links) {
         isCaptured |=
-            nameOf(link.outputNode) == application.name && nameOf(link.inputNode).starts_with(tapPrefix);
+            nameOf(link.outputNode) == application.name && nameOf(link.inputNode).starts_with(kTapPrefix);
         isPlayed |= output != nullptr && link.inputNode == output->id &&
-                    nameOf(link.outputNode).starts_with(tapPrefix + application.name);
+                    nameOf(link.outputNode).starts_with(kTapPrefix + application.name);
     }
     return isCaptured && isPlayed;
 }
@@ -259,7 +258,7 @@ void awaitAll(AudioGraph& graph, const ChildProcess& vello,
                                      describe(graph.state()) + vello.output());
 }
 
-/// One recording for each application, at its chosen output.
+/// Records each application at its chosen output.
 std::vector<Recording> equalize(const PrivateAudioSession& session) {
     const auto players = startPlayers(session, [](const Application&) { return sines(); });
     AudioGraph graph(session.socket());
@@ -272,9 +271,9 @@ std::vector<Recording> equalize(const PrivateAudioSession& session) {
     std::vector<Recording> result;
     for (const auto& application : applications()) {
         MonitorRecorder recorder(session.socket(), application.settings.output);
-        recorder.record(sampleRate / 2);
+        recorder.record(kSampleRate / 2);
         const auto start = recorder.frames();
-        recorder.record(measuredFrames + quantum);
+        recorder.record(kMeasuredFrames + kQuantum);
         result.push_back(recorder.recording(start));
     }
     std::printf("%s", command(session, {"status"}).c_str());
@@ -283,10 +282,10 @@ std::vector<Recording> equalize(const PrivateAudioSession& session) {
 }
 
 void printLevels(Table& table, const Application& application, const Recording& recording) {
-    for (const double band : bandFrequencies) {
-        const double wanted = designedResponse(application.settings.bandGains, band, sampleRate) +
+    for (const double band : kBandFrequencies) {
+        const double wanted = designedResponse(application.settings.bandGains, band, kSampleRate) +
                               decibels(application.settings.volume);
-        const double measured = decibels(recording.amplitude(band, 0, measuredFrames, 0) / sineAmplitude);
+        const double measured = decibels(recording.amplitude(band, 0, kMeasuredFrames, 0) / kSineAmplitude);
         table.level(application, band, wanted, measured);
     }
 }
@@ -296,19 +295,19 @@ void printEngagements(Table& table, const Application& application, const std::v
     std::vector<double> silent;
     for (const auto& engagement : all) {
         added.push_back(engagement.addedFrames);
-        silent.push_back(engagement.silentFrames * 1000 / sampleRate);
+        silent.push_back(engagement.silentFrames * 1000 / kSampleRate);
     }
     table.figure(application, "added latency", median(added), "samples", 0);
-    table.figure(application, "silence at engage", median(silent), "ms", 1000.0 * quantum / sampleRate);
+    table.figure(application, "silence at engage", median(silent), "ms", 1000.0 * kQuantum / kSampleRate);
 }
 
 bool run() {
-    const PrivateAudioSession session({.sampleRate = sampleRate,
-                                       .quantum = quantum,
+    const PrivateAudioSession session({.sampleRate = kSampleRate,
+                                       .quantum = kQuantum,
                                        .outputs = {{"speakers", "Speakers"}, {"headphones", "Headphones"}}});
     std::printf(
         "A private audio session with two outputs and two applications, %d Hz, cycles of %d frames.\n",
-        sampleRate, quantum);
+        kSampleRate, kQuantum);
     for (const auto& application : applications())
         std::printf("  %s speaks %s and plays a sine in the middle of each band.\n", application.name.c_str(),
                     application.kindName);
@@ -324,8 +323,8 @@ bool run() {
     std::printf("\n");
     for (std::size_t i = 0; i < applications().size(); ++i)
         printEngagements(table, applications()[i], engagementsOf[i]);
-    takePanelPicture(session, pictureFile);
-    std::printf("\nThe panel, with both applications playing: %s\n", pictureFile);
+    takePanelPicture(session, kPictureFile);
+    std::printf("\nThe panel, with both applications playing: %s\n", kPictureFile);
     std::printf("\n%s\n", table.isInTolerance() ? "Every figure is inside its tolerance."
                                                 : "Some figures are out of tolerance.");
     return table.isInTolerance();

@@ -7,9 +7,9 @@
 
 namespace vello::demo {
 
-/// Plays a tune in each of the demonstration's two applications, has VELLO open its panel on a screen of its
-/// own, opens the card of one and leaves the picture in `file`. Throws std::runtime_error when something does
-/// not come.
+/// Plays a tune in each of the demonstration's two applications, makes VELLO open its panel on a private
+/// screen, opens the card of one application and saves the picture to `file`. Throws std::runtime_error on
+/// timeout.
 void takePanelPicture(const session::PrivateAudioSession& session, const std::filesystem::path& file);
 
 } // namespace vello::demo

@@ -15,7 +15,7 @@ using namespace vello::session;
 constexpr const char* kPanelTitle = "VELLO by QUORVIN";
 constexpr const char* kProgram = "VELLO";
 constexpr auto kRest = 600ms;
-/// Pixels that the window's clear margin goes on beyond what a picture shows of it.
+/// Pixels by which the window's transparent margin exceeds the picture.
 constexpr int kLeftOut = 8;
 
 Environment with(Environment environment, const Environment& more) {
@@ -62,7 +62,7 @@ void PanelStage::openCard(const std::string& application) {
     restingArea();
     desktop_.screen().click(desktop_.accessibleTree().extents(card).center());
     find("", application + ", expanded");
-    // The pointer rests beside the panel, where nothing lights up below it.
+    // Moves the pointer away from the panel, so that no control is highlighted.
     desktop_.screen().movePointer({PrivateScreen::width / 4, PrivateScreen::height - 20});
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Makes the README's pictures: the panel on a private screen while real applications play in a private audio
-// session. The argument is the folder that they are left in.
+// session. The argument is the output folder.
 #include "PanelStage.h"
 #include "Tune.h"
 
@@ -15,8 +15,8 @@ namespace {
 using namespace vello::session;
 namespace files = std::filesystem;
 
-constexpr int sampleRate = 48000; // Hz
-constexpr std::size_t tuneSeconds = 120;
+constexpr int kSampleRate = 48000; // Hz
+constexpr std::size_t kTuneSeconds = 120;
 
 Environment appearance(const char* look) {
     return {{"VELLO_APPEARANCE", look}};
@@ -24,7 +24,7 @@ Environment appearance(const char* look) {
 
 std::string tuneFile(const PrivateAudioSession& session, const char* name, const Tune& tune) {
     const auto file = session.folder() / (std::string(name) + ".wav");
-    writeTune(tune, sampleRate, tuneSeconds, file);
+    writeTune(tune, kSampleRate, kTuneSeconds, file);
     return file.string();
 }
 
@@ -33,7 +33,7 @@ void equalize(const PrivateAudioSession& session, std::vector<std::string> words
     session.run(words);
 }
 
-/// The list in `look`, and with the card of the film's player open.
+/// Takes a picture of the list in `look`, and one with the card of the film player open.
 void playAndPicture(const char* look, const files::path& list, const files::path& open) {
     const PrivateAudioSession session(
         {.outputs = {{"speakers", "Built-in Speakers"}, {"headphones", "Headphones"}}});

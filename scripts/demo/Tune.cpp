@@ -15,9 +15,9 @@ namespace vello::demo {
 namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
-/// Half tones above the key at which the four bars of the piece stand.
+/// Semitones of the piece's four bars relative to the key.
 constexpr std::array<int, 4> kBars = {0, -4, 3, -2};
-/// Half tones of a chord above its bar, two octaves up.
+/// Semitones of a chord relative to its bar, two octaves up.
 constexpr std::array<int, 4> kChord = {24, 27, 31, 36};
 constexpr int kBeatsPerBar = 4;
 
@@ -25,12 +25,12 @@ double raised(double frequency, int halfTones) {
     return frequency * std::exp2(halfTones / 12.0);
 }
 
-/// A hit that dies away; its pitch falls with it.
+/// A decaying hit with falling pitch.
 double drum(double sinceHit) {
     return std::sin(kTurn * (48 * sinceHit + 6 * (1 - std::exp(-30 * sinceHit)))) * std::exp(-9 * sinceHit);
 }
 
-/// A tone with falling harmonics.
+/// A tone with decreasing harmonics.
 double tone(double frequency, double seconds, int harmonics) {
     double sum = 0;
     for (int harmonic = 1; harmonic <= harmonics; ++harmonic)

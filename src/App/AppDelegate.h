@@ -8,12 +8,12 @@
 
 namespace vello {
 
-/// The application as a whole: its model, and the audience of the model's meters. Main thread only.
+/// The application as a whole: its model and the audience of the model's meters. Main thread only.
 class AppDelegate {
 public:
-    /// Loads the settings and begins to equalize whatever plays, as far as the user allows it. Every port
-    /// outlives the application. `applicationSupportFolder` is the user's folder for the data of all
-    /// applications.
+    /// Loads the settings and, if the user has allowed it, starts equalizing every application that plays.
+    /// All ports must outlive the application. `applicationSupportFolder` is the user's data folder, shared
+    /// by all applications.
     AppDelegate(const AudioControllerPorts& ports, const std::filesystem::path& applicationSupportFolder);
 
     AudioController& controller() { return controller_; }

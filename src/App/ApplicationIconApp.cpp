@@ -3,7 +3,6 @@
 #include "Platform/Linux/System/UserFolders.h"
 #include "UI/ApplicationIcons/ApplicationIconImages.h"
 
-#include <private/qiconloader_p.h>
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -13,6 +12,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <ranges>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -22,10 +22,10 @@
 namespace vello {
 namespace {
 
-constexpr unsigned kMostSeconds = 5;        ///< a folder that does not answer makes nobody wait longer
-constexpr rlim_t kMostProcessorSeconds = 2; ///< nor does a drawing that never ends
+constexpr unsigned kMostSeconds = 5; ///< seconds; bounds the wait for a folder or pipe without an answer
+constexpr rlim_t kMostProcessorSeconds = 2; ///< seconds; ends a drawing that never finishes
 #ifdef __SANITIZE_ADDRESS__
-constexpr rlim_t kMostMemory = RLIM_INFINITY; ///< what the sanitizer keeps for itself is no measure
+constexpr rlim_t kMostMemory = RLIM_INFINITY; ///< the sanitizer's own memory would exceed any limit
 #else
 constexpr rlim_t kMostMemory = 256 * 1024 * 1024; ///< bytes
 #endif
@@ -36,7 +36,7 @@ void limit(decltype(RLIMIT_CPU) what, rlim_t most) {
     ::setrlimit(what, &limits);
 }
 
-/// Icons are files of strangers: whatever happens in here ends soon and by itself.
+/// Icons are untrusted files. Limits time and memory, so that a hostile file cannot keep this process busy.
 void limitThisProcess() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::signal(SIGALRM, SIG_DFL);
@@ -60,7 +60,7 @@ void findThemes(const QString& theme) {
     QIcon::setThemeName(theme.isEmpty() ? QStringLiteral("hicolor") : theme);
 }
 
-/// Some desktop entries write the ending of the file as well.
+/// Some desktop entries include the file extension in the icon's name.
 QString withoutEnding(const QString& name) {
     for (const char* const ending : {".png", ".svg", ".xpm"})
         if (name.endsWith(QLatin1String(ending)))
@@ -68,51 +68,50 @@ QString withoutEnding(const QString& name) {
     return name;
 }
 
-/// An icon of the theme may be made of several files. Whoever opened a pipe would wait for its other end;
-/// only the toolkit's own loader tells which files those are.
-bool consistsOfFiles(const QString& name) {
-    return std::ranges::all_of(QIconLoader::instance()->loadIcon(name).entries,
-                               [](const auto& entry) { return QFileInfo(entry->filename).isFile(); });
-}
-
-QIcon iconInTheme(const QString& name) {
-    return consistsOfFiles(name) ? QIcon::fromTheme(name) : QIcon();
-}
-
 QIcon iconOf(const QString& name) {
     if (name.startsWith(u'/'))
         return QFileInfo(name).isFile() ? QIcon(name) : QIcon();
     if (name.contains(u'/'))
         return {};
-    const QIcon icon = iconInTheme(name);
-    return icon.isNull() ? iconInTheme(withoutEnding(name)) : icon;
+    const QIcon icon = QIcon::fromTheme(name);
+    return icon.isNull() ? QIcon::fromTheme(withoutEnding(name)) : icon;
 }
 
-/// A file that is no image makes an icon that draws nothing.
+/// A file that is not an image yields an icon that draws nothing.
 bool canBeDrawn(const QIcon& icon) {
     return !icon.isNull() && !icon.pixmap(QSize(32, 32), 1.0).isNull();
+}
+
+bool write(const QByteArray& images) {
+    const auto size = static_cast<std::size_t>(images.size());
+    return std::fwrite(images.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0;
+}
+
+/// `words`: the theme, then the icon's possible names.
+bool drawIcon(const std::vector<QString>& words) {
+    findThemes(words.empty() ? QString() : words.front());
+    for (const QString& name : words | std::views::drop(1)) {
+        const QIcon icon = iconOf(name);
+        if (canBeDrawn(icon))
+            return write(applicationIconImages(icon));
+    }
+    return false;
 }
 
 } // namespace
 } // namespace vello
 
-/// Finds and draws the icon of an application: see ApplicationIconImages.h. A program of its own, so that a
-/// file that was made to hang or to fill the memory does that to nobody else.
+/// Finds and draws the icon of an application; see ApplicationIconImages.h. It is a separate program, so that
+/// a file made to hang or to exhaust memory affects only this process.
 int main(int argumentCount, char** arguments) {
     vello::limitThisProcess();
     vello::useUTF8();
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    int ownName = 1; // what follows are names, also when they look like options of the toolkit
+    int ownName = 1; // only names follow, even when they look like Qt options
     const QGuiApplication application(ownName, arguments);
-    const std::vector<QString> words(arguments + std::min(argumentCount, 1), arguments + argumentCount);
-    vello::findThemes(words.empty() ? QString() : words.front());
-    for (const QString& name : words | std::views::drop(1)) {
-        const QIcon icon = vello::iconOf(name);
-        if (!vello::canBeDrawn(icon))
-            continue;
-        const QByteArray images = vello::applicationIconImages(icon);
-        const auto size = static_cast<std::size_t>(images.size());
-        return std::fwrite(images.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0 ? 0 : 1;
+    try {
+        return vello::drawIcon({arguments + std::min(argumentCount, 1), arguments + argumentCount}) ? 0 : 1;
+    } catch (const std::exception&) {
+        return 1; // the caller shows another icon
     }
-    return 1;
 }

@@ -9,24 +9,19 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <optional>
 #include <stdexcept>
 #include <unistd.h>
 
 namespace vello {
 namespace {
 
-// What a consent reads as at its port.
-constexpr int kAllowed = 0;
-constexpr int kDenied = 1;
-
 bool isSet(const char* variable) {
     const char* value = std::getenv(variable);
     return value != nullptr && *value != '\0';
 }
 
-/// Whether this process can talk with the user on its terminal: in the background that would stop a process
-/// that reads from it.
+/// Whether this process can talk to the user on its terminal. Only a foreground process can: reading from the
+/// terminal stops a background process.
 bool isOnTerminal() {
     return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1 &&
            ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
@@ -55,10 +50,10 @@ Consent askForConsent() {
 }
 
 void startWithConsent(CaptureAuthorization& authorization, SystemLog& log) {
-    const std::optional<int> consent = authorization.preflight();
-    if (consent == kAllowed)
+    const Consent consent = authorization.preflight();
+    if (consent == Consent::allowed)
         return;
-    if (consent != kDenied && isOnTerminal())
+    if (consent == Consent::undecided && isOnTerminal())
         authorization.request([](bool) {});
     else
         Logger(log, kBundleIdentifier, "AskForConsent")

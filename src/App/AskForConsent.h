@@ -7,13 +7,13 @@
 
 namespace vello {
 
-/// Puts the question to the user and waits for the answer: on the terminal of this process when it is in the
-/// foreground of one, else in a window on the screen. Undecided: no answer was given. Throws
-/// std::runtime_error with a sentence when there is neither.
+/// Asks the user and waits for the answer: on this process's terminal while it is in the foreground, else in
+/// a window. Returns undecided when the user gave no answer. Throws std::runtime_error with a sentence for
+/// the user when there is neither a terminal nor a screen.
 Consent askForConsent();
 
-/// For the start without a screen, where nobody would notice that nothing is equalized: while nothing is
-/// decided, puts the question on the terminal; without one, and when it was denied, the log says how to allow
+/// For a start without a screen, where the user would not notice that nothing is equalized. An open consent
+/// is requested on the terminal. Without a terminal, or when the user denied it, the log says how to allow
 /// it.
 void startWithConsent(CaptureAuthorization& authorization, SystemLog& log);
 

@@ -15,8 +15,8 @@ void askRunningInstance(const ClientRequest& request, int argumentCount, char** 
     const QCoreApplication application(argumentCount, arguments);
     const int exitCode = runClient(request, {std::cout, std::cerr, ::isatty(STDOUT_FILENO) == 1});
     std::cout.flush();
-    // Without the end of static objects: the bus library's thread may still be at work, and where it meets a
-    // half-ended process it complains on standard error.
+    // Skips the destruction of static objects: the D-Bus library's thread may still be running, and prints
+    // errors while the process is torn down.
     std::quick_exit(exitCode);
 }
 

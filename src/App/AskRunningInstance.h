@@ -5,8 +5,8 @@
 
 namespace vello {
 
-/// Puts `request` to the running VELLO, prints its answer and ends the process with the exit code. There is
-/// no QCoreApplication yet, or no more.
+/// Sends `request` to the running VELLO, prints the answer and ends the process with the exit code. No
+/// QCoreApplication may exist.
 [[noreturn]] void askRunningInstance(const ClientRequest& request, int argumentCount, char** arguments);
 
 } // namespace vello

@@ -6,14 +6,15 @@
 
 namespace vello {
 
-/// Tells vello-panel to start with the panel closed.
+/// Makes vello-panel start with the panel closed.
 inline constexpr const char* kInBackground = "--background";
 
-/// The program `name` that `vello` starts: beside this one, or where an installation keeps programs that no
-/// user starts. May not exist. Throws std::filesystem::filesystem_error where /proc is missing.
+/// Path of the program `name` that `vello` starts: next to this one, or where an installation keeps its
+/// internal programs. The file may not exist. Throws std::filesystem::filesystem_error when /proc is not
+/// available.
 std::filesystem::path companionProgram(std::string_view name);
 
-/// The program `vello`, as seen from a companion.
+/// Path of the program `vello`, for use in a companion program.
 std::filesystem::path mainProgram();
 
 } // namespace vello

@@ -11,10 +11,10 @@
 #include <cstdlib>
 #include <sys/prctl.h>
 
-/// Shows the question to the user and ends with the answer. A program of its own, so that nothing else has to
-/// load what draws windows.
+/// Asks the user for consent and returns the answer as the exit code. It is a separate program, so that no
+/// other program has to load Qt Widgets.
 int main(int argumentCount, char** arguments) {
-    // An answer that nobody waits for any more would go unheard.
+    // Without the parent process nothing would read the answer.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     vello::useUTF8();
     const QApplication application(argumentCount, arguments);

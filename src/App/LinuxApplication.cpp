@@ -13,7 +13,7 @@ namespace vello {
 namespace {
 
 Environment prepareEnvironment() {
-    // Qt takes the user's locale over; numbers in files and properties keep their point.
+    // Qt sets the user's locale. Numbers in files and properties keep the decimal point.
     std::setlocale(LC_NUMERIC, "C");
     setLanguage(preferredLanguage(processEnvironment()));
     return processEnvironment();
@@ -30,9 +30,9 @@ AudioControllerPorts onlyOn(const BusPresence& presence, const AudioControllerPo
 LinuxApplication::LinuxApplication(PipeWireRedirectGuard& guard, const Options& options)
     : environment_(prepareEnvironment()), termination_(mainThread_, [] { QCoreApplication::quit(); }),
       hardware_(mainThread_, log_, {}, &guard), applications_(DesktopFolders::fromEnvironment(environment_)),
-      authorization_(mainThread_, log_, ConsentPlaces::fromEnvironment(environment_),
-                     options.consentQuestion),
-      shared_(syncFolder(options.syncFolder, environment_), mainThread_, log_), presence_(mainThread_, log_),
+      authorization_(log_, ConsentPlaces::fromEnvironment(environment_), options.consentQuestion),
+      shared_(sharedFolder(options.syncFolder, environment_), mainThread_, log_),
+      presence_(mainThread_, log_),
       delegate_(onlyOn(presence_,
                        {hardware_, mainThread_, applications_, termination_, authorization_, shared_, log_}),
                 userDataFolder(environment_)) {}

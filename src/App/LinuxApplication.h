@@ -20,24 +20,24 @@
 
 namespace vello {
 
-/// The application on the adapters of Linux, with its place on the session bus: what VELLO is with a screen
-/// and without one. Main thread only; there is a QCoreApplication, whose event loop ends when the process is
-/// asked to end.
+/// The application on the adapters of Linux, including its name on the session bus, with or without a screen.
+/// Main thread only. Requires a QCoreApplication, whose event loop ends when the process receives a
+/// termination signal.
 class LinuxApplication {
 public:
     struct Options {
-        std::string syncFolder; ///< of the shared presets; empty: the user's usual one
-        /// The command that puts the question for the consent.
+        std::string syncFolder; ///< folder of the shared presets; empty: the user's default one
+        /// The command that asks the user for consent.
         std::vector<std::string> consentQuestion = LinuxCaptureAuthorization::ownQuestion();
     };
 
-    /// Begins to equalize, as far as the user allows it. Throws AlreadyRunning when another instance has the
-    /// name on the bus, before anything is touched, and std::exception with a sentence.
-    /// `guard` outlives the application.
+    /// Starts equalizing, as far as the user allows it. Throws AlreadyRunning before it changes anything when
+    /// another instance owns the bus name, and std::exception with a sentence for the user. `guard` must
+    /// outlive the application.
     LinuxApplication(PipeWireRedirectGuard& guard, const Options& options);
 
-    /// Takes the name and the calls of others. An empty `showPanel`: there is no panel. Once. Throws
-    /// AlreadyRunning.
+    /// Takes the bus name and serves calls. An empty `showPanel` means that there is no panel. Call once.
+    /// Throws AlreadyRunning.
     void publish(ControlService::ShowPanelAction showPanel);
 
     AudioController& controller() { return delegate_.controller(); }

@@ -19,7 +19,7 @@
 namespace vello {
 namespace {
 
-/// Says in one line why it cannot be done and what to do.
+/// Prints one line with the reason and the remedy.
 int failure(const char* reason) {
     std::fprintf(stderr, "vello: %s\n", reason);
     return 1;
@@ -34,7 +34,8 @@ int runHeadless(const ParsedCommand& parsed, int argumentCount, char** arguments
     return QCoreApplication::exec();
 }
 
-/// Becomes the program that draws windows, which stands beside this one: no other command has to load it.
+/// Replaces this process with vello-panel, the program that draws windows, so that no other command has to
+/// load Qt Quick.
 int startPanel(const ParsedCommand& parsed, char** arguments) {
     if (!parsed.syncFolder.empty())
         ::setenv("VELLO_SYNC_FOLDER", parsed.syncFolder.c_str(), 1);

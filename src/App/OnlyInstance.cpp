@@ -10,9 +10,9 @@
 namespace vello {
 namespace {
 
-/// Answers the session's folder.
+/// Returns the session's runtime folder.
 std::filesystem::path prepareProcess() {
-    // A reader of our lines that has gone is no reason to end.
+    // A closed pipe on standard output must not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     raiseDescriptorLimit();
     const auto folder = runtimeFolder(processEnvironment());

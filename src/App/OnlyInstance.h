@@ -9,20 +9,20 @@
 
 namespace vello {
 
-/// Another VELLO runs in this session. `what` is a sentence for the user.
+/// Another VELLO runs in this session. `what()` is a sentence for the user.
 class AlreadyRunning : public std::runtime_error {
 public:
     AlreadyRunning();
 };
 
-/// This process as the session's only VELLO, from the construction to the end. Made on the main thread while
-/// that is the only one, and destroyed there.
+/// Makes this process the session's only VELLO for the lifetime of the object. Constructed on the main thread
+/// before other threads start, and destroyed on the main thread.
 class OnlyInstance {
 public:
-    /// Throws AlreadyRunning, and std::runtime_error with a sentence where there is no session.
+    /// Throws AlreadyRunning, or std::runtime_error with a sentence for the user when there is no session.
     OnlyInstance();
 
-    /// Gives the applications' streams back when this process cannot.
+    /// Restores the applications' streams when this process cannot.
     PipeWireRedirectGuard& guard() { return guard_; }
 
 private:

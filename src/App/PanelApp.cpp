@@ -38,26 +38,27 @@ bool isInBackground(int argumentCount, char** arguments) {
     return std::ranges::find(words, std::string_view(kInBackground)) != words.end();
 }
 
-/// The same orderly way as from outside: taps are taken down, settings saved.
+/// Ends in the same orderly way as on a signal from outside: taps are removed and settings are saved.
 void endApplication() {
     ::kill(::getpid(), SIGTERM);
 }
 
-/// Where the panel opens where nobody tells the place of the status item.
+/// The corner where the panel opens when the place of the status item is not known.
 ScreenCorner chosenCorner() {
     const char* const name = std::getenv("VELLO_PANEL_CORNER");
     const auto corner = name ? screenCorner(name) : std::nullopt;
     if (name && *name && !corner)
-        std::fprintf(stderr, "vello: VELLO_PANEL_CORNER is \"%s\", which is none of %s. Using top-right.\n",
-                     name, std::string(kScreenCornerNames).c_str());
+        std::fprintf(stderr,
+                     "vello: VELLO_PANEL_CORNER is \"%s\", which is not one of %s. Using top-right.\n", name,
+                     std::string(kScreenCornerNames).c_str());
     return corner.value_or(ScreenCorner::topRight);
 }
 
 void introduce() {
-    // Not the display name: it would be added to the titles of the windows.
+    // Not setApplicationDisplayName: Qt would append it to window titles.
     QApplication::setApplicationName(kApplicationName);
     QApplication::setDesktopFileName(kBundleIdentifier);
-    // The theme's has drawings of its own for small sizes.
+    // The theme's icon has separate drawings for small sizes.
     QApplication::setWindowIcon(
         QIcon::fromTheme(kBundleIdentifier, QIcon(QStringLiteral(":/vello/symbols/vello.svg"))));
     QApplication::setQuitOnLastWindowClosed(false);
@@ -67,7 +68,7 @@ int runPanel(int argumentCount, char** arguments) {
     OnlyInstance instance;
     if (!hasScreen())
         throw std::runtime_error("there is no screen here; run vello --headless");
-    TerminationSignals::block(); // the toolkit starts threads
+    TerminationSignals::block(); // Qt starts threads, which inherit the mask
     QApplication toolkit(argumentCount, arguments);
     introduce();
     const char* const chosen = std::getenv("VELLO_SYNC_FOLDER");
@@ -90,8 +91,8 @@ int runPanel(int argumentCount, char** arguments) {
 } // namespace
 } // namespace vello
 
-/// The tray application. A program of its own, started by `vello`, so that nothing else has to load what
-/// draws windows.
+/// The tray application, started by `vello`. It is a separate program, so that no other program has to load
+/// Qt Quick.
 int main(int argumentCount, char** arguments) {
     vello::useUTF8();
     try {

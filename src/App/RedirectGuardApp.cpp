@@ -6,12 +6,12 @@
 
 #include <unistd.h>
 
-/// The guard of a running VELLO, which starts it with the memory that both share behind the first descriptor
-/// after the standard streams. Small on purpose: it stays for as long as VELLO runs.
+/// The guard of a running VELLO. VELLO starts it with the shared memory on the first descriptor after the
+/// standard streams. It is small on purpose, because it stays for as long as VELLO runs.
 int main() {
     try {
         return vello::runRedirectGuard(STDERR_FILENO + 1, {});
     } catch (const std::exception&) {
-        return EXIT_FAILURE; // There is nobody to tell.
+        return EXIT_FAILURE; // There is no channel to report an error.
     }
 }

@@ -6,7 +6,7 @@
 
 namespace vello {
 
-/// Owner of a file descriptor, or of none (a negative number).
+/// Owns a file descriptor. Empty while the number is negative.
 class Descriptor {
 public:
     Descriptor() = default;
@@ -20,6 +20,9 @@ public:
         if (isOpen())
             ::close(number_);
     }
+
+    /// Returns false with `errno` set when closing fails. Some file systems report a failed write only here.
+    bool close() noexcept { return ::close(std::exchange(number_, -1)) == 0; }
 
     int number() const noexcept { return number_; }
     bool isOpen() const noexcept { return number_ >= 0; }

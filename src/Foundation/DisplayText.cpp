@@ -13,12 +13,12 @@ namespace {
 
 constexpr std::size_t kLongestCharacter = 4;
 
-/// The byte continues a UTF-8 character that began before it.
+/// Whether this is a UTF-8 continuation byte.
 bool isContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-/// Of a text that is not empty. What is no UTF-8 counts as characters of some bytes.
+/// `text` must not be empty. Bytes that are not valid UTF-8 are split into characters of 1 to 4 bytes.
 std::string_view firstCharacter(std::string_view text) {
     const bool isASCII = static_cast<unsigned char>(text[0]) < 0x80U;
     const std::size_t longest = isASCII ? 1 : std::min(text.size(), kLongestCharacter);
@@ -44,7 +44,7 @@ bool isWhiteSpace(std::string_view character) {
 } // namespace
 
 bool hasVisibleText(std::string_view text) {
-    // A name that hides its first visible character behind this much has none that anybody sees.
+    // Only the beginning is searched: a visible character further back would never be displayed.
     const auto beginning = text.substr(0, 4 * kLongestName);
     const auto unicode =
         icu::UnicodeString::fromUTF8({beginning.data(), static_cast<std::int32_t>(beginning.size())});

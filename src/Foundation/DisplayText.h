@@ -5,19 +5,18 @@
 #include <string>
 #include <string_view>
 
-/// Names that come from strangers: perhaps empty, huge, full of control characters or no UTF-8.
+/// For names from untrusted sources. They may be empty, huge, full of control characters or not valid UTF-8.
 namespace vello {
 
-/// Bytes of the longest name that is passed on.
+/// Longest name that is passed on, in bytes.
 inline constexpr std::size_t kLongestName = 200;
 
-/// There is something to see in it: not only white space and control characters.
+/// Whether the text holds anything but white space and control characters.
 bool hasVisibleText(std::string_view text);
-/// The name, or the beginning of it with "…" behind when it is longer than kLongestName. Characters stay
-/// whole.
+/// The name, cut and followed by "…" when it is longer than kLongestName. Never cuts inside a character.
 std::string boundedName(std::string_view name);
-/// The text without the Unicode white space at both ends, line ends included. Bytes that are no UTF-8 are no
-/// white space and stay as they are.
+/// The text without leading and trailing Unicode white space and line ends. Bytes that are not valid UTF-8 do
+/// not count as white space.
 std::string_view trimmedWhiteSpace(std::string_view text);
 
 } // namespace vello

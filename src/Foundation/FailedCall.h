@@ -7,7 +7,7 @@
 
 namespace vello {
 
-/// Throws std::system_error: what was tried, and why the system refused it.
+/// Throws std::system_error. `what` is the operation that failed, `error` the errno value.
 [[noreturn]] inline void fail(const std::string& what, int error = errno) {
     throw std::system_error(error, std::generic_category(), what);
 }

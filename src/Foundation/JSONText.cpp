@@ -86,8 +86,8 @@ private:
     std::string text_;
 };
 
-/// How many objects and arrays the text opens around its innermost one. (The parser's own callback would tell
-/// as well, but with it the parser takes the square of the time for a large object of objects.)
+/// Depth of the most deeply nested object or array. (The parser's own callback reports it too, but with a
+/// callback parsing takes quadratic time for a large object of objects.)
 std::size_t deepestLevel(std::string_view text) {
     std::size_t level = 0;
     std::size_t deepest = 0;
@@ -109,7 +109,7 @@ std::size_t deepestLevel(std::string_view text) {
 } // namespace
 
 nlohmann::json parseJSON(std::string_view text) {
-    // The parser takes a zero byte for the end of the text and would not see what follows.
+    // The parser treats a zero byte as the end of the text and would ignore the rest.
     if (text.find('\0') != std::string_view::npos)
         throw CodingError("the text holds a zero byte");
     if (deepestLevel(text) > kDeepestLevel)

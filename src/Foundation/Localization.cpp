@@ -36,14 +36,14 @@ std::span<const Wording> wordings(Language language) {
     return linuxWordings();
 }
 
-std::string messagesLocale(const EnvironmentLookup& environment) {
+std::string messagesLocale(const Environment& environment) {
     for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
         if (const char* value = environment(name); value != nullptr && *value != '\0')
             return value;
     return "";
 }
 
-Language preferredLanguage(const EnvironmentLookup& environment) {
+Language preferredLanguage(const Environment& environment) {
     const std::string locale = messagesLocale(environment);
     if (locale.empty() || locale == "C" || locale == "POSIX")
         return Language::english;

@@ -19,8 +19,8 @@ void check(UErrorCode status) {
         throw std::runtime_error(std::string("No collation: ") + u_errorName(status));
 }
 
-/// The "C" locale names no language, and its own collation is that of bytes: names then go by the order that
-/// all languages share.
+/// The "C" locale has no language and collates by bytes. Use the root collation, which all languages share,
+/// instead.
 icu::Locale usersLocale() {
     const icu::Locale& locale = icu::Locale::getDefault();
     return std::string_view(locale.getVariant()) == "POSIX" ? icu::Locale::getRoot() : locale;
@@ -30,7 +30,7 @@ std::unique_ptr<icu::Collator> makeCollator(const icu::Locale& locale) {
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(locale, status));
     check(status);
-    collator->setStrength(icu::Collator::SECONDARY); // case is the third level
+    collator->setStrength(icu::Collator::SECONDARY); // ignores case, a tertiary difference
     collator->setAttribute(UCOL_NUMERIC_COLLATION, UCOL_ON, status);
     check(status);
     return collator;

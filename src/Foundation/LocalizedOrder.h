@@ -6,18 +6,18 @@
 
 namespace vello {
 
-/// The order in which a user expects names: that of a language, without regard to case, and numbers by their
-/// value, so that "Output 2" comes before "Output 10".
+/// Sorts names as a user expects: by the rules of a language, ignoring case, and numbers by value, so that
+/// "Output 2" comes before "Output 10".
 class LocalizedOrder {
 public:
-    /// `locale` is an ICU locale such as "sv_SE"; empty: the user's own.
+    /// `locale` is an ICU locale such as "sv_SE"; empty means the user's locale.
     explicit LocalizedOrder(std::string_view locale = {});
     ~LocalizedOrder();
     LocalizedOrder(const LocalizedOrder&) = delete;
     LocalizedOrder& operator=(const LocalizedOrder&) = delete;
 
-    /// UTF-8; what is not valid counts as the replacement character. A strict weak order: names that differ
-    /// only in case are neither before the other.
+    /// Compares UTF-8; invalid bytes count as the replacement character. A strict weak order in which names
+    /// that differ only in case are equivalent.
     bool isBefore(std::string_view first, std::string_view second) const;
 
 private:

@@ -6,8 +6,8 @@
 
 namespace vello {
 
-/// Ends the process with `message` on standard error unless `holds`. For mistakes of the program itself only:
-/// no input from outside may reach a precondition that fails.
+/// Prints `message` to standard error and aborts the process unless `holds`. For programming errors only:
+/// input from outside must never make a precondition fail.
 inline void precondition(bool holds, const char* message) noexcept {
     if (holds) [[likely]]
         return;

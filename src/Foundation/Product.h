@@ -8,9 +8,9 @@ inline constexpr char kApplicationName[] = "VELLO";
 inline constexpr char kApplicationFolder[] = "EQ by QUORVIN";
 /// Log subsystem, D-Bus name, desktop file and icon.
 inline constexpr char kBundleIdentifier[] = "com.quorvin.Vello";
-/// The maker's.
+/// The manufacturer's web site.
 inline constexpr char kWebSite[] = "https://quorvin.example/vello";
-/// Every aggregate device of this application has a name that begins so; nothing else has.
+/// The names of this application's aggregate devices start with this prefix; no other name does.
 inline constexpr char kTapNamePrefix[] = "EQ-by-QUORVIN-Tap-";
 
 } // namespace vello

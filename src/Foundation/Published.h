@@ -8,12 +8,12 @@
 
 namespace vello {
 
-/// An observer's subscription. Dropping it ends the subscription at once, also from inside the observer; it
-/// may outlive what it observes.
+/// Handle of a subscription. Dropping it ends the subscription immediately, even from inside the observer. It
+/// may outlive the observed object.
 using Observation = std::shared_ptr<void>;
 
-/// A value that others watch. It is assigned only when it changes, and every change tells the observers of
-/// this one value. One thread only; an observer may end any subscription, but not destroy this object.
+/// A value with observers, which are notified after every change. Use it on one thread only. An observer may
+/// end any subscription but must not destroy this object.
 template <class T> class Published {
 public:
     using Observer = std::function<void(const T& value)>;
@@ -24,13 +24,13 @@ public:
 
     const T& value() const { return value_; }
 
-    /// Assigns `value` and tells the observers, in the order in which they came, unless it equals the present
-    /// one.
+    /// Assigns `value` and notifies the observers in the order of subscription. Does nothing if `value`
+    /// equals the current one.
     void set(T value) {
         if (value == value_)
             return;
         value_ = std::move(value);
-        // A copy, since observers come and go while they are told.
+        // Iterate over a copy: an observer may add or remove subscriptions.
         const std::vector<std::weak_ptr<const Observer>> told = observers_;
         for (const auto& entry : told) {
             if (const auto observer = entry.lock())
@@ -39,7 +39,8 @@ public:
         std::erase_if(observers_, [](const auto& entry) { return entry.expired(); });
     }
 
-    /// `observer` runs after every change until the returned handle is dropped; not for the present value.
+    /// `observer` runs after every change until the returned handle is dropped. It does not run for the
+    /// current value.
     [[nodiscard]] Observation observe(Observer observer) const {
         auto entry = std::make_shared<const Observer>(std::move(observer));
         observers_.push_back(entry);

@@ -5,7 +5,7 @@
 
 namespace vello {
 
-/// A fresh random UUID (RFC 9562, version 4) from the system's source of randomness, in lower case.
+/// A new random UUID (RFC 9562, version 4) from the system's random source, in lower case.
 std::string randomUUID();
 
 } // namespace vello

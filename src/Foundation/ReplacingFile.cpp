@@ -2,12 +2,12 @@
 #include "Foundation/ReplacingFile.h"
 
 #include "FailedCall.h"
+#include "Foundation/Files.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -21,8 +21,7 @@ namespace fs = std::filesystem;
 
 constexpr int kMostLinks = 40;
 
-/// Where the name leads to, links followed, also to a place that does not exist yet; a device or folder there
-/// is not to be replaced.
+/// Follows symbolic links to the file to replace, which need not exist yet. Throws for a device or a folder.
 fs::path finalPlace(fs::path file) {
     for (int links = 0; fs::is_symlink(fs::symlink_status(file)); ++links) {
         if (links == kMostLinks)
@@ -46,48 +45,39 @@ mode_t usualMode(const fs::path& target) {
     return static_cast<mode_t>(0666) & ~mask;
 }
 
-void syncFolder(const fs::path& folder) {
-    const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    // Some file systems cannot sync a folder and say so with EINVAL: there is nothing more to be done there.
-    const bool isSynced = descriptor >= 0 && (::fsync(descriptor) == 0 || errno == EINVAL);
-    const int error = errno;
-    if (descriptor >= 0)
-        ::close(descriptor);
-    if (!isSynced)
-        fail("cannot sync " + folder.string(), error);
-}
-
 } // namespace
 
 ReplacingFile::ReplacingFile(const fs::path& target, Permissions permissions) : target_(finalPlace(target)) {
     const std::string name = std::string(1, '.').append(target_.filename().string()).append(".XXXXXX");
     temporary_ = (target_.parent_path() / name).string();
-    descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
-    if (descriptor_ < 0)
+    descriptor_ = Descriptor(::mkostemp(temporary_.data(), O_CLOEXEC));
+    if (!descriptor_.isOpen())
         fail("cannot create a file beside " + target_.string());
-    if (permissions == Permissions::usual && ::fchmod(descriptor_, usualMode(target_)) != 0) {
+    if (permissions == Permissions::usual && ::fchmod(descriptor(), usualMode(target_)) != 0) {
         const int error = errno;
-        ::close(descriptor_);
         ::unlink(temporary_.c_str());
         fail("cannot set the permissions of " + target_.string(), error);
     }
 }
 
 ReplacingFile::~ReplacingFile() {
-    if (descriptor_ >= 0)
-        ::close(descriptor_);
     if (!temporary_.empty())
         ::unlink(temporary_.c_str());
 }
 
+void ReplacingFile::write(std::string_view content) {
+    if (!writeAll(descriptor(), content))
+        fail("cannot write " + target_.string());
+}
+
 void ReplacingFile::commit() {
-    // Some file systems report a failed write only on closing.
-    if (::fsync(descriptor_) != 0 || ::close(std::exchange(descriptor_, -1)) != 0)
+    if (::fsync(descriptor()) != 0 || !descriptor_.close())
         fail("cannot write " + target_.string());
     if (::rename(temporary_.c_str(), target_.c_str()) != 0)
         fail("cannot replace " + target_.string());
     temporary_.clear();
-    syncFolder(target_.parent_path());
+    if (!syncFolder(target_.parent_path()))
+        fail("cannot sync " + target_.parent_path().string());
 }
 
 } // namespace vello

@@ -1,37 +1,41 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Descriptor.h"
+
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace vello {
 
-/// A file that is written beside its final place, under a name that nobody can foresee, and takes that place
-/// when it is complete: a reader, or a crash at any moment, sees the old content or the new. Dropped before,
-/// it leaves nothing. Blocks for the disk. Throws std::system_error.
+/// Writes a file under an unpredictable temporary name in the same folder and renames it over the target in
+/// commit(). Readers, and a crash at any moment, see either the old content or the new. Destroying the object
+/// without commit() removes the temporary file. Blocks on disk I/O. Throws std::system_error.
 class ReplacingFile {
 public:
     enum class Permissions {
         userAlone, ///< mode 0600
-        usual,     ///< those of the file that is replaced, or what the user's umask gives a new file
+        usual,     ///< those of the replaced file; for a new file, the default under the umask
     };
 
-    /// `target` may be missing or a regular file; a symbolic link stays, and what it points to is replaced.
+    /// `target` is a regular file or does not exist. A symbolic link is kept and its target replaced.
     ReplacingFile(const std::filesystem::path& target, Permissions permissions);
     ~ReplacingFile();
     ReplacingFile(const ReplacingFile&) = delete;
     ReplacingFile& operator=(const ReplacingFile&) = delete;
 
     /// Open for reading and writing; owned by this object.
-    int descriptor() const noexcept { return descriptor_; }
-    /// Makes the contents durable and puts the file in its place. An error of syncing the folder comes after
-    /// that.
+    int descriptor() const noexcept { return descriptor_.number(); }
+    void write(std::string_view content);
+    /// Makes the content durable and renames the file over the target. A failed sync of the folder throws
+    /// after the target has been replaced.
     void commit();
 
 private:
     std::filesystem::path target_;
     std::string temporary_;
-    int descriptor_ = -1;
+    Descriptor descriptor_;
 };
 
 } // namespace vello

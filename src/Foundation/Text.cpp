@@ -4,95 +4,130 @@
 #include <cstdint>
 #include <cstdio>
 
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
 namespace vello {
 namespace {
 
-/// What the first byte of a character tells: how many bytes follow and the first character of that length.
-struct Lead {
-    unsigned char mask;
-    unsigned char pattern;
-    std::size_t followers;
-    char32_t smallest;
-};
-constexpr Lead kLeads[] = {
-    {0x80, 0x00, 0, 0}, {0xe0, 0xc0, 1, 0x80}, {0xf0, 0xe0, 2, 0x800}, {0xf8, 0xf0, 3, 0x10000}};
+constexpr std::size_t kMostCombiningMarks = 4; ///< per character; more would overlap other lines
 
-struct Range {
-    char32_t first;
-    char32_t last;
-};
-constexpr Range kControlCharacters[] = {{0, 0x1f},        {0x7f, 0x9f},     {0x61c, 0x61c},  {0x200e, 0x200f},
-                                        {0x2028, 0x202e}, {0x2066, 0x2069}, {0xfeff, 0xfeff}};
-
-const Lead* leadOf(unsigned char byte) noexcept {
-    for (const Lead& lead : kLeads)
-        if ((byte & lead.mask) == lead.pattern)
-            return &lead;
-    return nullptr;
+/// Calls `visit` with each character and its bytes; a negative character means invalid UTF-8.
+template <class Visitor> void forEachCharacter(std::string_view text, Visitor visit) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end) {
+        UChar32 character = 0;
+        U8_NEXT(bytes, end, text.size(), character);
+        if (!visit(character, text.substr(begin, end - begin)))
+            return;
+    }
 }
 
-void appendEscaped(std::string& line, char32_t character, std::size_t byteCount) {
-    char escape[16];
-    if (character == '\n' || character == '\t')
-        std::snprintf(escape, sizeof escape, "%s", character == '\n' ? "\\n" : "\\t");
-    else
-        std::snprintf(escape, sizeof escape, byteCount == 1 ? "\\x%02x" : "\\u{%x}",
-                      static_cast<unsigned>(character));
+bool isMark(UChar32 character) {
+    const auto mask = U_GET_GC_MASK(character);
+    return (mask & (U_GC_MN_MASK | U_GC_ME_MASK)) != 0;
+}
+
+/// False for control, format (including bidirectional), unassigned, private-use and separator characters.
+bool isSafe(UChar32 character) {
+    return character >= 0 && (U_GET_GC_MASK(character) & (U_GC_C_MASK | U_GC_ZL_MASK | U_GC_ZP_MASK)) == 0;
+}
+
+std::size_t width(UChar32 character) {
+    if (character < 0)
+        return 1;
+    if (isMark(character))
+        return 0;
+    const auto kind = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+    return kind == U_EA_WIDE || kind == U_EA_FULLWIDTH ? 2 : 1;
+}
+
+bool isPlain(UChar32 character) {
+    constexpr UChar32 byteOrderMark = 0xfeff;
+    constexpr auto breaking = U_GC_CC_MASK | U_GC_ZL_MASK | U_GC_ZP_MASK;
+    return character >= 0 && (U_GET_GC_MASK(character) & breaking) == 0 && character != byteOrderMark &&
+           !u_hasBinaryProperty(character, UCHAR_BIDI_CONTROL);
+}
+
+void appendByte(std::string& line, char byte) {
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
     line += escape;
+}
+
+void appendEscaped(std::string& line, UChar32 character, std::string_view bytes) {
+    char escape[16];
+    std::snprintf(escape, sizeof escape, "\\u{%x}", static_cast<unsigned>(character));
+    if (bytes == "\n" || bytes == "\t")
+        line += bytes == "\n" ? "\\n" : "\\t";
+    else if (character >= 0 && bytes.size() > 1)
+        line += escape;
+    else
+        for (const char byte : bytes)
+            appendByte(line, byte);
 }
 
 } // namespace
 
-std::optional<DecodedCharacter> decodeCharacter(std::string_view text) noexcept {
-    const Lead* lead = text.empty() ? nullptr : leadOf(static_cast<unsigned char>(text[0]));
-    if (lead == nullptr || text.size() <= lead->followers)
-        return std::nullopt;
-    char32_t character = static_cast<unsigned char>(text[0]) & static_cast<unsigned char>(~lead->mask);
-    for (std::size_t i = 1; i <= lead->followers; ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if ((byte & 0xc0) != 0x80)
-            return std::nullopt;
-        character = (character << 6) | (byte & 0x3fU);
-    }
-    const bool isSurrogate = character >= 0xd800 && character <= 0xdfff;
-    if (character < lead->smallest || character > 0x10ffff || isSurrogate)
-        return std::nullopt;
-    return DecodedCharacter{character, lead->followers + 1};
-}
-
-bool isControlCharacter(char32_t character) noexcept {
-    for (const Range& range : kControlCharacters)
-        if (character >= range.first && character <= range.last)
-            return true;
-    return false;
-}
-
 bool isPlainText(std::string_view text) noexcept {
-    while (!text.empty()) {
-        const auto decoded = decodeCharacter(text);
-        if (!decoded || isControlCharacter(decoded->character))
-            return false;
-        text.remove_prefix(decoded->byteCount);
-    }
-    return true;
+    bool isPlainSoFar = true;
+    forEachCharacter(text,
+                     [&](UChar32 character, std::string_view) { return isPlainSoFar = isPlain(character); });
+    return isPlainSoFar;
 }
 
 std::string escapedForOneLine(std::string_view text, std::size_t mostBytes) {
     std::string line;
-    while (!text.empty()) {
-        if (line.size() >= mostBytes)
-            return line + "...";
-        const auto decoded = decodeCharacter(text);
-        const std::size_t byteCount = decoded ? decoded->byteCount : 1;
-        if (!decoded)
-            appendEscaped(line, static_cast<unsigned char>(text[0]), 1);
-        else if (isControlCharacter(decoded->character))
-            appendEscaped(line, decoded->character, byteCount);
+    forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
+        const bool isFull = line.size() >= mostBytes;
+        if (isFull)
+            line += "...";
+        else if (isPlain(character))
+            line += bytes;
         else
-            line += text.substr(0, byteCount);
-        text.remove_prefix(byteCount);
-    }
+            appendEscaped(line, character, bytes);
+        return !isFull;
+    });
     return line;
+}
+
+std::string terminalText(std::string_view text) {
+    std::string result;
+    std::size_t marks = 0;
+    forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
+        marks = character >= 0 && isMark(character) ? marks + 1 : 0;
+        if (!isSafe(character))
+            result += '?';
+        else if (marks <= kMostCombiningMarks)
+            result += bytes;
+        return true;
+    });
+    return result;
+}
+
+std::size_t terminalWidth(std::string_view text) {
+    std::size_t columns = 0;
+    forEachCharacter(text, [&](UChar32 character, std::string_view) {
+        columns += width(character);
+        return true;
+    });
+    return columns;
+}
+
+std::string fittedText(std::string_view text, std::size_t columns) {
+    std::string safe = terminalText(text);
+    if (terminalWidth(safe) <= columns)
+        return safe;
+    std::string result;
+    std::size_t used = 0;
+    forEachCharacter(safe, [&](UChar32 character, std::string_view bytes) {
+        used += width(character);
+        if (used >= columns)
+            return false;
+        result += bytes;
+        return true;
+    });
+    return result + "…";
 }
 
 } // namespace vello

@@ -11,7 +11,7 @@ constexpr auto kWordings = std::to_array<Wording>({
      "VELLO has to capture what apps play to equalize it. Audio stays on your computer and is never "
      "recorded."},
     {"Audio stays on your Mac", "Audio stays on your computer"},
-    // No desktop has a page for this: the button puts the question again.
+    // Linux desktops have no settings page for this, so the button asks again.
     {"Open System Settings…", "Ask Again…"},
     {"Enable VELLO under Screen & System Audio Recording, then come back.",
      "Or run “vello permission allow” in a terminal, then come back."},

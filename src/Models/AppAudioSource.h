@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Foundation/Hashing.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace vello {
 
-/// One row of the list of sources.
+/// One entry in the list of sources.
 struct AppAudioSource {
     std::string id; ///< an application group's identifier, or kSystemSourceID
     std::optional<std::int32_t> pid;
@@ -20,11 +18,3 @@ struct AppAudioSource {
 };
 
 } // namespace vello
-
-template <> struct std::hash<vello::AppAudioSource> {
-    std::size_t operator()(const vello::AppAudioSource& source) const noexcept {
-        using vello::hashOf;
-        return vello::combinedHash(
-            {hashOf(source.id), hashOf(source.pid), hashOf(source.name), hashOf(source.bundleID)});
-    }
-};

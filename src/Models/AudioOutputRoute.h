@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Foundation/Hashing.h"
-
 #include <string>
 
 namespace vello {
@@ -11,16 +9,9 @@ namespace vello {
 struct AudioOutputRoute {
     std::string id; ///< the device's UID
     std::string name;
-    bool isDefault = false; ///< stands for the system's default output
+    bool isDefault = false; ///< it is the system's default output
 
     friend bool operator==(const AudioOutputRoute&, const AudioOutputRoute&) = default;
 };
 
 } // namespace vello
-
-template <> struct std::hash<vello::AudioOutputRoute> {
-    std::size_t operator()(const vello::AudioOutputRoute& route) const noexcept {
-        using vello::hashOf;
-        return vello::combinedHash({hashOf(route.id), hashOf(route.name), hashOf(route.isDefault)});
-    }
-};

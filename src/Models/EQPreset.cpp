@@ -66,11 +66,3 @@ const EQPreset::Gains& EQPreset::bandGains() const noexcept {
 }
 
 } // namespace vello
-
-std::size_t std::hash<vello::EQPreset>::operator()(vello::EQPreset preset) const noexcept {
-    return vello::hashOf(preset.rawValue());
-}
-
-std::size_t std::hash<vello::UserEQPreset>::operator()(const vello::UserEQPreset& preset) const noexcept {
-    return vello::combinedHash({vello::hashOf(preset.name), vello::hashOf(preset.bandGains)});
-}

@@ -8,7 +8,7 @@
 
 namespace vello {
 
-/// A built-in curve. Compares and hashes by its raw value.
+/// A built-in curve.
 class EQPreset {
 public:
     using Gains = std::array<double, EQSettings::bandCount>;
@@ -16,19 +16,19 @@ public:
 
     constexpr EQPreset(Case preset) noexcept : case_(preset) {}
 
-    /// All curves in the order of menus and of matching().
+    /// All curves, in the order that menus and matching() use.
     static std::span<const EQPreset> allCases() noexcept;
-    /// Absent for a raw value that names no curve.
+    /// Returns nullopt if no curve has this raw value.
     static std::optional<EQPreset> fromRawValue(std::string_view rawValue) noexcept;
-    /// The first curve with exactly these gains: same length, every value exactly equal. No tolerance.
+    /// The first curve with exactly these gains: same length, every value equal, without tolerance.
     static std::optional<EQPreset> matching(std::span<const double> gains) noexcept;
 
-    /// Also the comparison: two presets are equal when their cases are.
+    /// Presets also compare through this conversion.
     constexpr operator Case() const noexcept { return case_; }
-    /// Stable name, also the case's name in the code.
+    /// Stable name, identical to the name of the enumerator.
     std::string_view rawValue() const noexcept;
     std::string_view id() const noexcept { return rawValue(); }
-    /// Name for the user, in the user's language where there is a translation.
+    /// Name for the user, translated if there is a translation.
     std::string displayName() const;
     /// Gain of each band in dB.
     const Gains& bandGains() const noexcept;
@@ -42,17 +42,10 @@ struct UserEQPreset {
     std::string name;
     std::vector<double> bandGains; ///< dB
 
-    /// Two presets of one name are the same preset for lists and menus.
+    /// Lists and menus treat presets with the same name as the same preset.
     const std::string& id() const noexcept { return name; }
 
     friend bool operator==(const UserEQPreset&, const UserEQPreset&) = default;
 };
 
 } // namespace vello
-
-template <> struct std::hash<vello::EQPreset> {
-    std::size_t operator()(vello::EQPreset preset) const noexcept;
-};
-template <> struct std::hash<vello::UserEQPreset> {
-    std::size_t operator()(const vello::UserEQPreset& preset) const noexcept;
-};

@@ -34,10 +34,3 @@ EQSettings EQSettings::effective(const EQSettings& own, const EQSettings& system
 }
 
 } // namespace vello
-
-std::size_t std::hash<vello::EQSettings>::operator()(const vello::EQSettings& settings) const noexcept {
-    using vello::hashOf;
-    return vello::combinedHash({hashOf(settings.bandGains), hashOf(settings.isBypassed),
-                                hashOf(settings.volume), hashOf(settings.outputDeviceUID),
-                                hashOf(settings.downmixesSurround)});
-}

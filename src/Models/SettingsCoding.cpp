@@ -15,7 +15,7 @@ void requireType(bool isRight, std::string_view key, const json& value, const ch
         throw CodingError("\"" + std::string(key) + "\" is " + value.type_name() + ", not " + wanted);
 }
 
-/// The member of that key; null pointer when it is missing or null.
+/// Returns nullptr when the key is missing or its value is null.
 const json* findMember(const json& object, std::string_view key) {
     const auto member = object.find(key);
     return member == object.end() || member->is_null() ? nullptr : &*member;

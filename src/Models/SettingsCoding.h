@@ -7,16 +7,15 @@
 
 namespace vello {
 
-/// Object with "bandGains", "isBypassed", "volume" in this order, "outputDeviceUID" when there is one and
-/// "downmixesSurround" when it is true.
-/// Numbers that are not finite and strings that are not UTF-8 fail when the value is written as text.
+/// Object with "bandGains", "isBypassed", "volume" in this order, then "outputDeviceUID" if it is set and
+/// "downmixesSurround" if it is true. Numbers that are not finite and strings that are not valid UTF-8 cause
+/// an error only when the value is written as text.
 nlohmann::ordered_json encode(const EQSettings& settings);
 /// Object with "name" and "bandGains".
 nlohmann::ordered_json encode(const UserEQPreset& preset);
 
-/// Every key may be missing or null and then has the default. Gains are taken whatever their number. A value
-/// of the wrong type (also a boolean for a number and the other way round) throws CodingError. Unknown keys
-/// are ignored.
+/// A missing or null key gets its default. Accepts any number of gains. Throws CodingError for a value of the
+/// wrong type, including a boolean instead of a number and vice versa. Ignores unknown keys.
 EQSettings decodeSettings(const nlohmann::json& value);
 /// Both keys are required. Throws CodingError.
 UserEQPreset decodeUserPreset(const nlohmann::json& value);

@@ -12,31 +12,31 @@
 
 namespace vello {
 
-/// The user's presets as all of the user's machines share them. Main thread only.
+/// The user's presets, shared by all of the user's machines. Main thread only.
 ///
-/// One entry, "userEQPresets", holds the whole list as a JSON array in UTF-8. A failure is logged, never
-/// reported.
+/// The whole list is one entry, "userEQPresets": a JSON array in UTF-8. Failures are logged, never reported.
 class PresetCloudStore {
 public:
     using Presets = std::vector<UserEQPreset>;
     using ExternalChangeAction = std::function<void(const Presets& presets)>;
 
-    /// Both outlive the object.
+    /// Both must outlive the object.
     PresetCloudStore(KeyValueStore& store, SystemLog& log);
     ~PresetCloudStore();
     PresetCloudStore(const PresetCloudStore&) = delete;
     PresetCloudStore& operator=(const PresetCloudStore&) = delete;
 
-    /// The shared list, without presets that have not exactly eight bands. Nothing, which is not an empty
-    /// list, when nobody ever shared one or it cannot be understood.
+    /// The shared list without presets that do not have exactly eight bands. Returns nullopt, not an empty
+    /// list, when no list was ever shared or it cannot be decoded.
     std::optional<Presets> load();
-    /// Shares `presets` in place of the list that was shared before. A list that cannot be written as JSON
-    /// leaves that one.
+    /// Replaces the shared list with `presets`. Keeps the previous list if `presets` cannot be written as
+    /// JSON.
     void save(const Presets& presets);
 
-    /// Runs with the new list after another machine changed it to one that can be understood.
+    /// `action` runs with the new list after another machine has changed it. Lists that cannot be decoded are
+    /// ignored.
     void setOnExternalChange(ExternalChangeAction action) { onExternalChange_ = std::move(action); }
-    /// Begins to listen to other machines and looks for what they have written. A second call does nothing.
+    /// Starts observing changes from other machines and checks for existing ones. A second call does nothing.
     void startObserving();
 
 private:

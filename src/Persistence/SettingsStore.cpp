@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Persistence/SettingsStore.h"
 
-#include "Foundation/AtomicFile.h"
+#include "Foundation/Files.h"
 #include "Foundation/Product.h"
 #include "Models/SettingsCoding.h"
 
@@ -63,7 +63,7 @@ std::vector<UserEQPreset> decodeUserPresets(const json& presets) {
     return result;
 }
 
-/// The version is required but never compared: any integer will do.
+/// The version is required, but any integer is accepted.
 StoredSettings decodePayload(std::string_view text) {
     if (text.size() > kLargestFile)
         throw CodingError("the file is too large");
@@ -80,8 +80,7 @@ StoredSettings decodePayload(std::string_view text) {
 
 std::string encodePayload(const StoredSettings& settings) {
     using Encoded = nlohmann::ordered_json;
-    // Filled as a list of members: looking every key up in an ordered object would take the square of their
-    // number.
+    // Filled as a list of members, because inserting by key into an ordered object takes quadratic time.
     Encoded::object_t sources;
     sources.reserve(settings.sources.size());
     for (const auto& [sourceID, value] : settings.sources)

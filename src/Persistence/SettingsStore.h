@@ -17,7 +17,7 @@ namespace vello {
 /// Settings by source id.
 using SettingsBySourceID = std::map<std::string, EQSettings, std::less<>>;
 
-/// What the settings file holds.
+/// The content of the settings file.
 struct StoredSettings {
     SettingsBySourceID sources;
     std::vector<UserEQPreset> userPresets; ///< in the order of the list
@@ -25,22 +25,23 @@ struct StoredSettings {
     friend bool operator==(const StoredSettings&, const StoredSettings&) = default;
 };
 
-/// Keeps the settings of the sources and the user's presets in the file settings.json of the application's
-/// folder. It has no memory of its own: a save writes exactly what the caller hands in. Main thread only;
-/// load, flush and a due save block for the disk. Failures are logged, never reported.
+/// Stores the settings of the sources and the user's presets in settings.json in the application's folder. It
+/// caches nothing: a save writes exactly what the caller passes. Main thread only; load(), flush() and a
+/// scheduled save block on disk I/O. Failures are logged, never reported.
 class SettingsStore {
 public:
-    /// `applicationSupportFolder` is the user's folder for the data of all applications. Touches no file.
+    /// `applicationSupportFolder` is the user's folder for the data of all applications. Does not access the
+    /// disk.
     SettingsStore(const std::filesystem::path& applicationSupportFolder, MainThread& mainThread,
                   SystemLog& log);
 
-    /// Empty when there is no file or it cannot be read. A file that cannot be understood, or of more than 64
-    /// MiB, is moved aside to settings.json.corrupt unless there is one, and the result is empty. Entries and
-    /// presets that have not exactly eight bands, and presets without a name, are dropped.
+    /// Returns empty settings when the file is missing, cannot be read, cannot be decoded or is larger than
+    /// 64 MiB. In the last two cases the file is renamed to settings.json.corrupt, unless that file exists.
+    /// Entries and presets that do not have exactly eight bands, and presets without a name, are dropped.
     StoredSettings load();
-    /// Writes `settings` in 0.5 s, unless another save or flush comes first and takes its place.
+    /// Writes `settings` after 0.5 s, unless a later scheduleSave() or flush() replaces this save.
     void scheduleSave(StoredSettings settings);
-    /// Writes `settings` now, instead of what was scheduled.
+    /// Writes `settings` now and cancels a scheduled save.
     void flush(const StoredSettings& settings);
 
 private:

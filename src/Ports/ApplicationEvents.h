@@ -5,17 +5,17 @@
 
 namespace vello {
 
-/// What happens to the application as a whole. Each action runs on the main thread; setting one replaces the
-/// last.
+/// Events of the application as a whole. Actions run on the main thread; setting one replaces the previous
+/// one.
 class ApplicationEvents {
 public:
     using Action = std::function<void()>;
 
     virtual ~ApplicationEvents() = default;
 
-    /// The application came to the front.
+    /// The application became the active one.
     virtual void onDidBecomeActive(Action action) = 0;
-    /// The application is about to end; it ends when the action has returned. Runs at most once.
+    /// The application is about to exit and exits when the action returns. Runs at most once.
     virtual void onWillTerminate(Action action) = 0;
 };
 

@@ -10,10 +10,9 @@
 
 namespace vello {
 
-/// Number of an object of the audio system. Given once, never reused within the life of the port; 0 is
-/// "none".
+/// Number of an object of the audio system. Never reused during the lifetime of the port; 0 means no object.
 using AudioObjectID = std::uint32_t;
-/// Result of a call: 0 is success, otherwise one of the kAudioHardware... codes below or the platform's own.
+/// Result of a call: 0 is success, anything else one of the kAudioHardware... codes below or a platform code.
 using OSStatus = std::int32_t;
 /// Four-character code, first character in the highest byte.
 using FourCharCode = std::uint32_t;
@@ -52,12 +51,12 @@ inline constexpr FourCharCode kAudioObjectPropertyName = fourCharCode("lnam");
 inline constexpr FourCharCode kAudioDevicePropertyStreamConfiguration = fourCharCode("slay");
 /// double, Hz.
 inline constexpr FourCharCode kAudioDevicePropertyNominalSampleRate = fourCharCode("nsrt");
-/// FourCharCode, one of the kAudioDeviceTransportType... values or another.
+/// FourCharCode, one of the kAudioDeviceTransportType... values or any other.
 inline constexpr FourCharCode kAudioDevicePropertyTransportType = fourCharCode("tran");
-/// uint32_t, non-zero once the device can carry sound.
+/// uint32_t, non-zero once the device is ready to carry sound.
 inline constexpr FourCharCode kAudioDevicePropertyDeviceIsAlive = fourCharCode("livn");
-/// uint32_t, of a started aggregate device: 0 while the audio system is still connecting it to what it
-/// captures and plays to. No callback can come before.
+/// uint32_t, of a started aggregate device: 0 until the audio system has linked it to the captured streams
+/// and to its output. The callback does not run before that.
 inline constexpr FourCharCode kAudioDevicePropertyDeviceIsRunning = fourCharCode("goin");
 
 inline constexpr FourCharCode kAudioDeviceTransportTypeBluetooth = fourCharCode("blue");
@@ -69,34 +68,34 @@ inline constexpr FourCharCode kAudioTapPropertyFormat = fourCharCode("tfmt");
 // Properties of a process object.
 /// int32_t.
 inline constexpr FourCharCode kAudioProcessPropertyPID = fourCharCode("ppid");
-/// UTF-8 string; empty when the process names none.
+/// UTF-8 string; empty when the process does not set one.
 inline constexpr FourCharCode kAudioProcessPropertyBundleID = fourCharCode("pbid");
-/// AudioObjectID array, output scope: the devices the process itself plays to.
+/// AudioObjectID array, output scope: the devices that the process itself plays to.
 inline constexpr FourCharCode kAudioProcessPropertyDevices = fourCharCode("pdv#");
 /// uint32_t, non-zero while the process produces output.
 inline constexpr FourCharCode kAudioProcessPropertyIsRunningOutput = fourCharCode("piro");
 
-/// uint32_t, non-zero when streams of more than two channels are to be captured as two, also where the device
-/// would play them all. May be set.
+/// uint32_t, non-zero to capture streams with more than two channels mixed down to two, even if the device
+/// could play all of them. Settable.
 inline constexpr FourCharCode kAudioProcessPropertyDownmix = fourCharCode("pdmx");
 
-/// Why a stream of an application is left as it is: not captured, and no reason for its process to be listed
-/// as one that produces output.
+/// Why a stream is exempt. An exempt stream is not captured and does not make its process count as one that
+/// produces output.
 enum class StreamExemption : std::uint32_t {
     none = 0,
-    fixed,     ///< its application forbids that it is moved to another device
-    module,    ///< the output of a filter or loopback of the audio system, not of an application
-    unmanaged, ///< its application, or its user, connects it by hand
-    encoded,   ///< passed through to the device in a compressed format
-    exclusive, ///< its application has the device for itself
-    surround,  ///< more than two channels, on a device that plays them; see kAudioProcessPropertyDownmix
-    pinnedElsewhere, ///< on another device than the one that its application is played on
+    fixed,           ///< its application does not allow moving it to another device
+    module,          ///< output of a filter or loopback of the audio system, not of an application
+    unmanaged,       ///< its application or the user links it manually
+    encoded,         ///< passed through to the device in a compressed format
+    exclusive,       ///< its application has exclusive access to the device
+    surround,        ///< more than two channels on a device that plays them; see kAudioProcessPropertyDownmix
+    pinnedElsewhere, ///< sent to a different device than the rest of its application
 };
 
-/// Property of the system object: AudioObjectID array, the streams that are left as they are. Each has the
-/// properties kAudioStreamPropertyExemption, kAudioObjectPropertyName, and those of a process but for the
-/// settable ones: of its process, except that kAudioProcessPropertyDevices and
-/// kAudioProcessPropertyIsRunningOutput are its own.
+/// Property of the system object: AudioObjectID array of the exempt streams. Each has the properties
+/// kAudioStreamPropertyExemption and kAudioObjectPropertyName, and the read-only properties of its process,
+/// except that kAudioProcessPropertyDevices and kAudioProcessPropertyIsRunningOutput describe the stream
+/// itself.
 inline constexpr FourCharCode kAudioHardwarePropertyExemptStreamList = fourCharCode("xst#");
 /// uint32_t, a StreamExemption.
 inline constexpr FourCharCode kAudioStreamPropertyExemption = fourCharCode("xwhy");
@@ -126,14 +125,14 @@ struct AudioStreamBasicDescription {
     std::uint32_t mReserved = 0;
 };
 
-/// One stream's samples. mData may be null: the side has nothing for this cycle.
+/// The samples of one stream. mData is null if this side has no data in this cycle.
 struct AudioBuffer {
     std::uint32_t mNumberChannels = 0;
     std::uint32_t mDataByteSize = 0;
     void* mData = nullptr;
 };
 
-/// Header of mNumberBuffers AudioBuffers that follow it directly in memory: 8 bytes, then 16 bytes a buffer.
+/// Header of mNumberBuffers AudioBuffers that follow it in memory: 8 bytes, then 16 bytes per buffer.
 struct alignas(8) AudioBufferList {
     std::uint32_t mNumberBuffers = 0;
 
@@ -145,20 +144,20 @@ struct alignas(8) AudioBufferList {
     }
 };
 
-/// A buffer list with room for Count buffers.
+/// A buffer list with storage for Count buffers.
 template <std::size_t Count> struct AudioBufferListStorage {
     AudioBufferList list{static_cast<std::uint32_t>(Count)};
     AudioBuffer buffers[Count]{};
 };
 static_assert(sizeof(AudioBufferList) == 8 && sizeof(AudioBufferListStorage<1>) == 24);
 
-/// Called on the data thread, once per cycle of the device. It must not block, lock, allocate or log. `input`
-/// and `output` are valid for the call only. Returns 0.
+/// Called on the data thread once per cycle of the device. Must not block, lock, allocate or log. `input` and
+/// `output` are valid only during the call. Returns 0.
 using AudioDeviceIOProc = OSStatus (*)(AudioObjectID device, const AudioBufferList* input,
                                        AudioBufferList* output, void* clientData) noexcept;
-/// A registered I/O callback; 0 is "none".
+/// A registered I/O callback; 0 means no callback.
 using AudioDeviceIOProcID = std::uint64_t;
-/// A registered listener; 0 is "none".
+/// A registered listener; 0 means no listener.
 using AudioPropertyListenerID = std::uint64_t;
 /// Runs on the main thread.
 using AudioPropertyListener = std::function<void()>;
@@ -166,7 +165,7 @@ using AudioPropertyListener = std::function<void()>;
 enum class TapMuteBehavior : std::uint32_t {
     unmuted = 0,
     muted = 1,
-    mutedWhenTapped = 2, ///< the application's direct output is silent while an I/O callback reads the tap
+    mutedWhenTapped = 2, ///< the application's direct output is muted while an I/O callback reads the tap
 };
 
 enum class TapMixdown {
@@ -184,6 +183,7 @@ struct TapDescription {
 
 struct AggregateTap {
     std::string uid; ///< uuid of a TapDescription
+    /// Compensates for clocks that differ. PipeWire resamples where that is needed, whatever this says.
     bool drift = false;
 };
 
@@ -191,9 +191,11 @@ struct AggregateDeviceDescription {
     std::string name = {};
     std::string uid = {};
     std::string mainSubDevice = {}; ///< UID of the clock master; key "master"
-    /// The user picked mainSubDevice, so it must not follow a change of the default output meanwhile.
+    /// The user chose mainSubDevice, so it must not follow a change of the default output.
     bool isMainSubDeviceChosen = false;
     bool isPrivate = false;
+    // For audio systems that offer the choice. PipeWire's graph does neither differently: outputs are not
+    // played one after the other, and a capture runs while something is linked to it.
     bool isStacked = false;
     bool tapAutoStart = false;
     std::vector<std::string> subDevices = {}; ///< UIDs
@@ -202,29 +204,28 @@ struct AggregateDeviceDescription {
 
 /// The audio object model: property reads, listeners, process taps, aggregate devices and I/O callbacks.
 ///
-/// Main thread only, except where a call says otherwise. Reads answer at once from what the port knows and
-/// never wait for a server. An object whose other side is gone stays known to nobody: reads answer
-/// kAudioHardwareBadObjectError, destroying it is harmless and answers the same code. When the connection to
-/// the audio system is lost, every object but the system object dies and the listeners of the system object
-/// fire; the port reconnects by itself.
+/// Main thread only unless noted otherwise. Reads return cached state immediately and never wait for a
+/// server. Once the underlying object is gone, reads return kAudioHardwareBadObjectError; destroying it is
+/// harmless and returns the same code. When the connection to the audio system is lost, every object except
+/// the system object is gone and the listeners of the system object fire. The port reconnects by itself.
 class AudioHardware {
 public:
     virtual ~AudioHardware() = default;
 
-    /// Size in bytes of the property's data now.
+    /// Current size of the property's data in bytes.
     virtual OSStatus getPropertyDataSize(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                          std::uint32_t& size) const = 0;
-    /// Copies at most `size` bytes to `data` and sets `size` to what was copied.
+    /// Copies at most `size` bytes to `data` and sets `size` to the number of bytes copied.
     virtual OSStatus getPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                      std::uint32_t& size, void* data) const = 0;
 
-    /// Takes effect at once. kAudioHardwareUnknownPropertyError when the property may not be set,
-    /// kAudioHardwareBadPropertySizeError when the data is not of its type.
+    /// Takes effect immediately. Returns kAudioHardwareUnknownPropertyError when the property is read-only
+    /// and kAudioHardwareBadPropertySizeError when `size` does not match its type.
     virtual OSStatus setPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                      std::uint32_t size, const void* data) = 0;
 
-    /// `listener` runs on the main thread after each change, never inside this call. After
-    /// removePropertyListener has returned it does not run again.
+    /// `listener` runs on the main thread after each change, never inside this call, and never after
+    /// removePropertyListener has returned.
     virtual OSStatus addPropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                          AudioPropertyListener listener,
                                          AudioPropertyListenerID& listenerID) = 0;
@@ -238,17 +239,17 @@ public:
                                     AudioDeviceIOProcID& procID) = 0;
     virtual OSStatus startDevice(AudioObjectID device, AudioDeviceIOProcID procID) = 0;
 
-    // The counterparts may come from any one thread at a time beside the main thread, and may block for a
-    // moment. When a new tap of the same processes is on its way, stopDevice keeps the callback running until
-    // that one has taken over.
+    // These may be called from one other thread at a time besides the main thread, and may block briefly. If
+    // a new tap of the same processes is being set up, stopDevice keeps the callback running until the new
+    // tap has taken over.
     virtual OSStatus stopDevice(AudioObjectID device, AudioDeviceIOProcID procID) = 0;
-    /// After it has returned, the callback does not run again.
+    /// The callback never runs after this has returned.
     virtual OSStatus destroyIOProcID(AudioObjectID device, AudioDeviceIOProcID procID) = 0;
     virtual OSStatus destroyAggregateDevice(AudioObjectID device) = 0;
     virtual OSStatus destroyProcessTap(AudioObjectID tap) = 0;
 
-    /// Safe in a signal handler: no lock, no allocation, no waiting. They may take more down than the object
-    /// named (the whole connection), since the process is about to end.
+    /// Async-signal-safe: no lock and no allocation. May wait briefly, and may take down more than the given
+    /// object (the whole connection), because the process is about to exit.
     virtual void destroyAggregateDeviceInSignalHandler(AudioObjectID device) noexcept = 0;
     virtual void destroyProcessTapInSignalHandler(AudioObjectID tap) noexcept = 0;
 };

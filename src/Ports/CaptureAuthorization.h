@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Ports/ConsentStore.h"
+
 #include <functional>
-#include <optional>
 
 namespace vello {
 
-/// The user's consent to the capture of other applications' sound. Main thread only, but for the completion
-/// of request().
+/// The user's consent to capturing other applications' audio. Main thread only, except for the completion of
+/// request().
 class CaptureAuthorization {
 public:
     using Action = std::function<void()>;
@@ -15,15 +16,15 @@ public:
 
     virtual ~CaptureAuthorization() = default;
 
-    /// 0: allowed. 1: denied. Any other value: not decided yet. Nothing: this system has no such service.
-    virtual std::optional<int> preflight() = 0;
-    /// Asks the user. `completion` runs once, on any thread, when there is an answer; it never runs when the
-    /// user gave none, or where the system cannot ask.
+    /// The last known answer, at once. Undecided also where this system has no such service.
+    virtual Consent preflight() = 0;
+    /// Asks the user. `completion` runs once, on any thread, when the user answers. It never runs if the user
+    /// does not answer or the system cannot ask.
     virtual void request(Completion completion) = 0;
-    /// Shows the user where the consent can be changed.
+    /// Opens the place where the user can change the consent.
     virtual void openSettings() = 0;
-    /// Runs on the main thread, never inside another call, when the consent may have changed. Setting an
-    /// action replaces the last.
+    /// `action` runs on the main thread, never inside another call, when the consent may have changed.
+    /// Setting an action replaces the previous one.
     virtual void onDidChange(Action action) = 0;
 };
 

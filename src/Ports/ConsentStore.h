@@ -3,18 +3,18 @@
 
 namespace vello {
 
-/// The user's answer to the question whether VELLO may capture what applications play.
+/// Whether the user allows VELLO to capture what applications play.
 enum class Consent { undecided, allowed, denied };
 
-/// The place where the answer is kept. One thread at a time; the calls block.
+/// Persistent storage of the answer. One thread at a time; the calls block.
 class ConsentStore {
 public:
     virtual ~ConsentStore() = default;
 
-    /// Undecided also when what is kept there cannot be understood. Throws std::exception with a sentence
-    /// when the place does not answer.
+    /// Returns `undecided` also when the stored value is not valid. Throws std::exception with a sentence for
+    /// the user when the store does not respond.
     virtual Consent read() = 0;
-    /// `answer` is not `undecided`. Every running instance learns of it. Throws as read() does.
+    /// `answer` must not be `undecided`. Every running instance is notified. Throws like read().
     virtual void write(Consent answer) = 0;
 };
 

@@ -7,8 +7,8 @@
 
 namespace vello {
 
-/// Handle of an action that waits for its time. Dropping it before then cancels the action; dropping it
-/// afterwards, or from inside the action, is harmless. Main thread only.
+/// Handle of a delayed action. Dropping it cancels the action if it has not run yet; dropping it later, or
+/// from inside the action, is harmless. Main thread only.
 class ScheduledTask {
 public:
     virtual ~ScheduledTask() = default;
@@ -25,12 +25,13 @@ public:
 
     virtual ~MainThread() = default;
 
-    /// The monotonic clock; it also counts while the machine computes something else. Any thread.
+    /// Current time of the monotonic clock. Any thread.
     virtual Instant now() const = 0;
-    /// Runs `action` soon on the main thread, in the order of the calls, never inside this call. Any thread.
+    /// Queues `action` to run on the main thread, in the order of the calls and never inside this call. Any
+    /// thread.
     virtual void post(Action action) = 0;
-    /// Runs `action` on the main thread once `delay` has passed, unless the handle is dropped first; a delay
-    /// of zero or less runs it soon. Never inside this call. Main thread only.
+    /// Runs `action` on the main thread once `delay` has passed, unless the handle is dropped first. A delay
+    /// of zero or less means as soon as possible, but never inside this call. Main thread only.
     [[nodiscard]] virtual TaskHandle after(Duration delay, Action action) = 0;
 };
 

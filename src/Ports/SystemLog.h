@@ -10,23 +10,23 @@ namespace vello {
 enum class LogLevel {
     debug,
     info,
-    notice, ///< the default level: kept, of interest to a user who looks
+    notice, ///< the default level: kept, of interest to users who read the log
     error,
     fault,
 };
 
-/// The system's log. Any thread but the data thread.
+/// The system's log. Any thread except the data thread.
 class SystemLog {
 public:
     virtual ~SystemLog() = default;
 
-    /// One line. `message` may hold anything, control characters included; the adapter writes them so that
-    /// the line stays one line and the terminal stays whole.
+    /// Writes one line. `message` may hold any bytes; the adapter escapes control characters, so that it
+    /// stays one line and cannot disturb a terminal.
     virtual void write(LogLevel level, std::string_view subsystem, std::string_view category,
                        std::string_view message) = 0;
 };
 
-/// One component's handle to the log: the subsystem and category of all its lines.
+/// Writes one component's lines to the log, with a fixed subsystem and category.
 class Logger {
 public:
     Logger(SystemLog& log, std::string subsystem, std::string category)

@@ -28,7 +28,7 @@ protected:
     AppDelegateTest() {
         hardware_.setDefaultOutputDevice(hardware_.addDevice({.uid = "speakers", .name = "Speakers"}));
         hardware_.addDevice({.uid = "headphones", .name = "Headphones"});
-        authorization_.answer = FakeCaptureAuthorization::allowed;
+        authorization_.answer = Consent::allowed;
         applications_.applications[101] = {"org.example.player", "Player", std::nullopt};
     }
 
@@ -136,7 +136,7 @@ TEST_F(AppDelegateTest, ALostConnectionEndsTheTapsAndTheyComeBackWithTheServer) 
     hardware_.setDefaultOutputDevice(hardware_.addDevice({.uid = "speakers", .name = "Speakers"}));
     hardware_.addProcess({.pid = 101});
     mainThread_.advance(2s);
-    // Not their number: the taps that a rebuild replaces are taken down by a thread of its own.
+    // Not their number: a separate thread removes the taps that a rebuild has replaced.
     EXPECT_THAT(hardware_.liveTaps(), testing::Not(IsEmpty()));
     terminate();
 }

@@ -19,13 +19,13 @@ using namespace std::chrono_literals;
 
 constexpr char kHowToAllow[] = "vello permission allow";
 
-/// The program as a whole in a session with a bus and without sound.
+/// The whole program in a session with a bus and without sound.
 class ConsentAtStartTest : public testing::Test {
 protected:
     std::unique_ptr<ChildProcess> start(const std::vector<std::string>& command) const {
         return std::make_unique<ChildProcess>(command, bus_.environment(), folder_ / "vello.log");
     }
-    /// As a user starts it who types on a terminal.
+    /// Starts the program on a terminal, as a user would.
     std::unique_ptr<ChildProcess> startOnTerminal() const {
         return start({"script", "--quiet", "--flush", "--command",
                       std::string(VELLO_EXECUTABLE).append(" --headless"), "/dev/null"});

@@ -10,10 +10,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The program from outside, in locales of services and of logins from elsewhere.
+/// The program as a process, in locales of services and of remote logins.
 class LocaleAtStartTest : public testing::Test {
 protected:
-    /// What that command writes to both its streams until it ends.
+    /// Output of `command` on both streams until it ends.
     std::string outputIn(const char* locale, const std::vector<std::string>& command) const {
         session::Environment environment = bus_.environment();
         environment["LC_ALL"] = locale;

@@ -25,7 +25,7 @@ TEST(LocalizedOrder, FollowsTheLanguage) {
 }
 
 TEST(LocalizedOrder, KnowsNumbersAndCaseAlsoWhereNoLanguageIsSet) {
-    // The tests run in whatever locale there is, and "C" on a build machine.
+    // Uses the current locale, which is "C" on a build machine.
     const LocalizedOrder order;
     EXPECT_TRUE(order.isBefore("output 2", "Output 10"));
     EXPECT_TRUE(order.isBefore("alpha", "BETA"));

@@ -9,7 +9,7 @@
 namespace vello {
 namespace {
 
-TEST(Published, tellsItsObserversOfEveryChange) {
+TEST(Published, TellsItsObserversOfEveryChange) {
     Published<int> value{1};
     std::vector<int> told;
     const Observation observation = value.observe([&](int now) { told.push_back(now); });
@@ -19,7 +19,7 @@ TEST(Published, tellsItsObserversOfEveryChange) {
     EXPECT_EQ(value.value(), 3);
 }
 
-TEST(Published, tellsNobodyWhenTheValueStaysTheSame) {
+TEST(Published, TellsNobodyWhenTheValueStaysTheSame) {
     Published<int> value{1};
     int told = 0;
     const Observation observation = value.observe([&](int) { ++told; });
@@ -27,7 +27,7 @@ TEST(Published, tellsNobodyWhenTheValueStaysTheSame) {
     EXPECT_EQ(told, 0);
 }
 
-TEST(Published, tellsNobodyOfAnotherValue) {
+TEST(Published, TellsNobodyOfAnotherValue) {
     Published<int> one{1};
     Published<int> other{1};
     int told = 0;
@@ -36,7 +36,7 @@ TEST(Published, tellsNobodyOfAnotherValue) {
     EXPECT_EQ(told, 0);
 }
 
-TEST(Published, isSilentOnceTheHandleIsDropped) {
+TEST(Published, IsSilentOnceTheHandleIsDropped) {
     Published<int> value{1};
     int told = 0;
     Observation observation = value.observe([&](int) { ++told; });
@@ -45,7 +45,7 @@ TEST(Published, isSilentOnceTheHandleIsDropped) {
     EXPECT_EQ(told, 0);
 }
 
-TEST(Published, doesNotTellAnObserverThatAnEarlierOneEnded) {
+TEST(Published, DoesNotTellAnObserverThatAnEarlierOneEnded) {
     Published<int> value{1};
     int told = 0;
     Observation second;
@@ -55,7 +55,7 @@ TEST(Published, doesNotTellAnObserverThatAnEarlierOneEnded) {
     EXPECT_EQ(told, 0);
 }
 
-TEST(Published, letsAnObserverEndItself) {
+TEST(Published, LetsAnObserverEndItself) {
     Published<int> value{1};
     int told = 0;
     Observation observation;
@@ -68,7 +68,7 @@ TEST(Published, letsAnObserverEndItself) {
     EXPECT_EQ(told, 1);
 }
 
-TEST(Published, doesNotTellAnObserverThatComesWhileOthersAreTold) {
+TEST(Published, DoesNotTellAnObserverThatComesWhileOthersAreTold) {
     Published<int> value{1};
     std::vector<int> told;
     Observation late;
@@ -82,7 +82,7 @@ TEST(Published, doesNotTellAnObserverThatComesWhileOthersAreTold) {
     EXPECT_EQ(told, std::vector{3});
 }
 
-TEST(Published, mayBeDestroyedBeforeItsObservers) {
+TEST(Published, MayBeDestroyedBeforeItsObservers) {
     auto value = std::make_unique<Published<int>>(1);
     int told = 0;
     Observation observation = value->observe([&](int) { ++told; });

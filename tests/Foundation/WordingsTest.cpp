@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The tables of texts hold what the sources use, in every language, and nothing else.
+// The translation tables contain exactly the texts that the sources use, in every language.
 #include "Foundation/Localization.h"
 #include "Models/EQPreset.h"
 
@@ -42,7 +42,7 @@ void skipBlanks(std::string_view& text) {
     text.remove_prefix(std::min(text.size(), text.find_first_not_of(" \t\n")));
 }
 
-/// Takes the string literals at the start of the text, which the compiler joins; empty when there is none.
+/// Removes and joins the adjacent string literals at the start of `text`; empty if there are none.
 std::string takeLiterals(std::string_view& text) {
     std::string result;
     for (skipBlanks(text); text.starts_with('"'); skipBlanks(text)) {
@@ -50,7 +50,7 @@ std::string takeLiterals(std::string_view& text) {
             if (text.starts_with('\\')) {
                 text.remove_prefix(1);
                 result += text.starts_with('n') ? '\n' : text.starts_with('u') ? '?' : text.front();
-                if (text.starts_with('u')) // and four digits
+                if (text.starts_with('u')) // skip four digits
                     text.remove_prefix(std::min<std::size_t>(text.size() - 1, 4));
             } else {
                 result += text.front();
@@ -61,7 +61,7 @@ std::string takeLiterals(std::string_view& text) {
     return result;
 }
 
-/// The literals that are handed to a function as its first argument.
+/// Collects the string literals passed as first argument to `function`.
 void collectArguments(std::string_view text, std::string_view function, Texts& found) {
     for (auto place = text.find(function); place != text.npos; place = text.find(function, place + 1)) {
         if (place > 0 && isWordCharacter(text[place - 1]))
@@ -75,7 +75,7 @@ void collectArguments(std::string_view text, std::string_view function, Texts& f
     }
 }
 
-/// What the program says in its windows, as keys.
+/// The keys of all texts in the program's windows.
 Texts usedTexts() {
     Texts used;
     for (const fs::path& file : sources({".cpp", ".h", ".qml"})) {
@@ -123,7 +123,7 @@ TEST(WordingsTest, KeepThePlaceholdersAndTheLinesOfTheirKeys) {
         }
 }
 
-/// Only what is called by a name of its own is the same in every language.
+/// Only proper names are the same in every language.
 TEST(WordingsTest, LeaveNoTextOfTheViewsUntranslated) {
     const Texts names{"VELLO", "VELLO by QUORVIN"};
     int views = 0;

@@ -28,7 +28,7 @@ rc::Gen<double> finiteNumber() {
                              [](double number) { return std::isfinite(number); });
 }
 
-/// Text of any characters, control characters and those beyond the basic plane included.
+/// Text with arbitrary characters, including control characters and characters outside the basic plane.
 rc::Gen<std::string> utf8Text() {
     const auto character = rc::gen::element<std::string>("a", "Z", "\"", "\\", "/", "\n", "\x01", "\x7f", "ä",
                                                          "\u2028", "日", "🎧", std::string(1, '\0'));
@@ -88,7 +88,7 @@ TEST(SettingsCodingTest, WritesTheFieldsInTheirOrderAndNoDeviceWhenThereIsNone) 
 }
 
 TEST(SettingsCodingTest, WritesNumbersInTheirShortestExactForm) {
-    // 2^53 - 1, 1e23 and the like tell a shortest writer from one that is only nearly so.
+    // 2^53 - 1, 1e23 and similar numbers reveal a writer that is not always shortest.
     for (const auto& [number, text] : {std::pair{0.1, "0.1"},
                                        {1e23, "1e+23"},
                                        {9007199254740991.0, "9007199254740991"},

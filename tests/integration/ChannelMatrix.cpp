@@ -13,31 +13,31 @@
 namespace vello::session {
 namespace {
 
-constexpr int graphRate = 48000;     // Hz
-constexpr std::size_t window = 9600; // frames: 5 Hz from one period to the next
-constexpr double toneSpacing = 20;   // Hz, between the streams
-constexpr double emitted = 0.02;     // amplitude of every tone
-constexpr double tolerance = 0.1;    // dB
-constexpr double silence = -60;      // dB, against what is emitted
-constexpr double audible = -20;      // dB, against what is emitted
-constexpr double silenceMargin = 1;  // dB, between silent and heard
-constexpr auto limit = 6s;
+constexpr int kGraphRate = 48000;     // Hz
+constexpr std::size_t kWindow = 9600; // frames: 5 Hz from one period to the next
+constexpr double kToneSpacing = 20;   // Hz, between the streams
+constexpr double kEmitted = 0.02;     // amplitude of every tone
+constexpr double kTolerance = 0.1;    // dB
+constexpr double kSilence = -60;      // dB relative to the emitted level
+constexpr double kAudible = -20;      // dB relative to the emitted level
+constexpr double kSilenceMargin = 1;  // dB between silent and audible
+constexpr auto kLimit = 6s;
 
-/// By position. The first one lies where an upmix lets sound through to the LFE.
-constexpr std::array<double, mostChannels> firstTones = {50, 430, 830, 1630, 2430, 3830, 5630, 8030};
+/// By position. The first tone lies where an upmix passes sound to the LFE.
+constexpr std::array<double, kMostChannels> kFirstTones = {50, 430, 830, 1630, 2430, 3830, 5630, 8030};
 
-constexpr std::array widths = {1, 2, 6, 8};
-constexpr std::array formats = {SampleFormat::f32, SampleFormat::s16, SampleFormat::s24};
-constexpr std::array rates = {44100, 48000, 96000};
+constexpr std::array kWidths = {1, 2, 6, 8};
+constexpr std::array kFormats = {SampleFormat::f32, SampleFormat::s16, SampleFormat::s24};
+constexpr std::array kRates = {44100, 48000, 96000};
 
 double relative(double level) {
-    return level - decibels(emitted);
+    return level - decibels(kEmitted);
 }
 
 bool isWithin(double wanted, double heard) {
-    if (relative(wanted) < silence)
-        return relative(heard) < silence + silenceMargin;
-    return std::abs(wanted - heard) <= tolerance;
+    if (relative(wanted) < kSilence)
+        return relative(heard) < kSilence + kSilenceMargin;
+    return std::abs(wanted - heard) <= kTolerance;
 }
 
 std::vector<double> allFrequencies(const std::vector<ToneStream>& streams) {
@@ -49,7 +49,7 @@ std::vector<double> allFrequencies(const std::vector<ToneStream>& streams) {
     return result;
 }
 
-/// Levels of all tones, one stream after the other, into those of each stream.
+/// Splits the levels of all tones, in the order of the streams, into one matrix per stream.
 ToneMatrix split(const std::vector<ToneStream>& streams, const ToneLevels& levels) {
     ToneMatrix result{streams, {}};
     auto next = levels.begin();
@@ -60,7 +60,7 @@ ToneMatrix split(const std::vector<ToneStream>& streams, const ToneLevels& level
     return result;
 }
 
-/// The first element that differs and how many do.
+/// Describes the first element that differs, and how many differ.
 std::string differences(const ToneStream& stream, const ToneLevels& wanted, const ToneLevels& heard) {
     std::ostringstream text;
     int count = 0;
@@ -75,13 +75,13 @@ std::string differences(const ToneStream& stream, const ToneLevels& wanted, cons
     return text.str();
 }
 
-/// Streams that cannot have been measured because nothing arrives. The LFE may be lost in a mix.
+/// Streams that could not be measured because they are silent. The LFE may be lost in a mix.
 std::string unheard(const ToneMatrix& matrix) {
     constexpr std::size_t lfe = 3;
     std::string result;
     for (std::size_t i = 0; i < matrix.streams.size(); ++i)
         for (std::size_t tone = 0; tone < matrix.levels[i].size(); ++tone)
-            if (tone != lfe && relative(std::ranges::max(matrix.levels[i][tone])) < audible)
+            if (tone != lfe && relative(std::ranges::max(matrix.levels[i][tone])) < kAudible)
                 result += matrix.streams[i].name() + ": channel " + std::to_string(tone) + " is not heard\n";
     return result;
 }
@@ -107,9 +107,9 @@ std::string wronglyTaken(const GraphState& state, const std::vector<ToneStream>&
     return result + notDirect(state, others, device.name);
 }
 
-/// `wrong` tells in words what is not yet as it has to be.
+/// `wrong` describes what does not match yet; empty when all links match.
 void awaitLinks(AudioGraph& graph, const std::function<std::string(const GraphState&)>& wrong) {
-    graph.waitUntil([&](const GraphState& state) { return wrong(state).empty(); }, limit);
+    graph.waitUntil([&](const GraphState& state) { return wrong(state).empty(); }, kLimit);
     EXPECT_EQ(wrong(graph.state()), "");
 }
 
@@ -120,9 +120,9 @@ std::string ToneStream::name() const {
 }
 
 std::vector<double> ToneStream::frequencies() const {
-    std::vector<double> result(firstTones.begin(), firstTones.begin() + channels);
+    std::vector<double> result(kFirstTones.begin(), kFirstTones.begin() + channels);
     for (double& frequency : result)
-        frequency += toneSpacing * number;
+        frequency += kToneSpacing * number;
     return result;
 }
 
@@ -130,7 +130,7 @@ PlayerOptions ToneStream::player() const {
     std::ostringstream signal;
     for (const double frequency : frequencies())
         signal << (signal.tellp() == 0 ? "tones=" : ",") << frequency;
-    signal << '@' << emitted;
+    signal << '@' << kEmitted;
     return {.name = name(),
             .applicationID = application.empty() ? "org.example." + name() : application,
             .signal = signal.str(),
@@ -141,13 +141,13 @@ PlayerOptions ToneStream::player() const {
 
 std::vector<ToneStream> toneStreams(int variant) {
     std::vector<ToneStream> result;
-    for (std::size_t width = 0; width < widths.size(); ++width)
-        for (std::size_t format = 0; format < formats.size(); ++format)
+    for (std::size_t width = 0; width < kWidths.size(); ++width)
+        for (std::size_t format = 0; format < kFormats.size(); ++format)
             result.push_back(
                 {.number = static_cast<int>(result.size()),
-                 .channels = widths[width],
-                 .format = formats[format],
-                 .sampleRate = rates[(width + format + static_cast<std::size_t>(variant)) % rates.size()]});
+                 .channels = kWidths[width],
+                 .format = kFormats[format],
+                 .sampleRate = kRates[(width + format + static_cast<std::size_t>(variant)) % kRates.size()]});
     return result;
 }
 
@@ -158,7 +158,7 @@ ToneMatrix equalized(ToneMatrix direct, const SourceSettings& settings, int devi
         const auto frequencies = direct.streams[i].frequencies();
         for (std::size_t tone = 0; tone < frequencies.size(); ++tone)
             for (double& level : direct.levels[i][tone])
-                level += designedResponse(settings.bandGains, frequencies[tone], graphRate) +
+                level += designedResponse(settings.bandGains, frequencies[tone], kGraphRate) +
                          decibels(settings.volume);
     }
     return direct;
@@ -186,7 +186,7 @@ void ChannelMatrixTest::endAll(const std::vector<ToneStream>& streams) {
 ToneMatrix ChannelMatrixTest::measureDirect(const std::vector<ToneStream>& streams,
                                             const VirtualOutput& device) {
     awaitLinks(graph(), [&](const GraphState& state) { return notDirect(state, streams, device.name); });
-    const auto deadline = std::chrono::steady_clock::now() + limit;
+    const auto deadline = std::chrono::steady_clock::now() + kLimit;
     auto last = measure(streams, device.name);
     std::string change;
     do {
@@ -213,18 +213,18 @@ void ChannelMatrixTest::expectEqualized(const ToneMatrix& direct, const SourceSe
 }
 
 ToneMatrix ChannelMatrixTest::measure(const std::vector<ToneStream>& streams, const std::string& output) {
-    // The same tones are measured again and again.
+    // Cached, because the same tones are measured repeatedly.
     static std::map<std::vector<double>, ToneMeter> meters;
     const auto tones = allFrequencies(streams);
-    const auto& meter = meters.try_emplace(tones, tones, graphRate, window).first->second;
+    const auto& meter = meters.try_emplace(tones, tones, kGraphRate, kWindow).first->second;
     auto& recorder = monitor(output);
     const auto first = recorder.frames();
-    recorder.record(window);
+    recorder.record(kWindow);
     return split(streams, meter.measure(recorder.recording(first)));
 }
 
 void ChannelMatrixTest::expectHeard(const ToneMatrix& wanted, const std::string& output) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
+    const auto deadline = std::chrono::steady_clock::now() + kLimit;
     std::string last;
     int inARow = 0;
     do {

@@ -10,56 +10,56 @@
 
 namespace vello::session {
 
-/// A stream with a tone of its own in each of its channels. Streams of different numbers have different
-/// tones, so that many of them are measured while they sound together.
+/// A stream with a different tone in each channel. Streams with different numbers have different tones, so
+/// that many of them can be measured while they play together.
 struct ToneStream {
     int number = 0;
     int channels = 2;
     SampleFormat format = SampleFormat::f32;
     int sampleRate = 48000;       ///< Hz
-    std::string application = {}; ///< id of the application; empty: one for this stream alone
+    std::string application = {}; ///< application ID; empty: a separate application for this stream
 
     std::string name() const;
-    std::vector<double> frequencies() const; ///< Hz, by channel
+    std::vector<double> frequencies() const; ///< in Hz, by channel
     PlayerOptions player() const;
 };
 
-/// Streams of 1, 2, 6 and 8 channels in every format and at every rate, each two of these together at least
-/// once. The three variants 0, 1 and 2 have no stream in common and are all the combinations.
+/// Streams of 1, 2, 6 and 8 channels in every format and at every rate; each pair of these values occurs at
+/// least once. The variants 0, 1 and 2 have no stream in common and together contain all combinations.
 std::vector<ToneStream> toneStreams(int variant);
 
-/// Whether VELLO takes a stream of that many channels on such a device. What has more than two channels and
-/// finds a device with more than two is left alone: the tap is stereo.
+/// Whether VELLO equalizes a stream with that many channels on such a device. A stream of more than two
+/// channels on a device of more than two is left untouched, because the tap is stereo.
 constexpr bool takes(int streamChannels, int deviceChannels) {
     return streamChannels <= 2 || deviceChannels <= 2;
 }
 
-/// What arrives at an output: for each stream the level of its tones in every channel of the output.
+/// The sound at an output: for each stream the level of its tones in every channel of the output.
 struct ToneMatrix {
     std::vector<ToneStream> streams;
     std::vector<ToneLevels> levels;
 };
 
-/// What has to arrive when VELLO has these settings and `direct` is what arrives without it.
+/// The expected sound when VELLO has these settings and `direct` is the sound without VELLO.
 ToneMatrix equalized(ToneMatrix direct, const SourceSettings& settings, int deviceChannels);
-/// What is not within 0.1 dB of what is wanted, in words, a line a stream; empty when all is. What lies 60 dB
-/// below the player's own level is silent.
+/// Describes the deviations of more than 0.1 dB, one line per stream; empty without any. Levels 60 dB below
+/// the player's own level count as silent.
 std::string differences(const ToneMatrix& wanted, const ToneMatrix& heard);
 
-/// VELLO among streams of every width.
+/// VELLO with streams of every channel count.
 class ChannelMatrixTest : public VelloTest {
 protected:
     void playAll(const std::vector<ToneStream>& streams);
     void endAll(const std::vector<ToneStream>& streams);
 
-    /// What arrives when all streams are linked to the device itself and the levels hold still; a test fails
-    /// when they do not, or when a stream is not heard.
+    /// The levels when all streams are linked to the device itself and the levels are stable. The test fails
+    /// when they do not become stable or a stream is silent.
     ToneMatrix measureDirect(const std::vector<ToneStream>& streams, const VirtualOutput& device);
-    /// Waits until all streams are linked to the device itself and that arrives; a test fails when it does
-    /// not.
+    /// Waits until all streams are linked to the device itself and have the levels `direct`; the test fails
+    /// on timeout.
     void expectDirect(const ToneMatrix& direct, const VirtualOutput& device);
-    /// Waits until VELLO has taken the streams that it takes on such a device, and no other, and until they
-    /// arrive equalized and the others as before; a test fails when that does not happen.
+    /// Waits until VELLO has captured exactly the streams that it equalizes on such a device, and until they
+    /// arrive equalized and the others unchanged; the test fails on timeout.
     void expectEqualized(const ToneMatrix& direct, const SourceSettings& settings,
                          const VirtualOutput& device);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Streams of every width on outputs of every width: what arrives on each channel of the output is what
-// arrives there without VELLO, and equalized where VELLO takes the stream.
+// Streams of every channel count on outputs of every channel count. The sound on each channel of the output
+// must be that without VELLO, and equalized where VELLO captures the stream.
 #include "ChannelMatrix.h"
 
 namespace vello::session {
@@ -16,8 +16,8 @@ protected:
     static VirtualOutput device() { return {"output", "Output", GetParam()}; }
 };
 
-TEST_P(ChannelMatrix, holdsForStreamsThatWereThereBeforeVello) {
-    writeSettings(session(), {{systemSource, halfVolume}});
+TEST_P(ChannelMatrix, HoldsForStreamsThatWereThereBeforeVello) {
+    writeSettings(session(), {{kSystemSource, halfVolume}});
     const auto streams = toneStreams(0);
     playAll(streams);
     const auto direct = measureDirect(streams, device());
@@ -27,8 +27,8 @@ TEST_P(ChannelMatrix, holdsForStreamsThatWereThereBeforeVello) {
     expectDirect(direct, device());
 }
 
-TEST_P(ChannelMatrix, holdsForStreamsThatComeToVello) {
-    writeSettings(session(), {{systemSource, curve}});
+TEST_P(ChannelMatrix, HoldsForStreamsThatComeToVello) {
+    writeSettings(session(), {{kSystemSource, curve}});
     const auto streams = toneStreams(1);
     playAll(streams);
     const auto direct = measureDirect(streams, device());
@@ -42,14 +42,14 @@ INSTANTIATE_TEST_SUITE_P(, ChannelMatrix, testing::Values(1, 2, 6, 8), [](const 
     return "OnADeviceOf" + std::to_string(width.param) + "Channels";
 });
 
-/// The default output changes while the streams play. How a stream is mixed is settled when it is linked, so
-/// it matters where it was before: without VELLO and with it the streams go the same way.
+/// The default output changes while the streams play. The mix of a stream is determined when it is linked, so
+/// its previous output matters: with and without VELLO the streams move the same way.
 class ChannelMatrixOnTheMove : public ChannelMatrixTest {
 protected:
     ChannelMatrixOnTheMove() { openSession({.outputs = {stereo, mono, surround}}); }
 
     void SetUp() override {
-        writeSettings(session(), {{systemSource, halfVolume}});
+        writeSettings(session(), {{kSystemSource, halfVolume}});
         playAll(streams);
         for (const auto& device : way) {
             choose(device);
@@ -75,19 +75,19 @@ protected:
     std::vector<ToneMatrix> direct;
 };
 
-TEST_F(ChannelMatrixOnTheMove, holdsForStreamsThatWereThereBeforeVello) {
+TEST_F(ChannelMatrixOnTheMove, HoldsForStreamsThatWereThereBeforeVello) {
     startVello();
     expectEqualizedOnTheWay();
 }
 
-TEST_F(ChannelMatrixOnTheMove, holdsForStreamsThatComeToVello) {
+TEST_F(ChannelMatrixOnTheMove, HoldsForStreamsThatComeToVello) {
     endAll(streams);
     startVello();
     playAll(streams);
     expectEqualizedOnTheWay();
 }
 
-/// Streams of several widths that belong to one application: each gets what it would get alone.
+/// Streams with several channel counts of one application: each sounds as it would alone.
 class ChannelMatrixOfOneApplication : public ChannelMatrixTest {
 protected:
     ChannelMatrixOfOneApplication() { openSession({.outputs = {device}}); }
@@ -96,7 +96,7 @@ protected:
         return {.number = number, .channels = channels, .application = "org.example.one"};
     }
     void expectEach(const std::vector<ToneStream>& streams) {
-        writeSettings(session(), {{systemSource, halfVolume}});
+        writeSettings(session(), {{kSystemSource, halfVolume}});
         playAll(streams);
         const auto direct = measureDirect(streams, device);
         startVello();
@@ -106,7 +106,7 @@ protected:
     const VirtualOutput device = {"surround", "Surround", 6};
 };
 
-TEST_F(ChannelMatrixOfOneApplication, leavesAWideStreamBesideATappedOne) {
+TEST_F(ChannelMatrixOfOneApplication, LeavesAWideStreamBesideATappedOne) {
     expectEach({stream(0, 2), stream(1, 6)});
 }
 

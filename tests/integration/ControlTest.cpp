@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The running program, watched and changed from outside.
+// Observes and controls the running program from outside.
 #include "VelloTest.h"
 
 #include "Control/Bus/RunningInstance.h"
@@ -20,17 +20,17 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-constexpr const char* playerID = "org.example.player";
+constexpr const char* kPlayerID = "org.example.player";
 
 class VelloControl : public VelloTest {
 protected:
     std::string command(std::vector<std::string> words) const {
         words.insert(words.begin(),
-                     {"env", VELLO_PROGRAM}); // its output lands in a file of the first word's name
+                     {"env", VELLO_PROGRAM}); // its output is written to a file named after the first word
         return session().run(words);
     }
     nlohmann::json status() const { return nlohmann::json::parse(command({"status", "--json"})); }
-    /// Starts and waits until the instance can be asked.
+    /// Starts VELLO and waits until it answers requests.
     void startControlled() {
         startVello();
         const auto deadline = std::chrono::steady_clock::now() + 8s;
@@ -56,9 +56,9 @@ protected:
     mutable std::unique_ptr<RunningInstance> instance_;
 };
 
-TEST_F(VelloControl, showsASurroundStreamThatIsLeftAloneAndTakesItWhenAsked) {
+TEST_F(VelloControl, ShowsASurroundStreamThatIsLeftAloneAndTakesItWhenAsked) {
     openSession({.outputs = {{"output-a", "Output A", 6}}});
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "film", .applicationID = "org.example.film", .signal = "constant=0.25", .channels = 6});
     ASSERT_TRUE(
         graph().waitUntil([](const GraphState& state) { return state.isLinked("film", "output-a"); }));
@@ -80,19 +80,19 @@ TEST_F(VelloControl, showsASurroundStreamThatIsLeftAloneAndTakesItWhenAsked) {
         graph().waitUntil([](const GraphState& state) { return state.isLinked("film", "output-a"); }));
 }
 
-TEST_F(VelloControl, showsAndChangesWhatIsHeard) {
+TEST_F(VelloControl, ShowsAndChangesWhatIsHeard) {
     openSession();
-    play({.name = "player", .applicationID = playerID, .signal = "constant=0.5"});
+    play({.name = "player", .applicationID = kPlayerID, .signal = "constant=0.5"});
     startControlled();
     ASSERT_TRUE(awaitTapped("player"));
-    command({"set", playerID, "--volume", "0.5"});
+    command({"set", kPlayerID, "--volume", "0.5"});
     const auto isHalved = [](const Recording& last) {
         return std::abs(last.sample(0, 0) - 0.25F) < 1e-3F &&
                std::abs(last.sample(last.frames() - 1, 0) - 0.25F) < 1e-3F;
     };
     EXPECT_TRUE(monitor("output-a").recordUntil(isHalved, 8192, 8s));
     const auto source = status()["sources"][1];
-    EXPECT_EQ(source["id"], playerID);
+    EXPECT_EQ(source["id"], kPlayerID);
     EXPECT_EQ(source["tap"], "running");
     EXPECT_EQ(source["device"], "output-a");
     EXPECT_EQ(source["settings"]["volume"], 0.5);
@@ -110,7 +110,7 @@ TEST_F(VelloControl, showsAndChangesWhatIsHeard) {
     stopVello();
 }
 
-TEST_F(VelloControl, isThereOnce) {
+TEST_F(VelloControl, IsThereOnce) {
     openSession();
     startControlled();
     const auto second = session().start("second", {VELLO_PROGRAM, "--headless"});
@@ -125,13 +125,13 @@ TEST_F(VelloControl, isThereOnce) {
     stopVello();
 }
 
-TEST_F(VelloControl, withstandsHostileCalls) {
+TEST_F(VelloControl, WithstandsHostileCalls) {
     openSession();
-    play({.name = "player", .applicationID = playerID});
+    play({.name = "player", .applicationID = kPlayerID});
     startControlled();
     ASSERT_TRUE(awaitTapped("player"));
     command({"preset", "save", "Kept", "--from", "system"});
-    command({"set", playerID, "--volume", "0.5"});
+    command({"set", kPlayerID, "--volume", "0.5"});
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
     const RunningState before = state();
     constexpr int calls = 10'000;
@@ -144,17 +144,17 @@ TEST_F(VelloControl, withstandsHostileCalls) {
     stopVello();
 }
 
-TEST_F(VelloControl, rebuildsATapWhoseApplicationFreezesAndIsHeardAgainAfterwards) {
+TEST_F(VelloControl, RebuildsATapWhoseApplicationFreezesAndIsHeardAgainAfterwards) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
-    auto& player = play({.name = "player", .applicationID = playerID});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
+    auto& player = play({.name = "player", .applicationID = kPlayerID});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
     player.signal(SIGSTOP);
     const std::string line =
-        std::string("Tap for ").append(playerID).append(" is silent/stalled; full teardown + rebuild");
+        std::string("Tap for ").append(kPlayerID).append(" is silent/stalled; full teardown + rebuild");
     const std::string running = "Tap running for player";
-    // Stalled after 3 s without a callback, then three checks that are 2 s apart; the tap is 5 s old by then.
+    // Stalled after 3 s without a callback, then three checks 2 s apart; the tap is 5 s old by then.
     EXPECT_TRUE(graph().waitUntil(
         [&](const GraphState&) {
             const std::string log = vello().output();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Applications with streams on several outputs, or that move between them by themselves, and outputs of
+// Applications with streams on several outputs or that switch between outputs themselves, and outputs of
 // other kinds.
 #include "VelloTest.h"
 
@@ -20,7 +20,7 @@ protected:
     }
 };
 
-TEST_F(VelloAndDevices, leavesASecondStreamOnTheOutputThatItWasSentTo) {
+TEST_F(VelloAndDevices, LeavesASecondStreamOnTheOutputThatItWasSentTo) {
     openSession();
     auto& player = playOn("");
     startVello();
@@ -32,7 +32,7 @@ TEST_F(VelloAndDevices, leavesASecondStreamOnTheOutputThatItWasSentTo) {
     EXPECT_TRUE(isLeftAlone(graph().state(), "player-2", "output-b"));
 }
 
-TEST_F(VelloAndDevices, playsWhatFollowsTheDefaultOutputThereWhenTheFirstStreamWasSentElsewhere) {
+TEST_F(VelloAndDevices, PlaysWhatFollowsTheDefaultOutputThereWhenTheFirstStreamWasSentElsewhere) {
     openSession();
     auto& player = playOn("output-b");
     startVello();
@@ -43,7 +43,7 @@ TEST_F(VelloAndDevices, playsWhatFollowsTheDefaultOutputThereWhenTheFirstStreamW
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
 }
 
-TEST_F(VelloAndDevices, leavesASecondStreamThatWasThereBefore) {
+TEST_F(VelloAndDevices, LeavesASecondStreamThatWasThereBefore) {
     openSession();
     auto& player = playOn("");
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
@@ -55,7 +55,7 @@ TEST_F(VelloAndDevices, leavesASecondStreamThatWasThereBefore) {
     EXPECT_TRUE(isLeftAlone(graph().state(), "player-2", "output-b"));
 }
 
-TEST_F(VelloAndDevices, takesTheOtherStreamOnItsOwnOutputWhenTheFirstOneEnds) {
+TEST_F(VelloAndDevices, TakesTheOtherStreamOnItsOwnOutputWhenTheFirstOneEnds) {
     openSession();
     auto& player = playOn("");
     startVello();
@@ -67,14 +67,14 @@ TEST_F(VelloAndDevices, takesTheOtherStreamOnItsOwnOutputWhenTheFirstOneEnds) {
     EXPECT_TRUE(awaitWay("output-a", Way::silent));
 }
 
-TEST_F(VelloAndDevices, leavesTheOtherProcessOfAnApplicationOnTheOutputThatItWasSentTo) {
+TEST_F(VelloAndDevices, LeavesTheOtherProcessOfAnApplicationOnTheOutputThatItWasSentTo) {
     openSession();
     playOn("");
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
     const auto alone = captures(graph().state());
     play({.name = "other", .applicationID = "org.example.player", .output = "output-b"});
-    // The tap is made anew for both.
+    // The tap is rebuilt for both.
     ASSERT_TRUE(graph().waitUntil([&](const GraphState& state) {
         return captures(state).size() == 1 && captures(state) != alone && isTapped(state, "player");
     }));
@@ -83,7 +83,7 @@ TEST_F(VelloAndDevices, leavesTheOtherProcessOfAnApplicationOnTheOutputThatItWas
     EXPECT_TRUE(isLeftAlone(graph().state(), "other", "output-b"));
 }
 
-TEST_F(VelloAndDevices, letsASecondStreamGoThatTheUserMovesToAnotherOutput) {
+TEST_F(VelloAndDevices, LetsASecondStreamGoThatTheUserMovesToAnotherOutput) {
     openSession();
     auto& player = playOn("");
     startVello();
@@ -100,7 +100,7 @@ TEST_F(VelloAndDevices, letsASecondStreamGoThatTheUserMovesToAnotherOutput) {
     EXPECT_TRUE(awaitWay("output-b", Way::silent));
 }
 
-TEST_F(VelloAndDevices, playsAllStreamsOnTheOutputThatWasChosen) {
+TEST_F(VelloAndDevices, PlaysAllStreamsOnTheOutputThatWasChosen) {
     openSession({.volume = 0.5, .output = "output-b"});
     auto& player = play({.name = "player", .applicationID = "org.example.player", .signal = "constant=0.5"});
     startVello();
@@ -114,19 +114,19 @@ TEST_F(VelloAndDevices, playsAllStreamsOnTheOutputThatWasChosen) {
     EXPECT_TRUE(isTapped(graph().state(), "player-2"));
 }
 
-TEST_F(VelloAndDevices, followsAnApplicationThatReopensItsStreamOnAnotherOutput) {
+TEST_F(VelloAndDevices, FollowsAnApplicationThatReopensItsStreamOnAnotherOutput) {
     openSession();
     auto& player = playOn("output-b");
     startVello();
     ASSERT_TRUE(awaitWay("output-b", Way::tapped));
     EXPECT_TRUE(awaitWay("output-a", Way::silent));
     player.writeLine("close\nopen target.object=output-a");
-    // 2 s, and the frames that it is listened to.
+    // 2 s, plus the frames of the check.
     EXPECT_TRUE(awaitWay("output-a", Way::tapped, 2048, 2043ms));
     EXPECT_TRUE(awaitWay("output-b", Way::silent));
 }
 
-TEST_F(VelloAndDevices, followsAnApplicationThatOpensAnotherStreamBeforeItClosesTheFirst) {
+TEST_F(VelloAndDevices, FollowsAnApplicationThatOpensAnotherStreamBeforeItClosesTheFirst) {
     openSession();
     auto& player = playOn("output-b");
     startVello();
@@ -137,7 +137,7 @@ TEST_F(VelloAndDevices, followsAnApplicationThatOpensAnotherStreamBeforeItCloses
     EXPECT_TRUE(awaitWay("output-b", Way::silent));
 }
 
-TEST_F(VelloAndDevices, equalizesOnAnOutputThatIsAnInputToo) {
+TEST_F(VelloAndDevices, EqualizesOnAnOutputThatIsAnInputToo) {
     openSession({.volume = 0.5},
                 {.outputs = {{.name = "output-a", .description = "Output A", .mediaClass = "Audio/Duplex"},
                              {"output-b", "Output B"}}});

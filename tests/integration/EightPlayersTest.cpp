@@ -11,8 +11,8 @@
 namespace vello::session {
 namespace {
 
-constexpr std::array outputs{"output-a", "output-b"};
-constexpr const char* guardProgram = "vello-redirect-guard";
+constexpr std::array kOutputs{"output-a", "output-b"};
+constexpr const char* kGuardProgram = "vello-redirect-guard";
 
 std::optional<pid_t> numberOf(const std::filesystem::path& folder) {
     const std::string name = folder.filename().string();
@@ -41,7 +41,7 @@ std::string processState(pid_t process) {
 
 void EightPlayersTest::playEight() {
     eight_.clear();
-    for (int i = 0; i < constantCode::applications; ++i) {
+    for (int i = 0; i < constantCode::kApplications; ++i) {
         const auto number = std::to_string(i);
         eight_.push_back(&play({.name = "player" + number,
                                 .applicationID = "org.example.player" + number,
@@ -53,14 +53,14 @@ void EightPlayersTest::playEight() {
 
 bool EightPlayersTest::areAll(const Recording& recording, std::size_t frame, const std::string& output,
                               int digit) {
-    for (int i = 0; i < constantCode::applications; ++i)
+    for (int i = 0; i < constantCode::kApplications; ++i)
         if (constantCode::digit(recording.sample(frame, 0), i) != (outputOf(i) == output ? digit : 0))
             return false;
     return true;
 }
 
 bool EightPlayersTest::awaitAll(int digit, std::chrono::milliseconds timeout) {
-    for (const auto* output : outputs)
+    for (const auto* output : kOutputs)
         if (!monitor(output).recordUntil(
                 [&](const Recording& last) {
                     return areAll(last, 0, output, digit) && areAll(last, 1023, output, digit);
@@ -72,7 +72,7 @@ bool EightPlayersTest::awaitAll(int digit, std::chrono::milliseconds timeout) {
 
 double EightPlayersTest::millisecondsUntilAll(int digit, std::chrono::steady_clock::time_point moment) {
     double latest = 0;
-    for (const auto* output : outputs) {
+    for (const auto* output : kOutputs) {
         const auto recording = monitor(output).recording();
         std::size_t frame = recording.frames();
         while (frame > 0 && areAll(recording, frame - 1, output, digit))
@@ -92,7 +92,7 @@ double EightPlayersTest::millisecondsOfTheSessionManager() {
         graph().createOutput(elsewhere, "Elsewhere");
     const auto send = [&](const std::string& type, const std::string& target) {
         const auto state = graph().state();
-        for (int i = 0; i < constantCode::applications; ++i)
+        for (int i = 0; i < constantCode::kApplications; ++i)
             graph().setMetadata(state.nodeNamed("player" + std::to_string(i))->id, "target.object", type,
                                 target);
     };
@@ -107,7 +107,7 @@ double EightPlayersTest::millisecondsOfTheSessionManager() {
 
 std::size_t EightPlayersTest::wrongFramesSince(std::chrono::steady_clock::time_point moment) {
     std::size_t wrong = 0;
-    for (const auto* output : outputs) {
+    for (const auto* output : kOutputs) {
         const auto recording = monitor(output).recording();
         const auto isWrong = [&](std::size_t frame, int application) {
             return outputOf(application) != output &&
@@ -115,7 +115,7 @@ std::size_t EightPlayersTest::wrongFramesSince(std::chrono::steady_clock::time_p
         };
         for (auto frame = recording.frameAt(std::chrono::nanoseconds(moment.time_since_epoch()).count());
              frame < recording.frames(); ++frame)
-            for (int i = 0; i < constantCode::applications; ++i)
+            for (int i = 0; i < constantCode::kApplications; ++i)
                 if (isWrong(frame, i))
                     ++wrong;
     }
@@ -136,7 +136,7 @@ std::optional<pid_t> EightPlayersTest::guardOfVello() {
             continue;
         std::error_code error;
         const auto executable = std::filesystem::read_symlink(folder.path() / "exe", error);
-        if (!error && executable.filename() == guardProgram)
+        if (!error && executable.filename() == kGuardProgram)
             return process;
     }
     return std::nullopt;

@@ -8,35 +8,33 @@
 
 namespace vello::session {
 
-/// VELLO with eight applications, native and PulseAudio in turn, half of them on each output by their own
-/// choice. What is heard on an output tells for each of them which way it took.
+/// VELLO with eight applications, alternately native and PulseAudio, four of them on each output by their own
+/// choice. The sound of an output shows for each of them whether it is captured.
 class EightPlayersTest : public VelloTest {
 protected:
-    /// How an application is heard, as constantCode's digits tell it.
+    /// States of an application, as encoded by the digits of constantCode.
     static constexpr int tapped = 1;
     static constexpr int direct = 2;
 
     void playEight();
     static std::string outputOf(int application) { return application < 4 ? "output-a" : "output-b"; }
 
-    /// Waits until all applications are heard that way.
+    /// Waits until all applications have the state `digit`.
     [[nodiscard]] bool awaitAll(int digit, std::chrono::milliseconds timeout = 10s);
-    /// From `moment` until each output has all its applications that way, for good.
+    /// From `moment` until all applications of each output stay in the state `digit`.
     double millisecondsUntilAll(int digit, std::chrono::steady_clock::time_point moment);
-    /// How many frames since `moment` have an application on an output that is not its own.
+    /// Number of frames since `moment` in which an application is heard on an output that is not its own.
     std::size_t wrongFramesSince(std::chrono::steady_clock::time_point moment);
-    /// The eight play on an output of their own while VELLO does not run, and are sent back to where they
-    /// belong. From that moment until all are heard there: what the session manager needs for that many
-    /// streams on this machine.
+    /// Baseline for a move of eight streams by the session manager on this machine: the eight play on another
+    /// output while VELLO does not run, and are moved back. Returns the time until all are heard there.
     double millisecondsOfTheSessionManager();
     void expectNothingLeft();
 
-    /// The guard of the running VELLO, when it is another one than `former`; waits for it, and fails the test
-    /// when none comes.
+    /// The guard of the running VELLO, other than `former`. Waits for it, and fails the test on timeout.
     pid_t awaitGuard(pid_t former = 0);
-    /// Waits until that process follows the streams.
+    /// Waits until that process is connected to the audio server.
     [[nodiscard]] bool awaitClientOf(pid_t process);
-    /// Waits for something that has nothing to do with sound, and looks after every cycle of the graph.
+    /// Waits for a condition that does not concern sound, and evaluates it after every cycle of the graph.
     template <class Condition>
     [[nodiscard]] bool await(Condition condition, std::chrono::milliseconds timeout = 5s) {
         return monitor("output-a").recordUntil([&](const Recording&) { return condition(); }, 1, timeout);
@@ -46,13 +44,14 @@ protected:
 
 private:
     std::optional<pid_t> guardOfVello();
-    /// Whether each application is heard on its own output with that digit in the frame, and on no other.
+    /// Whether each application has the state `digit` in the frame on its own output, and is not heard on the
+    /// other.
     static bool areAll(const Recording& recording, std::size_t frame, const std::string& output, int digit);
 
     std::vector<const ChildProcess*> eight_;
 };
 
-/// The line of /proc/PID/stat after the name: state, parent and so on. Empty when there is no such process.
+/// The line of /proc/PID/stat after the name: state, parent and so on. Empty when the process does not exist.
 std::string processState(pid_t process);
 
 } // namespace vello::session

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What people hear when something breaks or changes underneath.
+// What users hear when a component fails or the audio system changes.
 #include "EightPlayersTest.h"
 
 #include <algorithm>
@@ -10,22 +10,22 @@ namespace {
 
 class VelloFaults : public EightPlayersTest {};
 
-TEST_F(VelloFaults, clearsStaleRedirectsAtTheNextStart) {
+TEST_F(VelloFaults, ClearsStaleRedirectsAtTheNextStart) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     auto& paused = play({.name = "paused", .applicationID = "org.example.paused"});
     play({.name = "playing", .applicationID = "org.example.playing", .output = "output-b"});
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
     paused.writeLine("pause");
     ASSERT_TRUE(awaitWay("output-a", Way::silent));
-    // What a version without a guard, or a killed guard, would have left.
+    // Simulates what a version without a guard, or a killed guard, would have left.
     const auto stream = graph().state().nodeNamed("paused")->id;
-    graph().setMetadata(stream, "target.object", "Spa:String", std::string(tapPrefix) + "paused.1");
+    graph().setMetadata(stream, "target.object", "Spa:String", std::string(kTapPrefix) + "paused.1");
     ASSERT_TRUE(graph().waitUntil([](const GraphState& state) { return redirects(state) == 1; }));
     startVello();
     ASSERT_TRUE(awaitTapped("playing"));
     EXPECT_TRUE(graph().waitUntil([stream](const GraphState& state) {
-        return !state.metadataValue(stream, "target.object").starts_with(tapPrefix);
+        return !state.metadataValue(stream, "target.object").starts_with(kTapPrefix);
     }));
     stopVello();
     paused.writeLine("resume");
@@ -35,9 +35,9 @@ TEST_F(VelloFaults, clearsStaleRedirectsAtTheNextStart) {
 
 class VelloEnds : public VelloFaults, public testing::WithParamInterface<int> {};
 
-TEST_P(VelloEnds, leavingNothingBehind) {
+TEST_P(VelloEnds, LeavingNothingBehind) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     playEight();
     ASSERT_TRUE(awaitAll(direct));
     startVello();
@@ -52,9 +52,9 @@ INSTANTIATE_TEST_SUITE_P(, VelloEnds, testing::Values(SIGTERM, SIGINT), [](const
     return std::string(signal.param == SIGTERM ? "AtSIGTERM" : "AtSIGINT");
 });
 
-TEST_F(VelloFaults, bringsEveryTapBackAfterTheServerWasKilled) {
+TEST_F(VelloFaults, BringsEveryTapBackAfterTheServerWasKilled) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     playEight();
     startVello();
     ASSERT_TRUE(awaitAll(tapped));
@@ -71,7 +71,7 @@ TEST_F(VelloFaults, bringsEveryTapBackAfterTheServerWasKilled) {
     EXPECT_LE(elapsed.count(), 3);
 }
 
-TEST_F(VelloFaults, playsOnTheDefaultWhileTheChosenOutputIsGone) {
+TEST_F(VelloFaults, PlaysOnTheDefaultWhileTheChosenOutputIsGone) {
     openSession();
     graph().createOutput("output-c", "Output C");
     writeSettings(session(), {{"org.example.player", {.volume = 0.5, .output = "output-c"}}});
@@ -90,9 +90,9 @@ TEST_F(VelloFaults, playsOnTheDefaultWhileTheChosenOutputIsGone) {
     EXPECT_TRUE(awaitWay("output-c", Way::tapped));
 }
 
-TEST_F(VelloFaults, rebuildsOnceWhenTheDefaultOutputChangesThreeTimes) {
+TEST_F(VelloFaults, RebuildsOnceWhenTheDefaultOutputChangesThreeTimes) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
@@ -107,7 +107,7 @@ TEST_F(VelloFaults, rebuildsOnceWhenTheDefaultOutputChangesThreeTimes) {
     }
     EXPECT_LT(std::chrono::steady_clock::now() - moment, 300ms);
     ASSERT_TRUE(awaitWay("output-b", Way::tapped));
-    // Long enough for a second rebuild to show itself.
+    // Long enough to notice a second rebuild.
     monitor("output-b").record(2 * 48000);
     EXPECT_EQ(capturesMade(graph()), madeBefore + 1);
     for (const auto& stretch : monitor("output-b").recording(start).stretches([](float, float right) {
@@ -116,9 +116,9 @@ TEST_F(VelloFaults, rebuildsOnceWhenTheDefaultOutputChangesThreeTimes) {
         EXPECT_NE(stretch.kind, static_cast<int>(Way::direct)) << "at " << stretch.firstFrame;
 }
 
-TEST_F(VelloFaults, followsTheRateOfTheGraph) {
+TEST_F(VelloFaults, FollowsTheRateOfTheGraph) {
     openSession({.allowedRates = {44100, 48000}});
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player", .signal = "constant=0.5"});
     startVello();
     const auto isHalved = [](const Recording& last) {
@@ -140,7 +140,7 @@ TEST_F(VelloFaults, followsTheRateOfTheGraph) {
     EXPECT_TRUE(isTapped(graph().state(), "player"));
 }
 
-TEST_F(VelloFaults, isSilentForAtMostTwoCyclesInARebuildAndNeverUnequalized) {
+TEST_F(VelloFaults, IsSilentForAtMostTwoCyclesInARebuildAndNeverUnequalized) {
     openSession();
     writeSettings(session(), {{"org.example.player", {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
@@ -148,7 +148,7 @@ TEST_F(VelloFaults, isSilentForAtMostTwoCyclesInARebuildAndNeverUnequalized) {
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
     std::vector<std::size_t> silences;
     for (int i = 0; i < 10; ++i) {
-        // A second process of the application comes and goes: each time its tap is rebuilt.
+        // A second process of the application comes and goes; each time its tap is rebuilt.
         const int madeBefore = capturesMade(graph());
         const auto start = monitor("output-a").frames();
         if (i % 2 == 0)
@@ -178,7 +178,7 @@ TEST_F(VelloFaults, isSilentForAtMostTwoCyclesInARebuildAndNeverUnequalized) {
         << testing::PrintToString(silences);
 }
 
-TEST_F(VelloFaults, startsFreshFromACorruptSettingsFile) {
+TEST_F(VelloFaults, StartsFreshFromACorruptSettingsFile) {
     openSession();
     std::filesystem::create_directories(settingsFile(session()).parent_path());
     std::ofstream(settingsFile(session()))

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What people hear when VELLO stands still.
+// What users hear when VELLO is frozen.
 #include "EightPlayersTest.h"
 #include "ProcessUsage.h"
 
@@ -13,10 +13,10 @@
 namespace vello::session {
 namespace {
 
-constexpr auto directWithin = 4s;
-constexpr auto againWithin = 2s;
+constexpr auto kDirectWithin = 4s;
+constexpr auto kAgainWithin = 2s;
 
-/// Holds one thread of a process still, as a debugger does, as long as it lives.
+/// Stops one thread of a process, as a debugger does, for its lifetime.
 class HeldThread {
 public:
     explicit HeldThread(pid_t thread) : thread_(thread) {
@@ -34,12 +34,11 @@ private:
 
 class VelloStands : public EightPlayersTest {
 protected:
-    /// How often VELLO says that it has stood still.
+    /// How often VELLO has logged that it was frozen.
     int confessions() {
         const std::string said = vello().output();
         int count = 0;
-        for (auto at = said.find("Stood still"); at != std::string::npos;
-             at = said.find("Stood still", at + 1))
+        for (auto at = said.find("Was frozen"); at != std::string::npos; at = said.find("Was frozen", at + 1))
             ++count;
         return count;
     }
@@ -49,14 +48,14 @@ class VelloFreezes : public VelloStands {
 protected:
     void SetUp() override {
         openSession();
-        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
         playEight();
         startVello();
         ASSERT_TRUE(awaitAll(tapped));
         awaitGuard();
     }
-    /// The thread of VELLO that waits most often: once a cycle of the graph for each tap. Its name is another
-    /// one in each version of PipeWire.
+    /// The thread of VELLO that waits most often: once a cycle of the graph for each tap. It cannot be found
+    /// by name, because each version of PipeWire names it differently.
     pid_t dataThread() {
         const auto counts = waits(vello().pid());
         const auto busiest =
@@ -65,13 +64,13 @@ protected:
     }
     void expectDirectSoon() {
         const auto moment = std::chrono::steady_clock::now();
-        EXPECT_TRUE(awaitAll(direct, directWithin));
+        EXPECT_TRUE(awaitAll(direct, kDirectWithin));
         report("heard directly after", moment);
         EXPECT_EQ(wrongFramesSince(moment), 0U) << "heard on an output that is not the application's own";
     }
     void expectTappedSoon() {
         const auto moment = std::chrono::steady_clock::now();
-        EXPECT_TRUE(awaitAll(tapped, againWithin));
+        EXPECT_TRUE(awaitAll(tapped, kAgainWithin));
         report("heard with their settings after", moment);
     }
 
@@ -82,7 +81,7 @@ private:
     }
 };
 
-TEST_F(VelloFreezes, andItsApplicationsAreHeardAllTheSame) {
+TEST_F(VelloFreezes, AndItsApplicationsAreHeardAllTheSame) {
     vello().signal(SIGSTOP);
     expectDirectSoon();
     vello().signal(SIGCONT);
@@ -93,7 +92,7 @@ TEST_F(VelloFreezes, andItsApplicationsAreHeardAllTheSame) {
     expectNothingLeft();
 }
 
-TEST_F(VelloFreezes, andIsKilledThen) {
+TEST_F(VelloFreezes, AndIsKilledThen) {
     vello().signal(SIGSTOP);
     expectDirectSoon();
     vello().signal(SIGKILL);
@@ -102,7 +101,7 @@ TEST_F(VelloFreezes, andIsKilledThen) {
     EXPECT_TRUE(awaitAll(direct));
 }
 
-TEST_F(VelloFreezes, inItsDataThreadAlone) {
+TEST_F(VelloFreezes, InItsDataThreadAlone) {
     {
         const HeldThread held(dataThread());
         expectDirectSoon();
@@ -111,7 +110,7 @@ TEST_F(VelloFreezes, inItsDataThreadAlone) {
     EXPECT_EQ(confessions(), 1);
 }
 
-TEST_F(VelloFreezes, inItsMainThreadAlone) {
+TEST_F(VelloFreezes, InItsMainThreadAlone) {
     {
         const HeldThread held(vello().pid());
         expectDirectSoon();
@@ -120,9 +119,9 @@ TEST_F(VelloFreezes, inItsMainThreadAlone) {
     EXPECT_EQ(confessions(), 1);
 }
 
-TEST_F(VelloFreezes, withTheWholeSessionAndNobodyTakesItForDead) {
+TEST_F(VelloFreezes, WithTheWholeSessionAndNobodyTakesItForDead) {
     signalAll(SIGSTOP);
-    // Longer than a frozen VELLO is given.
+    // Longer than the time after which VELLO counts as frozen.
     ASSERT_FALSE(vello().waitForExit(3s));
     signalAll(SIGCONT);
     ASSERT_TRUE(awaitAll(tapped));
@@ -131,15 +130,15 @@ TEST_F(VelloFreezes, withTheWholeSessionAndNobodyTakesItForDead) {
     EXPECT_EQ(confessions(), 0);
 }
 
-/// How long the machine is kept busy: a few seconds, or as long as whoever measures wants it.
+/// How long the machine is kept busy: a few seconds, or the time set for a measurement.
 std::chrono::seconds loadTime() {
     const char* const wanted = std::getenv("VELLO_LOAD_SECONDS");
     return std::chrono::seconds(wanted != nullptr ? std::atoi(wanted) : 4);
 }
 
-TEST_F(VelloStands, underLoadWithoutBeingTakenForFrozen) {
+TEST_F(VelloStands, UnderLoadWithoutBeingTakenForFrozen) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
@@ -154,13 +153,13 @@ TEST_F(VelloStands, underLoadWithoutBeingTakenForFrozen) {
     EXPECT_TRUE(awaitWay("output-a", Way::tapped));
 }
 
-TEST_F(VelloStands, withAPausedApplicationWithoutBeingTakenForFrozen) {
+TEST_F(VelloStands, WithAPausedApplicationWithoutBeingTakenForFrozen) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     auto& player = play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
-    // Without a recorder the graph comes to rest.
+    // Without a recorder the graph becomes idle.
     forgetMonitors();
     player.writeLine("pause");
     ASSERT_FALSE(vello().waitForExit(4s));

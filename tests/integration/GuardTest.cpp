@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What people hear when VELLO crashes, and what becomes of the guard that sees to it.
+// What users hear when VELLO crashes, and what happens to its guard.
 #include "EightPlayersTest.h"
 
 #include <algorithm>
@@ -14,25 +14,25 @@ protected:
     /// A session in which eight applications are captured.
     void captureEight() {
         openSession();
-        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
         playEight();
         startCaptured();
     }
-    /// Eight applications are captured again.
+    /// Starts VELLO and waits until all eight applications are captured.
     void startCaptured(const std::vector<std::string>& launcher = {}) {
         startVello(launcher);
         ASSERT_TRUE(awaitAll(tapped));
     }
 };
 
-/// What it may take until the session manager knows that VELLO has died and what to do.
-constexpr double millisecondsToNotice = 20;
-/// How many deaths a player lives to see: it plays for 30 seconds.
-constexpr int deathsOfOnePlayer = 3;
+/// Time allowed until the session manager knows that VELLO has died and what to do.
+constexpr double kMillisecondsToNotice = 20;
+/// Number of crashes that each player is used for: it plays for 30 seconds.
+constexpr int kDeathsOfOnePlayer = 3;
 
 class VelloDies : public VelloGuard, public testing::WithParamInterface<int> {
 protected:
-    /// A core file takes most of the time that a crash takes; where it goes is the system's business.
+    /// Writing a core file takes most of the time of a crash. The system decides where it is written.
     std::vector<std::string> withCoreFiles() {
         return {"prlimit", "--core=unlimited:", "env", "-C", session().folder().string()};
     }
@@ -60,14 +60,14 @@ protected:
     }
 };
 
-TEST_P(VelloDies, andEightApplicationsAreHeardOnTheirOwnOutputs) {
-    // One length of cycle, because each link takes some cycles until it carries sound.
+TEST_P(VelloDies, AndEightApplicationsAreHeardOnTheirOwnOutputs) {
+    // A fixed quantum, because each link takes some cycles until it carries sound.
     openSession({.quantum = 256, .maximumQuantum = 256});
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     std::vector<double> milliseconds;
     std::vector<double> withoutVello;
     for (int i = 0; i < repetitions(3) && !HasFailure(); ++i) {
-        if (i % deathsOfOnePlayer == 0) {
+        if (i % kDeathsOfOnePlayer == 0) {
             endPlayers();
             playEight();
             ASSERT_TRUE(awaitAll(direct));
@@ -81,8 +81,8 @@ TEST_P(VelloDies, andEightApplicationsAreHeardOnTheirOwnOutputs) {
     std::cout << "milliseconds until the applications were heard: " << testing::PrintToString(milliseconds)
               << "\nwhen the session manager moves them without VELLO: "
               << testing::PrintToString(withoutVello) << "\n";
-    // The usual case: what else runs on the machine only adds to it.
-    EXPECT_LE(median(milliseconds), median(withoutVello) + millisecondsToNotice);
+    // The median, because other load on the machine only adds time.
+    EXPECT_LE(median(milliseconds), median(withoutVello) + kMillisecondsToNotice);
 }
 
 INSTANTIATE_TEST_SUITE_P(, VelloDies, testing::Values(SIGKILL, SIGSEGV, SIGABRT), [](const auto& signal) {
@@ -91,26 +91,26 @@ INSTANTIATE_TEST_SUITE_P(, VelloDies, testing::Values(SIGKILL, SIGSEGV, SIGABRT)
                                                  : "AtSIGABRT");
 });
 
-TEST_F(VelloGuard, isReplacedWhenItWasKilledAlone) {
+TEST_F(VelloGuard, IsReplacedWhenItWasKilledAlone) {
     captureEight();
     const pid_t first = awaitGuard();
     ASSERT_EQ(::kill(first, SIGKILL), 0);
     const pid_t second = awaitGuard(first);
     EXPECT_TRUE(await([&] { return processState(first).empty(); })) << "a zombie is left";
     EXPECT_TRUE(awaitAll(tapped)) << "the applications are none of its business";
-    // It answers as soon as it follows the streams.
+    // It is connected as soon as it mirrors the streams.
     ASSERT_TRUE(awaitClientOf(second));
     const auto moment = std::chrono::steady_clock::now();
     vello().signal(SIGKILL);
     EXPECT_TRUE(awaitAll(direct));
     EXPECT_EQ(wrongFramesSince(moment), 0U) << "heard on an output that is not the application's own";
     expectNothingLeft();
-    // Who inherits its remains may be a process that buries nobody.
+    // The process that inherits the guard may not reap it.
     const auto hasEnded = [&] { return processState(second).empty() || processState(second).front() == 'Z'; };
     EXPECT_TRUE(await(hasEnded)) << "the guard stays for ever";
 }
 
-TEST_F(VelloGuard, doesNotKeepVelloFromEndingWhenItIsFrozen) {
+TEST_F(VelloGuard, DoesNotKeepVelloFromEndingWhenItIsFrozen) {
     captureEight();
     const pid_t guard = awaitGuard();
     ASSERT_EQ(::kill(guard, SIGSTOP), 0);
@@ -121,7 +121,7 @@ TEST_F(VelloGuard, doesNotKeepVelloFromEndingWhenItIsFrozen) {
     expectNothingLeft();
 }
 
-TEST_F(VelloGuard, doesNotHoldUpACrashWhenItIsFrozen) {
+TEST_F(VelloGuard, DoesNotHoldUpACrashWhenItIsFrozen) {
     captureEight();
     const pid_t guard = awaitGuard();
     ASSERT_EQ(::kill(guard, SIGSTOP), 0);
@@ -129,13 +129,13 @@ TEST_F(VelloGuard, doesNotHoldUpACrashWhenItIsFrozen) {
     vello().signal(SIGSEGV);
     EXPECT_TRUE(vello().waitForExit(4s));
     EXPECT_LT(std::chrono::steady_clock::now() - moment, 2s);
-    // It does its work when it comes to.
+    // The guard acts once it continues.
     ASSERT_EQ(::kill(guard, SIGCONT), 0);
     EXPECT_TRUE(awaitAll(direct));
     expectNothingLeft();
 }
 
-TEST_F(VelloGuard, putsThingsInOrderWhenItComesToAfterVelloWasKilled) {
+TEST_F(VelloGuard, PutsThingsInOrderWhenItComesToAfterVelloWasKilled) {
     captureEight();
     const pid_t guard = awaitGuard();
     ASSERT_EQ(::kill(guard, SIGSTOP), 0);
@@ -146,7 +146,7 @@ TEST_F(VelloGuard, putsThingsInOrderWhenItComesToAfterVelloWasKilled) {
     expectNothingLeft();
 }
 
-TEST_F(VelloGuard, whenKilledWithVelloLeavesTheChoicesToTheNextStart) {
+TEST_F(VelloGuard, WhenKilledWithVelloLeavesTheChoicesToTheNextStart) {
     captureEight();
     ASSERT_EQ(::kill(awaitGuard(), SIGKILL), 0);
     vello().signal(SIGKILL);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What people hear of an application that VELLO equalizes: delay, silence, and which applications there are.
+// What users hear of an equalized application: delay and silence; and which applications are listed.
 #include "VelloTest.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 namespace vello::session {
 namespace {
 
-constexpr int engagements = 10;
+constexpr int kEngagements = 10;
 
 class VelloAtQuantum : public VelloTest, public testing::WithParamInterface<int> {
 protected:
@@ -18,9 +18,9 @@ protected:
     }
 };
 
-TEST_P(VelloAtQuantum, addsNoLatency) {
+TEST_P(VelloAtQuantum, AddsNoLatency) {
     constexpr int attempts = 5;
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     for (int attempt = 0; attempt < attempts; ++attempt) {
         ASSERT_TRUE(awaitWay("output-a", Way::direct));
@@ -32,8 +32,8 @@ TEST_P(VelloAtQuantum, addsNoLatency) {
         const auto tapped = monitor("output-a").recording(start);
         stopVello();
         ASSERT_TRUE(awaitWay("output-a", Way::direct));
-        // A player that has missed a cycle on a busy machine is a cycle later from then on, by itself: then
-        // there is nothing to compare with.
+        // On a busy machine a player may miss a cycle by itself and is one cycle late from then on. Its delay
+        // then cannot be compared.
         if (lastDelay() != before)
             continue;
         ASSERT_TRUE(before.has_value());
@@ -44,12 +44,12 @@ TEST_P(VelloAtQuantum, addsNoLatency) {
     FAIL() << "the player's own delay did not hold still";
 }
 
-TEST_P(VelloAtQuantum, isSilentForAtMostOneCycleWhenItEngagesAndReleases) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_P(VelloAtQuantum, IsSilentForAtMostOneCycleWhenItEngagesAndReleases) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     std::vector<double> engaging;
     std::vector<double> releasing;
-    for (int i = 0; i < engagements; ++i) {
+    for (int i = 0; i < kEngagements; ++i) {
         ASSERT_TRUE(awaitWay("output-a", Way::direct));
         const auto start = monitor("output-a").frames() - cycle();
         startVello();
@@ -73,9 +73,9 @@ INSTANTIATE_TEST_SUITE_P(, VelloAtQuantum, testing::Values(256, 1024), testing::
 
 class VelloWithPlayer : public VelloTest, public testing::WithParamInterface<PlayerKind> {};
 
-TEST_P(VelloWithPlayer, tapsAPlayerOfThisKind) {
+TEST_P(VelloWithPlayer, TapsAPlayerOfThisKind) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     startVello();
     play({.name = "player", .signal = "counter", .output = "output-b"}, GetParam());
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(, VelloWithPlayer,
 
 class Vello : public VelloTest {};
 
-TEST_F(Vello, equalizesOneApplicationAndLeavesTheOther) {
+TEST_F(Vello, EqualizesOneApplicationAndLeavesTheOther) {
     openSession();
     writeSettings(session(), {{"org.example.one", {.volume = 0.5}}});
     play({.name = "one", .applicationID = "org.example.one", .signal = "constant=0.5"});
@@ -102,7 +102,7 @@ TEST_F(Vello, equalizesOneApplicationAndLeavesTheOther) {
     EXPECT_TRUE(monitor("output-a").recordUntil(isHalfAndWhole, 1024, 8s));
 }
 
-TEST_F(Vello, putsTwoPlayersOfOneApplicationIntoOneTap) {
+TEST_F(Vello, PutsTwoPlayersOfOneApplicationIntoOneTap) {
     openSession();
     writeSettings(session(), {{"org.example.both", {.volume = 0.5}}});
     play({.name = "first", .applicationID = "org.example.both", .signal = "constant=0.5"});
@@ -118,7 +118,7 @@ TEST_F(Vello, putsTwoPlayersOfOneApplicationIntoOneTap) {
     EXPECT_TRUE(monitor("output-a").recordUntil(isHalved, 1024, 8s));
 }
 
-TEST_F(Vello, takesAnApplicationsSecondStreamIntoItsTapAtOnce) {
+TEST_F(Vello, TakesAnApplicationsSecondStreamIntoItsTapAtOnce) {
     openSession();
     writeSettings(session(), {{"org.example.player", {.volume = 0.5}}});
     auto& player = play({.name = "player", .applicationID = "org.example.player", .signal = "constant=0.25"});
@@ -133,7 +133,7 @@ TEST_F(Vello, takesAnApplicationsSecondStreamIntoItsTapAtOnce) {
     player.writeLine("open");
     ASSERT_TRUE(monitor("output-a").recordUntil(sumIs(0.25F), 4096, 8s));
     EXPECT_EQ(capturesMade(graph()), madeBefore);
-    // One stream through the tap and the other past it.
+    // One stream through the tap, the other one directly.
     const auto kindOf = [](float left, float) { return left == 0.125F + 0.25F ? 1 : 0; };
     std::size_t unequalized = 0;
     for (const auto& stretch : monitor("output-a").recording(start).stretches(kindOf))
@@ -142,9 +142,9 @@ TEST_F(Vello, takesAnApplicationsSecondStreamIntoItsTapAtOnce) {
     EXPECT_LE(unequalized, static_cast<std::size_t>(quantum()));
 }
 
-TEST_F(Vello, takesBothChannelsOfAStreamThatComesToAMonoTap) {
+TEST_F(Vello, TakesBothChannelsOfAStreamThatComesToAMonoTap) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     auto& player = play({.name = "player", .applicationID = "org.example.player", .channels = 1});
     startVello();
     ASSERT_TRUE(awaitTapped("player"));
@@ -160,9 +160,9 @@ TEST_F(Vello, takesBothChannelsOfAStreamThatComesToAMonoTap) {
         [&](const GraphState& state) { return tappedChannels(state, "player-2") == 2; }, 8s));
 }
 
-TEST_F(Vello, showsNothingInTheListsOfOutputsAndInputs) {
+TEST_F(Vello, ShowsNothingInTheListsOfOutputsAndInputs) {
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitTapped("player"));

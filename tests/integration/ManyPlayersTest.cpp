@@ -8,7 +8,7 @@
 namespace vello::session {
 namespace {
 
-/// How many nodes play into an output.
+/// Number of nodes that play into an output.
 std::size_t sourcesOf(const GraphState& state, const std::string& output) {
     const auto* sink = state.nodeNamed(output);
     std::set<std::uint32_t> sources;
@@ -29,7 +29,7 @@ int newestSerial(const GraphState& state) {
     return newest;
 }
 
-/// How many captures are newer than that.
+/// Number of captures with a newer serial.
 int capturesSince(const GraphState& state, int serial) {
     int count = 0;
     for (const std::string& name : captures(state))
@@ -47,11 +47,11 @@ protected:
     }
 };
 
-TEST_F(VelloWithManyPlayers, survivesTwoHundredStartsAndStops) {
+TEST_F(VelloWithManyPlayers, SurvivesTwoHundredStartsAndStops) {
     constexpr int rounds = 20;
     constexpr int playersOfRound = 10;
     openSession();
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "listened", .applicationID = "org.example.listened", .output = "output-b"});
     startVello();
     ASSERT_TRUE(awaitWay("output-b", Way::tapped));
@@ -67,7 +67,7 @@ TEST_F(VelloWithManyPlayers, survivesTwoHundredStartsAndStops) {
             endPlayer(nameOf(i));
         ASSERT_TRUE(
             graph().waitUntil([](const GraphState& state) { return captures(state).size() == 1; }, 8s));
-        // What is taken once and kept shows after the first rounds.
+        // Resources that are acquired once and kept are visible after the first rounds.
         if (round == 1) {
             descriptors = openDescriptors(process);
             threadsBefore = threads(process);
@@ -75,7 +75,7 @@ TEST_F(VelloWithManyPlayers, survivesTwoHundredStartsAndStops) {
     }
     EXPECT_TRUE(vello().isRunning());
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
-    // The last taps may still be on their way down.
+    // The last taps may still be in teardown.
     const auto isBack = [&](const Recording&) {
         return openDescriptors(process) <= descriptors && threads(process) <= threadsBefore;
     };
@@ -84,11 +84,11 @@ TEST_F(VelloWithManyPlayers, survivesTwoHundredStartsAndStops) {
     EXPECT_EQ(redirects(graph().state()), 1) << "redirects of players that are gone";
 }
 
-TEST_F(VelloWithManyPlayers, keepsUpWithSixtyFour) {
+TEST_F(VelloWithManyPlayers, KeepsUpWithSixtyFour) {
     constexpr int players = 64;
     constexpr int playersAtOnce = 8;
     openSession();
-    writeSettings(session(), {{systemSource, {.bandGains = {6, 5, 3, 1, 0, 0, 0, 0}, .volume = 0.5}}});
+    writeSettings(session(), {{kSystemSource, {.bandGains = {6, 5, 3, 1, 0, 0, 0, 0}, .volume = 0.5}}});
     startVello();
     for (int i = 0; i < players; ++i) {
         auto options = quietPlayer(i);
@@ -97,15 +97,16 @@ TEST_F(VelloWithManyPlayers, keepsUpWithSixtyFour) {
         for (int started = 0; i % playersAtOnce == playersAtOnce - 1 && started <= i; ++started)
             ASSERT_TRUE(awaitTapped(nameOf(started))) << started;
     }
-    // The filters let a constant pass. A single player that misses a cycle takes its share from the sum.
+    // The filters pass a constant. A player that misses a cycle lowers the sum by its share.
     constexpr float sum = players * 0.5F / 256;
     constexpr float tolerance = 0.25F / 256;
     ASSERT_TRUE(
         monitor("output-a")
             .recordUntil([&](const Recording& last) { return last.cyclesOffValue(sum, tolerance) == 0; },
                          48000, 20s));
-    // Sixty-four processes without real-time priority miss a cycle now and then by themselves, and a machine
-    // is slow for a moment. Too much work in every cycle, or every second, shows in each of these stretches.
+    // Sixty-four processes without realtime priority occasionally miss a cycle by themselves, and a machine
+    // may be slow for a moment. Excessive work in every cycle, or every second, affects each of these
+    // stretches.
     constexpr std::size_t allowed = 2;
     std::size_t missed = allowed + 1;
     for (int stretch = 0; stretch < 3 && missed > allowed; ++stretch) {
@@ -118,7 +119,7 @@ TEST_F(VelloWithManyPlayers, keepsUpWithSixtyFour) {
     EXPECT_LE(missed, allowed);
 }
 
-TEST_F(VelloWithManyPlayers, tapsSixtyFourThatPlayAlreadyAndRebuildsThemTogether) {
+TEST_F(VelloWithManyPlayers, TapsSixtyFourThatPlayAlreadyAndRebuildsThemTogether) {
     constexpr int players = 64;
     openSession();
     for (int i = 0; i < players; ++i)

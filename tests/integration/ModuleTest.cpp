@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Modules of the audio system between an application and its output, and recorders: VELLO leaves them as they
-// are, and nothing is equalized twice.
+// Modules of the audio system between an application and its output, and recorders: VELLO leaves them
+// untouched, and nothing is equalized twice.
 #include "DesignedResponse.h"
 #include "VelloTest.h"
 
@@ -10,17 +10,17 @@
 namespace vello::session {
 namespace {
 
-constexpr double testFrequency = 1000; // Hz
-constexpr double playedAmplitude = 0.25;
+constexpr double kTestFrequency = 1000; // Hz
+constexpr double kPlayedAmplitude = 0.25;
 
 class VelloAndModules : public VelloTest {
 protected:
     void SetUp() override {
         openSession();
-        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     }
 
-    /// Loads a module in a client of its own, as its users do with a file of configuration.
+    /// Loads a module in a separate client, as users do with a configuration file.
     void load(const std::string& module, const std::string& arguments) {
         const auto file = session().folder() / (module + ".conf");
         std::ofstream(file) << "context.properties = { log.level = 2 }\n"
@@ -36,7 +36,7 @@ protected:
                             << arguments << " } } ]\n";
         modules_.push_back(session().start(module, {"pipewire", "-c", file.string()}));
     }
-    /// A virtual output that plays on `output` what it is given.
+    /// A virtual output that plays its input on `output`.
     void loadLoopback(const std::string& output) {
         load("loopback", "node.description = Virtual\n"
                          "capture.props = { node.name = virtual media.class = Audio/Sink\n"
@@ -49,21 +49,21 @@ protected:
     [[nodiscard]] bool awaitLinked(const std::string& from, const std::string& to) {
         return graph().waitUntil([&](const GraphState& state) { return state.isLinked(from, to); });
     }
-    /// In the left channel, of a second; none when the output does not carry the test's tone all the time.
+    /// Amplitude of the test's tone in the left channel during one second.
     double amplitude(const std::string& output) {
         const auto start = monitor(output).frames();
         monitor(output).record(48000);
-        return monitor(output).recording(start).amplitude(testFrequency, 0, 48000, 0);
+        return monitor(output).recording(start).amplitude(kTestFrequency, 0, 48000, 0);
     }
     static std::string tone() {
-        return "sines=" + std::to_string(testFrequency) + "@" + std::to_string(playedAmplitude);
+        return "sines=" + std::to_string(kTestFrequency) + "@" + std::to_string(kPlayedAmplitude);
     }
 
 private:
     std::vector<std::unique_ptr<ChildProcess>> modules_;
 };
 
-TEST_F(VelloAndModules, equalizesOnceWhatPlaysIntoALoopback) {
+TEST_F(VelloAndModules, EqualizesOnceWhatPlaysIntoALoopback) {
     loadLoopback("output-a");
     play({.name = "player", .applicationID = "org.example.player", .output = "virtual"});
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
@@ -76,7 +76,7 @@ TEST_F(VelloAndModules, equalizesOnceWhatPlaysIntoALoopback) {
     EXPECT_TRUE(isLeftAlone(graph().state(), "virtual-output", "output-a"));
 }
 
-TEST_F(VelloAndModules, equalizesOnceWhatPlaysIntoALoopbackThatIsTheDefaultOutput) {
+TEST_F(VelloAndModules, EqualizesOnceWhatPlaysIntoALoopbackThatIsTheDefaultOutput) {
     loadLoopback("output-b");
     graph().chooseDefaultOutput("virtual");
     play({.name = "player", .applicationID = "org.example.player"});
@@ -87,21 +87,21 @@ TEST_F(VelloAndModules, equalizesOnceWhatPlaysIntoALoopbackThatIsTheDefaultOutpu
     EXPECT_TRUE(isLeftAlone(graph().state(), "virtual-output", "output-b"));
 }
 
-TEST_F(VelloAndModules, appliesTheSystemsCurveOnceUnderAVirtualOutput) {
+TEST_F(VelloAndModules, AppliesTheSystemsCurveOnceUnderAVirtualOutput) {
     std::array<double, 8> gains{};
     gains.fill(-6);
-    writeSettings(session(), {{systemSource, {.bandGains = gains}}});
+    writeSettings(session(), {{kSystemSource, {.bandGains = gains}}});
     loadLoopback("output-b");
     play({.name = "player", .applicationID = "org.example.player", .signal = tone(), .output = "virtual"});
     ASSERT_TRUE(awaitLinked("player", "virtual"));
     startVello();
     ASSERT_TRUE(awaitTapped("player"));
     amplitude("output-b");
-    EXPECT_NEAR(decibels(amplitude("output-b") / playedAmplitude),
-                designedResponse(gains, testFrequency, 48000), 0.1);
+    EXPECT_NEAR(decibels(amplitude("output-b") / kPlayedAmplitude),
+                designedResponse(gains, kTestFrequency, 48000), 0.1);
 }
 
-TEST_F(VelloAndModules, equalizesOnceWhatALoopbackOfThePulseAudioServerPassesOn) {
+TEST_F(VelloAndModules, EqualizesOnceWhatALoopbackOfThePulseAudioServerPassesOn) {
     session().run({"pactl", "load-module", "module-loopback", "source=output-b.monitor", "sink=output-a"});
     play({.name = "player", .applicationID = "org.example.player", .output = "output-b"});
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
@@ -112,8 +112,8 @@ TEST_F(VelloAndModules, equalizesOnceWhatALoopbackOfThePulseAudioServerPassesOn)
     EXPECT_EQ(captures(graph().state()).size(), 1U);
 }
 
-TEST_F(VelloAndModules, leavesAnotherEqualizerInTheChainAsItIs) {
-    constexpr double otherGain = -6; // dB, at the test's tone
+TEST_F(VelloAndModules, LeavesAnotherEqualizerInTheChainAsItIs) {
+    constexpr double otherGain = -6; // dB, at the test's frequency
     load("filter-chain", "node.description = Equalizer\n"
                          "filter.graph = { nodes = [ { type = builtin name = bell label = bq_peaking\n"
                          "    control = { Freq = 1000.0 Q = 1.0 Gain = " +
@@ -127,15 +127,15 @@ TEST_F(VelloAndModules, leavesAnotherEqualizerInTheChainAsItIs) {
     play({.name = "player", .applicationID = "org.example.player", .signal = tone()});
     ASSERT_TRUE(awaitLinked("player", "equalizer"));
     amplitude("output-a");
-    ASSERT_NEAR(decibels(amplitude("output-a") / playedAmplitude), otherGain, 0.1);
+    ASSERT_NEAR(decibels(amplitude("output-a") / kPlayedAmplitude), otherGain, 0.1);
     startVello();
     ASSERT_TRUE(awaitTapped("player"));
     amplitude("output-a");
-    EXPECT_NEAR(decibels(amplitude("output-a") / playedAmplitude), otherGain + decibels(0.5), 0.1);
+    EXPECT_NEAR(decibels(amplitude("output-a") / kPlayedAmplitude), otherGain + decibels(0.5), 0.1);
     EXPECT_TRUE(isLeftAlone(graph().state(), "equalizer-output", "output-a"));
 }
 
-TEST_F(VelloAndModules, leavesEchoCancellingAsItIs) {
+TEST_F(VelloAndModules, LeavesEchoCancellingAsItIs) {
     load("echo-cancel", "library.name = aec/libspa-aec-null\n"
                         "capture.props = { node.name = aec-capture stream.capture.sink = true\n"
                         "    target.object = output-b }\n"
@@ -153,7 +153,7 @@ TEST_F(VelloAndModules, leavesEchoCancellingAsItIs) {
     EXPECT_TRUE(graph().state().isLinked("output-b", "aec-capture"));
 }
 
-/// What a recorder does.
+/// A recorder's command.
 struct RecorderCommand {
     const char* name;
     std::vector<std::string> arguments;
@@ -161,7 +161,7 @@ struct RecorderCommand {
 
 class VelloAndRecorders : public VelloAndModules, public testing::WithParamInterface<RecorderCommand> {};
 
-TEST_P(VelloAndRecorders, recordWhatTheOutputPlaysAndStayWhereTheyAre) {
+TEST_P(VelloAndRecorders, RecordWhatTheOutputPlaysAndStayWhereTheyAre) {
     play({.name = "player", .applicationID = "org.example.player"});
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
     const auto recorder = session().start("recorder", GetParam().arguments);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The status item and the panel that it opens, by real clicks and keys on real tray hosts.
+// The status item and the panel that it opens, operated with real clicks and keys on real tray hosts.
 #include "PanelTest.h"
 
 #include <algorithm>
@@ -14,10 +14,10 @@ namespace {
 
 constexpr QPoint emptyPlace(200, 600);
 
-/// Where the panel stands in relation to an icon of a bar at the top.
+/// Checks the position of the panel relative to an icon in a bar at the top.
 void expectBeside(const QRect& panel, const QRect& icon) {
-    EXPECT_GE(panel.top(), barHeight);
-    EXPECT_LE(panel.top(), barHeight + 16);
+    EXPECT_GE(panel.top(), kBarHeight);
+    EXPECT_LE(panel.top(), kBarHeight + 16);
     EXPECT_LE(panel.left(), icon.center().x());
     EXPECT_GE(panel.right(), icon.center().x());
     EXPECT_LT(panel.right(), PrivateScreen::width);
@@ -25,7 +25,7 @@ void expectBeside(const QRect& panel, const QRect& icon) {
 
 class PanelOnHost : public PanelTest, public testing::WithParamInterface<TrayHost> {};
 
-TEST_P(PanelOnHost, opensBesideItsIconAndClosesByRealClicks) {
+TEST_P(PanelOnHost, OpensBesideItsIconAndClosesByRealClicks) {
     openDesktop(GetParam());
     startPanel();
     awaitOpen();
@@ -44,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(, PanelOnHost,
                          testing::Values(TrayHost::xfcePanel, TrayHost::lxqtPanel, TrayHost::tint2),
                          [](const auto& host) { return name(host.param); });
 
-/// Whether the signal waits for whoever asks for it in all threads of the process.
+/// Whether all threads of the process block the signal.
 bool isBlockedInAllThreads(pid_t process, int signal) {
     const std::filesystem::path tasks = "/proc/" + std::to_string(process) + "/task";
     for (const auto& task : std::filesystem::directory_iterator(tasks)) {
@@ -66,14 +66,14 @@ protected:
                       "b")
             .flag();
     }
-    /// Opens the menu by a real click and chooses the entry by keyboard: the host draws the menu, and where
-    /// its lines are only the host knows.
+    /// Opens the menu by a real click and chooses the entry by keyboard, because only the host, which draws
+    /// the menu, knows the positions of its lines.
     void chooseEntry(int number) {
         const auto menu = [this] {
             const auto all = screen().windows();
             return std::ranges::any_of(all, [](const ScreenWindow& window) {
                 return window.isVisible && window.name == "wrapper-2.0" &&
-                       window.area.height() > 3 * barHeight;
+                       window.area.height() > 3 * kBarHeight;
             });
         };
         screen().click(desktop().awaitTrayIcon().center(), 3);
@@ -85,14 +85,14 @@ protected:
     }
 };
 
-TEST_F(Panel, opensBesideItsIconAtLaunch) {
+TEST_F(Panel, OpensBesideItsIconAtLaunch) {
     openDesktop();
     startPanel();
     const auto window = awaitOpen();
     expectBeside(window.area, desktop().awaitTrayIcon());
 }
 
-TEST_F(Panel, endsInAnOrderlyWayAtASignal) {
+TEST_F(Panel, EndsInAnOrderlyWayAtASignal) {
     openDesktop();
     startPanel();
     awaitOpen();
@@ -102,7 +102,7 @@ TEST_F(Panel, endsInAnOrderlyWayAtASignal) {
     expectQuit();
 }
 
-TEST_F(Panel, closesAtEscapeAndAtAClickOutside) {
+TEST_F(Panel, ClosesAtEscapeAndAtAClickOutside) {
     openDesktop();
     startPanel();
     const auto window = awaitOpen();
@@ -110,16 +110,16 @@ TEST_F(Panel, closesAtEscapeAndAtAClickOutside) {
     awaitClosed();
     screen().click(desktop().awaitTrayIcon().center());
     awaitOpen();
-    screen().click(window.area.center()); // inside
+    screen().click(window.area.center()); // inside the panel
     EXPECT_TRUE(find("", "Quit"));
     screen().click(emptyPlace);
     awaitClosed();
-    // However soon: it is another press than the one that closed the panel.
+    // Even an immediate press is a different one from the press that closed the panel.
     screen().click(desktop().awaitTrayIcon().center());
     awaitOpen();
 }
 
-TEST_F(Panel, staysOpenWhenAnotherWindowComesToTheFront) {
+TEST_F(Panel, StaysOpenWhenAnotherWindowComesToTheFront) {
     openDesktop();
     startPanel();
     const auto window = awaitOpen();
@@ -129,7 +129,7 @@ TEST_F(Panel, staysOpenWhenAnotherWindowComesToTheFront) {
     await("", "System, expanded");
 }
 
-TEST_F(Panel, opensAtLaunchAndAtTheNextStartWhereThereIsNoTray) {
+TEST_F(Panel, OpensAtLaunchAndAtTheNextStartWhereThereIsNoTray) {
     openDesktop(TrayHost::none);
     startPanel();
     awaitOpen();
@@ -141,7 +141,7 @@ TEST_F(Panel, opensAtLaunchAndAtTheNextStartWhereThereIsNoTray) {
     awaitOpen();
 }
 
-TEST_F(Panel, findsATrayThatComesLateAndOneThatComesBack) {
+TEST_F(Panel, FindsATrayThatComesLateAndOneThatComesBack) {
     openDesktop(TrayHost::none);
     startPanel();
     awaitOpen();
@@ -157,7 +157,7 @@ TEST_F(Panel, findsATrayThatComesLateAndOneThatComesBack) {
     }
 }
 
-TEST_F(Panel, movesItsIconFromAnEmbeddingHostToOneOnTheBus) {
+TEST_F(Panel, MovesItsIconFromAnEmbeddingHostToOneOnTheBus) {
     openDesktop(TrayHost::tint2);
     startPanel();
     awaitOpen();
@@ -170,7 +170,7 @@ TEST_F(Panel, movesItsIconFromAnEmbeddingHostToOneOnTheBus) {
     expectBeside(awaitOpen().area, icon);
 }
 
-TEST_F(Panel, doesWhatTheMenuOfItsIconOffers) {
+TEST_F(Panel, DoesWhatTheMenuOfItsIconOffers) {
     constexpr int openEntry = 1, switchEntry = 2, bassBoostEntry = 5, aboutEntry = 9, quitEntry = 10;
     openDesktop();
     startPanel();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The status item and the panel on a Wayland compositor with a layer shell, by real clicks and keys.
+// The status item and the panel on a Wayland compositor with a layer shell, operated with real clicks and
+// keys.
 #include "PanelTest.h"
 #include "PrivateWaylandDesktop.h"
 #include "TrayHost.h"
@@ -9,11 +10,11 @@
 namespace vello::session {
 namespace {
 
-/// How long something has to keep its place to have come to rest.
-constexpr auto rest = 150ms;
-/// The panel's width and its distance from bars and edges.
-constexpr int panelWidth = 344;
-constexpr int gap = 8;
+/// How long an item must keep its position to count as at rest.
+constexpr auto kRest = 150ms;
+/// The panel's width and its distance from bars and edges, in pixels.
+constexpr int kPanelWidth = 344;
+constexpr int kGap = 8;
 
 class PanelOnWayland : public VelloTest {
 protected:
@@ -38,7 +39,7 @@ protected:
     void startPanel(const std::string& corner) {
         panel_ = desktop_->start("panel", {VELLO_PROGRAM}, {{"VELLO_PANEL_CORNER", corner}});
     }
-    /// What `read` says once it is something and has stayed the same; empty when that does not come.
+    /// The result of `read` once it is not empty and has stayed the same; empty on timeout.
     template <class Read> QRect awaitAtRest(Read read) {
         QRect last;
         auto since = std::chrono::steady_clock::now();
@@ -48,7 +49,7 @@ protected:
             if (area != last)
                 since = now;
             last = area;
-            return !area.isEmpty() && now - since >= rest;
+            return !area.isEmpty() && now - since >= kRest;
         });
         return isAtRest ? last : QRect();
     }
@@ -66,12 +67,12 @@ protected:
     std::unique_ptr<ChildProcess> panel_;
 };
 
-TEST_F(PanelOnWayland, opensInItsCornerAndClosesByRealClicksAndByEscape) {
+TEST_F(PanelOnWayland, OpensInItsCornerAndClosesByRealClicksAndByEscape) {
     startPanel("top-right");
     const QRect atLaunch = awaitOpen();
-    EXPECT_NEAR(atLaunch.width(), panelWidth, 2);
-    EXPECT_NEAR(atLaunch.right(), PrivateScreen::width - 1 - gap, 1);
-    EXPECT_NEAR(atLaunch.top(), barHeight + gap, 1);
+    EXPECT_NEAR(atLaunch.width(), kPanelWidth, 2);
+    EXPECT_NEAR(atLaunch.right(), PrivateScreen::width - 1 - kGap, 1);
+    EXPECT_NEAR(atLaunch.top(), kBarHeight + kGap, 1);
     screen().click(icon());
     ASSERT_TRUE(awaitClosed()) << "by the icon";
     for (int i = 0; i < 2; ++i) {
@@ -82,12 +83,12 @@ TEST_F(PanelOnWayland, opensInItsCornerAndClosesByRealClicksAndByEscape) {
     }
 }
 
-TEST_F(PanelOnWayland, standsInTheCornerOfTheUsersChoiceAndGrowsFromThere) {
+TEST_F(PanelOnWayland, StandsInTheCornerOfTheUsersChoiceAndGrowsFromThere) {
     startPanel("bottom-left");
     const QRect before = awaitOpen();
-    EXPECT_NEAR(before.left(), gap, 1);
-    EXPECT_NEAR(before.bottom(), PrivateScreen::height - 1 - gap, 1);
-    // The first card is that of the system-wide entry; a click on its name opens it.
+    EXPECT_NEAR(before.left(), kGap, 1);
+    EXPECT_NEAR(before.bottom(), PrivateScreen::height - 1 - kGap, 1);
+    // The first card is the system-wide entry; a click on its name opens it.
     screen().click(before.topLeft() + QPoint(80, 62));
     ASSERT_TRUE(
         screen().waitUntil([&] { return desktop_->drawnBelowBar().height() > before.height() + 100; }));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The panel as somebody uses it who does not see it: by a screen reader, and by keyboard alone.
+// The panel as used by a blind user: with a screen reader, and by keyboard alone.
 #include "PanelTest.h"
 #include "PrivateBus.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 class PanelForScreenReaders : public PanelTest {
 protected:
-    /// The panel with one application that plays, at two beats a second.
+    /// The panel with one playing application, at two beats a second.
     void openPanel() {
         openDesktop();
         player_ = startPlayer(
@@ -26,7 +26,7 @@ protected:
     void act(const std::string& role, const std::string& name, const std::string& action) {
         tree().act(await(role, name), action);
     }
-    /// Waits for a control to say so; its name alone when nothing is expected of its description.
+    /// Waits until the control has that description.
     void awaitDescription(const std::string& name, const std::string& description) {
         const auto element = await("", name);
         require(screen().waitUntil([&] { return tree().description(element) == description; }),
@@ -47,7 +47,7 @@ protected:
     void tabTo(const std::string& name) {
         for (int count = 0; count < 30 && !isFocused(name); ++count) {
             screen().pressKeys({XK_Tab});
-            // The focus has moved on before the next key.
+            // Waits until the focus has moved, before the next key.
             screen().waitUntil([&] { return isFocused(name); }, 150ms);
         }
         require(isFocused(name), std::string("Tab does not reach ").append(name));
@@ -57,7 +57,7 @@ private:
     std::unique_ptr<ChildProcess> player_;
 };
 
-TEST_F(PanelForScreenReaders, readEveryControlOfTheListAndOfAnOpenCard) {
+TEST_F(PanelForScreenReaders, ReadEveryControlOfTheListAndOfAnOpenCard) {
     openPanel();
     for (const auto& [role, name] :
          std::vector<std::pair<std::string, std::string>>{{"panel", "VELLO by QUORVIN"},
@@ -90,7 +90,7 @@ TEST_F(PanelForScreenReaders, readEveryControlOfTheListAndOfAnOpenCard) {
     EXPECT_FALSE(find("", "+12")) << "the scale is for the eye";
 }
 
-TEST_F(PanelForScreenReaders, stepABandAndHearItsDecibels) {
+TEST_F(PanelForScreenReaders, StepABandAndHearItsDecibels) {
     openPanel();
     act("", "one, collapsed", "Press");
     const auto slider = await("slider", "63 hertz band gain");
@@ -106,7 +106,7 @@ TEST_F(PanelForScreenReaders, stepABandAndHearItsDecibels) {
     awaitDescription("63 hertz band gain", "-12 decibels");
 }
 
-TEST_F(PanelForScreenReaders, switchAnEqualizerOffAndOnAgain) {
+TEST_F(PanelForScreenReaders, SwitchAnEqualizerOffAndOnAgain) {
     openPanel();
     awaitState("EQ enabled for one", AccessibleState::checked, true);
     act("check box", "EQ enabled for one", "Toggle");
@@ -117,7 +117,7 @@ TEST_F(PanelForScreenReaders, switchAnEqualizerOffAndOnAgain) {
     awaitState("Equalizing enabled", AccessibleState::checked, false);
 }
 
-TEST_F(PanelForScreenReaders, nameAndCancelAPresetAndRouteAnApplication) {
+TEST_F(PanelForScreenReaders, NameAndCancelAPresetAndRouteAnApplication) {
     openPanel();
     act("", "one, collapsed", "Press");
     tree().act(await("slider", "63 hertz band gain"), "Increase");
@@ -133,7 +133,7 @@ TEST_F(PanelForScreenReaders, nameAndCancelAPresetAndRouteAnApplication) {
     await("label", "Output: Output B");
 }
 
-TEST_F(PanelForScreenReaders, openAboutAndCloseItWhenItIsDone) {
+TEST_F(PanelForScreenReaders, OpenAboutAndCloseItWhenItIsDone) {
     openPanel();
     act("push button", "About VELLO", "Press");
     await("", "VELLO app icon");
@@ -144,7 +144,7 @@ TEST_F(PanelForScreenReaders, openAboutAndCloseItWhenItIsDone) {
     awaitGone("VELLO app icon");
 }
 
-TEST_F(PanelForScreenReaders, goThroughThePanelByKeyboardAlone) {
+TEST_F(PanelForScreenReaders, GoThroughThePanelByKeyboardAlone) {
     openPanel();
     tabTo("About VELLO");
     tabTo("one, collapsed");
@@ -170,7 +170,7 @@ TEST_F(PanelForScreenReaders, goThroughThePanelByKeyboardAlone) {
     awaitClosed();
 }
 
-/// A session whose user has not been asked yet.
+/// A session whose user has not been asked for consent yet.
 class PanelWithoutConsent : public testing::Test {
 protected:
     bool shows(const std::string& name) {
@@ -183,7 +183,7 @@ protected:
     PrivateDesktop desktop{bus.environment(), folder.path()};
 };
 
-TEST_F(PanelWithoutConsent, offersScreenReadersToAllowTheCapture) {
+TEST_F(PanelWithoutConsent, OffersScreenReadersToAllowTheCapture) {
     const auto panel = desktop.start("panel", {VELLO_PROGRAM});
     EXPECT_TRUE(shows("Allow Access"))
         << panel->output() << describe(desktop.accessibleTree().elements("VELLO"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A day of a user: what is done in the panel is heard, and is there again tomorrow.
+// A user's day: changes in the panel are audible and persist until the next day.
 #include "PanelTest.h"
 
 #include <X11/keysym.h>
@@ -7,14 +7,14 @@
 namespace vello::session {
 namespace {
 
-constexpr double equalizedFrequency = 1000; ///< Hz, the centre of a band
-constexpr double otherFrequency = 250;      ///< Hz, of the application that is left alone
-constexpr double played = 0.0625;           ///< amplitude of both
-constexpr std::size_t measured = 12000;     ///< frames
+constexpr double kEqualizedFrequency = 1000; ///< Hz, the centre of a band
+constexpr double kOtherFrequency = 250;      ///< Hz, of the application that is not equalized
+constexpr double kPlayed = 0.0625;           ///< amplitude of both
+constexpr std::size_t kMeasured = 12000;     ///< frames
 
 class PanelStory : public PanelTest {
 protected:
-    /// Plays until the test ends.
+    /// Both play until the test ends.
     void playTwoApplications() {
         players_.push_back(startPlayer(
             session(), PlayerKind::pulseAudio,
@@ -23,20 +23,20 @@ protected:
             session(), PlayerKind::commandLine,
             {.name = "two", .applicationID = "org.example.two", .signal = "sines=250@0.0625"}, 60));
     }
-    /// Amplitude at the output, of what it plays from now on.
+    /// Amplitude at the output from now on.
     double amplitude(const std::string& output, double frequency) {
         auto& recorder = monitor(output);
         const auto start = recorder.frames();
-        recorder.record(measured);
-        return recorder.recording(start).amplitude(frequency, 0, measured, 0);
+        recorder.record(kMeasured);
+        return recorder.recording(start).amplitude(frequency, 0, kMeasured, 0);
     }
-    /// The same in dB of what the applications play, as soon as it holds still.
+    /// The level relative to what the applications play, in dB, as soon as it is stable.
     double level(const std::string& output, double frequency) {
         double last = 1e9;
         double now = 0;
         const bool isStill = screen().waitUntil([&] {
             last = now;
-            now = decibels(amplitude(output, frequency) / played);
+            now = decibels(amplitude(output, frequency) / kPlayed);
             return std::abs(now - last) < 0.01;
         });
         require(isStill, "the level does not hold still");
@@ -46,7 +46,7 @@ protected:
     bool isEqualizerOn() {
         return desktop().accessibleTree().is(await("", "EQ enabled for one"), AccessibleState::checked);
     }
-    /// Drags the thumb of the band from where it is to a share of the slider's height, counted from the top.
+    /// Drags the thumb of the band from its position to a share of the slider's height, from the top.
     void dragBand(double share) {
         const QRect slider = desktop().accessibleTree().extents(await("slider", "1K hertz band gain"));
         screen().drag(slider.center(),
@@ -57,21 +57,21 @@ private:
     std::vector<std::unique_ptr<ChildProcess>> players_;
 };
 
-TEST_F(PanelStory, isHeardAsItIsShownAndIsThereAgainAfterAQuit) {
+TEST_F(PanelStory, IsHeardAsItIsShownAndIsThereAgainAfterAQuit) {
     openDesktop();
     playTwoApplications();
     startPanel();
     awaitOpen();
     ASSERT_TRUE(awaitTapped("one"));
     ASSERT_TRUE(awaitTapped("two"));
-    EXPECT_NEAR(level("output-a", equalizedFrequency), 0, 0.1);
+    EXPECT_NEAR(level("output-a", kEqualizedFrequency), 0, 0.1);
 
     clickOn("", "one, collapsed");
     dragBand(0.2);
     const double shown = bandValue();
     EXPECT_NEAR(shown, 7.2, 0.3);
-    EXPECT_NEAR(level("output-a", equalizedFrequency), shown, 1);
-    EXPECT_NEAR(level("output-a", otherFrequency), 0, 0.1);
+    EXPECT_NEAR(level("output-a", kEqualizedFrequency), shown, 1);
+    EXPECT_NEAR(level("output-a", kOtherFrequency), 0, 0.1);
 
     clickOn("push button", "Save");
     const auto field = await("", "Preset name");
@@ -82,10 +82,10 @@ TEST_F(PanelStory, isHeardAsItIsShownAndIsThereAgainAfterAQuit) {
 
     clickOn("", "Output route");
     clickOn("menu item", "Output B");
-    EXPECT_NEAR(level("output-b", equalizedFrequency), shown, 1);
+    EXPECT_NEAR(level("output-b", kEqualizedFrequency), shown, 1);
 
     clickOn("", "EQ enabled for one");
-    EXPECT_NEAR(level("output-b", equalizedFrequency), 0, 0.1);
+    EXPECT_NEAR(level("output-b", kEqualizedFrequency), 0, 0.1);
     EXPECT_FALSE(isEqualizerOn());
 
     screen().pressKeys({XK_Control_L, XK_q});
@@ -98,9 +98,9 @@ TEST_F(PanelStory, isHeardAsItIsShownAndIsThereAgainAfterAQuit) {
     EXPECT_EQ(bandValue(), shown);
     EXPECT_FALSE(isEqualizerOn());
     ASSERT_TRUE(awaitTapped("one"));
-    EXPECT_NEAR(level("output-b", equalizedFrequency), 0, 0.1);
+    EXPECT_NEAR(level("output-b", kEqualizedFrequency), 0, 0.1);
     clickOn("", "EQ enabled for one");
-    EXPECT_NEAR(level("output-b", equalizedFrequency), shown, 1);
+    EXPECT_NEAR(level("output-b", kEqualizedFrequency), shown, 1);
 }
 
 } // namespace

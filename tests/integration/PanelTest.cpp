@@ -11,11 +11,11 @@
 namespace vello::session {
 namespace {
 
-/// What the panel is called among the programs that screen readers see.
-constexpr const char* panelApplication = "VELLO";
+/// The panel's name among accessible applications.
+constexpr const char* kPanelApplication = "VELLO";
 
-/// How long something has to keep its place to have come to rest. The springs of the panel are faster.
-constexpr auto rest = 150ms;
+/// How long an item must keep its position to count as at rest. The panel's springs are faster.
+constexpr auto kRest = 150ms;
 
 } // namespace
 
@@ -43,7 +43,7 @@ std::string PanelTest::outputs() const {
 void expectNoToolkitWarnings(const std::string& output) {
     std::istringstream lines(output);
     for (std::string line; std::getline(lines, line);)
-        EXPECT_FALSE(line.starts_with(qtWarningMark) || line.starts_with(qtCriticalMark)) << line;
+        EXPECT_FALSE(line.starts_with(kQtWarningMark) || line.starts_with(kQtCriticalMark)) << line;
 }
 
 void keepPicture(const PrivateScreen& screen) {
@@ -88,7 +88,7 @@ ScreenWindow PanelTest::awaitOpen() {
         if (!window || window->area != last.area)
             since = now;
         last = window.value_or(ScreenWindow());
-        return window && screen().hasKeyboard(*window) && now - since >= rest;
+        return window && screen().hasKeyboard(*window) && now - since >= kRest;
     });
     require(isOpen, last.isVisible ? "the panel does not get the keyboard" : "the panel does not open");
     return last;
@@ -110,12 +110,12 @@ AccessibleElement PanelTest::awaitIn(const std::string& application, const std::
             found = desktop().accessibleTree().find(application, role, name);
             extents = found ? desktop().accessibleTree().extents(*found) : QRect();
         } catch (const std::runtime_error&) {
-            // Something in the tree has gone while it was walked.
+            // An element vanished while the tree was read.
         }
         if (extents != last)
             since = now;
         last = extents;
-        return !extents.isEmpty() && now - since >= rest;
+        return !extents.isEmpty() && now - since >= kRest;
     });
     if (!isThere)
         throw std::runtime_error(std::string("no ")
@@ -128,11 +128,11 @@ AccessibleElement PanelTest::awaitIn(const std::string& application, const std::
 }
 
 AccessibleElement PanelTest::await(const std::string& role, const std::string& name) {
-    return awaitIn(panelApplication, role, name);
+    return awaitIn(kPanelApplication, role, name);
 }
 
 std::optional<AccessibleElement> PanelTest::find(const std::string& role, const std::string& name) {
-    return desktop().accessibleTree().find(panelApplication, role, name);
+    return desktop().accessibleTree().find(kPanelApplication, role, name);
 }
 
 void PanelTest::clickOn(const std::string& role, const std::string& name) {

@@ -11,36 +11,37 @@
 
 namespace vello::session {
 
-/// VELLO with its panel on a private desktop, used as its user does: by pointer and keyboard. A warning of
-/// the toolkit fails the test; a failed one leaves a picture of the screen.
+/// VELLO with its panel on a private desktop, operated by pointer and keyboard as by a user. A Qt warning
+/// fails the test; a failed test leaves a picture of the screen.
 class PanelTest : public VelloTest {
 protected:
-    /// To be called first.
+    /// Must be called first.
     void openDesktop(TrayHost trayHost = TrayHost::xfcePanel);
     void TearDown() override;
 
     PrivateDesktop& desktop() { return *desktop_; }
     PrivateScreen& screen() { return desktop_->screen(); }
 
-    /// As from the desktop's menu of applications.
+    /// Starts the panel as the desktop's application menu does.
     void startPanel();
     ChildProcess& panelProcess() { return *processes_.back(); }
-    /// Expects the panel's program, which has been asked to, to end in an orderly way.
+    /// Checks that the panel's program, which has been asked to quit, exits in an orderly way.
     void expectQuit();
-    /// Starts VELLO once more, beside the one that runs, and waits for that to end. True: it found the other.
+    /// Starts VELLO once more while it runs, and waits until the second process exits. Returns true when that
+    /// process found the running one.
     bool startAgain();
 
-    /// The panel on the screen; none while it is closed.
+    /// The panel's window; absent while it is closed.
     std::optional<ScreenWindow> panel() { return screen().window("VELLO by QUORVIN"); }
-    /// Waits for the panel to be open, to have the keyboard and to have come to rest. Throws
-    /// std::runtime_error like all that waits here.
+    /// Waits until the panel is open, has the keyboard focus and is at rest. Throws std::runtime_error on
+    /// timeout, like all functions that wait here.
     ScreenWindow awaitOpen();
-    /// Waits for the panel to be closed.
+    /// Waits until the panel is closed.
     void awaitClosed();
 
-    /// Waits for a control of the panel to appear and to come to rest.
+    /// Waits until a control of the panel exists and is at rest.
     AccessibleElement await(const std::string& role, const std::string& name);
-    /// Waits for a control of any program to appear and to come to rest.
+    /// Waits until a control of any program exists and is at rest.
     AccessibleElement awaitIn(const std::string& application, const std::string& role,
                               const std::string& name);
     std::optional<AccessibleElement> find(const std::string& role, const std::string& name);
@@ -55,9 +56,9 @@ private:
     std::vector<std::unique_ptr<ChildProcess>> processes_;
 };
 
-/// A line with a warning of the toolkit in what a panel wrote fails the test.
+/// Fails the test when the panel's output contains a Qt warning.
 void expectNoToolkitWarnings(const std::string& output);
-/// Leaves a picture of the screen, named as the test, and tells where.
+/// Saves a picture of the screen, named after the test, and prints its path.
 void keepPicture(const PrivateScreen& screen);
 
 } // namespace vello::session

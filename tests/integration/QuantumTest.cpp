@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What people hear when the graph's quantum changes underneath, as it does whenever an application that asks
-// for another latency comes or goes.
+// What users hear when the graph's quantum changes, as it does whenever an application that requests another
+// latency comes or goes.
 #include "VelloTest.h"
 
 #include <algorithm>
@@ -13,12 +13,12 @@ namespace {
 class VelloQuantum : public VelloTest {
 protected:
     static constexpr int players = 3;
-    /// A machine without real-time priority misses cycles that are shorter by itself, with or without VELLO.
+    /// A machine without realtime priority misses shorter cycles by itself, with or without VELLO.
     static constexpr int shortestKept = 512;
 
     void SetUp() override {
         openSession();
-        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
         for (int i = 0; i < players; ++i)
             play({.name = "player" + std::to_string(i),
                   .applicationID = "org.example.player" + std::to_string(i),
@@ -40,7 +40,8 @@ protected:
         };
         return monitor("output-a").recordUntil(isWhole, 4096, 8s);
     }
-    /// Frames of the longest stretch between these two in which a player was not heard through its tap.
+    /// Number of frames of the longest stretch between `begin` and `end` in which a player was not heard
+    /// through its tap.
     static std::size_t longestGap(const Recording& recording, std::size_t begin, std::size_t end) {
         std::size_t longest = 0;
         std::size_t gap = 0;
@@ -53,8 +54,8 @@ protected:
     static std::size_t longestGap(const Recording& recording) {
         return longestGap(recording, 0, recording.frames());
     }
-    /// The same of a recording over a change of the quantum, before and after it: short cycles that the
-    /// machine misses by itself right before the change are none of it.
+    /// The longest gap before or after a change of the quantum, each measured separately: short cycles that
+    /// the machine misses by itself right before the change do not count.
     static std::size_t longestGapAround(const Recording& recording, int quantum) {
         const auto changed =
             std::ranges::find(recording.cycles(), static_cast<std::size_t>(quantum), &RecordedCycle::frames);
@@ -73,13 +74,13 @@ protected:
     }
 };
 
-TEST_F(VelloQuantum, changesWithoutSilencingAnybody) {
+TEST_F(VelloQuantum, ChangesWithoutSilencingAnybody) {
     constexpr std::array quanta = {32, 64, 128, 256, 512, 1024, 2048, 4096, 8192};
     std::mt19937 random(9);
     int before = quantum();
     for (int i = 0; i < repetitions(40); ++i) {
         if (i % 40 == 0)
-            forgetMonitors(); // which hold a minute
+            forgetMonitors(); // recorders hold one minute
         const int now = quanta[random() % quanta.size()];
         const auto allowed = 2 * static_cast<std::size_t>(std::max({before, now, shortestKept}));
         EXPECT_LE(gapAfterQuantum(now), allowed) << "change " << i << ", from " << before << " to " << now;
@@ -87,7 +88,7 @@ TEST_F(VelloQuantum, changesWithoutSilencingAnybody) {
     }
 }
 
-TEST_F(VelloQuantum, fallsForAnApplicationThatAsksForAShortLatency) {
+TEST_F(VelloQuantum, FallsForAnApplicationThatAsksForAShortLatency) {
     const auto start = monitor("output-a").frames();
     play({.name = "impatient", .applicationID = "org.example.impatient", .signal = "silence", .latency = 64});
     const auto isShort = [](const Recording& last) { return last.cycles().back().frames <= 64; };
@@ -99,7 +100,7 @@ TEST_F(VelloQuantum, fallsForAnApplicationThatAsksForAShortLatency) {
     EXPECT_TRUE(awaitTappedSound());
 }
 
-/// Applications that ask for unlike latencies: the graph runs at the least of them.
+/// Applications that request different latencies: the graph uses the lowest one.
 class VelloUnlikeLatencies : public VelloTest {
 protected:
     static constexpr int shorter = 256;
@@ -116,7 +117,7 @@ protected:
     }
 };
 
-TEST_F(VelloUnlikeLatencies, silenceNobodyWhoIsMoved) {
+TEST_F(VelloUnlikeLatencies, SilenceNobodyWhoIsMoved) {
     constexpr float played = 1.0F / 16;
     openSession();
     const auto isHeard = [&](const Recording& last) { return last.cyclesOffValue(played, 0) == 0; };
@@ -137,7 +138,7 @@ TEST_F(VelloUnlikeLatencies, silenceNobodyWhoIsMoved) {
     }
 }
 
-TEST_F(VelloUnlikeLatencies, riseAgainWhenAStreamOfTheApplicationHasEnded) {
+TEST_F(VelloUnlikeLatencies, RiseAgainWhenAStreamOfTheApplicationHasEnded) {
     openSession();
     playWith("patient", "org.example.two", longer);
     playWith("impatient", "org.example.two", shorter);

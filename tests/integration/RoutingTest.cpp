@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// On which output an application is heard: the one chosen for it, the one it uses itself, the one its user
+// The output on which an application is heard: the one chosen for it, its own choice, or the one its user
 // moves it to.
 #include "VelloTest.h"
 
@@ -16,16 +16,16 @@ class VelloRouting : public VelloTest {
 protected:
     VelloRouting() { openSession(); }
 
-    /// What the session manager has saved about streams.
+    /// The session manager's saved state of streams.
     std::string savedStreams() const {
         std::ostringstream text;
         const auto folder = session().stateHome() / "wireplumber";
         for (const auto* name : {"restore-stream", "stream-properties"})
-            if (std::ifstream file(folder / name); file) // the empty buffer of a missing one would end `text`
+            if (std::ifstream file(folder / name); file) // an empty insertion would set failbit
                 text << file.rdbuf();
         return text.str();
     }
-    /// Waits until the saved choice names that output; the session manager writes about a second late.
+    /// Waits until the saved choice names that output. The session manager saves about a second late.
     bool awaitSaved(const std::string& output) {
         const auto deadline = std::chrono::steady_clock::now() + 5s;
         while (savedStreams().find(output) == std::string::npos)
@@ -35,8 +35,8 @@ protected:
                 monitor("output-a").record(2048);
         return true;
     }
-    /// Moves a player to output-b, ends it and starts another: true when the server gave the second one's
-    /// stream the number of the first one's. Which of the free numbers it gives depends on who left last.
+    /// Moves a player to output-b, ends it and starts another. Returns true when the second stream received
+    /// the first one's node ID; that depends on which IDs were freed last.
     bool replaceMovedPlayer(const std::string& first, const std::string& second) {
         play({.name = first, .applicationID = "org.example." + first});
         if (!awaitTapped(first))
@@ -49,11 +49,11 @@ protected:
         play({.name = second, .applicationID = "org.example." + second});
         return awaitTapped(second) && graph().state().nodeNamed(second)->id == number;
     }
-    /// What a PulseAudio mixer does when the user moves the only stream; true when the graph has heard of it.
+    /// Moves the player's only stream as a PulseAudio mixer does. Returns true when the graph shows the move.
     ///
-    /// This mixer hangs up as soon as it has its answer. Then the servers may find the hang-up and the
-    /// request together, and drop the request unread: with no VELLO near, 16 of 385 moves came to nothing. A
-    /// user would move the stream again.
+    /// This mixer disconnects as soon as it has the answer. The servers may then see the disconnect together
+    /// with the request, and drop the request unread: without VELLO, 16 of 385 moves had no effect. A user
+    /// would move the stream again.
     bool moveInPulseAudioMixer(const std::string& player, const std::string& output) {
         const auto list = session().run({"pactl", "list", "short", "sink-inputs"});
         const auto before = graph().state();
@@ -71,7 +71,7 @@ protected:
     }
 };
 
-TEST_F(VelloRouting, playsEachApplicationOnTheOutputChosenForIt) {
+TEST_F(VelloRouting, PlaysEachApplicationOnTheOutputChosenForIt) {
     writeSettings(session(), {{"org.example.one", {.volume = 0.5, .output = "output-b"}},
                               {"org.example.two", {.volume = 0.5, .output = "output-a"}}});
     play({.name = "one", .applicationID = "org.example.one"});
@@ -82,12 +82,12 @@ TEST_F(VelloRouting, playsEachApplicationOnTheOutputChosenForIt) {
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
 }
 
-TEST_F(VelloRouting, usesAChosenOutputThatIsPluggedInLater) {
+TEST_F(VelloRouting, UsesAChosenOutputThatIsPluggedInLater) {
     writeSettings(session(), {{"org.example.player", {.volume = 0.5, .output = "output-c"}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
-    // Only VELLO plays to it: the application's stream is captured.
+    // Only VELLO plays to it, because the application's stream is captured.
     const auto isUsed = [](const GraphState& state) {
         const auto output = state.nodeNamed("output-c");
         return output && isTapped(state, "player") &&
@@ -102,15 +102,15 @@ TEST_F(VelloRouting, usesAChosenOutputThatIsPluggedInLater) {
     EXPECT_TRUE(awaitWay("output-c", Way::tapped));
 }
 
-TEST_F(VelloRouting, staysOnTheOutputThatTheApplicationUses) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, StaysOnTheOutputThatTheApplicationUses) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player", .output = "output-b"});
     startVello();
     EXPECT_TRUE(awaitWay("output-b", Way::tapped));
 }
 
-TEST_F(VelloRouting, followsAStreamThatTheUserMovesInANativeMixer) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, FollowsAStreamThatTheUserMovesInANativeMixer) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
@@ -119,8 +119,8 @@ TEST_F(VelloRouting, followsAStreamThatTheUserMovesInANativeMixer) {
     EXPECT_TRUE(awaitWay("output-a", Way::silent));
 }
 
-TEST_F(VelloRouting, followsAStreamThatTheUserMovesInAPulseAudioMixer) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, FollowsAStreamThatTheUserMovesInAPulseAudioMixer) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player", .signal = "counter"},
          PlayerKind::pulseAudio);
     startVello();
@@ -130,14 +130,14 @@ TEST_F(VelloRouting, followsAStreamThatTheUserMovesInAPulseAudioMixer) {
     EXPECT_TRUE(awaitWay("output-a", Way::silent));
 }
 
-TEST_F(VelloRouting, followsAMoveWhoseMetadataTheServerKeepsToItself) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, FollowsAMoveWhoseMetadataTheServerKeepsToItself) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
     const auto stream = graph().state().nodeNamed("player")->id;
-    // A change that reaches the server while it waits for the session manager's answer to a newcomer is told
-    // to the newcomer alone.
+    // A change that reaches the server while it waits for the session manager's answer to a new client is
+    // reported to that client only.
     session().sessionManager().signal(SIGSTOP);
     graph().moveStream(stream, "output-b");
     const auto clients = graph().state().clients.size();
@@ -151,8 +151,8 @@ TEST_F(VelloRouting, followsAMoveWhoseMetadataTheServerKeepsToItself) {
     EXPECT_TRUE(awaitWay("output-a", Way::silent));
 }
 
-TEST_F(VelloRouting, givesAStreamBackToWhereTheUserMovedIt) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, GivesAStreamBackToWhereTheUserMovedIt) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
@@ -162,8 +162,8 @@ TEST_F(VelloRouting, givesAStreamBackToWhereTheUserMovedIt) {
     EXPECT_TRUE(awaitWay("output-b", Way::direct));
 }
 
-TEST_F(VelloRouting, leavesAStreamWhereTheUserMovedItWhenItIsKilled) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, LeavesAStreamWhereTheUserMovedItWhenItIsKilled) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     startVello();
     ASSERT_TRUE(awaitWay("output-a", Way::tapped));
@@ -175,8 +175,8 @@ TEST_F(VelloRouting, leavesAStreamWhereTheUserMovedItWhenItIsKilled) {
     EXPECT_TRUE(awaitSaved("output-b")) << savedStreams();
 }
 
-TEST_F(VelloRouting, takesNoTargetOverFromAStreamThatHadTheSameNumber) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, TakesNoTargetOverFromAStreamThatHadTheSameNumber) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     startVello();
     int attempt = 1;
     while (!replaceMovedPlayer("first-" + std::to_string(attempt), "second-" + std::to_string(attempt))) {
@@ -187,8 +187,8 @@ TEST_F(VelloRouting, takesNoTargetOverFromAStreamThatHadTheSameNumber) {
     EXPECT_TRUE(awaitWay("output-b", Way::silent));
 }
 
-TEST_F(VelloRouting, keepsTheUsersSavedOutputChoice) {
-    writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+TEST_F(VelloRouting, KeepsTheUsersSavedOutputChoice) {
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     const PlayerOptions options = {.name = "player", .applicationID = "org.example.player"};
     play(options);
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
@@ -203,10 +203,10 @@ TEST_F(VelloRouting, keepsTheUsersSavedOutputChoice) {
     ASSERT_TRUE(awaitWay("output-b", Way::tapped)) << "a player that comes back while VELLO runs";
     stopVello();
     ASSERT_TRUE(awaitWay("output-b", Way::direct));
-    // The session manager saves late: give it the time that it takes after a change.
+    // The session manager saves late. Wait for as long as it takes after a change.
     monitor("output-b").record(2 * 48000);
     EXPECT_THAT(savedStreams(), testing::HasSubstr("output-b"));
-    EXPECT_THAT(savedStreams(), testing::Not(testing::HasSubstr(tapPrefix)));
+    EXPECT_THAT(savedStreams(), testing::Not(testing::HasSubstr(kTapPrefix)));
     endPlayer("player");
     play(options);
     EXPECT_TRUE(awaitWay("output-b", Way::direct)) << "a player that comes back without VELLO";

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The servers go and come back while applications play.
+// The servers end and restart while applications play.
 #include "VelloTest.h"
 
 #include <string>
@@ -7,21 +7,21 @@
 namespace vello::session {
 namespace {
 
-/// What is killed: one of the servers alone, or the sound server itself, and with it all of them.
+/// What is killed: one of the servers alone, or the sound server and with it all of them.
 enum class Victim { sessionManager, pulseServer, allServers };
 
-/// With devices that go with the server and return some time after it, as hardware does.
+/// With devices that vanish with the server and return some time after it, as hardware does.
 ///
-/// The applications begin anew afterwards, and are native ones where a session manager starts: WirePlumber
-/// 0.4 does not link a native stream of before to anything. With PulseAudio clients the servers of Debian 12
-/// now and then lock each other out for good while a session manager starts, whoever else is there (`pw-dump
-/// -m` and a loop that kills WirePlumber show it).
+/// The applications are started again afterwards. They are native ones when the session manager restarts:
+/// WirePlumber 0.4 does not link native streams that existed before. With PulseAudio clients the servers of
+/// Debian 12 occasionally deadlock while a session manager starts, also without VELLO (`pw-dump -m` and a
+/// loop that kills WirePlumber show it).
 class VelloRestarts : public VelloTest, public testing::WithParamInterface<Victim> {
 protected:
     void SetUp() override {
         openSession({.outputs = {}});
         plugIn();
-        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
         playAll();
         startVello();
         ASSERT_TRUE(awaitAll());
@@ -30,14 +30,14 @@ protected:
     bool awaitDefault(const std::string& name) {
         return graph().waitUntil([&](const GraphState& state) { return state.defaultOutput() == name; });
     }
-    /// Until there is a device all play to the stand-in that the PulseAudio server puts there.
+    /// Until a device exists, all play to the dummy output that the PulseAudio server creates.
     void plugIn() {
         ASSERT_TRUE(awaitDefault("auto_null"));
         graph().createOutput("output-a", "Output A");
         ASSERT_TRUE(awaitDefault("output-a"));
     }
     void playAll() {
-        for (int i = 0; i < constantCode::applications; ++i) {
+        for (int i = 0; i < constantCode::kApplications; ++i) {
             const auto number = std::to_string(i);
             play({.name = "player" + number,
                   .applicationID = "org.example.player" + number,
@@ -68,7 +68,7 @@ protected:
     bool awaitAll() {
         const auto areAllTapped = [&](const Recording& last) {
             for (const std::size_t frame : {std::size_t{0}, last.frames() - 1})
-                for (int i = 0; i < constantCode::applications; ++i)
+                for (int i = 0; i < constantCode::kApplications; ++i)
                     if (constantCode::digit(last.sample(frame, 0), i) != 1)
                         return false;
             return true;
@@ -77,7 +77,7 @@ protected:
     }
 };
 
-TEST_P(VelloRestarts, equalizesApplicationsAgain) {
+TEST_P(VelloRestarts, EqualizesApplicationsAgain) {
     for (int i = 0; i < repetitions(4); ++i) {
         forgetMonitors();
         killAndStart();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The measuring tools themselves, proven on direct playing.
+// Tests the measuring tools themselves with direct playback.
 #include "AudioGraph.h"
 #include "MonitorRecorder.h"
 #include "Passage.h"
@@ -25,7 +25,7 @@ bool carriesNumbers(const Recording& recording) {
     return true;
 }
 
-TEST(Session, showsItsOutputsAndNothingElse) {
+TEST(Session, ShowsItsOutputsAndNothingElse) {
     PrivateAudioSession session;
     AudioGraph graph(session.socket());
     EXPECT_EQ(graph.state().nodesOfClass("Audio/Sink").size(), 2U);
@@ -34,7 +34,7 @@ TEST(Session, showsItsOutputsAndNothingElse) {
     EXPECT_THAT(session.run({"pactl", "list", "short", "sinks"}), testing::HasSubstr("output-b"));
 }
 
-TEST(Session, leavesNothingBehind) {
+TEST(Session, LeavesNothingBehind) {
     std::filesystem::path folder;
     pid_t server = 0;
     {
@@ -49,7 +49,7 @@ TEST(Session, leavesNothingBehind) {
 
 class SessionQuantum : public testing::TestWithParam<int> {};
 
-TEST_P(SessionQuantum, recordsADirectPlayerWithoutALostFrame) {
+TEST_P(SessionQuantum, RecordsADirectPlayerWithoutALostFrame) {
     const auto quantum = static_cast<std::size_t>(GetParam());
     PrivateAudioSession session({.quantum = GetParam()});
     const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
@@ -62,7 +62,7 @@ TEST_P(SessionQuantum, recordsADirectPlayerWithoutALostFrame) {
     for (const auto& cycle : recording.cycles())
         EXPECT_EQ(cycle.frames, quantum);
     EXPECT_EQ(recording.lostFrames(), 0U);
-    // The player fills its buffer one cycle ahead, always the same.
+    // The player fills its buffer exactly one cycle ahead.
     for (std::size_t frame = 0; frame < recording.frames(); frame += 17)
         ASSERT_EQ(recording.delay(frame), recording.delay(0)) << frame;
 }
@@ -71,7 +71,7 @@ INSTANTIATE_TEST_SUITE_P(, SessionQuantum, testing::Values(256, 1024));
 
 class SessionPlayer : public testing::TestWithParam<PlayerKind> {};
 
-TEST_P(SessionPlayer, isHeardExactlyOnItsOutput) {
+TEST_P(SessionPlayer, IsHeardExactlyOnItsOutput) {
     PrivateAudioSession session;
     const auto player =
         startPlayer(session, GetParam(), {.name = "p", .signal = "counter", .output = "output-b"});
@@ -89,7 +89,7 @@ INSTANTIATE_TEST_SUITE_P(, SessionPlayer,
                                          PlayerKind::commandLine),
                          [](const auto& kind) { return name(kind.param); });
 
-TEST(Session, seesAStreamMovedByAMixer) {
+TEST(Session, SeesAStreamMovedByAMixer) {
     PrivateAudioSession session;
     const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
     AudioGraph graph(session.socket());
@@ -100,7 +100,7 @@ TEST(Session, seesAStreamMovedByAMixer) {
     })) << describe(graph.state());
 }
 
-TEST(Session, makesAndDestroysAnOutput) {
+TEST(Session, MakesAndDestroysAnOutput) {
     PrivateAudioSession session;
     AudioGraph graph(session.socket());
     graph.createOutput("output-c", "Output C");
@@ -112,7 +112,7 @@ TEST(Session, makesAndDestroysAnOutput) {
         << describe(graph.state());
 }
 
-TEST(Session, followsTheChosenDefaultOutput) {
+TEST(Session, FollowsTheChosenDefaultOutput) {
     PrivateAudioSession session;
     AudioGraph graph(session.socket());
     const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
@@ -122,7 +122,7 @@ TEST(Session, followsTheChosenDefaultOutput) {
     })) << describe(graph.state());
 }
 
-TEST(Session, changesTheRateOfTheGraph) {
+TEST(Session, ChangesTheRateOfTheGraph) {
     PrivateAudioSession session({.allowedRates = {44100, 48000}});
     AudioGraph graph(session.socket());
     MonitorRecorder recorder(session.socket(), "output-a");
@@ -133,7 +133,7 @@ TEST(Session, changesTheRateOfTheGraph) {
         recorder.recordUntil([](const Recording& last) { return last.sampleRate() == 44100; }, 1024, 5s));
 }
 
-TEST(Session, comesBackAfterItsServersWereKilled) {
+TEST(Session, ComesBackAfterItsServersWereKilled) {
     PrivateAudioSession session;
     AudioGraph before(session.socket());
     session.killServers();
@@ -143,7 +143,7 @@ TEST(Session, comesBackAfterItsServersWereKilled) {
     EXPECT_EQ(after.state().defaultOutput(), "output-a");
 }
 
-TEST(Session, hearsSilenceInTheCyclesThatAPlayerMisses) {
+TEST(Session, HearsSilenceInTheCyclesThatAPlayerMisses) {
     PrivateAudioSession session({.quantum = 256});
     const auto player = startPlayer(session, PlayerKind::native, {.name = "p"});
     MonitorRecorder recorder(session.socket(), "output-a");
@@ -156,15 +156,15 @@ TEST(Session, hearsSilenceInTheCyclesThatAPlayerMisses) {
     EXPECT_EQ(recorder.recording().lostFrames(), 0U);
 }
 
-TEST(Session, tellsEightConstantPlayersApartInOneSum) {
+TEST(Session, TellsEightConstantPlayersApartInOneSum) {
     double sum = 0;
-    for (int i = 0; i < constantCode::applications; ++i)
+    for (int i = 0; i < constantCode::kApplications; ++i)
         sum += constantCode::emitted(i) * (i % 3) / 2.0;
-    for (int i = 0; i < constantCode::applications; ++i)
+    for (int i = 0; i < constantCode::kApplications; ++i)
         EXPECT_EQ(constantCode::digit(static_cast<float>(sum), i), i % 3) << i;
 }
 
-TEST(Session, measuresTheLevelOfASine) {
+TEST(Session, MeasuresTheLevelOfASine) {
     PrivateAudioSession session;
     const auto player =
         startPlayer(session, PlayerKind::native, {.name = "p", .signal = "sines=1000,4000@0.125"});
@@ -180,7 +180,7 @@ TEST(Session, measuresTheLevelOfASine) {
 
 class SessionFormat : public testing::TestWithParam<SampleFormat> {};
 
-TEST_P(SessionFormat, carriesEachOfEightChannelsToItsOwn) {
+TEST_P(SessionFormat, CarriesEachOfEightChannelsToItsOwn) {
     PrivateAudioSession session({.outputs = {{"wide", "Wide", 8}}});
     const auto player = startPlayer(session, PlayerKind::native,
                                     {.name = "p",

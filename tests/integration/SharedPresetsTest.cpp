@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Two machines of one user, as far as VELLO can tell: two session buses with an instance each, and one folder
-// that both share.
+// Simulates two machines of one user: two session buses with one instance each, and a shared folder.
 #include "Control/Bus/RunningInstance.h"
 #include "Control/Bus/StateMaps.h"
 
@@ -28,7 +27,7 @@ using Clock = std::chrono::steady_clock;
 constexpr int kExchanges = 100;
 constexpr int kKills = 10;
 
-/// A session with an instance. No sound server is there; the instance looks for one in vain.
+/// A session with an instance and without a sound server.
 class Machine {
 public:
     Machine(const std::filesystem::path& folder, const std::filesystem::path& shared)
@@ -97,7 +96,7 @@ protected:
     Machine second_{folder_ / "second", folder_ / "shared"};
 };
 
-TEST_F(SharedPresets, comeOverBothWaysWithinTwoSecondsAHundredTimes) {
+TEST_F(SharedPresets, ComeOverBothWaysWithinTwoSecondsAHundredTimes) {
     std::chrono::duration<double> longest{0};
     for (int i = 0; i < kExchanges; ++i)
         for (auto [from, to, name] :
@@ -115,14 +114,14 @@ TEST_F(SharedPresets, comeOverBothWaysWithinTwoSecondsAHundredTimes) {
     RecordProperty("longestSeconds", std::to_string(longest.count()));
 }
 
-TEST_F(SharedPresets, areNotLostWhenAProcessIsKilledInMidWrite) {
+TEST_F(SharedPresets, AreNotLostWhenAProcessIsKilledInMidWrite) {
     std::mt19937 random(1);
     std::set<std::string> saved;
     int unanswered = 0;
     for (int i = 0; i < kKills; ++i) {
         Machine& victim = i % 2 == 0 ? first_ : second_;
         Machine& other = i % 2 == 0 ? second_ : first_;
-        // Both write at once, many times, and one is killed somewhere in there.
+        // Both write at the same time, many times, and one is killed at a random moment.
         const auto end = Clock::now() + std::chrono::milliseconds(50 + random() % 50);
         auto killer = std::async(std::launch::async, [&] {
             Machine::waitUntil([&] { return Clock::now() >= end; }, 1s);

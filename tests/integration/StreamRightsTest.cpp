@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-// Streams that VELLO leaves as they are: their application, or whoever connected them, has the say.
+// Streams that VELLO leaves untouched, because their application, or the program or user that linked them,
+// decides where they play.
 #include "VelloTest.h"
 
 namespace vello::session {
 namespace {
 
-/// Two outputs: on the first plays what is looked at, on the second an application that shows by being
-/// equalized that VELLO has had its turn.
+/// Two outputs. The stream under test plays on the first. On the second plays an application that proves, by
+/// being equalized, that VELLO has processed all streams.
 class VelloAndRights : public VelloTest {
 protected:
     void openSession(SessionOptions options = {}) {
         VelloTest::openSession(std::move(options));
-        writeSettings(session(), {{systemSource, {.volume = 0.5}}});
+        writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
         play({.name = "witness", .applicationID = "org.example.witness", .output = "output-b"});
     }
     [[nodiscard]] bool awaitVello() { return awaitTapped("witness") && awaitWay("output-b", Way::tapped); }
@@ -26,7 +27,7 @@ protected:
     std::string mark() const { return std::string(GetParam()) + "=true"; }
 };
 
-TEST_P(VelloAndAFixedStream, hearsItDirectlyAndUntouched) {
+TEST_P(VelloAndAFixedStream, HearsItDirectlyAndUntouched) {
     play({.name = "fixed", .applicationID = "org.example.fixed", .properties = {mark()}});
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
     startVello();
@@ -39,7 +40,7 @@ TEST_P(VelloAndAFixedStream, hearsItDirectlyAndUntouched) {
     EXPECT_TRUE(awaitWay("output-a", Way::direct));
 }
 
-TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedApplication) {
+TEST_P(VelloAndAFixedStream, LeavesTheSecondStreamOfATappedApplication) {
     play({.name = "player", .applicationID = "org.example.both", .signal = "constant=0.5"});
     startVello();
     ASSERT_TRUE(awaitTapped("player"));
@@ -47,7 +48,7 @@ TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedApplication) {
           .applicationID = "org.example.both",
           .signal = "constant=0.125",
           .properties = {mark()}});
-    // Whoever comes later is taken later.
+    // A stream that appears later is also processed later.
     play({.name = "late", .applicationID = "org.example.late", .output = "output-b"});
     ASSERT_TRUE(awaitTapped("late"));
     const auto sumIs = [](float sum) {
@@ -60,7 +61,7 @@ TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedApplication) {
     EXPECT_TRUE(monitor("output-a").recordUntil(sumIs(0.5F + 0.125F), 4096, 8s));
 }
 
-TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedClient) {
+TEST_P(VelloAndAFixedStream, LeavesTheSecondStreamOfATappedClient) {
     auto& player = play({.name = "player", .applicationID = "org.example.player", .signal = "constant=0.25"});
     startVello();
     ASSERT_TRUE(awaitTapped("player"));
@@ -74,8 +75,8 @@ TEST_P(VelloAndAFixedStream, leavesTheSecondStreamOfATappedClient) {
     EXPECT_TRUE(monitor("output-a").recordUntil(sumIs(0.5F), 4096, 8s));
 }
 
-TEST_P(VelloAndAFixedStream, leavesItAlsoWhenItLosesTheMark) {
-    // The session manager has read the mark and goes on not to move the stream.
+TEST_P(VelloAndAFixedStream, LeavesItAlsoWhenItLosesTheMark) {
+    // The session manager has read the property and keeps the stream where it is.
     auto& player = play({.name = "fixed", .applicationID = "org.example.fixed", .properties = {mark()}});
     startVello();
     ASSERT_TRUE(awaitVello());
@@ -95,7 +96,7 @@ INSTANTIATE_TEST_SUITE_P(, VelloAndAFixedStream, testing::Values("node.dont-reco
                                                                                 : "dontReconnect";
                          });
 
-TEST_F(VelloAndRights, leavesAStreamThatAPatchbayConnected) {
+TEST_F(VelloAndRights, LeavesAStreamThatAPatchbayConnected) {
     openSession();
     play({.name = "patched", .properties = {"node.autoconnect=false"}});
     connectByHand("patched", "output-a");
@@ -110,7 +111,7 @@ TEST_F(VelloAndRights, leavesAStreamThatAPatchbayConnected) {
     EXPECT_TRUE(awaitWay("output-a", Way::direct));
 }
 
-TEST_F(VelloAndRights, leavesAStreamThatHasTheDeviceForItself) {
+TEST_F(VelloAndRights, LeavesAStreamThatHasTheDeviceForItself) {
     openSession();
     play({.name = "exclusive", .properties = {"node.exclusive=true"}});
     const auto isAlone = [&](const GraphState& state) { return state.isLinked("exclusive", "output-a"); };
@@ -123,7 +124,7 @@ TEST_F(VelloAndRights, leavesAStreamThatHasTheDeviceForItself) {
     EXPECT_TRUE(isLeftAlone("exclusive", "output-a"));
 }
 
-TEST_F(VelloAndRights, leavesAClientOfTheJackKind) {
+TEST_F(VelloAndRights, LeavesAClientOfTheJackKind) {
     openSession();
     play({.name = "jack"}, PlayerKind::jack);
     connectByHand("jack", "output-a");
@@ -137,7 +138,7 @@ TEST_F(VelloAndRights, leavesAClientOfTheJackKind) {
     EXPECT_TRUE(isLeftAlone("jack", "output-a"));
 }
 
-TEST_F(VelloAndRights, takesASurroundStreamWhenItsDeviceBecomesAStereoOne) {
+TEST_F(VelloAndRights, TakesASurroundStreamWhenItsDeviceBecomesAStereoOne) {
     openSession({.outputs = {{"surround", "Surround", 6}, {"output-b", "Output B"}}});
     play({.name = "film", .applicationID = "org.example.film", .channels = 6});
     startVello();

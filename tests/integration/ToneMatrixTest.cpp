@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The matrix tests' own arithmetic, without any sound.
+// The arithmetic of the matrix tests, without any sound.
 #include "ChannelMatrix.h"
 
 #include "DesignedResponse.h"
@@ -10,12 +10,12 @@
 namespace vello::session {
 namespace {
 
-/// One stream of two channels, each heard on its own side at that level and 70 dB lower on the other.
+/// A stereo stream, each channel at that level on its own side and 70 dB lower on the other.
 ToneMatrix stereoAt(double level) {
     return {{{.channels = 2}}, {{{level, level - 70}, {level - 70, level}}}};
 }
 
-TEST(ToneStreams, haveEachPairOfValuesInEveryVariant) {
+TEST(ToneStreams, HaveEachPairOfValuesInEveryVariant) {
     for (int variant = 0; variant < 3; ++variant) {
         std::set<std::tuple<int, SampleFormat>> formatsOfWidths;
         std::set<std::tuple<int, int>> ratesOfWidths;
@@ -31,7 +31,7 @@ TEST(ToneStreams, haveEachPairOfValuesInEveryVariant) {
     }
 }
 
-TEST(ToneStreams, areAllCombinationsInThreeVariants) {
+TEST(ToneStreams, AreAllCombinationsInThreeVariants) {
     std::set<std::string> names;
     for (int variant = 0; variant < 3; ++variant)
         for (const auto& stream : toneStreams(variant))
@@ -39,7 +39,7 @@ TEST(ToneStreams, areAllCombinationsInThreeVariants) {
     EXPECT_EQ(names.size(), 36U);
 }
 
-TEST(ToneMatrix, differsFromATenthOfADecibelOn) {
+TEST(ToneMatrix, DiffersFromATenthOfADecibelOn) {
     const double level = -34;
     EXPECT_EQ(differences(stereoAt(level), stereoAt(level + 0.09)), "");
     EXPECT_EQ(differences(stereoAt(level), stereoAt(level - 0.09)), "");
@@ -47,15 +47,15 @@ TEST(ToneMatrix, differsFromATenthOfADecibelOn) {
     EXPECT_NE(differences(stereoAt(level), stereoAt(level - 0.11)), "");
 }
 
-TEST(ToneMatrix, differsWhereSilenceIsWantedAndNotHeard) {
+TEST(ToneMatrix, DiffersWhereSilenceIsWantedAndNotHeard) {
     auto heard = stereoAt(-34);
     heard.levels[0][0][1] = -34 - 50;
     EXPECT_THAT(differences(stereoAt(-34), heard), testing::HasSubstr("channel 0 arrives on 1"));
-    heard.levels[0][0][1] = silentLevel;
+    heard.levels[0][0][1] = kSilentLevel;
     EXPECT_EQ(differences(stereoAt(-34), heard), "");
 }
 
-TEST(ToneMatrix, isEqualizedWhereTheStreamIsTaken) {
+TEST(ToneMatrix, IsEqualizedWhereTheStreamIsTaken) {
     const SourceSettings settings = {.bandGains = {6, -4, 3, 5, -6, 4, -3, 6}, .volume = 0.5};
     const ToneMatrix direct = {
         {{.number = 0, .channels = 1}, {.number = 1, .channels = 6}},

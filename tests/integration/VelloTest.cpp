@@ -7,9 +7,9 @@
 namespace vello::session {
 namespace {
 
-constexpr const char* captureClass = "Audio/Sink/Internal";
+constexpr const char* kCaptureClass = "Audio/Sink/Internal";
 
-/// Outputs that are made later have two.
+/// Outputs created later have two channels.
 int channelsOf(const SessionOptions& options, const std::string& output) {
     const auto found = std::ranges::find(options.outputs, output, &VirtualOutput::name);
     return found == options.outputs.end() ? 2 : found->channels;
@@ -30,7 +30,7 @@ void VelloTest::reconnect() {
 
 void VelloTest::TearDown() {
     if (HasFailure() && session_ != nullptr) {
-        // So that what is told of the graph is not older than this.
+        // So that the reported graph is not older than this moment.
         graph_->waitUntil([](const GraphState&) { return false; }, 1s);
         ADD_FAILURE() << "VELLO says:\n"
                       << (vello_ != nullptr ? vello_->output() : "") << "\nthe servers say:\n"
@@ -40,7 +40,7 @@ void VelloTest::TearDown() {
 }
 
 void VelloTest::startVello(const std::vector<std::string>& launcher) {
-    // With as many open files as a login grants; it sees to it itself that it gets along.
+    // With the usual limit of open files of a login; VELLO raises it by itself.
     std::vector<std::string> command{"prlimit", "--nofile=1024:"};
     command.insert(command.end(), launcher.begin(), launcher.end());
     command.insert(command.end(), {VELLO_PROGRAM, "--headless"});
@@ -92,13 +92,13 @@ int repetitions(int usual) {
 }
 
 bool isVellos(const GraphNode& node) {
-    return node.name().starts_with(tapPrefix);
+    return node.name().starts_with(kTapPrefix);
 }
 
 std::vector<std::string> captures(const GraphState& state) {
     std::vector<std::string> result;
     for (const auto& [id, node] : state.nodes)
-        if (isVellos(node) && node.mediaClass() == captureClass)
+        if (isVellos(node) && node.mediaClass() == kCaptureClass)
             result.push_back(node.name());
     return result;
 }
@@ -119,12 +119,12 @@ std::vector<std::string> destinations(const GraphState& state, const std::string
 
 bool isTapped(const GraphState& state, const std::string& player) {
     const auto places = destinations(state, player);
-    return places.size() == 1 && places.front().starts_with(tapPrefix);
+    return places.size() == 1 && places.front().starts_with(kTapPrefix);
 }
 
 bool isTouched(const GraphState& state, const std::string& player) {
     const auto* node = state.nodeNamed(player);
-    return node != nullptr && state.metadataValue(node->id, "target.object").starts_with(tapPrefix);
+    return node != nullptr && state.metadataValue(node->id, "target.object").starts_with(kTapPrefix);
 }
 
 bool isLeftAlone(const GraphState& state, const std::string& player, const std::string& output) {
@@ -133,14 +133,14 @@ bool isLeftAlone(const GraphState& state, const std::string& player, const std::
 
 int redirects(const GraphState& state) {
     return static_cast<int>(std::ranges::count_if(
-        state.metadata, [](const auto& entry) { return entry.second.starts_with(tapPrefix); }));
+        state.metadata, [](const auto& entry) { return entry.second.starts_with(kTapPrefix); }));
 }
 
 int capturesMade(const AudioGraph& graph) {
     const auto events = graph.events();
     return static_cast<int>(std::ranges::count_if(events, [](const GraphEvent& event) {
-        return event.kind == GraphEvent::Kind::nodeAdded && event.subject.starts_with(tapPrefix) &&
-               event.value == captureClass;
+        return event.kind == GraphEvent::Kind::nodeAdded && event.subject.starts_with(kTapPrefix) &&
+               event.value == kCaptureClass;
     }));
 }
 

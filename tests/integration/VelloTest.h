@@ -22,11 +22,11 @@ namespace vello::session {
 
 using namespace std::chrono_literals;
 
-/// VELLO in a private audio session, with players and recorders. Whatever a test has started ends with it; a
-/// failed one tells what VELLO, the servers and the graph have to say.
+/// VELLO in a private audio session, with players and recorders. Everything that a test has started ends with
+/// it. A failed test prints the logs of VELLO and the servers, and the graph.
 class VelloTest : public testing::Test {
 protected:
-    /// To be called first. The user of the session allows the capture.
+    /// Must be called first. The user of the session allows the capture.
     void openSession(SessionOptions options = {});
     void TearDown() override;
 
@@ -34,29 +34,29 @@ protected:
     PrivateAudioSession& session() { return *session_; }
     AudioGraph& graph() { return *graph_; }
     int quantum() const { return session_->options().quantum; }
-    /// After the servers came back.
+    /// Call after the servers were restarted.
     void reconnect();
 
-    /// `launcher` is a command that becomes the program after its arguments, such as env.
+    /// `launcher` is a command that executes the program given after its arguments, such as env.
     void startVello(const std::vector<std::string>& launcher = {});
     ChildProcess& vello() { return *vello_; }
-    /// Asks VELLO to end; a test fails when it does not.
+    /// Requests VELLO to end; the test fails when it does not.
     void stopVello();
 
     ChildProcess& play(const PlayerOptions& options, PlayerKind kind = PlayerKind::native);
-    /// What a patchbay does: links the front channels of a player to those of the output.
+    /// Links the front channels of a player to those of the output, as a patchbay does.
     void connectByHand(const std::string& player, const std::string& output);
     /// Ends a player and waits until its stream is gone.
     void endPlayer(const std::string& name);
     void endPlayers() { players_.clear(); }
 
-    /// The recorder at an output, made when first asked for.
+    /// The recorder of an output, created on first use.
     MonitorRecorder& monitor(const std::string& output);
     void forgetMonitors() { monitors_.clear(); }
-    /// Waits until what is heard at the output took that way for `frames` frames.
+    /// Waits until the output's sound has taken that way for `frames` frames.
     [[nodiscard]] bool awaitWay(const std::string& output, Way way, std::size_t frames = 8192,
                                 std::chrono::milliseconds timeout = 8s);
-    /// Waits until every stream of this name is linked to a capture of VELLO and to nothing else.
+    /// Waits until every stream of this name is linked only to a capture of VELLO.
     [[nodiscard]] bool awaitTapped(const std::string& player, std::chrono::milliseconds timeout = 8s);
 
 private:
@@ -68,23 +68,22 @@ private:
     int velloStarts_ = 0;
 };
 
-/// How often a test does what it is about: `usual` times, or as often as whoever measures says in
-/// VELLO_REPETITIONS.
+/// How often a test repeats its action: `usual` times, or VELLO_REPETITIONS times for a measurement.
 int repetitions(int usual);
 /// Whether the node belongs to VELLO.
 bool isVellos(const GraphNode& node);
-/// Names of the captures that VELLO has now.
+/// Names of VELLO's current captures.
 std::vector<std::string> captures(const GraphState& state);
-/// Where the streams of that name are linked to, by name, sorted.
+/// Names of the nodes that the player's streams are linked to, sorted.
 std::vector<std::string> destinations(const GraphState& state, const std::string& player);
 bool isTapped(const GraphState& state, const std::string& player);
-/// Whether VELLO has written anything about the stream.
+/// Whether VELLO has written any metadata for the stream.
 bool isTouched(const GraphState& state, const std::string& player);
-/// Whether the stream plays on that output and nowhere else, untouched.
+/// Whether the stream plays only on that output and is untouched.
 bool isLeftAlone(const GraphState& state, const std::string& player, const std::string& output);
-/// Streams whose target in the metadata is a capture of VELLO.
+/// Number of streams whose target in the metadata is a capture of VELLO.
 int redirects(const GraphState& state);
-/// How many captures VELLO has made since the graph was looked at first.
+/// Number of captures that VELLO has made since the graph was first observed.
 int capturesMade(const AudioGraph& graph);
 
 } // namespace vello::session

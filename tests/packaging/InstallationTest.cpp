@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 constexpr char kIdentifier[] = "com.quorvin.Vello";
 
-/// VELLO as a package would install it, in a folder that stands for the root.
+/// VELLO as installed by a package, in a folder that serves as the root.
 class InstallationTest : public testing::Test {
 protected:
     InstallationTest() {
@@ -36,7 +36,7 @@ protected:
     fs::path installed(const std::string& name) const { return root_.path() / "usr" / name; }
     std::string share(const std::string& name) const { return (installed("share") / name).string(); }
     std::string program() const { return installed("bin/vello").string(); }
-    /// What the toolkit needs and nothing of this machine's session.
+    /// The variables that Qt needs, without this machine's session.
     session::Environment bareEnvironment() const {
         return {{"PATH", session::ownEnvironment()["PATH"]},
                 {"HOME", outputs_.path().string()},
@@ -67,7 +67,7 @@ TEST_F(InstallationTest, HasItsIconInEverySize) {
             readTestFile(share("icons/hicolor/" + side + "x" + side + "/apps/" + kIdentifier + ".png"));
         ASSERT_GT(image.size(), 24U) << size;
         EXPECT_EQ(image.substr(1, 3), "PNG");
-        // Width and height, the most significant byte first.
+        // Width and height, big endian.
         for (const std::size_t place : {18U, 22U})
             EXPECT_EQ(static_cast<unsigned char>(image[place]) * 256 +
                           static_cast<unsigned char>(image[place + 1]),

@@ -7,7 +7,7 @@
 
 namespace vello {
 
-/// Fired by the test.
+/// Events that the test fires.
 class FakeApplicationEvents final : public ApplicationEvents {
 public:
     void onDidBecomeActive(Action action) override { didBecomeActive_ = std::move(action); }
@@ -17,7 +17,7 @@ public:
         if (didBecomeActive_)
             didBecomeActive_();
     }
-    /// Only the first call runs the action, as the port promises.
+    /// As the port promises, only the first call runs the action.
     void fireWillTerminate() {
         if (const auto action = std::exchange(willTerminate_, nullptr))
             action();

@@ -32,9 +32,9 @@ enum class HardwareCall {
     destroyProcessTap,
 };
 
-/// The audio object model in memory, scripted by the test. It records every call in order. Listeners fire
-/// through the main thread's queue. As the port promises, the counterparts of the creating calls may come
-/// from another thread.
+/// The audio object model in memory, scripted by the test. It records every call in order. Listeners are
+/// called through the main thread's queue. As the port allows, objects may be destroyed and stopped on
+/// another thread.
 class FakeAudioHardware final : public AudioHardware {
 public:
     explicit FakeAudioHardware(MainThread& mainThread);
@@ -62,10 +62,10 @@ public:
     AudioObjectID addDevice(const Device& device);
     AudioObjectID addProcess(const Process& process);
     AudioObjectID addExemptStream(const ExemptStream& stream);
-    /// The object dies: it leaves its list, reads of it fail, its listeners never fire again.
+    /// Removes the object: it leaves its list, reads of it fail, and its listeners are not called any more.
     void removeObject(AudioObjectID object);
     void setDefaultOutputDevice(AudioObjectID device);
-    /// Every object but the system object dies, and the listeners of the system object fire.
+    /// Removes every object but the system object, and calls the system object's listeners.
     void loseConnection();
 
     void setPropertyBytes(AudioObjectID object, FourCharCode selector, FourCharCode scope,
@@ -93,16 +93,17 @@ public:
         int times = std::numeric_limits<int>::max();
     };
     void fail(const Failure& failure);
-    /// The call after `callsBefore` further ones fails, whatever it is; reads and listeners count too.
+    /// Makes one call fail, after `callsBefore` further calls of any kind, including reads and listeners.
     void failCallNumber(std::size_t callsBefore, OSStatus status);
     void stopFailing();
-    /// The next such creation succeeds with the number 0.
+    /// The next such creation succeeds, but returns object number 0.
     void answerWithoutObject(HardwareCall creation);
 
     static constexpr int kNeverAlive = std::numeric_limits<int>::max();
-    /// How many reads of their liveness the aggregates created from now on answer with 0 first.
+    /// How often aggregates created from now on report that they are not alive yet.
     void setReadsUntilAlive(int reads);
-    /// The stream format of taps created from now on; at first interleaved 32-bit float, stereo, 48 kHz.
+    /// The stream format of taps created from now on; the default is interleaved 32-bit float, stereo, 48
+    /// kHz.
     void setTapFormat(const AudioStreamBasicDescription& format);
     static AudioStreamBasicDescription floatFormat(std::uint32_t channels, double sampleRate);
 
@@ -110,15 +111,15 @@ public:
 
     struct Call {
         HardwareCall call;
-        AudioObjectID object = 0;  ///< what it was called on, or what it created
+        AudioObjectID object = 0;  ///< the object that was called or created
         FourCharCode selector = 0; ///< of reads and listeners
         OSStatus status = kAudioHardwareNoError;
     };
     std::vector<Call> calls() const;
-    /// Runs inside each call, on its thread, when the call has had its effect.
+    /// Called inside each call, on its thread, after the call has taken effect.
     void setOnCall(std::function<void(const Call&)> onCall);
-    /// The calls that create, start, stop and destroy, in order, such as "startDevice 12", and " failed"
-    /// behind those that did.
+    /// The calls that create, start, stop and destroy, in order, such as "startDevice 12"; failed calls end
+    /// with " failed".
     std::vector<std::string> actions() const;
     void clearCalls();
     std::size_t listenerCount(AudioObjectID object, FourCharCode selector) const;
@@ -126,7 +127,7 @@ public:
     std::vector<AudioObjectID> liveTaps() const;
     std::vector<AudioObjectID> liveAggregates() const;
     std::size_t liveIOProcCount() const;
-    /// Descriptions stay after the object is gone.
+    /// Descriptions remain available after the object is gone.
     TapDescription tapDescription(AudioObjectID tap) const;
     AggregateDeviceDescription aggregateDescription(AudioObjectID device) const;
 
@@ -137,10 +138,11 @@ public:
         bool isRunning = false;
     };
     std::optional<IOProc> ioProcOf(AudioObjectID device) const;
-    /// One cycle of the device, on the calling thread. False when no callback of it runs.
+    /// Runs one cycle of the device on the calling thread. Returns false when it has no running callback.
     bool runCycle(AudioObjectID device, const AudioBufferList& input, AudioBufferList& output) const;
 
-    /// Where the two calls for signal handlers write: one byte 'A' or 'T' and the object number each.
+    /// Descriptor for the two calls of signal handlers: each writes one byte 'A' or 'T' and the object
+    /// number.
     void setSignalReport(int fileDescriptor) { signalReport_ = fileDescriptor; }
 
     OSStatus getPropertyDataSize(AudioObjectID object, const AudioObjectPropertyAddress& address,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The port's own calls of FakeAudioHardware.
+// The port's functions of FakeAudioHardware.
 #include "FakeAudioHardware.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@ namespace vello {
 
 namespace {
 
-/// Safe in a signal handler.
+/// Async-signal-safe.
 void report(int fileDescriptor, char kind, AudioObjectID object) noexcept {
     std::array<unsigned char, 1 + sizeof object> message{static_cast<unsigned char>(kind)};
     std::memcpy(message.data() + 1, &object, sizeof object);

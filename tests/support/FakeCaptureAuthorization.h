@@ -9,18 +9,14 @@
 
 namespace vello {
 
-/// Answers as the test says and records the calls.
+/// Returns the test's answers and records the calls.
 class FakeCaptureAuthorization final : public CaptureAuthorization {
 public:
-    static constexpr int allowed = 0;
-    static constexpr int denied = 1;
-    static constexpr int undecided = 2;
+    Consent answer = Consent::undecided;  ///< of preflight()
+    std::vector<Completion> openRequests; ///< in the order of the calls; the test answers them
+    std::vector<std::string> calls;       ///< "preflight", "request", "openSettings"
 
-    std::optional<int> answer = undecided; ///< of preflight()
-    std::vector<Completion> openRequests;  ///< in the order of the calls; the test answers them
-    std::vector<std::string> calls;        ///< "preflight", "request", "openSettings"
-
-    std::optional<int> preflight() override {
+    Consent preflight() override {
         calls.emplace_back("preflight");
         return answer;
     }
@@ -32,7 +28,7 @@ public:
     void onDidChange(Action action) override { didChange_ = std::move(action); }
 
     /// The consent changes, and the system says so.
-    void change(std::optional<int> newAnswer) {
+    void change(Consent newAnswer) {
         answer = newAnswer;
         if (didChange_)
             didChange_();

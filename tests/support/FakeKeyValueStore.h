@@ -9,7 +9,7 @@
 
 namespace vello {
 
-/// A map, and a record of the calls that write or synchronize.
+/// An in-memory map that records the calls that write or synchronize.
 class FakeKeyValueStore final : public KeyValueStore {
 public:
     std::map<std::string, std::string, std::less<>> values;
@@ -26,7 +26,7 @@ public:
     void synchronize() override { calls.emplace_back("synchronize"); }
     void onDidChangeExternally(Action action) override { didChange_ = std::move(action); }
 
-    /// Another machine stores `data`, or removes the key with nothing, and the notice arrives.
+    /// Another machine stores `data`, or removes the key when `data` is absent; then the notice arrives.
     void changeExternally(std::string_view key, std::optional<std::string> data) {
         if (data)
             values.insert_or_assign(std::string(key), std::move(*data));

@@ -9,12 +9,12 @@
 
 namespace vello {
 
-/// Becomes what the test says, and records the calls that change something.
+/// Has the status that the test sets, and records the calls that change it.
 class FakeLoginItem final : public LoginItem {
 public:
     Status current = Status::notRegistered;
     Status afterRegistration = Status::enabled;
-    bool failsToChange = false;     ///< registering and unregistering throw, and change nothing
+    bool failsToChange = false;     ///< registering and unregistering throw without any effect
     std::vector<std::string> calls; ///< "register" and "unregister"
 
     Status status() override { return current; }

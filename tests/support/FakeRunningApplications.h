@@ -13,7 +13,7 @@ class FakeRunningApplications final : public RunningApplications {
 public:
     std::map<std::int32_t, RunningApplication> applications;          ///< by process
     std::map<std::string, RunningApplication, std::less<>> installed; ///< by bundle identifier
-    std::map<std::int32_t, std::int32_t> responsible; ///< a process that is not in it answers with itself
+    std::map<std::int32_t, std::int32_t> responsible; ///< a process without an entry is its own
     std::int32_t own = 1000;
 
     std::optional<RunningApplication> runningApplication(std::int32_t pid) override {

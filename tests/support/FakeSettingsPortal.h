@@ -10,7 +10,7 @@
 
 namespace vello {
 
-/// A settings portal on a bus of the test's own. It is there after `appear`.
+/// A settings portal on a private bus. It exists after `appear`.
 class FakeSettingsPortal : public QDBusVirtualObject {
 public:
     explicit FakeSettingsPortal(const std::string& busAddress);
@@ -18,16 +18,16 @@ public:
 
     void appear();
     void vanish();
-    /// Keeps a value for those who ask, and tells it to those who listen.
+    /// Stores a value and emits the change signal.
     void set(const QString& space, const QString& key, const QVariant& value);
     void tell(const QString& space, const QString& key, const QVariant& value) const;
-    /// A colour as it travels: (ddd).
+    /// A colour in the D-Bus format (ddd).
     static QVariant color(double red, double green, double blue);
 
-    PortalSettings settings; ///< values as they travel
+    PortalSettings settings; ///< values in their D-Bus format
     int askedCount = 0;
     QStringList askedNamespaces;
-    /// What it answers instead of its settings; an answer without a value is none.
+    /// Its result is sent instead of the settings; an invalid result means that no reply is sent.
     std::function<QVariant()> oddAnswer;
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;

@@ -32,7 +32,7 @@ void check(int result, const char* what) {
         throw std::runtime_error(std::string("cannot ") + what);
 }
 
-/// One call in the making.
+/// One call under construction.
 class Call {
 public:
     Call(sd_bus* bus, const std::string& path, const std::string& interface, const std::string& member) {
@@ -67,7 +67,7 @@ public:
             number(value);
         return close();
     }
-    /// A dictionary with one entry, whose value `addValue` appends.
+    /// Appends a dictionary with one entry, whose value `addValue` appends.
     template <class AddValue>
     Call& entry(const std::string& key, const std::string& type, AddValue addValue) {
         open('a', "{sv}").open('e', "sv").text(key).open('v', type);
@@ -120,7 +120,7 @@ private:
                               std::numeric_limits<double>::signaling_NaN(), infinity, -infinity, 1e308,
                               -1e308, largest * (1 + 1e-9), -largest - 1e-9, 4.9e-324 - 1e9});
     }
-    /// Lengths about the limits of names, and now and then a huge one.
+    /// Text with a length around the limits of names, sometimes a huge one.
     std::string longText() {
         return std::string(oneOf<std::size_t>({201, 1000, 65536, below(100) == 0 ? 8U << 20U : 4096U}), 'x');
     }
@@ -227,8 +227,7 @@ private:
         const auto member = oneOf<std::string>({"Get", "Set", "GetAll"});
         Call call{bus_, kPath, kProperties, member};
         const bool isWriting = member == "Set";
-        // Reading of an unknown name, or writing whatever: nothing can be written. To ask for everything is
-        // fine.
+        // Reads an unknown property or writes any: no property is writable. Reading all properties is valid.
         const auto interface = member == "GetAll"
                                    ? oneOf<std::string>({"com.quorvin.Vello2", "x.y", longText()})
                                    : oneOf<std::string>({kInterface, "", "x.y", longText()});
@@ -240,7 +239,7 @@ private:
             call.open('v', "s").text(longText()).close();
         return call;
     }
-    /// Variants in variants, as deep as the bus lets through.
+    /// Variants nested as deeply as the bus allows.
     Call deepNesting() {
         Call call = set(source());
         const std::size_t depth = 1 + below(55);
@@ -253,7 +252,7 @@ private:
         });
         return call;
     }
-    /// Good entries with one that is not, somewhere among them.
+    /// Valid entries with an invalid one at a random position.
     Call manyEntries() {
         Call call = set(source());
         call.open('a', "{sv}");

@@ -6,17 +6,17 @@
 
 namespace vello {
 
-/// What became of calls that nobody should make.
+/// Results of calls that no well-behaved client makes.
 struct HostileOutcome {
     int refused = 0;                  ///< answered with an error
-    int answered = 0;                 ///< answered otherwise: only harmless questions are
-    int silent = 0;                   ///< not answered in time, or the connection was cut by the bus
-    std::string firstUnexpected = {}; ///< a call that should have been refused and was not
+    int answered = 0;                 ///< answered without an error: only harmless queries are
+    int silent = 0;                   ///< not answered in time, or the bus closed the connection
+    std::string firstUnexpected = {}; ///< a call that should have been refused but was not
 };
 
-/// Makes `count` malformed or hostile calls of the instance on the bus at `address`: wrong types and counts,
-/// numbers that are none, huge and ill-made texts, unknown ids, objects, interfaces, members and properties,
-/// deep nesting. No call is one that may change anything. The same seed makes the same calls. Blocks; any
+/// Makes `count` malformed or hostile calls to the instance on the bus at `address`: wrong types and counts,
+/// values that are not numbers, huge and malformed texts, unknown IDs, objects, interfaces, members and
+/// properties, deep nesting. No call may change anything. The same seed makes the same calls. Blocks; any
 /// thread.
 HostileOutcome makeHostileCalls(const std::string& address, int count, std::uint32_t seed);
 

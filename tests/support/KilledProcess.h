@@ -11,8 +11,8 @@
 
 namespace vello {
 
-/// Runs `write` in a process of its own and kills that process as soon as it has made `stops` steps into and
-/// out of the kernel. True: it was killed before it was done. To be called while the test has one thread.
+/// Runs `write` in a child process and kills the process after `stops` entries to and exits from the kernel.
+/// Returns true when it was killed before it had finished. Call while the test has a single thread.
 inline bool isKilledAfter(int stops, const std::function<void()>& write) {
     const pid_t child = ::fork();
     if (child == 0) {

@@ -8,7 +8,7 @@
 #include <numbers>
 #include <vector>
 
-/// Sound for a tap's ring: interleaved stereo at 48 kHz, written in blocks as a callback does.
+/// Sound for a tap's ring buffer: interleaved stereo at 48 kHz, written in blocks as a callback does.
 namespace vello {
 
 inline constexpr std::size_t kRingRate = 48000;
@@ -27,7 +27,7 @@ inline void writeSilence(AudioSampleRingBuffer& ring, std::size_t seconds) {
     writeStereo(ring, std::vector<float>(seconds * kRingRate));
 }
 
-/// A short click each half second.
+/// A short click every half second.
 inline void writeClicksAt120(AudioSampleRingBuffer& ring, std::size_t seconds) {
     std::vector<float> mono(seconds * kRingRate);
     for (std::size_t i = 0; i < mono.size(); ++i)

@@ -12,8 +12,8 @@
 
 namespace vello {
 
-/// A main thread on the real clock, for tests against real servers: the test's own thread, which runs what
-/// has come in while it waits for something.
+/// A main thread on the real clock, for tests against real servers. It is the test's own thread, which runs
+/// queued actions while it waits.
 class PumpedMainThread final : public MainThread {
 public:
     Instant now() const override { return Clock::now(); }
@@ -30,7 +30,7 @@ public:
         return std::make_unique<Handle>(std::move(task));
     }
 
-    /// Runs actions until the condition, tried after each, holds; false when `timeout` has passed.
+    /// Runs actions until the condition, evaluated after each, holds; returns false on timeout.
     template <class Condition>
     bool runUntil(Condition condition, Duration timeout = std::chrono::seconds(5)) {
         const Instant deadline = now() + timeout;
@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    /// Conditions may depend on more than actions; so they are tried at least this often.
+    /// Conditions may depend on more than actions, so they are evaluated at least this often.
     static constexpr std::chrono::milliseconds longestWait{5};
 
     struct Handle final : ScheduledTask {

@@ -9,7 +9,7 @@
 
 namespace vello {
 
-/// Keeps every line. Any thread.
+/// Records all lines. Any thread.
 class RecordingSystemLog final : public SystemLog {
 public:
     struct Line {
@@ -29,7 +29,7 @@ public:
     std::vector<std::string> messages() const;
     /// The messages of one level, in order.
     std::vector<std::string> messages(LogLevel level) const;
-    /// The messages that begin so, in order.
+    /// The messages with this prefix, in order.
     std::vector<std::string> messagesStartingWith(std::string_view prefix) const;
     void clear();
 

@@ -29,7 +29,7 @@ inline std::vector<float> counting(float first, std::size_t count) {
     return samples;
 }
 
-/// White noise of -16 dBFS RMS, uniformly distributed.
+/// Uniformly distributed white noise of -16 dBFS RMS.
 inline std::vector<float> noise(std::size_t count, std::uint32_t seed) {
     const float amplitude = static_cast<float>(std::pow(10.0, -16.0 / 20.0) * std::sqrt(3.0));
     std::mt19937 random(seed);
@@ -49,15 +49,15 @@ inline std::vector<double> randomGains(std::mt19937& random) {
     return gains;
 }
 
-/// The cascade as a textbook has it: direct form I of five products a section in extended precision, designed
-/// here again from the formulas. It shares nothing with the engine.
+/// A textbook version of the filter cascade: direct form I with five products per section in extended
+/// precision, designed here again from the formulas. It shares no code with the engine.
 class TextbookCascade {
 public:
     using Real = long double;
 
     TextbookCascade(const std::vector<double>& gains, double sampleRate) { design(gains, sampleRate); }
 
-    /// New coefficients, same memory.
+    /// Sets new coefficients and keeps the filter state.
     void design(const std::vector<double>& gains, double sampleRate) {
         constexpr Real frequencies[] = {63, 125, 250, 500, 1000, 2000, 4000, 8000};
         for (std::size_t k = 0; k < 8; ++k) {

@@ -12,7 +12,7 @@
 
 namespace vello {
 
-/// A folder of the test's own; gone with the object.
+/// A temporary folder, removed with the object.
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -35,7 +35,7 @@ private:
     std::filesystem::path path_;
 };
 
-/// Writes a file and creates the folders above it.
+/// Writes a file and creates its parent folders.
 inline void writeTestFile(const std::filesystem::path& file, std::string_view content) {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::binary);
@@ -45,7 +45,7 @@ inline void writeTestFile(const std::filesystem::path& file, std::string_view co
         throw std::system_error(errno, std::generic_category(), file.string());
 }
 
-/// Empty also for a file that is not there.
+/// Empty also when the file does not exist.
 inline std::string readTestFile(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};

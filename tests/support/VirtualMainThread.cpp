@@ -12,7 +12,8 @@ public:
     ~Task() override {
         if (scheduleIsAlive_.expired())
             return;
-        // The action dies after the map has let go of it: what it holds may drop further tasks.
+        // Extracted from the map before its destruction, because objects held by the action may drop further
+        // tasks.
         const auto node = schedule_.extract(key_);
     }
     Task(const Task&) = delete;

@@ -13,12 +13,12 @@
 
 namespace vello {
 
-/// A main thread whose clock stands still until the test moves it. The thread that calls `advance` and
+/// A main thread whose clock moves only when the test advances it. The thread that calls `advance` and
 /// `runPosted` is the main thread.
 class VirtualMainThread final : public MainThread {
 public:
     VirtualMainThread() = default;
-    /// Drops what still waits, without running it.
+    /// Drops pending actions without running them.
     ~VirtualMainThread() override;
     VirtualMainThread(const VirtualMainThread&) = delete;
     VirtualMainThread& operator=(const VirtualMainThread&) = delete;
@@ -27,20 +27,20 @@ public:
     void post(Action action) override;
     [[nodiscard]] TaskHandle after(Duration delay, Action action) override;
 
-    /// Runs every posted action and every action whose time has come, also those that these add, until none
-    /// is left.
+    /// Runs every posted action and every due delayed action, including those that these add, until none is
+    /// left.
     void runPosted();
-    /// Moves the clock forward by `duration`, stepping to the time of each action on the way; an action sees
-    /// its own time as now().
+    /// Advances the clock by `duration`, stopping at the time of each delayed action; an action sees its own
+    /// time as now().
     void advance(Duration duration);
-    /// Delayed actions that wait.
+    /// Number of pending delayed actions.
     std::size_t pendingTaskCount() const { return scheduled_.size(); }
-    /// Actions that have run so far, posted and delayed.
+    /// Number of actions that have run, posted and delayed.
     std::size_t runTaskCount() const { return runTaskCount_; }
 
 private:
     class Task;
-    /// Due time, then the order of the calls.
+    /// Due time, then order of the calls.
     using Key = std::pair<Instant, std::uint64_t>;
     using Schedule = std::map<Key, Action>;
 

@@ -9,8 +9,8 @@
 
 namespace vello {
 
-/// Runs Qt's event loop until `isMet` or the time is over; answers whether it is met. It sleeps while nothing
-/// happens, and looks again after every event and every few milliseconds.
+/// Runs Qt's event loop until `isMet` returns true or the time is over; returns the last result. The
+/// condition is evaluated after every event, and every few milliseconds while no events arrive.
 template <class Condition>
 [[nodiscard]] bool waitUntil(Condition isMet, std::chrono::milliseconds most = std::chrono::seconds(5)) {
     const QDeadlineTimer deadline(most);

@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::size_t kFrames = SpectrumAnalyzer::frames;
 constexpr std::size_t kBins =
-    kFrames / 2; // bin 0 holds the values at 0 Hz and at half the rate, and is not used
-constexpr double kTransformScale = 2.0; // levels are those of a real transform that is twice the plain one
+    kFrames / 2; // bin 0 holds the values at 0 Hz and at the Nyquist frequency, and is not used
+constexpr double kTransformScale = 2.0; // levels refer to a real transform scaled by 2
 constexpr double kFloor = -50.0;        // dB; level 0
 constexpr double kNeverZero = std::numeric_limits<float>::min();
 
@@ -34,7 +34,7 @@ struct BinRange {
     std::size_t first, last;
 };
 
-/// The bins of the octave around `centre` (Hz): at least one, also where the transform does not reach.
+/// The bins of the octave around `centre` (Hz). At least one bin, even above the Nyquist frequency.
 BinRange binsOfBand(double centre, double binWidth) {
     constexpr std::int64_t highest = kBins - 1;
     const std::int64_t low = binNumber(centre / std::numbers::sqrt2 / binWidth);
@@ -47,16 +47,16 @@ BinRange binsOfBand(double centre, double binWidth) {
 float levelOfPower(double power) {
     const double decibels = 10.0 * std::log10(power + kNeverZero);
     const double level = (decibels - kFloor) / -kFloor;
-    return level > 0 ? static_cast<float>(std::min(level, 1.0)) : 0.0F; // 0 also for what is no number
+    return level > 0 ? static_cast<float>(std::min(level, 1.0)) : 0.0F; // 0 also for NaN
 }
 
 } // namespace
 
-/// In double precision: the transform's own noise at full scale would reach a level near 0 in single
-/// precision.
+/// Double precision: in single precision the transform's own rounding noise at full scale would reach the
+/// lowest levels.
 struct SpectrumAnalyzer::Workspace {
     Workspace() {
-        // Hann's window over a period, with a mean square of 1.
+        // Periodic Hann window with a mean square of 1.
         const double scale = std::sqrt(2.0 / 3.0);
         for (std::size_t n = 0; n < kFrames; ++n)
             window[n] = scale * (1.0 - std::cos(2.0 * std::numbers::pi * static_cast<double>(n) / kFrames));
@@ -69,7 +69,7 @@ struct SpectrumAnalyzer::Workspace {
         return sum / static_cast<double>(bins.last - bins.first + 1);
     }
 
-    kissfft<double> transform{kBins, false}; // of complex numbers: two real ones each
+    kissfft<double> transform{kBins, false}; // complex; each number holds two real samples
     std::array<double, kFrames> window;
     std::array<double, kFrames> windowed{};
     std::array<std::complex<double>, kBins> spectrum{};

@@ -10,15 +10,15 @@
 
 namespace vello {
 
-/// The spectrum of a tap's newest sound in the bands of the equalizer, for the eye. Main thread only, one
-/// call at a time: the working memory is taken once, with the object.
+/// Computes the spectrum of a tap's newest samples in the bands of the equalizer, for display. Main thread
+/// only. Working memory is allocated once, in the constructor.
 class SpectrumAnalyzer {
 public:
-    static constexpr int frames = 2048; ///< of sound in one analysis
+    static constexpr int frames = 2048; ///< per analysis
 
-    /// One level for each band of EQSettings::bandFrequencies, 0 to 1: 1 stands for a mean power of 0 dB or
-    /// more, 0 for -50 dB or less, linear in dB between. Power is the square of a transform that is twice the
-    /// plain one, so a sine reaches 1 at about -51 dB of full scale already, and 0 at about -101 dB.
+    /// One level per band of EQSettings::bandFrequencies, 0 to 1: 1 is a mean power of 0 dB or more, 0 is -50
+    /// dB or less, linear in dB in between. Power is the squared magnitude of an unnormalized transform
+    /// scaled by 2, so a sine reaches 1 at about -51 dBFS and 0 at about -101 dBFS.
     using Levels = std::array<float, EQSettings::bandCount>;
 
     SpectrumAnalyzer();
@@ -26,9 +26,9 @@ public:
     SpectrumAnalyzer(const SpectrumAnalyzer&) = delete;
     SpectrumAnalyzer& operator=(const SpectrumAnalyzer&) = delete;
 
-    /// Levels of the first channel's newest frames. `sampleRate` in Hz, `channelCount` interleaved channels.
-    /// Nothing when either is not positive or the ring never held so many frames. Ends the process when
-    /// `sampleRate` is not a number or so small that no bin of the transform has a number. Does not
+    /// Levels of the newest frames of the first channel. `sampleRate` in Hz, `channelCount` interleaved
+    /// channels. Returns nullopt when either is not positive or fewer than `frames` frames have been written.
+    /// Aborts the process when `sampleRate` is NaN or so small that the bin numbers overflow. Does not
     /// allocate.
     std::optional<Levels> bandMagnitudes(const AudioSampleRingBuffer& ring, double sampleRate,
                                          int channelCount);

@@ -23,9 +23,9 @@ constexpr double kHopsPerSecond = 100.0;      // nominal: at 22050 Hz a hop is 2
 constexpr double kQuietestMeanLevel = 0.0002; // full scale is 1
 constexpr double kLeastOnsetEnergy = 1e-8;
 constexpr std::size_t kFewestHops = 64;
-constexpr std::size_t kShortestLag = 31; // hops; 194 beats a minute
-constexpr std::size_t kLongestLag = 100; // hops; 60 beats a minute
-constexpr std::size_t kLagsAtOnce = 8;   // in the lanes of vectors
+constexpr std::size_t kShortestLag = 31; // hops; 194 BPM
+constexpr std::size_t kLongestLag = 100; // hops; 60 BPM
+constexpr std::size_t kLagsAtOnce = 8;   // one per vector lane
 constexpr double kLeastCorrelation = 0.16;
 constexpr double kLeastProminence = 0.05;
 
@@ -36,7 +36,8 @@ std::size_t frameCount(double frames) {
     return static_cast<std::size_t>(frames);
 }
 
-/// In several sums at once: one alone would wait for itself longer than for the memory.
+/// Several independent sums: with a single one, the latency of each addition would cost more than the memory
+/// access.
 double sumOfSquares(std::span<const float> samples) {
     constexpr std::size_t lanes = 8;
     std::array<double, lanes> sums{};
@@ -51,7 +52,7 @@ double sumOfSquares(std::span<const float> samples) {
     return std::accumulate(sums.begin(), sums.end(), 0.0);
 }
 
-/// Part of some samples, across the end of the ring if need be.
+/// A range of `samples`, which may span the end of the ring.
 AudioSampleRingBuffer::Samples part(const AudioSampleRingBuffer::Samples& samples, std::size_t first,
                                     std::size_t count) {
     const std::size_t older = samples.older.size();
@@ -60,14 +61,14 @@ AudioSampleRingBuffer::Samples part(const AudioSampleRingBuffer::Samples& sample
             samples.newer.subspan(std::max(first, older) - older, count - inOlder)};
 }
 
-/// Rounded to 40 of 53 binary digits. Hops of equal energy differ in the others by the order in which they
-/// were added up, and nothing else is that close.
+/// Rounds to 40 of the 53 bits of the significand. Hops of equal energy differ only in the remaining bits,
+/// through the order of the additions; hops of different energy are never that close.
 double withoutLastDigits(double energy) {
     constexpr std::uint64_t half = std::uint64_t{1} << 12;
     return std::bit_cast<double>((std::bit_cast<std::uint64_t>(energy) + half) & ~(2 * half - 1));
 }
 
-/// The effective value of each hop; equal for hops of equal energy, so that a regular beat stays regular.
+/// The RMS of each hop; exactly equal for hops of equal energy, so that a regular beat stays regular.
 std::vector<double> envelopeOf(const AudioSampleRingBuffer::Samples& samples, std::size_t hops,
                                std::size_t samplesPerHop) {
     std::vector<double> envelope(hops);
@@ -79,8 +80,8 @@ std::vector<double> envelopeOf(const AudioSampleRingBuffer::Samples& samples, st
     return envelope;
 }
 
-/// How much each hop is louder than the one before, and the squares of that. Silence follows the last hop, so
-/// that several lags may read beyond it.
+/// How much louder each hop is than the previous one, and the square of that. Padded with zeros after the
+/// last hop, so that several lags can be computed at once.
 struct Onsets {
     explicit Onsets(std::span<const double> envelope)
         : hops(envelope.size()), values(hops + kLagsAtOnce), squares(values.size()) {
@@ -96,15 +97,15 @@ struct Onsets {
     std::vector<double> squares;
 };
 
-/// How alike the onsets are to themselves `lag` hops later: product / norm, 0 to 1.
+/// Normalized autocorrelation of the onsets at one lag: product / norm, 0 to 1.
 struct Correlation {
     double product = 0;
-    double norm = 0; // 0: one side has no onset
+    double norm = 0; // 0: one side has no onsets
 };
 
-/// The correlations of lags `firstLag`, `firstLag` + 1 ... `energies` holds the sums of the squares of the
-/// first 0, 1, ... hops. Every sum runs from the oldest hop to the newest: equal beats then give equal sums
-/// at every lag that fits them, and the first of those lags is found.
+/// The correlations at the lags `firstLag`, `firstLag` + 1 ... `energies` holds the prefix sums of the
+/// squares. Every sum runs from the oldest hop to the newest, so that equal beats give exactly equal
+/// correlations at every matching lag, and the smallest of those lags wins.
 std::array<Correlation, kLagsAtOnce> correlations(const Onsets& onsets, std::span<const double> energies,
                                                   std::size_t firstLag) {
     std::array<double, kLagsAtOnce> products{};
@@ -124,7 +125,7 @@ std::array<Correlation, kLagsAtOnce> correlations(const Onsets& onsets, std::spa
     return result;
 }
 
-/// The strongest of some correlations, the first of equals.
+/// Finds the strongest correlation, the first one if several are equal.
 class Peak {
 public:
     void consider(std::size_t lag, const Correlation& candidate) {
@@ -139,10 +140,10 @@ public:
         }
     }
 
-    /// In hops; 0: there was no correlation above zero.
+    /// In hops; 0 when no correlation was above zero.
     std::size_t lag() const { return lag_; }
     double value() const { return value_; }
-    /// How far it stands out above the mean of all.
+    /// Distance of the peak from the mean of all correlations.
     double prominence() const { return count_ > 0 ? value_ - total_ / count_ : 0; }
 
 private:

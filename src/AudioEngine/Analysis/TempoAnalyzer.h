@@ -14,14 +14,14 @@ struct TempoEstimate {
     friend bool operator==(const TempoEstimate&, const TempoEstimate&) = default;
 };
 
-/// Finds the beat in a tap's newest 2 to 6 seconds of sound: where the energy rises, and after which time it
-/// rises again. A beat outside of 60 to 194 a minute shows as a multiple or a fraction of itself, or not at
-/// all. Has no memory. Main thread only.
+/// Estimates the tempo of a tap's newest 2 to 6 seconds of audio from the autocorrelation of its energy
+/// rises. A tempo outside 60 to 194 BPM is reported as a multiple or a fraction of itself, or not at all.
+/// Stateless. Main thread only.
 class TempoAnalyzer {
 public:
-    /// `sampleRate` in Hz, `channelCount` interleaved channels, all of which count. Nothing when either is
-    /// not positive, the ring holds less than 2 s, or the sound is too quiet or repeats nothing clearly. Ends
-    /// the process when `sampleRate` is not a number or too large to count frames.
+    /// `sampleRate` in Hz, `channelCount` interleaved channels; all channels are used. Returns nullopt when
+    /// either is not positive, the ring holds less than 2 s, or the audio is too quiet or has no clear beat.
+    /// Aborts the process when `sampleRate` is NaN or too large to count frames.
     std::optional<TempoEstimate> estimate(const AudioSampleRingBuffer& ring, double sampleRate,
                                           int channelCount) const;
 };

@@ -13,7 +13,7 @@
 namespace vello {
 namespace {
 
-/// The last part of a dotted name that is not empty.
+/// The last non-empty component of a dotted name.
 std::string_view lastComponent(std::string_view dotted) {
     const auto end = dotted.find_last_not_of('.');
     if (end == std::string_view::npos)
@@ -23,14 +23,13 @@ std::string_view lastComponent(std::string_view dotted) {
     return dotted.substr(begin, end + 1 - begin);
 }
 
-/// A bundle identifier is a stranger's word: it may be empty, and nobody passes for the system-wide entry.
+/// Bundle identifiers are untrusted: they may be empty, and must not impersonate the system-wide entry.
 std::optional<std::string> ifUsable(std::optional<std::string> bundleID) {
     const bool isUsable = bundleID && !bundleID->empty() && *bundleID != kSystemSourceID;
     return isUsable ? std::move(bundleID) : std::nullopt;
 }
 
-/// The identifier itself names an application of which nothing can be seen otherwise and whose process is not
-/// known.
+/// Uses the localized name, else the identifier's last component, else the process number.
 std::string displayName(const std::optional<std::string>& localizedName,
                         const std::optional<std::string>& bundleID, std::int32_t pid) {
     if (localizedName && hasVisibleText(*localizedName))
@@ -57,7 +56,7 @@ std::optional<ApplicationIdentity> ApplicationIdentities::identify(AudioObjectID
     return identifyProcess(object, responsible);
 }
 
-/// What the desktop knows of the process comes before what the process says of itself.
+/// The desktop's record takes precedence over what the process claims about itself.
 ApplicationIdentity ApplicationIdentities::identifyProcess(AudioObjectID object, std::int32_t pid) const {
     auto application = applications_.runningApplication(pid).value_or(RunningApplication{});
     auto bundleID = ifUsable(std::move(application.bundleIdentifier));
@@ -68,7 +67,7 @@ ApplicationIdentity ApplicationIdentities::identifyProcess(AudioObjectID object,
     return {std::move(key), std::move(bundleID), std::move(name), pid};
 }
 
-/// Somebody has vouched for the identifier, but not for the process.
+/// For an object whose identifier is trusted, but whose process is unknown.
 std::optional<ApplicationIdentity> ApplicationIdentities::identifyByBundleID(AudioObjectID object) const {
     auto bundleID = claimedBundleID(object);
     if (!bundleID)

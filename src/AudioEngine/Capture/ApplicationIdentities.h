@@ -12,28 +12,26 @@ namespace vello {
 
 /// The application that an object of the audio system belongs to.
 struct ApplicationIdentity {
-    /// The bundle identifier, or "pid." and the responsible process where none is known: the id of the
-    /// source.
+    /// Source id: the bundle identifier, or "pid." and the responsible process if the identifier is unknown.
     std::string key;
     std::optional<std::string> bundleID; ///< never empty
     std::string displayName;             ///< for the user; never empty
-    std::int32_t pid = 0;                ///< the process that is responsible; 0: it cannot be told
+    std::int32_t pid = 0;                ///< the responsible process; 0: unknown
 };
 
-/// Whose the process objects and streams of the audio system are. Main thread only.
+/// Finds the application that a process object or stream belongs to. Main thread only.
 class ApplicationIdentities {
 public:
-    /// Both outlive the object.
+    /// Both must outlive the object.
     ApplicationIdentities(const AudioHardware& hardware, RunningApplications& applications)
         : hardware_(hardware), applications_(applications) {}
 
-    /// The number of an object's process; 0 where the audio system has none that can be trusted. Throws
-    /// CoreAudioError.
+    /// The process id of an object; 0 if the audio system has no trustworthy one. Throws CoreAudioError.
     std::int32_t processOf(AudioObjectID object) const;
     bool isOwn(std::int32_t pid) const { return pid == applications_.ownProcess(); }
 
-    /// Nothing for what belongs to this program, and for what neither a process nor an identifier is known
-    /// of. `pid` is that of processOf().
+    /// Returns nullopt for an object of this program, and when neither process nor identifier is known. `pid`
+    /// is the result of processOf().
     std::optional<ApplicationIdentity> identify(AudioObjectID object, std::int32_t pid) const;
 
 private:

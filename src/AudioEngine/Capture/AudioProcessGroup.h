@@ -10,14 +10,14 @@
 
 namespace vello {
 
-/// One application that produces sound.
+/// One application that produces output.
 struct AudioProcessGroup {
-    /// The bundle identifier, or "pid." and the representative process where none is known. Also the id of
-    /// the source in the list, of its tap and of its settings.
+    /// The bundle identifier, or "pid." and the representative process if the identifier is unknown. Also the
+    /// id of the source, its tap and its settings.
     std::string id;
     std::string displayName;              ///< for the user; never empty
     std::optional<std::string> bundleID;  ///< never empty
-    std::int32_t representativePID = 0;   ///< the process that is responsible for the others; 0: unknown
+    std::int32_t representativePID = 0;   ///< the process responsible for the others; 0: unknown
     std::vector<AudioObjectID> objectIDs; ///< its process objects, in the order of the audio system's list
 
     friend bool operator==(const AudioProcessGroup&, const AudioProcessGroup&) = default;

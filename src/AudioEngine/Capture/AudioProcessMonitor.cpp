@@ -27,7 +27,7 @@ std::string joined(const AudioProcessMonitor::Groups& groups) {
 
 } // namespace
 
-/// The groups of one reload while they grow.
+/// Builds the groups of one reload.
 class AudioProcessMonitor::GroupBuilders {
 public:
     void add(AudioObjectID process, ApplicationIdentity identity) {
@@ -54,7 +54,7 @@ public:
     }
 
 private:
-    Groups groups_; ///< in the order in which they appeared
+    Groups groups_; ///< in order of appearance
     std::map<std::string, std::size_t> indexByKey_;
 };
 
@@ -121,8 +121,8 @@ void AudioProcessMonitor::setDownmixedSources(SourceIDs sourceIDs) {
         reload();
 }
 
-/// A process of which something cannot be read is left out. One that has nothing but streams to be downmixed
-/// produces output only once it is switched.
+/// Skips a process with an unreadable property. The downmix is switched first, because a process with only
+/// multichannel streams counts as producing output only when it is downmixed.
 void AudioProcessMonitor::collect(AudioObjectID process, GroupBuilders& builders) try {
     const std::int32_t pid = identities_.processOf(process);
     if (identities_.isOwn(pid))

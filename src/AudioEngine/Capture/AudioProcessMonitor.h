@@ -20,36 +20,37 @@
 
 namespace vello {
 
-/// Keeps the list of the applications that produce sound now. Main thread only.
+/// Maintains the list of applications that currently produce output. Main thread only.
 ///
-/// It listens to the audio system, and also looks once a second for what the audio system does not announce.
+/// It listens to property changes and also polls once a second, because the audio system does not announce
+/// every change.
 class AudioProcessMonitor {
 public:
     using Groups = std::vector<AudioProcessGroup>;
     using SourceIDs = DownmixedProcesses::SourceIDs;
     using ChangeAction = std::function<void(const Groups&)>;
 
-    /// All four outlive the monitor.
+    /// All four must outlive the monitor.
     AudioProcessMonitor(AudioHardware& hardware, MainThread& mainThread, RunningApplications& applications,
                         SystemLog& log);
     ~AudioProcessMonitor();
     AudioProcessMonitor(const AudioProcessMonitor&) = delete;
     AudioProcessMonitor& operator=(const AudioProcessMonitor&) = delete;
 
-    /// Runs after each change of groups(), the first one inside start().
+    /// `onChange` runs after each change of groups(), the first time inside start().
     void setOnChange(ChangeAction onChange) { onChange_ = std::move(onChange); }
-    /// Begins to listen and reads the list at once. A second call does nothing.
+    /// Starts listening and reads the list immediately. A second call does nothing.
     void start();
-    /// By name, in the order of the user's language.
+    /// Sorted by name in the user's language.
     const Groups& groups() const { return groups_; }
 
-    /// The applications, by the ids of their groups, whose streams of more than two channels are captured as
-    /// two. They hold for processes that come later as well; so the list is read again at once.
+    /// Sets the applications, by group id, whose streams with more than two channels are captured as two.
+    /// Applies to later processes too. Reads the list again immediately.
     void setDownmixedSources(SourceIDs sourceIDs);
 
-    /// Reads the list now.
+    /// Reads the list immediately.
     void reload();
-    /// Reads the list a quarter of a second after the last such call.
+    /// Reads the list 0.25 s after the last call of this function.
     void scheduleReload();
 
 private:

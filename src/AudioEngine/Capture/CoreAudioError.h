@@ -9,7 +9,7 @@
 
 namespace vello {
 
-/// A call of the audio system that failed, or an object that is not what it has to be. Thrown on the main
+/// A failed call to the audio system, or an object that is not valid for its purpose. Thrown on the main
 /// thread only.
 class CoreAudioError : public std::exception {
 public:
@@ -30,7 +30,7 @@ public:
     static CoreAudioError invalidObject(std::string text);
 
     const Case& value() const noexcept { return value_; }
-    /// "OPERATION failed (OSStatus STATUS)", or the text of an invalid object unchanged.
+    /// "OPERATION failed (OSStatus STATUS)", or the unchanged text of an invalid object.
     const std::string& description() const noexcept { return description_; }
     const char* what() const noexcept override { return description_.c_str(); }
 

@@ -9,23 +9,22 @@
 
 namespace vello {
 
-/// One property listener, registered from construction until invalidate(). Main thread only.
+/// A property listener that is registered from construction until invalidate(). Main thread only.
 ///
-/// Dropping an observer does not unregister it; its action just never runs again. So that the audio system
-/// does not collect listeners of nobody, every owner calls invalidate() before it drops or replaces an
-/// observer.
+/// The destructor does not unregister the listener; the action just never runs again. To avoid leaking the
+/// registration, owners call invalidate() before they destroy or replace an observer.
 class CoreAudioPropertyObserver {
 public:
-    /// Runs on the main thread after each change, never inside another call.
+    /// Runs on the main thread after each change, never inside another call to the audio system.
     using Action = std::function<void()>;
 
-    /// Listens to the main element. A registration that fails is logged; the observer then does nothing.
+    /// Listens to the main element. If the registration fails, it is logged and the observer does nothing.
     CoreAudioPropertyObserver(AudioHardware& hardware, SystemLog& log, AudioObjectID objectID,
                               FourCharCode selector, FourCharCode scope, Action onChange);
     CoreAudioPropertyObserver(const CoreAudioPropertyObserver&) = delete;
     CoreAudioPropertyObserver& operator=(const CoreAudioPropertyObserver&) = delete;
 
-    /// Unregisters; harmless when that was done before, or when the object is gone.
+    /// Unregisters the listener. Harmless when called again or when the object is gone.
     void invalidate();
 
     AudioObjectID objectID() const { return objectID_; }
@@ -37,7 +36,7 @@ private:
     Logger logger_;
     AudioObjectID objectID_;
     AudioObjectPropertyAddress address_;
-    /// The action, present exactly while it is registered. The registered listener refers to it weakly.
+    /// The action; null unless registered. The registered listener holds a weak reference to it.
     std::shared_ptr<const Action> listenerBlock_;
     AudioPropertyListenerID listenerID_ = 0;
 };

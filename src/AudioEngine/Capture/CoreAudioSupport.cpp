@@ -13,7 +13,7 @@ namespace vello {
 
 namespace {
 
-/// What a read calls its two steps when one fails.
+/// The names of the two steps of a read in error messages.
 struct ReadOperations {
     const char* size;
     const char* data;
@@ -35,8 +35,8 @@ std::uint32_t readSize(const AudioHardware& hardware, AudioObjectID object,
     return size;
 }
 
-/// Fills `data`; returns how many bytes came, which are fewer when the property shrank since its size was
-/// read.
+/// Fills `data` and returns the number of bytes read, which is smaller if the property shrank after its size
+/// was read.
 std::size_t readData(const AudioHardware& hardware, AudioObjectID object,
                      const AudioObjectPropertyAddress& address, std::span<std::byte> data,
                      const ReadOperations& operations) {
@@ -135,7 +135,7 @@ int readOutputChannelCount(const AudioHardware& hardware, AudioObjectID device) 
     if (bytes.size() < sizeof header)
         return 0;
     std::memcpy(&header, bytes.data(), sizeof header);
-    // As many buffers as are really there, whatever the header says.
+    // Do not trust the header: read no more buffers than there is data for.
     const auto present = (bytes.size() - sizeof header) / sizeof(AudioBuffer);
     std::uint64_t channels = 0;
     for (std::size_t i = 0; i < std::min<std::size_t>(header.mNumberBuffers, present); ++i) {

@@ -14,17 +14,17 @@
 #include <type_traits>
 #include <vector>
 
-/// Typed reads of audio objects. All of them read the main element, answer at once and run on the main
-/// thread. A read that fails throws CoreAudioError, with an operation text that names the step.
+/// Typed reads of audio object properties. They read the main element and do not block. Main thread only. A
+/// failed read throws CoreAudioError that names the failed step.
 namespace vello {
 
-/// The objects in a list property. Less than one object's worth of data is an empty list.
+/// The objects in a list property. Data shorter than one object is an empty list.
 std::vector<AudioObjectID> readObjectIDList(const AudioHardware& hardware, AudioObjectID object,
                                             FourCharCode selector, FourCharCode scope);
-/// The bytes of a string property as they come: a stranger's, perhaps empty, huge or no UTF-8.
+/// The raw bytes of a string property. Untrusted: may be empty, huge or not valid UTF-8.
 std::string readString(const AudioHardware& hardware, AudioObjectID object, FourCharCode selector);
 
-/// Fills `value` with a property of a fixed size in the global scope. Data of fewer bytes is a failed read.
+/// Fills `value` with a fixed-size property in the global scope. Shorter data is a failed read.
 void readFixedSize(const AudioHardware& hardware, AudioObjectID object, FourCharCode selector,
                    std::span<std::byte> value);
 template <class T>
@@ -35,7 +35,7 @@ T readProperty(const AudioHardware& hardware, AudioObjectID object, FourCharCode
     return value;
 }
 
-/// The result of a read, or nothing when it fails.
+/// The result of a read, or nullopt when it throws CoreAudioError.
 template <class Read> auto attempt(Read read) -> std::optional<decltype(read())> {
     try {
         return read();
@@ -46,22 +46,23 @@ template <class Read> auto attempt(Read read) -> std::optional<decltype(read())>
 
 /// Hz.
 double readNominalSampleRate(const AudioHardware& hardware, AudioObjectID device);
-/// One of the kAudioDeviceTransportType... codes or another.
+/// One of the kAudioDeviceTransportType... codes or any other.
 std::uint32_t readTransportType(const AudioHardware& hardware, AudioObjectID device);
 AudioStreamBasicDescription readTapStreamBasicDescription(const AudioHardware& hardware, AudioObjectID tap);
-/// kAudioObjectUnknown when there is none.
+/// kAudioObjectUnknown when there is no default output.
 AudioObjectID readDefaultOutputDevice(const AudioHardware& hardware);
-/// Output channels over all streams of the device. A device is an output device exactly when there are any.
+/// Output channels of all streams of the device. A device with at least one is an output device.
 int readOutputChannelCount(const AudioHardware& hardware, AudioObjectID device);
-/// The first output device with exactly this UID; CoreAudioError of an invalid object when there is none.
+/// The first output device with exactly this UID. Throws CoreAudioError (invalid object) when there is no
+/// such device.
 AudioObjectID readOutputDevice(const AudioHardware& hardware, std::string_view uid);
 
-/// The devices that the user can choose: the default one first, the others by name in the order of the user's
-/// language. The application's own aggregate devices are not among them. Never throws a CoreAudioError: what
-/// cannot be read is left out.
+/// The output devices that the user can choose: the default first, then the others sorted by name in the
+/// user's language. Excludes the application's own aggregate devices. Skips unreadable devices instead of
+/// throwing CoreAudioError.
 std::vector<AudioOutputRoute> readOutputRoutes(const AudioHardware& hardware);
 
-/// The name is that of one of the application's own aggregate devices.
+/// Whether this is the name of one of the application's own aggregate devices.
 bool isOwnAggregateName(std::string_view name);
 
 } // namespace vello

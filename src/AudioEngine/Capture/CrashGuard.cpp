@@ -6,7 +6,7 @@
 
 namespace vello {
 
-/// Waits for the lock and holds it for a scope.
+/// Scoped lock.
 class CrashGuardRegistry::Guard {
 public:
     explicit Guard(std::atomic_flag& lock) noexcept : lock_(lock) {
@@ -67,8 +67,7 @@ constinit bool isInstalled = false;
 constexpr std::array kSignals{SIGABRT, SIGSEGV, SIGBUS, SIGTRAP, SIGILL, SIGTERM, SIGINT, SIGHUP};
 
 extern "C" void crashGuardSignalHandler(int signal) {
-    // With the default disposition back, a second delivery ends the process, and so does the one raised
-    // below.
+    // Restore the default disposition, so that a second signal, and the one raised below, end the process.
     std::signal(signal, SIG_DFL);
     if (AudioHardware* const hardware = sharedHardware)
         sharedRegistry.destroyAllInSignalHandler(*hardware);

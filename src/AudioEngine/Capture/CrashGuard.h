@@ -9,25 +9,23 @@
 
 namespace vello {
 
-/// The live taps and their aggregate devices, so kept that a signal handler can read them at any moment.
+/// The live taps and their aggregate devices, readable from a signal handler at any time.
 ///
-/// Slot i of both arrays describes one tap; 0 is free. A pair that is just being written may be seen half
-/// done. Adding and removing wait for each other; they come from the main thread and never from a signal
-/// handler.
+/// Slot i of both arrays describes one tap; 0 means free. A signal handler may see a pair that is only half
+/// written. add() and remove() lock each other out and must not be called from a signal handler.
 class CrashGuardRegistry {
 public:
     static constexpr std::size_t slotCount = 64;
 
-    /// Takes the first free slot. With all slots taken the pair is not kept: such a tap has no crash
+    /// Uses the first free slot. If all slots are in use, the pair is dropped and that tap has no crash
     /// protection.
     void add(AudioObjectID aggregate, AudioObjectID tap) noexcept;
-    /// Frees the first slot that holds exactly this pair, if there is one.
+    /// Frees the first slot that holds exactly this pair, if any.
     void remove(AudioObjectID aggregate, AudioObjectID tap) noexcept;
     void clear() noexcept;
 
-    /// Destroys every aggregate device and then every tap, each in the order of the slots. Safe in a signal
-    /// handler: it tries the lock, never waits for it, and does not let go of it, since the process is about
-    /// to end.
+    /// Destroys every aggregate device and then every tap, in slot order. Async-signal-safe: it tries the
+    /// lock once, does not wait for it, and never releases it, because the process is about to exit.
     void destroyAllInSignalHandler(AudioHardware& hardware) noexcept;
 
     AudioObjectID aggregateSlot(std::size_t index) const noexcept { return aggregateSlots_[index].load(); }
@@ -46,14 +44,14 @@ private:
     std::atomic_flag registryLock_{};
 };
 
-/// Destroys the registered taps and aggregate devices when a signal ends the process, before the signal takes
-/// its normal course: the applications whose sound was captured must not stay silent.
+/// Destroys the registered taps and aggregate devices when a signal ends the process, so that the captured
+/// applications do not stay silent. The signal then takes its default action.
 ///
-/// Process-wide, since signal handlers are. Main thread only.
+/// Process-wide, because signal handlers are. Main thread only.
 class CrashGuard {
 public:
-    /// The first call empties the registry and installs the handler for the fatal and terminating signals;
-    /// further calls do nothing. `hardware` has to live as long as anything is registered.
+    /// Clears the registry and installs the handler for the fatal and terminating signals. Later calls do
+    /// nothing. `hardware` must outlive every registered pair.
     static void install(AudioHardware& hardware);
     static void registerPair(AudioObjectID aggregate, AudioObjectID tap);
     static void unregisterPair(AudioObjectID aggregate, AudioObjectID tap);

@@ -13,23 +13,24 @@
 
 namespace vello {
 
-/// Has the process objects of some sources downmixed, and no others. Main thread only.
+/// Switches the downmix on for the process objects of the chosen sources and off for all others. Main thread
+/// only.
 class DownmixedProcesses {
 public:
     using SourceIDs = std::set<std::string, std::less<>>;
 
-    /// Both outlive the object.
+    /// Both must outlive the object.
     DownmixedProcesses(AudioHardware& hardware, SystemLog& log);
 
     /// Takes effect with the next update() of each process.
     void setSources(SourceIDs sources) { sources_ = std::move(sources); }
     const SourceIDs& sources() const { return sources_; }
-    /// Some process is downmixed or is to be: every process has to be looked at.
+    /// Whether any source is chosen or any process downmixed, so that every process needs an update().
     bool isBusy() const { return !sources_.empty() || !downmixed_.empty(); }
 
-    /// Switches one process, unless it is as it should be. What is refused is logged and not tried again.
+    /// Switches one process if needed. A failure is logged and not retried.
     void update(AudioObjectID process, std::string_view sourceID);
-    /// All others are gone.
+    /// Forgets all other processes; they are gone.
     void keepOnly(const std::vector<AudioObjectID>& processes);
 
 private:

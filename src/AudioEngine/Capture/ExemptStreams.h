@@ -12,31 +12,31 @@
 
 namespace vello {
 
-/// A stream that is left as it is.
+/// A stream that is not captured.
 struct ExemptStream {
-    /// Of its application, as the source has it when one of its streams is captured. Absent where nothing is
-    /// known of the application: there are streams of the audio system itself.
+    /// Id of its application: that of the source, if one of its streams is captured. nullopt if the
+    /// application is unknown, for example for streams of the audio system itself.
     std::optional<std::string> sourceID = {};
-    std::string name;       ///< of the application, else of the stream; for the user, never empty
-    std::string streamName; ///< what its application calls it; may be empty
+    std::string name;       ///< of the application, or else of the stream; for the user, never empty
+    std::string streamName; ///< as set by its application; may be empty
     std::optional<std::int32_t> pid = {};
     std::optional<std::string> bundleID = {};
-    std::optional<std::string> deviceUID = {}; ///< that it plays on
+    std::optional<std::string> deviceUID = {}; ///< the device that it plays on
     bool isPlaying = false;
     StreamExemption reason = StreamExemption::none;
 
     friend bool operator==(const ExemptStream&, const ExemptStream&) = default;
 };
 
-/// Which streams are left as they are. Main thread only.
+/// Lists the streams that are not captured. Main thread only.
 class ExemptStreams {
 public:
-    /// Both outlive the object.
+    /// Both must outlive the object.
     ExemptStreams(const AudioHardware& hardware, RunningApplications& applications)
         : hardware_(hardware), identities_(hardware, applications) {}
 
-    /// Those of this moment, by name, in the order of the user's language. This program's own are not among
-    /// them, nor is one of which something cannot be read.
+    /// The current exempt streams, sorted by name in the user's language. Excludes this program's own streams
+    /// and streams with an unreadable property.
     std::vector<ExemptStream> read() const;
 
 private:

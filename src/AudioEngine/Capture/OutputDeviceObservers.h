@@ -10,25 +10,25 @@
 
 namespace vello {
 
-/// Listens for what happens to the output devices. Main thread only.
+/// Listens for changes of the output devices. Main thread only.
 class OutputDeviceObservers {
 public:
     struct Actions {
         std::function<void()> defaultDeviceChanged;
         std::function<void()> sampleRateChanged; ///< of the default device
-        std::function<void()> devicesChanged;    ///< one came or went
+        std::function<void()> devicesChanged;    ///< a device was added or removed
     };
 
-    /// Listens to nothing yet. The references outlive the object.
+    /// Does not listen yet. The references must outlive the object.
     OutputDeviceObservers(AudioHardware& hardware, SystemLog& log, Actions actions);
     ~OutputDeviceObservers();
     OutputDeviceObservers(const OutputDeviceObservers&) = delete;
     OutputDeviceObservers& operator=(const OutputDeviceObservers&) = delete;
 
     void start();
-    /// Listens to nothing any more.
+    /// Stops listening.
     void stop();
-    /// The sample rate listened to is that of the device that is the default now.
+    /// Listens to the sample rate of the device that is now the default.
     void followDefaultDevice();
 
 private:

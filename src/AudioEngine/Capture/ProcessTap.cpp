@@ -24,8 +24,7 @@ namespace {
 
 constexpr int kLivenessAttempts = 40;
 constexpr auto kLivenessPeriod = 50ms;
-/// The I/O callback may still be in the midst of the snapshot that was replaced; a cycle is far shorter than
-/// this.
+/// The I/O callback may still be using a replaced snapshot. A cycle is much shorter than this.
 constexpr auto kSnapshotGracePeriod = 500ms;
 
 void check(OSStatus status, bool hasResult, const char* operation) {
@@ -33,7 +32,7 @@ void check(OSStatus status, bool hasResult, const char* operation) {
         throw CoreAudioError::status(status, operation);
 }
 
-/// Hz, without decimals where it has none, else with one.
+/// Hz, with one decimal unless the rate is an integer.
 std::string rateText(double sampleRate) {
     const int decimals = sampleRate == std::floor(sampleRate) ? 0 : 1;
     std::array<char, 64> text{};
@@ -41,13 +40,13 @@ std::string rateText(double sampleRate) {
     return text.data();
 }
 
-/// Runs a copy: the action may lead to its own removal.
+/// Runs a copy, because the action may remove itself.
 void run(const ProcessTap::Action& action) {
     if (const auto copy = action)
         copy();
 }
 
-/// The model's volume is of double precision; one beyond the range of a float becomes infinite.
+/// The model's volume is a double. Values out of range for a float become infinite.
 float linearVolume(const EQSettings& settings) {
     return static_cast<float>(settings.volume);
 }
@@ -92,7 +91,7 @@ void ProcessTap::activate(ActivationCompletion completion) {
     });
 }
 
-/// Nothing of the tap may be touched after the last step: the completion may have dropped it.
+/// Do not access the tap after the last step: the completion may have destroyed it.
 template <class Step> void ProcessTap::runActivationStep(Step step) {
     std::optional<CoreAudioError> failure;
     try {
@@ -174,7 +173,7 @@ void ProcessTap::checkConnection() {
 }
 
 ProcessTap::ActivationStep ProcessTap::startProcessing() {
-    // What the tap was made of is one thing, what the chosen device lets it have is another.
+    // The format may have changed since the tap was created, because it depends on the chosen device.
     streamDescription_ = attempt([this] {
                              return readTapStreamBasicDescription(services_.hardware, tapID_);
                          }).value_or(*streamDescription_);
@@ -250,8 +249,8 @@ AudioObjectID ProcessTap::automaticOutputDevice() const {
     return readDefaultOutputDevice(services_.hardware);
 }
 
-/// The first output device that one of the captured processes plays to and that is not an aggregate device of
-/// this application, through which a captured process is routed. Nothing for a global target.
+/// The first output device that a captured process plays to. Skips this application's aggregate devices,
+/// which captured processes are routed through. nullopt for a global target.
 std::optional<AudioObjectID> ProcessTap::appOutputDevice() const {
     const AudioHardware& hardware = services_.hardware;
     const auto* processes = std::get_if<Processes>(&target_);
@@ -375,7 +374,7 @@ void ProcessTap::tearDownBlocking(AudioHardware& hardware, const Logger& teardow
         logFailure(hardware.destroyAggregateDevice(aggregateDevice), "AudioHardwareDestroyAggregateDevice");
     if (tap != kAudioObjectUnknown)
         logFailure(hardware.destroyProcessTap(tap), "AudioHardwareDestroyProcessTap");
-    // Only now can the callback no longer run.
+    // Free these last: only now is it certain that the callback does not run.
     handles.context.reset();
     handles.snapshots.clear();
 }

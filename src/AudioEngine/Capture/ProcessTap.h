@@ -18,11 +18,11 @@
 
 namespace vello {
 
-/// One application's sound, captured, equalized and played on an output device: a process tap, a private
-/// aggregate device of the tap and the output, the I/O callback on it, and the settings in force.
+/// Captures, equalizes and plays one application's audio. Owns a process tap, a private aggregate device of
+/// the tap and the output device, the I/O callback and the current settings.
 ///
 /// Main thread only. A tap is activated once and invalidated once; after that every operation does nothing.
-/// Only the blocking calls of its teardown run elsewhere, on the teardown queue.
+/// Only the blocking calls of the teardown run on another thread, that of the teardown queue.
 class ProcessTap {
 public:
     /// Exactly these process objects, as one stereo mix.
@@ -30,70 +30,70 @@ public:
         std::vector<AudioObjectID> ids;
         friend bool operator==(const Processes&, const Processes&) = default;
     };
-    /// Everything that plays but these, as one stereo mix.
+    /// All processes except these, as one stereo mix.
     struct GlobalExcluding {
         std::vector<AudioObjectID> ids;
         friend bool operator==(const GlobalExcluding&, const GlobalExcluding&) = default;
     };
     using Target = std::variant<Processes, GlobalExcluding>;
     using Action = std::function<void()>;
-    /// Nothing: the tap runs, or was invalidated on the way.
+    /// nullopt: the tap runs, or was invalidated during the activation.
     using ActivationCompletion = std::function<void(std::optional<CoreAudioError>)>;
 
-    /// Creates nothing on the platform yet. `label` names the source for people.
+    /// Creates no platform objects yet. `label` is the source's name for the log.
     ProcessTap(TapServices services, Target target, std::string label, EQSettings initialSettings);
-    /// Invalidates.
+    /// Calls invalidate().
     ~ProcessTap();
     ProcessTap(const ProcessTap&) = delete;
     ProcessTap& operator=(const ProcessTap&) = delete;
 
-    /// Builds and starts everything. `completion` runs once, inside this call or up to some 2 seconds later,
-    /// and may drop the tap; it never runs when the tap is dropped first. A failure has invalidated the tap.
-    /// A tap that has been activated before ends the process.
+    /// Creates and starts everything. `completion` runs once, inside this call or up to about 2 seconds
+    /// later, and may destroy the tap. It never runs if the tap is destroyed first. On failure the tap has
+    /// been invalidated. Activating a tap twice aborts the process.
     void activate(ActivationCompletion completion);
-    /// Puts settings in force without interrupting the sound. A change of the output device takes a new tap.
+    /// Applies settings without interrupting the audio. A change of the output device needs a new tap.
     void applySettings(const EQSettings& settings);
-    /// The tap follows the application's own output, and that is no longer the device in use.
+    /// Whether the tap follows the application's own output and that is no longer the device in use.
     bool automaticRouteWouldChangeDevice() const;
-    /// Takes everything down. The platform's part of it happens a moment later on the teardown queue.
+    /// Tears everything down. The platform objects are destroyed asynchronously on the teardown queue.
     void invalidate();
 
-    /// Runs on a change of the tap's stream format, until the tap is invalidated.
+    /// `action` runs when the tap's stream format changes, until the tap is invalidated.
     void setOnStreamFormatChange(Action action) { onStreamFormatChange_ = std::move(action); }
-    /// Runs when the application moved its output to another device and this tap follows it, until
-    /// invalidated.
+    /// `action` runs when the application has moved to another output device and this tap follows it, until
+    /// the tap is invalidated.
     void setOnAppOutputDeviceChange(Action action) { onAppOutputDeviceChange_ = std::move(action); }
 
-    /// Runs when isStillConnecting() may have changed, until the tap is invalidated.
+    /// `action` runs when isStillConnecting() may have changed, until the tap is invalidated.
     void setOnConnectionChange(Action action) { onConnectionChange_ = std::move(action); }
 
     const Target& target() const { return target_; }
     const std::string& label() const { return label_; }
     const EQSettings& settings() const { return settings_; }
     bool isInvalidated() const { return isInvalidated_; }
-    /// kAudioObjectUnknown while there is none; so for the aggregate device.
+    /// kAudioObjectUnknown while there is no tap. The same holds for the aggregate device.
     AudioObjectID tapID() const { return tapID_; }
     AudioObjectID aggregateDeviceID() const { return aggregateDeviceID_; }
-    /// Shared with the I/O callback; null until the tap runs and after it was invalidated.
+    /// Shared with the I/O callback; null until the tap runs and after invalidate().
     const std::shared_ptr<TapRealtimeContext>& realtimeContext() const { return realtimeContext_; }
-    /// What the I/O callback filters with; null as the context is, and where the sound cannot be processed.
+    /// The filters of the I/O callback; null when the context is null or the format cannot be processed.
     const std::shared_ptr<const EQChainSnapshot>& currentSnapshot() const { return currentSnapshot_; }
-    /// It runs, but the audio system has not connected its device, or not yet: it carries nothing.
+    /// Whether the tap runs but carries no audio, because the audio system has not connected its device.
     bool isStillConnecting() const { return connection_ && !connection_->isConnected(); }
-    /// Looks for a change of it that was not announced, for the log.
+    /// Polls the connection for changes that were not announced. Only affects the log.
     void checkConnection();
-    /// When the activation was done.
+    /// When the activation completed.
     std::optional<MainThread::Instant> activatedAt() const { return activatedAt_; }
-    /// The output device that the settings ask for, and the one in use.
+    /// The output device in the settings, and the one in use.
     const std::optional<std::string>& outputDeviceUID() const { return outputDeviceUID_; }
     const std::optional<std::string>& resolvedOutputDeviceUID() const { return resolvedOutputDeviceUID_; }
-    /// Hz; 0 while it is unknown.
+    /// Hz; 0 while unknown.
     double sampleRate() const;
 
-    /// The sound can be processed: interleaved 32-bit float in 1 or 2 channels. Any other passes through as
-    /// it is.
+    /// Whether the format can be processed: interleaved 32-bit float with 1 or 2 channels. Any other format
+    /// is passed through unchanged.
     static bool formatSupportsEQ(const AudioStreamBasicDescription& format);
-    /// A device that cannot tell how it is connected counts as not.
+    /// False also when the transport type cannot be read.
     static bool isBluetoothDevice(const AudioHardware& hardware, AudioObjectID device);
 
 private:
@@ -105,7 +105,7 @@ private:
         std::shared_ptr<const EQChainSnapshot> snapshot;
         TaskHandle release;
     };
-    /// What the I/O callback may touch until it is destroyed.
+    /// Objects that the I/O callback may access until it is destroyed.
     struct TeardownHandles {
         std::shared_ptr<TapRealtimeContext> context;
         std::vector<std::shared_ptr<const EQChainSnapshot>> snapshots;

@@ -20,7 +20,7 @@ void SourceRateLimit::request(const std::string& sourceID) {
             mainThread_.after(source->second.nextRun - now, [this, id = sourceID] { run(id); });
 }
 
-/// The text is copied: the new entry drops the task that may have brought it.
+/// Copies the id, because replacing the entry destroys the task that may own it.
 void SourceRateLimit::run(const std::string& sourceID) {
     const std::string id = sourceID;
     sources_.insert_or_assign(id, Source{.nextRun = mainThread_.now() + period_});

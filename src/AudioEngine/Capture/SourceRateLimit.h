@@ -9,22 +9,22 @@
 
 namespace vello {
 
-/// Runs an action for a source at once, but not more often than once a period for each. Main thread only.
+/// Runs an action for a source immediately, but at most once per period for each source. Main thread only.
 class SourceRateLimit {
 public:
     using Action = std::function<void(const std::string& sourceID)>;
 
-    /// `mainThread` outlives the object; the action may not destroy it.
+    /// `mainThread` must outlive the object. The action must not destroy the object.
     SourceRateLimit(MainThread& mainThread, MainThread::Duration period, Action action);
 
-    /// Within a period after the action ran, further requests run it once, at the end of the period.
+    /// Requests within a period after the last run cause one more run, at the end of the period.
     void request(const std::string& sourceID);
-    /// What waits does not happen any more.
+    /// Cancels all pending runs.
     void clear() { sources_.clear(); }
 
 private:
     struct Source {
-        MainThread::Instant nextRun; ///< not before
+        MainThread::Instant nextRun; ///< earliest time
         TaskHandle waiting = {};
     };
 

@@ -9,23 +9,23 @@
 
 namespace vello {
 
-/// Whether the audio system has connected the started aggregate device of a tap to what it captures and plays
-/// to. It can take seconds when many taps begin at once, and it can be refused for good: then the tap carries
-/// nothing, and that is logged once. Main thread only.
+/// Monitors whether the audio system has linked a tap's started aggregate device to its inputs and output.
+/// This can take seconds when many taps start at once, and it can fail permanently. The tap then carries no
+/// audio, which is logged once. Main thread only.
 class TapConnection {
 public:
     using Action = std::function<void()>;
 
-    /// `label` names the source for people. `onChange` runs after each change that the audio system
-    /// announces, and may drop this object.
+    /// `label` is the source's name for the log. `onChange` runs after each announced change and may destroy
+    /// this object.
     TapConnection(const TapServices& services, AudioObjectID device, std::string label, Action onChange);
     ~TapConnection();
     TapConnection(const TapConnection&) = delete;
     TapConnection& operator=(const TapConnection&) = delete;
 
-    /// A system that does not tell has connected it.
+    /// True also when the property cannot be read.
     bool isConnected() const;
-    /// Looks for a change that was not announced. For the log only: isConnected() always looks.
+    /// Polls for a change that was not announced. Only needed for the log: isConnected() is always current.
     void check();
 
 private:

@@ -18,7 +18,7 @@ namespace {
 constexpr auto kFullRebuildDebounce = 300ms;
 constexpr auto kSourceRebuildDebounce = 300ms;
 constexpr auto kSourceRebuildCooldown = 5s;
-constexpr auto kChosenOutputPeriod = 1s; ///< a device that comes and goes must not cause a storm
+constexpr auto kChosenOutputPeriod = 1s; ///< limits rebuilds when a device keeps appearing and disappearing
 
 TapCoordinator::TapStage stageOf(const ProcessTap& tap) {
     if (!tap.realtimeContext())
@@ -59,7 +59,7 @@ void TapCoordinator::logRefusedKernels() const {
 }
 
 void TapCoordinator::teardownAll() {
-    // What the monitor or a device still reports on the way out must not bring a tap back.
+    // Late reports of the monitor or a device must not create a tap again.
     isEnabled_ = false;
     watchdog_.stop();
     deviceObservers_.stop();
@@ -71,7 +71,7 @@ void TapCoordinator::teardownAll() {
     services_.teardownQueue.drain();
 }
 
-// What the owner tells
+// Input from the owner
 
 void TapCoordinator::setEnabled(bool isEnabled) {
     if (isEnabled == isEnabled_)
@@ -95,11 +95,11 @@ void TapCoordinator::setFocusedSource(std::optional<std::string> sourceID) {
 }
 
 void TapCoordinator::settingsDidChange(const std::string& sourceID) {
-    // Every application may use the system-wide settings.
+    // A change of the system-wide settings may affect every application.
     const auto changed = sourceID == kSystemSourceID ? tapKeys() : std::vector{sourceID};
     for (const std::string& changedID : changed)
         applyOrRecreate(changedID);
-    reconcile();
+    reconcile(); // also where nothing was recreated: a tap that failed is tried again
 }
 
 void TapCoordinator::applyOrRecreate(const std::string& sourceID) {
@@ -109,7 +109,7 @@ void TapCoordinator::applyOrRecreate(const std::string& sourceID) {
     const EQSettings effective = effectiveSettings(sourceID);
     if (found->second->outputDeviceUID() == effective.outputDeviceUID)
         return found->second->applySettings(effective);
-    // The aggregate device is built around its output device.
+    // An aggregate device is built around its output device, so this needs a new tap.
     destroy(sourceID);
     reconcile();
 }
@@ -141,7 +141,7 @@ std::vector<TapCoordinator::WatchdogEntry> TapCoordinator::watchdogEntries() con
     return entries;
 }
 
-// Taps come and go
+// Creation and destruction of taps
 
 std::vector<std::string> TapCoordinator::tapKeys() const {
     const auto keys = std::views::keys(taps_);
@@ -201,8 +201,7 @@ void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target targ
     publishTapStates();
 }
 
-/// The coordinator invalidates every tap before it goes, and a tap reports no failure once it is invalidated
-/// by others: no action outlives the coordinator.
+/// Capturing `this` is safe: the destructor invalidates every tap, and an invalidated tap reports no failure.
 void TapCoordinator::startActivation(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap) {
     activationTasks_[sourceID] =
         services_.mainThread.after(0ms, [this, sourceID, weakTap = std::weak_ptr(tap)] {
@@ -258,7 +257,7 @@ void TapCoordinator::waitForCooldown(const std::string& sourceID, const std::str
         cooldown->second - now, [this, sourceID, reason] { performSourceRebuild(sourceID, reason); });
 }
 
-/// The texts come by value: destroying the source drops the task that brought them.
+/// Takes the strings by value, because destroy() deletes the task that owns them.
 void TapCoordinator::performSourceRebuild(std::string sourceID, std::string reason) {
     const auto now = services_.mainThread.now();
     std::erase_if(sourceRebuildCooldownUntil_, [now](const auto& entry) { return entry.second <= now; });
@@ -278,7 +277,8 @@ void TapCoordinator::useChosenOutputs() {
     }
 }
 
-/// The tap had to begin on another device, because the one that the user chose was not there.
+/// Whether the tap started on another device because the chosen one was missing, and the chosen one is now
+/// available.
 bool TapCoordinator::chosenOutputHasCome(const ProcessTap& tap) const {
     const auto& chosen = tap.outputDeviceUID();
     const auto& used = tap.resolvedOutputDeviceUID();
@@ -286,7 +286,7 @@ bool TapCoordinator::chosenOutputHasCome(const ProcessTap& tap) const {
            attempt([&] { return readOutputDevice(services_.hardware, *chosen); }).has_value();
 }
 
-/// By the time that this runs the device may have gone again.
+/// The device may have disappeared again by the time this runs.
 void TapCoordinator::rebuildForChosenOutput(const std::string& sourceID) {
     const auto found = taps_.find(sourceID);
     if (found == taps_.end() || !chosenOutputHasCome(*found->second))

@@ -19,22 +19,22 @@
 
 namespace vello {
 
-/// Keeps one tap per application that plays, in step with settings and devices, while the master switch is
-/// on.
+/// Maintains one tap per playing application while the master switch is on, and updates it when settings or
+/// devices change.
 ///
-/// Main thread only. No failure leaves it: each is logged, and a later rebuild heals it. Taps go by source
+/// Main thread only. Failures are logged, not reported; a later rebuild recovers. Taps are keyed by source
 /// id, which is the id of the application's group.
 class TapCoordinator {
 public:
-    /// The stored settings of a source; asked for kSystemSourceID too.
+    /// Returns the stored settings of a source; also called with kSystemSourceID.
     using SettingsProvider = std::function<EQSettings(const std::string& sourceID)>;
     using Taps = std::map<std::string, std::shared_ptr<ProcessTap>>;
 
-    /// How far a tap has come.
+    /// Progress of a tap.
     enum class TapStage {
         starting,
-        connecting, ///< it would run, but the audio system has not connected it, or refuses to
-        running,    ///< it carries its application's sound
+        connecting, ///< started, but the audio system has not connected it (yet)
+        running,    ///< it carries its application's audio
     };
     struct TapState {
         TapStage stage = TapStage::starting;
@@ -47,47 +47,46 @@ public:
     struct WatchdogEntry {
         std::string sourceID;
         std::shared_ptr<ProcessTap> tap;
-        bool sourceIsAudible; ///< the application is listed as one that plays
+        bool sourceIsAudible; ///< the application is listed as playing
     };
 
-    /// The master switch is off at first. All references outlive the coordinator. `kernel` is what the taps
-    /// filter with; start() logs it if that is not the fastest.
+    /// The master switch is initially off. All references must outlive the coordinator. The taps filter with
+    /// `kernel`; start() logs if a faster one was rejected.
     TapCoordinator(AudioHardware& hardware, MainThread& mainThread, SystemLog& log,
                    TapTeardownQueue& teardownQueue, SettingsProvider settingsProvider,
                    const BlockKernelChoice& kernel = processBlockKernel());
-    /// Invalidates every tap; their teardown may still be under way on the queue.
+    /// Invalidates every tap; their teardown may still be running on the queue.
     ~TapCoordinator();
     TapCoordinator(const TapCoordinator&) = delete;
     TapCoordinator& operator=(const TapCoordinator&) = delete;
 
-    /// Once, before the first tap: guards against crashes, clears away what an earlier run left, listens to
-    /// the devices, begins to watch the taps.
+    /// Call once, before the first tap. Installs the crash guard, destroys aggregate devices of an earlier
+    /// run, starts listening to the devices and starts the watchdog.
     void start();
-    /// Turns the master switch off, takes every tap down and waits until the audio system has no trace of
-    /// them.
+    /// Turns the master switch off, destroys every tap and blocks until the platform objects are gone.
     void teardownAll();
 
     bool isEnabled() const { return isEnabled_; }
-    /// The master switch. While it is off there is no tap.
+    /// The master switch. While it is off, no tap exists.
     void setEnabled(bool isEnabled);
-    /// The applications that play now.
+    /// Sets the applications that currently play.
     void updateGroups(const std::vector<AudioProcessGroup>& groups);
-    /// Which source the user has open. Every change reconciles; nothing else depends on it.
+    /// Sets the source that the user has open. A change only triggers reconcile().
     void setFocusedSource(std::optional<std::string> sourceID);
-    /// The settings provider answers differently for this source now.
+    /// Call after the settings of this source have changed.
     void settingsDidChange(const std::string& sourceID);
 
-    /// Creates, keeps and destroys taps until they are those of the groups. Also the second try of a tap that
-    /// could not be activated.
+    /// Creates and destroys taps to match the groups. Also retries taps whose activation failed.
     void reconcile();
-    /// Takes one source's tap down, with everything that is pending for it.
+    /// Destroys one source's tap and cancels everything pending for it.
     void destroy(const std::string& sourceID);
 
     const Taps& taps() const { return taps_; }
-    /// Of every tap, by source id, as of its last step.
+    /// The state of every tap by source id, as last published.
     const Published<TapStates>& tapStates() const { return tapStates_; }
     std::vector<WatchdogEntry> watchdogEntries() const;
-    /// Publishes also what the audio system did not announce of the taps' connections.
+    /// Polls the connections of the taps, for changes that the audio system did not announce, and publishes
+    /// them.
     void checkConnections();
 
 private:
@@ -126,7 +125,7 @@ private:
     TapWatchdog watchdog_;
     std::map<std::string, AudioProcessGroup> groupsByID_;
     std::optional<std::string> focusedSourceID_;
-    std::map<std::string, AudioProcessGroup> tapGroupSnapshots_; ///< the group that each tap was made from
+    std::map<std::string, AudioProcessGroup> tapGroupSnapshots_; ///< the group that each tap was created for
     std::map<std::string, TaskHandle> activationTasks_;
     OutputDeviceObservers deviceObservers_;
     SourceRateLimit chosenOutputRebuilds_;

@@ -9,8 +9,8 @@
 
 namespace vello {
 
-/// What a tap works with. All of it outlives the tap, and the queue is drained before the audio hardware
-/// goes.
+/// Dependencies of a tap. They must outlive the tap, and the queue must be drained before `hardware` is
+/// destroyed.
 struct TapServices {
     AudioHardware& hardware;
     MainThread& mainThread;

@@ -22,18 +22,18 @@ constexpr std::uint32_t kSilentBuffers = 200;
 constexpr int kMissesBeforeRebuild = 3;
 constexpr auto kRebuildCooldown = 20s;
 
-/// How long ago; less than nothing when the callback ran since `now` was read.
+/// Time since the last callback; negative if the callback ran after `now` was read.
 std::chrono::nanoseconds age(std::uint64_t callbackTime, MainThread::Instant now) {
     return std::chrono::nanoseconds(static_cast<std::int64_t>(hostTime(now) - callbackTime));
 }
 
-/// A tap whose device is not connected is not called, and a new one would only begin to connect later: the
-/// audio system tries again by itself.
+/// Also skips a tap whose device is not connected: its callback cannot run yet, and a new tap would only have
+/// to connect again. The audio system retries by itself.
 bool isTooYoung(const ProcessTap& tap, MainThread::Instant now) {
     return !tap.activatedAt() || now - *tap.activatedAt() < kGracePeriod || tap.isStillConnecting();
 }
 
-/// A tap that never carried anything, or whose application does not play, may be silent for ever.
+/// Silence is normal for a tap that never carried a signal or whose application does not play.
 bool isSuspiciouslySilent(const TapRealtimeContext& context, bool sourceIsAudible) {
     return context.zeroBufferStreak.load(std::memory_order_relaxed) >= kSilentBuffers && sourceIsAudible &&
            context.hasCarriedSignal.load(std::memory_order_relaxed) != 0;

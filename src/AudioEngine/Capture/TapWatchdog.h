@@ -12,30 +12,29 @@ namespace vello {
 class ProcessTap;
 class TapCoordinator;
 
-/// Looks every 2 s whether each tap's callback is called and passes sound, and has a tap that failed three
-/// times in a row made again, at most every 20 s for one source. A tap that the audio system has not
-/// connected has not failed. Main thread only; it reads counters that the callback keeps and never waits for
-/// it.
+/// Checks every 2 s that each tap's callback runs and passes audio. Rebuilds a tap after three failed checks
+/// in a row, at most every 20 s per source. A tap that is not connected yet does not fail. Main thread only;
+/// it reads counters of the callback and never waits for it.
 class TapWatchdog {
 public:
-    /// All three outlive the watchdog.
+    /// All three must outlive the watchdog.
     TapWatchdog(TapCoordinator& coordinator, MainThread& mainThread, SystemLog& log);
 
-    /// Begins to look. A second call does nothing.
+    /// Starts the checks. A second call does nothing.
     void start();
-    /// Ends it, and forgets everything.
+    /// Stops the checks and resets all state.
     void stop();
-    /// Looks at every tap once.
+    /// Checks every tap once.
     void runChecks();
-    /// The source's tap is gone; a new one begins without failures. The time until which it is not rebuilt
-    /// holds on.
+    /// Resets the failure count of a source whose tap is gone. The cooldown until the next rebuild continues.
     void forgetMisses(const std::string& sourceID) { missCounts_.erase(sourceID); }
 
-private:
     enum class Verdict { tooEarly, healthy, failed };
-
-    void checkAgain();
+    /// Judges one tap by the counters that its callback keeps. A source that is not audible may be silent.
     static Verdict judge(const ProcessTap& tap, bool sourceIsAudible, MainThread::Instant now);
+
+private:
+    void checkAgain();
     void countMiss(const std::string& sourceID, MainThread::Instant now);
     void rebuild(const std::string& sourceID, MainThread::Instant now);
 

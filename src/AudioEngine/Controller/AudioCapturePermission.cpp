@@ -1,20 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/Controller/AudioCapturePermission.h"
 
-#include <optional>
-
 namespace vello {
 
 namespace {
 
-constexpr int kPreflightAllowed = 0;
-constexpr int kPreflightDenied = 1;
-
-AudioCapturePermission::Status statusOf(std::optional<int> preflight) {
-    if (preflight == kPreflightAllowed)
+AudioCapturePermission::Status statusOf(Consent consent) {
+    switch (consent) {
+    case Consent::allowed:
         return AudioCapturePermission::Status::authorized;
-    if (preflight == kPreflightDenied)
+    case Consent::denied:
         return AudioCapturePermission::Status::denied;
+    case Consent::undecided:
+        break;
+    }
     return AudioCapturePermission::Status::unknown;
 }
 

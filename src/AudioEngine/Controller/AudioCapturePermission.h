@@ -10,7 +10,7 @@
 
 namespace vello {
 
-/// Whether the user allows the capture of other applications' sound. Main thread only.
+/// Whether the user allows capturing other applications' audio. Main thread only.
 class AudioCapturePermission {
 public:
     enum class Status {
@@ -19,8 +19,8 @@ public:
         denied,
     };
 
-    /// Reads the status, and again whenever the application becomes active or the system reports a change.
-    /// All references outlive the object.
+    /// Reads the status, and reads it again whenever the application becomes active or the system reports a
+    /// change. All references must outlive the object.
     AudioCapturePermission(CaptureAuthorization& authorization, ApplicationEvents& events,
                            MainThread& mainThread);
     ~AudioCapturePermission();
@@ -30,16 +30,16 @@ public:
     const Published<Status>& status() const { return *status_; }
 
     void refresh();
-    /// Asks the user; the answer becomes the status, if there is one.
+    /// Asks the user. If the user answers, the answer becomes the status.
     void request();
-    /// Shows the user where the permission can be changed. The new status comes with a later refresh.
+    /// Opens the place where the user can change the permission. A later refresh picks up the new status.
     void openSystemSettings();
 
 private:
     CaptureAuthorization& authorization_;
     ApplicationEvents& events_;
     MainThread& mainThread_;
-    /// Shared so that an answer that comes late finds out whether anybody still waits for it.
+    /// Shared, so that a late answer can detect that this object is gone.
     std::shared_ptr<Published<Status>> status_ = std::make_shared<Published<Status>>(Status::unknown);
 };
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr auto kMeterPeriod = 33ms;
 
-/// Sources that are known by a process number only are never saved: tomorrow that number is another's.
+/// Sources identified only by a process number are never saved, because the number will be reused.
 constexpr std::string_view kProcessSourcePrefix = "pid.";
 
 AppAudioSource systemSource() {
@@ -29,7 +29,7 @@ AppAudioSource sourceOf(const AudioProcessGroup& group) {
     return {group.id, pid, group.displayName, group.bundleID};
 }
 
-/// All of `primary`, then what `secondary` has beyond its names.
+/// All of `primary`, then the presets of `secondary` whose names are not in `primary`.
 std::vector<UserEQPreset> mergePresets(const std::vector<UserEQPreset>& primary,
                                        const std::vector<UserEQPreset>& secondary) {
     std::set<std::string_view> names;
@@ -66,7 +66,7 @@ AudioController::AudioController(const AudioControllerPorts& ports,
     outputRoutes_.start();
     observeProcesses();
     applicationEvents_.onWillTerminate([this] { willTerminate(); });
-    // Without a panel nobody else would notice that the user allowed the capture.
+    // Without a panel, nothing else would react when the user allows the capture.
     permissionObservation_ = capturePermission_.status().observe([this](auto) { permissionStatusChanged(); });
 }
 
@@ -74,7 +74,7 @@ AudioController::~AudioController() {
     applicationEvents_.onWillTerminate(nullptr);
 }
 
-// The beginning and the end
+// Startup and shutdown
 
 void AudioController::loadStored() {
     StoredSettings stored = settingsStore_.load();
@@ -108,14 +108,14 @@ void AudioController::willTerminate() {
 
 // Taps
 
-/// Nothing that still happens on the way out may bring a tap back.
+/// While the application terminates, no event may create a tap again.
 void AudioController::syncCoordinatorEnabled() {
     const bool isEnabled = isProcessingEnabled_.value() && !isTerminating_ &&
                            capturePermission_.status().value() == AudioCapturePermission::Status::authorized;
     if (isEnabled == tapCoordinator_.isEnabled())
         return;
     tapCoordinator_.setEnabled(isEnabled);
-    tapCoordinator_.reconcile();
+    tapCoordinator_.reconcile(); // does not rely on setEnabled() doing so
 }
 
 void AudioController::setProcessingEnabled(bool isEnabled) {
@@ -218,11 +218,11 @@ void AudioController::stopMeterUpdates() {
     meterUpdateTask_.reset();
 }
 
-/// The next tick is timed from the end of this one, so that a slow machine still gets to other work.
+/// Schedules each tick from the end of the previous one, so that a slow machine has time for other work.
 void AudioController::scheduleMeterTick() {
     meterUpdateTask_ = mainThread_.after(kMeterPeriod, [this] {
         meters_.update(tapCoordinator_.taps(), activeSourceID_.value(), mainThread_.now());
-        // Whoever was told may have stopped the updates.
+        // An observer may have stopped the updates.
         if (meterUpdateTask_)
             scheduleMeterTick();
     });

@@ -33,7 +33,7 @@
 
 namespace vello {
 
-/// What the controller is made on: one adapter for each port. All of them outlive it.
+/// The controller's dependencies: one adapter per port. All of them must outlive it.
 struct AudioControllerPorts {
     AudioHardware& audioHardware;
     MainThread& mainThread;
@@ -44,68 +44,68 @@ struct AudioControllerPorts {
     SystemLog& systemLog;
 };
 
-/// The application's one observable model: the sources with their settings, levels and tempo, the user's
-/// presets, the outputs, the master switch. The panel and the command line work on nothing else. Main thread
-/// only; an observer may call any member.
+/// The application's observable model: the sources with their settings, levels and tempo, the user's presets,
+/// the outputs and the master switch. It is the only interface for the panel and the command line. Main
+/// thread only; an observer may call any member.
 class AudioController {
 public:
     using Levels = SourceMeters::Levels;
     using TempoEstimates = SourceMeters::TempoEstimates;
 
-    /// Loads what is stored and begins to equalize whatever plays, as far as the user allows it. When the
-    /// application ends it takes everything down and saves. `applicationSupportFolder` is the user's folder
-    /// for the data of all applications.
+    /// Loads the stored settings and starts equalizing, if the user allows the capture. When the application
+    /// exits, it destroys all taps and saves. `applicationSupportFolder` is the user's folder for the data of
+    /// all applications.
     AudioController(const AudioControllerPorts& ports, const std::filesystem::path& applicationSupportFolder);
     ~AudioController();
     AudioController(const AudioController&) = delete;
     AudioController& operator=(const AudioController&) = delete;
 
-    /// The system-wide source first, then one for each application that plays.
+    /// The system-wide source, then one for each application that plays.
     const Published<std::vector<AppAudioSource>>& sources() const { return sources_; }
-    /// 0 to 1, of the sources that are heard; a source without an entry is silent.
+    /// 0 to 1, for audible sources only; a source without an entry is silent.
     const Published<Levels>& levels() const { return meters_.levels(); }
     /// Of the active source.
     const Published<SpectrumAnalyzer::Levels>& spectrum() const { return meters_.spectrum(); }
     const Published<TempoEstimates>& tempoEstimates() const { return meters_.tempoEstimates(); }
-    /// What the user can choose as an output, the default one first.
+    /// The outputs that the user can choose, the default first.
     const Published<std::vector<AudioOutputRoute>>& outputRoutes() const { return outputRoutes_.routes(); }
-    /// Of every source ever configured, also of absent ones.
+    /// For every source ever configured, even if it does not currently play.
     const Published<SettingsBySourceID>& settingsBySourceID() const { return settingsBySourceID_; }
-    /// In the order of menus.
+    /// In the order in which menus show them.
     const Published<std::vector<UserEQPreset>>& userPresets() const { return userPresets_; }
     /// The source that the user has open.
     const Published<std::optional<std::string>>& activeSourceID() const { return activeSourceID_; }
-    /// The master switch; on at first.
+    /// The master switch; initially on.
     const Published<bool>& isProcessingEnabled() const { return isProcessingEnabled_; }
     AudioCapturePermission& capturePermission() { return capturePermission_; }
 
     void setProcessingEnabled(bool isEnabled);
-    /// The stored settings, or neutral ones.
+    /// The stored settings, or neutral settings if there are none.
     EQSettings settings(std::string_view sourceID) const;
     std::optional<float> level(std::string_view sourceID) const;
     std::optional<TempoEstimate> tempo(std::string_view sourceID) const;
-    /// Puts `settings` in force and has them saved. The caller has checked the values: eight gains, all
+    /// Applies `settings` and schedules a save. The caller must have checked the values: eight gains, all
     /// numbers finite.
     void updateSettings(EQSettings settings, std::string sourceID);
-    /// Saves a curve under `name` without the white space around it, in place of any other of that name, as
-    /// the last of the list. A blank name, or another number of gains than bands, does nothing. The caller
-    /// has checked that the name is UTF-8 and the gains are finite.
+    /// Saves a curve under the trimmed `name` at the end of the list and removes any other with that name.
+    /// Does nothing if the name is blank or there is not exactly one gain per band. The caller must have
+    /// checked that the name is valid UTF-8 and the gains are finite.
     void saveUserPreset(std::string_view name, std::span<const double> gains);
     void setActiveSource(std::optional<std::string> sourceID);
-    /// The streams that are left as they are, as of this moment: nobody is told when they change.
+    /// The streams that are currently not captured. Changes are not published.
     std::vector<ExemptStream> exemptStreams() const { return exemptStreams_.read(); }
-    /// For the user, in the user's language; without a UID the output is chosen automatically.
+    /// Localized name for the user; nullopt means that the output is chosen automatically.
     std::string outputRouteName(const std::optional<std::string>& uid) const;
 
-    /// Levels, spectrum and tempo are read every 33 ms between these two. Whoever is not the only one that
-    /// looks joins a MeterAudience instead.
+    /// Start and stop reading levels, spectrum and tempo every 33 ms. Use a MeterAudience if there may be
+    /// several users of the meters.
     void startMeterUpdates();
     void stopMeterUpdates();
-    /// Brings the taps in line with the permission's status. The controller watches the status itself; more
-    /// calls are harmless.
+    /// Creates or destroys taps according to the permission's status. The controller observes the status
+    /// itself; additional calls are harmless.
     void permissionStatusChanged();
 
-    /// The taps that there are, by source id: for whoever shows their state.
+    /// The current taps by source id, for displaying their state.
     const TapCoordinator::Taps& taps() const { return tapCoordinator_.taps(); }
     const Published<TapCoordinator::TapStates>& tapStates() const { return tapCoordinator_.tapStates(); }
 
@@ -137,7 +137,7 @@ private:
     SettingsStore settingsStore_;
     PresetCloudStore presetCloudStore_;
     SourceMeters meters_;
-    TapTeardownQueue teardownQueue_; ///< outlives the coordinator
+    TapTeardownQueue teardownQueue_; ///< must outlive the coordinator
     TapCoordinator tapCoordinator_;
     TaskHandle meterUpdateTask_;
     Observation permissionObservation_;

@@ -6,21 +6,20 @@
 
 namespace vello {
 
-/// Whether the system starts the application at login, as the user sees and changes it. Main thread only; the
-/// calls block for the disk.
+/// The user's setting whether the application starts at login. Main thread only; the calls block on disk I/O.
 class LaunchAtLoginController {
 public:
-    /// Reads nothing yet. `loginItem` outlives the object.
+    /// Reads nothing yet. `loginItem` must outlive the object.
     explicit LaunchAtLoginController(LoginItem& loginItem) : loginItem_(loginItem) {}
 
-    /// As of the last refresh(); false before.
+    /// As of the last refresh(); initially false.
     const Published<bool>& isEnabled() const { return isEnabled_; }
-    /// The last change could not be made.
+    /// Whether the last change failed.
     const Published<bool>& didFailToUpdate() const { return didFailToUpdate_; }
 
-    /// Reads what the system would do.
+    /// Reads the current state from the system.
     void refresh();
-    /// Changes it. isEnabled() shows afterwards what really holds.
+    /// Changes the setting, then updates isEnabled() from the system.
     void setEnabled(bool isEnabled);
 
 private:

@@ -7,11 +7,10 @@ namespace vello {
 
 class AudioController;
 
-/// Everybody who looks at the meters: they run while somebody does. Main thread only.
+/// Runs the meters while at least one seat is taken. Main thread only.
 class MeterAudience {
 public:
-    /// One who looks. Dropping the handle is looking away; every handle is dropped before the controller
-    /// goes.
+    /// Keeps the meters running until it is dropped. Must be dropped before the controller is destroyed.
     using Seat = std::shared_ptr<void>;
 
     explicit MeterAudience(AudioController& controller) : controller_(controller) {}

@@ -29,7 +29,7 @@ OutputRoutes::Observer OutputRoutes::observe(AudioObjectID object, FourCharCode 
         hardware_, log_, object, selector, kAudioObjectPropertyScopeGlobal, [this] { readAgain(); });
 }
 
-/// Whoever is told of the routes may end the listening; so the names come first.
+/// Updates the name listeners first, because an observer of the routes may call stop().
 void OutputRoutes::readAgain() {
     observeNames();
     routes_.set(readOutputRoutes(hardware_));

@@ -13,22 +13,22 @@
 
 namespace vello {
 
-/// The outputs that the user can choose, as devices come, go, change their names or become the default one.
-/// Main thread only.
+/// The outputs that the user can choose, updated when a device is added, removed, renamed or becomes the
+/// default. Main thread only.
 class OutputRoutes {
 public:
-    /// Both outlive the object.
+    /// Both must outlive the object.
     OutputRoutes(AudioHardware& hardware, SystemLog& log) : hardware_(hardware), log_(log) {}
     ~OutputRoutes();
     OutputRoutes(const OutputRoutes&) = delete;
     OutputRoutes& operator=(const OutputRoutes&) = delete;
 
-    /// Reads them at once and begins to listen.
+    /// Reads the outputs and starts listening for changes.
     void start();
-    /// Listens no more; the routes stay as they are.
+    /// Stops listening; the routes keep their last value.
     void stop();
 
-    /// The default one first, see readOutputRoutes().
+    /// The default first, see readOutputRoutes().
     const Published<std::vector<AudioOutputRoute>>& routes() const { return routes_; }
 
 private:

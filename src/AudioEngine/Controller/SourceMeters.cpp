@@ -17,7 +17,7 @@ constexpr auto kTempoPeriod = 500ms;
 constexpr auto kTempoHold = 4s;
 constexpr float kSpectrumDecay = 0.8F;
 
-/// Up at once, down by and by.
+/// Fast attack, slow decay.
 SpectrumAnalyzer::Levels smoothed(SpectrumAnalyzer::Levels spectrum, const SpectrumAnalyzer::Levels& newest) {
     for (std::size_t band = 0; band < spectrum.size(); ++band)
         spectrum[band] = spectrum[band] < newest[band]
@@ -42,7 +42,7 @@ void SourceMeters::update(const TapCoordinator::Taps& taps, const std::optional<
         if (const auto level = measure(sourceID, *tap, now))
             levels.emplace_hint(levels.end(), sourceID, *level);
     const auto magnitudes = analyze(taps, activeSourceID);
-    // Only now, since whoever is told may change the taps.
+    // Publish last, because an observer may change the taps.
     publishTempo();
     levels_.set(std::move(levels));
     spectrum_.set(magnitudes ? smoothed(spectrum_.value(), *magnitudes) : decayed(spectrum_.value()));
@@ -61,7 +61,7 @@ void SourceMeters::forgetAllBut(const Predicate& isKept) {
     std::erase_if(tempo_, [&](const auto& entry) { return !isKept(entry.first); });
 }
 
-/// The level to be shown; nothing for a source that reads as silent.
+/// The level to display; nullopt for a silent source.
 std::optional<float> SourceMeters::measure(const std::string& sourceID, const ProcessTap& tap,
                                            MainThread::Instant now) {
     if (!tap.realtimeContext())
@@ -111,7 +111,7 @@ SourceMeters::analyze(const TapCoordinator::Taps& taps, const std::optional<std:
                                             context.channelCount);
 }
 
-/// Most updates change no estimate, and then nothing is copied.
+/// Avoids a copy: most updates do not change an estimate.
 void SourceMeters::publishTempo() {
     if (tempo_ != tempoEstimates_.value())
         tempoEstimates_.set(tempo_);

@@ -14,27 +14,26 @@
 
 namespace vello {
 
-/// What the eye is shown of the sound that the taps carry: levels, the spectrum of one source and tempo.
-/// Main thread only. It shows nothing by itself: the owner calls update() as often as somebody looks.
+/// Meter values of the taps for display: levels, tempo and the spectrum of one source. Main thread only. It
+/// has no timer of its own: the owner calls update() while the meters are visible.
 class SourceMeters {
 public:
     using Levels = std::map<std::string, float, std::less<>>;
     using TempoEstimates = std::map<std::string, TempoEstimate, std::less<>>;
     using Predicate = std::function<bool(const std::string& sourceID)>;
 
-    /// 0 to 1, of the sources that are heard; a source without an entry is silent. A source that falls silent
-    /// keeps an entry, with what its tap measures, for half a second.
+    /// 0 to 1, for audible sources only; a source without an entry is silent. A source that becomes silent
+    /// keeps its entry, with the measured level, for 0.5 s.
     const Published<Levels>& levels() const { return levels_; }
-    /// Of the active source. It rises at once and falls by a fifth of the difference with each update.
+    /// Of the active source. Rises immediately and falls by a fifth of the difference with each update.
     const Published<SpectrumAnalyzer::Levels>& spectrum() const { return spectrum_; }
-    /// Of the sources that are heard, looked for twice a second; an estimate holds for 4 s in which there is
-    /// no new one.
+    /// For audible sources, estimated twice a second. An estimate is kept for 4 s if there is no new one.
     const Published<TempoEstimates>& tempoEstimates() const { return tempoEstimates_; }
 
-    /// Reads the taps once. `activeSourceID` is the source whose spectrum is shown.
+    /// Reads the taps once. `activeSourceID` is the source whose spectrum is computed.
     void update(const TapCoordinator::Taps& taps, const std::optional<std::string>& activeSourceID,
                 MainThread::Instant now);
-    /// Drops all that is known of every other source.
+    /// Drops all values of every other source.
     void keepOnly(const Predicate& isKept);
 
 private:
@@ -59,7 +58,7 @@ private:
     SpectrumAnalyzer spectrumAnalyzer_;
     TempoAnalyzer tempoAnalyzer_;
     std::map<std::string, Memory, std::less<>> memories_;
-    TempoEstimates tempo_; ///< becomes tempoEstimates_ at the end of each update
+    TempoEstimates tempo_; ///< copied to tempoEstimates_ at the end of each update
 };
 
 } // namespace vello

@@ -11,15 +11,14 @@
 
 namespace vello {
 
-/// The latest samples of one tap, handed from the data thread (the only writer) to any number of readers
-/// without locks. The samples are interleaved as the writer has them.
+/// Lock-free ring buffer of one tap's latest interleaved samples. The data thread is the only writer; there
+/// may be any number of readers.
 ///
-/// Nobody waits: a reader that copies so much that the writer overtakes it meanwhile gets newer samples at
-/// the far end.
+/// Neither side waits. If the writer overtakes a reader during a long copy, the oldest samples of the copy
+/// are replaced by newer ones.
 class AudioSampleRingBuffer {
 public:
-    /// Samples where they lie, in order: first those of `older`, then those of `newer`, which is empty unless
-    /// the ring's end is between them.
+    /// Samples in place, in order: first `older`, then `newer`, which is empty unless the range wraps around.
     struct Samples {
         std::span<const float> older, newer;
 
@@ -28,33 +27,33 @@ public:
         }
     };
 
-    /// `capacity` samples, all zero; a power of two, else the process ends.
+    /// The ring is filled with zeros. Aborts the process if the capacity, in samples, is not a power of two.
     explicit AudioSampleRingBuffer(std::size_t capacityPowerOfTwo);
 
     std::size_t capacity() const noexcept { return capacity_; }
-    /// Number of samples ever written.
+    /// Total number of samples written.
     std::size_t writeCursor() const noexcept { return writeCursor_.load(std::memory_order_acquire); }
 
-    /// Appends. A block larger than the ring is dropped whole. Data thread only.
+    /// Appends samples. Ignores a block larger than the ring. Data thread only.
     void write(const float* samples, std::size_t count) noexcept VELLO_REALTIME;
-    /// Has the cache fetch the place of the next `count` samples: the ring is larger than the caches, so a
-    /// write that comes without notice waits for memory. Data thread only.
+    /// Prefetches the memory of the next `count` samples. The ring is larger than the caches, so write()
+    /// would otherwise wait for memory. Data thread only.
     void prefetch(std::size_t count) const noexcept VELLO_REALTIME;
 
-    /// The newest `count` samples, without a copy: for a reader that passes over them once. The writer goes
-    /// on meanwhile and overwrites the oldest samples of the ring first. Nothing when the ring never held so
-    /// many or `count` is 0. Any thread, for as long as the ring lives.
+    /// The newest `count` samples without a copy, for a reader that reads them once. Meanwhile the writer may
+    /// overwrite them, the oldest first. Returns nullopt when fewer samples have been written, or when
+    /// `count` is 0 or above the capacity. Any thread; valid for the lifetime of the ring.
     std::optional<Samples> latest(std::size_t count) const noexcept;
-    /// Copies the newest `count` samples, oldest first. False, and nothing copied, when the ring never held
-    /// so many, `count` is 0 or `destination` is null. Any thread.
+    /// Copies the newest `count` samples, oldest first. Returns false and copies nothing when latest() would
+    /// return nullopt or `destination` is null. Any thread.
     bool copyLatest(float* destination, std::size_t count) const noexcept;
 
 private:
     std::size_t capacity_;
     std::size_t mask_;
     std::unique_ptr<float[]> storage_;
-    /// Stored with release after the samples, loaded with acquire by readers: every sample before it is
-    /// visible.
+    /// Stored with release after the samples and loaded with acquire by readers, so that all samples before
+    /// it are visible.
     std::atomic<std::size_t> writeCursor_{0};
 };
 

@@ -8,7 +8,7 @@
 
 namespace vello {
 
-/// Number of second-order sections in series: one a band.
+/// Number of second-order sections in series, one per band.
 inline constexpr std::size_t kSectionCount = 8;
 
 /// y[n] = b0 x[n] + b1 x[n-1] + b2 x[n-2] - a1 y[n-1] - a2 y[n-2]
@@ -16,15 +16,14 @@ struct BiquadCoefficients {
     double b0, b1, b2, a1, a2;
 };
 
-/// Coefficients of eight peaking sections, immutable.
+/// Immutable coefficients of eight peaking sections.
 ///
-/// A peaking section designed by the bilinear transform has b1 = a1 and b0 + b2 = 1 + a2 (both sides of the
-/// latter are 2 / a0). So its direct form I is also, with c = b0 - 1 and w = y - x, the difference that the
-/// section makes:
+/// A peaking section designed by the bilinear transform has b1 = a1 and b0 + b2 = 1 + a2 (both sums are 2 /
+/// a0). With c = b0 - 1 and w = y - x, the difference that the section adds, its direct form I becomes:
 ///
 ///     w[n] = c (x[n] - x[n-2]) - a2 w[n-2] - a1 w[n-1]        y[n] = x[n] + w[n]
 ///
-/// Three products a section instead of five, and a flat band is exact.
+/// This takes three multiplications per section instead of five, and a flat band is bit-exact.
 class BiquadSetup {
 public:
     using Sections = std::array<BiquadCoefficients, kSectionCount>;
@@ -33,7 +32,7 @@ public:
 
     const Sections& sections() const noexcept { return sections_; }
 
-    // The same by coefficient, index = section, as the kernels load them.
+    // The same coefficients as arrays indexed by section, for the kernels.
     alignas(64) std::array<double, kSectionCount> excess; ///< b0 - 1
     alignas(64) std::array<double, kSectionCount> a1;
     alignas(64) std::array<double, kSectionCount> a2;
@@ -42,17 +41,19 @@ private:
     Sections sections_;
 };
 
-/// What the cascade of one channel remembers between samples; first index: 0 is [n-1], 1 is [n-2].
+/// State of one channel's cascade between samples. First index: 0 is [n-1], 1 is [n-2].
 ///
-/// Histories are those of direct form I, shared by neighbours: number k is the input of section k and the
-/// output of section k - 1. Differences are w above. They follow from the histories, but exactly only as long
-/// as they are kept, so they are kept; a change of coefficients touches neither.
+/// `histories` are those of direct form I, shared by neighbouring sections: index k is the input of section k
+/// and the output of section k - 1. `differences` are w above. They are stored, because recomputing them from
+/// the histories would round differently. A change of coefficients changes neither.
 struct CascadeState {
     alignas(64) double differences[2][kSectionCount] = {};
     double histories[2][kSectionCount + 1] = {};
 
-    /// Computes the histories of the last section's output from those of its input and the differences,
-    /// rounded as in processing.
+    bool operator==(const CascadeState&) const = default;
+
+    /// Computes the last section's output history from its input history and the differences, with the same
+    /// rounding as in processing.
     void deriveLastOutputs() noexcept VELLO_REALTIME {
         for (std::size_t age = 0; age < 2; ++age)
             histories[age][kSectionCount] =
@@ -60,8 +61,8 @@ struct CascadeState {
     }
 };
 
-/// One sample of one channel through all sections in double precision: the definition of the result. Faster
-/// variants differ from it by nothing but fused multiply-adds.
+/// Reference implementation: runs one sample of one channel through all sections in double precision. The
+/// faster variants differ only by fused multiply-adds.
 double processSample(const BiquadSetup& setup, CascadeState& state, double sample) noexcept VELLO_REALTIME;
 
 } // namespace vello

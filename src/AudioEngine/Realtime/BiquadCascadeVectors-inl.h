@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The cascade of eight sections over a block, on the vectors of one instruction set. Included once for each
-// of them.
+// Runs the cascade of eight sections over a block with the vectors of one instruction set. Included once per
+// instruction set.
 //
-// Sections in series are a chain: each waits for the one before it. But section k may work on an older sample
-// than section k - 1 does, and then they can work at the same time, as the lanes of vectors.
+// Sections in series form a dependency chain: each needs the output of the one before it. If section k works
+// on an older sample than section k - 1, however, they can run at the same time in the lanes of a vector.
 //
-// A pass takes the samples through as many sections as two vectors hold; more vectors would not stay in
-// registers. The channels of a frame sit side by side, and section k is place k / 2 of vector k % 2. The
-// outputs of the even vector are the inputs of the odd one as they stand; the odd one's move on by a place to
-// become inputs of the even one. Place 0 is the highest, so that a frame leaves by the lowest lanes, where it
-// is stored at no cost. Each section runs kSkew frames behind the one before it, so that nobody waits for a
-// result.
+// A pass runs the samples through as many sections as two vectors hold; more vectors would not fit in the
+// registers. The channels of a frame are adjacent lanes, and section k is place k / 2 of vector k % 2. The
+// outputs of the even vector are the inputs of the odd vector without a shuffle; the outputs of the odd
+// vector move by one place to become inputs of the even one. Place 0 is in the highest lanes, so that a
+// finished frame is in the lowest lanes, where it can be stored without a shuffle. Each section runs kSkew
+// frames behind the one before it, to hide the latency of the arithmetic.
 //
-// A block has to leave no sample behind, so at its start the sections join one after the other, each with the
-// state that the block before left, and at its end they leave one after the other. That costs kDepth steps a
-// block.
+// A block must be processed completely, so the sections start one after the other at its beginning, each with
+// the state left by the previous block, and stop one after the other at its end. That costs kDepth extra
+// steps per block.
 #if defined(VELLO_BIQUAD_CASCADE_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VELLO_BIQUAD_CASCADE_VECTORS_INL_H
 #undef VELLO_BIQUAD_CASCADE_VECTORS_INL_H
@@ -37,14 +37,15 @@ namespace vello {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// One pass from `in` to `out`, which may be the same, through the sections from `first` on; more than kDepth
-/// frames.
+/// One pass from `in` to `out`, which may be the same, through the sections starting at `first`. Needs more
+/// than kDepth frames.
 template <class D, std::size_t kChannels, std::size_t kVectors, class In, class Out> class Pass {
     using L = Layout<D, kChannels, kVectors>;
 
 public:
-    /// About the time from a section's input to its output over that of a step: a step on wide vectors takes
-    /// longer. Too little makes sections wait, too much costs every block; measured with vello_dsp_benchmark.
+    /// Roughly the latency of a section divided by the duration of a step, which is longer for wide vectors.
+    /// Too small a value stalls the sections, too large a value makes every block slower. Measured with
+    /// vello_dsp_benchmark.
     static constexpr std::size_t kSkew = kVectors == 1 ? 6 : L::kLanes == 8 ? 4 : L::kLanes == 4 ? 8 : 6;
     static constexpr std::size_t kDepth = (L::kSections - 1) * kSkew;
 
@@ -70,8 +71,8 @@ public:
 private:
     using Vector = typename L::Vector;
     using Steps = std::make_index_sequence<kSkew>;
-    // A compiler keeps an array in registers only where it knows every index, so loops over steps are written
-    // out.
+    // Compilers keep an array in registers only if every index is a constant, so loops over steps are
+    // unrolled by hand.
     using Line = Vector[kSkew];
 
     static HWY_INLINE auto same(const std::array<double, kSectionCount>& values) {
@@ -92,7 +93,7 @@ private:
         L::storeFrame(outputs, out_ + frame * kChannels);
     }
 
-    /// Each section in turn takes up the state that the last block left.
+    /// Starts the sections one after the other, with the state left by the previous block.
     HWY_INLINE void joinAll() {
         const Sections<D> even = even_;
         const Sections<D> odd = odd_;
@@ -101,7 +102,7 @@ private:
             enterEven(frame, Steps());
             frame += kSkew;
         }
-#pragma GCC unroll 8 // every mask is a constant then
+#pragma GCC unroll 8 // makes every mask a constant
         for (std::size_t place = 1; place < L::kPlaces; ++place) {
             enter(frame, Steps());
             frame += kSkew;
@@ -121,7 +122,7 @@ private:
         passRest<0>(frame);
     }
 
-    /// Each section in turn is done; its state is final.
+    /// Stops the sections one after the other and saves their state.
     HWY_INLINE void leaveAll() {
         Sections<D> even = even_;
         Sections<D> odd = odd_;
@@ -147,8 +148,8 @@ private:
         L::store(even.x2, odd.x2, each<double>(&CascadeState::histories, 1), first_);
     }
 
-    /// A step of every section; returns its outputs, whose last place is a finished frame. Inputs are the
-    /// outputs of kSkew steps before, that is of the last step with the same i.
+    /// Runs one step of every section and returns the outputs; the last place is a finished frame. Inputs are
+    /// the outputs from kSkew steps ago, which is the last step with the same i.
     template <std::size_t i> HWY_INLINE Vector step(Vector input) {
         if constexpr (kVectors == 1) {
             fromEven_[i] = even_.process(L::moveOn(fromEven_[i], input));
@@ -167,7 +168,7 @@ private:
     template <std::size_t... i> HWY_INLINE void drain(std::size_t frame, std::index_sequence<i...>) {
         (store(step<i>(hn::Zero(D())), frame + i), ...);
     }
-    /// The same at the very start and end, where no other section has joined yet or is left.
+    /// The same for the very first and last steps, in which only the even or only the odd vector runs.
     template <std::size_t... i> HWY_INLINE void enterEven(std::size_t frame, std::index_sequence<i...>) {
         ((fromEven_[i] = even_.process(L::moveOn(hn::Zero(D()), load(frame + i)))), ...);
     }
@@ -181,7 +182,7 @@ private:
     template <std::size_t... i> HWY_INLINE void pass(std::size_t frame, std::index_sequence<i...>) {
         (passOne<i>(frame + i), ...);
     }
-    /// The frames that are left, less than kSkew.
+    /// The remaining frames, fewer than kSkew.
     template <std::size_t i> HWY_INLINE void passRest(std::size_t frame) {
         if constexpr (i + 1 < kSkew) {
             if (frame < frames_) {
@@ -209,11 +210,11 @@ private:
     const In* in_;
     Out* out_;
     std::size_t frames_;
-    Sections<D> even_, odd_;  ///< odd_ is unused where there is one vector
-    Line fromEven_, fromOdd_; ///< the outputs of the last steps
+    Sections<D> even_, odd_;  ///< odd_ is unused if kVectors is 1
+    Line fromEven_, fromOdd_; ///< the outputs of the last kSkew steps
 };
 
-/// Samples are 32-bit floats only outside the cascade; between passes they wait in `scratch`.
+/// Between passes the samples are kept in `scratch` as doubles.
 template <class D, std::size_t kChannels, std::size_t kVectors>
 HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
                                double* scratch, std::size_t frames) {
@@ -230,8 +231,8 @@ HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, c
     }
 }
 
-/// Filters interleaved samples from `in` to `out`, which may be the same. A block that is too short for
-/// sections to join and leave in turn goes through one section after the other.
+/// Filters interleaved samples from `in` to `out`, which may be the same. A block with at most kDepth frames
+/// runs through one section after the other.
 template <std::size_t kChannels>
 HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
                        double* scratch, std::size_t frames) {

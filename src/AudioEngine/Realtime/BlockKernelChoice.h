@@ -9,23 +9,21 @@
 
 namespace vello {
 
-/// Which kernel the taps use.
+/// The kernel that the taps use.
 struct BlockKernelChoice {
     BlockKernelVariant chosen;
-    std::vector<std::string>
-        refused; ///< by name: the faster ones that failed their self-test; empty as a rule
+    std::vector<std::string> refused; ///< names of faster kernels that failed the self-test; normally empty
 
-    /// One line for the log that says what was refused and what is used instead; empty where nothing was
-    /// refused.
+    /// One line for the log that names the refused kernels and the chosen one; empty if none was refused.
     std::string complaint() const;
 };
 
-/// The first of the candidates that agrees with the reference on this processor; the last of them, the
-/// reference itself, where no other does. At least one candidate.
+/// Chooses the first candidate that matches the reference on this processor. The last candidate is the
+/// reference and needs no test. Requires at least one candidate.
 BlockKernelChoice chooseBlockKernel(std::span<const BlockKernelVariant> candidates);
 
-/// The choice among blockKernels(), made at the first call of the process; any further call only returns it.
-/// Any thread but the data thread.
+/// The choice among blockKernels(), made in the first call and then cached. Any thread except the data
+/// thread.
 const BlockKernelChoice& processBlockKernel();
 
 } // namespace vello

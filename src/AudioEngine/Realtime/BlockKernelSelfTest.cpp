@@ -14,7 +14,7 @@ namespace vello {
 
 namespace {
 
-/// Longer than any kernel needs for all sections to join.
+/// Long enough for every kernel to run all its sections at the same time.
 constexpr std::size_t kLongestBlock = 90;
 
 struct Block {
@@ -24,7 +24,8 @@ struct Block {
     float gainStep = 0.0F;
 };
 
-/// First a short one and long ones from a silent past, then both again.
+/// Short and long blocks, with and without filters and gain. Each continues from the state left by the
+/// previous one.
 constexpr Block kBlocks[] = {
     {.frames = 1},
     {.frames = 67, .gainStart = 0.5F, .gainStep = 0.01F},
@@ -36,7 +37,7 @@ constexpr Block kBlocks[] = {
     {.frames = 64},
 };
 
-/// The same signal through one kernel, block by block.
+/// Runs the test signal through one kernel, block by block.
 class Channels {
 public:
     Channels(BlockKernel kernel, std::size_t count, const BiquadSetup& setup)

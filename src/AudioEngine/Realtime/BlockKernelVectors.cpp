@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The block kernel, compiled once for each instruction set that the processor may have.
+// The block kernel, compiled once for each supported instruction set.
 #include "AudioEngine/Realtime/BlockKernel.h"
 #include "AudioEngine/Realtime/BlockKernelTargets.h"
 
@@ -16,12 +16,12 @@
 #ifndef VELLO_BLOCK_KERNEL_FOR
 #define VELLO_BLOCK_KERNEL_FOR
 namespace vello {
-/// The kernel of one instruction set; null where there is none.
+/// The kernel of one instruction set; null if it has no kernel.
 template <std::int64_t kTarget> constexpr BlockKernel blockKernelFor = nullptr;
 } // namespace vello
 #endif
 
-#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128 // plain code is what the reference is
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128 // the reference is the scalar version
 
 #include "BiquadCascadeVectors-inl.h"
 
@@ -30,8 +30,8 @@ namespace vello {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// The last pass: takes the samples of the frames from `first` on from `source`, multiplies, writes and
-/// measures them.
+/// The last pass over the frames starting at `first`: reads the samples from `source`, applies the gain,
+/// writes them and computes the peak.
 template <bool kMultiplies, std::size_t kChannels>
 HWY_INLINE std::uint32_t deliver(const BlockJob& job, const float* source, std::size_t first,
                                  std::size_t frames) {
@@ -121,7 +121,7 @@ namespace vello {
 
 namespace {
 
-/// In the order of Highway's numbers: the better an instruction set, the lower its number.
+/// Ordered by Highway's target bits: better instruction sets have lower ones.
 template <std::size_t... bit>
 std::vector<BlockKernelVariant> vectorKernelsFor(std::int64_t targets, std::index_sequence<bit...>) {
     std::vector<BlockKernelVariant> kernels;

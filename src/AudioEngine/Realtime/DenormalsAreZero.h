@@ -11,7 +11,7 @@
 
 namespace vello {
 
-/// The register that says how this thread calculates, and its flags for what DenormalsAreZero does.
+/// The floating-point control register of this thread, and its flags for DenormalsAreZero.
 namespace arithmetic {
 
 #if defined(__SSE2__)
@@ -45,8 +45,8 @@ inline void write(Register) noexcept {}
 
 } // namespace arithmetic
 
-/// While it lives, this thread's arithmetic takes denormal numbers for zero and never makes one. Filters that
-/// fade out would otherwise run into them, and many processors are then a hundred times slower.
+/// During its lifetime, this thread treats denormal numbers as zero and never produces them. Filters that
+/// fade out would otherwise produce denormals, which make many processors a hundred times slower.
 class DenormalsAreZero {
 public:
     DenormalsAreZero() noexcept VELLO_REALTIME : saved_(arithmetic::read()) {

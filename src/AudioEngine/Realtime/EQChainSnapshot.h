@@ -8,24 +8,25 @@
 
 namespace vello {
 
-/// One set of settings at one sample rate, ready to run. Immutable, made and freed on the control thread; the
-/// data thread borrows it. The filters' memory is not in here, so replacing a snapshot does not reset it.
+/// The filters for one set of settings at one sample rate. Immutable; created and freed on the control thread
+/// and borrowed by the data thread. Does not contain the filters' state, so replacing a snapshot does not
+/// reset it.
 class EQChainSnapshot {
 public:
-    /// `sampleRate` in Hz. No set-up when the settings are bypassed or flat, or the rate is not above 0.
-    /// Otherwise the settings hold at least one gain a band, else the process ends; further ones are ignored.
+    /// `sampleRate` in Hz. Creates no filters when the settings are bypassed or flat, or the rate is not
+    /// above 0. Otherwise aborts the process if there are fewer gains than bands; ignores additional gains.
     EQChainSnapshot(const EQSettings& settings, double sampleRate);
 
-    /// The filters; null: nothing is filtered.
+    /// The filters; null if nothing is filtered.
     const BiquadSetup* biquadSetup() const noexcept { return setup_ ? &*setup_ : nullptr; }
 
 private:
     std::optional<BiquadSetup> setup_;
 };
 
-/// Peaking section after the "Cookbook formulae for audio EQ biquad filter coefficients" (R.
-/// Bristow-Johnson), Q = 1.41. `gain` in dB, `frequency` and `sampleRate` in Hz; there is no special case at
-/// or above half the sample rate.
+/// Peaking section from the "Cookbook formulae for audio EQ biquad filter coefficients" (R. Bristow-Johnson),
+/// Q = 1.41. `gain` in dB, `frequency` and `sampleRate` in Hz. Frequencies at or above the Nyquist frequency
+/// are not treated specially.
 BiquadCoefficients peakingSection(double gain, double frequency, double sampleRate) noexcept;
 
 } // namespace vello

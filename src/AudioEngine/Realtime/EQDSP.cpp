@@ -17,7 +17,7 @@ namespace {
 constexpr float kSignalThreshold = 0.0001F;
 constexpr std::uint32_t kInfinityBits = 0x7F800000;
 
-/// Zeroes the bytes from `offset` on.
+/// Zeroes the buffer starting at byte `offset`.
 void silence(AudioBuffer& buffer, std::size_t offset = 0) noexcept {
     if (buffer.mData != nullptr && offset < buffer.mDataByteSize)
         std::memset(static_cast<std::byte*>(buffer.mData) + offset, 0, buffer.mDataByteSize - offset);
@@ -27,7 +27,7 @@ std::size_t sampleCount(const AudioBuffer& buffer) noexcept {
     return buffer.mDataByteSize / sizeof(float);
 }
 
-/// Moves the frames of the cycle through the bridge; returns where they are, in `output` or still in `input`.
+/// Moves the frames of the cycle through the bridge. Returns their location: in `output` or still in `input`.
 const float* bridgeFrames(TapRealtimeContext& context, const AudioBuffer& input, float* output,
                           std::size_t outputFrames) noexcept {
     IOFrameBridge& bridge = context.rt.ioBridge;
@@ -38,7 +38,7 @@ const float* bridgeFrames(TapRealtimeContext& context, const AudioBuffer& input,
     return output;
 }
 
-/// Filters and volume; returns the bits of the peak.
+/// Applies filters and volume; returns the bits of the peak.
 std::uint32_t runFilters(TapRealtimeContext& context, const float* source, float* destination,
                          std::size_t frames) noexcept {
     auto& rt = context.rt;
@@ -50,16 +50,13 @@ std::uint32_t runFilters(TapRealtimeContext& context, const float* source, float
                        .frames = frames,
                        .channelCount = rt.ioBridge.channelCount(),
                        .setup = snapshot != nullptr ? snapshot->biquadSetup() : nullptr,
-                       .states = rt.states.data(),
+                       .states = rt.delays.data(),
                        .scratch = rt.scratch,
                        .appliesGain = current != target || target != 1.0F,
                        .gainStart = current,
                        .gainStep = (target - current) / static_cast<float>(frames)};
     const DenormalsAreZero denormalsAreZero;
-    const std::uint32_t peakBits = rt.kernel(job);
-    if (job.setup != nullptr)
-        rt.mirrorStates();
-    return peakBits;
+    return rt.kernel(job);
 }
 
 void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept {
@@ -73,7 +70,7 @@ void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept 
         context.hasCarriedSignal.store(1, std::memory_order_relaxed);
 }
 
-/// Every step that makes sound of the first buffers; `output` need not be silent before.
+/// Processes the first buffers of the cycle. `output` need not be zeroed before.
 void processBuffer(TapRealtimeContext& context, const AudioBuffer& input, AudioBuffer& output) noexcept {
     const std::size_t channels = context.rt.ioBridge.channelCount();
     const std::size_t frames = sampleCount(output) / channels;
@@ -84,7 +81,7 @@ void processBuffer(TapRealtimeContext& context, const AudioBuffer& input, AudioB
     float* samples = static_cast<float*>(output.mData);
     const float* source = bridgeFrames(context, input, samples, frames);
     std::uint32_t peakBits = runFilters(context, source, samples, frames);
-    if (peakBits > kInfinityBits) { // a NaN: the filters have blown up
+    if (peakBits > kInfinityBits) { // NaN: the filters have become unstable
         context.rt.resetFilters();
         silence(output);
         peakBits = 0;

@@ -6,13 +6,14 @@
 
 namespace vello {
 
-/// The I/O callback of a tap's device: `input` is what the application plays, `output` what the device gets.
-/// `clientData` is the tap's TapRealtimeContext, or null to copy only. Equalizes, applies the volume,
-/// measures and keeps the result. Interleaved 32-bit float. Data thread; always answers 0.
+/// The I/O callback of a tap's device. `input` is the audio of the application, `output` goes to the device,
+/// both interleaved 32-bit float. `clientData` is the tap's TapRealtimeContext, or null to copy only.
+/// Equalizes, applies the volume, measures the level and stores the result in the ring buffer. Data thread;
+/// always returns 0.
 OSStatus eqByQUORVINProcessIOProc(AudioObjectID device, const AudioBufferList* input, AudioBufferList* output,
                                   void* clientData) noexcept VELLO_REALTIME;
 
-/// Copies buffer by buffer as many bytes as both sides have.
+/// Copies each input buffer to the output buffer with the same index, up to the smaller size.
 void eqByQUORVINRawPassthrough(const AudioBufferList& input, AudioBufferList& output) noexcept VELLO_REALTIME;
 
 } // namespace vello

@@ -9,16 +9,16 @@
 
 namespace vello {
 
-/// An instant of the main thread's clock as the data thread writes it down.
+/// Converts a time of the main thread's clock to the format of hostTime().
 inline std::uint64_t hostTime(std::chrono::steady_clock::time_point instant) noexcept VELLO_REALTIME {
     const auto sinceStart = instant.time_since_epoch();
     return static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::nanoseconds>(sinceStart).count());
 }
 
-/// Nanoseconds of the monotonic clock, the same clock as the main thread's; where there is one its cheap
-/// reading, which may be some milliseconds old but never ahead. The exact one would be a good part of a short
-/// callback. Any thread; never blocks.
+/// Nanoseconds of the monotonic clock, which is also the main thread's clock. Uses the coarse variant if
+/// available, which may lag by some milliseconds but is never ahead; reading the precise clock would take a
+/// noticeable part of a short callback. Any thread; never blocks.
 inline std::uint64_t hostTime() noexcept VELLO_REALTIME {
 #if defined(CLOCK_MONOTONIC_COARSE)
     timespec now{};

@@ -38,7 +38,7 @@ void IOFrameBridge::read(float* destination, std::size_t frameCount) noexcept VE
         dropOldest(count);
         keepLastFrame(destination + (count - 1) * channelCount_);
     }
-    // Until a frame was handed out the held one is zero.
+    // lastFrame_ is zero until the first frame has been read.
     for (std::size_t frame = count; frame < frameCount; ++frame)
         std::copy_n(lastFrame_.get(), channelCount_, destination + frame * channelCount_);
 }

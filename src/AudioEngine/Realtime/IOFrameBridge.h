@@ -8,26 +8,26 @@
 
 namespace vello {
 
-/// FIFO of interleaved frames between the input and the output side of one I/O callback, so that the two may
-/// come in different sizes. Too much input drops the oldest frames; too little repeats the last frame that
-/// was handed out, which clicks less than silence would. Used inside the callback only.
+/// FIFO of interleaved frames between the input and the output of one I/O callback, for buffers of different
+/// sizes. An overflow drops the oldest frames. An underrun repeats the last frame read, which clicks less
+/// than silence. Use only inside the callback.
 class IOFrameBridge {
 public:
     static constexpr std::size_t capacityFrames = 8192;
 
-    /// `channelCount` samples a frame; 0 counts as 1.
+    /// `channelCount` samples per frame; 0 counts as 1.
     explicit IOFrameBridge(std::size_t channelCount);
 
     std::size_t channelCount() const noexcept { return channelCount_; }
-    /// Frames buffered.
+    /// Number of buffered frames.
     std::size_t available() const noexcept { return available_; }
 
-    /// Appends frames; of more than the capacity only the newest.
+    /// Appends frames. If there are more than the capacity, only the newest are kept.
     void write(const float* frames, std::size_t frameCount) noexcept VELLO_REALTIME;
-    /// Takes frames out; missing ones repeat the last frame ever taken, or are zero when there was none.
+    /// Removes frames. Missing frames repeat the last frame read, or are zero if no frame was read yet.
     void read(float* destination, std::size_t frameCount) noexcept VELLO_REALTIME;
-    /// Does what write() of `inputFrames` and then read() of `outputFrames` to `output` do, and returns where
-    /// the frames are: in `output`, or still in `input` when they only pass through, which saves the copy.
+    /// Equivalent to write() of `inputFrames` followed by read() of `outputFrames` to `output`. Returns the
+    /// location of the frames: `output`, or `input` if they pass straight through, which saves the copy.
     const float* exchange(const float* input, std::size_t inputFrames, float* output,
                           std::size_t outputFrames) noexcept VELLO_REALTIME;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Sections of the cascade in the lanes of vectors. Included once for each instruction set.
+// The sections of the cascade in vector lanes. Included once per instruction set.
 #if defined(VELLO_SECTION_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VELLO_SECTION_VECTORS_INL_H
 #undef VELLO_SECTION_VECTORS_INL_H
@@ -21,11 +21,11 @@ namespace vello {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Sections that work at the same time: a section and a channel a lane.
+/// Sections that run at the same time: each lane is one section of one channel.
 template <class D> struct Sections {
     using Vector = hn::Vec<D>;
 
-    HWY_INLINE Sections() {} // what the compiler declares itself is not for this instruction set
+    HWY_INLINE Sections() {} // an implicit constructor would not be compiled for this instruction set
 
     HWY_INLINE Vector process(Vector x) {
         const Vector feedForward = hn::Mul(excess, hn::Sub(x, x2));
@@ -49,7 +49,7 @@ template <class D> struct Sections {
     Vector w1, w2, x1, x2; ///< as in CascadeState
 };
 
-/// How the sections of a pass over kChannels channels lie in kVectors vectors of type D.
+/// How a pass over kChannels channels maps its sections to kVectors vectors of type D.
 template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
     static constexpr std::size_t kLanes = hn::MaxLanes(D());
     static constexpr std::size_t kPlaces = kLanes / kChannels;
@@ -58,7 +58,7 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
 
     using Vector = hn::Vec<D>;
     using Mask = hn::Mask<D>;
-    using Values = std::array<double*, kChannels>; ///< of each channel, by section
+    using Values = std::array<double*, kChannels>; ///< per channel, indexed by section
     using ConstantValues = std::array<const double*, kChannels>;
 
     static HWY_INLINE Mask onlyPlace(std::size_t place) {
@@ -69,14 +69,14 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         return hn::Eq(hn::Load(d, placeOfLane), hn::Set(d, static_cast<double>(place)));
     }
 
-    /// Every place's outputs as the inputs of the next; place 0 takes `frame`, which must be what loadFrame()
-    /// gave: nothing is read of it that loadFrame() does not promise.
+    /// Moves the outputs of every place to the next place, as its inputs; place 0 gets `frame`, which must
+    /// come from loadFrame(). Reads only those lanes of `frame` that loadFrame() guarantees.
     static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
         if constexpr (kPlaces == 1)
             return frame;
         else if constexpr (kPlaces == 2)
             return hn::ConcatLowerUpper(D(), frame, outputs);
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 // every set with AVX-512: the newer a set, the lower its number
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 // all AVX-512 targets: newer targets have lower numbers
         else if constexpr (kLanes == 8)
             return Vector{_mm512_castsi512_pd(_mm512_alignr_epi64(
                 _mm512_castpd_si512(frame.raw), _mm512_castpd_si512(outputs.raw), kChannels))};
@@ -84,21 +84,22 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         else
             return moveOnByTable(outputs, frame);
     }
-    /// The same for any number of places and on any set: `frame` goes where the frame that leaves is, and all
-    /// places turn round.
+    /// The same for any number of places and any instruction set: `frame` replaces the outgoing frame, then
+    /// all places rotate.
     static HWY_INLINE Vector moveOnByTable(Vector outputs, Vector frame) {
         const D d;
         HWY_ALIGN std::int64_t from[kLanes];
         for (std::size_t lane = 0; lane < kLanes; ++lane)
             from[lane] = static_cast<std::int64_t>((lane + kChannels) % kLanes);
         const auto turn = hn::SetTableIndices(d, from);
-        if constexpr (kChannels == 1) // the frame is everywhere, and faster put in last
+        if constexpr (kChannels == 1) // the frame is in every lane, and inserting it last is faster
             return hn::IfThenElse(onlyPlace(0), frame, hn::TableLookupLanes(outputs, turn));
         else
             return hn::TableLookupLanes(hn::IfThenElse(onlyPlace(kPlaces - 1), frame, outputs), turn);
     }
 
-    /// One value a channel, in the lowest place at least; a single channel's in every lane.
+    /// One value per channel, at least in the lowest lanes. With a single channel, the value is in every
+    /// lane.
     static HWY_INLINE Vector loadFrame(const double* samples) {
         if constexpr (kChannels == 1)
             return hn::Set(D(), *samples);
@@ -111,7 +112,7 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         else
             return extended<D>(hn::PromoteTo(Frame(), hn::LoadU(FloatFrame(), samples)));
     }
-    /// The frame of the last place.
+    /// Stores the frame in the last place.
     static HWY_INLINE void storeFrame(Vector vector, double* samples) {
         if constexpr (kChannels == 1)
             *samples = hn::GetLane(vector);
@@ -125,7 +126,7 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
             hn::StoreU(hn::DemoteTo(FloatFrame(), lowestPair(vector)), FloatFrame(), samples);
     }
 
-    /// The values of `kSections` sections from `first` on. `odd` is left alone where there is one vector.
+    /// Loads the values of kSections sections starting at `first`. Leaves `odd` unchanged if kVectors is 1.
     static HWY_INLINE void load(const ConstantValues& values, std::size_t first, Vector& even, Vector& odd) {
         const D d;
         if constexpr (kChannels == 1 && kVectors == 1) {
@@ -153,7 +154,7 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
             hn::StoreU(even, d, values[0] + first);
         } else if constexpr (kChannels == 1) {
             hn::StoreInterleaved2(even, odd, d, values[0] + first);
-        } else if constexpr (kVectors == 2) { // interleaving twice is the way back
+        } else if constexpr (kVectors == 2) { // interleaving again reverses the interleaving
             hn::StoreU(hn::InterleaveLower(d, even, odd), d, values[0] + first);
             hn::StoreU(hn::InterleaveUpper(d, even, odd), d, values[1] + first);
         } else {
@@ -166,7 +167,7 @@ private:
     using Frame = hn::CappedTag<double, 2>;
     using FloatFrame = hn::Rebind<float, Frame>;
 
-    /// The same lowest lanes; the others are of no interest.
+    /// A wider vector with the same lowest lanes; the other lanes do not matter.
     template <class Wide, class V> static HWY_INLINE hn::Vec<Wide> extended(V vector) {
         if constexpr (hn::MaxLanes(Wide()) == hn::MaxLanes(hn::DFromV<V>()))
             return vector;
@@ -180,7 +181,7 @@ private:
             return lowestPair(hn::LowerHalf(vector));
     }
 
-    /// The order of the places turned round.
+    /// Reverses the order of the places.
     static HWY_INLINE Vector reversed(Vector vector) {
         if constexpr (kPlaces == 1)
             return vector;

@@ -25,23 +25,12 @@ TapRealtimeContext::TapRealtimeContext(bool canProcess, int channels, float init
       rt(static_cast<std::size_t>(channelCount), initialVolume, kernel) {}
 
 TapRealtimeContext::Realtime::Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel)
-    : states(channels), delays(channels * delayLengthPerChannel),
-      scratchMemory(kScratchSamples + kScratchAlignment / sizeof(double)),
+    : delays(channels), scratchMemory(kScratchSamples + kScratchAlignment / sizeof(double)),
       scratch(alignedWithin(scratchMemory)), ioBridge(channels), currentVolume(initialVolume),
       kernel(blockKernel) {}
 
 void TapRealtimeContext::Realtime::resetFilters() noexcept VELLO_REALTIME {
-    std::fill(states.begin(), states.end(), CascadeState{});
-    std::fill(delays.begin(), delays.end(), 0.0F);
-}
-
-void TapRealtimeContext::Realtime::mirrorStates() noexcept VELLO_REALTIME {
-    float* delay = delays.data();
-    for (const CascadeState& state : states)
-        for (std::size_t k = 0; k <= kSectionCount; ++k) {
-            *delay++ = static_cast<float>(state.histories[0][k]);
-            *delay++ = static_cast<float>(state.histories[1][k]);
-        }
+    std::fill(delays.begin(), delays.end(), CascadeState{});
 }
 
 } // namespace vello

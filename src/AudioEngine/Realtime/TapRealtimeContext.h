@@ -14,22 +14,21 @@
 
 namespace vello {
 
-/// What the control side and the I/O callback of one tap share. Made and freed on the control side, which
-/// keeps it until the callback is destroyed.
+/// State shared by the control side and the I/O callback of one tap. Created and freed by the control side,
+/// which keeps it until the callback is destroyed.
 ///
-/// All atomics are relaxed, because each stands for itself, but for snapshotPointer: stored with release and
-/// loaded with acquire, so that the data thread sees the whole snapshot. The control side keeps a replaced
-/// snapshot long enough for a callback that still uses it.
+/// All atomics are relaxed, because they are independent, except snapshotPointer: it is stored with release
+/// and loaded with acquire, so that the data thread sees the complete snapshot. The control side keeps a
+/// replaced snapshot long enough for a callback that still uses it.
 struct TapRealtimeContext {
-    static constexpr std::size_t delayLengthPerChannel = 2 * kSectionCount + 2;
     static constexpr std::size_t ringCapacity = std::size_t{1} << 20;
 
-    /// `canProcess`: the tap's format is interleaved 32-bit float; otherwise the callback only copies.
-    /// `channels` below 1 counts as 1. `initialVolume` is linear; the first buffer begins with it.
+    /// `canProcess` means that the tap's format is interleaved 32-bit float; otherwise the callback only
+    /// copies. `channels` below 1 counts as 1. `initialVolume` is linear; the first buffer ramps from it.
     TapRealtimeContext(bool canProcess, int channels, float initialVolume,
                        BlockKernel kernel = processBlockKernel().chosen.kernel);
 
-    std::size_t delayCapacityBytes() const noexcept { return rt.delays.size() * sizeof(float); }
+    std::size_t delayCapacityBytes() const noexcept { return rt.delays.size() * sizeof(CascadeState); }
 
     // Any thread.
     float level() const noexcept { return std::bit_cast<float>(levelBits.load(std::memory_order_relaxed)); }
@@ -41,37 +40,31 @@ struct TapRealtimeContext {
     const int channelCount;
 
     // Written by the control side.
-    std::atomic<const EQChainSnapshot*> snapshotPointer{nullptr}; ///< borrowed; null: no filters
+    std::atomic<const EQChainSnapshot*> snapshotPointer{nullptr}; ///< not owned; null: no filters
     std::atomic<std::uint32_t> volumeTargetBits;                  ///< 32-bit float, linear
 
     // Written by the callback.
     std::atomic<std::uint32_t> levelBits{0};            ///< 32-bit float: peak of the last processed buffer
     std::atomic<std::uint64_t> lastCallbackHostTime{0}; ///< hostTime() at the start of the last callback
-    std::atomic<std::uint32_t> zeroBufferStreak{0}; ///< processed buffers in a row whose peak was exactly 0
+    std::atomic<std::uint32_t> zeroBufferStreak{0}; ///< processed buffers in a row with a peak of exactly 0
     std::atomic<std::uint32_t> hasCarriedSignal{0}; ///< 1 once a processed buffer peaked above 0.0001
 
-    /// Processed samples, interleaved; readers on any thread.
+    /// Processed samples, interleaved. Readable from any thread.
     AudioSampleRingBuffer ringBuffer{ringCapacity};
 
-    /// Touched by the callback only.
+    /// Accessed by the callback only.
     struct Realtime {
         Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel);
 
-        /// Zeroes the filters' memory.
+        /// Zeroes the filters' state.
         void resetFilters() noexcept VELLO_REALTIME;
-        /// Brings `delays` up to `states`.
-        void mirrorStates() noexcept VELLO_REALTIME;
 
-        /// Filter memory in double precision, one a channel.
-        std::vector<CascadeState> states;
-        /// The sections' histories as 32-bit floats, delayLengthPerChannel a channel: [n-1] and [n-2] of the
-        /// input, then of each section's output. A copy of what `states` holds, of the same life, for whoever
-        /// inspects a tap.
-        std::vector<float> delays;
+        /// Filter state in double precision, one per channel.
+        std::vector<CascadeState> delays;
         std::vector<double> scratchMemory;
-        double* scratch; ///< within scratchMemory, aligned
+        double* scratch; ///< aligned, within scratchMemory
         IOFrameBridge ioBridge;
-        float currentVolume; ///< what the last buffer ramped to
+        float currentVolume; ///< end of the last buffer's ramp
         BlockKernel kernel;
     } rt;
 };

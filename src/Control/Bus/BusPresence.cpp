@@ -2,25 +2,15 @@
 #include "Control/Bus/BusPresence.h"
 
 #include "DBusNames.h"
+#include "Foundation/Environment.h"
 #include "Foundation/Product.h"
 
 #include <algorithm>
 
 #include <QDBusConnectionInterface>
-#include <QFileInfo>
 #include <QUuid>
 
 namespace vello {
-
-std::optional<QString> sessionBusAddress() {
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty())
-        return address;
-    const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (folder.isEmpty() || !QFileInfo::exists(folder + "/bus"))
-        return std::nullopt;
-    return QString("unix:path=").append(folder).append("/bus");
-}
 
 BusPresence::BusPresence(MainThread& mainThread, SystemLog& log)
     : mainThread_(mainThread), logger_(log, kBundleIdentifier, "BusPresence") {
@@ -42,11 +32,11 @@ bool BusPresence::publish(ControlService& service) {
 }
 
 bool BusPresence::connectToBus() {
-    const auto address = sessionBusAddress();
-    if (!address)
+    const std::string address = sessionBusAddress(processEnvironment());
+    if (address.empty())
         return false;
-    // A name of its own each time: the library gives a known name its old, dead connection again.
-    auto bus = QDBusConnection::connectToBus(*address, QUuid::createUuid().toString());
+    // Use a new name each time: for a known name, the library would return the old, dead connection.
+    auto bus = QDBusConnection::connectToBus(QString::fromStdString(address), QUuid::createUuid().toString());
     if (!bus.isConnected()) {
         QDBusConnection::disconnectFromBus(bus.name());
         return false;
@@ -67,7 +57,7 @@ void BusPresence::disconnectFromBus() {
     QDBusConnection::disconnectFromBus(name);
 }
 
-/// The object comes first: whoever sees the name can call it.
+/// Registers the object before the name, so that it can be called as soon as the name is visible.
 bool BusPresence::takePlace() {
     if (!service_ || !service_->appear(*bus_))
         return false;

@@ -15,11 +15,8 @@
 
 namespace vello {
 
-/// Where the session bus is, by the environment; nothing where there is none. Never starts one.
-std::optional<QString> sessionBusAddress();
-
-/// The instance's place on the session bus. Where there is no bus, the instance does without; when the bus
-/// goes, it goes on and takes its place again as soon as a bus is back. Main thread only.
+/// The instance's presence on the session bus. Without a bus the instance still works. If the bus is lost,
+/// the instance reconnects as soon as a bus is available again. Main thread only.
 class BusPresence final : public QObject {
     Q_OBJECT
 
@@ -27,13 +24,14 @@ public:
     static constexpr std::chrono::seconds firstRetry{1};
     static constexpr std::chrono::seconds longestRetry{60};
 
-    /// Connects, and logs when it cannot. References outlive the object.
+    /// Connects to the bus, or logs a failure. The references must outlive the object.
     BusPresence(MainThread& mainThread, SystemLog& log);
     ~BusPresence() override;
 
-    /// Another instance has the name.
+    /// Whether another instance owns the name.
     bool isTaken() const;
-    /// Puts the object on the bus and takes the name. False when another instance has the name. Once.
+    /// Registers the object and requests the name. Returns false when another instance owns the name. Call
+    /// once.
     bool publish(ControlService& service);
 
 private Q_SLOTS:

@@ -17,7 +17,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// The meters come within 50 ms; a busy machine may take longer.
+/// The meters normally arrive within 50 ms; a busy machine may take longer.
 constexpr auto kMeterPatience = 500ms;
 
 QString text(const std::string& value) {
@@ -29,7 +29,7 @@ void print(const ClientOutput& output, const std::string& printed) {
         throw std::runtime_error("cannot write to standard output");
 }
 
-/// Over the last one on a terminal, else below it.
+/// Overwrites the previous output on a terminal; appends otherwise.
 void repaint(const ClientOutput& output, const std::string& printed) {
     if (!output.isTerminal)
         return print(output, printed + "\n");
@@ -46,7 +46,7 @@ RunningState withoutMeters(RunningState state) {
 }
 
 void watchStatus(StatusWatch& watch, const ClientRequest& request, const ClientOutput& output) {
-    // People who read a log of tables want to know of changes, not of the music.
+    // In a log of tables, only changes of the state are useful, not every meter reading.
     const bool showsMeters = request.isJSON || output.isTerminal;
     std::optional<RunningState> printed;
     watch.run([&](const RunningState& state) {
@@ -82,7 +82,7 @@ void changeSource(const RunningInstance& instance, const ClientRequest& request)
     instance.call("SetSettings", {text(findSourceID(state, request.source)), encodeChange(change)});
 }
 
-/// The curve that is heard: the system-wide one while the source has none of its own.
+/// Saves the curve in effect: the system-wide one while the source's own settings are neutral.
 void savePreset(const RunningInstance& instance, const ClientRequest& request) {
     const RunningState state = instance.state();
     const EQSettings settings = effectiveSettings(state, findSource(state, request.source));

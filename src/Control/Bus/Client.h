@@ -7,15 +7,15 @@
 
 namespace vello {
 
-/// Where a command prints.
+/// The output streams of a command.
 struct ClientOutput {
     std::ostream& out;
     std::ostream& error;
-    bool isTerminal = false; ///< `out` may be painted over
+    bool isTerminal = false; ///< `out` may be overwritten in place
 };
 
-/// Does what is asked of the running instance. Needs a QCoreApplication. Returns the exit code; one line on
-/// `error` says why it is not kExitDone.
+/// Sends the request to the running instance. Needs a QCoreApplication. Returns the exit code; if it is not
+/// kExitDone, one line on `error` gives the reason.
 int runClient(const ClientRequest& request, const ClientOutput& output);
 
 } // namespace vello

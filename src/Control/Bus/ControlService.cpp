@@ -4,6 +4,7 @@
 #include "Control/Bus/StateMaps.h"
 #include "Control/CommandLine/Version.h"
 #include "Control/State/OutsideValues.h"
+#include "Control/State/StateWords.h"
 #include "ControllerState.h"
 #include "DBusNames.h"
 
@@ -29,6 +30,10 @@ const char* errorName(OutsideValueError::Kind kind) {
     return "InvalidValue";
 }
 
+QString permissionText(const RunningState& state) {
+    return QString::fromStdString(std::string(word(state.consent)));
+}
+
 void checkFitsSource(const SettingsChange& change, std::string_view sourceID) {
     if (change.downmixesSurround && sourceID == kSystemSourceID)
         throw OutsideValueError(OutsideValueError::Kind::invalidValue,
@@ -44,7 +49,7 @@ ControlService::ControlService(AudioController& controller, MeterAudience& audie
                      [this] { return encodeMeters(runningState(controller_).sources); }) {
     registerBusTypes();
     auto* adaptor = new ControlAdaptor(this);
-    // The bus library lets everybody name an adaptor, at any length.
+    // The bus library lets any client set the adaptor's object name, of any length.
     connect(adaptor, &QObject::objectNameChanged, adaptor, [adaptor] { adaptor->setObjectName({}); });
     observe();
 }
@@ -71,7 +76,7 @@ bool ControlService::isProcessingEnabled() const {
 }
 
 QString ControlService::permission() const {
-    return QString::fromStdString(runningState(controller_).permission);
+    return permissionText(runningState(controller_));
 }
 
 MapList ControlService::sources() const {
@@ -143,8 +148,7 @@ void ControlService::UnsubscribeLevels() {
     subscriptions_.remove(message().service());
 }
 
-/// A source that plays, one that has settings although it does not play now, or one that has nothing but
-/// streams that are left as they are.
+/// Accepts a playing source, a source with stored settings, or one with only exempt streams.
 std::string ControlService::knownSourceID(const QString& id) const {
     const auto isMeant = [&id](const std::string& known) { return QString::fromStdString(known) == id; };
     for (const AppAudioSource& source : controller_.sources().value())
@@ -157,7 +161,7 @@ std::string ControlService::knownSourceID(const QString& id) const {
         if (stream.sourceID && isMeant(*stream.sourceID))
             return *stream.sourceID;
     throw OutsideValueError(OutsideValueError::Kind::unknownSource,
-                            "there is no such source; vello status shows those that there are");
+                            "there is no such source; vello status lists the available ones");
 }
 
 // Changes
@@ -175,7 +179,7 @@ void ControlService::observe() {
     watch(controller_.capturePermission().status());
 }
 
-/// One notice for everything that changes in the same moment.
+/// Combines simultaneous changes into one signal.
 void ControlService::scheduleNotice() {
     if (!notice_ && bus_)
         notice_ = mainThread_.after(0ms, [this] {
@@ -206,7 +210,7 @@ QVariantMap ControlService::changes(const RunningState& state) const {
     };
     const auto list = [](const MapList& maps) { return QVariant::fromValue(maps); };
     add("ProcessingEnabled", told_.isProcessingEnabled, state.isProcessingEnabled);
-    add("Permission", QString::fromStdString(told_.permission), QString::fromStdString(state.permission));
+    add("Permission", permissionText(told_), permissionText(state));
     add("Sources", list(encodeSources(told_.sources)), list(encodeSources(state.sources)));
     add("Outputs", list(encodeOutputs(told_.outputs)), list(encodeOutputs(state.outputs)));
     add("Presets", list(encodePresets(told_.presets)), list(encodePresets(state.presets)));

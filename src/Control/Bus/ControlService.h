@@ -18,9 +18,9 @@
 
 namespace vello {
 
-/// The running instance as others on the session bus see it: the object of the interface that packaging/dbus
-/// describes, on top of the controller. Whatever comes from outside is checked here; a refused call changes
-/// nothing and gets an error with a name and a sentence. Main thread only.
+/// The running instance's object on the session bus. Implements the interface described in packaging/dbus on
+/// top of the controller. Validates all input; a rejected call changes nothing and returns an error name and
+/// a sentence. Main thread only.
 class ControlService final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_PROPERTY(QString Version READ version CONSTANT)
@@ -33,15 +33,16 @@ class ControlService final : public QObject, protected QDBusContext {
 public:
     using ShowPanelAction = std::function<void(const std::string& activationToken)>;
 
-    /// An empty `showPanel`: this instance has no panel. References outlive the object.
+    /// `showPanel` is empty if this instance has no panel. The references must outlive the object.
     ControlService(AudioController& controller, MeterAudience& audience, MainThread& mainThread,
                    ShowPanelAction showPanel);
 
-    /// Puts the object on a bus; from then on changes are told there. False when the bus refuses.
+    /// Registers the object on a bus and starts signalling changes there. Returns false if the registration
+    /// fails.
     bool appear(const QDBusConnection& bus);
-    /// The bus is gone, and with it whoever watched.
+    /// Call when the bus is lost. Drops all subscribers.
     void disappear();
-    /// Somebody wants to be told of levels.
+    /// Whether any client is subscribed to levels.
     bool hasSubscribers() const { return !subscriptions_.isEmpty(); }
 
     QString version() const;
@@ -51,7 +52,7 @@ public:
     MapList outputs() const;
     MapList presets() const;
 
-    // The methods of the interface, by their names there.
+    // The methods of the D-Bus interface, with their D-Bus names.
     void SetSettings(const QString& source, const QVariantMap& changes);
     void SetProcessingEnabled(bool enabled);
     void SavePreset(const QString& name, const QList<double>& bandGains);
@@ -74,7 +75,7 @@ private:
     ShowPanelAction showPanel_;
     LevelSubscriptions subscriptions_;
     std::optional<QDBusConnection> bus_;
-    RunningState told_; ///< the state that the bus knows of
+    RunningState told_; ///< the state last sent to the bus
     TaskHandle notice_;
     std::vector<Observation> observations_;
 };

@@ -7,28 +7,28 @@
 namespace vello {
 namespace {
 
-std::string permissionWord(AudioCapturePermission::Status status) {
+Consent consentOf(AudioCapturePermission::Status status) {
     switch (status) {
     case AudioCapturePermission::Status::authorized:
-        return "authorized";
+        return Consent::allowed;
     case AudioCapturePermission::Status::denied:
-        return "denied";
+        return Consent::denied;
     case AudioCapturePermission::Status::unknown:
         break;
     }
-    return "unknown";
+    return Consent::undecided;
 }
 
-std::string stageWord(TapCoordinator::TapStage stage) {
+TapState tapStateOf(TapCoordinator::TapStage stage) {
     switch (stage) {
     case TapCoordinator::TapStage::starting:
-        return "starting";
+        return TapState::starting;
     case TapCoordinator::TapStage::connecting:
-        return "connecting";
+        return TapState::connecting;
     case TapCoordinator::TapStage::running:
         break;
     }
-    return "running";
+    return TapState::running;
 }
 
 std::optional<MeterReading> meters(const AudioController& controller, const std::string& id) {
@@ -46,11 +46,10 @@ std::optional<MeterReading> meters(const AudioController& controller, const std:
 SourceState sourceState(const AudioController& controller, const AppAudioSource& source) {
     SourceState state{.source = source,
                       .settings = controller.settings(source.id),
-                      .tapState = "none",
                       .meters = meters(controller, source.id)};
     const auto& taps = controller.tapStates().value();
     if (const auto tap = taps.find(source.id); tap != taps.end()) {
-        state.tapState = stageWord(tap->second.stage);
+        state.tapState = tapStateOf(tap->second.stage);
         state.deviceUID = tap->second.outputDeviceUID;
     }
     return state;
@@ -73,7 +72,7 @@ std::vector<PresetState> presets(const AudioController& controller) {
 RunningState runningState(AudioController& controller) {
     RunningState state{.version = kVersion,
                        .isProcessingEnabled = controller.isProcessingEnabled().value(),
-                       .permission = permissionWord(controller.capturePermission().status().value()),
+                       .consent = consentOf(controller.capturePermission().status().value()),
                        .outputs = controller.outputRoutes().value(),
                        .presets = presets(controller)};
     for (const AppAudioSource& source : controller.sources().value())

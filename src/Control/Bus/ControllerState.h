@@ -8,10 +8,9 @@
 
 namespace vello {
 
-/// What the controller knows at this moment. Meters are there while somebody looks at them; exempt streams
-/// are not.
+/// The current state of the controller, without exempt streams. Includes meters only while they are running.
 RunningState runningState(AudioController& controller);
-/// Reads them from the audio system now.
+/// Reads the exempt streams from the audio system.
 std::vector<ExemptStreamState> exemptStreams(const AudioController& controller);
 
 } // namespace vello

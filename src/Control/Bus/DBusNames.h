@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Names of the running instance on the session bus. packaging/dbus describes the interface.
+/// D-Bus names of the running instance. packaging/dbus describes the interface.
 namespace vello::dbus {
 
 inline constexpr char kService[] = "com.quorvin.Vello";

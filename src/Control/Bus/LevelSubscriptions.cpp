@@ -30,7 +30,7 @@ void LevelSubscriptions::add(const QDBusConnection& bus, const QString& caller) 
     scheduleSignal();
 }
 
-/// A caller that vanished before it was watched would be subscribed for ever.
+/// Checks that the caller still exists: one that left before it was watched would stay subscribed forever.
 void LevelSubscriptions::askForSigns(const QString& caller) {
     QDBusMessage question = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                                            "org.freedesktop.DBus", "NameHasOwner");
@@ -55,7 +55,7 @@ void LevelSubscriptions::remove(const QString& caller) {
 void LevelSubscriptions::clear() {
     callers_.clear();
     watcher_.setWatchedServices({});
-    // The connection lives as long as somebody holds it.
+    // Release the watcher's reference to the connection, so that it can close.
     watcher_.setConnection(QDBusConnection(QString()));
     bus_.reset();
     nextSignal_.reset();

@@ -14,22 +14,23 @@
 
 namespace vello {
 
-/// The callers that want to be told of levels and tempo. The meters run while there is one. Main thread only.
+/// The clients subscribed to levels and tempo. Keeps the meters running while there is at least one. Main
+/// thread only.
 class LevelSubscriptions {
 public:
     using Reading = std::function<MapList()>;
 
-    /// From one signal to the next. The first comes this long after the subscription, when the meters have
-    /// been read.
+    /// Time between two signals, and before the first one, so that the meters have been read by then.
     static constexpr std::chrono::milliseconds period{50};
 
-    /// `reading` yields the meters as they are now. References outlive the object.
+    /// `reading` returns the current meter values. The references must outlive the object.
     LevelSubscriptions(MeterAudience& audience, MainThread& mainThread, Reading reading);
 
-    /// Tells `caller`, a unique name on the bus, until it unsubscribes or vanishes. Once is as good as twice.
+    /// Sends signals to `caller`, a unique bus name, until it unsubscribes or leaves the bus. Repeated calls
+    /// have no effect.
     void add(const QDBusConnection& bus, const QString& caller);
     void remove(const QString& caller);
-    /// The bus is gone and everybody with it.
+    /// Removes all callers, for example when the bus is lost.
     void clear();
     bool isEmpty() const { return callers_.isEmpty(); }
 

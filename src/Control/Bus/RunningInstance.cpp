@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/Bus/RunningInstance.h"
 
-#include "Control/Bus/BusPresence.h"
 #include "Control/Bus/StateMaps.h"
-#include "Control/State/TerminalText.h"
 #include "DBusNames.h"
+#include "Foundation/Environment.h"
+#include "Foundation/Text.h"
 
 #include <stdexcept>
 
@@ -19,11 +19,11 @@ constexpr int kPatience = 5000; // milliseconds
 constexpr char kNotRunning[] = "VELLO is not running; start it with: vello --headless";
 
 QString addressOfEnvironment() {
-    const auto address = sessionBusAddress();
-    if (!address)
-        throw std::runtime_error("there is no session bus, over which a running VELLO could be reached; run "
-                                 "this inside the user's session");
-    return *address;
+    const std::string address = sessionBusAddress(processEnvironment());
+    if (address.empty())
+        throw std::runtime_error("there is no session bus, so a running VELLO cannot be reached; run this "
+                                 "inside the user's session");
+    return QString::fromStdString(address);
 }
 
 QDBusConnection connection(const QString& address) {

@@ -10,23 +10,23 @@
 
 namespace vello {
 
-/// The other end of the bus: the instance that runs. Every failure is a std::runtime_error with one line, fit
-/// for a terminal, that says why and what to do.
+/// Client-side proxy of the running instance. Every failure is a std::runtime_error with one line, safe for a
+/// terminal, that gives the reason and a remedy.
 class RunningInstance {
 public:
-    /// On the session bus of the environment; throws where there is none. Whether an instance runs shows at
-    /// the first call.
+    /// Connects to the session bus of the environment; throws if there is no bus. Does not check whether an
+    /// instance is running; the first call fails if not.
     RunningInstance();
     explicit RunningInstance(const QString& busAddress);
     ~RunningInstance();
     RunningInstance(const RunningInstance&) = delete;
     RunningInstance& operator=(const RunningInstance&) = delete;
 
-    /// Everything but the meters. Blocks for the answer.
+    /// The state without meters. Blocks until the reply.
     RunningState state() const;
-    /// The streams that are left as they are. Blocks for the answer.
+    /// The streams that are not captured. Blocks until the reply.
     std::vector<ExemptStreamState> exemptStreams() const;
-    /// Calls a method of the interface that returns nothing. Blocks for the answer.
+    /// Calls a method of the interface that has no return value. Blocks until the reply.
     void call(const char* method, const QVariantList& arguments) const;
     QDBusConnection& bus() { return bus_; }
 

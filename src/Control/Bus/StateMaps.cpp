@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/Bus/StateMaps.h"
 
+#include "Control/State/StateWords.h"
+
 #include <QDBusArgument>
 #include <QDBusMetaType>
 
 namespace vello {
 namespace {
 
-QString text(const std::string& value) {
-    return QString::fromStdString(value);
+QString text(std::string_view value) {
+    return QString::fromUtf8(value.data(), static_cast<qsizetype>(value.size()));
 }
 
 QVariant gains(const std::vector<double>& values) {
@@ -23,7 +25,7 @@ void insertIfPresent(QVariantMap& map, const char* key, const std::optional<std:
 QVariantMap encode(const SourceState& state) {
     QVariantMap map{{"id", text(state.source.id)},
                     {"name", text(state.source.name)},
-                    {"tap", text(state.tapState)},
+                    {"tap", text(word(state.tapState))},
                     {"bandGains", gains(state.settings.bandGains)},
                     {"isBypassed", state.settings.isBypassed},
                     {"volume", state.settings.volume},
@@ -67,7 +69,7 @@ std::optional<std::string> optionalString(const QVariantMap& map, const char* ke
     return map.contains(QString::fromLatin1(key)) ? std::optional(string(map, key)) : std::nullopt;
 }
 
-/// A list of this signature, whether the bus library has unpacked it already or not.
+/// A list with this D-Bus signature, whether or not the bus library has already demarshalled it.
 template <class List> std::optional<List> list(const QVariant& value, const char* signature) {
     if (value.metaType() == QMetaType::fromType<List>())
         return value.value<List>();
@@ -98,7 +100,7 @@ SourceState decodeSource(const QVariantMap& map) {
                                    .volume = map.value("volume", 1.0).toDouble(),
                                    .outputDeviceUID = optionalString(map, "outputDeviceUID"),
                                    .downmixesSurround = map.value("downmixesSurround").toBool()},
-                      .tapState = string(map, "tap"),
+                      .tapState = tapStateOf(string(map, "tap")),
                       .deviceUID = optionalString(map, "device")};
     if (map.contains("pid"))
         state.source.pid = map.value("pid").toInt();
@@ -123,7 +125,7 @@ MapList maps(const QVariant& value) {
     return list<MapList>(value, "aa{sv}").value_or(MapList());
 }
 
-// One setting of a change, of exactly this type.
+// Decoding of the settings in a change. The types must match exactly.
 
 template <class Value> Value checkedValue(const QVariant& value, const char* sentence) {
     if (value.metaType() != QMetaType::fromType<Value>())
@@ -153,7 +155,7 @@ void decodeSetting(SettingsChange& change, const QString& key, const QVariant& v
         change.resetsCurve = checkedValue<bool>(value, "reset is true or false (b)");
     } else {
         throw OutsideValueError(OutsideValueError::Kind::invalidValue,
-                                "there is a setting of an unknown name; there are bandGains, preset, reset, "
+                                "unknown setting; the settings are bandGains, preset, reset, "
                                 "volume, isBypassed, outputDeviceUID and downmixesSurround");
     }
 }
@@ -224,7 +226,7 @@ QVariantMap encodeChange(const SettingsChange& change) {
 RunningState decodeState(const QVariantMap& properties) {
     RunningState state{.version = string(properties, "Version"),
                        .isProcessingEnabled = properties.value("ProcessingEnabled").toBool(),
-                       .permission = string(properties, "Permission")};
+                       .consent = consentOf(string(properties, "Permission"))};
     for (const QVariantMap& map : maps(properties.value("Sources")))
         state.sources.push_back(decodeSource(map));
     for (const QVariantMap& map : maps(properties.value("Outputs")))

@@ -8,13 +8,13 @@
 #include <QMap>
 #include <QVariant>
 
-/// The state and the changes of settings as they travel over the bus. Text that is no UTF-8 arrives with
-/// replacement characters.
+/// Converts the state and changes of settings to and from D-Bus types. Invalid UTF-8 becomes replacement
+/// characters.
 namespace vello {
 
 using MapList = QList<QVariantMap>;
 
-/// Makes the lists known to the bus library. Before anything of this kind is sent or received.
+/// Registers the list types with the bus library. Call before sending or receiving any of them.
 void registerBusTypes();
 
 MapList encodeSources(const std::vector<SourceState>& sources);
@@ -24,12 +24,12 @@ MapList encodeMeters(const std::vector<SourceState>& sources);
 MapList encodeExemptStreams(const std::vector<ExemptStreamState>& streams);
 QVariantMap encodeChange(const SettingsChange& change);
 
-/// From all properties of the interface. What is missing or of another type gets its default.
+/// Decodes all properties of the interface. A property that is missing or of the wrong type gets its default.
 RunningState decodeState(const QVariantMap& properties);
 std::vector<MeterReading> decodeMeters(const QVariant& meters);
-/// From a list of maps, whether the bus library has unpacked it already or not.
+/// Decodes a list of maps, whether or not the bus library has already demarshalled it.
 std::vector<ExemptStreamState> decodeExemptStreams(const QVariant& streams);
-/// Throws OutsideValueError for a key that it does not know and a value of the wrong type.
+/// Throws OutsideValueError for an unknown key or a value of the wrong type.
 SettingsChange decodeChange(const QVariantMap& change);
 
 } // namespace vello

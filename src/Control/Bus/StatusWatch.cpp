@@ -49,7 +49,7 @@ StatusWatch::StatusWatch(RunningInstance& instance) : instance_(instance) {
 
 RunningState StatusWatch::once(std::chrono::milliseconds patience) {
     const bool isHeard =
-        std::ranges::find(state_.sources, "running", &SourceState::tapState) != state_.sources.end();
+        std::ranges::find(state_.sources, TapState::running, &SourceState::tapState) != state_.sources.end();
     if (!isHeard)
         return state_;
     QEventLoop loop;
@@ -73,7 +73,7 @@ void StatusWatch::run(const Observer& observer) {
         told = state_;
         try {
             observer(told);
-        } catch (...) { // not through the event loop
+        } catch (...) { // must not propagate through the event loop
             problem = std::current_exception();
             loop.quit();
         }

@@ -11,19 +11,20 @@
 
 namespace vello {
 
-/// The state of a running instance with its meters, as it changes. Needs a running QCoreApplication.
+/// Follows the state of a running instance, including meters. Needs a QCoreApplication.
 class StatusWatch final : public QObject {
     Q_OBJECT
 
 public:
     using Observer = std::function<void(const RunningState& state)>;
 
-    /// Begins to watch; throws as RunningInstance does. The instance outlives the object.
+    /// Starts watching; throws like RunningInstance. The instance must outlive the object.
     explicit StatusWatch(RunningInstance& instance);
 
-    /// The state, with meters if they come in within `patience`.
+    /// The state, with meters if they arrive within `patience`.
     RunningState once(std::chrono::milliseconds patience);
-    /// Tells `observer` the state now and after every change of it. Throws when the instance ends.
+    /// Calls `observer` now and after every change. Returns only by throwing, at the latest when the instance
+    /// exits.
     void run(const Observer& observer);
 
 private Q_SLOTS:

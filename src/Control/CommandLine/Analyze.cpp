@@ -21,7 +21,7 @@ namespace vello {
 
 namespace {
 
-/// Writes what is left of the file into the ring, as a callback would: a buffer after the other.
+/// Writes the rest of the file into the ring, one buffer at a time like the I/O callback.
 void play(SoundFile& file, AudioSampleRingBuffer& ring) {
     constexpr std::size_t framesPerBuffer = 4096;
     std::array<float, framesPerBuffer * SoundFile::mostChannels> buffer{};

@@ -10,9 +10,9 @@ struct AnalyzeOptions {
     std::filesystem::path input;
 };
 
-/// Writes the spectrum and the tempo at the end of a sound file of 1 or 2 channels as one JSON object on
-/// `out`, as they would show if an application had played it unequalized. Returns the exit code of the
-/// program; a failure is one line on `error`. Blocks for as long as it takes.
+/// Writes the spectrum and the tempo at the end of a sound file with 1 or 2 channels to `out` as one JSON
+/// object. They are the values that would show if an application had played it unequalized. Returns the exit
+/// code of the program; a failure is one line on `error`. Blocks until done.
 int runAnalyze(const AnalyzeOptions& options, std::ostream& out, std::ostream& error);
 
 } // namespace vello

@@ -10,7 +10,7 @@ namespace {
 
 using Action = ClientRequest::Action;
 
-// The checks of values: no text means fine.
+// Validators. They return an empty string for a valid value and otherwise an error message.
 
 template <class Check> std::string refusal(Check check) {
     try {
@@ -24,12 +24,12 @@ template <class Check> std::string refusal(Check check) {
 std::string checkGainsText(const std::string& text) {
     const auto gains = parseGains(text);
     return gains ? refusal([&] { checkGains(*gains); })
-                 : "eight numbers between -12 and 12 are wanted, with commas between them";
+                 : "expected eight numbers between -12 and 12, separated by commas";
 }
 
 std::string checkVolumeText(const std::string& text) {
     const auto volume = parseNumber(text);
-    return volume ? refusal([&] { checkVolume(*volume); }) : "a number between 0 and 1 is wanted";
+    return volume ? refusal([&] { checkVolume(*volume); }) : "expected a number between 0 and 1";
 }
 
 std::string checkNameText(const std::string& text) {
@@ -37,7 +37,7 @@ std::string checkNameText(const std::string& text) {
 }
 
 std::string checkSwitchText(const std::string& text) {
-    return text == "on" || text == "off" ? "" : "on or off is wanted";
+    return text == "on" || text == "off" ? "" : "expected on or off";
 }
 
 std::string checkNotEmpty(const std::string& text) {
@@ -54,7 +54,7 @@ struct ClientArguments::Commands {
     void addPresets(CLI::App& application);
     SettingsChange change() const;
 
-    // The options as they are written.
+    // The options as written by the user.
     bool isJSON = false, keepsWatching = false, showsAll = false, resets = false;
     std::string source, preset, gains, volume, output, bypass, downmix, name;
 

@@ -13,30 +13,30 @@ class App;
 
 namespace vello {
 
-/// What the command line asks of the running instance.
+/// A command-line request to the running instance.
 struct ClientRequest {
     enum class Action { status, set, turnOn, turnOff, listPresets, savePreset, showPanel };
 
     Action action = Action::status;
     bool isJSON = false;
-    bool keepsWatching = false; ///< of status
-    bool showsAll = false;      ///< of status: also what is left as it is
-    std::string source = {};    ///< of set and savePreset: an id or a name
-    /// Of set. A preset and an output are written as the user wrote them: id or name, output also "auto".
+    bool keepsWatching = false; ///< for status
+    bool showsAll = false;      ///< for status: also lists exempt streams
+    std::string source = {};    ///< for set and savePreset: an id or a name
+    /// For set. Preset and output as written by the user: an id or a name, or "auto" for the output.
     SettingsChange change = {};
-    std::string presetName = {}; ///< of savePreset
+    std::string presetName = {}; ///< for savePreset
 };
 
-/// The commands that speak to the running instance: their options, and the request that they make.
+/// Defines the commands for the running instance and their options, and converts them to a request.
 class ClientArguments {
 public:
-    /// Adds the commands; `application` is parsed before this object goes.
+    /// Adds the commands. `application` must be parsed before this object is destroyed.
     explicit ClientArguments(CLI::App& application);
     ~ClientArguments();
     ClientArguments(const ClientArguments&) = delete;
     ClientArguments& operator=(const ClientArguments&) = delete;
 
-    /// After parsing; nothing when the command is none of these.
+    /// Call after parsing. Returns nullopt if the command is not one of these.
     std::optional<ClientRequest> request() const;
 
 private:

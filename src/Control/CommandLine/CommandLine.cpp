@@ -20,10 +20,10 @@ namespace vello {
 
 namespace {
 
-constexpr double kLargestRenderGain = 24.0;   // dB, either way
+constexpr double kLargestRenderGain = 24.0;   // dB, in either direction
 constexpr double kLargestRenderVolume = 16.0; // linear
 
-/// The gains of "g0,...,g7" within what a file may be run through.
+/// Parses "g0,...,g7" within the limits of `render`.
 std::optional<std::vector<double>> renderGains(std::string_view text) {
     const auto values = parseGains(text);
     const auto isFit = [](double gain) { return std::abs(gain) <= kLargestRenderGain; };
@@ -37,27 +37,26 @@ std::string presetIDs() {
     return list;
 }
 
-// The checks of values: no text means fine.
+// Validators. They return an empty string for a valid value and otherwise an error message.
 
 std::string checkPreset(const std::string& text) {
     return EQPreset::fromRawValue(text) ? "" : "there is no such preset; there are " + presetIDs();
 }
 
 std::string checkGains(const std::string& text) {
-    return renderGains(text) ? "" : "eight numbers between -24 and 24 are wanted, with commas between them";
+    return renderGains(text) ? "" : "expected eight numbers between -24 and 24, separated by commas";
 }
 
 std::string checkVolume(const std::string& text) {
     const auto value = parseNumber(text);
-    return value && *value >= 0 && *value <= kLargestRenderVolume ? ""
-                                                                  : "a number between 0 and 16 is wanted";
+    return value && *value >= 0 && *value <= kLargestRenderVolume ? "" : "expected a number between 0 and 16";
 }
 
 std::string checkFolder(const std::string& text) {
-    return text.empty() ? "the name of a folder is wanted" : "";
+    return text.empty() ? "expected the name of a folder" : "";
 }
 
-/// The options of `render` as they are written.
+/// The options of `render` as written by the user.
 struct RenderArguments {
     std::string preset, gains, volume, initialVolume, input, output;
     bool isBypassed = false;
@@ -93,7 +92,7 @@ CLI::App* addRender(CLI::App& application, RenderArguments& arguments) {
     return render;
 }
 
-/// The words that `permission` takes; without one it shows what holds.
+/// The arguments of `permission`.
 const std::map<std::string, PermissionAction> kPermissionActions{{"allow", PermissionAction::allow},
                                                                  {"ask", PermissionAction::ask},
                                                                  {"deny", PermissionAction::deny},

@@ -13,31 +13,31 @@ namespace vello {
 
 /// Exit codes of the program.
 inline constexpr int kExitDone = 0;
-inline constexpr int kExitFailed = 1; ///< one line on standard error says why and what to do
+inline constexpr int kExitFailed = 1; ///< one line on standard error gives the reason and a remedy
 inline constexpr int kExitWrongUsage = 2;
 
 enum class Command {
-    panel,    ///< no command: the tray application
-    headless, ///< the engine without a screen
+    panel,    ///< no command was given: the tray application
+    headless, ///< the engine without a user interface
     render,
     analyze,
     permission,
     client, ///< a request to the running instance
-    none,   ///< help or version was printed, or the usage was wrong: leave with `exitCode`
+    none,   ///< help or version was printed, or the usage was wrong: exit with `exitCode`
 };
 
 struct ParsedCommand {
     Command command = Command::none;
-    RenderOptions render = {};                            ///< of Command::render
-    AnalyzeOptions analyze = {};                          ///< of Command::analyze
-    PermissionAction permission = PermissionAction::show; ///< of Command::permission
-    ClientRequest client = {};                            ///< of Command::client
-    std::string syncFolder = {}; ///< of Command::panel and Command::headless; empty: not chosen
-    bool isInBackground = false; ///< of Command::panel: it stays closed until the user opens it
+    RenderOptions render = {};                            ///< for Command::render
+    AnalyzeOptions analyze = {};                          ///< for Command::analyze
+    PermissionAction permission = PermissionAction::show; ///< for Command::permission
+    ClientRequest client = {};                            ///< for Command::client
+    std::string syncFolder = {}; ///< for Command::panel and Command::headless; empty: not given
+    bool isInBackground = false; ///< for Command::panel: start with the panel closed
     int exitCode = kExitDone;
 };
 
-/// Reads the arguments. Help and version go to `out`, one line about a wrong usage to `error`.
+/// Parses the arguments. Prints help and version to `out`, and one line about wrong usage to `error`.
 ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& error);
 
 } // namespace vello

@@ -8,13 +8,13 @@
 
 namespace vello {
 
-/// Throws a failure to `action` ("read", "write") a file, with its name.
+/// Throws std::runtime_error: cannot `action` ("read", "write") the file at `path`.
 [[noreturn]] inline void failAt(const char* action, const std::filesystem::path& path,
                                 const std::string& reason) {
     throw std::runtime_error(std::string("cannot ") + action + " '" + path.string() + "': " + reason);
 }
 
-/// Runs `body`; what it throws becomes a failure to `action` the file at `path`.
+/// Runs `body` and converts its exceptions with failAt().
 template <typename Body>
 decltype(auto) onFile(const char* action, const std::filesystem::path& path, Body body) {
     try {

@@ -8,20 +8,21 @@
 
 namespace vello {
 
-/// What `vello permission` is asked to do.
+/// The actions of `vello permission`.
 enum class PermissionAction { show, allow, deny, ask };
 
-/// Puts the question to the user in whatever way there is. Undecided: no answer was given. Throws
-/// std::exception with a sentence when there is no way to ask.
+/// Asks the user. Returns `undecided` when the user does not answer. Throws std::exception with a sentence
+/// when the user cannot be asked.
 using AskForConsent = std::function<Consent()>;
 
-/// Shows, stores or asks for the consent to the capture; works whether VELLO runs or not. One line on `out`
-/// says what holds now and how to change it, one on `error` what could not be done. Returns the exit code: 0
-/// for `ask` means that there was an answer, whichever.
+/// Shows, stores or asks for the consent to the capture, whether VELLO is running or not. Prints the current
+/// consent and how to change it as one line on `out`; a failure is one line on `error`. Returns the exit
+/// code; for `ask`, 0 means that the user answered, either way.
 int runPermission(PermissionAction action, ConsentStore& store, const AskForConsent& ask, std::ostream& out,
                   std::ostream& error);
 
-/// Asks on a terminal until the answer is yes or no; an end of the input is no answer.
+/// Asks on a terminal, up to five times until the answer is yes or no. Returns `undecided` otherwise and at
+/// the end of the input.
 Consent askOnTerminal(std::istream& in, std::ostream& out);
 
 } // namespace vello

@@ -18,7 +18,7 @@ namespace vello {
 
 namespace {
 
-/// The callback with a device that has all the time in the world.
+/// Runs the I/O callback offline, without a device.
 class OfflineTap {
 public:
     OfflineTap(const RenderOptions& options, const SoundFormat& format)
@@ -33,7 +33,7 @@ public:
 
     float* captured() noexcept { return captured_.data(); }
 
-    /// Runs the callback on what was captured.
+    /// Runs the callback on the captured samples.
     const float* render(std::size_t frames) noexcept {
         const auto channels = static_cast<std::uint32_t>(context_.channelCount);
         const auto bytes = static_cast<std::uint32_t>(frames * channels * sizeof(float));

@@ -16,7 +16,7 @@ namespace vello {
 
 namespace {
 
-/// The size that a RIFF header promises for the whole file; 0 when it promises none.
+/// The file size according to the RIFF header; 0 if the header does not specify it.
 std::uint64_t promisedSize(const std::filesystem::path& path) {
     constexpr std::uint32_t unknown = std::numeric_limits<std::uint32_t>::max();
     std::array<char, 8> header{};
@@ -71,7 +71,7 @@ SoundFile SoundFile::write(int descriptor, const SoundFormat& format) {
     SNDFILE* file = sf_open_fd(descriptor, SFM_WRITE, &info, SF_FALSE);
     if (file == nullptr)
         fail(sf_strerror(nullptr));
-    // That chunk holds the time of day; the same input shall give the same file.
+    // The PEAK chunk contains a timestamp; without it, the same input gives the same file.
     sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     return SoundFile(file, format);
 }

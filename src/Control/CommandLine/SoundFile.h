@@ -16,21 +16,22 @@ struct SoundFormat {
     std::int64_t frames = 0;
 };
 
-/// A sound file of 1 or 2 channels as interleaved 32-bit floats, full scale at 1. Errors are
-/// std::runtime_error whose text fits one line.
+/// A sound file with 1 or 2 channels as interleaved 32-bit floats, full scale at 1. Errors are
+/// std::runtime_error with one line of text.
 class SoundFile {
 public:
     static constexpr int mostChannels = 2;
 
-    /// Opens for reading. A file that ends before what it promises is an error.
+    /// Opens a file for reading. Throws if the file is shorter than its header says.
     static SoundFile read(const std::filesystem::path& path);
-    /// Begins a WAV file of 32-bit floats in an open, empty file, which stays the caller's.
+    /// Starts a WAV file of 32-bit floats in an open, empty file. The caller keeps ownership of the
+    /// descriptor.
     static SoundFile write(int descriptor, const SoundFormat& format);
 
     const SoundFormat& format() const noexcept { return format_; }
     void readFrames(float* samples, std::size_t frames);
     void writeFrames(const float* samples, std::size_t frames);
-    /// Completes a file that was written. Without it the file is worthless.
+    /// Completes a written file. Without this call the file is not valid.
     void finish();
 
 private:

@@ -6,8 +6,8 @@
 
 namespace vello {
 
-/// Text that may come from a stranger (a file name, an argument), fit for one line of a terminal: a question
-/// mark stands for every control character.
+/// Makes untrusted text (a file name, an argument) safe for one line of a terminal: replaces every control
+/// character with a question mark.
 inline std::string oneLine(std::string text) {
     const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
     std::ranges::replace_if(text, isControl, '?');

@@ -3,7 +3,7 @@
 
 namespace vello {
 
-/// Of the program: "1.2.3".
+/// Version of the program, such as "1.2.3".
 extern const char kVersion[];
 
 } // namespace vello

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/State/ExemptionWords.h"
 
-#include "Control/State/TerminalText.h"
+#include "Foundation/Text.h"
 
 #include <algorithm>
 #include <array>

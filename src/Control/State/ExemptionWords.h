@@ -6,13 +6,13 @@
 #include <string>
 #include <string_view>
 
-/// Why a stream is left as it is, as a word for programs and as a phrase for people.
+/// The reasons why a stream is not captured, as words for programs and as phrases for people.
 namespace vello {
 
-/// Such as "surround"; "unknown" for a reason that has none.
+/// A word such as "surround"; "unknown" for a reason without a word.
 std::string_view exemptionWord(StreamExemption reason);
-/// What it means to the user, and what can be done where something can. The word itself, fit for a terminal,
-/// when it is none that is known: another version may have more.
+/// Explains the reason to the user, with a remedy if there is one. Returns an unknown word itself, made safe
+/// for a terminal: other versions may have more reasons.
 std::string exemptionPhrase(std::string_view word);
 
 } // namespace vello

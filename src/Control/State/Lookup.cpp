@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/State/Lookup.h"
 
-#include "Control/State/TerminalText.h"
+#include "Foundation/Text.h"
 
 #include <algorithm>
 #include <functional>
@@ -18,10 +18,10 @@ std::string quoted(const std::string& word) {
 
 [[noreturn]] void failAbsent(const std::string& kind, const std::string& word, const std::string& command) {
     throw std::runtime_error(std::string("there is no ").append(kind).append(" ").append(quoted(word)) +
-                             "; " + command + " shows those that there are");
+                             "; " + command + " lists the available ones");
 }
 
-/// The one entry with this id, else the one with this name; null when there is none.
+/// The entry with this id, or else the only entry with this name; null if there is no such entry.
 template <class Entry, class ID, class Name>
 const Entry* findUnique(const std::vector<Entry>& entries, const std::string& word, ID id, Name name,
                         const std::string& kind) {
@@ -49,7 +49,7 @@ const SourceState* findSourceOrNone(const RunningState& state, const std::string
                       "source");
 }
 
-/// The applications of the exempt streams, each once.
+/// One stream for each application that has exempt streams.
 std::vector<ExemptStreamState> exemptApplications(const RunningState& state) {
     std::vector<ExemptStreamState> applications;
     for (const ExemptStreamState& stream : state.exemptStreams.value_or(std::vector<ExemptStreamState>{})) {

@@ -7,9 +7,10 @@
 
 namespace vello {
 
-/// A finite decimal number, whole text, whatever the user's language.
+/// Parses a finite decimal number, independent of the locale. Returns nullopt unless the whole text is a
+/// number.
 std::optional<double> parseNumber(std::string_view text);
-/// The finite numbers of "g0,...,g7", one for each band.
+/// Parses "g0,...,g7": finite numbers, one per band. Returns nullopt for anything else.
 std::optional<std::vector<double>> parseGains(std::string_view text);
 
 } // namespace vello

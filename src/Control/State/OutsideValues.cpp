@@ -13,7 +13,7 @@ namespace {
 
 using Kind = OutsideValueError::Kind;
 
-/// Not NaN either.
+/// False for NaN.
 bool isWithin(double value, double lowest, double highest) {
     return value >= lowest && value <= highest;
 }
@@ -24,7 +24,7 @@ std::vector<double> presetGains(const std::string& id, std::span<const UserEQPre
     const auto found = std::ranges::find(userPresets, id, &UserEQPreset::name);
     if (found == userPresets.end())
         throw OutsideValueError(Kind::unknownPreset,
-                                "there is no preset of this name; vello presets lists those that there are");
+                                "there is no such preset; vello presets lists the available ones");
     return found->bandGains;
 }
 
@@ -45,11 +45,11 @@ std::optional<std::string> chosenOutput(const std::string& uid, std::span<const 
         return std::nullopt;
     if (std::ranges::find(routes, uid, &AudioOutputRoute::id) == routes.end())
         throw OutsideValueError(Kind::unknownOutput,
-                                "there is no such output; vello status --json lists those that there are");
+                                "there is no such output; vello status --json lists the available ones");
     return uid;
 }
 
-/// Line breaks and what turns the direction of writing count; what joins the parts of one emoji does not.
+/// Includes line breaks and bidirectional controls, but not the joiners within emoji.
 bool isControl(UChar32 character) {
     return (U_GET_GC_MASK(character) & (U_GC_CC_MASK | U_GC_ZL_MASK | U_GC_ZP_MASK)) != 0 ||
            u_hasBinaryProperty(character, UCHAR_BIDI_CONTROL);
@@ -59,7 +59,7 @@ bool isControl(UChar32 character) {
 
 void checkGains(std::span<const double> gains) {
     if (gains.size() != EQSettings::bandCount)
-        throw OutsideValueError(Kind::invalidValue, "eight gains are wanted, one for each band");
+        throw OutsideValueError(Kind::invalidValue, "expected eight gains, one for each band");
     if (!std::ranges::all_of(gains, [](double gain) { return isWithin(gain, -kLargestGain, kLargestGain); }))
         throw OutsideValueError(Kind::invalidValue, "every gain is a number of decibels from -12 to 12");
 }
@@ -92,9 +92,9 @@ void checkPresetName(std::string_view name) {
 EQSettings changedSettings(EQSettings settings, const SettingsChange& change,
                            const SettingsChoices& choices) {
     if (change == SettingsChange())
-        throw OutsideValueError(Kind::invalidValue, "there is nothing to change; say what should be");
+        throw OutsideValueError(Kind::invalidValue, "there is nothing to change; give at least one setting");
     if (auto curve = chosenCurve(change, choices.userPresets)) {
-        // Presets too: a file or another machine may have brought one that is not fit for use.
+        // Check presets too: one from a file or another machine may have invalid gains.
         checkGains(*curve);
         settings.bandGains = std::move(*curve);
     }

@@ -12,11 +12,11 @@
 #include <string_view>
 #include <vector>
 
-/// Checks of what comes from outside the program, over the bus or in arguments. The model takes whatever it
-/// gets; so everything passes through here first.
+/// Validation of external input from the bus or the command line. The model does not validate its input, so
+/// all of it must be checked here first.
 namespace vello {
 
-/// A value that is refused. what() says in one line what was wrong and what to do; it never quotes the value.
+/// A rejected value. what() gives the reason and a remedy in one line; it never quotes the value.
 class OutsideValueError : public std::runtime_error {
 public:
     enum class Kind { invalidValue, unknownSource, unknownPreset, unknownOutput };
@@ -28,38 +28,38 @@ private:
     Kind kind_;
 };
 
-inline constexpr double kLargestGain = 12;  ///< dB, either way
+inline constexpr double kLargestGain = 12;  ///< dB, in either direction
 inline constexpr double kLargestVolume = 1; ///< linear
 
 /// One finite gain from -12 to +12 dB for each band. Throws OutsideValueError, as do the other checks.
 void checkGains(std::span<const double> gains);
 /// Finite, 0 to 1.
 void checkVolume(double volume);
-/// UTF-8 that shows something, of at most kLongestPresetName bytes and without control characters.
+/// Valid UTF-8 with a visible character, at most kLongestPresetName bytes, no control characters.
 void checkPresetName(std::string_view name);
 inline constexpr std::size_t kLongestPresetName = 200;
 
-/// What is to change of a source's settings, in one step. What is absent stays as it is.
+/// An atomic change of one source's settings. Absent members are not changed.
 struct SettingsChange {
-    bool resetsCurve = false; ///< back to flat
+    bool resetsCurve = false; ///< makes the curve flat
     std::optional<std::vector<double>> bandGains = {};
     std::optional<std::string> presetID = {};
     std::optional<double> volume = {};
     std::optional<bool> isBypassed = {};
     std::optional<std::string> outputDeviceUID = {}; ///< empty: automatic
-    std::optional<bool> downmixesSurround = {};      ///< not of the system-wide source
+    std::optional<bool> downmixesSurround = {};      ///< not for the system-wide source
 
     friend bool operator==(const SettingsChange&, const SettingsChange&) = default;
 };
 
-/// What a change may choose from.
+/// The presets and outputs that a change may refer to.
 struct SettingsChoices {
     std::span<const UserEQPreset> userPresets;
     std::span<const AudioOutputRoute> outputRoutes;
 };
 
-/// `settings` with all of `change`, or an OutsideValueError and nothing of it. A change has something to
-/// change, and at most one new curve.
+/// Returns `settings` with the whole change applied. Throws OutsideValueError if any value is invalid, or if
+/// the change is empty or has more than one new curve.
 EQSettings changedSettings(EQSettings settings, const SettingsChange& change, const SettingsChoices& choices);
 
 } // namespace vello

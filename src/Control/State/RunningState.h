@@ -5,13 +5,14 @@
 #include "Models/AudioOutputRoute.h"
 #include "Models/EQPreset.h"
 #include "Models/EQSettings.h"
+#include "Ports/ConsentStore.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-/// What a running instance tells of itself: the same on both ends of the bus.
+/// The state that a running instance publishes, as used on both ends of the bus.
 namespace vello {
 
 struct MeterReading {
@@ -23,25 +24,33 @@ struct MeterReading {
     friend bool operator==(const MeterReading&, const MeterReading&) = default;
 };
 
+/// How far the capture of a source has come.
+enum class TapState {
+    none,
+    starting,
+    connecting, ///< the audio system has not linked it yet
+    running,
+};
+
 struct SourceState {
     AppAudioSource source;
-    EQSettings settings;                       ///< the source's own
-    std::string tapState;                      ///< "none", "starting", "connecting" or "running"
-    std::optional<std::string> deviceUID = {}; ///< that it plays on through VELLO
-    /// While somebody watches the levels and the source is heard.
+    EQSettings settings; ///< the source's own settings
+    TapState tapState = TapState::none;
+    std::optional<std::string> deviceUID = {}; ///< the device that VELLO plays it on
+    /// Present while the meters are running and the source is audible.
     std::optional<MeterReading> meters = {};
 
     friend bool operator==(const SourceState&, const SourceState&) = default;
 };
 
-/// A stream that is left as it is.
+/// A stream that is not captured.
 struct ExemptStreamState {
-    std::string sourceID;   ///< of its application; empty where that is unknown
+    std::string sourceID;   ///< of its application; empty if unknown
     std::string name;       ///< of the application, for the user
     std::string streamName; ///< may be empty
     std::optional<std::int32_t> pid = {};
     std::optional<std::string> bundleID = {};
-    std::optional<std::string> deviceUID = {}; ///< that it plays on
+    std::optional<std::string> deviceUID = {}; ///< the device that it plays on
     bool isPlaying = false;
     std::string reason; ///< see ExemptionWords
 
@@ -60,17 +69,17 @@ struct PresetState {
 struct RunningState {
     std::string version;
     bool isProcessingEnabled = true;
-    std::string permission;                ///< "unknown", "authorized" or "denied"
-    std::vector<SourceState> sources = {}; ///< the system-wide one first
+    Consent consent = Consent::undecided;  ///< to the capture
+    std::vector<SourceState> sources = {}; ///< the system-wide source first
     std::vector<AudioOutputRoute> outputs = {};
     std::vector<PresetState> presets = {}; ///< the built-in ones first
-    /// Where it was asked for.
+    /// Only present if requested.
     std::optional<std::vector<ExemptStreamState>> exemptStreams = {};
 
     friend bool operator==(const RunningState&, const RunningState&) = default;
 };
 
-/// The settings in force: the system-wide ones while the source's own are neutral.
+/// The settings in effect: the system-wide ones while the source's own are neutral.
 EQSettings effectiveSettings(const RunningState& state, const SourceState& source);
 
 } // namespace vello

@@ -2,6 +2,7 @@
 #include "Control/State/StateJSON.h"
 
 #include "Control/State/ExemptionWords.h"
+#include "Control/State/StateWords.h"
 #include "Models/SettingsCoding.h"
 
 #include <cmath>
@@ -16,13 +17,13 @@ template <class Value> JSON orNull(const std::optional<Value>& value) {
     return value ? JSON(*value) : JSON(nullptr);
 }
 
-/// More digits would only tell of the float that it comes from.
+/// Four decimals; further digits are only noise of the conversion from float.
 double rounded(double value) {
     return std::round(value * 10000) / 10000;
 }
 
 JSON levelOf(const SourceState& entry) {
-    if (entry.tapState != "running")
+    if (entry.tapState != TapState::running)
         return nullptr;
     return entry.meters ? rounded(entry.meters->level) : 0.0;
 }
@@ -42,7 +43,7 @@ JSON encode(const SourceState& entry) {
             {"name", entry.source.name},
             {"pid", orNull(entry.source.pid)},
             {"bundleID", orNull(entry.source.bundleID)},
-            {"tap", entry.tapState},
+            {"tap", word(entry.tapState)},
             {"device", orNull(entry.deviceUID)},
             {"level", levelOf(entry)},
             {"tempo", tempoOf(entry)},
@@ -79,7 +80,8 @@ template <class Entry> JSON list(const std::vector<Entry>& entries) {
     return result;
 }
 
-/// Numbers that JSON cannot hold become null: the line is worth more than one value of it.
+/// Non-finite numbers become null and invalid UTF-8 is replaced, so that the rest of the line is still
+/// usable.
 std::string line(const JSON& value) {
     return value.dump(-1, ' ', false, JSON::error_handler_t::replace);
 }
@@ -89,7 +91,7 @@ std::string line(const JSON& value) {
 std::string statusJSON(const RunningState& state) {
     JSON status{{"version", state.version},
                 {"isProcessingEnabled", state.isProcessingEnabled},
-                {"permission", state.permission},
+                {"permission", word(state.consent)},
                 {"sources", list(state.sources)},
                 {"outputs", list(state.outputs)}};
     if (state.exemptStreams)

@@ -5,7 +5,8 @@
 
 #include <string>
 
-/// The machine-readable output of the command line. Keys are only ever added; docs/control.md lists them.
+/// The machine-readable output of the command line. Keys are added, but never removed or changed;
+/// docs/control.md lists them.
 namespace vello {
 
 /// One object in one line, without the line break.

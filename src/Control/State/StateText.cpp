@@ -2,7 +2,8 @@
 #include "Control/State/StateText.h"
 
 #include "Control/State/ExemptionWords.h"
-#include "Control/State/TerminalText.h"
+#include "Control/State/StateWords.h"
+#include "Foundation/Text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +14,7 @@ namespace vello {
 namespace {
 
 constexpr std::size_t kWidestName = 40;
-constexpr std::size_t kWidestID = 200; ///< an id that is cut is of no use
+constexpr std::size_t kWidestID = 200; ///< long enough for any id, because a cut id is useless
 
 std::string formatted(const char* format, double value) {
     char text[64];
@@ -21,7 +22,7 @@ std::string formatted(const char* format, double value) {
     return text;
 }
 
-/// Rows of cells, the first with the titles. Every column is as wide as its widest cell.
+/// A table whose first row holds the titles. Every column is as wide as its widest cell.
 class Table {
 public:
     void add(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
@@ -98,7 +99,7 @@ std::vector<std::string> row(const RunningState& state, const SourceState& entry
     return {fittedText(isSystem ? "system" : entry.source.id, kWidestID),
             fittedText(entry.source.name, kWidestName),
             entry.source.pid ? std::to_string(*entry.source.pid) : "-",
-            isSystem ? "-" : entry.tapState,
+            isSystem ? "-" : std::string(word(entry.tapState)),
             outputCell(state, entry),
             levelCell(entry),
             formatted("%.0f %%", 100 * inForce.volume),
@@ -129,9 +130,9 @@ std::string exemptText(const RunningState& state) {
 }
 
 std::string permissionSentence(const RunningState& state) {
-    if (state.permission == "authorized")
+    if (state.consent == Consent::allowed)
         return "";
-    const std::string answer = state.permission == "denied" ? "denied" : "not granted yet";
+    const std::string answer = state.consent == Consent::denied ? "denied" : "not granted yet";
     return std::string("The capture of what applications play is ") + answer +
            "; vello permission allow grants it.\n";
 }

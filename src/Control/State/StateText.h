@@ -5,12 +5,11 @@
 
 #include <string>
 
-/// The output of the command line for people: aligned, without colours, safe for a terminal whatever the
-/// names hold.
+/// The human-readable output of the command line: aligned, without colours, and safe for a terminal even with
+/// untrusted names.
 namespace vello {
 
-/// A line about the whole and a table of the sources; below it one of the exempt streams, where there are any
-/// told.
+/// The overall state and a table of the sources, followed by a table of the exempt streams if present.
 std::string statusText(const RunningState& state);
 std::string presetsText(const RunningState& state);
 

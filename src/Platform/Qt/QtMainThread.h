@@ -7,9 +7,9 @@
 
 namespace vello {
 
-/// The main thread on Qt's event loop: the thread that constructs this object, where a QCoreApplication
-/// exists and runs. What still waits when the object is destroyed is dropped without being run; other threads
-/// must have ended their calls of post() by then. Delays are exact to a millisecond and never short.
+/// The main thread on Qt's event loop. It is the thread that constructs this object; a QCoreApplication must
+/// exist and run on it. Pending actions are dropped on destruction. Other threads must have ended their calls
+/// of post() by then. Delays are exact to a millisecond and never short.
 class QtMainThread final : public MainThread {
 public:
     QtMainThread();
@@ -23,9 +23,8 @@ public:
 
 private:
     class Loop;
-    class Task;
 
-    std::shared_ptr<Loop> loop_;
+    std::unique_ptr<Loop> loop_;
 };
 
 } // namespace vello

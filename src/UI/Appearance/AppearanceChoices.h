@@ -7,8 +7,8 @@
 
 namespace vello {
 
-/// What one place (a portal, a palette, the environment) says of the user's choices. What it leaves open is
-/// for other places to say.
+/// The user's choices according to one source (a portal, a palette, the environment). An empty field leaves
+/// the choice to other sources.
 struct AppearanceChoices {
     std::optional<bool> isDark = {};
     std::optional<QColor> accent = {}; ///< valid and opaque
@@ -18,10 +18,10 @@ struct AppearanceChoices {
     std::optional<bool> isRightToLeft = {};
     std::optional<double> fontScale = {}; ///< finite
 
-    /// Takes from `other` what is open here.
+    /// Fills fields that are empty here from `other`.
     AppearanceChoices orElse(const AppearanceChoices& other) const;
-    /// More contrast without a word on transparency means less of that as well. A font scale out of range
-    /// becomes the nearest one in it.
+    /// Increased contrast also reduces transparency, unless a source says otherwise. A font scale out of
+    /// range is clamped.
     Appearance appearance() const;
 
     friend bool operator==(const AppearanceChoices&, const AppearanceChoices&) = default;

@@ -30,7 +30,7 @@ const std::array<PlainWord, 10> kPlainWords{{
     {QLatin1String("ltr"), &AppearanceChoices::isRightToLeft, false},
 }};
 
-/// An empty complaint: the word has been understood.
+/// Returns an empty complaint when the word was understood.
 QString readScale(const QString& value, AppearanceChoices& choices) {
     bool isNumber = false;
     const double scale = value.toDouble(&isNumber);

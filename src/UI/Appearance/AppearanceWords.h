@@ -8,15 +8,15 @@
 
 namespace vello {
 
-/// The user's choices in words, for what a desktop has no setting for: "dark" or "light", "contrast" or
+/// The user's choices in words, for settings that a desktop does not have: "dark" or "light", "contrast" or
 /// "no-contrast", "still" or "moving", "opaque" or "translucent", "rtl" or "ltr", "scale=1.5",
 /// "accent=#rrggbb".
 struct AppearanceWords {
     AppearanceChoices choices = {};
-    /// A sentence on each word that says nothing; such words are left out.
+    /// One sentence for each word that was not understood; such words are ignored.
     QStringList complaints = {};
 
-    /// `words` are separated by commas or blanks; the last one on a matter counts.
+    /// `words` are separated by commas or blanks. The last word on a choice wins.
     static AppearanceWords read(const QString& words);
 };
 

@@ -7,7 +7,7 @@
 namespace vello {
 namespace {
 
-/// Black and white stand out from it alike: (1 + 0.05) / (L + 0.05) = (L + 0.05) / 0.05.
+/// The luminance L that has equal contrast to black and white: (1 + 0.05) / (L + 0.05) = (L + 0.05) / 0.05.
 constexpr double kMiddleLuminance = 0.179;
 constexpr int kSteps = 64;
 

@@ -15,10 +15,10 @@
 namespace vello {
 namespace {
 
-/// The fonts that desktops set by default have 9 to 11 points; with them texts have their normal sizes.
-/// Pixels of 11 points at 96 dots per inch.
+/// Default desktop fonts have 9 to 11 points, which give texts their normal sizes. In pixels: 11 points at 96
+/// dots per inch.
 constexpr double kNormalFontSize = 11.0 * 96.0 / 72.0;
-/// Of the palette that the toolkit has without a desktop: nobody chose it.
+/// The highlight of the toolkit's built-in palette. It is not the user's choice.
 constexpr QRgb kToolkitHighlight = 0xff308cc6;
 
 bool isLanguageRightToLeft() {
@@ -26,15 +26,16 @@ bool isLanguageRightToLeft() {
     return !languages.isEmpty() && QLocale(languages.first()).textDirection() == Qt::RightToLeft;
 }
 
-/// On X11 GNOME's text scale also becomes part of the screen's scale, by its dots per inch: it must not
-/// count twice.
+/// On X11 GNOME's text scale is also part of the screen's scale, through its dots per inch. It must not count
+/// twice.
 double scaleFromScreen() {
     const QScreen* const screen = QGuiApplication::primaryScreen();
     return screen && QGuiApplication::platformName() == QLatin1String("xcb") ? screen->devicePixelRatio()
                                                                              : 1.0;
 }
 
-/// A portal finds those who know the settings by the desktop's name: without one it would start for nothing.
+/// A portal selects its settings backend by the desktop's name. Without a name, starting the portal would be
+/// useless.
 SettingsPortal::Missing missingPortal() {
     return qEnvironmentVariableIsEmpty("XDG_CURRENT_DESKTOP") ? SettingsPortal::Missing::awaited
                                                               : SettingsPortal::Missing::started;

@@ -8,18 +8,18 @@
 
 namespace vello {
 
-/// What the toolkit's own palette, font and layout direction tell of the user's choices. There is a
+/// The user's choices according to the toolkit's palette, font and layout direction. Requires a
 /// QGuiApplication.
 AppearanceChoices toolkitChoices();
 
-/// The user's choices as they stand: those in words come first, then the portal's, then the toolkit's; of
-/// the font scales of portal and toolkit the larger one. Follows every change. Main thread only; there is a
-/// QGuiApplication, which lives longer.
+/// The user's current choices. AppearanceWords take precedence over the portal, and the portal over the
+/// toolkit. The font scale is the larger of the portal's and the toolkit's. Follows every change. Main thread
+/// only. Requires a QGuiApplication that outlives it.
 class DesktopAppearance : public QObject {
     Q_OBJECT
 
 public:
-    /// `words` are those of AppearanceWords; what cannot be understood of them is told on standard error.
+    /// `words` are those of AppearanceWords. Words that are not understood are reported on standard error.
     DesktopAppearance(const QDBusConnection& connection, const QString& words);
 
     const Appearance& appearance() const { return appearance_; }

@@ -14,7 +14,7 @@ const QString kGnomeAccess = QStringLiteral("org.gnome.desktop.a11y.interface");
 const QString kKde = QStringLiteral("org.kde.kdeglobals.KDE");
 const QString kKdeGeneral = QStringLiteral("org.kde.kdeglobals.General");
 
-/// GNOME names its accents; these are the colours that its applications draw them in.
+/// GNOME's accents are names; these are the colours that its applications draw.
 struct NamedAccent {
     QLatin1String name;
     QRgb color;
@@ -31,7 +31,7 @@ constexpr std::array<NamedAccent, 9> kGnomeAccents{{
     {QLatin1String("slate"), 0xff6f8396},
 }};
 
-/// Reads values as what they should be, and as nothing where they are something else.
+/// Reads values with an expected type. A value of another type reads as absent.
 class Reader {
 public:
     explicit Reader(const PortalSettings& settings) : settings_(settings) {}
@@ -50,7 +50,7 @@ public:
         return found.typeId() == QMetaType::QString ? found.toString() : QString();
     }
 
-    /// Also of a text that is a number: KDE tells all its values as texts.
+    /// Also converts text to a number: KDE stores all its values as text.
     std::optional<double> number(const QString& space, const char* key) const {
         const QVariant found = value(space, key);
         bool isNumber = found.isValid() && found.typeId() != QMetaType::Bool;
@@ -75,7 +75,7 @@ std::optional<bool> isDark(const Reader& reader) {
     return std::nullopt;
 }
 
-/// From shares of red, green and blue. Shares out of range mean that there is no accent.
+/// From an RGB triple, each 0 to 1. Values out of range mean that there is no accent.
 std::optional<QColor> colorOf(const QVariant& shares) {
     if (shares.typeId() != QMetaType::QVariantList || shares.toList().size() != 3)
         return std::nullopt;
@@ -87,7 +87,7 @@ std::optional<QColor> colorOf(const QVariant& shares) {
     return QColor::fromRgbF(channels[0], channels[1], channels[2]);
 }
 
-/// From "61,174,233", with or without an alpha after it.
+/// From a text such as "61,174,233", optionally with alpha.
 std::optional<QColor> colorOfNumbers(const QString& text) {
     const QStringList parts = text.split(u',');
     if (parts.size() != 3 && parts.size() != 4)
@@ -113,7 +113,8 @@ std::optional<QColor> accent(const Reader& reader) {
     return colorOfNumbers(reader.text(kKdeGeneral, "AccentColor"));
 }
 
-/// Any place that asks for it is enough: a place that does not know the setting tells its default.
+/// One source that asks for contrast is enough, because a source that does not know the setting reports its
+/// default.
 std::optional<bool> isContrastIncreased(const Reader& reader) {
     const std::optional<double> common = reader.number(kCommon, "contrast");
     const std::optional<bool> gnome = reader.flag(kGnomeAccess, "high-contrast");

@@ -9,15 +9,15 @@
 
 namespace vello {
 
-/// What a settings portal tells: values by key by namespace. A value is a bool, a number, a text or, for a
-/// colour, a QVariantList of three numbers. It comes from outside, and may be anything.
+/// Values from a settings portal, by namespace and key. A value is a bool, a number, a text or, for a colour,
+/// a QVariantList of three numbers. The portal is not trusted: a value may be anything.
 using PortalSettings = QMap<QString, QVariantMap>;
 
 /// The namespaces that `portalChoices` understands.
 QStringList portalNamespaces();
 
-/// The desktops' common keys come first, then those of GNOME, then those of KDE. A value of a wrong type or
-/// out of its range says nothing.
+/// The desktops' common keys take precedence over GNOME's, and GNOME's over KDE's. A value of a wrong type or
+/// out of range is ignored.
 AppearanceChoices portalChoices(const PortalSettings& settings);
 
 } // namespace vello

@@ -16,7 +16,7 @@ const QString kService = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString kPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kInterface = QStringLiteral("org.freedesktop.portal.Settings");
 
-/// Invalid for what is neither plain nor a colour. Values may come in variants in variants.
+/// Unpacks nested variants. Invalid for a value that is neither a basic type nor a colour.
 QVariant plain(QVariant value) {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>())
         value = value.value<QDBusVariant>().variant();
@@ -49,10 +49,10 @@ PortalSettings plain(const PortalSettings& told) {
 SettingsPortal::SettingsPortal(QDBusConnection connection, Missing missing)
     : connection_(std::move(connection)),
       watcher_(kService, connection_, QDBusServiceWatcher::WatchForRegistration) {
-    // Qt 6.4 connects no signal that carries a variant before it has met one.
+    // Qt 6.4 cannot connect a signal with a variant argument before the type is registered.
     qRegisterMetaType<QDBusVariant>();
     qDBusRegisterMetaType<PortalSettings>();
-    // First listen, then ask: so nothing that changes meanwhile is missed.
+    // Subscribe before the request, so that no change is missed.
     connection_.connect(kService, kPath, kInterface, QStringLiteral("SettingChanged"), this,
                         SLOT(takeChange(QString, QString, QDBusVariant)));
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(Missing::awaited); });
@@ -75,7 +75,7 @@ void SettingsPortal::ask(Missing missing) {
 void SettingsPortal::takeAnswer(QDBusPendingCallWatcher& answer) {
     const QDBusPendingReply<PortalSettings> reply = answer;
     if (reply.isError()) {
-        // No portal, or one without settings: the toolkit's own looks hold.
+        // Without a portal, or with one that has no settings, the toolkit's appearance applies.
         if (!answer.reply().signature().isEmpty() && answer.reply().type() == QDBusMessage::ReplyMessage)
             qWarning("The settings portal answers with a value of type %s instead of a{sa{sv}}. The "
                      "desktop's appearance is followed only as far as the toolkit knows it; check which "

@@ -13,18 +13,18 @@ class QDBusPendingCallWatcher;
 
 namespace vello {
 
-/// What the desktop's settings portal tells (interface org.freedesktop.portal.Settings), kept up to date:
-/// it asks once, then listens, and asks again whenever a portal appears. Without a portal there are no
-/// settings; while one restarts the last ones hold. Waits for nothing but the bus itself.
+/// The settings of the desktop's portal (interface org.freedesktop.portal.Settings), kept up to date: reads
+/// them once, then follows change signals, and reads them again whenever a portal appears. Without a portal
+/// there are no settings; while one restarts, the last ones remain. Blocks only on the bus itself.
 class SettingsPortal : public QObject {
     Q_OBJECT
 
 public:
-    /// A portal that does not run yet.
+    /// Whether a portal that does not run yet is awaited or started.
     enum class Missing { awaited, started };
     SettingsPortal(QDBusConnection connection, Missing missing);
 
-    /// Of the namespaces that `portalChoices` understands.
+    /// The settings in the namespaces of portalNamespaces().
     const PortalSettings& settings() const { return settings_; }
 
 signals:
@@ -39,7 +39,7 @@ private:
 
     QDBusConnection connection_;
     QDBusServiceWatcher watcher_;
-    QPointer<QDBusPendingCallWatcher> awaited_; ///< an older answer counts no more
+    QPointer<QDBusPendingCallWatcher> awaited_; ///< answers to older requests are dropped
     PortalSettings settings_;
 };
 

@@ -12,7 +12,7 @@
 namespace vello {
 namespace {
 
-/// The panel shows 22 points, on screens that are scaled by 1, 1.5, 2, 3 and 4.
+/// The panel shows icons of 22 points, on screens with a scale of 1, 1.5, 2, 3 or 4.
 constexpr std::array kSides{22, 33, 44, 66, 88};
 
 QImage emptyImage(int side) {

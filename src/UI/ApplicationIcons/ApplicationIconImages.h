@@ -7,14 +7,14 @@
 namespace vello {
 
 /// File name of the program that draws the icons of applications. Its arguments are the name of the desktop's
-/// icon theme and what the icon may be called, the likeliest first: a name in the theme or an absolute file
-/// name. It writes the images below to standard output; without them there is no icon.
+/// icon theme and the candidate names of the icon, the likeliest first: a name in the theme or an absolute
+/// file name. It writes the images below to standard output, or nothing when there is no icon.
 inline constexpr char kApplicationIconProgram[] = "vello-application-icon";
 
-/// The icon, drawn in the sizes that the panel needs for screens of any scale, as plain pixels.
+/// The icon as uncompressed pixels, in the sizes that the panel needs for screens of any scale.
 QByteArray applicationIconImages(const QIcon& icon);
 
-/// The icon of these images. Null when the bytes are not exactly what the function above makes.
+/// Makes an icon of these images. Null when the bytes are not exactly the output of applicationIconImages().
 QIcon applicationIcon(const QByteArray& images);
 
 } // namespace vello

@@ -7,13 +7,13 @@
 
 namespace vello {
 
-/// The question whether VELLO may capture what applications play, as a small window. Enter allows it; Escape
-/// and closing the window are no answer.
+/// A small window that asks whether VELLO may capture what applications play. Enter allows it. Escape and
+/// closing the window give no answer.
 class ConsentQuestion : public QDialog {
 public:
     ConsentQuestion();
 
-    /// What the user chose; undecided until then.
+    /// The user's choice; undecided until the user chooses.
     Consent answer() const { return answer_; }
 
 private:

@@ -5,22 +5,22 @@
 
 namespace vello {
 
-/// A press on the status item reaches the open panel first, as one outside of it, which closes it; then the
-/// item tells that it was activated, some hosts at the press, others when the button is let go. That
-/// activation must not open the panel again. The next one must, even if its press comes before this one is
-/// told.
+/// A press on the status item first reaches the open panel, as a press outside of it, and closes the panel.
+/// The host then reports an activation of the item: some hosts at the press, others at the release. That
+/// activation must not open the panel again. The next activation must, even if its press comes before this
+/// one is reported.
 class ClosingPress {
 public:
     using Clock = std::chrono::steady_clock;
-    /// What a host may take to tell, from when the button is let go.
+    /// Longest time a host may take to report an activation, from the release of the button.
     static constexpr std::chrono::milliseconds delay{600};
 
-    /// A button was pressed, which closed the panel.
+    /// A button press closed the panel.
     void pressed() { state_ = State::held; }
-    /// A button was let go.
+    /// The button was released.
     void released(Clock::time_point now);
-    /// Whether an activation at `now` belongs to the press that closed the panel; `isThere` says whether the
-    /// item is where that press was. It is taken: the next activation does not belong to it.
+    /// Whether an activation at `now` belongs to the press that closed the panel. `isThere` says whether the
+    /// item is at the position of that press. Resets the state: the next activation does not belong to it.
     [[nodiscard]] bool takeActivation(Clock::time_point now, bool isThere);
 
 private:

@@ -8,12 +8,12 @@
 
 namespace vello {
 
-/// Name of the first built-in curve, else of the first of the user's, that has exactly these gains; absent
-/// when none has. No tolerance.
+/// Name of the first preset with exactly these gains; built-in presets come before the user's. Absent when no
+/// preset matches. No tolerance.
 std::optional<std::string> matchingPresetName(std::span<const double> gains,
                                               std::span<const UserEQPreset> userPresets);
 
-/// A linear volume as a percentage without decimals, written as `locale` (as in "de_DE") writes it.
+/// A linear volume as a percentage without decimals, formatted for `locale` (as in "de_DE").
 std::string percentage(double volume, const std::string& locale);
 
 } // namespace vello

@@ -5,7 +5,7 @@
 
 namespace vello {
 
-/// One line of text in a viewport, which passes through it when it does not fit. Lengths are points, times
+/// One line of text that scrolls through a viewport when it does not fit. Lengths are points, times are
 /// seconds.
 struct MarqueeGeometry {
     static constexpr double pointsPerSecond = 18.4;
@@ -16,11 +16,11 @@ struct MarqueeGeometry {
     double viewportWidth = 0.0;
 
     bool overflows() const { return viewportWidth < textWidth; }
-    /// Share of the viewport that fades at each edge; nothing while the text fits, or where the viewport is
-    /// too narrow for two fades.
+    /// Share of the viewport that fades at each edge. Absent while the text fits, or when the viewport is too
+    /// narrow for two fades.
     std::optional<double> edgeFade() const;
-    /// Of the text's leading edge from the viewport's: out to the left, then in again from the right, without
-    /// a pause. `elapsed` since the text began to move.
+    /// Offset of the text's leading edge from the viewport's. The text leaves on the left and re-enters from
+    /// the right, without a pause. `elapsed` counts from the start of the motion.
     double marqueeOffset(double elapsed) const;
 };
 

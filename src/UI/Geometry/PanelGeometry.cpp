@@ -64,7 +64,7 @@ PanelPoint PanelPlacement::in(ScreenCorner corner) const {
 PanelPoint PanelPlacement::clamped(PanelPoint wanted) const {
     const double left = available.x + gap;
     const double top = available.y + gap;
-    // Where the panel is larger than the screen its top left corner counts.
+    // When the panel is larger than the screen, its top left corner stays visible.
     return {std::max(left, std::min(wanted.x, available.right() - gap - panel.width)),
             std::max(top, std::min(wanted.y, available.bottom() - gap - panel.height))};
 }

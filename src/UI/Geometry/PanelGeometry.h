@@ -11,10 +11,10 @@ inline constexpr double kPanelWidth = 344.0;
 inline constexpr double kMinimumListHeight = 52.0;
 inline constexpr double kMaximumListHeight = 460.0;
 
-/// Height of the list's window onto its content.
+/// Height of the list's viewport.
 double listHeight(double contentHeight) noexcept;
 
-/// How the title recedes while a card is open; `expansion` runs from 0 to 1, and a little beyond in a swing.
+/// Scale of the title while a card opens; `expansion` runs from 0 to 1 and may overshoot.
 double titleScale(double expansion) noexcept;
 double titleOpacity(double expansion) noexcept;
 
@@ -42,22 +42,22 @@ struct PanelRectangle {
 enum class ScreenCorner { topLeft, topRight, bottomLeft, bottomRight };
 
 inline constexpr std::string_view kScreenCornerNames = "top-left, top-right, bottom-left or bottom-right";
-/// The corner of one of these names; none for any other text.
+/// The corner with this name; absent for any other text.
 std::optional<ScreenCorner> screenCorner(std::string_view name);
 bool isLeft(ScreenCorner corner) noexcept;
 bool isTop(ScreenCorner corner) noexcept;
 
-/// Places the panel on a screen. `available` is the part of it that no bar covers.
+/// Places the panel on a screen. `available` is the part of the screen that no bar covers.
 struct PanelPlacement {
-    static constexpr double gap = 8.0; ///< to the bar with the icon and to the screen's edges
+    static constexpr double gap = 8.0; ///< distance to the bar with the icon and to the screen's edges
 
     PanelRectangle available;
     PanelSize panel;
 
-    /// Top left corner of the panel beside `icon`: under or over it where its bar is horizontal, beside it
-    /// where the bar stands at the left or right edge, and inside `available` as far as the panel fits.
+    /// Top left corner of the panel next to `icon`: below or above it when its bar is horizontal, beside it
+    /// when the bar is at the left or right edge; inside `available` as far as the panel fits.
     PanelPoint beside(const PanelRectangle& icon) const;
-    /// Whether a panel that stands beside `icon` has more room above than below.
+    /// Whether a panel next to `icon` has more room above than below.
     bool growsUpwards(const PanelRectangle& icon) const;
     PanelPoint in(ScreenCorner corner) const;
 

@@ -18,7 +18,7 @@ constexpr std::array<HueSaturationBrightness, 8> kGlowPalette{{
     {0.70, 0.33, 0.94},
 }};
 
-/// 0 for what is not a number.
+/// 0 for NaN.
 double clampedToUnit(float value) noexcept {
     return value > 0.0F ? std::min(static_cast<double>(value), 1.0) : 0.0;
 }

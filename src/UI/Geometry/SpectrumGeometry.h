@@ -5,11 +5,12 @@
 
 namespace vello {
 
-/// The glow behind the bands: a bar for each magnitude, side by side on one bottom line. Lengths are points.
+/// The glow behind the bands: one bar for each magnitude, side by side on a common bottom line. Lengths are
+/// points.
 struct SpectrumGeometry {
     static constexpr double spacing = 6.0;
     static constexpr double blurRadius = 5.0;
-    /// Of a bar at full magnitude.
+    /// Opacity of a bar at full magnitude.
     static constexpr double fullOpacity = 0.18;
 
     double width = 0.0;
@@ -19,14 +20,14 @@ struct SpectrumGeometry {
     struct Bar {
         double left = 0.0;
         double width = 0.0;
-        double height = 0.0; ///< up from the bottom
+        double height = 0.0; ///< from the bottom up
         double opacity = 0.0;
     };
-    /// Any magnitude counts as the nearest of 0 to 1.
+    /// `magnitude` is clamped to 0 to 1.
     Bar bar(std::size_t index, float magnitude) const;
 };
 
-/// Each 0 to 1.
+/// Each component is 0 to 1.
 struct HueSaturationBrightness {
     double hue = 0.0;
     double saturation = 0.0;
@@ -35,10 +36,10 @@ struct HueSaturationBrightness {
     friend bool operator==(const HueSaturationBrightness&, const HueSaturationBrightness&) = default;
 };
 
-/// Warm for the lowest band to cool for the highest; every index beyond has the last colour.
+/// From warm for the lowest band to cool for the highest. Indices beyond have the last colour.
 HueSaturationBrightness bandColor(std::size_t index) noexcept;
 
-/// Share of a level meter that is filled, 0 to 1.
+/// Filled share of a level meter, 0 to 1.
 double meterFill(float level) noexcept;
 
 } // namespace vello

@@ -37,7 +37,7 @@ double SpringMotion::velocity(double now) const {
 
 bool SpringMotion::isSettled(double now, double tolerance) const {
     const State reached = state(now);
-    // The energy of a damped spring only falls: this is how far it could still swing.
+    // The energy of a damped spring only falls, so this bounds every later swing.
     return std::hypot(reached.offset, reached.velocity / angularFrequency(spring_)) <= tolerance;
 }
 

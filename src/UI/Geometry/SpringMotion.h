@@ -3,9 +3,8 @@
 
 namespace vello {
 
-/// How a spring moves: `response` is the time in seconds of one undamped swing, `dampingFraction` says how
-/// much of the swinging is taken away (1: it reaches its target without overshoot). Both above 0, the
-/// fraction at most 1.
+/// A spring. `response` is the period in seconds of one undamped swing. `dampingFraction` is the damping
+/// ratio (1: no overshoot). Both are above 0, the fraction is at most 1.
 struct Spring {
     double response = 0.3;
     double dampingFraction = 1.0;
@@ -13,24 +12,23 @@ struct Spring {
     friend bool operator==(const Spring&, const Spring&) = default;
 };
 
-/// A number that follows its target as a damped spring does, in closed form: the same answer whatever the
-/// frame rate. A new target in flight takes the velocity along. Times are seconds of one clock that never
-/// goes back.
+/// A number that follows its target as a damped spring. The solution is in closed form, so it does not depend
+/// on the frame rate. A new target in flight keeps the velocity. Times are seconds of one monotonic clock.
 class SpringMotion {
 public:
-    /// At rest at `value`.
+    /// Starts at rest at `value`.
     explicit SpringMotion(double value) : target_(value) {}
 
-    /// From `now` on moves as `spring` does towards `target`, beginning where it is and as fast as it is.
+    /// From `now` on moves towards `target` as `spring` does, from the current value and velocity.
     void retarget(double target, Spring spring, double now);
-    /// At rest at `value`, at once.
+    /// Moves to `value` at once and rests there.
     void jump(double value);
 
     double target() const { return target_; }
     double value(double now) const;
-    /// Units a second.
+    /// In units per second.
     double velocity(double now) const;
-    /// Whether what is left of the motion stays below `tolerance`, also after the next swing.
+    /// Whether the remaining motion stays within `tolerance`, including further swings.
     bool isSettled(double now, double tolerance) const;
 
 private:

@@ -33,7 +33,7 @@ double VerticalDBSliderGeometry::steppedGain(double gain, double decibels) const
 }
 
 int spokenDecibels(double gain) {
-    constexpr double largest = 1e6; // settings from elsewhere may hold anything
+    constexpr double largest = 1e6; // settings from other sources may hold any number
     return static_cast<int>(std::lround(std::clamp(gain, -largest, largest)));
 }
 

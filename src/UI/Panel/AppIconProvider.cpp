@@ -18,13 +18,13 @@ std::string keyOf(const AppAudioSource& source) {
 AppIconProvider::AppIconProvider(RunningApplications& applications, std::filesystem::path program)
     : applications_(applications), program_(std::move(program)) {
     process_.setStandardInputFile(QProcess::nullDevice());
-    process_.setStandardErrorFile(QProcess::nullDevice()); // decoders complain there
-    // Queued: a process that tells of its end cannot be started again from there.
+    process_.setStandardErrorFile(QProcess::nullDevice()); // image decoders print warnings there
+    // Queued, because QProcess cannot be restarted from its own finished signal.
     connect(&process_, &QProcess::finished, this, &AppIconProvider::finish, Qt::QueuedConnection);
     connect(
         &process_, &QProcess::errorOccurred, this,
         [this](QProcess::ProcessError error) {
-            if (error == QProcess::FailedToStart) // nothing else follows then
+            if (error == QProcess::FailedToStart) // finished is not emitted in this case
                 finish();
         },
         Qt::QueuedConnection);
@@ -70,7 +70,7 @@ AppIconProvider::Request AppIconProvider::requestFor(const AppAudioSource& sourc
     if (application && application->iconName)
         add(*application->iconName);
     if (source.bundleID && !source.bundleID->starts_with('/'))
-        add(*source.bundleID); // by custom the icon is named as the application
+        add(*source.bundleID); // by convention the icon has the application's identifier as its name
     return request;
 }
 

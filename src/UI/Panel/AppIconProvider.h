@@ -16,36 +16,35 @@
 
 namespace vello {
 
-/// Finds the icons of applications, and remembers those that it found by their bundle identifier. A program
-/// of its own reads the files, one application after another, because they are strangers': nothing here waits
-/// for it. Main thread only.
+/// Finds the icons of applications and caches them by bundle identifier. Icons are untrusted files, so a
+/// separate program reads them, for one application at a time. Never blocks. Main thread only.
 class AppIconProvider : public QObject {
     Q_OBJECT
 
 public:
-    /// `applications` outlives the provider. `program` is that of kApplicationIconProgram; without it there
-    /// are no icons.
+    /// `applications` must outlive the provider. `program` is the path of kApplicationIconProgram; without
+    /// that program there are no icons.
     AppIconProvider(RunningApplications& applications, std::filesystem::path program);
-    /// Ends the program.
+    /// Kills the program.
     ~AppIconProvider() override;
 
-    /// The icon, when it has been found. Otherwise null, and it is looked for: found() follows if there is
-    /// one. Where there was none the next call looks again.
+    /// The icon if it is known. Otherwise null, and a search starts: found() follows when there is an icon. A
+    /// failed search is repeated on the next call.
     QIcon icon(const AppAudioSource& source);
-    /// The same without looking for it.
+    /// The icon if it is known, else null. Does not start a search.
     QIcon knownIcon(const AppAudioSource& source) const;
     bool isLooking() const { return !requests_.empty(); }
 
 signals:
-    /// One more icon is known.
+    /// Another icon is known.
     void found();
-    /// The last of the icons that were looked for is known, or does not exist.
+    /// The last pending search has ended, with or without an icon.
     void finished();
 
 private:
     struct Request {
         std::string key;
-        QStringList names; ///< what the icon may be called, the likeliest first
+        QStringList names; ///< candidate names, the likeliest first
     };
 
     std::optional<RunningApplication> applicationOf(const AppAudioSource& source) const;
@@ -56,7 +55,7 @@ private:
     RunningApplications& applications_;
     const std::filesystem::path program_;
     std::map<std::string, QIcon> found_;
-    std::deque<Request> requests_; ///< the first is being looked for
+    std::deque<Request> requests_; ///< the first one is in progress
     QProcess process_;
 };
 

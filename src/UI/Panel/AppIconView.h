@@ -9,7 +9,7 @@
 
 namespace vello {
 
-/// The icon of a source. It fills the item, drawn sharply at the screen's scale.
+/// The icon of a source. It fills the item and is drawn at the screen's resolution.
 class AppIconView : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT

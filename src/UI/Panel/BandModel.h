@@ -12,9 +12,9 @@ class BandModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the equalizer")
     Q_PROPERTY(QString label READ label CONSTANT)
-    /// dB.
+    /// In dB.
     Q_PROPERTY(double gain READ gain NOTIFY gainChanged)
-    /// The gain belongs to a curve that was chosen as a whole: it is reached in a glide.
+    /// The gain is part of a preset: the slider glides to it.
     Q_PROPERTY(bool isGliding READ isGliding NOTIFY glidingChanged)
 
 public:
@@ -23,11 +23,10 @@ public:
     QString label() const { return label_; }
     double gain() const { return gain_; }
     bool isGliding() const { return isGliding_; }
-    /// The gain is now this one; `glides` says how it is reached. An unchanged gain is reached already.
+    /// Sets the gain; `glides` says whether the slider glides to it. Does nothing when the gain is unchanged.
     void show(double gain, bool glides);
 
-    /// The user sets the band. A gain outside the sliders' range counts as its nearest bound; what is not a
-    /// number is refused.
+    /// An edit by the user. A gain outside the sliders' range is clamped; NaN is ignored.
     Q_INVOKABLE void edit(double decibels);
 
 signals:

@@ -29,11 +29,11 @@ class EqualizerModel : public QObject {
     Q_PROPERTY(bool isUnsavedCustomCurve READ isUnsavedCustomCurve NOTIFY presetChanged)
     Q_PROPERTY(QString currentOutputRouteName READ currentOutputRouteName NOTIFY routeChanged)
     Q_PROPERTY(bool hasTempo READ hasTempo NOTIFY tempoChanged)
-    /// The latest; it stays when there is none any more.
+    /// The latest tempo, in beats per minute. Keeps its value when the tempo is lost.
     Q_PROPERTY(int beatsPerMinute READ beatsPerMinute NOTIFY tempoChanged)
     Q_PROPERTY(vello::MenuModel* presets READ presets CONSTANT)
     Q_PROPERTY(vello::MenuModel* routes READ routes CONSTANT)
-    /// One level for each band while this card is the open one.
+    /// One level for each band; updated while this card is open.
     Q_PROPERTY(QList<float> spectrum READ spectrum NOTIFY spectrumChanged)
 
 public:
@@ -55,11 +55,11 @@ public:
     QList<float> spectrum() const;
 
     Q_INVOKABLE void reset();
-    /// False, and nothing happens, when `name` is blank.
+    /// Returns false, and does nothing, when `name` is blank.
     Q_INVOKABLE bool savePreset(const QString& name);
     Q_INVOKABLE static bool isBlank(const QString& name);
 
-    // What the model has published since.
+    // These read what the controller has published since the last call.
     void refreshSettings();
     void refreshPresets();
     void refreshRoutes();
@@ -88,7 +88,7 @@ private:
     bool hasTempo_ = false;
     int beatsPerMinute_ = 0;
     bool isApplyingPreset_ = false;
-    QList<BandModel*> bands_; ///< children
+    QList<BandModel*> bands_; ///< QObject children
     MenuModel presets_{MenuModel::Marks::none};
     MenuModel routes_{MenuModel::Marks::check};
 };

@@ -16,21 +16,21 @@
 namespace vello {
 namespace {
 
-/// A corner begins so much before a circle's would, and touches the circle at its middle: its bend sets in
-/// gradually.
+/// A corner starts at this multiple of the radius from the tip, earlier than a circle's, and touches the
+/// circle at its middle. The curvature thus sets in gradually.
 constexpr double kCornerReach = 1.28;
 
 struct Corner {
     QPointF tip;
-    QPointF in;  ///< along the side that leads to the tip, backwards
-    QPointF out; ///< along the side that leaves it
+    QPointF in;  ///< along the side that leads to the tip, away from the tip
+    QPointF out; ///< along the side that leaves the tip
 };
 
 QPainterPath roundedPath(const QRectF& bounds, double radius) {
     const double largest = std::min(bounds.width(), bounds.height()) / 2.0;
     const double reach = std::min(radius * kCornerReach, largest);
-    // Half way along a cubic whose ends lie `reach` and whose controls lie `handle` from the corner, both
-    // coordinates are (reach + 3 handle) / 8; on the circle they are 1 - 1 / sqrt 2 of the radius.
+    // Halfway along a cubic whose ends are `reach` and whose control points are `handle` from the corner,
+    // both coordinates are (reach + 3 handle) / 8. On the circle they are (1 - 1 / sqrt 2) times the radius.
     const double circle = std::min(radius, largest);
     const double handle = (8.0 * (1.0 - std::sqrt(0.5)) * circle - reach) / 3.0;
     const std::array<Corner, 4> corners{{{bounds.topRight(), {-1, 0}, {0, 1}},
@@ -58,8 +58,7 @@ double GlassSurface::shadowMargin() const {
 }
 
 double GlassSurface::patchSide() const {
-    // The shadow of a corner reaches along the sides as well; only beyond that do all points of a side look
-    // alike.
+    // The shadow of a corner extends along the sides. Only beyond it are all points of a side alike.
     return 2.0 * (std::ceil(radius_ * kCornerReach) + shadowMargin()) + 2.0;
 }
 
@@ -82,7 +81,7 @@ QImage GlassSurface::drawLook(double pixelRatio) const {
     }
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    // The surface lets through what is behind it, but not its own shadow.
+    // The surface is translucent, but its own shadow must not show through it.
     painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
     painter.fillPath(shape, Qt::black);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
@@ -115,7 +114,7 @@ QSGNode* GlassSurface::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         node->setPadding(x, y, x, y);
         lookIsDrawn_ = true;
     }
-    // A whole look is not scaled by a fraction of a pixel.
+    // A look drawn as a whole must not be scaled by a fraction of a pixel.
     const QSizeF extent = isWhole() ? drawnSize_ : size() + QSizeF(2.0 * margin, 2.0 * margin);
     node->setDevicePixelRatio(pixelRatio);
     node->setBounds(QRectF(QPointF(-margin, -margin), extent));

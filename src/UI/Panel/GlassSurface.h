@@ -10,8 +10,8 @@
 
 namespace vello {
 
-/// A rounded surface with a fill, a rim inside its edge and a soft shadow outside it. Its corners bend
-/// gradually. Growing and shrinking costs nothing: only a new look is drawn again.
+/// A rounded surface with a fill, a rim inside its edge and a soft shadow outside it. The curvature of its
+/// corners sets in gradually. Resizing is cheap: the surface is redrawn only when its look changes.
 class GlassSurface : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
@@ -21,7 +21,7 @@ class GlassSurface : public QQuickItem {
     Q_PROPERTY(double rimWidth MEMBER rimWidth_ WRITE setRimWidth NOTIFY lookChanged)
     Q_PROPERTY(QColor shadowColor MEMBER shadowColor_ WRITE setShadowColor NOTIFY lookChanged)
     Q_PROPERTY(double shadowRadius MEMBER shadowRadius_ WRITE setShadowRadius NOTIFY lookChanged)
-    /// Downwards.
+    /// Positive is downwards.
     Q_PROPERTY(double shadowOffset MEMBER shadowOffset_ WRITE setShadowOffset NOTIFY lookChanged)
 
 public:
@@ -53,9 +53,9 @@ private:
         emit lookChanged();
     }
     double shadowMargin() const;
-    /// Corners, one point of every side, and the shadow around them.
+    /// Side of the patch that holds the corners, one point of every side, and the shadow around them.
     double patchSide() const;
-    /// The item is too small to be made of a patch: its look is drawn as a whole.
+    /// Whether the item is too small for the patch, so that its look is drawn as a whole.
     bool isWhole() const { return std::min(width(), height()) < patchSide(); }
     QImage drawLook(double pixelRatio) const;
 

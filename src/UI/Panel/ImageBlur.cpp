@@ -13,8 +13,8 @@ namespace {
 constexpr int kPasses = 3;
 constexpr int kChannels = 4;
 
-/// Half widths of three boxes that together spread as the Gaussian does. A box of width n has the variance
-/// (n^2 - 1) / 12; the variances add up.
+/// Half widths of three boxes whose combined variance is that of the Gaussian. A box of width n has the
+/// variance (n^2 - 1) / 12; the variances add up.
 std::array<int, kPasses> boxes(double radius) {
     const double ideal = std::sqrt(12.0 * radius * radius / kPasses + 1.0);
     const int lower = static_cast<int>(ideal - 1.0) / 2;
@@ -28,7 +28,7 @@ std::array<int, kPasses> boxes(double radius) {
     return halves;
 }
 
-/// Pixels that follow each other, in a row or in a column.
+/// Consecutive pixels of a row or a column.
 struct Line {
     std::uint8_t* first;
     std::ptrdiff_t stride; ///< in bytes

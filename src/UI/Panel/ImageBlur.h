@@ -5,9 +5,9 @@
 
 namespace vello {
 
-/// Blurs a premultiplied 32-bit image in place, close to a Gaussian of the standard deviation `radius` in
-/// pixels of the image. What moves beyond its edges is lost. Runs on the processor, so that it looks alike on
-/// every renderer.
+/// Blurs a premultiplied 32-bit image in place. Approximates a Gaussian with the standard deviation `radius`,
+/// in pixels of the image. Content that moves beyond the edges is lost. Runs on the CPU, so that the result
+/// is the same on every renderer.
 void blur(QImage& image, double radius);
 
 } // namespace vello

@@ -3,7 +3,7 @@
 
 namespace vello {
 
-/// Runs in step with the frames of the window, as every animation of the toolkit does.
+/// Runs in step with the window's frames, as every Qt animation does.
 class LevelFollower::Clock final : public QAbstractAnimation {
 public:
     explicit Clock(LevelFollower& follower) : follower_(follower) {}

@@ -11,21 +11,21 @@
 
 namespace vello {
 
-/// A number that goes over to `to` evenly within a tenth of a second. Its value changes as often as meters
-/// are read and no more, at the same moments as every other's: a window full of meters is drawn at half the
-/// rate of the screen's frames. It starts at its first target.
+/// A number that moves to `to` linearly within a tenth of a second. Its value changes at most as often as
+/// meters are read, and at the same moments as every other follower's. A window full of meters is therefore
+/// drawn at half the screen's frame rate. Starts at its first target.
 class LevelFollower : public QObject, public QQmlParserStatus {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
     Q_PROPERTY(double to READ to WRITE setTo NOTIFY toChanged)
     Q_PROPERTY(double value READ value NOTIFY valueChanged)
-    /// While false a new target is reached at once.
+    /// While false, the value jumps to a new target.
     Q_PROPERTY(bool isAnimated READ isAnimated WRITE setAnimated NOTIFY animatedChanged)
 
 public:
     static constexpr std::chrono::milliseconds duration{100};
-    /// Between two changes of the value.
+    /// Interval between two changes of the value.
     static constexpr std::chrono::milliseconds step{33};
 
     explicit LevelFollower(QObject* parent = nullptr);
@@ -48,7 +48,7 @@ signals:
 private:
     class Clock;
 
-    /// Where the number is now, between two steps as well.
+    /// The current position, also between two steps.
     double position() const;
     void jump();
     void tick();

@@ -12,8 +12,8 @@
 
 namespace vello {
 
-/// One line of text as wide as the item, which passes through it when it does not fit: to the left, or to the
-/// right where the text is read from there. While it cannot be seen, fits or must not move, it costs nothing.
+/// One line of text as wide as the item. A text that does not fit scrolls to the left, or to the right when
+/// it is read from right to left. Costs nothing while the text is invisible, fits or must not move.
 class MarqueeText : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
@@ -21,9 +21,9 @@ class MarqueeText : public QQuickPaintedItem {
     Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
     Q_PROPERTY(int pixelSize READ pixelSize WRITE setPixelSize NOTIFY pixelSizeChanged)
     Q_PROPERTY(bool reduceMotion READ reduceMotion WRITE setReduceMotion NOTIFY reduceMotionChanged)
-    /// A text that fits stands at the right edge.
+    /// When true, a text that fits is aligned to the right edge.
     Q_PROPERTY(bool isMirrored READ isMirrored WRITE setMirrored NOTIFY mirroredChanged)
-    /// In the direction of reading: 0 at its start, below 0 while it leaves, above 0 while it comes again.
+    /// In reading direction: 0 at the start, negative while the text leaves, positive while it returns.
     Q_PROPERTY(double offset READ offset NOTIFY offsetChanged)
 
 public:
@@ -57,10 +57,10 @@ protected:
 
 private:
     MarqueeGeometry geometry() const { return {textWidth_, width()}; }
-    /// Of the text, from the item's left edge.
+    /// Left edge of the text, from the item's left edge.
     double left() const;
     void measure();
-    /// Starts or stops the clock, as the text has to move or not.
+    /// Starts or stops the timer, depending on whether the text has to move.
     void review();
     void tick();
     void setOffset(double offset);

@@ -11,20 +11,20 @@ namespace vello {
 struct MenuEntry {
     QString title;
     bool isChecked = false;
-    bool startsGroup = false; ///< a divider stands before it
+    bool startsGroup = false; ///< a divider precedes it
 
     friend bool operator==(const MenuEntry&, const MenuEntry&) = default;
 };
 
-/// The lines of a menu of one choice.
+/// The entries of a menu with a single choice.
 class MenuModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the equalizer")
 
-    /// The checked entry has a check mark; else it stands out by its colour.
+    /// Whether the checked entry has a check mark; otherwise it has another colour.
     Q_PROPERTY(bool showsCheckMarks READ showsCheckMarks CONSTANT)
-    /// Every entry finds room in the width of this text.
+    /// The longest title; a menu that fits it fits every entry.
     Q_PROPERTY(QString longestTitle READ longestTitle NOTIFY entriesChanged)
 
 public:

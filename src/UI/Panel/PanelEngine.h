@@ -7,12 +7,12 @@ namespace vello {
 
 class Theme;
 
-/// The engine that the panel's QML runs on. Hands its theme to the QML by type.
+/// The QML engine of the panel. Provides the theme to QML by its type.
 class PanelEngine : public QQmlEngine {
     Q_OBJECT
 
 public:
-    /// `theme` outlives the engine.
+    /// `theme` must outlive the engine.
     explicit PanelEngine(Theme& theme) : theme_(theme) {}
 
     Theme& theme() const { return theme_; }

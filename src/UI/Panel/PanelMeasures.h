@@ -10,7 +10,7 @@
 
 namespace vello {
 
-/// The panel's arithmetic and constants for QML.
+/// The panel's arithmetic and constants, for QML.
 class PanelMeasures : public QObject {
     Q_OBJECT
     QML_ELEMENT

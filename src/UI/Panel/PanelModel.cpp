@@ -50,7 +50,7 @@ bool PanelModel::isDenied() const {
 
 void PanelModel::setLaunchesAtLogin(bool isEnabled) {
     launchAtLogin_.setEnabled(isEnabled);
-    // Also when nothing changed: the switch falls back to what is.
+    // Emitted also without a change, so that the switch returns to the actual state.
     emit launchChanged();
 }
 

@@ -15,8 +15,8 @@
 
 namespace vello {
 
-/// What the panel shows and does: the controllers' published state as properties, their operations as verbs,
-/// and the state of the panel itself.
+/// What the panel shows and does: the controllers' published state as properties, their operations as
+/// functions, and the state of the panel itself.
 class PanelModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -28,11 +28,11 @@ class PanelModel : public QObject {
                    processingEnabledChanged)
     Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin WRITE setLaunchesAtLogin NOTIFY launchChanged)
     Q_PROPERTY(bool didFailToUpdateLaunch READ didFailToUpdateLaunch NOTIFY launchChanged)
-    /// Where the title is on its way to: 1, receded, while a card is open; else 0.
+    /// The target of the title's animation: 1 (receded) while a card is open, else 0.
     Q_PROPERTY(double headerTitleExpansion READ headerTitleExpansion NOTIFY headerTitleExpansionChanged)
 
 public:
-    /// Everything outlives the model.
+    /// All arguments must outlive the model.
     PanelModel(AudioController& controller, MeterAudience& meters, LaunchAtLoginController& launchAtLogin,
                AppIconProvider& icons);
 
@@ -45,12 +45,12 @@ public:
     void setLaunchesAtLogin(bool isEnabled);
     bool didFailToUpdateLaunch() const { return launchAtLogin_.didFailToUpdate().value(); }
     double headerTitleExpansion() const { return headerTitleExpansion_; }
-    /// Of the one open card; absent while all are closed.
+    /// Identifier of the open card's source; absent while all cards are closed.
     const std::optional<std::string>& expandedSourceID() const { return expandedSourceID_; }
 
     /// Presets of the open card's source; null while no card of a listed source is open.
     MenuModel* openPresets() const;
-    /// The panel is on the screen, or no longer. Meters run in between.
+    /// Reports whether the panel is on the screen. Meters run only while it is.
     void setShown(bool isShown);
 
     Q_INVOKABLE void allowCapture() { controller_.capturePermission().request(); }

@@ -9,7 +9,7 @@
 namespace vello {
 namespace {
 
-/// The meter is 36 points wide: finer steps cannot be seen, but would be drawn.
+/// The meter is 36 points wide. Finer steps would be invisible, but would cause redraws.
 constexpr double kLevelSteps = 72.0;
 
 } // namespace

@@ -10,7 +10,7 @@
 
 namespace vello {
 
-/// One card of the panel. It stays the same object as long as its source is listed.
+/// One card of the panel. The object stays the same as long as its source is listed.
 class SourceItem : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -20,10 +20,10 @@ class SourceItem : public QObject {
     Q_PROPERTY(bool hasIcon READ hasIcon NOTIFY sourceChanged)
     /// While false the source is silent and has no meter.
     Q_PROPERTY(bool hasLevel READ hasLevel NOTIFY levelChanged)
-    /// Share of the meter that is filled, 0 to 1.
+    /// Filled share of the meter, 0 to 1.
     Q_PROPERTY(double level READ level NOTIFY levelChanged)
     Q_PROPERTY(bool isEQEnabled READ isEQEnabled WRITE setEQEnabled NOTIFY settingsChanged)
-    /// Of the device chosen for this source; empty while it follows the automatic output.
+    /// Name of the device chosen for this source; empty while it follows the automatic output.
     Q_PROPERTY(QString outputRouteName READ outputRouteName NOTIFY routeChanged)
     Q_PROPERTY(bool isExpanded READ isExpanded NOTIFY expandedChanged)
     Q_PROPERTY(vello::EqualizerModel* equalizer READ equalizer CONSTANT)
@@ -47,10 +47,10 @@ public:
     void setExpanded(bool isExpanded);
     EqualizerModel* equalizer() { return &equalizer_; }
 
-    /// Opens the card, and closes any other; or closes it when it is open.
+    /// Opens the card and closes any other one, or closes the card when it is open.
     Q_INVOKABLE void toggle() { emit toggled(); }
 
-    // What the model has published since.
+    // These read what the controller has published since the last call.
     void refreshSettings();
     void refreshRoutes();
     void refreshPresets() { equalizer_.refreshPresets(); }

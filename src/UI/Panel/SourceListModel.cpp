@@ -34,7 +34,7 @@ void SourceListModel::removeAbsent(const std::vector<AppAudioSource>& sources) {
         if (std::ranges::find(sources, id, &AppAudioSource::id) != sources.end())
             continue;
         beginRemoveRows({}, row, row);
-        // The row's view lets go of the item first.
+        // Deleted later, because the row's delegate must release the item first.
         items_[static_cast<std::size_t>(row)].release()->deleteLater();
         items_.erase(items_.begin() + row);
         endRemoveRows();

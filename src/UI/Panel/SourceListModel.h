@@ -14,8 +14,8 @@ namespace vello {
 
 class AppIconProvider;
 
-/// The cards, in the order of the model. A source that stays keeps its item; rows move, come and go one by
-/// one.
+/// The cards, in the order of the controller's sources. A source that stays keeps its item. Rows are moved,
+/// inserted and removed one at a time.
 class SourceListModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -27,7 +27,7 @@ public:
 
     SourceListModel(AudioController& controller, AppIconProvider& icons);
 
-    /// Brings the rows in line with what the controller publishes.
+    /// Updates the rows to match the controller's sources.
     void refreshSources();
     void forEach(const std::function<void(SourceItem&)>& action) const;
     int count() const { return static_cast<int>(items_.size()); }
@@ -38,7 +38,7 @@ public:
 
 signals:
     void countChanged();
-    /// Of one of the cards.
+    /// A card was toggled.
     void toggled(const std::string& sourceID);
 
 private:

@@ -12,7 +12,7 @@
 namespace vello {
 namespace {
 
-/// What is blurred so much needs no more pixels.
+/// The blur removes detail, so a low resolution is enough.
 constexpr double kPixelsPerPoint = 0.5;
 
 QColor barColor(std::size_t index, double saturation) {

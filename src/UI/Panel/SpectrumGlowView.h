@@ -8,16 +8,16 @@
 
 namespace vello {
 
-/// The live spectrum as a soft row of coloured bars. The blur reaches `bleed` beyond the bars: the item is by
-/// so much larger than the room of the bars, on every side.
+/// The live spectrum as a soft row of coloured bars. The blur extends `bleed` beyond the bars, so the item
+/// must be larger than the bars' area by `bleed` on every side.
 class SpectrumGlowView : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
-    /// One for each bar, 0 to 1.
+    /// One magnitude for each bar, 0 to 1.
     Q_PROPERTY(QList<float> magnitudes READ magnitudes WRITE setMagnitudes NOTIFY magnitudesChanged)
-    /// 0: grey; 1: in its colours.
+    /// 0 is grey, 1 is full colour.
     Q_PROPERTY(double saturation READ saturation WRITE setSaturation NOTIFY saturationChanged)
-    /// While true nothing is drawn.
+    /// While true, nothing is drawn.
     Q_PROPERTY(bool reduceTransparency READ reduceTransparency WRITE setReduceTransparency NOTIFY
                    reduceTransparencyChanged)
     Q_PROPERTY(double bleed READ bleed CONSTANT)
@@ -41,7 +41,7 @@ signals:
     void reduceTransparencyChanged();
 
 private:
-    /// The bars at full opacity for a magnitude of 1, blurred, in `scale` pixels a point.
+    /// The blurred image, at full opacity for a magnitude of 1 and with `scale` pixels per point.
     QImage glow(double scale) const;
 
     QList<float> magnitudes_;

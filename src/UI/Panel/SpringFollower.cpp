@@ -11,7 +11,7 @@ constexpr double kSettledShare = 0.001;
 
 } // namespace
 
-/// Runs in step with the frames of the window, as every animation of the toolkit does.
+/// Runs in step with the window's frames, as every Qt animation does.
 class SpringFollower::Clock final : public QAbstractAnimation {
 public:
     explicit Clock(SpringFollower& follower) : follower_(follower) {}

@@ -10,8 +10,8 @@
 
 namespace vello {
 
-/// A number that follows `to` as a damped spring does; `value` is where it is now. It starts at its first
-/// target, and takes its velocity along when the target changes in flight.
+/// A number that follows `to` as a damped spring; `value` is its current position. Starts at its first
+/// target. Keeps its velocity when the target changes in flight.
 class SpringFollower : public QObject, public QQmlParserStatus {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)
@@ -20,7 +20,7 @@ class SpringFollower : public QObject, public QQmlParserStatus {
     Q_PROPERTY(double value READ value NOTIFY valueChanged)
     Q_PROPERTY(double response READ response WRITE setResponse NOTIFY springChanged)
     Q_PROPERTY(double dampingFraction READ dampingFraction WRITE setDampingFraction NOTIFY springChanged)
-    /// While false a new target is reached at once.
+    /// While false, the value jumps to a new target.
     Q_PROPERTY(bool isAnimated READ isAnimated WRITE setAnimated NOTIFY animatedChanged)
     Q_PROPERTY(bool isMoving READ isMoving NOTIFY movingChanged)
 

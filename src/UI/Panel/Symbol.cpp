@@ -7,7 +7,7 @@
 namespace vello {
 namespace {
 
-/// A symbol's square is so much larger than the text's size that its strokes weigh as much as the letters.
+/// Size of a symbol's square relative to the text's size, chosen so that strokes look as heavy as letters.
 constexpr double kSquarePerPoint = 1.3;
 
 } // namespace
@@ -47,7 +47,7 @@ void Symbol::paint(QPainter* painter) {
     const double side = std::min(width(), height());
     const QRectF square((width() - side) / 2.0, (height() - side) / 2.0, side, side);
     drawing.render(painter, square);
-    // Colours what has been drawn, and that only.
+    // Recolours only the pixels that were drawn.
     painter->setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter->fillRect(QRectF(0.0, 0.0, width(), height()), color_);
 }

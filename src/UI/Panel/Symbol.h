@@ -7,11 +7,11 @@
 
 namespace vello {
 
-/// One of the panel's symbols in one colour, as large as a letter of the text it stands beside.
+/// One of the panel's symbols in one colour, sized to match the text next to it.
 class Symbol : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
-    /// Name of a drawing in the folder of symbols; an unknown one shows nothing.
+    /// File name of a symbol without its extension; an unknown name draws nothing.
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)
     Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
     /// Pixel size of the text.

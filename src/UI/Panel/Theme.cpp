@@ -68,7 +68,7 @@ QColor Theme::quaternary() const {
 Theme::Accents Theme::derivedAccents() const {
     const QColor own = QColor::fromRgb(isDark() ? kOwnAccentOnDark : kOwnAccentOnLight);
     const QColor chosen = appearance_.accent.isValid() ? appearance_.accent : own;
-    // White is written on the product's own accent in the dark as well.
+    // VELLO's own accent has white text on it in dark mode as well.
     const QColor surface = appearance_.accent.isValid() ? chosen : QColor::fromRgb(kOwnAccentOnLight);
     const double textContrast = isContrastIncreased() ? kIncreasedContrast : kTextContrast;
     const bool isWrittenOnInWhite = contrastRatio(surface, Qt::white) >= kMarkContrast;
@@ -79,7 +79,7 @@ Theme::Accents Theme::derivedAccents() const {
             .onFill = onFill};
 }
 
-// Away from the colour of the text, whose contrast only grows.
+// Moves away from the text's colour, so that the contrast only grows.
 QColor Theme::accentFillHovered() const {
     return mixed(accentFill(), onAccent() == Qt::white ? Qt::black : Qt::white, 0.08);
 }

@@ -12,9 +12,9 @@ class QQmlEngine;
 
 namespace vello {
 
-/// Colours and text sizes of the panel, named after their role. Sizes are pixels of a screen without scaling.
-/// Whatever is behind the panel, texts have kTextContrast to what they stand on, or kIncreasedContrast when
-/// the user asks for more; the accent has kMarkContrast, or kTextContrast.
+/// Colours and text sizes of the panel, named after their role. Sizes are pixels at a screen scale of 1. Over
+/// any wallpaper, texts have at least kTextContrast to their background, or kIncreasedContrast when the user
+/// asks for more. The accent has at least kMarkContrast, or kTextContrast.
 class Theme : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -55,7 +55,7 @@ class Theme : public QObject {
 
 public:
     explicit Theme(const Appearance& appearance, QObject* parent = nullptr);
-    /// The theme of a PanelEngine; one of its own for any other engine.
+    /// The theme of a PanelEngine; a new theme for any other engine.
     static Theme* create(QQmlEngine* engine, QJSEngine* scriptEngine);
 
     void setAppearance(const Appearance& appearance);
@@ -68,25 +68,25 @@ public:
     bool isRightToLeft() const { return appearance_.isRightToLeft; }
 
     QColor primary() const;    ///< text
-    QColor secondary() const;  ///< text that matters less
-    QColor tertiary() const;   ///< text that matters least, marks
+    QColor secondary() const;  ///< less important text
+    QColor tertiary() const;   ///< least important text, marks
     QColor quaternary() const; ///< tracks
-    /// The accents are the user's, darker or lighter where that is too near to what they stand on.
+    /// The user's accent, made darker or lighter where its contrast is too low.
     QColor accent() const { return accents_.mark; }
     QColor accentText() const { return accents_.text; }
-    QColor accentFill() const { return accents_.fill; } ///< of surfaces with a text on them
+    QColor accentFill() const { return accents_.fill; } ///< background of text
     QColor accentFillHovered() const;
     QColor accentFillPressed() const;
     QColor onAccent() const { return accents_.onFill; } ///< text on `accentFill`
     QColor window() const;
     QColor windowRim() const;
-    QColor glass() const; ///< of cards; an opaque material when transparency is reduced
+    QColor glass() const; ///< background of cards; opaque when transparency is reduced
     QColor glassHovered() const;
-    /// What texts and marks stand on, over the brightest and the darkest wallpaper.
+    /// The backgrounds of texts and marks, over the brightest and the darkest wallpaper.
     QList<QColor> grounds() const;
     QColor glassRim() const;
     QColor glassShadow() const;
-    QColor control() const; ///< of bordered buttons and fields
+    QColor control() const; ///< background of bordered buttons and fields
     QColor controlHovered() const;
     QColor menu() const;
     QColor thumb() const;
@@ -100,9 +100,9 @@ public:
     int caption2() const { return scaled(10); }
     QString monospaced() const;
 
-    /// `size` is in pixels of text at its normal scale.
+    /// `size` in pixels of unscaled text, scaled by the user's font scale.
     Q_INVOKABLE int scaled(double size) const;
-    /// `share` 0 is `from`, 1 is `to`.
+    /// `share` runs from 0 (`from`) to 1 (`to`).
     Q_INVOKABLE static QColor mixed(const QColor& from, const QColor& to, double share);
 
 signals:

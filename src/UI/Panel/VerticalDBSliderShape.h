@@ -8,12 +8,12 @@
 
 namespace vello {
 
-/// The geometry of one band's slider at its present height and gain.
+/// The geometry of one band's slider at its current height and gain.
 class VerticalDBSliderShape : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(double height MEMBER height_ WRITE setHeight NOTIFY changed)
-    /// dB; what lies outside the range is shown at its end.
+    /// In dB; a gain outside the range is shown at the range's end.
     Q_PROPERTY(double gain MEMBER gain_ WRITE setGain NOTIFY changed)
     Q_PROPERTY(double width READ width CONSTANT)
     Q_PROPERTY(double lower READ lower CONSTANT)

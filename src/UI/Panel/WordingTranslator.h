@@ -5,8 +5,8 @@
 
 namespace vello {
 
-/// Makes the toolkit's texts (`qsTr`) read as `localized` has them. In force from its construction to its
-/// end; what was shown before keeps its text. Main thread only; there is a QCoreApplication.
+/// Translates Qt's texts (`qsTr`) with `localized`. Active during its lifetime; texts shown earlier do not
+/// change. Main thread only. Requires a QCoreApplication.
 class WordingTranslator final : public QTranslator {
     Q_OBJECT
 
@@ -15,7 +15,7 @@ public:
     ~WordingTranslator() override;
 
     bool isEmpty() const override { return false; }
-    /// A null string, which leaves the text as it is, where `localized` knows of nothing better.
+    /// Returns a null string, which keeps the source text, when `localized` has no translation.
     QString translate(const char* context, const char* sourceText, const char* disambiguation,
                       int number) const override;
 };

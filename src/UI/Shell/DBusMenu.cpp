@@ -20,7 +20,7 @@ QDBusArgument& operator<<(QDBusArgument& out, const DBusMenuLayout& layout) {
     return out;
 }
 
-// What a host sends never holds a layout; the type system asks for both directions.
+// Hosts never send a layout, but Qt's type system requires both directions.
 const QDBusArgument& operator>>(const QDBusArgument& in, DBusMenuLayout&) {
     return in;
 }
@@ -102,7 +102,7 @@ QVariantMap DBusMenu::properties(int id) const {
         return {};
     if (line->isDivider())
         return {{QStringLiteral("type"), QStringLiteral("separator")}};
-    // An underscore would be taken for the mark of a shortcut.
+    // A single underscore marks a shortcut.
     QVariantMap properties{
         {QStringLiteral("label"), QString(line->label).replace(u'_', QStringLiteral("__"))}};
     if (line->isCheckable) {
@@ -129,7 +129,7 @@ void DBusMenu::Event(int id, const QString& name, const QDBusVariant&, uint) {
     const TrayMenuEntry* const line = entry(id);
     if (!line || name != QLatin1String("clicked"))
         return;
-    // A copy, since choosing may make another menu.
+    // A copy, because the action may rebuild the menu.
     if (const auto choose = line->choose)
         choose();
 }

@@ -13,18 +13,18 @@
 
 namespace vello {
 
-/// A line of the menu as it travels: (ia{sv}av).
+/// One entry of the menu in the D-Bus format (ia{sv}av).
 struct DBusMenuLayout {
     int id = 0;
     QVariantMap properties = {};
     QList<DBusMenuLayout> children = {};
 };
-/// (ia{sv}).
+/// D-Bus format (ia{sv}).
 struct DBusMenuItem {
     int id = 0;
     QVariantMap properties = {};
 };
-/// (isvu).
+/// D-Bus format (isvu).
 struct DBusMenuEvent {
     int id = 0;
     QString name = {};
@@ -39,9 +39,8 @@ const QDBusArgument& operator>>(const QDBusArgument& in, DBusMenuItem& item);
 QDBusArgument& operator<<(QDBusArgument& out, const DBusMenuEvent& event);
 const QDBusArgument& operator>>(const QDBusArgument& in, DBusMenuEvent& event);
 
-/// A menu on the bus, in the interface com.canonical.dbusmenu, version 3. It is made anew whenever its host
-/// asks for it. A number means the same entry for ever: a click that was meant for an entry that is no longer
-/// there does nothing.
+/// A menu on the bus with the interface com.canonical.dbusmenu, version 3. It is rebuilt whenever the host
+/// requests it. An ID always means the same entry: a click on an entry that no longer exists does nothing.
 class DBusMenu : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
@@ -60,7 +59,7 @@ public:
     QString status() const { return QStringLiteral("normal"); }
     QStringList iconThemePath() const { return {}; }
 
-    /// Tells the host that what it knows is old.
+    /// Notifies the host that its copy of the menu is out of date.
     void invalidate();
 
 public slots:
@@ -81,14 +80,14 @@ signals:
 
 private:
     void makeEntries();
-    /// None for a number that is no entry's.
+    /// Null for an unknown ID.
     const TrayMenuEntry* entry(int id) const;
     bool isKnown(int id) const { return id == 0 || entry(id); }
     QVariantMap properties(int id) const;
 
     MakeMenu makeMenu_;
     std::vector<TrayMenuEntry> entries_;
-    int firstID_ = 1; ///< of the entries, which have consecutive numbers; 0 is the menu itself
+    int firstID_ = 1; ///< of the entries, which have consecutive IDs; 0 is the menu itself
     uint revision_ = 1;
 };
 

@@ -9,13 +9,13 @@
 namespace vello {
 namespace {
 
-/// With the fourth, a layer can leave the keyboard to whom the user chooses.
+/// Version 4 adds keyboard focus on demand, which the panel uses after it was shown.
 constexpr std::uint32_t kNewestVersion = ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND_SINCE_VERSION;
 
-/// What the compositor offers of the layer shell.
+/// The layer shell as the compositor announces it.
 struct Offer {
     std::uint32_t name = 0;
-    std::uint32_t version = 0; ///< 0: nothing
+    std::uint32_t version = 0; ///< 0: not announced
 };
 
 void noteOffer(void* offer, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t version) {
@@ -25,7 +25,7 @@ void noteOffer(void* offer, wl_registry*, std::uint32_t name, const char* interf
 
 void ignoreWithdrawal(void*, wl_registry*, std::uint32_t) {}
 
-/// A registry whose events, and those of what is bound with it, come to `queue`.
+/// A registry that delivers its events, and those of objects bound with it, to `queue`.
 wl_registry* registryOn(wl_display* display, wl_event_queue* queue) {
     auto* const wrapper = static_cast<wl_display*>(wl_proxy_create_wrapper(display));
     wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(wrapper), queue);
@@ -65,7 +65,7 @@ LayerShell::~LayerShell() {
 
 std::unique_ptr<LayerSurface> LayerShell::makeSurface(wl_surface* surface, ScreenCorner corner, int inset,
                                                       QSize size) const {
-    // No output of our choice: the compositor takes the one that the user is at.
+    // Without an output of our choice, the compositor uses the user's current one.
     zwlr_layer_surface_v1* const layer = zwlr_layer_shell_v1_get_layer_surface(
         shell_, surface, nullptr, ZWLR_LAYER_SHELL_V1_LAYER_TOP, "vello-panel");
     std::unique_ptr<LayerSurface> made(new LayerSurface(layer, surface));
@@ -91,7 +91,7 @@ LayerSurface::~LayerSurface() {
 void LayerSurface::awaitConfiguration(wl_display* display, wl_event_queue* queue) {
     while (!isAnswered_ && wl_display_dispatch_queue(display, queue) >= 0) {
     }
-    // From now on the toolkit's event loop delivers.
+    // Later events are dispatched by Qt's event loop.
     wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(layer_), nullptr);
 }
 
@@ -110,7 +110,7 @@ void LayerSurface::resize(QSize size) {
     wl_surface_commit(surface_);
 }
 
-/// The size is that of the panel, whatever the compositor would like.
+/// The panel keeps its own size, whatever the compositor suggests.
 void LayerSurface::configure(void* self, zwlr_layer_surface_v1* layer, std::uint32_t serial, std::uint32_t,
                              std::uint32_t) {
     zwlr_layer_surface_v1_ack_configure(layer, serial);

@@ -17,27 +17,27 @@ struct zwlr_layer_surface_v1;
 
 namespace vello {
 
-/// A surface's part as a layer over the ordinary windows, from its creation to its end. The surface, which
-/// outlives it, is the toolkit's.
+/// The layer role of a surface above the ordinary windows; removed on destruction. The surface belongs to Qt
+/// and must outlive the role.
 class LayerSurface : public QObject {
     Q_OBJECT
 
 public:
     ~LayerSurface() override;
 
-    /// The keyboard, which the surface took when it was shown, may go to the window that the user chooses
-    /// next. Does nothing where the compositor knows only all or nothing.
+    /// The surface takes the keyboard focus when it is shown. This lets the user move the focus to another
+    /// window. Does nothing when the compositor does not support focus on demand.
     void releaseKeyboard();
     void resize(QSize size);
 
 signals:
-    /// The compositor shows the surface no more, for instance since its output is gone.
+    /// The compositor no longer shows the surface, for instance because its output is gone.
     void closed();
 
 private:
     friend class LayerShell;
     LayerSurface(zwlr_layer_surface_v1* layer, wl_surface* surface);
-    /// Waits for the compositor's first word, which has to be answered before anything is drawn.
+    /// Waits for the compositor's first configure event, which must be acknowledged before anything is drawn.
     void awaitConfiguration(wl_display* display, wl_event_queue* queue);
     static void configure(void* self, zwlr_layer_surface_v1* layer, std::uint32_t serial, std::uint32_t width,
                           std::uint32_t height);
@@ -48,17 +48,18 @@ private:
     bool isAnswered_ = false;
 };
 
-/// The compositor's layer shell, on the toolkit's connection. Main thread only.
+/// The compositor's layer shell, on Qt's Wayland connection. Main thread only.
 class LayerShell {
 public:
-    /// Asks the compositor for it; null where it has none.
+    /// Queries the compositor; null when it has no layer shell.
     static std::unique_ptr<LayerShell> find(wl_display* display);
     ~LayerShell();
     LayerShell(const LayerShell&) = delete;
     LayerShell& operator=(const LayerShell&) = delete;
 
-    /// Makes `surface`, which has no part yet, a layer in that corner, `inset` away from the edges of what
-    /// the bars leave free. Waits for the compositor. It may be drawn as soon as the function returns.
+    /// Makes `surface`, which must not have a role yet, a layer in `corner`. `inset` is the distance to the
+    /// edges of the area that bars leave free. Blocks until the compositor has configured it; the surface may
+    /// be drawn on return.
     std::unique_ptr<LayerSurface> makeSurface(wl_surface* surface, ScreenCorner corner, int inset,
                                               QSize size) const;
 
@@ -66,7 +67,7 @@ private:
     LayerShell(wl_display* display, wl_event_queue* queue) : display_(display), queue_(queue) {}
 
     wl_display* display_;
-    wl_event_queue* queue_; ///< of our own: the toolkit's events stay where they are while we wait
+    wl_event_queue* queue_; ///< private, so that Qt's events are not dispatched while we wait
     zwlr_layer_shell_v1* shell_ = nullptr;
 };
 

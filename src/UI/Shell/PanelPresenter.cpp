@@ -20,7 +20,8 @@ namespace vello {
 namespace {
 
 constexpr double kWindowRadius = 16.0;
-/// How far a pointer may slip while its button is down, and the place of an item be wrong.
+/// In pixels. Tolerance for the pointer's motion while its button is down and for an inexact place of an
+/// item.
 constexpr int kSlip = 16;
 
 PanelRectangle rectangle(const QRect& rect) {
@@ -111,7 +112,7 @@ void PanelPresenter::showAbout() {
     if (!about_)
         about_.reset(make(QStringLiteral("AboutWindow"), {}));
     about_->show();
-    // Once the event that asked for it is over: the panel would take the front back.
+    // Queued until the requesting event is over; otherwise the panel would come back to the front.
     QMetaObject::invokeMethod(
         about_.get(),
         [this] {

@@ -18,22 +18,23 @@ class PanelModel;
 class Theme;
 class WindowSystem;
 
-/// Shows and hides the panel's window and the About window. They are made when they are first needed, and
-/// kept.
+/// Shows and hides the panel's window and the About window. Each is created on first use and kept.
 class PanelPresenter : public QObject {
     Q_OBJECT
 
 public:
-    /// `model`, `theme` and `windows` outlive the presenter. `corner` is where the panel opens while the
+    /// `model`, `theme` and `windows` must outlive the presenter. The panel opens in `corner` while the
     /// status item's place is not known.
     PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows, ScreenCorner corner);
     ~PanelPresenter() override;
 
     bool isPanelVisible() const;
-    /// Beside `icon`, or in the corner. Takes the keyboard. A panel that is open stays where it is.
+    /// Shows the panel beside `icon`, or in the corner. Takes the keyboard focus. An open panel stays where
+    /// it is.
     void show(std::optional<QRect> icon);
     Q_SLOT void hide();
-    /// A press on the icon: it closes an open panel, also one that the very press has closed already.
+    /// Handles a press on the icon. Closes an open panel; does not reopen a panel that this same press has
+    /// closed.
     void toggle(std::optional<QRect> icon);
     void showAbout();
 
@@ -59,7 +60,7 @@ private:
     std::unique_ptr<QQuickWindow> about_;
     std::unique_ptr<QQuickWindow> window_;
     ClosingPress closingPress_;
-    std::optional<QPoint> closedFrom_; ///< where that press was
+    std::optional<QPoint> closedFrom_; ///< position of the press that closed the panel
 };
 
 } // namespace vello

@@ -21,13 +21,13 @@
 
 namespace vello {
 
-/// The application on the screen: the status item, and the panel that it opens. Main thread only; there is a
+/// The application on the screen: the status item and the panel that it opens. Main thread only. Requires a
 /// QApplication.
 class PanelShell : public QObject {
     Q_OBJECT
 
 public:
-    /// What the shell is made on. All of it outlives the shell.
+    /// The dependencies of the shell. All of them must outlive the shell.
     struct Parts {
         AudioController& controller;
         MeterAudience& meters;
@@ -35,16 +35,16 @@ public:
         RunningApplications& runningApplications;
         MainThread& mainThread;
         std::filesystem::path iconProgram; ///< kApplicationIconProgram
-        /// Where the panel opens while the status item's place is not known.
+        /// The panel opens here while the status item's place is not known.
         ScreenCorner corner = ScreenCorner::topRight;
         QDBusConnection sessionBus = QDBusConnection::sessionBus();
     };
     /// `quit` ends the application.
     PanelShell(const Parts& parts, std::function<void()> quit);
 
-    /// Opens the panel as soon as there is a status item; without one in the corner of the screen.
+    /// Opens the panel as soon as there is a status item, or in the corner of the screen when none appears.
     void presentAtLaunch();
-    /// The application was started again: opens the panel if it is not open.
+    /// Call when the application is started again: opens the panel if it is closed.
     void reopen(const std::string& activationToken);
 
     PanelPresenter& presenter() { return presenter_; }

@@ -3,9 +3,9 @@
 
 namespace vello {
 
-/// Has windows be drawn by the toolkit's own software renderer where no graphics device is there: an OpenGL
-/// that runs on the processor takes several times the time and memory. What the user set in the environment
-/// counts. Before the first window.
+/// Selects Qt's software renderer when there is no graphics device, because OpenGL on the CPU takes several
+/// times the time and memory. The user's environment variables take precedence. Call before the first window
+/// is created.
 void chooseRenderer();
 
 } // namespace vello

@@ -84,7 +84,7 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection connection, DBusMenu& men
 
 StatusNotifierItem::~StatusNotifierItem() {
     if (!connection_.isConnected())
-        return; // the toolkit does not bear it
+        return; // Qt does not support unregistering without a connection
     connection_.unregisterService(service_);
     connection_.unregisterObject(kItemPath);
     connection_.unregisterObject(kMenuPath);
@@ -100,7 +100,7 @@ QDBusObjectPath StatusNotifierItem::menu() const {
 
 void StatusNotifierItem::registerWithWatcher() {
     if (!connection_.isConnected()) {
-        // Nobody would ever answer.
+        // Without a connection the call would never be answered.
         QMetaObject::invokeMethod(
             this, [this] { setRegistration(Registration::refused); }, Qt::QueuedConnection);
         return;

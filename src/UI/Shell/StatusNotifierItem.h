@@ -14,13 +14,13 @@
 
 namespace vello {
 
-/// An image as it travels: (iiay), 32-bit ARGB with the most significant byte first.
+/// An image in the D-Bus format (iiay): 32-bit ARGB with the most significant byte first.
 struct StatusNotifierPixmap {
     int width = 0;
     int height = 0;
     QByteArray bytes = {};
 };
-/// (sa(iiay)ss).
+/// D-Bus format (sa(iiay)ss).
 struct StatusNotifierToolTip {
     QString iconName = {};
     QList<StatusNotifierPixmap> pixmaps = {};
@@ -33,8 +33,8 @@ const QDBusArgument& operator>>(const QDBusArgument& in, StatusNotifierPixmap& p
 QDBusArgument& operator<<(QDBusArgument& out, const StatusNotifierToolTip& toolTip);
 const QDBusArgument& operator>>(const QDBusArgument& in, StatusNotifierToolTip& toolTip);
 
-/// The status item on the bus, in the interface org.kde.StatusNotifierItem. It registers with whatever
-/// watcher there is, also with one that starts later or again.
+/// The status item on the bus, with the interface org.kde.StatusNotifierItem. Registers with the current
+/// watcher, and again whenever a watcher starts.
 class StatusNotifierItem : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
@@ -53,17 +53,17 @@ class StatusNotifierItem : public QObject {
 
 public:
     enum class Registration {
-        asking, ///< there is no answer yet whether a watcher takes the item
+        asking, ///< no answer from a watcher yet
         done,
-        refused ///< there is no watcher, or it takes no items
+        refused ///< no watcher, or the watcher refused the item
     };
-    /// How the item looks: hosts take the name, if there is one, and look for it in the icon theme.
+    /// The icon of the item. Hosts prefer the name, if it is set, and look it up in the icon theme.
     struct Look {
         QIcon icon = {};
         QString name = {};
     };
 
-    /// The menu and the connection outlive the item.
+    /// The menu and the connection must outlive the item.
     StatusNotifierItem(QDBusConnection connection, DBusMenu& menu, Look look);
     ~StatusNotifierItem() override;
 
@@ -98,9 +98,9 @@ signals:
 
     // For the application, not for the bus.
     Q_SCRIPTABLE void registrationChanged();
-    /// By its host, at this place on the screen in the host's own terms.
+    /// The host reports an activation, at this place in the host's own coordinates.
     Q_SCRIPTABLE void activated(int x, int y);
-    /// By a host that shows no menus of others.
+    /// Emitted for a host that does not show menus of items.
     Q_SCRIPTABLE void menuRequested(int x, int y);
 
 private:
@@ -111,7 +111,7 @@ private:
     Look look_;
     QString service_;
     QDBusServiceWatcher watcher_;
-    std::unique_ptr<QDBusPendingCallWatcher> request_; ///< the last one counts
+    std::unique_ptr<QDBusPendingCallWatcher> request_; ///< answers to older requests are dropped
     Registration registration_ = Registration::asking;
 };
 

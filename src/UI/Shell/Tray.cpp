@@ -11,7 +11,7 @@
 namespace vello {
 namespace {
 
-/// Half the size of most items: what is known is only where the pointer was.
+/// In pixels: half the size of most items. Only the pointer's position is known, not the item's.
 constexpr int kReach = 11;
 
 } // namespace
@@ -51,7 +51,7 @@ std::optional<QRect> Tray::geometry() const {
     return embedded_->geometry();
 }
 
-/// Hosts that do not know the place say that it is 0, 0.
+/// Hosts that do not know the place report 0, 0.
 std::optional<QRect> Tray::placeAround(int x, int y) const {
     const auto place = x == 0 && y == 0 ? std::nullopt : windows_.place({x, y});
     if (!place)
@@ -59,8 +59,8 @@ std::optional<QRect> Tray::placeAround(int x, int y) const {
     return QRect(place->x() - kReach, place->y() - kReach, 2 * kReach, 2 * kReach);
 }
 
-/// Nothing is embedded before a watcher has answered: the toolkit would find that watcher too, and keep to
-/// it.
+/// Embeds the item only after the watcher has answered: Qt would find the same watcher and register with it
+/// instead of embedding.
 void Tray::review() {
     if (item_.registration() == StatusNotifierItem::Registration::done)
         embedded_.reset();
@@ -73,7 +73,7 @@ void Tray::embed() {
     embedded_->setToolTip(item_.title());
     connect(embedded_.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
-                // Of two quick presses the second is told as a double click, and as nothing else.
+                // Qt reports the second of two quick presses only as a double click.
                 if (reason == QSystemTrayIcon::Context)
                     showMenu(QCursor::pos());
                 else

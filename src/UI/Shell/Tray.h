@@ -18,32 +18,33 @@ namespace vello {
 
 class WindowSystem;
 
-/// The status item, in whichever way the desktop shows one: on the bus where there is a watcher, embedded in
-/// an X11 tray where there is only that. Both may come and go while it lives.
+/// The status item: on the bus where there is a watcher, else embedded in an X11 tray. Both may appear and
+/// disappear during its lifetime.
 class Tray : public QObject {
     Q_OBJECT
 
 public:
     using Clock = std::chrono::steady_clock;
-    /// Faster than a hand: bars on Wayland tell the second click of a double one twice.
+    /// Shorter than any user's pause between clicks: bars on Wayland report the second click of a double
+    /// click twice.
     static constexpr std::chrono::milliseconds shortestPause{40};
 
-    /// `windows` outlives the tray.
+    /// `windows` must outlive the tray.
     Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu,
          std::function<Clock::time_point()> now = Clock::now);
     ~Tray() override;
 
-    /// Whether some desktop shows the item.
+    /// Whether a desktop shows the item.
     bool isShown() const;
-    /// Whether it asks for a place in an X11 tray, having found no watcher.
+    /// Whether no watcher was found and the item is offered to an X11 tray.
     bool isEmbedded() const { return embedded_ != nullptr; }
-    /// Where it is shown, if the desktop tells.
+    /// The place of the item, if the desktop reports it.
     std::optional<QRect> geometry() const;
-    /// What the menu would show has changed.
+    /// Call when the content of the menu has changed.
     void invalidateMenu() { menu_.invalidate(); }
 
 signals:
-    /// Pressed, at this place if the desktop tells.
+    /// The item was pressed, at this place if the desktop reports it.
     void activated(std::optional<QRect> place);
 
 private:
@@ -59,7 +60,7 @@ private:
     DBusMenu::MakeMenu makeMenu_;
     DBusMenu menu_;
     StatusNotifierItem item_;
-    std::unique_ptr<QMenu> ownMenu_; ///< for hosts that show none
+    std::unique_ptr<QMenu> ownMenu_; ///< for hosts that do not show menus of items
     std::unique_ptr<QSystemTrayIcon> embedded_;
 };
 

@@ -32,7 +32,7 @@ QImage drawn(QSvgRenderer& drawing, int size, double inset, const QColor& colour
 
 QPixmap rimmed(QSvgRenderer& drawing, int size) {
     const double rim = std::max(1.0, size * kRimPerSize);
-    // The drawing leaves a little of its square free already.
+    // The drawing already has a small margin.
     const double inset = rim / 2.0;
     const QImage shade = drawn(drawing, size, inset, kRim);
     QPixmap pixmap(size, size);

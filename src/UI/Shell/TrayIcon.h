@@ -6,16 +6,16 @@
 
 namespace vello {
 
-/// The status item's icon as pixels: light with a dark rim, so that it shows on every bar. Which colour a bar
-/// has, no host tells.
+/// The status item's icon as pixels: light with a dark rim, so that it is visible on every bar. Hosts do not
+/// report the colour of their bar.
 QIcon trayIcon();
 
-/// The sizes, in pixels, that the icon is made in.
+/// The icon's sizes in pixels.
 inline constexpr int kTrayIconSizes[] = {16, 22, 24, 32, 48, 64};
 
-/// The name of the symbolic icon, which its host paints in the colour of the bar's text, or nothing where the
-/// host is not known to do so or the icon is not installed: some hosts show a broken image then.
-/// `currentDesktop` is what XDG_CURRENT_DESKTOP says.
+/// The name of the symbolic icon, which the host paints in the colour of the bar's text. Empty when the host
+/// is not known to do so or the icon is not installed, because some hosts then show a broken image.
+/// `currentDesktop` is the value of XDG_CURRENT_DESKTOP.
 QString symbolicTrayIconName(const QString& currentDesktop);
 
 } // namespace vello

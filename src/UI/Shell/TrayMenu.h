@@ -11,7 +11,7 @@ namespace vello {
 class AudioController;
 class PanelModel;
 
-/// One line of the status item's menu.
+/// One entry of the status item's menu.
 struct TrayMenuEntry {
     QString label = {}; ///< empty: a divider
     bool isCheckable = false;
@@ -21,8 +21,8 @@ struct TrayMenuEntry {
     bool isDivider() const { return label.isEmpty(); }
 };
 
-/// The menu as of now: open, the master switch, the presets of the open card's source, About, Quit. What the
-/// entries do uses `controller` and `panel`, and `open` to show the panel.
+/// The current menu: open, the master switch, the presets of the open card's source, About, Quit. The
+/// entries' actions use `controller` and `panel`, and call `open` to show the panel.
 std::vector<TrayMenuEntry> trayMenu(AudioController& controller, PanelModel& panel,
                                     std::function<void()> open);
 

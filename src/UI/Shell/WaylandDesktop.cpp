@@ -31,10 +31,10 @@ WaylandDesktop::~WaylandDesktop() = default;
 void WaylandDesktop::adopt(QWindow& window) {
     if (!shell_)
         return;
-    // The toolkit then makes the surface, and leaves its role to us.
+    // Qt then creates the surface without a role, so that we can assign the layer role.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
     window.setFlag(Qt::BypassWindowManagerHint);
-    // The role has to go before the surface, which the toolkit destroys when it hides the window.
+    // The role must be destroyed before the surface, which Qt destroys when it hides the window.
     connect(&window, &QWindow::visibleChanged, this, [this](bool isVisible) {
         if (!isVisible)
             panel_.reset();
@@ -49,7 +49,7 @@ void WaylandDesktop::prepare(QWindow& window, const WindowPlace& place) {
     if (!shell_)
         return;
     if (!surfaceOf(window)) {
-        // A window that was shown before has lost its surface.
+        // Qt has destroyed the surface of a window that was shown before.
         window.destroy();
         window.create();
     }
@@ -58,7 +58,7 @@ void WaylandDesktop::prepare(QWindow& window, const WindowPlace& place) {
 }
 
 void WaylandDesktop::limit(QWindow& window, const QRect& panel, int, double) {
-    window.setMask(panel); // only says where clicks count, here
+    window.setMask(panel); // on Wayland the mask only limits where clicks count
 }
 
 } // namespace vello

@@ -10,14 +10,14 @@ namespace vello {
 class LayerShell;
 class LayerSurface;
 
-/// A Wayland compositor. Where it has a layer shell, the panel is a surface of it, anchored to a corner of
-/// the output that the compositor chooses and given the keyboard; else an ordinary window where the
-/// compositor likes it.
+/// A Wayland compositor. With a layer shell, the panel is a layer surface with keyboard focus, anchored to a
+/// corner of the output that the compositor chooses. Without one, the panel is an ordinary window that the
+/// compositor places.
 class WaylandDesktop : public WindowSystem {
     Q_OBJECT
 
 public:
-    /// Null where the toolkit does not run on Wayland.
+    /// Null when Qt does not run on Wayland.
     static std::unique_ptr<WaylandDesktop> ofToolkit();
     ~WaylandDesktop() override;
 
@@ -28,7 +28,7 @@ public:
 private:
     explicit WaylandDesktop(wl_display* display);
 
-    std::unique_ptr<LayerShell> shell_; ///< null: the compositor has none
+    std::unique_ptr<LayerShell> shell_; ///< null without a layer shell
     std::unique_ptr<LayerSurface> panel_;
 };
 

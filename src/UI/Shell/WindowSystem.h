@@ -13,47 +13,48 @@
 
 namespace vello {
 
-/// Where the panel's window is wanted.
+/// The requested place of the panel's window.
 struct WindowPlace {
-    QPoint position = {}; ///< its top left corner, on systems where windows say that themselves
-    /// On others: the corner of the screen, and how far from the edges that meet there the window's own are.
-    /// Negative: so much of it is to be clear and beyond.
+    QPoint position = {}; ///< its top left corner, on systems where windows set their own position
+    /// On other systems: the corner of the screen, and the distance of the window's edges from the screen's
+    /// edges that meet there. A negative distance puts a transparent part of the window beyond the screen's
+    /// edges.
     ScreenCorner corner = ScreenCorner::topRight;
     int inset = 0;
 };
 
-/// What the panel's window and the status item need of the system that shows windows, beyond the toolkit.
-/// This class knows of none and leaves everything to the toolkit; each system has a class of its own. Main
-/// thread only. Lengths and places are the toolkit's, where nothing else is said.
+/// What the panel's window and the status item need of the window system beyond Qt. This base class leaves
+/// everything to Qt; each window system has a subclass. Main thread only. Lengths and places are in Qt's
+/// logical pixels unless stated otherwise.
 class WindowSystem : public QObject {
     Q_OBJECT
 
 public:
-    /// The one that the toolkit runs on.
+    /// The window system that Qt runs on.
     static std::unique_ptr<WindowSystem> ofToolkit();
 
-    /// Whether windows can let through what is behind them, now.
+    /// Whether windows can currently be translucent.
     virtual bool hasTranslucency() const { return true; }
-    /// Where `native`, a place in the system's own pixels over all screens, is. None where it is on no
-    /// screen, or where no place of another program can be known.
+    /// The logical position of `native`, which is in the system's own pixels over all screens. Absent when it
+    /// is on no screen, or when the system does not reveal positions of other programs.
     virtual std::optional<QPoint> place(QPoint native) const;
 
-    /// Whether bars may embed a window of ours as a status item.
+    /// Whether bars may embed one of our windows as a status item.
     virtual bool hasEmbeddedItems() const { return false; }
-    /// Whether the signals below are told.
+    /// Whether the signals below are emitted.
     virtual bool tellsButtons() const { return false; }
 
-    /// `window` is to become the panel's. Before anything of it is made but the object.
+    /// Prepares `window` to be the panel's. Call before its platform window is created.
     virtual void adopt(QWindow& window);
-    /// `window`, which is adopted and not visible, is about to be shown there.
+    /// Call before `window`, which is adopted and hidden, is shown at `place`.
     virtual void prepare(QWindow& window, const WindowPlace& place);
-    /// Clicks beside `panel`, the part of `window` that people see, go to what is behind. `shadow` is how far
-    /// the panel's shadow reaches beyond it. With `cornerRadius` the rest is not to be drawn either.
+    /// Passes clicks outside `panel`, the visible part of `window`, to the windows behind it. `shadow` is how
+    /// far the panel's shadow extends beyond it. With a positive `cornerRadius` the rest is not drawn either.
     virtual void limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius);
 
 signals:
-    /// A button of a pointer was pressed, over whatever window, in the system's own pixels; and let go. Only
-    /// where the system tells.
+    /// A pointer button was pressed over any window, at `native` in the system's own pixels; or released.
+    /// Only emitted when tellsButtons().
     void buttonPressed(QPoint native);
     void buttonReleased();
 };

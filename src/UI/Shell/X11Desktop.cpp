@@ -29,7 +29,8 @@ Owned<xcb_intern_atom_reply_t> atom(xcb_connection_t* connection, const std::str
     return Owned<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection, cookie, nullptr));
 }
 
-/// The pixels that a rounded rectangle covers as a whole. Those of its edge would show the window's ground.
+/// The pixels that a rounded rectangle covers completely. Partly covered pixels would show the window's
+/// background.
 QRegion rounded(const QRect& rect, double radius) {
     const int rows = static_cast<int>(std::ceil(radius));
     QRegion region(rect.adjusted(0, rows, 0, -rows));
@@ -61,7 +62,7 @@ struct X11Desktop::Connection {
         root = screens.rem > 0 ? screens.data->root : XCB_NONE;
         return root != XCB_NONE;
     }
-    /// Raw events come from every window, and take nothing away from it.
+    /// Raw events are delivered for every window, and do not take the events away from that window.
     bool listenToButtons() const {
         const auto version = xcb_input_xi_query_version(xcb, 2, 2);
         const Owned<xcb_input_xi_query_version_reply_t> reply(
@@ -132,7 +133,7 @@ bool X11Desktop::hasTranslucency() const {
 
 std::optional<QPoint> X11Desktop::place(QPoint native) const {
     for (const QScreen* const screen : QGuiApplication::screens()) {
-        // The toolkit leaves a screen where it is, and scales what is on it.
+        // Qt keeps a screen's origin unscaled and scales only the positions on it.
         const double scale = screen->devicePixelRatio();
         const QRect logical = screen->geometry();
         const QRect physical(logical.topLeft(), (QSizeF(logical.size()) * scale).toSize());
@@ -145,7 +146,7 @@ std::optional<QPoint> X11Desktop::place(QPoint native) const {
 void X11Desktop::prepare(QWindow& window, const WindowPlace& place) {
     WindowSystem::prepare(window, place);
     window.create();
-    QGuiApplication::sync(); // the other connection knows the window by then
+    QGuiApplication::sync(); // makes the window known to our own connection
     hideFromTaskbars(window.winId());
 }
 
@@ -155,7 +156,7 @@ void X11Desktop::limit(QWindow& window, const QRect& panel, int shadow, double c
     window.setMask(rounded(panel, cornerRadius));
 }
 
-/// A window manager forgets all this whenever the window is hidden.
+/// Window managers remove these states whenever the window is hidden.
 void X11Desktop::hideFromTaskbars(unsigned long window) const {
     const auto state = atom(connection_->xcb, "_NET_WM_STATE");
     std::array<xcb_atom_t, 3> values{};
@@ -170,7 +171,7 @@ void X11Desktop::hideFromTaskbars(unsigned long window) const {
     const auto cookie = xcb_change_property_checked(
         connection_->xcb, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window), state->atom,
         XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(count), values.data());
-    // Done before the toolkit adds its own states.
+    // Waits for completion, because Qt adds its own states afterwards.
     const Owned<xcb_generic_error_t> error(xcb_request_check(connection_->xcb, cookie));
 }
 

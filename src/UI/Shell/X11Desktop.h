@@ -5,13 +5,13 @@
 
 namespace vello {
 
-/// An X server: who presses a button anywhere, whether windows can be translucent, and how a window stays out
-/// of task bars. On a connection of its own.
+/// An X server: reports pointer buttons pressed anywhere and whether windows can be translucent, and keeps a
+/// window out of task bars. Uses its own connection.
 class X11Desktop : public WindowSystem {
     Q_OBJECT
 
 public:
-    /// Null where the toolkit does not run on an X server that offers what is needed.
+    /// Null when Qt does not run on an X server with the required features.
     static std::unique_ptr<X11Desktop> connectToDisplay();
     ~X11Desktop() override;
 

@@ -13,7 +13,7 @@
 
 namespace vello::test {
 
-/// A tap's ring after `samples` came in blocks.
+/// A tap's ring after `samples` have been written in blocks.
 inline std::unique_ptr<AudioSampleRingBuffer> ringWith(const std::vector<float>& samples) {
     constexpr std::size_t capacity = std::size_t{1} << 20;
     constexpr std::size_t block = 960;
@@ -48,7 +48,7 @@ inline std::vector<float> whiteNoise(std::size_t count, float amplitude, unsigne
     return samples;
 }
 
-/// Clicks of one frame, the first after `firstFrame` frames and one every `period` frames from there on.
+/// One-frame clicks every `period` frames, starting at `firstFrame`.
 inline std::vector<float> clicks(std::size_t frames, double period, std::size_t firstFrame, float amplitude) {
     std::vector<float> samples(frames);
     for (double at = static_cast<double>(firstFrame); at < static_cast<double>(frames); at += period)

@@ -31,7 +31,7 @@ SpectrumAnalyzer::Levels levelsOf(const std::vector<float>& samples, double samp
     return levels.value_or(SpectrumAnalyzer::Levels{});
 }
 
-/// A sine of `decibels` of full scale.
+/// A sine at `decibels` dBFS.
 std::vector<float> sineAt(double decibels, double frequency, double sampleRate = 48000) {
     return sine(kFrames, frequency, sampleRate, std::pow(10.0, decibels / 20));
 }
@@ -75,7 +75,8 @@ TEST(SpectrumAnalyzer, ShowsASineBetweenTheEndsOfTheScaleInItsOwnBandAlone) {
 }
 
 TEST(SpectrumAnalyzer, ReachesTheEndsOfItsScaleWithAKilohertzAt51And101DecibelsBelowFullScale) {
-    // Peak power (A sqrt(2/3) 2048)^2 and half the amplitude in both neighbours: 1.5 of it over 31 bins.
+    // Peak power (A sqrt(2/3) 2048)^2, plus half the amplitude in both neighbouring bins: 1.5 times that over
+    // 31 bins.
     const double fullScale = 10 * std::log10(2.0 / 3.0 * 2048 * 2048 * 1.5 / 31);
     EXPECT_NEAR(fullScale, 51.3, 0.05);
     for (const double decibels : {-60.0, -75.5, -99.0})
@@ -102,7 +103,7 @@ TEST(SpectrumAnalyzer, ListensToTheNewestFramesAlsoAcrossTheEndOfTheRing) {
     EXPECT_EQ(SpectrumAnalyzer().bandMagnitudes(ring, 48000, 1), levelsOf(tone));
 }
 
-/// The level of a bin alone at whose frequency a sine of `decibels` of full scale is.
+/// The level of a single bin that contains a sine at `decibels` dBFS.
 float levelOfItsOwnBin(double decibels) {
     return static_cast<float>((decibels + 20 * std::log10(std::sqrt(2.0 / 3.0) * kFrames) + 50) / 50);
 }
@@ -126,7 +127,7 @@ TEST(SpectrumAnalyzer, ReadsTheLowestBinAloneForABandBelowIt) {
 }
 
 TEST(SpectrumAnalyzer, NeverReadsTheBinOfConstantSound) {
-    // The window spreads half of a constant to bin 1, which is one of three in the lowest band.
+    // The window leaks half of a constant into bin 1, one of three bins in the lowest band.
     constexpr double constant = 1e-4;
     const auto levels = levelsOf(std::vector<float>(kFrames, static_cast<float>(constant)));
     const double power = std::pow(constant * std::sqrt(2.0 / 3.0) * kFrames, 2) / 3;
@@ -135,7 +136,7 @@ TEST(SpectrumAnalyzer, NeverReadsTheBinOfConstantSound) {
 }
 
 TEST(SpectrumAnalyzer, KeepsAQuietBandApartFromALoudOne) {
-    // Both make a whole number of periods, so the window spreads each to its two neighbours only.
+    // Both have a whole number of periods, so the window leaks each only into its two neighbouring bins.
     const auto quiet = sineAt(-95, 43 * 23.4375);
     auto both = sineAt(0, 341 * 23.4375);
     std::ranges::transform(both, quiet, both.begin(), std::plus());

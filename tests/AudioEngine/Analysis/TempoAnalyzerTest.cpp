@@ -26,7 +26,7 @@ int beatsOf(const std::vector<float>& samples, double sampleRate = 48000, int ch
     return tempoOf(samples, sampleRate, channels).value_or(TempoEstimate{}).beatsPerMinute;
 }
 
-/// Clicks at the middle of hops, so that no rounding moves one into the next hop.
+/// Clicks in the middle of hops, so that rounding cannot move one into the next hop.
 std::vector<float> clicksEvery(double seconds, double sound, double sampleRate = 48000) {
     return clicks(static_cast<std::size_t>(sound * sampleRate), seconds * sampleRate,
                   static_cast<std::size_t>(0.105 * sampleRate), 0.9F);
@@ -60,13 +60,13 @@ TEST(TempoAnalyzer, FindsEveryLagOfItsRange) {
 }
 
 TEST(TempoAnalyzer, TakesTheFirstOfEqualCorrelations) {
-    // Clicks in hops 10, 45, 80 ...: lags of 35, 70 and 105 hops explain them equally well.
+    // Clicks in hops 10, 45, 80 ...: lags of 35, 70 and 105 hops match equally well.
     EXPECT_EQ(beatsOf(clicksEvery(0.35, 6)), 171);
 }
 
 TEST(TempoAnalyzer, FindsOneBeatWhereverItsClicksBeginWithinTheirHops) {
-    // The same click at other places of its hop is as loud, though its energy is added up in another order.
-    // At one beat and at two the clicks correlate equally then, and the first counts.
+    // The same click at different positions in its hop has the same energy, although it is summed in a
+    // different order. One beat and two beats then correlate equally, and the first one wins.
     constexpr std::size_t hop = 480;
     for (unsigned seed = 1; seed <= 20; ++seed) {
         const auto click = whiteNoise(100, 0.9F, seed);
@@ -94,7 +94,7 @@ TEST(TempoAnalyzer, HasNothingForASingleClick) {
     EXPECT_FALSE(tempoOf(clicksEvery(10, 6)));
 }
 
-/// One click in the middle of each of these hops of six seconds.
+/// Six seconds with one click in the middle of each of these hops.
 std::vector<float> clicksInHops(const std::vector<std::size_t>& hops) {
     std::vector<float> samples(6 * 48000);
     for (const std::size_t hop : hops)
@@ -103,7 +103,7 @@ std::vector<float> clicksInHops(const std::vector<std::size_t>& hops) {
 }
 
 TEST(TempoAnalyzer, HasNothingForAPairOfClicksAmongTooManyOthers) {
-    // Hops 400 and 450 are the only pair; the correlation is 1 / sqrt(clicks before 550 x clicks from 50 on).
+    // Only hops 400 and 450 form a pair. The correlation is 1 / sqrt(clicks before 550 x clicks from 50 on).
     EXPECT_EQ(beatsOf(clicksInHops({20, 200, 400, 450, 590})), 120) << "1 / sqrt(4 x 4)";
     EXPECT_FALSE(tempoOf(clicksInHops({20, 22, 24, 200, 202, 204, 400, 450, 590, 592}))) << "1 / sqrt(8 x 7)";
 }
@@ -131,7 +131,7 @@ TEST(TempoAnalyzer, ListensToTheNewestSixSecondsOnly) {
 }
 
 TEST(TempoAnalyzer, ListensToWhatTheRingHoldsWhereThatIsLessThanSixSeconds) {
-    const auto beat = clicksEvery(0.5, 4, 192000); // the ring holds 2.7 s of it in two channels
+    const auto beat = clicksEvery(0.5, 4, 192000); // with two channels, the ring holds 2.7 s of it
     EXPECT_EQ(beatsOf(stereo(beat, beat), 192000, 2), 120);
 }
 

@@ -48,7 +48,7 @@ TEST_F(DownmixingMonitor, FindsASourceThatProducesNoOutputUntilThen) {
     const auto film = hardware.addProcess({.pid = 50, .isRunningOutput = false});
     hardware.setOnCall([&](const FakeAudioHardware::Call& call) {
         if (call.call == HardwareCall::setPropertyData)
-            setRunning(film, true); // its streams are captured from now on
+            setRunning(film, true); // from now on its streams count
     });
     monitor->start();
     EXPECT_THAT(monitor->groups(), IsEmpty());

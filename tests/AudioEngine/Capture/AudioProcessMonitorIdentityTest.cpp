@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Processes whose number cannot be trusted, and that a portal has vouched for.
+// Processes without a trustworthy process number, whose identifier comes from a portal.
 #include "AudioProcessMonitorFixture.h"
 
 namespace vello {
@@ -10,7 +10,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 TEST_F(ProcessMonitor, WithoutAProcessTheIdentifierCounts) {
-    // What another process of that number is known to be must not matter.
+    // Records for that process number must be ignored.
     applications.applications[0] = {"org.example.stranger", "Stranger", {}};
     applications.responsible[0] = 4242;
     const auto process = play(0, "org.example.player");

@@ -140,8 +140,8 @@ TEST_F(CoreAudioSupport, AStreamConfigurationWithoutABufferMeansNoOutput) {
 TEST_F(CoreAudioSupport, AStreamConfigurationThatLiesAboutItsLengthIsReadAsFarAsItGoes) {
     const auto device = hardware.addDevice({.uid = "a", .name = "A", .streamChannels = {2}});
     std::vector<unsigned char> bytes(24);
-    bytes[0] = 200; // buffers, as the header has it
-    bytes[8] = 2;   // channels of the only one
+    bytes[0] = 200; // number of buffers according to the header
+    bytes[8] = 2;   // channels of the only buffer
     hardware.setPropertyBytes(device, kAudioDevicePropertyStreamConfiguration,
                               kAudioObjectPropertyScopeOutput, bytes);
     EXPECT_EQ(readOutputChannelCount(hardware, device), 2);

@@ -79,7 +79,7 @@ TEST(CrashGuardRegistry, StaysWholeWhenThreadsUseItAtOnce) {
                 testing::UnorderedElementsAre(Pair(1, 1), Pair(2, 2), Pair(3, 3), Pair(4, 4)));
 }
 
-// The signals themselves: each in a child of its own, which reports through a pipe what it destroyed.
+// Each signal is raised in its own child process, which reports through a pipe what it destroyed.
 
 struct Destroyed {
     char kind;
@@ -109,7 +109,7 @@ std::vector<Destroyed> readReports(int fileDescriptor) {
 template <class Body> [[noreturn]] void runChild(int reportEnd, Body body) {
     constexpr rlimit noCoreFile{0, 0};
     ::setrlimit(RLIMIT_CORE, &noCoreFile);
-    ::alarm(30); // its default action ends a child that hangs
+    ::alarm(30); // ends a child that hangs
     VirtualMainThread mainThread;
     FakeAudioHardware hardware(mainThread);
     hardware.setSignalReport(reportEnd);
@@ -179,7 +179,7 @@ TEST(CrashGuard, NeverWaitsForTheRegistry) {
     const ChildEnd end = inChild([](FakeAudioHardware& hardware) {
         CrashGuardRegistry registry;
         registry.add(21, 22);
-        registry.destroyAllInSignalHandler(hardware); // holds the lock from here on
+        registry.destroyAllInSignalHandler(hardware); // keeps the lock
         registry.destroyAllInSignalHandler(hardware);
     });
     EXPECT_THAT(end.destroyed,

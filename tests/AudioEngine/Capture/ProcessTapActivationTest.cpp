@@ -180,7 +180,7 @@ TEST_F(Tap, WhateverCallFailsNothingIsLeftBehind) {
 }
 
 TEST_F(Tap, ASecondActivationEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // the queue's thread runs
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // because the queue's thread is running
     const auto tap = makeRunningTap();
     EXPECT_DEATH(activate(*tap), "Precondition failed");
 }

@@ -65,7 +65,7 @@ struct Tap : testing::Test {
         EXPECT_TRUE(tap->activatedAt().has_value()) << failure;
         return tap;
     }
-    /// One cycle of `frames` stereo frames that all have this value; what the device gets.
+    /// Runs one cycle of `frames` stereo frames of this value and returns the output.
     std::vector<float> play(const ProcessTap& tap, float value, std::size_t frames = 480) {
         std::vector<float> in(2 * frames, value);
         std::vector<float> out(2 * frames, -1);

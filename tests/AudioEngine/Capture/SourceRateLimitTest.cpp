@@ -35,7 +35,7 @@ TEST_F(RateLimit, RequestsWithinThePeriodRunOnceAtItsEnd) {
     EXPECT_THAT(runs, ElementsAre("a"));
     mainThread.advance(1ns);
     EXPECT_THAT(runs, ElementsAre("a", "a"));
-    limit.request("a"); // the second run began a period of its own
+    limit.request("a"); // the second run started a new period
     EXPECT_THAT(runs, ElementsAre("a", "a"));
     mainThread.advance(10s);
     EXPECT_THAT(runs, ElementsAre("a", "a", "a"));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Taps that the audio system has not connected: what is said of them, and when.
+// Taps that the audio system has not connected: what is reported about them, and when.
 #include "TapCoordinatorFixture.h"
 
 namespace vello {

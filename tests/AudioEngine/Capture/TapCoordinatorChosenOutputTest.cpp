@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// An output that the user chose and that is plugged in later.
+// The user's chosen output is plugged in after the tap has started.
 #include "TapCoordinatorFixture.h"
 
 namespace vello {
@@ -79,7 +79,7 @@ TEST_F(ChosenOutput, DoesNotWaitForTheCooldownOfOtherRebuilds) {
 TEST_F(ChosenOutput, ThatComesAndGoesIsUsedOnceASecondAtMost) {
     settings["a"].outputDeviceUID = "usb";
     startWith({a});
-    for (int i = 0; i < 30; ++i) { // for 3 s; while it is gone something else has the tap made again
+    for (int i = 0; i < 30; ++i) { // for 3 s; the tap is rebuilt for another reason while the device is gone
         const auto usb = plugIn();
         mainThread.advance(50ms);
         hardware.removeObject(usb);

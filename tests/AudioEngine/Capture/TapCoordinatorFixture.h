@@ -36,7 +36,7 @@ struct Coordinator : testing::Test {
     AudioProcessGroup makeGroup(const std::string& id, std::int32_t pid) {
         return {id, "Name of " + id, id, pid, {hardware.addProcess({.pid = pid})}};
     }
-    /// Starts with these groups, and every tap runs.
+    /// Starts with these groups and waits until every tap runs.
     void startWith(const std::vector<AudioProcessGroup>& groups) {
         start();
         coordinator->updateGroups(groups);

@@ -11,17 +11,17 @@ using namespace std::chrono_literals;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-// With the monitor: the audio system goes away and returns
+// With the monitor: the audio system disappears and comes back
 
 struct LostConnection : Coordinator {
     LostConnection() {
-        hardware.loseConnection(); // what the fixture made is not what these tests begin with
+        hardware.loseConnection(); // these tests must not start with the fixture's objects
         start();
         monitor.setOnChange(
             [this](const AudioProcessMonitor::Groups& groups) { coordinator->updateGroups(groups); });
         monitor.start();
     }
-    /// The objects as they are after each (re)start of the audio system, with new numbers every time.
+    /// Creates the objects as after a (re)start of the audio system, with new numbers each time.
     void appear() {
         const auto device = hardware.addDevice({.uid = "speakers", .name = "Speakers"});
         hardware.setDefaultOutputDevice(device);

@@ -261,7 +261,7 @@ TEST_F(Coordinator, AnOldActivationLeavesTheNewerTapAlone) {
     start();
     coordinator->updateGroups({a});
     mainThread.advance(1s);
-    const auto old = tap("a"); // also kept by somebody else
+    const auto old = tap("a"); // a second owner
     hardware.setReadsUntilAlive(0);
     coordinator->destroy("a");
     coordinator->reconcile();

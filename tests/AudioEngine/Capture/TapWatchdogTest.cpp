@@ -13,9 +13,9 @@ using testing::SizeIs;
 
 constexpr const char* kLineOfA = "Tap for a is silent/stalled; full teardown + rebuild";
 
-/// Checks happen 2 s, 4 s ... after the start, which is also when the first taps are activated.
+/// Checks run 2 s, 4 s ... after the start; the first taps are also activated at the start.
 struct Watchdog : Coordinator {
-    /// The virtual clock goes on, and the callbacks of these sources keep being called meanwhile.
+    /// Advances the virtual clock while the callbacks of these sources keep running.
     void advance(MainThread::Duration duration, const std::vector<std::string>& called = {}) {
         for (auto rest = duration; rest > 0s; rest -= std::min<MainThread::Duration>(rest, 1s)) {
             mainThread.advance(std::min<MainThread::Duration>(rest, 1s));
@@ -74,7 +74,7 @@ TEST_F(Watchdog, ATapThatIsAMomentTooYoungIsNotJudged) {
     startWith({});
     advance(1s + 1ns);
     coordinator->updateGroups({a});
-    mainThread.runPosted(); // at 6 s it is a nanosecond short of its 5 s
+    mainThread.runPosted(); // at 6 s it is one nanosecond younger than 5 s
     advance(11s - 2ns);     // judged at 8 s and 10 s
     EXPECT_EQ(rebuilds(), 0U);
     advance(1ns);
@@ -110,7 +110,7 @@ TEST_F(Watchdog, ATapWhoseDeviceIsNotConnectedIsNotJudged) {
     EXPECT_EQ(tap("a"), tapOfA);
     EXPECT_EQ(rebuilds(), 1U);
     hardware.setProperty(tapOfA->aggregateDeviceID(), kAudioDevicePropertyDeviceIsRunning, std::uint32_t{1});
-    advance(6s, {"b"}); // now it is judged: at once, and 2 and 4 s later
+    advance(6s, {"b"}); // now it is judged: immediately, and 2 s and 4 s later
     EXPECT_THAT(lines(), ElementsAre(testing::_, kLineOfA));
 }
 
@@ -177,14 +177,26 @@ TEST_F(Watchdog, ATapThatNeverCarriedAnythingMayBeSilentForEver) {
     EXPECT_EQ(rebuilds(), 0U);
 }
 
-TEST_F(Watchdog, ASilentTapWhoseApplicationDoesNotPlayIsLeftAlone) {
+TEST_F(Watchdog, ASilentTapFailsOnlyWhileItsApplicationPlays) {
+    startWith({a});
+    advance(8s, {"a"});
+    fallSilent("a");
+    EXPECT_EQ(TapWatchdog::judge(*tap("a"), true, mainThread.now()), TapWatchdog::Verdict::failed);
+    EXPECT_EQ(TapWatchdog::judge(*tap("a"), false, mainThread.now()), TapWatchdog::Verdict::healthy);
+}
+
+TEST_F(Watchdog, AnApplicationThatStopsTakesTheCountOfItsFailuresAlong) {
     startWith({a});
     fallSilent("a");
-    advance(8s, {"a"});
-    // The application stops before the third check; its tap goes with it, and so does the count.
+    advance(9s, {"a"}); // silent at 6 s and 8 s
     coordinator->updateGroups({});
-    advance(1min);
+    coordinator->updateGroups({a});
+    mainThread.runPosted();
+    fallSilent("a");
+    advance(8s, {"a"}); // the new tap failed at 14 s and 16 s
     EXPECT_EQ(rebuilds(), 0U);
+    advance(2s, {"a"});
+    EXPECT_EQ(rebuilds(), 1U);
 }
 
 TEST_F(Watchdog, EachTapIsJudgedForItself) {
@@ -201,7 +213,7 @@ TEST_F(Watchdog, ASourceIsNotRebuiltAgainWithinTwentySeconds) {
     ASSERT_EQ(rebuilds(), 1U);
     advance(20s - 1ns); // the new tap failed at 16, 18 ... 28 s
     EXPECT_EQ(rebuilds(), 1U);
-    advance(1ns); // the count went on growing: no three further checks are needed
+    advance(1ns); // the count kept growing, so three more checks are not needed
     EXPECT_EQ(rebuilds(), 2U);
     advance(20s);
     EXPECT_EQ(rebuilds(), 3U);
@@ -217,7 +229,7 @@ TEST_F(Watchdog, ACureThatWorkedEndsIt) {
 
 TEST_F(Watchdog, ASourceThatDisappearsLosesItsCountButKeepsItsCooldown) {
     startWith({a});
-    advance(10s); // rebuilt; not again before 30 s
+    advance(10s); // rebuilt at 10 s; no further rebuild before 30 s
     ASSERT_EQ(rebuilds(), 1U);
     advance(7s); // the new tap failed at 16 s
     coordinator->updateGroups({});
@@ -266,7 +278,7 @@ TEST_F(Watchdog, StartingTwiceChecksNoMoreOften) {
 TEST_F(Watchdog, StoppingForgetsCountsAndCooldowns) {
     startWith({a});
     TapWatchdog watchdog(*coordinator, mainThread, log);
-    mainThread.advance(5s); // the coordinator's own has judged nobody yet
+    mainThread.advance(5s); // the coordinator's own watchdog has not judged a tap yet
     for (int check = 0; check < 2; ++check)
         watchdog.runChecks();
     watchdog.stop();

@@ -34,21 +34,17 @@ protected:
     std::vector<Status> told_;
 };
 
-TEST_F(CapturePermission, ZeroIsAuthorizedOneIsDeniedAndAnythingElseUnknown) {
+TEST_F(CapturePermission, IsTheUsersConsent) {
     for (const auto& [answer, status] :
-         std::vector<std::pair<std::optional<int>, Status>>{{0, Status::authorized},
-                                                            {1, Status::denied},
-                                                            {2, Status::unknown},
-                                                            {-1, Status::unknown},
-                                                            {std::nullopt, Status::unknown}}) {
+         {std::pair{Consent::allowed, Status::authorized}, std::pair{Consent::denied, Status::denied},
+          std::pair{Consent::undecided, Status::unknown}}) {
         authorization_.answer = answer;
-        EXPECT_EQ(AudioCapturePermission(authorization_, events_, mainThread_).status().value(), status)
-            << answer.value_or(-2);
+        EXPECT_EQ(AudioCapturePermission(authorization_, events_, mainThread_).status().value(), status);
     }
 }
 
 TEST_F(CapturePermission, IsReadOnceFromTheStart) {
-    authorization_.answer = FakeCaptureAuthorization::allowed;
+    authorization_.answer = Consent::allowed;
     make();
     EXPECT_EQ(status(), Status::authorized);
     EXPECT_THAT(authorization_.calls, ElementsAre("preflight"));
@@ -56,24 +52,24 @@ TEST_F(CapturePermission, IsReadOnceFromTheStart) {
 
 TEST_F(CapturePermission, IsReadAgainWhenTheApplicationBecomesActive) {
     make();
-    authorization_.answer = FakeCaptureAuthorization::allowed;
+    authorization_.answer = Consent::allowed;
     EXPECT_EQ(status(), Status::unknown);
     events_.fireDidBecomeActive();
-    authorization_.answer = FakeCaptureAuthorization::denied;
+    authorization_.answer = Consent::denied;
     events_.fireDidBecomeActive();
-    authorization_.answer = std::nullopt;
+    authorization_.answer = Consent::undecided;
     events_.fireDidBecomeActive();
     EXPECT_THAT(told_, ElementsAre(Status::authorized, Status::denied, Status::unknown));
 }
 
 TEST_F(CapturePermission, IsReadAgainWhenTheSystemReportsAChange) {
     make();
-    authorization_.change(FakeCaptureAuthorization::allowed);
+    authorization_.change(Consent::allowed);
     EXPECT_EQ(status(), Status::authorized);
 }
 
 TEST_F(CapturePermission, AnUnchangedStatusTellsNobody) {
-    authorization_.answer = FakeCaptureAuthorization::denied;
+    authorization_.answer = Consent::denied;
     make();
     permission_->refresh();
     events_.fireDidBecomeActive();
@@ -87,7 +83,7 @@ TEST_F(CapturePermission, AGrantedRequestAuthorizesOnceAlsoWhenTheStatusIsReadAf
     EXPECT_EQ(status(), Status::unknown) << "the answer takes its way through the main thread";
     mainThread_.runPosted();
     EXPECT_EQ(status(), Status::authorized);
-    authorization_.answer = FakeCaptureAuthorization::allowed;
+    authorization_.answer = Consent::allowed;
     events_.fireDidBecomeActive();
     EXPECT_THAT(told_, ElementsAre(Status::authorized));
 }
@@ -101,7 +97,7 @@ TEST_F(CapturePermission, ARefusedRequestDenies) {
 }
 
 TEST_F(CapturePermission, ARequestWithoutAnAnswerChangesNothing) {
-    authorization_.answer = std::nullopt;
+    authorization_.answer = Consent::undecided;
     make();
     permission_->request();
     mainThread_.advance(std::chrono::hours(1));
@@ -126,7 +122,7 @@ TEST_F(CapturePermission, AnAnswerOrANoticeThatComesTooLateFindsNobody) {
     authorization_.openRequests.at(1)(true);
     mainThread_.runPosted();
     events_.fireDidBecomeActive();
-    authorization_.change(FakeCaptureAuthorization::allowed);
+    authorization_.change(Consent::allowed);
     EXPECT_THAT(told_, IsEmpty());
     EXPECT_THAT(authorization_.calls, ElementsAre("preflight", "request", "request"));
 }

@@ -22,14 +22,14 @@
 
 namespace vello {
 
-/// A controller on fakes. The user allows the capture; "player" is the application of process 101, "browser"
-/// that of 102.
+/// A controller with fake ports. The user allows the capture. Process 101 belongs to the application
+/// "player", process 102 to "browser".
 struct Controller : testing::Test {
     Controller() {
         hardware.setDefaultOutputDevice(hardware.addDevice({.uid = "speakers", .name = "Speakers"}));
         applications.applications[101] = {"player", "Player", std::nullopt};
         applications.applications[102] = {"browser", "Browser", std::nullopt};
-        authorization.answer = FakeCaptureAuthorization::allowed;
+        authorization.answer = Consent::allowed;
     }
 
     void start() {
@@ -44,7 +44,7 @@ struct Controller : testing::Test {
         hardware.addProcess({.pid = 102});
         start();
     }
-    /// A process begins to play, and the monitor has seen it.
+    /// Starts a playing process and waits until the monitor has noticed it.
     AudioObjectID play(std::int32_t pid) {
         const AudioObjectID process = hardware.addProcess({.pid = pid});
         mainThread.advance(std::chrono::milliseconds(300));

@@ -10,7 +10,7 @@ namespace vello {
 
 inline constexpr auto kTick = std::chrono::milliseconds(33);
 
-/// The meters run; "player" and "browser" play, and their callbacks are called.
+/// "player" and "browser" play, their callbacks run and the meters are updated.
 struct ControllerMeters : Controller {
     void startMeters() {
         startWithBoth();
@@ -24,7 +24,7 @@ struct ControllerMeters : Controller {
             mainThread.advance(kTick);
         }
     }
-    /// As many ticks as end at or before `duration` from now.
+    /// Runs the ticks that end within `duration` from now.
     void ticksWithin(std::chrono::milliseconds duration) { tick(static_cast<int>(duration / kTick)); }
     const AudioController::Levels& levels() const { return controller->levels().value(); }
     const SpectrumAnalyzer::Levels& spectrum() const { return controller->spectrum().value(); }
@@ -32,7 +32,7 @@ struct ControllerMeters : Controller {
     int beats(const std::string& id) const {
         return controller->tempo(id).value_or(TempoEstimate{}).beatsPerMinute;
     }
-    /// The ring of "player" holds a beat, and the meters have found it.
+    /// Writes a beat to the ring of "player" and waits until the meters have found it.
     void findTheBeat() {
         startMeters();
         writeClicksAt120(ring("player"), 6);

@@ -259,7 +259,7 @@ TEST_F(ControllerMeters, TheSpectrumNeedsNoAudibleLevel) {
     EXPECT_EQ(spectrum()[4], 1.0F);
 }
 
-// Everybody who looks
+// Meter audience
 
 TEST_F(ControllerMeters, TheMetersRunWhileAnybodyLooks) {
     startWithBoth();
@@ -291,7 +291,7 @@ TEST_F(ControllerMeters, LookingAwayFromWithinATickIsHarmless) {
     EXPECT_EQ(mainThread.pendingTaskCount(), idle);
 }
 
-// Rest
+// Idle
 
 TEST_F(ControllerMeters, WhileNobodyLooksOnlyThePollAndTheWatchdogWakeIt) {
     startWithBoth();

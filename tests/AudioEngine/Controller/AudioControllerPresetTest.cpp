@@ -14,7 +14,7 @@ using testing::SizeIs;
 const std::vector<double> kGains{1, 2, 3, 4, 5, 6, 7, 8};
 const std::vector<double> kOtherGains{8, 7, 6, 5, 4, 3, 2, 1};
 
-/// "NAME" or "NAME'": the second has the other gains.
+/// "NAME" has kGains, "NAME'" has kOtherGains.
 UserEQPreset preset(std::string_view text) {
     const bool isOther = text.ends_with('\'');
     return {std::string(text.substr(0, text.size() - (isOther ? 1 : 0))), isOther ? kOtherGains : kGains};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the controller knows beside the sources: streams that are left as they are, and names of outputs.
+// Exempt streams and the names of outputs.
 #include "AudioControllerFixture.h"
 
 #include "Foundation/Product.h"

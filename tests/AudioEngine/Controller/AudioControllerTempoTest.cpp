@@ -21,7 +21,7 @@ TEST_F(ControllerMeters, EveryAudibleSourceHasATempoWhetherItIsActiveOrNot) {
 TEST_F(ControllerMeters, ATempoIsLookedForAtMostTwiceASecond) {
     startMeters();
     setLevel("player", 0.5F);
-    tick(); // looked, and found nothing
+    tick(); // analyzed without finding a beat
     writeClicksAt120(ring("player"), 6);
     ticksWithin(499ms);
     EXPECT_EQ(controller->tempo("player"), std::nullopt);

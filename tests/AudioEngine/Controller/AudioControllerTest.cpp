@@ -50,24 +50,22 @@ TEST_F(Controller, SettingsAndTheActiveSourceOutlastTheirApplication) {
     EXPECT_EQ(controller->activeSourceID().value(), "player");
 }
 
-// The rule by which taps exist
+// When taps exist
 
 TEST_F(Controller, TapsExistExactlyWhileProcessingIsOnAndTheCaptureAllowed) {
     startWithBoth();
     for (const bool isOn : {true, false})
-        for (const auto answer : {FakeCaptureAuthorization::allowed, FakeCaptureAuthorization::denied,
-                                  FakeCaptureAuthorization::undecided}) {
+        for (const auto answer : {Consent::allowed, Consent::denied, Consent::undecided}) {
             controller->setProcessingEnabled(isOn);
             authorization.change(answer);
-            const bool shouldExist = isOn && answer == FakeCaptureAuthorization::allowed;
-            EXPECT_THAT(controller->taps(), SizeIs(shouldExist ? 2 : 0)) << isOn << " " << answer;
+            const bool shouldExist = isOn && answer == Consent::allowed;
+            EXPECT_THAT(controller->taps(), SizeIs(shouldExist ? 2 : 0))
+                << isOn << " " << static_cast<int>(answer);
         }
 }
 
 TEST_F(Controller, WithoutConsentNothingOfTheAudioSystemIsChanged) {
-    for (const std::optional<int> answer :
-         {std::optional<int>(FakeCaptureAuthorization::denied),
-          std::optional<int>(FakeCaptureAuthorization::undecided), std::optional<int>()}) {
+    for (const Consent answer : {Consent::denied, Consent::undecided}) {
         authorization.answer = answer;
         startWithBoth();
         mainThread.advance(10s);
@@ -80,7 +78,7 @@ TEST_F(Controller, WithoutConsentNothingOfTheAudioSystemIsChanged) {
 }
 
 TEST_F(Controller, ConsentThatComesLaterBeginsTheCaptureByItself) {
-    authorization.answer = FakeCaptureAuthorization::undecided;
+    authorization.answer = Consent::undecided;
     startWithBoth();
     controller->capturePermission().request();
     authorization.openRequests.at(0)(true);
@@ -252,7 +250,7 @@ TEST_F(Controller, AnOutputHasItsNameOrSaysThatItIsAutomaticOrUnavailable) {
     EXPECT_EQ(controller->outputRouteName(""), "Unavailable Output");
 }
 
-// The end
+// Shutdown
 
 TEST_F(Controller, TheEndTakesEveryTapDownAndSavesAtOnce) {
     startWithBoth();
@@ -277,8 +275,8 @@ TEST_F(Controller, TheEndStopsListeningForOutputs) {
 TEST_F(Controller, NothingOnTheWayOutBringsATapBack) {
     startWithBoth();
     events.fireWillTerminate();
-    authorization.change(FakeCaptureAuthorization::denied);
-    authorization.change(FakeCaptureAuthorization::allowed);
+    authorization.change(Consent::denied);
+    authorization.change(Consent::allowed);
     controller->setProcessingEnabled(false);
     controller->setProcessingEnabled(true);
     controller->updateSettings({.volume = 0.5}, "player");
@@ -297,7 +295,7 @@ TEST_F(Controller, ADestroyedControllerLeavesNobodyListening) {
     EXPECT_FALSE(cloud.isObserved());
     EXPECT_EQ(mainThread.pendingTaskCount(), 0U);
     hardware.addDevice({.uid = "headset", .name = "Headset"});
-    authorization.change(FakeCaptureAuthorization::denied);
+    authorization.change(Consent::denied);
     events.fireDidBecomeActive();
     events.fireWillTerminate();
     mainThread.advance(10s);

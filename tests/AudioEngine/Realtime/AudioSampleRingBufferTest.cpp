@@ -85,7 +85,7 @@ TEST(AudioSampleRingBuffer, IgnoresAnEmptyWrite) {
 }
 
 TEST(AudioSampleRingBuffer, ShowsAReaderEverySampleBeforeThePublishedCursor) {
-    // The writer never wraps, so what the reader copies is never overwritten meanwhile.
+    // The writer never wraps around, so it cannot overwrite the samples that the reader copies.
     constexpr std::size_t capacity = std::size_t{1} << 20;
     constexpr std::size_t block = 480;
     constexpr std::size_t blocks = capacity / block;

@@ -27,7 +27,7 @@ using test::randomGains;
 using test::settingsWithGains;
 using Runner = test::KernelRunner;
 
-/// Every kernel that this processor can run: all that may be chosen.
+/// Runs with every kernel that this processor supports.
 class BlockKernelVariantTest : public testing::TestWithParam<BlockKernelVariant> {
 protected:
     BlockKernel kernel_ = GetParam().kernel;

@@ -7,13 +7,13 @@
 
 namespace vello::test {
 
-/// As if the frames never reached the filters.
+/// Writes silence.
 inline std::uint32_t silentKernel(const BlockJob& job) {
     std::fill_n(job.destination, job.frames * job.channelCount, 0.0F);
     return 0;
 }
 
-/// The reference, with another job where `isWrong`.
+/// The reference, with a modified job if `isWrong`.
 template <class Change> std::uint32_t changedJob(const BlockJob& job, bool isWrong, Change change) {
     BlockJob changed = job;
     if (isWrong)
@@ -21,7 +21,7 @@ template <class Change> std::uint32_t changedJob(const BlockJob& job, bool isWro
     return referenceBlockKernel(changed);
 }
 
-/// The reference, with one sample a little off where `isWrong`.
+/// The reference, with a small error in one sample if `isWrong`.
 inline std::uint32_t changedSample(const BlockJob& job, bool isWrong, std::size_t index) {
     const std::uint32_t peak = referenceBlockKernel(job);
     if (isWrong)
@@ -29,7 +29,7 @@ inline std::uint32_t changedSample(const BlockJob& job, bool isWrong, std::size_
     return peak;
 }
 
-/// Kernels that are wrong in one thing each.
+/// Kernels with one error each.
 inline const BlockKernelVariant kBrokenKernels[] = {
     {"Silent", silentKernel},
     {"WrongInMono", [](const BlockJob& job) { return changedSample(job, job.channelCount == 1, 0); }},

@@ -10,32 +10,32 @@
 
 namespace vello::test {
 
-/// A tap's callback with the buffers of a device, one stream each way.
+/// Runs a tap's callback with one input and one output stream.
 class CallbackHarness {
 public:
     explicit CallbackHarness(int channels = 2, float initialVolume = 1.0F, bool supportsEQ = true)
         : context(supportsEQ, channels, initialVolume),
           channels_(static_cast<std::uint32_t>(context.channelCount)) {}
 
-    /// Publishes a curve; earlier ones stay alive as the control side would keep them.
+    /// Publishes a curve. Keeps earlier snapshots alive, like the control side.
     void publish(const EQSettings& settings, double sampleRate = 48000) {
         snapshots_.push_back(std::make_unique<EQChainSnapshot>(settings, sampleRate));
         context.snapshotPointer.store(snapshots_.back().get(), std::memory_order_release);
     }
 
-    /// One cycle with as many frames out as in.
+    /// Runs one cycle with the same number of input and output frames.
     std::vector<float> process(std::vector<float> captured) {
         const std::size_t frames = captured.size() / channels_;
         return process(std::move(captured), frames);
     }
-    /// One cycle with `outputFrames` out; the device's buffer holds rubbish before.
+    /// Runs one cycle with `outputFrames` output frames. The output buffer initially holds garbage.
     std::vector<float> process(std::vector<float> captured, std::size_t outputFrames) {
         captured_ = std::move(captured);
         std::vector<float> played(outputFrames * channels_, 77.0F);
         run(captured_.data(), captured_.size() * sizeof(float), played.data(), played.size() * sizeof(float));
         return played;
     }
-    /// One cycle without input.
+    /// Runs one cycle without input.
     std::vector<float> processNothing(std::size_t outputFrames) {
         std::vector<float> played(outputFrames * channels_, 77.0F);
         run(nullptr, 0, played.data(), played.size() * sizeof(float));

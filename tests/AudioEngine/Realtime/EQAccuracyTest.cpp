@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the equalizer does to sound, by physics and beside an independent textbook cascade.
+// Accuracy of the equalizer, measured physically and compared with an independent textbook cascade.
 #include "AudioEngine/Realtime/EQDSP.h"
 
 #include "CallbackHarness.h"
@@ -27,11 +27,11 @@ double decibels(double ratio) {
     return 20.0 * std::log10(ratio);
 }
 
-/// Gain in dB of a sine through the callback once everything has settled.
+/// Gain in dB of a sine through the callback, after the filters have settled.
 double gainAt(double frequency, const std::vector<double>& gains, double sampleRate) {
     CallbackHarness tap(1);
     tap.publish(settingsWithGains(gains), sampleRate);
-    // Whole periods, as nearly as whole samples allow, after a second for the filters to settle.
+    // One second for the filters to settle, then whole periods, to the nearest sample.
     const auto settling = static_cast<std::size_t>(sampleRate);
     const double periods = std::ceil(frequency / 4);
     const auto measured = static_cast<std::size_t>(std::round(periods * sampleRate / frequency));
@@ -55,12 +55,12 @@ double gainAt(double frequency, const std::vector<double>& gains, double sampleR
     return decibels(std::sqrt(out / in));
 }
 
-/// Gain in dB of one analog-prototype peak, mapped as the bilinear transform maps it.
+/// Gain in dB of one analog prototype of a peaking filter, with frequencies mapped by the bilinear transform.
 double expectedGain(double frequency, double centre, double gain, double sampleRate) {
     const auto warped = [sampleRate](double f) { return std::tan(std::numbers::pi * f / sampleRate); };
     const double w = warped(frequency) / warped(centre);
     const double amplitude = std::pow(10.0, gain / 40.0);
-    // H(s) = (s^2 + s A/Q + 1) / (s^2 + s/(A Q) + 1), with the bandwidth that alpha = sin(w0) / 2Q gives.
+    // H(s) = (s^2 + s A/Q + 1) / (s^2 + s/(A Q) + 1), with the bandwidth given by alpha = sin(w0) / 2Q.
     const double real = 1.0 - w * w;
     return decibels(std::hypot(real, w * amplitude / 1.41) / std::hypot(real, w / (amplitude * 1.41)));
 }
@@ -95,7 +95,7 @@ TEST(EQPhysics, BandsAddUpInDecibels) {
 }
 
 TEST(EQPhysics, AFlatBandChangesNotOneBit) {
-    // One band 1e-9 dB up keeps the set-up; the seven flat sections must not touch a sample.
+    // A gain of 1e-300 dB keeps the filters enabled, but no section may change a sample.
     CallbackHarness tap(1);
     tap.publish(settingsWithGains({1e-300, 0, 0, 0, 0, 0, 0, 0}), 48000);
     const auto samples = noise(480, 1);
@@ -115,7 +115,7 @@ TEST(EQPhysics, StaysBoundedForAMinuteOfFullScaleNoiseAtFullBoost) {
     EXPECT_GT(peak, 0.1F);
 }
 
-/// Root of the mean square, in dBFS where full scale is 1.
+/// RMS level in dBFS; full scale is 1.
 class Level {
 public:
     void add(long double difference) {
@@ -161,7 +161,7 @@ TEST(EQAccuracy, BeforeRoundingTheCascadeDiffersFromTheTextbookByLessThanMinus14
     EXPECT_LE(worst, -140.0);
 }
 
-/// The frames of consecutive callbacks, `frames` in all.
+/// The block sizes of consecutive callbacks, `frames` in total.
 std::vector<std::size_t> blocksOf(std::size_t length, std::size_t frames) {
     std::vector<std::size_t> blocks;
     std::mt19937 random(3);
@@ -204,8 +204,8 @@ TEST(EQAccuracy, TheCallbackAddsNothingButTheRoundingWhateverTheBuffers) {
                  {std::size_t{1}, std::size_t{7}, std::size_t{64}, std::size_t{1024}, mixed})
                 ASSERT_EQ(throughCallback(gains, sampleRate, samples, blocksOf(length, frames)), played)
                     << length;
-            // A value that is off by d becomes another float with probability d / ulp. So the mean distance
-            // from the rounded textbook estimates how far off the values were before they were rounded.
+            // An error of d changes the rounded float with probability d / ulp. So the mean distance from the
+            // rounded textbook result estimates the mean error before rounding.
             double sum = 0;
             for (std::size_t i = 0; i < played.size(); ++i)
                 sum += std::abs(double{played[i]} - double{static_cast<float>(expected[i])});

@@ -255,7 +255,7 @@ TEST(TapRealtimeContext, BeginsEmpty) {
     EXPECT_EQ(context.snapshotPointer.load(), nullptr);
     EXPECT_EQ(context.level(), 0.0F);
     EXPECT_EQ(context.lastCallbackHostTime.load(), 0U);
-    EXPECT_EQ(context.rt.delays, std::vector<float>(18, 0.0F));
+    EXPECT_TRUE(context.rt.delays == std::vector<CascadeState>(1));
     EXPECT_EQ(context.ringBuffer.capacity(), 1048576U);
     EXPECT_EQ(context.rt.ioBridge.available(), 0U);
     EXPECT_EQ(std::bit_cast<float>(context.volumeTargetBits.load()), 0.75F);

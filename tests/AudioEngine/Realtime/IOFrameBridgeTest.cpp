@@ -63,7 +63,7 @@ TEST(IOFrameBridge, FillsByTheDifferenceAndThenDropsTheOldest) {
         write(bridge, counting(next, 512));
         next += 512;
         const auto taken = read(bridge, 480);
-        // Full before the read means full minus what the read took, after it.
+        // If the bridge was full before the read, it now holds its capacity minus the frames read.
         EXPECT_EQ(bridge.available(), std::min(call * 32, kCapacity - 480)) << "call " << call;
         EXPECT_EQ(taken, counting(next - static_cast<float>(bridge.available()) - 480, 480));
     }
@@ -76,7 +76,7 @@ TEST(IOFrameBridge, KeepsTheNewestOfAWriteThatIsLargerThanItself) {
     EXPECT_EQ(read(bridge, 2), counting(100, 2));
 }
 
-/// The same, frame by frame, with a plain queue.
+/// A simple model: the same behaviour with a plain queue, frame by frame.
 class QueueOfFrames {
 public:
     explicit QueueOfFrames(std::size_t channels) : last_(channels, 0.0F) {}
@@ -110,7 +110,7 @@ struct Cycle {
 };
 
 rc::Gen<Cycle> anyCycle() {
-    // Mostly equal sizes, as devices have them; sometimes different, missing, or more than fits.
+    // Mostly equal sizes, as with real devices; sometimes different, zero, or larger than the capacity.
     const auto size = rc::gen::weightedOneOf<std::size_t>({{6, rc::gen::inRange<std::size_t>(1, 700)},
                                                            {1, rc::gen::just<std::size_t>(0)},
                                                            {1, rc::gen::inRange<std::size_t>(8000, 9000)}});

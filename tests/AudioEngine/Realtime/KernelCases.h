@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Kernels beside the reference, for the unit tests and for the program that runs on emulated processors: no
-// more than the C++ library is needed.
+// Compares kernels with the reference, for the unit tests and for the program that runs on emulated
+// processors. Needs only the C++ standard library.
 #pragma once
 
 #include "AudioEngine/Realtime/BlockKernel.h"
@@ -15,7 +15,7 @@
 
 namespace vello::test {
 
-/// A kernel with the memory that it works on.
+/// A kernel with its state and scratch memory.
 class KernelRunner {
 public:
     KernelRunner(BlockKernel kernel, std::size_t channels) : states(channels), kernel_(kernel) {
@@ -42,10 +42,10 @@ private:
     Scratch scratch_;
 };
 
-/// A signal cut into blocks, each of which begins with what the one before left.
+/// A signal split into consecutive blocks. Each continues from the state left by the previous one.
 struct KernelCase {
     std::size_t channels = 2;
-    std::vector<std::size_t> blocks; ///< frames of each
+    std::vector<std::size_t> blocks; ///< frames per block
     std::vector<double> gains = {-6, 5, 3.5, -1.5, 12, 0, -12, 7};
     bool isFiltered = true;
     bool appliesGain = false;
@@ -61,7 +61,7 @@ inline void prepare(KernelRunner& runner, const KernelCase& kernelCase, const Bi
     runner.job.gainStep = kernelCase.gainStep;
 }
 
-/// The first thing in which the results for one block differ; empty: none.
+/// Describes the first difference between the results for one block; empty if they agree.
 inline std::string blockDisagreement(KernelRunner& tested, KernelRunner& reference,
                                      std::vector<float> samples, std::size_t frames) {
     std::vector<float> expected = samples;
@@ -79,7 +79,7 @@ inline std::string blockDisagreement(KernelRunner& tested, KernelRunner& referen
     return "";
 }
 
-/// The first thing in which the kernel's result is not the reference's; empty: none.
+/// Describes the first difference between the kernel and the reference; empty if they agree.
 inline std::string disagreement(BlockKernel kernel, const KernelCase& kernelCase) {
     const EQChainSnapshot snapshot(settingsWithGains(kernelCase.gains), 48000);
     KernelRunner tested(kernel, kernelCase.channels);
@@ -97,7 +97,7 @@ inline std::string disagreement(BlockKernel kernel, const KernelCase& kernelCase
     return "";
 }
 
-/// Every short length, and long ones with every remainder.
+/// Every short block length, and long ones with every remainder.
 inline std::vector<KernelCase> kernelCases() {
     std::vector<KernelCase> cases;
     for (const std::size_t channels : {1U, 2U, 3U}) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Highway is asked here as the kernels do not ask it: nothing is disabled, everything wanted.
+// Unlike for the kernels, Highway is configured here with nothing disabled and everything enabled.
 #define HWY_DISABLED_TARGETS 0
 #define HWY_COMPILE_ALL_ATTAINABLE
 #define HWY_WANT_AVX3_DL

@@ -5,7 +5,7 @@
 
 namespace vello::test {
 
-/// Every instruction set that the installed Highway would compile code for if nobody forbade it any.
+/// Every instruction set that the installed Highway would compile for if none was disabled.
 std::int64_t targetsThatHighwayOffers();
 
 } // namespace vello::test

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How sections lie in vectors, on every instruction set: compiled once for each, as the kernels are.
+// Tests the layout of sections in vectors. Compiled once per instruction set, like the kernels.
 #include "AudioEngine/Realtime/BlockKernelTargets.h"
 
 #include <gtest/gtest.h>
@@ -18,9 +18,9 @@
 #ifndef VELLO_SECTION_VECTORS_TESTS
 #define VELLO_SECTION_VECTORS_TESTS
 namespace vello {
-/// Appends a line for every layout, and what is wrong with it.
+/// Appends one line per tested layout to `layouts`, and one line per error to `faults`.
 using LayoutCheck = void (*)(std::vector<std::string>& layouts, std::vector<std::string>& faults);
-/// Of one instruction set; null where there is none.
+/// The check of one instruction set; null if it has no check.
 template <std::int64_t kTarget> constexpr LayoutCheck layoutCheckFor = nullptr;
 } // namespace vello
 #endif
@@ -34,8 +34,8 @@ namespace vello {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// Lane by lane what moveOn() is for: each place gets the outputs of the one before it, the highest lanes the
-/// frame.
+/// Checks every lane after moveOn(): each place has the outputs of the previous one, and the highest lanes
+/// have the frame.
 template <class L, class Move, class Sample>
 HWY_INLINE void checkMove(Move move, const Sample* frame, const std::string& name,
                           std::vector<std::string>& faults) {
@@ -63,7 +63,7 @@ struct LayoutUnderTest : Layout<hn::CappedTag<double, kLanes>, kChannels, 1> {
 template <std::size_t kLanes, std::size_t kChannels>
 HWY_NOINLINE void checkLayout(std::vector<std::string>& layouts, std::vector<std::string>& faults) {
     using L = LayoutUnderTest<kLanes, kChannels>;
-    if constexpr (L::kLanes == kLanes) { // else the vectors of this instruction set are shorter
+    if constexpr (L::kLanes == kLanes) { // otherwise this instruction set has shorter vectors
         const std::string name =
             std::to_string(kLanes) + " lanes, " + std::to_string(kChannels) + " channels";
         const float floats[] = {-1.0F, -2.0F};
@@ -110,7 +110,7 @@ template <std::size_t... bit> LayoutCheck checkOf(std::int64_t target, std::inde
     return found;
 }
 
-/// 2, 4 or 8 lanes are the longest vectors of an instruction set; each shorter one can be used there too.
+/// The longest vectors of an instruction set have 2, 4 or 8 lanes. Shorter ones can be used as well.
 TEST_P(SectionVectors, MoveEveryFrameOnByAPlace) {
     std::vector<std::string> layouts;
     std::vector<std::string> faults;

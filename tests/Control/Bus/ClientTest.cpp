@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The program's commands against an instance on fakes, over a real bus.
+// The program's commands, sent over a real bus to an instance with fake ports.
 #include "ControlFixture.h"
 
 #include <csignal>
@@ -222,14 +222,14 @@ TEST_F(ClientTests, CompletesSourcesPresetsAndOutputsInTheShell) {
                                    environment_, folder / ("bash-" + std::to_string(++runs_)));
         return finish(bash).output;
     };
-    // Without the name that the shell could not take as it stands.
+    // The name that would need quoting in the shell is not offered.
     EXPECT_EQ(complete("set ''"), "system\nPlayer\nSystem\neq-by-quorvin.system.master\n"
                                   "org.example.browser\norg.example.player\n");
     EXPECT_EQ(complete("set Player --preset La"), "Late\\ night\n");
     EXPECT_EQ(complete("set Player --output h"), "headphones\n");
     EXPECT_EQ(complete("set Player --output a"), "auto\n");
     EXPECT_EQ(complete("preset save Mine --from org.example.b"), "org.example.browser\n");
-    // Of what is left as it is only the application, and only where it can be set.
+    // For an exempt stream only its application is offered, and only where it can be set.
     hardware.addExemptStream({.name = "Film", .process = {.pid = 500, .bundleID = "org.example.film"}});
     EXPECT_EQ(complete("set org.example.f"), "org.example.film\n");
     EXPECT_EQ(complete("set Fi"), "\n");

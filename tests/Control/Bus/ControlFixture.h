@@ -34,9 +34,8 @@
 
 namespace vello {
 
-/// An instance on fakes whose service is on a real bus of the test's own, and a client of that bus. "player"
-/// is the application of process 101, "browser" that of 102; there are the outputs "speakers" and
-/// "headphones".
+/// An instance with fake ports on a private real bus, and a client of that bus. Process 101 belongs to the
+/// application "player", process 102 to "browser". The outputs are "speakers" and "headphones".
 class Control : public testing::Test {
 protected:
     Control() {
@@ -45,14 +44,14 @@ protected:
         hardware.addDevice({.uid = "headphones", .name = "Headphones"});
         applications.applications[101] = {"org.example.player", "Player", std::nullopt};
         applications.applications[102] = {"org.example.browser", "Browser", std::nullopt};
-        authorization.answer = FakeCaptureAuthorization::allowed;
+        authorization.answer = Consent::allowed;
     }
     ~Control() override {
         if (client)
             QDBusConnection::disconnectFromBus("test");
     }
 
-    /// The instance takes its place on the bus while "player" plays.
+    /// Starts the instance on the bus while "player" plays.
     void start() {
         hardware.addProcess({.pid = 101});
         presence = std::make_unique<BusPresence>(mainThread, log);
@@ -75,12 +74,13 @@ protected:
         ASSERT_TRUE(client->isConnected());
     }
 
-    /// Nothing that the start changed is told to those who listen from now on.
+    /// Waits until all signals caused by the start have been sent, so that later listeners do not receive
+    /// them.
     void awaitStartTold() {
         bool isSent = false;
         const auto behindIt = mainThread.after(std::chrono::milliseconds(1), [&isSent] { isSent = true; });
         ASSERT_TRUE(waitUntil([&isSent] { return isSent; }));
-        ask("org.freedesktop.DBus.Peer", "Ping", {}); // the answer comes behind it
+        ask("org.freedesktop.DBus.Peer", "Ping", {}); // the reply arrives after the signals
     }
 
     QDBusMessage ask(const char* interface, const char* method, const QVariantList& arguments) {
@@ -100,7 +100,7 @@ protected:
     static QVariant gains(const std::vector<double>& values) {
         return QVariant::fromValue(QList<double>(values.begin(), values.end()));
     }
-    /// Also the whole state as the bus sees it.
+    /// The whole state as published on the bus.
     RunningState state() {
         const QDBusMessage reply =
             ask("org.freedesktop.DBus.Properties", "GetAll", {QString("com.quorvin.Vello1")});

@@ -19,7 +19,7 @@ using testing::SizeIs;
 constexpr char kPlayer[] = "org.example.player";
 const std::vector<double> kCurve{-12, -6, -3, 0, 0.5, 3, 6, 12};
 
-/// Notes the signals that reach a connection.
+/// Records the signals that a connection receives.
 class SignalNotes : public QObject {
     Q_OBJECT
 
@@ -51,11 +51,11 @@ TEST_F(ControlServiceTests, TellsTheWholeState) {
     const RunningState told = state();
     EXPECT_FALSE(told.version.empty());
     EXPECT_TRUE(told.isProcessingEnabled);
-    EXPECT_EQ(told.permission, "authorized");
+    EXPECT_EQ(told.consent, Consent::allowed);
     ASSERT_THAT(told.sources, SizeIs(2));
     EXPECT_EQ(told.sources[0].source.id, kSystemSourceID);
     EXPECT_EQ(told.sources[0].source.pid, std::nullopt);
-    EXPECT_EQ(told.sources[0].tapState, "none");
+    EXPECT_EQ(told.sources[0].tapState, TapState::none);
     EXPECT_EQ(told.sources[1].source, (AppAudioSource{kPlayer, 101, "Player", kPlayer}));
     EXPECT_EQ(told.sources[1].settings.volume, 0.5);
     EXPECT_EQ(told.sources[1].settings.outputDeviceUID, "headphones");
@@ -145,9 +145,9 @@ TEST_F(ControlServiceTests, TellsThatATapIsNotConnected) {
     start();
     const auto device = controller->taps().at(kPlayer)->aggregateDeviceID();
     hardware.setProperty(device, kAudioDevicePropertyDeviceIsRunning, std::uint32_t{0});
-    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == "connecting"; }));
+    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == TapState::connecting; }));
     hardware.setProperty(device, kAudioDevicePropertyDeviceIsRunning, std::uint32_t{1});
-    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == "running"; }));
+    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == TapState::running; }));
 }
 
 TEST_F(ControlServiceTests, SwitchesTheEqualizerOffAndOn) {
@@ -155,9 +155,9 @@ TEST_F(ControlServiceTests, SwitchesTheEqualizerOffAndOn) {
     EXPECT_THAT(call("SetProcessingEnabled", {false}), IsDone());
     EXPECT_FALSE(controller->isProcessingEnabled().value());
     EXPECT_FALSE(state().isProcessingEnabled);
-    EXPECT_EQ(state().sources[1].tapState, "none");
+    EXPECT_EQ(state().sources[1].tapState, TapState::none);
     EXPECT_THAT(call("SetProcessingEnabled", {true}), IsDone());
-    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == "running"; }));
+    EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == TapState::running; }));
 }
 
 TEST_F(ControlServiceTests, AsksForThePermission) {
@@ -198,9 +198,9 @@ TEST_F(ControlServiceTests, TellsChangesInOneSignalWithWhatChanged) {
 TEST_F(ControlServiceTests, TellsThatAnApplicationBeganToPlay) {
     start();
     const SignalNotes notes(*client, "org.freedesktop.DBus.Properties", "PropertiesChanged");
-    ASSERT_THAT(call("UnsubscribeLevels"), IsDone()); // the match is on the bus now
+    ASSERT_THAT(call("UnsubscribeLevels"), IsDone()); // now the bus has the match rule
     hardware.addProcess({.pid = 102});
-    const auto isTold = [&](const char* tapState) {
+    const auto isTold = [&](TapState tapState) {
         return std::ranges::any_of(notes.signals_, [&](const QDBusMessage& signal) {
             const auto told = decodeState(qdbus_cast<QVariantMap>(signal.arguments().value(1)));
             return std::ranges::any_of(told.sources, [&](const SourceState& source) {
@@ -208,7 +208,7 @@ TEST_F(ControlServiceTests, TellsThatAnApplicationBeganToPlay) {
             });
         });
     };
-    EXPECT_TRUE(waitUntil([&] { return isTold("running"); }));
+    EXPECT_TRUE(waitUntil([&] { return isTold(TapState::running); }));
 }
 
 TEST_F(ControlServiceTests, SendsLevelsToSubscribersOnlyAndOnlyWhileThereAreSome) {
@@ -258,7 +258,7 @@ TEST_F(ControlServiceTests, ForgetsASubscriberThatVanishedBeforeItWasWatched) {
                                                      "com.quorvin.Vello1", "SubscribeLevels"));
         QDBusConnection::disconnectFromBus("fleeting");
     }
-    ASSERT_THAT(call("SetProcessingEnabled", {true}), IsDone()); // behind them in the queue
+    ASSERT_THAT(call("SetProcessingEnabled", {true}), IsDone()); // queued behind them
     EXPECT_TRUE(waitUntil([&] { return !service->hasSubscribers(); }));
 }
 

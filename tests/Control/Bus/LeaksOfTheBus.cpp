@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <sanitizer/lsan_interface.h>
 
-/// What the leak checker passes over: a message of libdbus, which Qt alone calls. Once in hundreds of runs
-/// one is left when a connection is closed (Qt 6.4). A message that is lost on our side is an object of Qt as
-/// well, which is still found.
+/// Suppresses leaks in libdbus, which only Qt calls. Once in hundreds of runs, Qt 6.4 leaks a message when a
+/// connection is closed. A message leaked by VELLO would also leak a Qt object, which is still detected.
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libdbus-1.so\n";
 }

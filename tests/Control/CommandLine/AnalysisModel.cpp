@@ -9,15 +9,15 @@ namespace model {
 
 namespace {
 
-constexpr std::size_t kRemembered = 1048576; // samples of all channels that are at hand
-constexpr std::size_t kFrames = 2048;        // of a spectrum
+constexpr std::size_t kRemembered = 1048576; // samples of all channels in the ring
+constexpr std::size_t kFrames = 2048;        // per spectrum
 constexpr double kPi = 3.14159265358979323846;
 
 std::size_t remembered(const std::vector<float>& samples) {
     return std::min(samples.size(), kRemembered);
 }
 
-/// A bin of the plain transform of real numbers, squared.
+/// Squared magnitude of one bin of the unnormalized real transform.
 double plainPower(const std::array<double, kFrames>& values, std::size_t bin) {
     static const auto circle = [] {
         std::array<std::array<double, 2>, kFrames> points{};
@@ -53,12 +53,12 @@ double bandLevel(const std::array<double, kFrames>& values, double centre, doubl
     end = std::min(end, 1023.0);
     double sum = 0;
     for (double bin = start; bin <= end; ++bin)
-        sum += 4 * plainPower(values, static_cast<std::size_t>(bin)); // of twice the plain transform
+        sum += 4 * plainPower(values, static_cast<std::size_t>(bin)); // the transform is scaled by 2
     const double decibels = 10 * std::log10(sum / (end - start + 1) + 1.1754944e-38);
     return std::min(1.0, std::max(0.0, (decibels + 50) / 50));
 }
 
-/// Keeps the smallest distance of a decision: `value` against `limit`.
+/// Updates the smallest relative distance of a `value` from its `limit`.
 void narrow(double& margin, double value, double limit) {
     margin = std::min(margin, std::abs(value - limit) / limit);
 }
@@ -116,12 +116,12 @@ TempoAndMargin judge(const std::vector<Candidate>& candidates, double margin) {
     }
     if (best.lag == 0)
         return {std::nullopt, margin};
-    for (const Candidate& candidate : candidates) // equals are no risk: the first of them has won
+    for (const Candidate& candidate : candidates) // skip equal values: the first of them wins for certain
         if (candidate.r < best.r)
             narrow(margin, candidate.r, best.r);
     const double prominence = best.r - sum / static_cast<double>(candidates.size());
     if (best.r < 0.16 || prominence < 0.05) {
-        // Of the two reasons for nothing the clearer one counts.
+        // Two conditions can reject the tempo; use the one with the larger distance.
         const double clearest = std::max((0.16 - best.r) / 0.16, (0.05 - prominence) / 0.05);
         return {std::nullopt, std::min(1.0, clearest)};
     }

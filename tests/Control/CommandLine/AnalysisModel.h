@@ -5,11 +5,11 @@
 #include <optional>
 #include <vector>
 
-/// The definitions of the spectrum and the tempo once more, as plainly as they can be written, in double
-/// precision and without a line of the product: what the product is compared with.
+/// An independent model of the spectrum and the tempo, written as simply as possible, in double precision and
+/// without any code of the product. The product is compared with it.
 namespace model {
 
-/// What the end of some sound shows.
+/// The spectrum at the end of a sound.
 struct Spectrum {
     std::array<double, 8> levels{};
 };
@@ -19,8 +19,8 @@ struct Tempo {
     double confidence = 0;
 };
 
-/// An estimate, and how far the nearest of its decisions was from falling the other way, as a share of what
-/// was compared. A test with a margin near 0 shows nothing: rounding alone decides it.
+/// An estimate, and the smallest relative distance of any comparison from the opposite result. With a margin
+/// near 0 only rounding decides, so such a case is not a valid test.
 struct TempoAndMargin {
     std::optional<Tempo> tempo;
     double margin = 1;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The program `vello analyze` on generated sound files, compared with an independent model of what it
-// computes.
+// Compares the output of `vello analyze` for generated sound files with an independent model.
 #include "AnalysisModel.h"
 #include "ProgramRun.h"
 #include "SoundFiles.h"
@@ -22,7 +21,7 @@ namespace {
 using test::Sound;
 
 constexpr double kTolerance = 1e-3;
-constexpr double kLeastMargin = 1e-10; // of the model's decisions; the product adds up in another order
+constexpr double kLeastMargin = 1e-10; // of the model's decisions; the product sums in a different order
 constexpr std::array<double, 8> kCentres{63, 125, 250, 500, 1000, 2000, 4000, 8000};
 constexpr std::array<int, 11> kRates{8000,  11025, 12000, 16000, 22050, 32000,
                                      44100, 48000, 88200, 96000, 192000};
@@ -48,7 +47,7 @@ std::vector<double> noise(std::size_t frames, double amplitude, unsigned seed) {
     return signal;
 }
 
-/// Decaying tones of some milliseconds, each off its time by up to `jitter` seconds.
+/// Decaying tones of a few milliseconds, each shifted by up to `jitter` seconds.
 std::vector<double> clicks(std::size_t frames, int rate, double beatsPerMinute, double jitter = 0,
                            unsigned seed = 1) {
     std::mt19937 random(seed);
@@ -78,7 +77,7 @@ Sound stereo(const std::vector<double>& left, const std::vector<double>& right, 
 
 class AnalyzeProgram : public testing::Test {
 protected:
-    /// The program's result for a sound is the model's.
+    /// Expects the same result from the program and the model.
     void expectAgreement(const Sound& sound) {
         const nlohmann::json result = analyze(sound);
         ASSERT_EQ(result.value("sampleRate", 0), sound.sampleRate);
@@ -197,7 +196,7 @@ TEST_P(AnalyzeProgramInBand, AgreesWithTheModelOnSinesOfEveryLevel) {
 
 class AnalyzeProgramAtTempo : public AnalyzeProgram, public testing::WithParamInterface<int> {
 protected:
-    /// Ten tempi from the parameter on; rates and channels take turns.
+    /// Tests ten tempi starting at the parameter, with alternating rates and channel counts.
     template <typename Signal> void expectAgreementOnTempi(Signal signal) {
         for (int beats = GetParam(); beats < GetParam() + 10 && beats <= 194; ++beats) {
             SCOPED_TRACE(testing::Message() << beats << " beats a minute");

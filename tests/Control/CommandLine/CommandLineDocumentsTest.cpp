@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The manual page and the shell's completion know every command and option that there is, and no other.
+// The manual page and the shell completion list exactly the existing commands and options.
 #include "Control/CommandLine/CommandLine.h"
 
 #include "ChildProcess.h"
@@ -16,7 +16,7 @@ namespace vello {
 namespace {
 
 using Options = std::set<std::string>;
-/// Long options by command: "" for none, "set", "preset save".
+/// Long options by command, such as "set" or "preset save"; "" for those without a command.
 using OptionsByCommand = std::map<std::string, Options>;
 
 std::string helpOf(const std::string& command) {
@@ -42,7 +42,7 @@ std::string leadingName(std::string_view text) {
     return std::string(text.begin(), std::ranges::find_if_not(text, isNameCharacter));
 }
 
-/// The long options that a line names.
+/// Collects the long options in a line.
 void collectOptions(std::string_view line, Options& options) {
     for (auto begin = line.find("--"); begin != std::string_view::npos; begin = line.find("--", begin)) {
         const std::string name = leadingName(line.substr(begin));
@@ -80,7 +80,7 @@ OptionsByCommand real() {
     return all;
 }
 
-/// "preset save" of ".SS vello preset save NAME".
+/// Returns "preset save" for ".SS vello preset save NAME".
 std::string commandOf(const std::string& heading) {
     std::istringstream stream(heading);
     std::string word;
@@ -95,7 +95,7 @@ OptionsByCommand documented() {
     OptionsByCommand all;
     Options* options = nullptr;
     for (std::string line : lines(readTestFile(VELLO_MANUAL_PAGE))) {
-        std::erase(line, '\\'); // the page writes \- for -
+        std::erase(line, '\\'); // the page has \- for -
         if (line.starts_with(".SH"))
             options = nullptr;
         if (line.starts_with(".SS"))
@@ -108,7 +108,7 @@ OptionsByCommand documented() {
 
 class Completion : public testing::Test {
 protected:
-    /// What bash offers behind these words, the last of which is begun.
+    /// Bash completions for these words; the last word is incomplete.
     std::vector<std::string> offered(const std::vector<std::string>& words) {
         const std::string script = "source \"$0\"; COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _vello; "
                                    "((${#COMPREPLY[@]} == 0)) || printf '%s\\n' \"${COMPREPLY[@]}\"";

@@ -229,7 +229,7 @@ TEST(CommandLine, RefusesRequestsThatMakeNoSense) {
     expectWrongUsage({"set", "x", "--bypass", "maybe"});
     expectWrongUsage({"set", "x", "--downmix", ""});
     expectWrongUsage({"set", "x", "--downmix", "1"});
-    expectWrongUsage({"status", "--all", "--watch"}); // nobody is told when exempt streams change
+    expectWrongUsage({"status", "--all", "--watch"}); // there is no signal for changes of exempt streams
     expectWrongUsage({"set", "x", "--reset", "--preset", "flat"});
     expectWrongUsage({"set", "x", "--reset", "--gains", "0,0,0,0,0,0,0,0"});
     expectWrongUsage({"set", "x", "--gains", "0,0,0,0,0,0,0,0", "--preset", "flat"});

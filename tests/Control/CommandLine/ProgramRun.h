@@ -13,14 +13,14 @@
 
 namespace vello::test {
 
-/// How a program ended that has run to its end.
+/// The result of a program run.
 struct ProgramRun {
-    int exitCode = -1; ///< -1: by a signal
-    std::string out;   ///< what it wrote to standard output, and
-    std::string error; ///< to standard error: less than a pipe holds
+    int exitCode = -1; ///< -1: killed by a signal
+    std::string out;   ///< standard output
+    std::string error; ///< standard error; must fit into a pipe buffer
 };
 
-/// Reads what is left in a pipe and closes it.
+/// Reads a pipe to its end and closes it.
 inline std::string drain(int descriptor) {
     std::string text;
     std::array<char, 4096> part{};
@@ -30,7 +30,7 @@ inline std::string drain(int descriptor) {
     return text;
 }
 
-/// Runs a program and waits for its end.
+/// Runs a program and waits until it exits.
 inline ProgramRun runProgram(const std::string& program, const std::vector<std::string>& arguments) {
     std::vector<char*> pointers{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments)

@@ -66,7 +66,7 @@ protected:
         EXPECT_THAT(error.str(), IsEmpty());
     }
 
-    /// Fails with one line that names the reason, and leaves the folder as it was.
+    /// Expects a failure with one line that contains `reason`, and an unchanged folder.
     void expectFailure(const RenderOptions& options, const std::string& reason) {
         const auto before = listing();
         std::ostringstream error;
@@ -281,9 +281,8 @@ TEST_F(Render, KeepsAFileNameFromTheTerminal) {
     EXPECT_THAT(error.str(), testing::Not(HasSubstr("\x1b")));
 }
 
-/// What the program's output says of the values before they were rounded to 32-bit floats: a value that is
-/// off by d is rounded to another float with probability d / ulp, so the mean of ulp over such samples
-/// estimates the mean of |d|.
+/// Estimates the mean error before rounding to 32-bit floats. An error of d changes the rounded float with
+/// probability d / ulp, so the mean of ulp over the changed samples estimates the mean of |d|.
 double meanDifferenceBeforeRounding(const std::vector<float>& samples,
                                     const std::vector<long double>& expected) {
     double sum = 0;

@@ -9,7 +9,7 @@
 
 namespace vello::test {
 
-/// What a test puts into a sound file: interleaved samples.
+/// The content of a sound file.
 struct Sound {
     int sampleRate = 48000;
     int channels = 2;

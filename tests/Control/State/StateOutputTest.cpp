@@ -3,7 +3,7 @@
 #include "Control/State/Lookup.h"
 #include "Control/State/StateJSON.h"
 #include "Control/State/StateText.h"
-#include "Control/State/TerminalText.h"
+#include "Foundation/Text.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -22,17 +22,18 @@ using testing::SizeIs;
 constexpr char kEvilName[] = "evil\n\x1b[2J\u202Ename\xFF";
 
 SourceState source(const std::string& id, const std::string& name) {
-    return {
-        .source = {.id = id, .pid = 7, .name = name, .bundleID = id}, .settings = {}, .tapState = "running"};
+    return {.source = {.id = id, .pid = 7, .name = name, .bundleID = id},
+            .settings = {},
+            .tapState = TapState::running};
 }
 
-/// The system-wide entry, two players of one name and one of a name that is no good.
+/// The system-wide entry, two players with the same name and one with a malicious name.
 RunningState exampleState() {
-    RunningState state{.version = "1.2.3", .permission = "authorized"};
+    RunningState state{.version = "1.2.3", .consent = Consent::allowed};
     state.sources = {
         {.source = {.id = std::string(kSystemSourceID), .pid = {}, .name = "System", .bundleID = {}},
          .settings = {.bandGains = {-2, -1, 0, 2, 4, 4, 2, 0}, .volume = 0.5},
-         .tapState = "none"},
+         .tapState = TapState::none},
         source("org.a", "Player"),
         source("org.b", "Player"),
         source("org.c", "Browser"),
@@ -82,7 +83,7 @@ std::vector<std::string> lines(const std::string& text) {
     return all;
 }
 
-// Words
+// Lookup
 
 TEST(Lookup, FindsASourceByItsIDOrByANameThatItAloneHas) {
     const RunningState state = exampleState();
@@ -136,7 +137,7 @@ TEST(Lookup, FindsAnOutputByUIDNameOrAuto) {
     EXPECT_THAT(refusal([&] { findOutputUID(state, "attic"); }), HasSubstr("no output"));
 }
 
-// For people
+// Human-readable output
 
 TEST(StateText, AlignsItsColumnsWhateverTheNamesAre) {
     RunningState state = exampleState();
@@ -164,7 +165,7 @@ TEST(StateText, SaysWhatEachSourceSoundsLike) {
 TEST(StateText, SaysWhyNothingIsEqualized) {
     RunningState state = exampleState();
     state.isProcessingEnabled = false;
-    state.permission = "denied";
+    state.consent = Consent::denied;
     state.sources[3].settings.isBypassed = true;
     const std::string text = statusText(state);
     EXPECT_THAT(text, AllOf(HasSubstr("is off."), HasSubstr("denied"), HasSubstr("vello permission allow"),
@@ -197,7 +198,7 @@ TEST(StateText, SaysWhenNothingIsLeftAsItIs) {
 TEST(StateText, ShowsADownmixAndATapThatIsNotConnected) {
     RunningState state = exampleState();
     state.sources[3].settings.downmixesSurround = true;
-    state.sources[3].tapState = "connecting";
+    state.sources[3].tapState = TapState::connecting;
     EXPECT_THAT(lines(statusText(state))[6], AllOf(HasSubstr("Phones, downmixed"), HasSubstr("connecting")));
 }
 
@@ -236,7 +237,7 @@ TEST(TerminalText, KeepsPilesOfMarksLow) {
     EXPECT_LE(terminalText(pile).size(), 16U);
 }
 
-// For programs
+// Machine-readable output
 
 TEST(StateJSON, HasEveryKeyInOneLine) {
     const std::string text = statusJSON(exampleState());
@@ -278,7 +279,7 @@ TEST(StateJSON, ListsExemptStreamsWhereTheyAreTold) {
 TEST(StateJSON, TellsOfADownmixAndNoLevelOfATapThatIsNotConnected) {
     RunningState state = exampleState();
     state.sources[3].settings.downmixesSurround = true;
-    state.sources[3].tapState = "connecting";
+    state.sources[3].tapState = TapState::connecting;
     const auto json = nlohmann::json::parse(statusJSON(state));
     EXPECT_EQ(json["sources"][3]["settings"]["downmixesSurround"], true);
     EXPECT_EQ(json["sources"][3]["tap"], "connecting");

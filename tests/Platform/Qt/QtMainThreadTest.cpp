@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 class QtMainThreadTest : public testing::Test {
 protected:
-    /// Runs the event loop until `isDone`, at most 10 s. False: it was not done by then.
+    /// Runs the event loop until `isDone`, for at most 10 s. Returns false on timeout.
     bool runUntil(const std::function<bool()>& isDone) {
         bool isLate = false;
         QTimer deadline;
@@ -96,6 +96,24 @@ TEST_F(QtMainThreadTest, TheShorterDelayComesFirst) {
     const auto first = mainThread_->after(1ms, [&] { calls_.push_back(1); });
     ASSERT_TRUE(runUntil([this] { return calls_.size() == 2; }));
     EXPECT_THAT(calls_, ElementsAre(1, 2));
+}
+
+TEST_F(QtMainThreadTest, AnActionThatIsPostedAgainAndAgainLeavesTimersTheirTurn) {
+    bool isOver = false;
+    std::function<void()> again = [&] {
+        if (!isOver)
+            mainThread_->post(again);
+    };
+    again();
+    const auto task = mainThread_->after(1ms, [&] { isOver = true; });
+    EXPECT_TRUE(runUntil([&] { return isOver; }));
+}
+
+TEST_F(QtMainThreadTest, AnActionIsDestroyedOnceItHasRun) {
+    const auto owned = std::make_shared<int>(0);
+    const auto task = mainThread_->after(0ms, [this, owned] { calls_.push_back(*owned); });
+    ASSERT_TRUE(runUntil([this] { return !calls_.empty(); }));
+    EXPECT_EQ(owned.use_count(), 1);
 }
 
 TEST_F(QtMainThreadTest, DroppingTheHandleCancels) {

@@ -11,7 +11,7 @@
 namespace vello {
 namespace {
 
-/// Widgets that draw nowhere.
+/// Uses the offscreen platform: nothing is displayed.
 class ConsentQuestionTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {

@@ -28,7 +28,7 @@ TEST_F(ClosingPressTest, KnowsAnActivationThatComesWhenTheButtonIsLetGo) {
 
 TEST_F(ClosingPressTest, TakesOneActivationAlsoWhenTheNextPressComesBeforeItIsTold) {
     press_.released(kStart + milliseconds(50));
-    press_.released(kStart + milliseconds(250)); // of the next click, which closes nothing
+    press_.released(kStart + milliseconds(250)); // release of the next click, which closes nothing
     EXPECT_TRUE(press_.takeActivation(kStart + milliseconds(260), true));
     EXPECT_FALSE(press_.takeActivation(kStart + milliseconds(270), true));
 }

@@ -14,7 +14,7 @@ void PrintTo(const PanelPoint& point, std::ostream* out) {
 
 namespace {
 
-/// A screen of 1920 x 1080 with a bar of 30 at the top, or the bottom, or 60 at a side.
+/// A screen of 1920 x 1080 with a bar of 30 points at the top or bottom, or 60 at a side.
 const PanelRectangle kUnderTopBar{0, 30, 1920, 1050};
 const PanelRectangle kOverBottomBar{0, 0, 1920, 1050};
 const PanelRectangle kBesideLeftBar{60, 0, 1860, 1080};

@@ -11,10 +11,10 @@
 namespace vello {
 namespace {
 
-/// Of the title, of the cards, and of what moves inside a card.
+/// The springs of the title, of the cards, and of the contents of a card.
 constexpr Spring kSprings[] = {{0.256, 1.0}, {0.26, 0.85}, {0.3, 1.0}, {0.25, 1.0}, {0.2, 1.0}};
 
-/// The way from 0 to 1, integrated from the equation of motion in small steps: knows no closed form.
+/// The motion from 0 to 1, integrated numerically from the equation of motion, without the closed form.
 double integrated(Spring spring, double time) {
     const double w = 2.0 * std::numbers::pi / spring.response;
     const int steps = 200000;
@@ -91,7 +91,7 @@ TEST(SpringMotionTest, TakesItsVelocityAlongToANewTarget) {
     motion.retarget(0.0, {0.256, 1.0}, 0.07);
     EXPECT_NEAR(motion.value(0.07), value, 1e-12);
     EXPECT_NEAR(motion.velocity(0.07), velocity, 1e-9);
-    // It goes on upwards first, and turns only then.
+    // It first moves further up, and only then turns.
     EXPECT_GT(motion.value(0.075), value);
     EXPECT_NEAR(motion.value(2.0), 0.0, 1e-9);
 }

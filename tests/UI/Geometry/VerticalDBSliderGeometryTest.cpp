@@ -11,12 +11,12 @@ namespace {
 
 const VerticalDBSliderGeometry kSlider;
 
-/// A gain of the slider's range, in steps of a hundredth.
+/// A gain within the slider's range, in steps of 0.01 dB.
 rc::Gen<double> gains() {
     return rc::gen::map(rc::gen::inRange(-1200, 1201), [](int hundredths) { return hundredths / 100.0; });
 }
 
-/// A pointer on the slider or up to its height beyond either end.
+/// A pointer on the slider, or up to its height beyond either end.
 rc::Gen<double> pointerPositions() {
     return rc::gen::map(rc::gen::inRange(-1320, 2640), [](int tenths) { return tenths / 10.0; });
 }
@@ -74,7 +74,7 @@ TEST(VerticalDBSliderGeometryTest, SetsTheGainUnderThePointer) {
 TEST(VerticalDBSliderGeometryTest, SnapsBelowSixTenthsOfADecibelOnly) {
     EXPECT_EQ(kSlider.draggedGain(kSlider.position(0.59)), 0.0);
     EXPECT_EQ(kSlider.draggedGain(kSlider.position(-0.59)), 0.0);
-    // Ranges in which the pointer's gain is exact in binary, so that the bound itself is met.
+    // In these ranges the pointer's gain is exact in binary, so the bound itself is reached.
     const VerticalDBSliderGeometry exact{.height = 16.0, .lower = -8.0, .upper = 8.0, .zeroSnapWindow = 1.0};
     EXPECT_EQ(exact.draggedGain(7.0), 1.0);
     EXPECT_EQ(exact.draggedGain(9.0), -1.0);
@@ -110,7 +110,7 @@ RC_GTEST_PROP(VerticalDBSliderGeometryTest, StaysInRangeWhereverThePointerIs, ()
 
 RC_GTEST_PROP(VerticalDBSliderGeometryTest, ReturnsTheGainWhosePositionIsPointedAt, ()) {
     const double gain = *gains();
-    RC_PRE(std::abs(std::abs(gain) - 0.6) > 1e-6); // the way through the position rounds
+    RC_PRE(std::abs(std::abs(gain) - 0.6) > 1e-6); // rounding on the way through the position
     const double expected = std::abs(gain) < 0.6 ? 0.0 : gain;
     RC_ASSERT(std::abs(kSlider.draggedGain(kSlider.position(gain)) - expected) < 1e-9);
 }

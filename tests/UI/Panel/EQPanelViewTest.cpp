@@ -132,7 +132,7 @@ TEST_F(EQPanelViewTest, StandsEightEqualColumnsBesideTheScale) {
     const QRectF label = place(showing(QStringLiteral("500")));
     EXPECT_EQ(label.height(), 12.0);
     EXPECT_EQ(label.top() - place(slider).bottom(), 4.0);
-    EXPECT_NEAR(place(slider).center().x(), label.center().x(), 0.5); // both stand on whole pixels
+    EXPECT_NEAR(place(slider).center().x(), label.center().x(), 0.5); // both are aligned to whole pixels
 }
 
 TEST_F(EQPanelViewTest, MarksTheScaleAtTopMiddleAndBottom) {
@@ -167,7 +167,7 @@ TEST_F(EQPanelViewTest, DrawsTrackMarkBarAndThumbAtTheirSizes) {
     EXPECT_EQ(layers[3]->y() + 19.5 / 2, 33.0);
     EXPECT_EQ(layers[3]->property("dotDiameter").toDouble(), 6.0);
     for (const QQuickItem* const layer : layers)
-        EXPECT_NEAR(layer->x() + layer->width() / 2, 13.0, 0.5); // it stands on whole pixels
+        EXPECT_NEAR(layer->x() + layer->width() / 2, 13.0, 0.5); // it is aligned to whole pixels
 }
 
 TEST_F(EQPanelViewTest, GrowsTheShadowOfAThumbThatIsDragged) {

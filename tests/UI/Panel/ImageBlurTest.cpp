@@ -12,7 +12,7 @@ struct Spread {
     double variance = 0.0;
 };
 
-/// Of the alpha along the middle row.
+/// Spread of the alpha along the middle row.
 Spread spread(const QImage& image) {
     Spread result;
     double moment = 0.0;

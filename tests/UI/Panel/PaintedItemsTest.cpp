@@ -40,7 +40,7 @@ bool isBlank(const QImage& image) {
     return inkIn(image, image.rect()) == 0;
 }
 
-/// A route's name in its viewport, in a window, since what cannot be seen does not move.
+/// A route's name in its viewport, in a window, because invisible items do not move.
 class MarqueeTextTest : public testing::Test {
 protected:
     MarqueeTextTest() {
@@ -84,7 +84,7 @@ TEST_F(MarqueeTextTest, IsWhereItsTimeHasBroughtIt) {
     text.setText(kLong);
     QElapsedTimer sinceAfter;
     sinceAfter.start();
-    qint64 earliest = 0; // ms that have passed at a move, at least
+    qint64 earliest = 0; // lower bound of the time at a move, in ms
     QObject::connect(&text, &MarqueeText::offsetChanged, [&] {
         EXPECT_LE(text.offset(), offsetAfter(earliest));
         EXPECT_GE(text.offset(), offsetAfter(sinceBefore.elapsed()));

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kStep{10};
 
-/// A line a change, for whoever drives the demo.
+/// Prints one line per change, for a program that drives the demo.
 void report(const PanelPresenter& presenter, const char* what) {
     const QQuickWindow& window = *presenter.window();
     const QRect surface = window.property("surface").toRectF().toAlignedRect().translated(window.position());
@@ -29,7 +29,7 @@ int run() {
                       scene.mainThread, VELLO_ICON_PROGRAM},
                      [] { QCoreApplication::quit(); });
     QObject::connect(&shell.presenter(), &PanelPresenter::visibleChanged, [&shell](bool isVisible) {
-        // A window is where it is once the window manager has placed it.
+        // The position is known once the window manager has placed the window.
         QTimer::singleShot(
             200, [&shell, isVisible] { report(shell.presenter(), isVisible ? "shown" : "hidden"); });
     });
@@ -46,7 +46,7 @@ int run() {
 } // namespace
 } // namespace vello
 
-/// The status item and the panel over a model that stands on fakes: to be looked at and operated.
+/// The status item and the panel on a model with fakes, to look at and to operate.
 int main(int argumentCount, char** arguments) {
     QApplication application(argumentCount, arguments);
     QApplication::setQuitOnLastWindowClosed(false);

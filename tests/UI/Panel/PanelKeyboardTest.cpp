@@ -10,14 +10,14 @@
 namespace vello {
 namespace {
 
-/// The panel without a pointer: by keyboard, and as a screen reader operates it.
+/// The panel without a pointer: operated by keyboard and as by a screen reader.
 class PanelKeyboardTest : public PanelQuickTest {
 protected:
     static QString nameOf(QObject* object) {
         QAccessibleInterface* const face = object ? QAccessible::queryAccessibleInterface(object) : nullptr;
         return face ? face->text(QAccessible::Name) : QString();
     }
-    /// What Tab reaches, in its order, from the panel's first control on.
+    /// The controls that Tab reaches, in order, starting at the panel's first control.
     QStringList tabOrder() {
         QStringList names;
         for (int count = 0; count < 50; ++count) {

@@ -11,7 +11,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// Sizes and places of what the panel consists of, in points.
+/// Sizes and positions of the panel's parts, in points.
 class PanelLayoutTest : public PanelQuickTest {
 protected:
     QRectF panel() { return place(only(QStringLiteral("MenuPanelView"))); }
@@ -26,7 +26,7 @@ protected:
     double radius(const QQuickItem& card) {
         return only(QStringLiteral("NimboGlassModifier"), &card).property("radius").toDouble();
     }
-    /// What stands in the line of the player's card, from its leading edge on.
+    /// The items in the header of the player's card, from its leading edge.
     std::vector<QQuickItem*> line() {
         const QQuickItem& row = only(QStringLiteral("AppRowView"), &playerCard());
         QList<QQuickItem*> items = all(QStringLiteral("RowLayout"), &row).front()->childItems();
@@ -51,7 +51,7 @@ double gapBelow(const QRectF& above, const QRectF& below) {
     return below.top() - above.bottom();
 }
 
-/// Of the only spring that belongs to the item itself.
+/// Parameters of the only spring that belongs to the item itself.
 std::pair<double, double> spring(const QQuickItem& item) {
     const auto springs = item.findChildren<SpringFollower*>(Qt::FindDirectChildrenOnly);
     if (springs.size() != 1)
@@ -68,7 +68,7 @@ TEST_F(PanelLayoutTest, StacksHeaderListAndFooterTenPointsApartWithinTwelve) {
     EXPECT_EQ(header().width(), 320.0);
     EXPECT_EQ(gapBelow(place(header()), list), 10.0);
     EXPECT_EQ(gapBelow(list, place(footer())), 10.0);
-    EXPECT_NEAR(panel().bottom() - place(footer()).bottom(), 12.0, 1.0); // the panel ends at a whole pixel
+    EXPECT_NEAR(panel().bottom() - place(footer()).bottom(), 12.0, 1.0); // it ends at a whole pixel
 }
 
 TEST_F(PanelLayoutTest, CentresTheTitleBetweenTwoSlots) {
@@ -89,7 +89,7 @@ TEST_F(PanelLayoutTest, CentresTheTitleBetweenTwoSlots) {
 }
 
 TEST_F(PanelLayoutTest, KeepsTheTitleInTheMiddleWithoutTheMasterSwitch) {
-    scene.authorization.answer = FakeCaptureAuthorization::denied;
+    scene.authorization.answer = Consent::denied;
     open();
     EXPECT_FALSE(scene.named(QStringLiteral("Equalizing enabled")));
     EXPECT_EQ(place(item(QStringLiteral("VELLO"))).center().x(), place(header()).center().x());
@@ -140,11 +140,11 @@ TEST_F(PanelLayoutTest, PutsTenPointsBetweenThePartsOfALine) {
     const auto parts = line();
     ASSERT_EQ(parts.size(), 7U);
     EXPECT_EQ(parts[0]->size(), QSizeF(22.0, 22.0));
-    EXPECT_GE(parts[2]->width(), 8.0); // the room between the name and what stands at the other edge
+    EXPECT_GE(parts[2]->width(), 8.0); // space between the name and the items at the other edge
     EXPECT_EQ(parts[3]->width(), 72.0);
     EXPECT_EQ(parts[4]->size(), QSizeF(36.0, 4.0));
     for (std::size_t index = 1; index < parts.size(); ++index) {
-        const double padding = index == 4 ? 4.0 : 0.0; // behind the route
+        const double padding = index == 4 ? 4.0 : 0.0; // after the route
         EXPECT_NEAR(place(*parts[index]).left() - place(*parts[index - 1]).right(), 10.0 + padding, 1e-9)
             << index;
     }

@@ -198,7 +198,7 @@ TEST_F(PanelModelTest, ReadsMetersOnlyWhileThePanelIsShown) {
 }
 
 TEST_F(PanelModelTest, LooksAgainAtWhatTheSystemAllowsWhenItIsShown) {
-    scene.authorization.answer = FakeCaptureAuthorization::denied;
+    scene.authorization.answer = Consent::denied;
     scene.loginItem.current = LoginItem::Status::enabled;
     EXPECT_TRUE(scene.model->isAuthorized());
     scene.model->setShown(true);

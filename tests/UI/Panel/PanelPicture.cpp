@@ -21,7 +21,7 @@ namespace {
 
 using Prepare = std::function<void(PanelScene&)>;
 
-/// Draws an application's icon and answers its file name.
+/// Draws an application's icon and returns its file name.
 std::string icon(const PanelScene& scene, const char* name, QRgb color) {
     QImage image(64, 64, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
@@ -53,7 +53,7 @@ void startPlaying(PanelScene& scene) {
 }
 
 void showLevels(PanelScene& scene) {
-    scene.mainThread.advance(std::chrono::seconds(2)); // taps follow their settings
+    scene.mainThread.advance(std::chrono::seconds(2)); // taps apply their settings
     scene.hearNoise(0.2);
     scene.setLevel("rhythmbox", 0.7F);
     scene.setLevel("videos with a rather long name of the window", 0.3F);
@@ -69,7 +69,7 @@ void openCard(PanelScene& scene, const std::vector<double>& gains) {
     showLevels(scene);
 }
 
-/// The button that a screen reader calls so.
+/// Presses the button with this accessible name.
 void press(PanelScene& scene, const char* name) {
     scene.settle();
     QMetaObject::invokeMethod(scene.named(QString::fromUtf8(name)), "clicked");
@@ -120,7 +120,7 @@ const std::map<std::string, Prepare> kScenes{
      }},
 };
 
-/// A window without a screen has no alpha: what lies behind the panel is drawn into it.
+/// A window without a screen has no alpha channel, so the background of the panel is drawn into the window.
 class Backdrop : public QQuickPaintedItem {
 public:
     Backdrop(QQuickWindow& window, const QString& name) : QQuickPaintedItem(window.contentItem()) {
@@ -140,9 +140,9 @@ int takePicture(const std::string& scene, const Appearance& appearance, const QS
                 const QString& behind) {
     const bool isOnboarding = scene == "onboarding" || scene == "denied";
     PanelScene panel(appearance,
-                     !isOnboarding       ? FakeCaptureAuthorization::allowed
-                     : scene == "denied" ? FakeCaptureAuthorization::denied
-                                         : FakeCaptureAuthorization::undecided,
+                     !isOnboarding       ? Consent::allowed
+                     : scene == "denied" ? Consent::denied
+                                         : Consent::undecided,
                      VELLO_ICON_PROGRAM);
     scene == "about" ? panel.openAbout() : panel.openPanel();
     const Backdrop backdrop(*panel.window, behind);
@@ -161,8 +161,8 @@ int takePicture(const std::string& scene, const Appearance& appearance, const QS
 } // namespace
 } // namespace vello
 
-/// panel_picture SCENE LOOK FILE.png [WALLPAPER]: how the panel looks, for the eye. LOOK is words of
-/// AppearanceWords, as in light-contrast-scale=1.5. The language is that of the environment.
+/// panel_picture SCENE LOOK FILE.png [WALLPAPER]: makes a picture of the panel for inspection. LOOK is a text
+/// for AppearanceWords, such as light-contrast-scale=1.5. The language is taken from the environment.
 int main(int argumentCount, char** arguments) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication application(argumentCount, arguments);
@@ -175,7 +175,7 @@ int main(int argumentCount, char** arguments) {
     for (const QString& complaint : look.complaints)
         std::fprintf(stderr, "%s\n", qPrintable(complaint));
     vello::Appearance appearance = look.choices.appearance();
-    appearance.isMotionReduced = true; // nothing is caught half way
+    appearance.isMotionReduced = true; // no animation is caught halfway
     const char* const behind = argumentCount == 5 ? arguments[4] : appearance.isDark ? "dusk" : "dawn";
     return vello::takePicture(arguments[1], appearance, QString::fromLocal8Bit(arguments[3]),
                               QString::fromLocal8Bit(behind));

@@ -6,7 +6,7 @@
 namespace vello {
 namespace {
 
-/// Every text that `item` and what is in it show.
+/// All texts shown by `item` and its children.
 QStringList shownTexts(const QQuickItem& item) {
     QStringList texts;
     if (!item.isVisible())
@@ -213,7 +213,7 @@ TEST_F(PanelQuickTest, GrowsWithItsListAndScrollsBeyondItsBound) {
     for (int number = 6; number < 30; ++number)
         scene.play(200 + number, "App " + std::to_string(number));
     scene.settle();
-    // Four cards were 176 points high.
+    // The height of four cards was 176 points.
     EXPECT_EQ(panel.height(), withThree - 176.0 + 460.0);
 }
 
@@ -222,7 +222,7 @@ protected:
     void TearDown() override { EXPECT_TRUE(scene.qmlWarnings.isEmpty()); }
 
     VirtualFrames frames;
-    PanelScene scene{{}, FakeCaptureAuthorization::undecided};
+    PanelScene scene{{}, Consent::undecided};
 };
 
 TEST_F(PanelWithoutConsentTest, OffersToAllowTheCapture) {
@@ -234,7 +234,7 @@ TEST_F(PanelWithoutConsentTest, OffersToAllowTheCapture) {
     ASSERT_TRUE(allow);
     QTest::mouseClick(scene.window, Qt::LeftButton, {}, allow->mapToScene({10, 10}).toPoint());
     ASSERT_EQ(scene.authorization.openRequests.size(), 1U);
-    scene.authorization.answer = FakeCaptureAuthorization::allowed;
+    scene.authorization.answer = Consent::allowed;
     scene.authorization.openRequests[0](true);
     scene.mainThread.runPosted();
     scene.settle();
@@ -243,7 +243,7 @@ TEST_F(PanelWithoutConsentTest, OffersToAllowTheCapture) {
 }
 
 TEST_F(PanelWithoutConsentTest, LeadsToTheSettingsOnceItIsDenied) {
-    scene.authorization.answer = FakeCaptureAuthorization::denied;
+    scene.authorization.answer = Consent::denied;
     scene.openPanel();
     scene.settle();
     EXPECT_FALSE(scene.named(QStringLiteral("Allow Access")));
@@ -261,7 +261,7 @@ TEST_F(PanelWithoutConsentTest, AsksInWordsThatNameNoOtherSystem) {
 }
 
 TEST_F(PanelWithoutConsentTest, SaysInWordsThatNameNoOtherSystemWhatADenialNeeds) {
-    scene.authorization.answer = FakeCaptureAuthorization::denied;
+    scene.authorization.answer = Consent::denied;
     scene.openPanel();
     scene.settle();
     const QStringList texts = shownTexts(*scene.window->contentItem());

@@ -15,11 +15,11 @@
 
 namespace vello {
 
-/// The panel as it is drawn and operated. A complaint of the QML engine fails the test.
+/// The panel, rendered and operated. A warning of the QML engine fails the test.
 class PanelQuickTest : public testing::Test {
 protected:
     explicit PanelQuickTest(const std::filesystem::path& iconProgram = {})
-        : scene({}, FakeCaptureAuthorization::allowed, iconProgram) {}
+        : scene({}, Consent::allowed, iconProgram) {}
     void TearDown() override {
         for (const QString& warning : scene.qmlWarnings)
             ADD_FAILURE() << qPrintable(warning);
@@ -52,7 +52,7 @@ protected:
         open();
         click(playerRow());
     }
-    /// The visible items of a type within `root` (by default: the window), in the order of the tree.
+    /// The visible items of a type below `root` (default: the window), in tree order.
     std::vector<QQuickItem*> all(const QString& type, const QQuickItem* root = nullptr) const {
         std::vector<QQuickItem*> found;
         collect(type, root ? *root : *scene.window->contentItem(), found);
@@ -64,14 +64,14 @@ protected:
             throw std::runtime_error(std::to_string(found.size()) + " of type " + type.toStdString());
         return *found.front();
     }
-    /// The visible item within `root` that shows this text.
+    /// The visible item below `root` that shows this text.
     QQuickItem& showing(const QString& text, const QQuickItem* root = nullptr) const {
         for (QQuickItem* const item : all(QStringLiteral("Text"), root))
             if (item->property("text").toString() == text)
                 return *item;
         throw std::runtime_error("nothing shows " + text.toStdString());
     }
-    /// In points of the window.
+    /// The item's rectangle in points of the window.
     static QRectF place(const QQuickItem& item) {
         return item.mapRectToScene({0.0, 0.0, item.width(), item.height()});
     }
@@ -82,7 +82,7 @@ protected:
     PanelScene scene;
 
 private:
-    /// The name of a type, or of the type that an item was made of.
+    /// The name of a type, or of the type of an item.
     static QString typeOf(const QQuickItem& item) {
         QString name =
             QString::fromLatin1(item.metaObject()->className()).section(QStringLiteral("_QML"), 0, 0);

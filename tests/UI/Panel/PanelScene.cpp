@@ -50,7 +50,8 @@ QQuickItem* findNamed(QQuickItem* item, const QString& name) {
 
 } // namespace
 
-PanelScene::PanelScene(const Appearance& appearance, int consent, const std::filesystem::path& iconProgram)
+PanelScene::PanelScene(const Appearance& appearance, Consent consent,
+                       const std::filesystem::path& iconProgram)
     : icons(applications, iconProgram), theme(appearance) {
     hardware.setDefaultOutputDevice(hardware.addDevice({.uid = "speakers", .name = "Built-in Speakers"}));
     hardware.addDevice({.uid = "headphones", .name = "Studio Headphones"});
@@ -169,7 +170,7 @@ void PanelScene::settle() {
     const auto isStill = [this] { return !hasMovingSpring(*window->contentItem()); };
     await("every spring to rest", isStill);
     await("every icon to be found or not", [this] { return !icons.isLooking(); });
-    if (!window->isVisible()) // nothing is drawn then
+    if (!window->isVisible()) // a hidden window is not rendered
         return;
     await("the window to be exposed", [this] { return window->isExposed(); });
     bool hasDrawn = false;

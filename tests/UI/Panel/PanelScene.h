@@ -33,34 +33,34 @@
 
 namespace vello {
 
-/// The panel on the real model, which stands on fakes. The model's clock moves only when the test says so.
+/// The panel on the real model, on top of fakes. The model's clock moves only when the test advances it.
 class PanelScene {
 public:
-    /// `consent` is an answer of FakeCaptureAuthorization. Without `iconProgram` no application has an icon.
-    explicit PanelScene(const Appearance& appearance = {}, int consent = FakeCaptureAuthorization::allowed,
+    /// Without `iconProgram` no application has an icon.
+    explicit PanelScene(const Appearance& appearance = {}, Consent consent = Consent::allowed,
                         const std::filesystem::path& iconProgram = {});
     ~PanelScene();
 
-    /// An application begins to play; its id is its name in lower case.
+    /// An application starts to play; its ID is its name in lower case.
     void play(std::int32_t pid, const std::string& name, const std::string& iconName = {});
-    /// Every tap hears `seconds` of noise that is louder in its low bands.
+    /// Feeds every tap with `seconds` of noise that is louder in its low bands.
     void hearNoise(double seconds);
-    /// Every tap hears `seconds` of a drum that is hit so often.
+    /// Feeds every tap with `seconds` of drum hits at this tempo.
     void hearBeats(double beatsPerMinute, double seconds);
     void setLevel(const std::string& sourceID, float level) const;
-    /// Moves the model's clock on by one tick of the meters.
+    /// Advances the model's clock by one tick of the meters.
     void tickMeters();
 
     SourceItem* item(const std::string& sourceID);
-    /// The first item below the window's content that a screen reader calls so; null when there is none.
+    /// The first item below the window's content with this accessible name; null when there is none.
     QQuickItem* named(const QString& accessibleName) const;
 
-    /// Makes the root of `component` of the QML module, with `properties`.
+    /// Creates the root of `component` of the QML module, with `properties`.
     QQuickWindow* openWindow(const QString& component, const QVariantMap& properties);
     QQuickWindow* openPanel();
     QQuickWindow* openAbout();
-    /// No spring moves, and the window has drawn what there is, unless it is hidden. Throws when that does
-    /// not come to pass in time.
+    /// Waits until no spring moves and the window, unless hidden, has rendered the current state. Throws on
+    /// timeout.
     void settle();
     QImage picture();
 
@@ -81,13 +81,13 @@ public:
     Theme theme;
     std::unique_ptr<PanelModel> model;
     std::unique_ptr<PanelEngine> engine;
-    QQuickWindow* window = nullptr; ///< belongs to the scene
+    QQuickWindow* window = nullptr; ///< owned by the scene
     QStringList qmlWarnings;
 
 private:
-    /// Throws, naming `what`, when it is not met in time.
+    /// Throws an error that names `what` on timeout.
     static void await(const char* what, const std::function<bool()>& isMet);
-    /// Every tap hears these samples, on both channels.
+    /// Feeds every tap with these samples on both channels.
     void hear(const std::vector<float>& samples);
 
     std::mt19937 random_{7};

@@ -14,7 +14,7 @@
 namespace vello {
 namespace {
 
-/// Frames that come when the test says so.
+/// Frames that the test triggers.
 class SteppedFrames : public QAnimationDriver {
 public:
     SteppedFrames() { install(); }
@@ -22,7 +22,7 @@ public:
 
     qint64 elapsed() const override { return elapsed_; }
     void step(int milliseconds) {
-        QCoreApplication::processEvents(); // what has begun since is among the animations
+        QCoreApplication::processEvents(); // includes animations that have just started
         elapsed_ += milliseconds;
         advanceAnimation();
     }
@@ -34,7 +34,7 @@ private:
 constexpr int kFrame = 16; // ms
 constexpr double kTolerance = 0.005;
 
-/// The way from 0 to 1, as a formula.
+/// The motion from 0 to 1 as a formula.
 double sprung(double seconds, double response, double dampingFraction) {
     const double w = 2.0 * std::numbers::pi / response;
     if (dampingFraction == 1.0)
@@ -44,7 +44,7 @@ double sprung(double seconds, double response, double dampingFraction) {
                      (std::cos(damped * seconds) + dampingFraction * w / damped * std::sin(damped * seconds));
 }
 
-/// A damped spring, computed in small steps from its equation of motion.
+/// A damped spring, integrated from its equation of motion in small steps.
 struct SteppedSpring {
     double response;
     double dampingFraction;
@@ -63,7 +63,7 @@ struct SteppedSpring {
     }
 };
 
-/// Ticks with every frame, after the animations that were there before it.
+/// Ticks with every frame, after the animations that were started before it.
 class FrameClock : public QAbstractAnimation {
 public:
     using OnFrame = std::function<void(double seconds)>;
@@ -82,7 +82,7 @@ class SpringFollowerTest : public testing::Test {
 protected:
     SteppedFrames frames;
     SpringFollower follower;
-    FrameClock clock; ///< to be started with a motion, tells how long it takes
+    FrameClock clock; ///< started with a motion, measures its duration
 };
 
 TEST_F(SpringFollowerTest, StartsAtItsFirstTarget) {

@@ -4,10 +4,10 @@
 namespace vello {
 namespace {
 
-/// The screens that explain: the request for consent, and About.
+/// The static screens: the request for consent and About.
 class StaticScreensTest : public PanelQuickTest {
 protected:
-    void openWith(int consent) {
+    void openWith(Consent consent) {
         scene.authorization.answer = consent;
         open();
     }
@@ -15,7 +15,7 @@ protected:
         scene.openAbout();
         scene.settle();
     }
-    /// Of what follows each other in a stack.
+    /// Gaps between consecutive items of a stack.
     static std::vector<double> gaps(const QQuickItem& stack) {
         std::vector<double> found;
         double bottom = -1.0;
@@ -34,7 +34,7 @@ protected:
 };
 
 TEST_F(StaticScreensTest, StacksTheRequestFourteenPointsApart) {
-    openWith(FakeCaptureAuthorization::denied);
+    openWith(Consent::denied);
     const QQuickItem& screen = only(QStringLiteral("PermissionOnboardingView"));
     EXPECT_EQ(screen.width(), 320.0);
     const auto between = gaps(screen);
@@ -49,7 +49,7 @@ TEST_F(StaticScreensTest, StacksTheRequestFourteenPointsApart) {
 }
 
 TEST_F(StaticScreensTest, ExplainsTheRequestOnAtMost236Points) {
-    openWith(FakeCaptureAuthorization::undecided);
+    openWith(Consent::undecided);
     const QQuickItem& title = item(QStringLiteral("VELLO needs System Audio access"));
     EXPECT_EQ(gaps(*title.parentItem()), std::vector<double>{6.0});
     const QQuickItem& explanation = *title.parentItem()->childItems()[1];

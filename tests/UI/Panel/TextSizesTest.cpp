@@ -14,7 +14,7 @@ std::string nameOf(const testing::TestParamInfo<Language>& info) {
                                               : "English";
 }
 
-/// The panel with most to show, in each language and at each size of texts.
+/// The panel with as much content as possible, in each language and at each text size.
 class TextSizesTest : public PanelQuickTest, public testing::WithParamInterface<Language> {
 protected:
     void SetUp() override { setLanguage(GetParam()); }
@@ -28,7 +28,7 @@ protected:
                           text.property("contentHeight").toDouble());
         return QRectF(place(text).center() - QPointF(size.width(), size.height()) / 2.0, size);
     }
-    /// No text of the view is wider than its room, leaves the window's surface or touches another one.
+    /// Checks that no text of the view is truncated, leaves the window's surface or overlaps another one.
     void expectRoomForTexts(const QString& view, const QRectF& surface) {
         const std::vector<QQuickItem*> texts = all(QStringLiteral("Text"), &only(view));
         ASSERT_FALSE(texts.empty());
@@ -43,7 +43,7 @@ protected:
                     << said << " and " << texts[other]->property("text").toString().toStdString();
         }
     }
-    /// At each size, set while the window is open.
+    /// Runs `check` at each size, which is changed while the window is open.
     template <class Check> void atEachSize(Check check) {
         for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
             SCOPED_TRACE(scale);
@@ -64,7 +64,7 @@ TEST_P(TextSizesTest, HaveRoomInAnOpenCard) {
     EQSettings settings = scene.controller->settings("player");
     settings.bandGains.front() = 3.5;
     scene.controller->updateSettings(settings, "player");
-    scene.mainThread.advance(std::chrono::seconds(1)); // the tap follows its settings
+    scene.mainThread.advance(std::chrono::seconds(1)); // the tap applies its settings
     scene.hearBeats(120.0, 6.0);
     scene.setLevel("player", 0.5F);
     scene.tickMeters();
@@ -96,10 +96,10 @@ TEST_P(TextSizesTest, HaveRoomInTheAboutWindow) {
 
 INSTANTIATE_TEST_SUITE_P(Languages, TextSizesTest, kLanguages, nameOf);
 
-/// While the panel asks for the consent.
+/// While the panel asks for consent.
 class DeniedTextSizesTest : public TextSizesTest {
 protected:
-    DeniedTextSizesTest() { scene.authorization.answer = FakeCaptureAuthorization::denied; }
+    DeniedTextSizesTest() { scene.authorization.answer = Consent::denied; }
 };
 
 TEST_P(DeniedTextSizesTest, HaveRoomInTheQuestionForTheConsent) {

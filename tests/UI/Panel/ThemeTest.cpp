@@ -28,7 +28,7 @@ std::string nameOf(const Appearance& look) {
     return name + (look.isTransparencyReduced ? " opaque" : "");
 }
 
-/// Of `ink` to the ground where it is hardest to read.
+/// Contrast of `ink` to the background where it is hardest to read.
 double worstContrast(const QColor& ink, const Theme& theme) {
     double worst = 21.0;
     for (const QColor& ground : theme.grounds())
@@ -36,7 +36,7 @@ double worstContrast(const QColor& ink, const Theme& theme) {
     return worst;
 }
 
-/// Those that desktops offer, and whatever else somebody may think of.
+/// Accents that desktops offer, and other colours that a user may choose.
 std::vector<QColor> accents() {
     std::vector<QColor> result{QColor(), Qt::white, Qt::black, Qt::yellow, QColor(0x35, 0x84, 0xe4)};
     std::mt19937 random(5);

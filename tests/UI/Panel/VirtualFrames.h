@@ -8,9 +8,9 @@
 
 namespace vello {
 
-/// The time of all animations while it lives: it moves by one frame each time that the event loop comes
-/// round, and never by itself. So a motion goes through the same frames as at a screen, the same ones every
-/// time, but takes no time. One at a time, on the main thread.
+/// Controls the time of all animations during its lifetime: each iteration of the event loop advances it by
+/// one frame. A motion thus goes through the same frames as on a screen, always the same ones, without taking
+/// real time. Only one instance at a time, on the main thread.
 class VirtualFrames : public QAnimationDriver {
 public:
     static constexpr std::chrono::milliseconds frame{16};
@@ -18,7 +18,7 @@ public:
     VirtualFrames() { install(); }
     ~VirtualFrames() override { uninstall(); }
 
-    /// Since the animations that run set out.
+    /// Since the start of the running animations.
     qint64 elapsed() const override { return elapsed_.count(); }
 
 protected:

@@ -7,7 +7,7 @@
 
 namespace vello {
 
-/// What may lie behind the panel: "dusk", "dawn", "white", "black" or "busy" (many things of all colours, and
+/// A background for the panel: "dusk", "dawn", "white", "black" or "busy" (many objects in all colours, and
 /// lines of text). Null for another name.
 QImage wallpaper(const QString& name, QSize pixels);
 

@@ -17,7 +17,7 @@ namespace {
 const QString kPath = QStringLiteral("/Menu");
 const QString kInterface = QStringLiteral("com.canonical.dbusmenu");
 
-/// A line as the host understands it.
+/// A menu entry as decoded by the host.
 struct Line {
     int id = 0;
     QVariantMap properties = {};
@@ -194,7 +194,7 @@ TEST_F(DBusMenuTest, TellsThePropertiesOfTheLinesThatAreAskedFor) {
     EXPECT_EQ(label.arguments().first().value<QDBusVariant>().variant(), QStringLiteral("Open"));
 }
 
-/// Hears what the menu says of itself.
+/// Records the menu's change signals.
 class LayoutListener : public QObject {
     Q_OBJECT
 

@@ -8,8 +8,7 @@
 
 namespace vello {
 
-/// A window system that writes down what it is asked for. Its screen has two of its pixels to one of the
-/// toolkit's.
+/// A window system that records its calls. Its screen has two native pixels per logical pixel.
 class FakeWindowSystem : public WindowSystem {
 public:
     struct Limits {

@@ -4,7 +4,7 @@
 
 #include <clocale>
 
-/// Runs the tests of windows and menus where nothing is drawn.
+/// Runs the tests of windows and menus on the offscreen platform.
 int main(int argumentCount, char** arguments) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_FORCE_STDERR_LOGGING", "1");

@@ -13,7 +13,7 @@
 namespace vello {
 namespace {
 
-/// Below the top edge of the screen, near its middle.
+/// At the top edge of the screen, near its middle.
 const QRect kIcon(389, 0, 22, 22);
 
 class PanelPresenterTest : public testing::Test {
@@ -22,12 +22,12 @@ protected:
         presenter_.emplace(*scene_.model, scene_.theme, windows_, corner);
         return *presenter_;
     }
-    /// What people see of the window, on the screen.
+    /// The visible part of the window, in screen coordinates.
     QRect panel() const {
         const QQuickWindow& window = *presenter_->window();
         return window.property("surface").toRectF().toAlignedRect().translated(window.position());
     }
-    /// A whole click there, in the toolkit's pixels; on the item also what its host tells.
+    /// A complete click at `place`, in logical pixels; on the item also the activation that its host reports.
     void click(QPoint place, bool isOnItem = false) {
         emit windows_.buttonPressed(place * 2);
         emit windows_.buttonReleased();
@@ -116,9 +116,9 @@ TEST_F(PanelPresenterTest, CountsClicksThatAreFasterThanTheItemsHost) {
     presenter.show(kIcon);
     click(kIcon.center());
     click(kIcon.center());
-    presenter.toggle(kIcon); // the first
+    presenter.toggle(kIcon); // the first click
     EXPECT_FALSE(presenter.isPanelVisible());
-    presenter.toggle(kIcon); // the second
+    presenter.toggle(kIcon); // the second click
     EXPECT_TRUE(presenter.isPanelVisible());
 }
 

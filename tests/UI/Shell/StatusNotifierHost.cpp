@@ -58,7 +58,7 @@ QDBusMessage StatusNotifierBus::call(const QString& path, const QString& interfa
                                      const QVariantList& arguments) const {
     QDBusMessage message = QDBusMessage::createMethodCall(itemsSide_.baseService(), path, interface, method);
     message.setArguments(arguments);
-    // The other side lives in this thread.
+    // Asynchronous, because the other side runs in the same thread.
     const QDBusPendingCall pending = hostsSide_.asyncCall(message);
     if (!waitUntil([&pending] { return pending.isFinished(); }))
         throw std::runtime_error("no answer to " + method.toStdString());

@@ -15,8 +15,8 @@
 
 namespace vello {
 
-/// A watcher as panels bring it: takes items and writes down who came. Owns the watcher's name while it
-/// lives.
+/// A watcher as implemented by panels: accepts items and records them. Owns the watcher's bus name during its
+/// lifetime.
 class StatusNotifierWatcher : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
@@ -37,7 +37,7 @@ private:
     Mood mood_;
 };
 
-/// A bus of the test's own with a status item's side and its host's side.
+/// A private bus with the item's side and the host's side.
 class StatusNotifierBus {
 public:
     StatusNotifierBus();
@@ -46,15 +46,15 @@ public:
     const QDBusConnection& itemsSide() const { return itemsSide_; }
     const QDBusConnection& hostsSide() const { return hostsSide_; }
 
-    /// A watcher appears, and goes. A second one replaces the first at once.
+    /// Starts or stops a watcher. A second watcher replaces the first at once.
     StatusNotifierWatcher&
     startWatcher(StatusNotifierWatcher::Mood mood = StatusNotifierWatcher::Mood::takesItems);
     void stopWatcher() { watcher_.reset(); }
 
-    /// Calls the item's side as a host does, and returns the answer or the error.
+    /// Calls the item as a host does, and returns the reply or the error.
     QDBusMessage call(const QString& path, const QString& interface, const QString& method,
                       const QVariantList& arguments = {}) const;
-    /// A property of the item; invalid when there is none.
+    /// A property of the item; invalid when the property does not exist.
     QVariant property(const QString& path, const QString& interface, const QString& name) const;
 
 private:

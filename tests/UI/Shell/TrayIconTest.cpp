@@ -28,8 +28,8 @@ double contrast(const QColor& one, const QColor& other) {
     return (light + 0.05) / (dark + 0.05);
 }
 
-/// The share of the icon's square that stands out from a bar of this colour by 3 to 1 at least, what the
-/// accessibility guidelines ask of symbols.
+/// The share of the icon's square with a contrast of at least 3 to 1 to a bar of this colour, as the
+/// accessibility guidelines require for symbols.
 double visibleShare(const QIcon& icon, int size, const QColor& bar) {
     QImage image(size, size, QImage::Format_ARGB32);
     image.fill(bar);

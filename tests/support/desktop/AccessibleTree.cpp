@@ -13,7 +13,7 @@ constexpr char kAction[] = "org.a11y.atspi.Action";
 constexpr char kComponent[] = "org.a11y.atspi.Component";
 constexpr char kText[] = "org.a11y.atspi.Text";
 constexpr char kValue[] = "org.a11y.atspi.Value";
-constexpr unsigned kOnTheScreen = 0; ///< the coordinates asked for
+constexpr unsigned kOnTheScreen = 0; ///< the requested coordinate system
 
 std::string accessibilityBus(const Environment& session) {
     const BusClient bus(session.at("DBUS_SESSION_BUS_ADDRESS"));

@@ -12,14 +12,14 @@
 
 namespace vello::session {
 
-/// What a screen reader sees of one control.
+/// A control as a screen reader sees it.
 struct AccessibleElement {
     BusObject object = {};
     std::string role = {}; ///< "push button", "slider", ...
     std::string name = {};
 };
 
-/// The numbers that the accessibility bus gives to the states of a control.
+/// Numbers of the states of a control on the accessibility bus.
 enum class AccessibleState {
     checked = 4,
     enabled = 8,
@@ -29,29 +29,29 @@ enum class AccessibleState {
     showing = 25
 };
 
-/// The controls of the programs of a session, as a screen reader finds, reads and operates them. It asks the
-/// programs anew each time; all of it may throw std::runtime_error when a program goes away meanwhile.
+/// The controls of a session's programs, as a screen reader finds, reads and operates them. Every call
+/// queries the programs again. All functions may throw std::runtime_error when a program exits meanwhile.
 class AccessibleTree {
 public:
-    /// Of the programs in this session, whose accessibility bus runs.
+    /// For the programs in this session, whose accessibility bus must run.
     explicit AccessibleTree(const Environment& session);
 
-    /// Everything that the application shows on the screen now, an element before what is in it. Empty when
-    /// there is no application of that name.
+    /// All elements that the application currently shows on the screen, parents before children. Empty when
+    /// there is no application with that name.
     std::vector<AccessibleElement> elements(const std::string& application) const;
-    /// The first one on the screen of that role and name; any role when it is empty.
+    /// The first element on the screen with that role and name; an empty role matches any.
     std::optional<AccessibleElement> find(const std::string& application, const std::string& role,
                                           const std::string& name) const;
 
-    /// In pixels of the screen.
+    /// In screen pixels.
     QRect extents(const AccessibleElement& element) const;
     bool is(const AccessibleElement& element, AccessibleState state) const;
-    /// What it says beyond its name.
+    /// The element's accessible description.
     std::string description(const AccessibleElement& element) const;
-    /// Of a slider.
+    /// The value of a slider.
     double value(const AccessibleElement& element) const;
     void setValue(const AccessibleElement& element, double value) const;
-    /// The text in a field.
+    /// The text of a text field.
     std::string text(const AccessibleElement& element) const;
     std::vector<std::string> actions(const AccessibleElement& element) const;
     /// Throws when the element has no such action or refuses it.
@@ -66,7 +66,7 @@ private:
     BusClient bus_;
 };
 
-/// Everything on the screen in words, for the message of a failed test.
+/// All elements as text, for the message of a failed test.
 std::string describe(const std::vector<AccessibleElement>& elements);
 
 } // namespace vello::session

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint64_t kPatience = 5'000'000; // microseconds
 
-/// An error that a bus answered with; freed with the object.
+/// An error reply of a bus; freed with the object.
 struct Error {
     Error() = default;
     ~Error() { sd_bus_error_free(&error); }

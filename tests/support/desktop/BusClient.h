@@ -14,7 +14,7 @@ struct BusObject {
     std::string path = {};
 };
 
-/// A call or its answer. What an answer holds is read from front to back; reading what is not there throws
+/// A call or its reply. Values are read in order; reading a value that is not there throws
 /// std::runtime_error.
 class BusMessage {
 public:
@@ -26,10 +26,10 @@ public:
     unsigned bits();    ///< of type u
     double number();    ///< of type d
     bool flag();        ///< of type b
-    /// Goes into the container that comes next, as sd_bus_message_enter_container.
+    /// Enters the next container, like sd_bus_message_enter_container.
     void enter(char type, const char* contents);
     void leave();
-    /// Whether the container, or the message, has been read to its end.
+    /// Whether the container, or the message, has been read completely.
     bool isAtEnd() const;
 
     sd_bus_message* message() const { return message_.get(); }
@@ -43,13 +43,13 @@ private:
     std::unique_ptr<sd_bus_message, Release> message_;
 };
 
-/// A client of a bus that waits for every answer, for up to five seconds. Errors and missing answers are
-/// thrown as std::runtime_error. One thread only.
+/// A bus client that waits for every reply, for up to five seconds. Errors and timeouts are thrown as
+/// std::runtime_error. One thread only.
 class BusClient {
 public:
     explicit BusClient(const std::string& address);
 
-    /// `types` and `arguments` are as sd_bus_message_append takes them.
+    /// `types` and `arguments` are those of sd_bus_message_append.
     template <class... Arguments>
     BusMessage call(const BusObject& object, const std::string& interface, const std::string& member,
                     const char* types = "", Arguments... arguments) const {
@@ -58,7 +58,7 @@ public:
             check(sd_bus_message_append(call.message(), types, arguments...), member);
         return send(call, member);
     }
-    /// `type` is the property's.
+    /// `type` is the type of the property.
     BusMessage property(const BusObject& object, const std::string& interface, const std::string& name,
                         const char* type) const;
     bool hasOwner(const std::string& name) const;

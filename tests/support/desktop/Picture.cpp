@@ -7,12 +7,12 @@
 namespace vello::session {
 namespace {
 
-/// A pixel differs from another when some channel does by more than this.
-constexpr int visibleDifference = 24;
+/// Minimum difference in any channel for two pixels to count as different.
+constexpr int kVisibleDifference = 24;
 
 bool differs(QRgb one, QRgb other) {
     return std::max({std::abs(qRed(one) - qRed(other)), std::abs(qGreen(one) - qGreen(other)),
-                     std::abs(qBlue(one) - qBlue(other))}) > visibleDifference;
+                     std::abs(qBlue(one) - qBlue(other))}) > kVisibleDifference;
 }
 
 } // namespace

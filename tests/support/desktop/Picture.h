@@ -6,7 +6,7 @@
 
 namespace vello::session {
 
-/// The smallest rectangle around everything that visibly differs from the top left pixel.
+/// The smallest rectangle around all pixels that visibly differ from the top left pixel.
 QRect drawnOn(const QImage& picture);
 
 } // namespace vello::session

@@ -12,9 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Windows get the keyboard when they appear and when they are clicked; a click on the empty desktop does
-/// nothing.
-constexpr char windowManagerConfiguration[] = R"(<?xml version="1.0" encoding="UTF-8"?>
+/// Windows get the keyboard focus when they appear and when they are clicked. A click on the empty desktop
+/// does nothing.
+constexpr char kWindowManagerConfiguration[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 <openbox_config xmlns="http://openbox.org/3.4/rc">
   <focus><focusNew>yes</focusNew><focusLast>yes</focusLast><followMouse>no</followMouse></focus>
   <theme><animateIconify>no</animateIconify></theme>
@@ -34,7 +34,7 @@ Environment desktopEnvironment(Environment environment, const std::string& scree
         {"DISPLAY", screen},
         {"XDG_SESSION_TYPE", "x11"},
         {"QT_QPA_PLATFORM", "xcb"},
-        {"QSG_RENDER_LOOP", "basic"}, // the threaded one runs unthrottled without a display's clock
+        {"QSG_RENDER_LOOP", "basic"}, // the threaded loop is not throttled without vertical sync
         {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"},
         {"QT_FORCE_STDERR_LOGGING", "1"},
         {"QT_MESSAGE_PATTERN", "[qt %{type}] %{message}"},
@@ -78,7 +78,7 @@ void PrivateDesktop::startAccessibility() {
 
 void PrivateDesktop::startWindowManager() {
     const auto file = folder_ / "openbox.xml";
-    std::ofstream(file) << windowManagerConfiguration;
+    std::ofstream(file) << kWindowManagerConfiguration;
     windowManager_ = start("openbox", {"openbox", "--sm-disable", "--config-file", file.string()});
     require([this] { return screen_.hasWindowManager(); }, "the window manager");
 }
@@ -94,7 +94,7 @@ void PrivateDesktop::startTrayHost(TrayHost host) {
             return takesIcons && std::ranges::any_of(windows, [](const ScreenWindow& window) {
                        return window.isVisible && window.area.top() == 0 &&
                               window.area.width() == PrivateScreen::width &&
-                              window.area.height() == barHeight;
+                              window.area.height() == kBarHeight;
                    });
         },
         name(host));
@@ -105,8 +105,8 @@ void PrivateDesktop::stopTrayHost() {
 }
 
 QRect PrivateDesktop::trayIcons() const {
-    // Not the very edges, where a host may draw a border.
-    constexpr QRect bar(2, 3, PrivateScreen::width - 4, barHeight - 6);
+    // Excludes the edges, where a host may draw a border.
+    constexpr QRect bar(2, 3, PrivateScreen::width - 4, kBarHeight - 6);
     const QRect icons = drawnOn(screen_.picture(bar));
     return icons.isEmpty() ? QRect() : icons.translated(bar.topLeft());
 }

@@ -12,37 +12,37 @@
 
 namespace vello::session {
 
-/// A desktop of the test's own in a session of its own: a screen, a window manager (openbox), the bus of the
-/// screen readers, and a tray host. Everything ends with the object.
+/// A private desktop in a private session: a screen, a window manager (openbox), the accessibility bus, and a
+/// tray host. Everything ends with the object.
 ///
-/// Nothing of the user's own desktop is seen or touched. One thread only.
+/// The user's own desktop is neither visible to it nor affected. One thread only.
 class PrivateDesktop {
 public:
-    /// `session` is the environment of a session with a bus that runs, a PrivateAudioSession's or a
-    /// PrivateBus's; both outlive the desktop. Logs go to `folder`. Returns when all of it works; throws
-    /// std::runtime_error with what the programs say when that takes longer than ten seconds.
+    /// `session` is the environment of a session with a running bus, of a PrivateAudioSession or a
+    /// PrivateBus, which must outlive the desktop. Logs are written to `folder`. Returns when everything
+    /// works; throws std::runtime_error with the programs' output after ten seconds.
     PrivateDesktop(const Environment& session, std::filesystem::path folder,
                    TrayHost trayHost = TrayHost::xfcePanel);
 
-    /// For programs that are to show themselves on this desktop.
+    /// For programs that show windows on this desktop.
     const Environment& environment() const { return environment_; }
-    /// Starts a program there; its output lands in the file `name`.log of the folder.
+    /// Starts a program on the desktop; its output is written to the file `name`.log in the folder.
     std::unique_ptr<ChildProcess> start(const std::string& name,
                                         const std::vector<std::string>& arguments) const;
 
     PrivateScreen& screen() { return screen_; }
     const AccessibleTree& accessibleTree() const { return *accessibleTree_; }
 
-    /// Returns when it takes icons, or throws as the constructor does.
+    /// Returns when the host accepts icons; throws like the constructor.
     void startTrayHost(TrayHost host);
-    /// Kills it the hard way.
+    /// Kills the host.
     void stopTrayHost();
-    /// What the icons in the tray cover of the screen; empty when there is none. The bar must be in sight.
+    /// The area that the tray's icons cover on the screen; empty without icons. The bar must be visible.
     QRect trayIcons() const;
-    /// Waits until there is an icon that has come to rest; throws std::runtime_error when there is none.
+    /// Waits until there is an icon at rest; throws std::runtime_error on timeout.
     QRect awaitTrayIcon() const;
 
-    /// What the programs of the desktop wrote.
+    /// The output of the desktop's programs.
     std::string logs() const;
 
 private:
@@ -59,9 +59,8 @@ private:
     std::unique_ptr<ChildProcess> trayHost_;
 };
 
-/// What Qt's lines on standard error begin with on this desktop, so that warnings can be told from anything
-/// else.
-inline constexpr const char* qtWarningMark = "[qt warning]";
-inline constexpr const char* qtCriticalMark = "[qt critical]";
+/// Prefix of Qt's lines on standard error on this desktop, which distinguishes warnings from other output.
+inline constexpr const char* kQtWarningMark = "[qt warning]";
+inline constexpr const char* kQtCriticalMark = "[qt critical]";
 
 } // namespace vello::session

@@ -16,16 +16,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto startLimit = 10s;
+constexpr auto kStartLimit = 10s;
 
-constexpr auto betweenMoves = 5ms;
-constexpr auto beforePress = 150ms;
-constexpr auto beforeRelease = 30ms;
-constexpr auto betweenKeys = 10ms;
+constexpr auto kBetweenMoves = 5ms;
+constexpr auto kBeforePress = 150ms;
+constexpr auto kBeforeRelease = 30ms;
+constexpr auto kBetweenKeys = 10ms;
 
-/// The server writes its number, in a line of its own, when it takes connections.
+/// The server prints its display number on a separate line when it accepts connections.
 std::string awaitNumber(ChildProcess& server) {
-    const auto deadline = std::chrono::steady_clock::now() + startLimit;
+    const auto deadline = std::chrono::steady_clock::now() + kStartLimit;
     while (true) {
         std::istringstream output(server.output());
         for (std::string line; std::getline(output, line) && !output.eof();)
@@ -95,7 +95,7 @@ PrivateScreen::PrivateScreen(const Environment& environment, const std::filesyst
 
 PrivateScreen::~PrivateScreen() {
     connection_.reset();
-    server_->terminate(); // so that it takes its socket away
+    server_->terminate(); // so that it removes its socket
 }
 
 QImage PrivateScreen::picture(QRect part) const {
@@ -162,15 +162,15 @@ void PrivateScreen::awaitEvent(std::chrono::milliseconds timeout) const {
 }
 
 void PrivateScreen::movePointer(QPoint place) {
-    connection_->fake(XCB_MOTION_NOTIFY, 0, betweenMoves, place);
+    connection_->fake(XCB_MOTION_NOTIFY, 0, kBetweenMoves, place);
 }
 
 void PrivateScreen::pressButton(int button) {
-    connection_->fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button), beforePress);
+    connection_->fake(XCB_BUTTON_PRESS, static_cast<std::uint8_t>(button), kBeforePress);
 }
 
 void PrivateScreen::releaseButton(int button) {
-    connection_->fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button), beforeRelease);
+    connection_->fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button), kBeforeRelease);
 }
 
 void PrivateScreen::click(QPoint place, int button) {
@@ -192,14 +192,14 @@ void PrivateScreen::pressKeys(const std::vector<std::uint32_t>& keySymbols) {
     std::vector<xcb_keycode_t> pressed;
     for (const std::uint32_t symbol : keySymbols) {
         pressed.push_back(connection_->strokeOf(symbol).code);
-        connection_->fake(XCB_KEY_PRESS, pressed.back(), betweenKeys);
+        connection_->fake(XCB_KEY_PRESS, pressed.back(), kBetweenKeys);
     }
     for (const xcb_keycode_t code : pressed)
-        connection_->fake(XCB_KEY_RELEASE, code, betweenKeys);
+        connection_->fake(XCB_KEY_RELEASE, code, kBetweenKeys);
 }
 
 void PrivateScreen::type(std::string_view text) {
-    constexpr std::uint32_t shift = 0xffe1; // the symbols of Latin letters are their own codes
+    constexpr std::uint32_t shift = 0xffe1; // the keysyms of Latin letters equal their character codes
     for (const char letter : text) {
         const auto symbol = static_cast<unsigned char>(letter);
         if (connection_->strokeOf(symbol).isShifted)

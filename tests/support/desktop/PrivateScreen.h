@@ -18,19 +18,19 @@
 
 namespace vello::session {
 
-/// A window of some program on the screen.
+/// A window on the screen.
 struct ScreenWindow {
     std::uint32_t id = 0;
     std::string name = {};
-    QRect area = {}; ///< what it covers of the screen; of a window with a shape, that shape's
+    QRect area = {}; ///< the area covered on the screen, limited to the window's shape
     bool isVisible = false;
 };
 
-/// One line each, for the message of a failed test.
+/// One line per window, for the message of a failed test.
 std::string describe(const std::vector<ScreenWindow>& windows);
 
-/// A screen of the test's own, with a pointer and a keyboard that every program takes for real ones. It ends
-/// with the object. One thread only.
+/// A private screen with a pointer and a keyboard that programs cannot tell from real ones. It ends with the
+/// object. One thread only.
 class PrivateScreen {
 public:
     static constexpr int width = 1280;
@@ -42,26 +42,26 @@ public:
     PrivateScreen(const PrivateScreen&) = delete;
     PrivateScreen& operator=(const PrivateScreen&) = delete;
 
-    /// What programs find the screen by, in DISPLAY.
+    /// The value of DISPLAY for programs on this screen.
     const std::string& name() const { return name_; }
-    /// All that is seen, or what is seen of that part.
+    /// The visible content of the screen or of that part of it.
     QImage picture(QRect part = {0, 0, width, height}) const;
 
-    /// Every window that has a name, also those that are not shown.
+    /// All windows with a name, including hidden ones.
     std::vector<ScreenWindow> windows() const;
-    /// The first visible one of that name.
+    /// The first visible window with that name.
     std::optional<ScreenWindow> window(const std::string& name) const;
-    /// Whether what is typed goes to that window.
+    /// Whether that window has the keyboard focus.
     bool hasKeyboard(const ScreenWindow& window) const;
-    /// Makes and shows a plain window of the test's own, which is gone with the screen.
+    /// Shows a plain window of the test, which is closed with the screen.
     void openWindow(const std::string& name, QRect area);
     bool hasWindowManager() const;
     bool hasCompositor() const;
-    /// Whether some program embeds icons in the old way of X11.
+    /// Whether a program embeds icons with the old X11 tray protocol.
     bool hasEmbeddingTray() const;
 
-    /// Tries whenever windows come and go, and every few milliseconds for what the screen does not tell.
-    /// False when it did not hold within `timeout`.
+    /// Evaluates the condition whenever windows appear or vanish, and every few milliseconds for changes that
+    /// the screen does not report. Returns false on timeout.
     template <class Condition>
     bool waitUntil(Condition condition, std::chrono::milliseconds timeout = std::chrono::seconds(8)) const {
         const auto deadline = std::chrono::steady_clock::now() + timeout;
@@ -73,17 +73,18 @@ public:
         return true;
     }
 
-    // The devices are as fast as a quick hand, and no faster: programs tell clicks by the time between them.
+    // The devices are as fast as a quick hand, but not faster, because programs tell clicks apart by their
+    // times.
 
     void movePointer(QPoint place);
     void pressButton(int button = 1);
     void releaseButton(int button = 1);
     void click(QPoint place, int button = 1);
-    /// Presses, moves in steps and lets go.
+    /// Presses the button, moves in steps and releases the button.
     void drag(QPoint from, QPoint to);
-    /// Presses keys one after the other and lets them all go: {XK_Control_L, XK_q}.
+    /// Presses keys one after the other and then releases all: {XK_Control_L, XK_q}.
     void pressKeys(const std::vector<std::uint32_t>& keySymbols);
-    /// Latin letters, digits and punctuation.
+    /// Types Latin letters, digits and punctuation.
     void type(std::string_view text);
 
     class Connection;

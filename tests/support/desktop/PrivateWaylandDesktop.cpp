@@ -19,13 +19,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr uid_t nobody = 65534;
+constexpr uid_t kNobody = 65534;
 
-constexpr char compositorConfiguration[] = R"(xwayland disable
+constexpr char kCompositorConfiguration[] = R"(xwayland disable
 output * resolution 1280x900 position 0,0
 )";
 
-constexpr char barConfiguration[] = R"({
+constexpr char kBarConfiguration[] = R"({
     "layer": "top",
     "position": "top",
     "height": 28,
@@ -33,17 +33,17 @@ constexpr char barConfiguration[] = R"({
     "tray": {"icon-size": 22, "spacing": 4}
 })";
 
-constexpr char barStyle[] = R"(* { border: none; min-height: 0; font-family: DejaVu Sans; font-size: 12px; }
+constexpr char kBarStyle[] = R"(* { border: none; min-height: 0; font-family: DejaVu Sans; font-size: 12px; }
 window#waybar { background: #202020; color: #ffffff; }
 )";
 
-/// A folder that belongs to the user that the compositor runs as. The compositor refuses to run as root.
+/// A folder owned by the user of the compositor. The compositor refuses to run as root.
 std::filesystem::path makeCompositorFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "vello-wayland-XXXXXX").string();
     if (!::mkdtemp(name.data()))
         throw std::system_error(errno, std::generic_category(), name);
-    std::ofstream(std::filesystem::path(name) / "config") << compositorConfiguration;
-    if (::geteuid() == 0 && ::chown(name.c_str(), nobody, nobody) != 0)
+    std::ofstream(std::filesystem::path(name) / "config") << kCompositorConfiguration;
+    if (::geteuid() == 0 && ::chown(name.c_str(), kNobody, kNobody) != 0)
         throw std::system_error(errno, std::generic_category(), name);
     return name;
 }
@@ -51,7 +51,7 @@ std::filesystem::path makeCompositorFolder() {
 std::vector<std::string> asOrdinaryUser(std::vector<std::string> command) {
     if (::geteuid() != 0)
         return command;
-    const std::string id = std::to_string(nobody);
+    const std::string id = std::to_string(kNobody);
     std::vector<std::string> words{"setpriv",        "--reuid",     id,    "--regid", id,
                                    "--clear-groups", "--pdeathsig", "KILL"};
     words.insert(words.end(), std::make_move_iterator(command.begin()),
@@ -59,7 +59,7 @@ std::vector<std::string> asOrdinaryUser(std::vector<std::string> command) {
     return words;
 }
 
-/// The compositor takes the first free name.
+/// The compositor uses the first free socket name.
 std::string socketIn(const std::filesystem::path& folder) {
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.is_socket() && entry.path().filename().string().starts_with("wayland-"))
@@ -112,14 +112,14 @@ void PrivateWaylandDesktop::startCompositor(const Environment& session) {
 }
 
 void PrivateWaylandDesktop::startBar() {
-    std::ofstream(folder_ / "waybar.json") << barConfiguration;
-    std::ofstream(folder_ / "waybar.css") << barStyle;
+    std::ofstream(folder_ / "waybar.json") << kBarConfiguration;
+    std::ofstream(folder_ / "waybar.css") << kBarStyle;
     bar_ = start("waybar", {"waybar", "--config", (folder_ / "waybar.json").string(), "--style",
                             (folder_ / "waybar.css").string()});
     const BusClient bus(environment_.at("DBUS_SESSION_BUS_ADDRESS"));
     require(
         [&] {
-            const QImage bar = screen_.picture({0, 0, PrivateScreen::width, barHeight});
+            const QImage bar = screen_.picture({0, 0, PrivateScreen::width, kBarHeight});
             return bus.hasOwner("org.kde.StatusNotifierWatcher") && bar.pixel(10, 10) == qRgb(32, 32, 32);
         },
         "the bar");
@@ -136,11 +136,11 @@ std::unique_ptr<ChildProcess> PrivateWaylandDesktop::start(const std::string& na
 }
 
 QRect PrivateWaylandDesktop::trayIcons() const {
-    return drawnOn(screen_.picture({0, 0, PrivateScreen::width, barHeight}));
+    return drawnOn(screen_.picture({0, 0, PrivateScreen::width, kBarHeight}));
 }
 
 QRect PrivateWaylandDesktop::drawnBelowBar() const {
-    constexpr QRect rest(0, barHeight, PrivateScreen::width, PrivateScreen::height - barHeight);
+    constexpr QRect rest(0, kBarHeight, PrivateScreen::width, PrivateScreen::height - kBarHeight);
     const QRect drawn = drawnOn(screen_.picture(rest));
     return drawn.isEmpty() ? QRect() : drawn.translated(rest.topLeft());
 }

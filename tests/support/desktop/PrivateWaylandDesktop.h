@@ -10,31 +10,30 @@
 
 namespace vello::session {
 
-/// A Wayland desktop of the test's own: a compositor with a layer shell (sway) that fills a private screen,
-/// and a dark bar with a tray along its top edge (waybar). The rest is plain. Everything ends with the
-/// object.
+/// A private Wayland desktop: a compositor with a layer shell (sway) that fills a private screen, and a dark
+/// bar with a tray along its top edge (waybar). The rest is plain. Everything ends with the object.
 ///
-/// Nothing of the user's own desktop is seen or touched. One thread only.
+/// The user's own desktop is neither visible to it nor affected. One thread only.
 class PrivateWaylandDesktop {
 public:
-    /// As PrivateDesktop's.
+    /// The parameters are those of PrivateDesktop.
     PrivateWaylandDesktop(const Environment& session, std::filesystem::path folder);
     ~PrivateWaylandDesktop();
     PrivateWaylandDesktop(const PrivateWaylandDesktop&) = delete;
     PrivateWaylandDesktop& operator=(const PrivateWaylandDesktop&) = delete;
 
-    /// For programs that are to show themselves on this desktop and on no other.
+    /// For programs that show windows on this desktop only.
     const Environment& environment() const { return environment_; }
     std::unique_ptr<ChildProcess> start(const std::string& name, const std::vector<std::string>& arguments,
                                         const Environment& more = {}) const;
 
     PrivateScreen& screen() { return screen_; }
-    /// What the icons in the tray cover of the screen; empty when there is none.
+    /// The area that the tray's icons cover on the screen; empty without icons.
     QRect trayIcons() const;
-    /// What else there is on the screen; empty when that is nothing.
+    /// The area of everything else on the screen; empty when there is nothing else.
     QRect drawnBelowBar() const;
 
-    /// What the programs of the desktop wrote.
+    /// The output of the desktop's programs.
     std::string logs() const;
 
 private:
@@ -43,7 +42,7 @@ private:
     void startBar();
 
     std::filesystem::path folder_;
-    std::filesystem::path compositorFolder_; ///< of the user that the compositor runs as
+    std::filesystem::path compositorFolder_; ///< owned by the user of the compositor
     Environment environment_;
     PrivateScreen screen_;
     std::unique_ptr<ChildProcess> compositor_;

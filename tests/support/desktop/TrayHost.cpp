@@ -9,7 +9,7 @@
 namespace vello::session {
 namespace {
 
-constexpr std::string_view xfcePanelChannel = R"(<?xml version="1.0" encoding="UTF-8"?>
+constexpr std::string_view kXfcePanelChannel = R"(<?xml version="1.0" encoding="UTF-8"?>
 <channel name="xfce4-panel" version="1.0">
   <property name="configver" type="int" value="2"/>
   <property name="panels" type="array">
@@ -43,7 +43,7 @@ constexpr std::string_view xfcePanelChannel = R"(<?xml version="1.0" encoding="U
 </channel>
 )";
 
-constexpr std::string_view lxqtPanelConfiguration = R"([General]
+constexpr std::string_view kLxqtPanelConfiguration = R"([General]
 __userfile__=true
 iconTheme=
 panels=panel1
@@ -73,7 +73,7 @@ alignment=Right
 type=statusnotifier
 )";
 
-constexpr std::string_view tint2Configuration = R"(rounded = 0
+constexpr std::string_view kTint2Configuration = R"(rounded = 0
 border_width = 0
 background_color = #202020 100
 border_color = #202020 100
@@ -96,18 +96,18 @@ void writeFile(const std::filesystem::path& file, std::string_view text) {
         throw std::runtime_error("cannot write " + file.string());
 }
 
-/// The command line of the host, whose configuration is written here.
+/// Writes the host's configuration and returns its command line.
 std::vector<std::string> prepare(TrayHost host, const std::filesystem::path& configuration) {
     switch (host) {
     case TrayHost::xfcePanel:
-        writeFile(configuration / "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", xfcePanelChannel);
+        writeFile(configuration / "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml", kXfcePanelChannel);
         return {"xfce4-panel", "--disable-wm-check", "--sm-client-disable"};
     case TrayHost::lxqtPanel:
-        writeFile(configuration / "lxqt/panel.conf", lxqtPanelConfiguration);
+        writeFile(configuration / "lxqt/panel.conf", kLxqtPanelConfiguration);
         return {"lxqt-panel"};
     case TrayHost::tint2: {
         const auto file = configuration / "tint2/vello-test";
-        writeFile(file, tint2Configuration);
+        writeFile(file, kTint2Configuration);
         return {"tint2", "-c", file};
     }
     case TrayHost::none:

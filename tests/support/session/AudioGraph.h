@@ -17,7 +17,7 @@ struct GraphNode {
     std::uint32_t id = 0;
     std::map<std::string, std::string> properties;
     std::string
-        state; ///< "suspended", "idle", "running", "creating", "error"; empty until the server has told it
+        state; ///< "suspended", "idle", "running", "creating", "error"; empty until the server has sent it
 
     /// Empty when absent.
     std::string property(const std::string& key) const;
@@ -35,7 +35,7 @@ struct GraphPort {
     std::string name;
 };
 
-/// One thing that happened in the graph.
+/// One event in the graph.
 struct GraphEvent {
     enum class Kind { nodeAdded, nodeRemoved, metadataChanged };
 
@@ -45,7 +45,7 @@ struct GraphEvent {
     std::string value;
 };
 
-/// What the test knows of the server at one moment.
+/// The test's knowledge of the server at one moment.
 struct GraphState {
     bool isConnected = false;
     std::map<std::uint32_t, GraphNode> nodes;
@@ -55,12 +55,12 @@ struct GraphState {
     /// The metadata object "default": value by (subject, key).
     std::map<std::pair<std::uint32_t, std::string>, std::string> metadata;
 
-    /// Null when there is none; the first of several.
+    /// The first node with that name; null when there is none.
     const GraphNode* nodeNamed(const std::string& name) const;
     std::vector<const GraphNode*> nodesOfClass(const std::string& mediaClass) const;
     bool isLinked(std::uint32_t outputNode, std::uint32_t inputNode) const;
     bool isLinked(const std::string& outputName, const std::string& inputName) const;
-    /// The id of a node's port; none when there is no such port.
+    /// The ID of a node's port; absent when there is no such port.
     std::optional<std::uint32_t> portNamed(const std::string& node, const std::string& port) const;
     /// Node name of the default output; empty when unknown.
     std::string defaultOutput() const;
@@ -68,42 +68,41 @@ struct GraphState {
     std::string metadataValue(std::uint32_t subject, const std::string& key) const;
 };
 
-/// Everything of a state in words, for the message of a failed test.
+/// The whole state as text, for the message of a failed test.
 std::string describe(const GraphState& state);
 
-/// A client that mirrors what exists on a PipeWire server, and acts on it as a mixer or a settings panel
-/// would.
+/// A client that mirrors the objects of a PipeWire server, and changes them as a mixer or a settings panel
+/// does.
 ///
-/// Has a thread of its own; the methods are for the test's thread. A lost connection is not restored: make
-/// another.
+/// Runs its own thread; the functions are for the test's thread. A lost connection is not restored: create
+/// another object.
 class AudioGraph {
 public:
     using Predicate = std::function<bool(const GraphState&)>;
 
-    /// Throws std::runtime_error when nobody answers at the socket. Returns when the mirror is complete.
+    /// Returns when the mirror is complete. Throws std::runtime_error when the connection fails.
     explicit AudioGraph(const std::string& socket);
     ~AudioGraph();
     AudioGraph(const AudioGraph&) = delete;
     AudioGraph& operator=(const AudioGraph&) = delete;
 
     GraphState state() const;
-    /// Everything since the beginning, in order.
+    /// All events since the beginning, in order.
     std::vector<GraphEvent> events() const;
-    /// True as soon as the predicate holds, which is tried after every change; false when `timeout` has
-    /// passed.
+    /// Returns true as soon as the predicate holds, which is evaluated after every change; false on timeout.
     bool waitUntil(const Predicate& predicate, std::chrono::milliseconds timeout = std::chrono::seconds(5));
 
-    /// A value in the metadata object "default"; an empty value removes the key.
+    /// Sets a value in the metadata object "default"; an empty value removes the key.
     void setMetadata(std::uint32_t subject, const std::string& key, const std::string& type,
                      const std::string& value);
-    /// What a mixer does when the user moves a stream to another device.
+    /// Moves a stream to another device as a mixer does for the user.
     void moveStream(std::uint32_t stream, const std::string& outputName);
-    /// What a patchbay does: links an output port to an input port, both "NODE:PORT", as soon as they exist.
-    /// The link stays until one of the nodes goes.
+    /// Links an output port to an input port, both "NODE:PORT", as soon as they exist, as a patchbay does.
+    /// The link stays until one of the nodes is gone.
     void link(const std::string& outputPort, const std::string& inputPort);
-    /// What a settings panel does when the user chooses the default output.
+    /// Chooses the default output as a settings panel does for the user.
     void chooseDefaultOutput(const std::string& outputName);
-    /// A further virtual output, which stays until destroyOutput. Returns once the server shows it.
+    /// Creates another virtual output, which stays until destroyOutput. Returns once the server lists it.
     void createOutput(const std::string& name, const std::string& description);
     void destroyOutput(const std::string& name);
     /// Forces the rate of the graph, in Hz.

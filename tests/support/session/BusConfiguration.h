@@ -6,8 +6,8 @@
 
 namespace vello::session {
 
-/// Configuration of a session bus that starts the services of this folder on demand, and no others. Without a
-/// folder there are none.
+/// Configuration of a session bus that starts only the services of this folder on demand. Without a folder it
+/// has no services.
 std::string busConfiguration(const std::filesystem::path& services = {});
 
 } // namespace vello::session

@@ -23,7 +23,7 @@ extern char** environ;
 namespace vello::session {
 namespace {
 
-/// Null-terminated array of pointers into `texts`, as exec wants it.
+/// Null-terminated array of pointers into `texts`, as required by exec.
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
     for (auto& text : texts)
@@ -39,7 +39,7 @@ std::vector<std::string> assignments(const Environment& environment) {
     return result;
 }
 
-/// An audio server with dozens of clients needs more files than a login may grant it.
+/// An audio server with dozens of clients may need more open files than the limit of a login.
 void raiseDescriptorLimit() {
     rlimit limit{};
     ::getrlimit(RLIMIT_NOFILE, &limit);
@@ -47,7 +47,7 @@ void raiseDescriptorLimit() {
     ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// Runs in the child between fork and exec: nothing but system calls.
+/// Runs in the child between fork and exec, so it only makes system calls.
 void becomeProgram(int input, int output, pid_t parent, char* const* arguments, char* const* environment) {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);

@@ -5,8 +5,8 @@
 
 namespace vello::session {
 
-/// The configuration of PipeWire's clients with a realtime thread: until 0.3 one of its own, since 1.0 every
-/// client's, and the library complains of the old name.
-inline constexpr const char* clientConfiguration = PW_MAJOR == 0 ? "client-rt.conf" : "client.conf";
+/// The configuration of PipeWire clients with a realtime thread: a separate file up to 0.3, the file of all
+/// clients since 1.0, where the library warns about the old name.
+inline constexpr const char* kClientConfiguration = PW_MAJOR == 0 ? "client-rt.conf" : "client.conf";
 
 } // namespace vello::session

@@ -5,8 +5,8 @@
 
 namespace vello::session {
 
-/// The user of the session allows VELLO to capture what applications play. Where the answer is kept, the
-/// product decides.
+/// Allows VELLO to capture what applications play, on behalf of the session's user. The product decides where
+/// the answer is stored.
 void allowCapture(const PrivateAudioSession& session);
 
 } // namespace vello::session

@@ -6,12 +6,12 @@
 namespace vello::session {
 
 /// Centres of the eight bands, in Hz.
-inline constexpr std::array<double, 8> bandFrequencies = {63, 125, 250, 500, 1000, 2000, 4000, 8000};
+inline constexpr std::array<double, 8> kBandFrequencies = {63, 125, 250, 500, 1000, 2000, 4000, 8000};
 
-/// What eight bells in a row do to a sine of `frequency` (Hz), in dB: the sum of their magnitudes on the unit
-/// circle. Each is the peaking filter of R. Bristow-Johnson's Audio EQ Cookbook with Q = 1.41 and its centre
-/// and gain (dB) of the table. Deliberately not the equalizer's own code: that is checked against
-/// this.
+/// Gain of eight peaking filters in series for a sine of `frequency` (Hz), in dB: the sum of their magnitudes
+/// on the unit circle. Each is the peaking filter of R. Bristow-Johnson's Audio EQ Cookbook with Q = 1.41,
+/// and its centre and gain (dB) from the table. It deliberately does not use the equalizer's own code, which
+/// is tested against this.
 double designedResponse(const std::array<double, 8>& gains, double frequency, double sampleRate);
 
 } // namespace vello::session

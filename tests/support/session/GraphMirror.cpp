@@ -10,8 +10,8 @@
 namespace vello::session {
 namespace {
 
-/// While another client is told the metadata, the server keeps changes from everybody else. A wait that takes
-/// longer than this looks whether it missed one.
+/// While the server sends the metadata to another client, it withholds changes from all others. After this
+/// time a wait checks whether it missed a change.
 constexpr std::chrono::milliseconds metadataPatience(500);
 
 std::map<std::string, std::string> toMap(const spa_dict* properties) {
@@ -151,7 +151,7 @@ bool AudioGraph::Mirror::waitUntil(const Predicate& predicate, std::chrono::mill
 
 void AudioGraph::Mirror::readMetadataAnew() {
     const PipeWireConnection::Guard guard(connection_);
-    // One question at a time, so that the end of the answers is known.
+    // Only one read at a time, because the end of overlapping reads could not be detected.
     if (metadataSync_ >= 0 || syncsLeft_ > 0 || !state().isConnected)
         return;
     for (const auto& [id, bound] : bound_) {
@@ -233,7 +233,7 @@ void AudioGraph::Mirror::removeGlobal(std::uint32_t id) {
         state.clients.erase(id);
         state.links.erase(id);
         state.ports.erase(id);
-        // The server takes it away too, without telling.
+        // The server removes it as well, without a notification.
         std::erase_if(state.metadata, [&](const auto& entry) { return entry.first.first == id; });
     });
 }

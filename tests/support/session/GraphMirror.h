@@ -18,7 +18,7 @@
 
 namespace vello::session {
 
-/// The PipeWire side of AudioGraph: follows the registry on the connection's thread and keeps a GraphState.
+/// The PipeWire side of AudioGraph: follows the registry on the connection's thread and updates a GraphState.
 class AudioGraph::Mirror {
 public:
     explicit Mirror(const std::string& socket);
@@ -38,14 +38,14 @@ public:
     void destroyObject(std::uint32_t id);
 
 private:
-    /// One object of the server that is listened to.
+    /// One object of the server with a listener.
     struct Bound {
         Mirror* mirror = nullptr;
         std::uint32_t id = 0;
-        std::string name; ///< of a metadata object
+        std::string name; ///< name of a metadata object
         pw_proxy* proxy = nullptr;
         spa_hook listener{};
-        /// Of a metadata object: what it has told of so far.
+        /// Keys received so far, of a metadata object.
         std::set<std::pair<std::uint32_t, std::string>> told = {};
     };
 
@@ -70,7 +70,7 @@ private:
     std::condition_variable changed_;
     GraphState state_;
     std::vector<GraphEvent> events_;
-    int syncsLeft_ = 2; ///< the first finds the globals, the second their particulars
+    int syncsLeft_ = 2; ///< the first finds the globals, the second their properties
     int metadataSync_ = -1;
 
     PipeWireConnection connection_;

@@ -7,8 +7,8 @@
 
 namespace vello::session {
 
-/// Calls a method of a PipeWire object by its table, as the library's C macros do with casts that C++ frowns
-/// on.
+/// Calls a method of a PipeWire object through its method table. The library's C macros do the same with
+/// casts that C++ warns about.
 template <class Object, class Methods, class Result, class... Parameters>
 Result callInterface(Object* object, Result (*Methods::*method)(void*, Parameters...),
                      std::type_identity_t<Parameters>... arguments) {

@@ -18,9 +18,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Room for this rate; at a higher one the capacity is shorter.
-constexpr std::size_t usualRate = 48000;
-constexpr std::size_t shortestCycle = 64;
+/// The buffer is sized for this rate; at a higher rate it holds less time.
+constexpr std::size_t kUsualRate = 48000;
+constexpr std::size_t kShortestCycle = 64;
 
 std::int64_t nanoseconds(Clock::time_point time) {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
@@ -43,8 +43,8 @@ MonitorRecorder::MonitorRecorder(const std::string& socket, const std::string& o
                                  std::chrono::seconds capacity, bool isRequired, int channels)
     : connection_(socket, "session-recorder"), channels_(static_cast<std::size_t>(channels)),
       cycleEvent_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)),
-      samples_(static_cast<std::size_t>(capacity.count()) * usualRate * channels_),
-      cycles_(static_cast<std::size_t>(capacity.count()) * 2 * usualRate / shortestCycle) {
+      samples_(static_cast<std::size_t>(capacity.count()) * kUsualRate * channels_),
+      cycles_(static_cast<std::size_t>(capacity.count()) * 2 * kUsualRate / kShortestCycle) {
     {
         const PipeWireConnection::Guard guard(connection_);
         stream_ = pw_stream_new(connection_.core(), "session-recorder",

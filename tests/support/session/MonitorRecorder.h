@@ -16,13 +16,13 @@
 
 namespace vello::session {
 
-/// Records what an output plays, from its monitor, cycle by cycle, without touching what plays into it. The
-/// output runs as long as the recorder lives.
+/// Records what an output plays, from its monitor, cycle by cycle, without affecting the streams that play
+/// into it. The output runs as long as the recorder exists.
 class MonitorRecorder {
 public:
-    /// Returns when the first cycle has been recorded; throws std::runtime_error when none comes within five
-    /// seconds. `capacity` bounds what is kept; later cycles are dropped and recording() throws. `channels`:
-    /// as many as the output has, so that nothing is mixed on the way here.
+    /// Returns when the first cycle has been recorded; throws std::runtime_error after five seconds without
+    /// one. `capacity` limits the recording; later cycles are dropped and recording() throws. `channels`
+    /// should match the output, so that nothing is mixed on the way.
     MonitorRecorder(const std::string& socket, const std::string& outputName,
                     std::chrono::seconds capacity = std::chrono::seconds(60), bool isRequired = true,
                     int channels = 2);
@@ -32,10 +32,10 @@ public:
 
     /// Frames recorded so far.
     std::size_t frames() const { return frames_.load(std::memory_order_acquire); }
-    /// Waits for that many more frames; throws std::runtime_error when they do not come within `timeout`.
+    /// Waits for that many more frames; throws std::runtime_error on timeout.
     void record(std::size_t moreFrames, std::chrono::milliseconds timeout = std::chrono::seconds(20));
-    /// Records until `predicate`, tried on the last `window` frames after every cycle, holds. False after
-    /// `timeout`.
+    /// Records until `predicate`, evaluated on the last `window` frames after every cycle, holds. Returns
+    /// false on timeout.
     template <class Predicate>
     bool recordUntil(Predicate predicate, std::size_t window, std::chrono::milliseconds timeout) {
         const auto deadline = std::chrono::steady_clock::now() + timeout;
@@ -44,7 +44,7 @@ public:
                 return false;
         return true;
     }
-    /// What was recorded, from the frame `first` on.
+    /// The recording from the frame `first` on.
     Recording recording(std::size_t first = 0) const;
 
 private:
@@ -59,7 +59,7 @@ private:
     spa_hook listener_{};
     int cycleEvent_ = -1;
 
-    // Written by the data thread before the two counters, which it stores with release.
+    // Written by the data thread before it stores the two counters with release order.
     std::vector<float> samples_;
     std::vector<RecordedCycle> cycles_;
     std::atomic<std::size_t> frames_ = 0;

@@ -12,8 +12,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Names the mounts outside, for a program that runs beside them.
-constexpr char outside[] = "VELLO_TEST_OUTER_MOUNTS";
+/// Environment variable with the mount namespace outside, for a program that runs in its own.
+constexpr char kOutside[] = "VELLO_TEST_OUTER_MOUNTS";
 
 std::string ownMounts() {
     return std::filesystem::read_symlink("/proc/self/ns/mnt").string();
@@ -24,7 +24,7 @@ std::vector<std::string> joined(std::vector<std::string> words, const std::vecto
     return words;
 }
 
-/// The command that gives a program mounts of its own here; empty when there is none.
+/// The command that runs a program in its own mount namespace on this system; empty when there is none.
 std::vector<std::string> ownMountsCommand(const std::filesystem::path& folder) {
     const std::vector<std::string> asRoot{"unshare", "--mount", "--propagation", "private"};
     for (const auto& command : {asRoot, joined(asRoot, {"--user", "--map-root-user"})}) {
@@ -39,7 +39,7 @@ std::vector<std::string> ownMountsCommand(const std::filesystem::path& folder) {
 } // namespace
 
 bool hasOwnMounts() {
-    const char* outer = std::getenv(outside);
+    const char* outer = std::getenv(kOutside);
     return outer != nullptr && outer != ownMounts();
 }
 
@@ -52,7 +52,7 @@ bool runWithOwnMounts(const std::filesystem::path& folder) {
         std::string("--gtest_filter=").append(test->test_suite_name()).append(".").append(test->name());
     Environment environment = ownEnvironment();
     std::erase_if(environment, [](const auto& each) { return each.first.starts_with("GTEST_"); });
-    environment[outside] = ownMounts();
+    environment[kOutside] = ownMounts();
     ChildProcess inside(joined(command, {std::filesystem::read_symlink("/proc/self/exe").string(), filter}),
                         environment, folder / "inside.log");
     const auto status = inside.waitForExit(40s);

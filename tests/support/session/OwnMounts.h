@@ -7,17 +7,17 @@
 
 namespace vello::session {
 
-/// For a test that mounts something: whether it runs where no mount can be seen from outside.
+/// For a test that mounts something: whether its mounts are invisible outside.
 bool hasOwnMounts();
 
-/// Runs the current test again, alone and in a program of its own, where hasOwnMounts() is true; a failure
-/// there is one here. `folder` is for its output. False: this system allows no such place.
+/// Runs the current test again, alone in a child process where hasOwnMounts() is true; a failure there fails
+/// this test. `folder` receives the output. Returns false when this system does not allow private mounts.
 bool runWithOwnMounts(const std::filesystem::path& folder);
 
 } // namespace vello::session
 
-/// First in a test that mounts something: what follows runs where it may, or the test says that it did not
-/// run.
+/// First statement of a test that mounts something: the rest runs where mounting is possible; otherwise the
+/// test is skipped.
 #define VELLO_NEEDS_OWN_MOUNTS(folder)                                                                       \
     if (!vello::session::hasOwnMounts()) {                                                                   \
         if (!vello::session::runWithOwnMounts(folder))                                                       \

@@ -13,7 +13,7 @@ PipeWireConnection::PipeWireConnection(const std::string& socket, const std::str
     pw_init(nullptr, nullptr);
     loop_ = pw_thread_loop_new("session-harness", nullptr);
     context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
-                              makeProperties({{PW_KEY_CONFIG_NAME, clientConfiguration}}), 0);
+                              makeProperties({{PW_KEY_CONFIG_NAME, kClientConfiguration}}), 0);
     if (context_ != nullptr)
         core_ = pw_context_connect(
             context_, makeProperties({{PW_KEY_REMOTE_NAME, socket}, {PW_KEY_APP_NAME, applicationName}}), 0);

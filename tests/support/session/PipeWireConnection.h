@@ -12,11 +12,10 @@ struct pw_thread_loop;
 
 namespace vello::session {
 
-/// A connection to a PipeWire server with a thread of its own. Objects of the server are touched under a
-/// Guard.
+/// A connection to a PipeWire server with its own thread. Hold a Guard to access objects of the server.
 class PipeWireConnection {
 public:
-    /// Throws std::runtime_error when nobody answers at the socket (an absolute file name).
+    /// Throws std::runtime_error when the connection to the socket (an absolute file name) fails.
     PipeWireConnection(const std::string& socket, const std::string& applicationName);
     ~PipeWireConnection();
     PipeWireConnection(const PipeWireConnection&) = delete;
@@ -24,7 +23,7 @@ public:
 
     pw_thread_loop* loop() const { return loop_; }
     pw_core* core() const { return core_; }
-    /// Ends the thread, so that nothing of the connection runs any more.
+    /// Ends the thread; no callback of the connection runs afterwards.
     void stop();
 
     class Guard {
@@ -46,7 +45,7 @@ private:
     pw_core* core_ = nullptr;
 };
 
-/// Properties for a call that takes them over.
+/// Properties for a call that takes ownership of them.
 pw_properties* makeProperties(std::initializer_list<std::pair<const char*, std::string>> entries);
 
 } // namespace vello::session

@@ -16,7 +16,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-/// Options with a value; those without one are left out.
+/// Adds the options that have a value.
 Arguments withValues(Arguments arguments, const std::vector<std::pair<std::string, std::string>>& options) {
     for (const auto& [name, value] : options)
         if (!value.empty())
@@ -84,7 +84,7 @@ Arguments commandLinePlayer(const PlayerOptions& options, const std::string& fil
     return result;
 }
 
-/// The signal in a file of float samples, headerless or as WAV.
+/// Writes the signal to a file of float samples, without a header or as WAV.
 std::string writeSignal(const PrivateAudioSession& session, const PlayerOptions& options, int seconds,
                         int format) {
     const auto file = session.folder() / (options.name + ".sound");

@@ -18,7 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 namespace files = std::filesystem;
 
-constexpr auto startLimit = 10s;
+constexpr auto kStartLimit = 10s;
 
 files::path makeFolder() {
     std::string name = (files::temp_directory_path() / "vello-session-XXXXXX").string();
@@ -35,8 +35,8 @@ void writeFile(const files::path& file, const std::string& text) {
         throw std::runtime_error("cannot write " + file.string());
 }
 
-/// What the machine offers on a session bus, but for the desktop's portals: where they happen to be installed
-/// they would start here as well, find no desktop, and go again while the programs look at them.
+/// The services that the machine offers on a session bus, except the desktop's portals. An installed portal
+/// would start here too, find no desktop, and exit while programs are using it.
 void linkServices(const files::path& folder) {
     files::create_directories(folder);
     for (const auto& service : files::directory_iterator("/usr/share/dbus-1/services"))
@@ -44,8 +44,8 @@ void linkServices(const files::path& folder) {
             files::create_symlink(service.path(), folder / service.path().filename());
 }
 
-/// What a session program needs of the user's environment and nothing else: neither desktop nor sound server
-/// of theirs.
+/// The part of the user's environment that session programs need, without the user's desktop and sound
+/// server.
 Environment sessionEnvironment(const files::path& folder, const files::path& runtime) {
     Environment result;
     for (const auto& [name, value] : ownEnvironment())
@@ -168,7 +168,7 @@ void PrivateAudioSession::waitUntilReady() {
                     return false;
             return defaultOutput != nullptr || options_.outputs.empty();
         },
-        startLimit);
+        kStartLimit);
     if (!ready)
         throw std::runtime_error("the audio session does not start:\n" + describe(graph.state()) + logs());
 }

@@ -12,35 +12,35 @@ namespace vello::session {
 
 /// A virtual output device of the session.
 struct VirtualOutput {
-    std::string name;        ///< node name, the device's UID
-    std::string description; ///< what people read
-    int channels = 2;        ///< at most mostChannels, in the usual positions
+    std::string name;        ///< node name, which is the device's UID
+    std::string description; ///< the name shown to the user
+    int channels = 2;        ///< at most kMostChannels, in the usual positions
     std::string mediaClass = "Audio/Sink";
 };
 
 struct SessionOptions {
-    int sampleRate = 48000;             ///< Hz, at the start
+    int sampleRate = 48000;             ///< initial rate in Hz
     std::vector<int> allowedRates = {}; ///< Hz; empty: only sampleRate
-    int quantum = 1024;                 ///< frames of a cycle, as long as nobody asks for others
+    int quantum = 1024;                 ///< frames per cycle, unless a client requests another number
     int minimumQuantum = 32;            ///< frames
     int maximumQuantum = 2048;          ///< frames
     std::vector<VirtualOutput> outputs = {{"output-a", "Output A"}, {"output-b", "Output B"}};
 };
 
-/// A sound server of the test's own: bus, PipeWire, session manager and PulseAudio server in folders of their
-/// own, with virtual outputs and without any hardware. Everything ends with the object.
+/// A private sound server: bus, PipeWire, session manager and PulseAudio server in private folders, with
+/// virtual outputs and without any hardware. Everything ends with the object.
 ///
-/// Nothing of the user's own session is seen or touched. Control thread of the test only.
+/// The user's own session is neither visible to it nor affected. Control thread of the test only.
 class PrivateAudioSession {
 public:
-    /// Returns when the outputs are there and the default output is known. Throws std::runtime_error with the
-    /// servers' logs when that takes longer than ten seconds.
+    /// Returns when the outputs exist and the default output is known. Throws std::runtime_error with the
+    /// servers' logs after ten seconds.
     explicit PrivateAudioSession(SessionOptions options = {});
     ~PrivateAudioSession();
     PrivateAudioSession(const PrivateAudioSession&) = delete;
     PrivateAudioSession& operator=(const PrivateAudioSession&) = delete;
 
-    /// For every program that is to live in the session.
+    /// For all programs in the session.
     const Environment& environment() const { return environment_; }
     /// Absolute name of PipeWire's socket.
     std::string socket() const { return (runtime_ / "pipewire-0").string(); }
@@ -52,29 +52,29 @@ public:
     const ChildProcess& sessionManager() const { return *sessionManager_; }
     const ChildProcess& pulseServer() const { return *pulseServer_; }
 
-    /// Starts a program inside the session; its output lands in the file `name`.log of the folder.
+    /// Starts a program in the session; its output is written to the file `name`.log in the folder.
     std::unique_ptr<ChildProcess> start(const std::string& name,
                                         const std::vector<std::string>& arguments) const;
-    /// Runs a program of the session to its end and returns its output; throws like runProgram.
+    /// Runs a program in the session to its end and returns its output; throws like runProgram.
     std::string run(const std::vector<std::string>& arguments) const;
 
-    /// Sends a signal to each of the sound servers.
+    /// Sends a signal to all sound servers.
     void signalServers(int number) const;
-    /// Kills the sound servers the hard way; the bus stays.
+    /// Kills the sound servers; the bus stays.
     void killServers();
-    /// Starts them again on the same sockets, with the saved state of before.
+    /// Starts them again on the same sockets, with the saved state.
     void startServers();
-    /// The same of one of them alone. The session manager is not waited for.
+    /// The same for a single server. Does not wait for the session manager.
     void killSessionManager() { sessionManager_.reset(); }
     void startSessionManager();
     void killPulseServer() { pulseServer_.reset(); }
     void startPulseServer();
 
-    /// A desktop entry of the application `id` (without ".desktop") in the session's own data folder. An
-    /// empty `icon`: named as the application.
+    /// Writes a desktop entry of the application `id` (without ".desktop") to the session's own data folder.
+    /// With an empty `icon` the icon has the application's name.
     void writeDesktopEntry(const std::string& id, const std::string& name, const std::string& executable,
                            const std::string& icon = {}) const;
-    /// Everything that the servers wrote.
+    /// All output of the servers.
     std::string logs() const;
 
 private:
@@ -82,7 +82,7 @@ private:
     void startBus();
     void waitUntilReady();
 
-    /// A folder that is removed with everything in it, also when the session could not be started.
+    /// A folder that is removed with its content, even when the session could not be started.
     struct TemporaryFolder {
         TemporaryFolder();
         ~TemporaryFolder();
@@ -93,7 +93,7 @@ private:
     };
 
     SessionOptions options_;
-    // Before the programs, which end before it goes.
+    // Declared before the programs, so that it is removed after they have ended.
     TemporaryFolder temporaryFolder_;
     const std::filesystem::path& folder_ = temporaryFolder_.path;
     std::filesystem::path runtime_;

@@ -38,7 +38,7 @@ std::uint64_t Recording::lostFrames() const {
     for (std::size_t i = 1; i < cycles_.size(); ++i) {
         const auto passed = static_cast<double>(cycles_[i].scheduledTime - cycles_[i - 1].scheduledTime);
         const double missing = passed * 1e-9 * sampleRate_ - static_cast<double>(cycles_[i - 1].frames);
-        // A virtual driver's schedule is exact; half a cycle tells a missed one from rounding.
+        // A virtual driver's schedule is exact; half a cycle separates a missed cycle from rounding.
         if (missing > static_cast<double>(cycles_[i].frames) / 2)
             lost += static_cast<std::uint64_t>(std::llround(missing));
     }
@@ -80,9 +80,9 @@ std::optional<std::int64_t> Recording::delay(std::size_t frame) const {
     const auto number = signalCode::decode(sample(frame, 0));
     if (!number)
         return std::nullopt;
-    const auto period = static_cast<std::int64_t>(signalCode::period);
+    const auto period = static_cast<std::int64_t>(signalCode::kPeriod);
     auto difference =
-        static_cast<std::int64_t>(position(frame) % signalCode::period) - static_cast<std::int64_t>(*number);
+        static_cast<std::int64_t>(position(frame) % signalCode::kPeriod) - static_cast<std::int64_t>(*number);
     if (difference > period / 2)
         difference -= period;
     if (difference < -period / 2)

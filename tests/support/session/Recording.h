@@ -10,23 +10,23 @@
 
 namespace vello::session {
 
-/// One cycle of the graph as the recorder saw it.
+/// One cycle of the graph as recorded.
 struct RecordedCycle {
     std::size_t firstFrame = 0; ///< number of the first frame since the recorder's start
     std::size_t frames = 0;
-    std::uint64_t position = 0;     ///< of the driver's clock at the first frame, in frames
-    std::int64_t scheduledTime = 0; ///< when the driver began the cycle, nanoseconds of the monotonic clock
-    std::int64_t time = 0;          ///< when the recorder had it, nanoseconds of the monotonic clock
+    std::uint64_t position = 0;     ///< driver's clock at the first frame, in frames
+    std::int64_t scheduledTime = 0; ///< start according to the driver, nanoseconds of the monotonic clock
+    std::int64_t time = 0;          ///< arrival at the recorder, nanoseconds of the monotonic clock
 };
 
-/// A stretch of frames of one kind.
+/// A run of consecutive frames of one kind.
 struct Stretch {
     int kind = 0;
-    std::size_t firstFrame = 0; ///< counted from the recording's first frame
+    std::size_t firstFrame = 0; ///< relative to the recording's first frame
     std::size_t frames = 0;
 };
 
-/// Sound of an output over a number of cycles.
+/// The sound of an output over a number of cycles.
 class Recording {
 public:
     /// `samples` are interleaved.
@@ -42,19 +42,19 @@ public:
     }
     /// Position of the driver's clock at a frame.
     std::uint64_t position(std::size_t frame) const;
-    /// Frames that should have passed between cycles, by the driver's schedule, without any being recorded.
+    /// Frames that are missing between recorded cycles according to the driver's schedule.
     std::uint64_t lostFrames() const;
-    /// When the cycle of this frame was recorded, nanoseconds of the monotonic clock.
+    /// Arrival time of the cycle of this frame, nanoseconds of the monotonic clock.
     std::int64_t time(std::size_t frame) const;
-    /// The first frame whose cycle was recorded at or after `time`; frames() when there is none.
+    /// The first frame whose cycle arrived at or after `time`; frames() when there is none.
     std::size_t frameAt(std::int64_t time) const;
 
-    /// Cycles in which some frame of the left channel differs from `value` by more than `tolerance`.
+    /// Number of cycles in which a frame of the left channel differs from `value` by more than `tolerance`.
     std::size_t cyclesOffValue(float value, float tolerance) const;
     /// Splits a recording of two channels or more where the kind of the frames changes.
     std::vector<Stretch> stretches(const std::function<int(float left, float right)>& kindOf) const;
-    /// Frames between what the driver's clock showed when the player wrote a sample and where the sample was
-    /// heard. None when the frame carries no number. See signalCode.
+    /// Frames between the driver's clock when the player wrote a sample and the time when the sample was
+    /// heard. Absent when the frame does not carry a number. See signalCode.
     std::optional<std::int64_t> delay(std::size_t frame) const;
     /// Amplitude of a sine of that frequency in one channel over frames [first, first + count), by a
     /// Hann-windowed projection.
@@ -70,7 +70,7 @@ private:
 };
 
 double decibels(double amplitudeRatio);
-/// The middle one; the mean of the two middle ones when their number is even.
+/// The middle value; the mean of the two middle values when their number is even.
 double median(std::vector<double> values);
 
 } // namespace vello::session

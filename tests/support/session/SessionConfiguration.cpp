@@ -8,7 +8,7 @@
 namespace vello::session {
 namespace {
 
-constexpr const char* serverModules = R"(
+constexpr const char* kServerModules = R"(
 context.spa-libs = {
     audio.convert.* = audioconvert/libspa-audioconvert
     support.*       = support/libspa-support
@@ -28,7 +28,7 @@ context.modules = [
 ]
 )";
 
-constexpr const char* idleDrivers = R"(
+constexpr const char* kIdleDrivers = R"(
     { factory = spa-node-factory args = {
         factory.name = support.node.driver node.name = Dummy-Driver node.group = pipewire.dummy
         priority.driver = 20000 } }
@@ -59,8 +59,8 @@ std::string serverConfiguration(const SessionOptions& options) {
          << "    default.clock.min-quantum = " << std::min(options.quantum, options.minimumQuantum) << "\n"
          << "    default.clock.max-quantum = " << std::max(options.quantum, options.maximumQuantum) << "\n"
          << "    default.clock.quantum-limit = 8192\n}\n"
-         << serverModules << "context.objects = [" << idleDrivers;
-    // Earlier outputs get the higher priority, so that the first one is the default.
+         << kServerModules << "context.objects = [" << kIdleDrivers;
+    // Earlier outputs have a higher priority, so that the first one is the default.
     int priority = 2000;
     for (const auto& output : options.outputs) {
         text << "    { factory = adapter args = { factory.name = support.null-audio-sink media.class = "

@@ -7,13 +7,13 @@
 
 namespace vello::session {
 
-/// Configuration of a PipeWire server with nothing but the virtual outputs.
+/// Configuration of a PipeWire server that has only the virtual outputs.
 std::string serverConfiguration(const SessionOptions& options);
 /// Configuration of its PulseAudio server.
 std::string pulseServerConfiguration();
-/// A drop-in for a session manager that is configured in Lua, which keeps it away from hardware.
+/// A drop-in that keeps a session manager with Lua configuration away from hardware.
 std::string sessionManagerLua();
-/// The same for its configuration files of sound devices on radio.
+/// The same for its Bluetooth configuration files.
 std::string sessionManagerBluetoothLua();
 /// The same for a session manager that is configured with profiles.
 std::string sessionManagerProfile();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A client of the kind that the JACK library makes of its programs: a node without a media class, with two
-// ports that somebody has to link. It plays the position of the graph's clock (see SignalCode.h) until
-// SIGTERM or SIGINT.
+// A client like the JACK library's: a node without a media class, with two ports that must be linked by
+// another program. It plays the position of the graph's clock (see SignalCode.h) until SIGTERM or SIGINT.
 #include "SignalCode.h"
 
 #include <array>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// A player of known signals for tests and measurements, a native client of PipeWire.
+// A native PipeWire client that plays known signals for tests and measurements.
 //
-// Standard input takes one command a line: "open [KEY=VALUE ...]" adds a stream to the running client,
-// "open-stereo" one of two channels, "close" ends the last one, "close-first" the first, "pause" and "resume"
-// stop and start them all, "set KEY=VALUE ..." changes properties of all. Ends at SIGTERM or SIGINT or at the
+// Standard input takes one command per line: "open [KEY=VALUE ...]" adds a stream to the running client,
+// "open-stereo" a stream of two channels, "close" ends the last stream, "close-first" the first, "pause" and
+// "resume" stop and start all, "set KEY=VALUE ..." changes properties of all. Ends on SIGTERM, SIGINT or the
 // end of standard input.
 #include "ClientConfiguration.h"
 #include "Signals.h"
@@ -30,9 +30,9 @@
 namespace vello::session {
 namespace {
 
-constexpr const char* encodedFormat = "ac3";
+constexpr const char* kEncodedFormat = "ac3";
 
-/// "KEY=VALUE", in two.
+/// Splits "KEY=VALUE".
 std::pair<std::string, std::string> inTwo(const std::string& property) {
     const auto sign = property.find('=');
     if (sign == std::string::npos)
@@ -54,7 +54,7 @@ struct PlayerOptions {
     std::string format = "f32";
     int sampleRate = 48000; // Hz
     int clients = 1;
-    int latency = 0; // frames; 0: what the graph has
+    int latency = 0; // frames; 0: the graph's quantum
     std::vector<std::string> properties, clientProperties;
 };
 
@@ -62,7 +62,7 @@ class PlayerStream {
 public:
     PlayerStream(pw_core* core, const PlayerOptions& options, Signal signal)
         : signal_(std::move(signal)), channels_(options.channels),
-          isEncoded_(options.format == encodedFormat),
+          isEncoded_(options.format == kEncodedFormat),
           format_(isEncoded_ ? SampleFormat::s16 : sampleFormatNamed(options.format)) {
         auto* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Playback",
                                              PW_KEY_NODE_NAME, options.nodeName.c_str(), nullptr);
@@ -166,13 +166,13 @@ const pw_stream_events PlayerStream::events = [] {
     return table;
 }();
 
-/// One or more clients in one process, each with its streams. With several, the number is appended to the
-/// names.
+/// One or more clients in one process, each with its streams. With several clients, a number is appended to
+/// the names.
 class Player {
 public:
     explicit Player(PlayerOptions options) : options_(std::move(options)), loop_(pw_main_loop_new(nullptr)) {
         context_ = pw_context_new(pw_main_loop_get_loop(loop_),
-                                  pw_properties_new(PW_KEY_CONFIG_NAME, clientConfiguration, nullptr), 0);
+                                  pw_properties_new(PW_KEY_CONFIG_NAME, kClientConfiguration, nullptr), 0);
         for (int i = 0; i < options_.clients; ++i)
             cores_.push_back(connect(i));
         for (int i = 0; i < options_.clients; ++i)
@@ -286,7 +286,7 @@ int main(int argumentCount, char** arguments) {
     application.add_option("--app-name", options.applicationName);
     application.add_option("--app-id", options.applicationID);
     application.add_option("--role", options.role);
-    application.add_option("--channels", options.channels)->check(CLI::Range(1, mostChannels));
+    application.add_option("--channels", options.channels)->check(CLI::Range(1, kMostChannels));
     application.add_option("--format", options.format, "f32, s16, s24 or ac3 (encoded)");
     application.add_option("--rate", options.sampleRate);
     application.add_option("--latency", options.latency, "frames");

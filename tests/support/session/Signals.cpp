@@ -29,7 +29,7 @@ struct Sine {
     }
 };
 
-/// Phases a golden angle apart, so that the peaks do not meet.
+/// Phases differ by the golden angle, so that the peaks do not coincide.
 std::vector<Sine> sinesOf(const std::string& frequencies) {
     std::vector<Sine> result;
     for (const double frequency : numbers(frequencies))

@@ -17,7 +17,7 @@ struct Encoding {
     std::size_t bytes;
 };
 
-constexpr std::array encodings = {
+constexpr std::array kEncodings = {
     Encoding{SampleFormat::f32, "f32", SPA_AUDIO_FORMAT_F32_LE, 4},
     Encoding{SampleFormat::s16, "s16", SPA_AUDIO_FORMAT_S16_LE, 2},
     Encoding{SampleFormat::s24, "s24", SPA_AUDIO_FORMAT_S24_LE, 3},
@@ -28,7 +28,7 @@ struct Position {
     spa_audio_channel channel;
 };
 
-constexpr std::array<Position, mostChannels> positions = {{
+constexpr std::array<Position, kMostChannels> kPositions = {{
     {"FL", SPA_AUDIO_CHANNEL_FL},
     {"FR", SPA_AUDIO_CHANNEL_FR},
     {"FC", SPA_AUDIO_CHANNEL_FC},
@@ -40,15 +40,15 @@ constexpr std::array<Position, mostChannels> positions = {{
 }};
 
 const Encoding& encoding(SampleFormat format) {
-    return encodings[static_cast<std::size_t>(format)];
+    return kEncodings[static_cast<std::size_t>(format)];
 }
 
 Position positionOf(int channel, int channels) {
     return channels == 1 ? Position{"MONO", SPA_AUDIO_CHANNEL_MONO}
-                         : positions.at(static_cast<std::size_t>(channel));
+                         : kPositions.at(static_cast<std::size_t>(channel));
 }
 
-/// The lowest `bytes` of the number, little endian.
+/// Writes the lowest `bytes` of the number, little endian.
 void writeNumber(std::int32_t number, std::size_t bytes, std::uint8_t* place) noexcept {
     for (std::size_t i = 0; i < bytes; ++i)
         place[i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(number) >> (8 * i));
@@ -61,8 +61,8 @@ std::string name(SampleFormat format) {
 }
 
 SampleFormat sampleFormatNamed(const std::string& name) {
-    const auto found = std::ranges::find(encodings, name, &Encoding::name);
-    if (found == encodings.end())
+    const auto found = std::ranges::find(kEncodings, name, &Encoding::name);
+    if (found == kEncodings.end())
         throw std::invalid_argument("no sample format " + name);
     return found->format;
 }

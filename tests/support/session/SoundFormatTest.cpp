@@ -18,20 +18,20 @@ std::vector<int> written(SampleFormat format, float value) {
     return {bytes.begin(), bytes.end()};
 }
 
-TEST(SoundFormat, writesSamplesOfSixteenBits) {
+TEST(SoundFormat, WritesSamplesOfSixteenBits) {
     EXPECT_THAT(written(SampleFormat::s16, 0.5F), ElementsAre(0x00, 0x40));
     EXPECT_THAT(written(SampleFormat::s16, -1.0F / 32768), ElementsAre(0xFF, 0xFF));
     EXPECT_THAT(written(SampleFormat::s16, 2), ElementsAre(0xFF, 0x7F));
     EXPECT_THAT(written(SampleFormat::s16, -2), ElementsAre(0x00, 0x80));
 }
 
-TEST(SoundFormat, packsTwentyFourBitsIntoThreeBytes) {
+TEST(SoundFormat, PacksTwentyFourBitsIntoThreeBytes) {
     EXPECT_THAT(written(SampleFormat::s24, 0.5F), ElementsAre(0x00, 0x00, 0x40));
     EXPECT_THAT(written(SampleFormat::s24, -3.0F / 8388608), ElementsAre(0xFD, 0xFF, 0xFF));
     EXPECT_THAT(written(SampleFormat::s24, 2), ElementsAre(0xFF, 0xFF, 0x7F));
 }
 
-TEST(SoundFormat, leavesFloatSamplesAsTheyAre) {
+TEST(SoundFormat, LeavesFloatSamplesAsTheyAre) {
     const auto bytes = written(SampleFormat::f32, -1.75F);
     const std::vector<std::uint8_t> place(bytes.begin(), bytes.end());
     float value = 0;
@@ -39,13 +39,13 @@ TEST(SoundFormat, leavesFloatSamplesAsTheyAre) {
     EXPECT_EQ(value, -1.75F);
 }
 
-TEST(SoundFormat, namesEveryFormat) {
+TEST(SoundFormat, NamesEveryFormat) {
     for (const auto format : {SampleFormat::f32, SampleFormat::s16, SampleFormat::s24})
         EXPECT_EQ(sampleFormatNamed(name(format)), format);
     EXPECT_THROW(sampleFormatNamed("u8"), std::invalid_argument);
 }
 
-TEST(SoundFormat, hasTheUsualPositions) {
+TEST(SoundFormat, HasTheUsualPositions) {
     EXPECT_EQ(positionNames(1), "MONO");
     EXPECT_EQ(positionNames(2), "FL FR");
     EXPECT_EQ(positionNames(8), "FL FR FC LFE RL RR SL SR");

@@ -10,7 +10,7 @@
 namespace vello::session {
 namespace {
 
-/// In whole periods within the frames that are measured.
+/// Number of periods within the measured frames; whole for valid frequencies.
 std::vector<double> periods(const std::vector<double>& frequencies, int sampleRate, std::size_t frames) {
     std::vector<double> result;
     for (const double frequency : frequencies)
@@ -33,7 +33,7 @@ std::vector<std::complex<double>> wave(double periods, std::size_t frames) {
     const auto count = static_cast<double>(frames);
     for (std::size_t i = 0; i < frames; ++i) {
         const double turn = 2 * std::numbers::pi * static_cast<double>(i) / count;
-        // The window's mean is a half, and so is the part of a sine that turns this way.
+        // The window's mean is one half, and so is the share of a sine that rotates in this direction.
         result[i] = (1 - std::cos(turn)) * 2.0 / count * std::polar(1.0, -turn * periods);
     }
     return result;
@@ -76,7 +76,7 @@ double ToneMeter::level(const std::vector<std::complex<double>>& wave,
         real += wave[i].real() * sound[i];
         imaginary += wave[i].imag() * sound[i];
     }
-    return std::max(silentLevel, decibels(std::hypot(real, imaginary)));
+    return std::max(kSilentLevel, decibels(std::hypot(real, imaginary)));
 }
 
 } // namespace vello::session

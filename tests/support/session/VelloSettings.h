@@ -11,7 +11,7 @@
 
 namespace vello::session {
 
-/// What a user has set for one source.
+/// A user's settings for one source.
 struct SourceSettings {
     std::array<double, 8> bandGains = {}; ///< dB
     double volume = 1;                    ///< linear
@@ -19,13 +19,13 @@ struct SourceSettings {
     bool isBypassed = false;
 };
 
-/// The source whose settings hold for every application without settings of its own.
-inline constexpr const char* systemSource = "eq-by-quorvin.system.master";
-/// What the name of every node of VELLO begins with.
-inline constexpr const char* tapPrefix = "EQ-by-QUORVIN-Tap-";
+/// The source whose settings apply to every application without settings of its own.
+inline constexpr const char* kSystemSource = "eq-by-quorvin.system.master";
+/// Prefix of the names of all nodes of VELLO.
+inline constexpr const char* kTapPrefix = "EQ-by-QUORVIN-Tap-";
 
 std::filesystem::path settingsFile(const PrivateAudioSession& session);
-/// Writes the settings file of the session, by source id.
+/// Writes the session's settings file, by source ID.
 void writeSettings(const PrivateAudioSession& session, const std::map<std::string, SourceSettings>& sources);
 
 } // namespace vello::session

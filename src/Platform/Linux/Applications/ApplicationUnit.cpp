@@ -18,7 +18,7 @@ bool isDigit(char character) {
     return character >= '0' && character <= '9';
 }
 
-/// Undoes systemd's \x2d.
+/// Undoes systemd's escapes such as \x2d.
 std::string unescapedUnit(std::string_view name) {
     std::string result;
     for (std::size_t i = 0; i < name.size(); ++i) {
@@ -45,7 +45,7 @@ bool dropPrefix(std::string_view& name, std::string_view prefix) {
     return true;
 }
 
-/// "dbus-:1.2-org.example.App" is an application that D-Bus started.
+/// Extracts the application from "dbus-:1.2-org.example.App", the name of an application that D-Bus started.
 std::string withoutBusName(std::string identifier) {
     if (!identifier.starts_with("dbus-:"))
         return identifier;
@@ -53,7 +53,8 @@ std::string withoutBusName(std::string identifier) {
     return hyphen == std::string::npos ? identifier : identifier.substr(hyphen + 1);
 }
 
-/// The ends of "a-b-c" at each hyphen, the shortest first: identifiers are escaped, but not by everybody.
+/// The parts of "a-b-c" after each hyphen, the shortest first. Identifiers should be escaped, but not all
+/// launchers do it.
 std::vector<std::string> identifiersAtEndOf(std::string_view name) {
     std::vector<std::string> identifiers;
     for (auto hyphen = name.rfind('-'); hyphen != name.npos && hyphen > 0;
@@ -86,7 +87,7 @@ std::vector<std::string> systemdIdentifiers(std::string_view unit) {
     return dropSuffix(unit, ".slice") ? sliceIdentifiers(unit) : std::vector<std::string>();
 }
 
-/// The application of "spotify-UUID", "spotify.UUID", "spotify.1234" or "spotify".
+/// Extracts the application from "spotify-UUID", "spotify.UUID", "spotify.1234" or "spotify".
 std::string_view withoutSnapInstance(std::string_view application) {
     if (application.size() > kUUIDLength + 1) {
         const std::string_view end = application.substr(application.size() - kUUIDLength);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/Applications/AutostartLoginItem.h"
 
-#include "Foundation/AtomicFile.h"
+#include "Foundation/Files.h"
 #include "Foundation/Product.h"
 #include "Platform/Linux/Applications/DesktopEntry.h"
 #include "Platform/Linux/System/Command.h"
@@ -37,8 +37,8 @@ std::string valueOf(const KeyFileGroup& entry, std::string_view key) {
     return value == entry.end() ? "" : unescapedValue(value->second);
 }
 
-/// A program as the only word of an Exec value: quoted, a percent sign doubled, and then escaped as any text
-/// of the file.
+/// A program as the only argument of an Exec value: quoted, with percent signs doubled, then escaped as any
+/// text of the file.
 std::string execValue(const std::string& program) {
     std::string quoted = "\"";
     for (const char character : program) {

@@ -12,31 +12,31 @@
 
 namespace vello {
 
-/// What decides whether the desktop starts an entry.
+/// The inputs that decide whether the desktop starts an entry.
 struct AutostartPlaces {
-    std::filesystem::path userFolder;                 ///< of the user's entries
+    std::filesystem::path userFolder;                 ///< folder of the user's entries
     std::vector<std::filesystem::path> systemFolders; ///< the most important first
     std::vector<std::filesystem::path> programFolders;
-    std::vector<std::string> desktops; ///< names of the current one
+    std::vector<std::string> desktops; ///< names of the current desktop
 
     static AutostartPlaces fromEnvironment(const Environment& environment);
 };
 
-/// An autostart entry of the desktop's, com.quorvin.Vello.desktop. The user's own hides one of that name that
-/// the system brings.
+/// The desktop's autostart entry com.quorvin.Vello.desktop. The user's entry hides a system entry of the same
+/// name.
 class AutostartLoginItem final : public LoginItem {
 public:
-    /// The program that this process runs; gone from the disk, a name that does not exist.
+    /// The file of the running program. When the file has been deleted, a name that does not exist.
     static std::filesystem::path ownExecutable();
 
     AutostartLoginItem(AutostartPlaces places, std::filesystem::path executable)
         : places_(std::move(places)), executable_(std::move(executable)) {}
 
-    /// Switched off are also entries that are not for the current desktop.
+    /// Entries that are not for the current desktop also count as switched off.
     Status status() override;
-    /// Writes the user's entry anew, whatever it was.
+    /// Writes the user's entry, replacing any existing one.
     void registerItem() override;
-    /// Hides the entry when the system brings one, too.
+    /// Also hides a system entry.
     void unregisterItem() override;
 
 private:

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kLongestName = 512;
 
-/// The value as plain text; empty when it is missing or none.
+/// The value as plain text; empty when it is missing or not plain text.
 std::string plainValue(const KeyFileGroup& group, std::string_view key) {
     const auto value = group.find(key);
     std::string text = value == group.end() ? "" : unescapedValue(value->second);
@@ -39,7 +39,7 @@ public:
             readCharacter(take());
         return std::move(argument_);
     }
-    /// An argument that was only a field code is none.
+    /// False for an argument that consists only of a field code.
     bool isArgument() const { return hasText_; }
 
 private:

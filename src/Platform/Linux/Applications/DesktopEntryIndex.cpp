@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/Applications/DesktopEntryIndex.h"
 
+#include "Foundation/Files.h"
 #include "Platform/Linux/System/Command.h"
 #include "Platform/Linux/System/KeyFile.h"
 
@@ -16,8 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 constexpr std::size_t kLargestEntry = 1 << 20;
 constexpr int kDeepestFolder = 8;
-/// File systems count time in steps: a change this short after a reading may leave the folder's time as it
-/// was.
+/// Resolution of file times: a change this soon after a read may leave the folder's time unchanged.
 constexpr auto kTimeStep = std::chrono::milliseconds(20);
 constexpr std::size_t kLongestProcessName = 15;
 
@@ -30,18 +30,18 @@ std::string lowerCase(std::string_view text) {
 }
 
 bool isScript(const fs::path& file) {
-    const auto start = readSmallFile(file, 2, Links::follow);
+    const auto start = readFile(file, 2, Links::follow);
     return start && *start == "#!";
 }
 
-/// "sub/name.desktop" below a folder has the identifier "sub-name".
+/// The identifier of "sub/name.desktop" below a folder is "sub-name".
 std::string identifierOf(const fs::path& folder, const fs::path& file) {
     std::string identifier = file.lexically_relative(folder).replace_extension().string();
     std::ranges::replace(identifier, '/', '-');
     return identifier;
 }
 
-/// The folder and the folders below it; empty when it is not there.
+/// The folder and its subfolders; empty when it does not exist.
 std::vector<fs::path> foldersBelow(const fs::path& folder) {
     std::error_code error;
     std::vector<fs::path> folders;
@@ -67,7 +67,7 @@ std::vector<const DesktopEntry*> valuesOf(const auto& entriesByKey, const std::s
     return values;
 }
 
-/// How many of the entry's fixed arguments the process has; -1 when it does not have all.
+/// How many of the entry's fixed arguments the process has; -1 when one is missing.
 std::ptrdiff_t commonArguments(const DesktopEntry& entry, const std::vector<std::string>& arguments) {
     const auto command = effectiveCommand(entry.command);
     if (!command)
@@ -97,7 +97,7 @@ const DesktopEntry* DesktopEntryIndex::entry(std::string_view id) const {
 }
 
 std::vector<const DesktopEntry*> DesktopEntryIndex::entriesOf(const RunningProgram& program) const {
-    // What a process says of itself is only compared, never looked up among the files.
+    // What a process reports about itself is only compared, and never used to look up files.
     std::vector<const DesktopEntry*> entries = valuesOf(byProgram_, program.program);
     if (entries.empty() && program.program == program.executable && !program.arguments.empty())
         entries = valuesOf(byProgram_, fs::path(program.arguments[0]).lexically_normal());
@@ -112,7 +112,7 @@ const DesktopEntry* DesktopEntryIndex::best(const std::vector<const DesktopEntry
                                             const std::vector<std::string>& arguments) {
     const auto rank = [&](const DesktopEntry* entry) {
         const auto common = commonArguments(*entry, arguments);
-        // Of entries that do not fit, the one that asks for least.
+        // Among entries that do not fit, prefers the one that requires the fewest arguments.
         const auto missing = common < 0 ? std::ssize(entry->command) : 0;
         return std::tuple(-common, missing, !entry->isShown, std::string_view(entry->id));
     };
@@ -124,7 +124,7 @@ const DesktopEntry* DesktopEntryIndex::entryOfWindowClass(std::string_view proce
     return best(valuesOf(byWindowClass_, lowerCase(processName)), {});
 }
 
-/// Of the folders that were there at the last reading, and of those that may appear.
+/// Times of the folders found at the last read, and of those that may appear.
 DesktopEntryIndex::FolderTimes DesktopEntryIndex::currentTimes() const {
     FolderTimes times = times_;
     for (auto& [folder, time] : times) {
@@ -163,12 +163,12 @@ void DesktopEntryIndex::readFolder(const fs::path& folder) {
                 readEntry(folder, file->path());
 }
 
-/// The first folder that has an entry of an identifier is the one that counts.
+/// The first folder with an entry of an identifier takes precedence.
 void DesktopEntryIndex::readEntry(const fs::path& folder, const fs::path& file) {
     std::string identifier = identifierOf(folder, file);
     if (entries_.contains(identifier))
         return;
-    const auto text = readSmallFile(file, kLargestEntry, Links::follow);
+    const auto text = readFile(file, kLargestEntry, Links::follow);
     if (!text)
         return;
     if (auto entry = parseDesktopEntry(identifier, *text, localeSuffixes_))
@@ -184,7 +184,7 @@ void DesktopEntryIndex::indexEntry(const DesktopEntry& entry) {
         indexProgram(entry, command->program);
 }
 
-/// A script may end as a program of its own name elsewhere, or of another name in its own folder.
+/// A script may exec a program of its own name elsewhere, or of another name in its own folder.
 void DesktopEntryIndex::indexProgram(const DesktopEntry& entry, const std::string& program) {
     std::error_code error;
     const fs::path found = findProgram(program, executableFolders_).lexically_normal();

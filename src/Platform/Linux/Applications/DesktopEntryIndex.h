@@ -12,37 +12,38 @@
 
 namespace vello {
 
-/// What a process runs, for finding its desktop entry.
+/// The program of a process, used to find its desktop entry.
 struct RunningProgram {
     std::filesystem::path executable;   ///< the file that the kernel runs
     std::filesystem::path program;      ///< the script when `executable` is an interpreter, else `executable`
-    std::vector<std::string> arguments; ///< with the program's own name first
+    std::vector<std::string> arguments; ///< argv, starting with the program's name
 };
 
-/// The desktop entries of some folders, kept in memory and read again when a folder has changed. Main thread
-/// only.
+/// The desktop entries of some folders, cached in memory and read again when a folder has changed. Main
+/// thread only.
 class DesktopEntryIndex {
 public:
-    /// The most important folder first; programs without a path are looked for in `executableFolders`.
+    /// The most important folder comes first. Programs without a path are searched in `executableFolders`.
     DesktopEntryIndex(std::vector<std::filesystem::path> applicationFolders,
                       std::vector<std::filesystem::path> executableFolders,
                       std::vector<std::string> localeSuffixes);
 
-    /// Reads the entries when a folder has changed since. Asks for the state of each folder, so it is cheap.
+    /// Reads the entries again when a folder has changed. Cheap otherwise: only reads the time of each
+    /// folder.
     void refresh();
-    /// Grows with each reading.
+    /// Increases with each read.
     std::uint64_t generation() const { return generation_; }
 
-    /// Null when there is none. Entries live until the next reading.
+    /// Null for an unknown ID. Entries are valid until the next read.
     const DesktopEntry* entry(std::string_view id) const;
-    /// The entries that start this program, by its file, by the name that it was started with, or by a script
-    /// that starts it.
+    /// The entries that start this program: by its file, by the name it was started with, or by a script that
+    /// starts it.
     std::vector<const DesktopEntry*> entriesOf(const RunningProgram& program) const;
-    /// Of several entries that start one program the one that fits best: the most of its fixed arguments are
-    /// among the process's own, then one that menus show, then the first by id. Null for no entries.
+    /// The best match among entries that start the same program: the one with the most fixed arguments among
+    /// the process's own, then one shown in menus, then the first by ID. Null for an empty list.
     static const DesktopEntry* best(const std::vector<const DesktopEntry*>& entries,
                                     const std::vector<std::string>& arguments);
-    /// The entry whose windows have the process's name as their class; null when there is none.
+    /// The entry whose window class is the process's name; null when there is no such entry.
     const DesktopEntry* entryOfWindowClass(std::string_view processName) const;
 
 private:
@@ -61,12 +62,12 @@ private:
     const std::vector<std::filesystem::path> executableFolders_;
     const std::vector<std::string> localeSuffixes_;
     std::uint64_t generation_ = 0;
-    bool isSettled_ = false; ///< the folders' times are older than the reading
+    bool isSettled_ = false; ///< the folders' times are clearly older than the read
     FolderTimes times_;
     std::map<std::string, DesktopEntry, std::less<>> entries_;
     EntriesByKey byProgram_;
-    EntriesByKey byScriptName_;   ///< scripts and programs that are not there, by file name
-    EntriesByKey byScriptFolder_; ///< scripts in a folder of their own
+    EntriesByKey byScriptName_;   ///< scripts, and programs that do not exist, by file name
+    EntriesByKey byScriptFolder_; ///< scripts in their own folder
     EntriesByKey byWindowClass_;  ///< in lower case
 };
 

@@ -71,9 +71,9 @@ DesktopRunningApplications::installedApplication(std::string_view bundleIdentifi
     return application;
 }
 
-/// Once found it stays while both processes are what they were: whoever is between them may come and go.
-/// Changes of the entries are looked for in runningApplication() alone: both are asked once a second for
-/// every process that plays.
+/// The result is kept while both processes stay the same; processes in between may come and go. Only
+/// runningApplication() checks for changed entries, because both functions are called once a second for every
+/// playing process.
 std::int32_t DesktopRunningApplications::responsibleProcess(std::int32_t pid) {
     if (entries_.generation() == 0)
         entries_.refresh();
@@ -102,7 +102,7 @@ std::int32_t DesktopRunningApplications::outermostOfSameApplication(std::int32_t
     return outermost;
 }
 
-/// Without an application it is the program that counts; a shell has none.
+/// Without an application the programs are compared; a shell has no program.
 bool DesktopRunningApplications::isSameApplication(const Process& left, const Process& right) {
     return left.application == right.application &&
            (!left.application.empty() || (!left.program.empty() && left.program == right.program));
@@ -112,8 +112,8 @@ std::int32_t DesktopRunningApplications::ownProcess() const {
     return ::getpid();
 }
 
-/// Null when there is no such process. Its files are only read again when it runs another program by now. The
-/// result lives until the next call.
+/// Null when the process does not exist. Its files are only read again after it has executed another program.
+/// The result is valid until the next call.
 const DesktopRunningApplications::Process* DesktopRunningApplications::process(std::int32_t pid, int depth) {
     const auto status = files_.status(pid);
     if (!status) {
@@ -166,10 +166,10 @@ RunningProgram DesktopRunningApplications::runningProgram(std::int32_t pid,
     return program;
 }
 
-/// The unit tells the application of the processes that the desktop started in it. A shell in a terminal
-/// inherits the terminal's unit, and what it starts is not the terminal: such a process has a controlling
-/// terminal that the unit's first process has not, or that nobody outside the unit has. What is an
-/// application of its own stays that.
+/// The unit identifies the application of the processes that the desktop started in it. A shell in a terminal
+/// inherits the terminal's unit, but programs started from it are not the terminal. Such a process has a
+/// controlling terminal that differs from that of the unit's first process, or that no process outside the
+/// unit has. A process with its own desktop entry keeps its own application.
 std::string DesktopRunningApplications::applicationOfUnit(std::int32_t pid, const ProcessStatus& status,
                                                           const RunningProgram& program,
                                                           const std::vector<const DesktopEntry*>& own) const {
@@ -209,7 +209,7 @@ DesktopRunningApplications::firstOfUnit(std::int32_t pid, const ProcessStatus& s
     return first;
 }
 
-/// The identifier that has a desktop entry, else the likeliest.
+/// The first identifier with a desktop entry, else the likeliest one.
 std::string DesktopRunningApplications::knownOf(const std::vector<std::string>& identifiers) const {
     const auto known = std::ranges::find_if(
         identifiers, [this](const std::string& each) { return entries_.entry(each) != nullptr; });
@@ -218,7 +218,7 @@ std::string DesktopRunningApplications::knownOf(const std::vector<std::string>& 
     return identifiers.empty() ? "" : identifiers.front();
 }
 
-/// The application of the nearest ancestor that has one, when that uses this program as its helper.
+/// The application of the nearest ancestor that has one, if this program is its helper.
 std::string DesktopRunningApplications::applicationOfStarter(const Process& helper, int depth) {
     std::int32_t ancestor = helper.status.parent;
     for (int i = 0; i < kMostAncestors && ancestor > 1; ++i) {

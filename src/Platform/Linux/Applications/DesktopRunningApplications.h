@@ -14,45 +14,46 @@
 
 namespace vello {
 
-/// Where the desktop keeps what it knows of applications.
+/// The places of the desktop's information about applications.
 struct DesktopFolders {
     std::filesystem::path processes;                 ///< /proc
-    std::vector<std::filesystem::path> applications; ///< of desktop entries, the most important first
-    std::vector<std::filesystem::path> executables;  ///< of programs without a path, in their order
-    std::vector<std::filesystem::path> libraries; ///< below them are programs that only other programs start
-    std::string locale;                           ///< of messages, such as "de_DE.UTF-8"
+    std::vector<std::filesystem::path> applications; ///< folders of desktop entries, the most important first
+    std::vector<std::filesystem::path> executables;  ///< folders of programs without a path, in search order
+    std::vector<std::filesystem::path> libraries;    ///< they contain programs that only other programs start
+    std::string locale;                              ///< locale of messages, such as "de_DE.UTF-8"
 
     static DesktopFolders fromEnvironment(const Environment& environment);
 };
 
-/// Applications by their desktop entries; the bundle identifier is the desktop file id without ".desktop".
+/// Applications by their desktop entries; the bundle identifier is the desktop file ID without ".desktop".
 ///
-/// An application is told by its Flatpak sandbox; by the systemd or Snap unit that the desktop started it in,
-/// unless the process came from a terminal in that unit or is an application of its own; by the program that
-/// it runs; by the name of its windows' class. A program from a library folder, or from the folder of the
-/// application that started it, is that application's helper.
+/// An application is identified by its Flatpak sandbox; by the systemd or Snap unit that the desktop started
+/// it in, unless the process came from a terminal in that unit or is another application; by its program; or
+/// by its window class. A program from a library folder, or from the folder of the application that started
+/// it, is that application's helper.
 class DesktopRunningApplications final : public RunningApplications {
 public:
     explicit DesktopRunningApplications(DesktopFolders folders);
 
     std::optional<RunningApplication> runningApplication(std::int32_t pid) override;
     std::optional<RunningApplication> installedApplication(std::string_view bundleIdentifier) override;
-    /// The outermost ancestor that belongs to the same application, or without one runs the same program.
+    /// The outermost ancestor of the same application. Without an application, the outermost ancestor that
+    /// runs the same program.
     std::int32_t responsibleProcess(std::int32_t pid) override;
     std::int32_t ownProcess() const override;
 
 private:
-    /// What is known of a process, valid while it has this status and executable.
+    /// Cached information about a process, valid while status and executable stay the same.
     struct Process {
         ProcessStatus status;
         std::filesystem::path executable;
-        std::uint64_t generation = 0; ///< of the entries that it was identified by
-        std::string program;          ///< empty when it tells nothing: a shell, an interpreter
+        std::uint64_t generation = 0; ///< of the entries used for the identification
+        std::string program; ///< empty when it does not identify an application: a shell or an interpreter
         std::string application;      ///< identifier; empty: unknown
-        std::int32_t responsible = 0; ///< 0: not asked for so far
+        std::int32_t responsible = 0; ///< 0: not determined yet
     };
 
-    /// The process that the others of a unit descend from.
+    /// The process from which the others of a unit descend.
     struct FirstOfUnit {
         std::int32_t pid;
         ProcessStatus status;

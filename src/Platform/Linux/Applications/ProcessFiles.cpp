@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/Applications/ProcessFiles.h"
 
+#include "Foundation/Files.h"
 #include "Platform/Linux/System/KeyFile.h"
 
 #include <sstream>
@@ -13,13 +14,13 @@ namespace fs = std::filesystem;
 constexpr std::size_t kLargestFile = 1 << 16;
 
 std::string read(const fs::path& file) {
-    return readSmallFile(file, kLargestFile, Links::refuse).value_or("");
+    return readFile(file, kLargestFile, Links::refuse).value_or("");
 }
 
 } // namespace
 
-/// "pid (name) state parent group session terminal ..."; the name may hold anything, also ") R 1". The start
-/// time is the 22nd field.
+/// Parses "pid (name) state parent group session terminal ..."; the name may contain anything, even ") R 1".
+/// The start time is field 22.
 std::optional<ProcessStatus> ProcessFiles::status(std::int32_t pid) const {
     const std::string text = read(folder(pid) / "stat");
     const auto open = text.find('(');
@@ -58,7 +59,7 @@ fs::path ProcessFiles::workingFolder(std::int32_t pid) const {
 }
 
 std::string ProcessFiles::controlGroup(std::int32_t pid) const {
-    // "0::/path" or, on systems with the first version of control groups, "1:name=systemd:/path".
+    // "0::/path" or, on systems with version 1 of control groups, "1:name=systemd:/path".
     std::istringstream lines(read(folder(pid) / "cgroup"));
     for (std::string line; std::getline(lines, line);)
         for (const std::string_view hierarchy : {"::", ":name=systemd:"})

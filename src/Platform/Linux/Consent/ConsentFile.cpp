@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/Consent/ConsentFile.h"
 
-#include "Foundation/AtomicFile.h"
 #include "Foundation/Descriptor.h"
+#include "Foundation/Files.h"
 
-#include <array>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
@@ -15,6 +14,8 @@ namespace {
 
 constexpr std::string_view kAllowed = "capture allowed\n";
 constexpr std::string_view kDenied = "capture denied\n";
+/// Anything longer is neither.
+constexpr std::size_t kLongestAnswer = 64;
 
 bool isUsersAlone(int descriptor) {
     struct stat status = {};
@@ -28,9 +29,7 @@ Consent ConsentFile::read() {
     const Descriptor file(::open(file_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!file.isOpen() || !isUsersAlone(file.number()))
         return Consent::undecided;
-    std::array<char, 64> buffer{};
-    const ssize_t size = ::read(file.number(), buffer.data(), buffer.size());
-    const std::string_view content(buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    const auto content = readAll(file.number(), kLongestAnswer);
     if (content == kAllowed)
         return Consent::allowed;
     return content == kDenied ? Consent::denied : Consent::undecided;

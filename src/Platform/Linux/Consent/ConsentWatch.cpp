@@ -1,73 +1,117 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/Consent/ConsentWatch.h"
 
+#include "BusConnection.h"
 #include "Platform/Linux/Consent/ConsentFile.h"
-#include "Platform/Linux/System/FolderWatch.h"
 
 #include <algorithm>
-#include <array>
-#include <poll.h>
+#include <exception>
+#include <utility>
 
 namespace vello {
 namespace {
 
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr seconds kLongestStart{2};
+constexpr seconds kShortestPause{1};
 constexpr seconds kLongestPause{60};
 
 } // namespace
 
 ConsentWatch::ConsentWatch(ConsentPlaces places, std::function<void()> onChange)
-    : places_(std::move(places)), onChange_(std::move(onChange)), thread_([this](int end) { watch(end); }) {
-    firstAnswer_.get_future().wait_for(kLongestStart);
+    : places_(std::move(places)), onChange_(std::move(onChange)),
+      files_(places_.file.parent_path(),
+             [name = places_.file.filename().string()](std::string_view each) { return each == name; }),
+      pause_(kShortestPause) {
+    if (files_.descriptor() >= 0) {
+        fileNotifier_.emplace(files_.descriptor(), QSocketNotifier::Read);
+        connect(&*fileNotifier_, &QSocketNotifier::activated, this, [this] {
+            if (files_.takeChanges())
+                publish();
+        });
+    }
+    retry_.setSingleShot(true);
+    connect(&retry_, &QTimer::timeout, this, &ConsentWatch::beginToConnect);
+    awaitFirstAnswer();
 }
 
-void ConsentWatch::watch(int end) {
-    FolderWatch files(places_.file.parent_path(), [name = places_.file.filename().string()](
-                                                      std::string_view each) { return each == name; });
-    connect();
-    isStoreMissing_ = store_ == nullptr;
-    nextTry_.reset(); // where there is no bus, none is waited for
-    publish();
-    for (;;) {
-        if (store_ && !store_->process())
-            connectionLost();
-        std::array<pollfd, 3> events{{{end, POLLIN, 0}, {files.descriptor(), POLLIN, 0}, {-1, 0, 0}}};
-        if (store_)
-            events[2] = {store_->descriptor(), store_->events(), 0};
-        ::poll(events.data(), events.size(), pollTimeout());
-        if (events[0].revents != 0)
-            return;
-        if (events[1].revents != 0 && files.takeChanges())
-            publish();
-        if (nextTry_ && PermissionStore::Clock::now() >= *nextTry_)
-            connect();
+ConsentWatch::~ConsentWatch() = default;
+
+void ConsentWatch::awaitFirstAnswer() {
+    const auto deadline = std::chrono::steady_clock::now() + kLongestStart;
+    if (beginToConnect().wait_until(deadline) != std::future_status::ready)
+        return;
+    connected();
+    if (!store_)
+        return;
+    try {
+        storeAnswered(
+            store_->lookUp(std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now())));
+    } catch (const std::exception&) {
+        // The answer is followed: it comes once the store gives it.
     }
 }
 
-void ConsentWatch::connect() {
-    nextTry_.reset();
-    store_ = PermissionStore::connect(places_.busAddress);
-    if (store_)
-        store_->follow([this](PermissionStore::Answer answer) { storeAnswered(answer); });
-    else
-        connectionLost();
+/// The result is ready when the attempt is over.
+std::future<void> ConsentWatch::beginToConnect() {
+    std::promise<void> over;
+    std::future<void> result = over.get_future();
+    connecting_ = std::jthread([this, over = std::move(over)]() mutable {
+        connection_ = std::make_unique<BusConnection>(places_.busAddress);
+        over.set_value();
+        QMetaObject::invokeMethod(this, &ConsentWatch::connected, Qt::QueuedConnection);
+    });
+    return result;
 }
 
-void ConsentWatch::connectionLost() {
+void ConsentWatch::connected() {
+    if (!connecting_.joinable())
+        return; // known already
+    connecting_.join();
+    if (!connection_->isOpen())
+        return couldNotConnect();
+    QDBusConnection(connection_->bus())
+        .connect({}, "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
+                 SLOT(busIsGone()));
+    store_ = std::make_unique<PermissionStore>(connection_->bus());
+    store_->follow([this](PermissionStore::Answer answer) { storeAnswered(answer); });
+}
+
+/// A session that has no bus at the start gets none later. One that was silent or has gone may come.
+void ConsentWatch::couldNotConnect() {
+    const bool mayCome = connection_->isBusSilent() || hadBus_;
+    if (!connection_->isBusSilent())
+        storeIsMissing();
+    if (mayCome)
+        tryAgainLater();
+}
+
+void ConsentWatch::busIsGone() {
+    hadBus_ = true;
     store_.reset();
-    nextTry_ = PermissionStore::Clock::now() + pause_;
+    connection_.reset();
+    storeIsMissing();
+    tryAgainLater();
+}
+
+void ConsentWatch::tryAgainLater() {
+    retry_.start(pause_);
     pause_ = std::min(pause_ * 2, kLongestPause);
-    isStoreMissing_ = true;
-    publish();
 }
 
 void ConsentWatch::storeAnswered(PermissionStore::Answer answer) {
-    pause_ = seconds(1);
-    isStoreMissing_ = !answer;
-    if (answer)
-        stored_ = answer;
+    pause_ = kShortestPause;
+    if (!answer)
+        return storeIsMissing();
+    isStoreMissing_ = false;
+    stored_ = answer;
+    publish();
+}
+
+void ConsentWatch::storeIsMissing() {
+    isStoreMissing_ = true;
     publish();
 }
 
@@ -76,21 +120,17 @@ void ConsentWatch::publish() {
     if (!stored_ && !isStoreMissing_)
         return;
     const Consent consent = stored_ ? *stored_ : ConsentFile(places_.file).read();
-    if (consent_.exchange(consent) != consent)
+    if (std::exchange(consent_, consent) != consent)
         onChange_();
-    if (!std::exchange(isSettled_, true))
-        firstAnswer_.set_value();
 }
 
-/// In milliseconds, until something is due by itself; without end when nothing is.
-int ConsentWatch::pollTimeout() const {
-    std::optional<Instant> due = nextTry_;
-    if (const auto deadline = store_ ? store_->deadline() : std::nullopt)
-        due = due ? std::min(*due, *deadline) : *deadline;
-    if (!due)
-        return -1;
-    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(*due - PermissionStore::Clock::now());
-    return static_cast<int>(std::max<std::int64_t>(rest.count(), 0));
+void ConsentWatch::read(std::function<void(Consent consent)> onRead) {
+    const auto readFile = [this] { return ConsentFile(places_.file).read(); };
+    if (!store_ || isStoreMissing_)
+        return onRead(readFile());
+    store_->read([readFile, onRead = std::move(onRead)](PermissionStore::Answer answer) {
+        onRead(answer ? *answer : readFile());
+    });
 }
 
 } // namespace vello

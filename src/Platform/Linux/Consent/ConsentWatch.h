@@ -3,51 +3,67 @@
 
 #include "Platform/Linux/Consent/LinuxConsentStore.h"
 #include "Platform/Linux/Consent/PermissionStore.h"
-#include "Platform/Linux/System/WatchThread.h"
+#include "Platform/Linux/System/FolderWatch.h"
 
-#include <atomic>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <memory>
 #include <optional>
+#include <thread>
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTimer>
 
 namespace vello {
 
-/// Keeps up with the user's answer on a thread of its own. When the permission store goes away, its last
-/// answer holds until it is back.
-class ConsentWatch {
-public:
-    /// Returns when the answer is known, at the latest after two seconds. `onChange` runs on the thread when
-    /// another answer is in force. Throws std::system_error.
-    ConsentWatch(ConsentPlaces places, std::function<void()> onChange);
+class BusConnection;
 
-    /// Any thread.
-    Consent consent() const { return consent_.load(); }
+/// Keeps up with the user's answer. When the permission store goes away, its last answer holds until it is
+/// back. Main thread only.
+class ConsentWatch final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Returns when the answer is known, at the latest after two seconds. `onChange` runs when another answer
+    /// is in force.
+    ConsentWatch(ConsentPlaces places, std::function<void()> onChange);
+    /// Waits for a connection that is just being made.
+    ~ConsentWatch() override;
+
+    /// The last answer.
+    Consent consent() const { return consent_; }
+    /// Reads the answer where it is kept. `onRead` does not run when the permission store does not answer.
+    void read(std::function<void(Consent consent)> onRead);
+
+private Q_SLOTS:
+    void busIsGone();
 
 private:
-    using Instant = PermissionStore::Clock::time_point;
-
-    void watch(int end);
-    void connect();
-    void connectionLost();
+    void awaitFirstAnswer();
+    std::future<void> beginToConnect();
+    void connected();
+    void couldNotConnect();
+    void tryAgainLater();
     void storeAnswered(PermissionStore::Answer answer);
+    void storeIsMissing();
     void publish();
-    int pollTimeout() const;
 
     const ConsentPlaces places_;
     const std::function<void()> onChange_;
-    std::atomic<Consent> consent_{Consent::undecided};
-    std::promise<void> firstAnswer_;
-
-    // What follows is the thread's alone.
-    bool isSettled_ = false; ///< there was a first answer
-    std::unique_ptr<PermissionStore> store_;
+    Consent consent_ = Consent::undecided;
     std::optional<Consent> stored_; ///< the permission store's last answer
     bool isStoreMissing_ = false;   ///< and so the file is in force
-    std::optional<Instant> nextTry_;
-    std::chrono::seconds pause_{1}; ///< before the next try
+    bool hadBus_ = false;
 
-    WatchThread thread_; ///< last: it uses all of the above
+    FolderWatch files_;
+    std::optional<QSocketNotifier> fileNotifier_;
+    std::unique_ptr<BusConnection> connection_; ///< written by the thread until it has ended
+    std::unique_ptr<PermissionStore> store_;
+    QTimer retry_;
+    std::chrono::seconds pause_; ///< before the next try
+    std::jthread connecting_;    ///< a silent bus would stop the main thread
 };
 
 } // namespace vello

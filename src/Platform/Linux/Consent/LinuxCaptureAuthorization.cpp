@@ -11,32 +11,19 @@ std::vector<std::string> LinuxCaptureAuthorization::ownQuestion() {
     return {"/proc/self/exe", "permission", "ask"};
 }
 
-LinuxCaptureAuthorization::LinuxCaptureAuthorization(MainThread& mainThread, SystemLog& log,
-                                                     ConsentPlaces places, std::vector<std::string> question)
-    : places_(places), logger_(log, kBundleIdentifier, "LinuxCaptureAuthorization"),
-      onDidChange_(std::make_shared<Action>()),
-      watch_(std::move(places),
-             [&mainThread, weak = std::weak_ptr(onDidChange_)] {
-                 mainThread.post([weak] {
-                     const auto current = weak.lock();
-                     if (const Action action = current ? *current : nullptr)
-                         action();
-                 });
-             }),
+LinuxCaptureAuthorization::LinuxCaptureAuthorization(SystemLog& log, ConsentPlaces places,
+                                                     std::vector<std::string> question)
+    : logger_(log, kBundleIdentifier, "LinuxCaptureAuthorization"), watch_(std::move(places),
+                                                                           [this] {
+                                                                               if (onDidChange_)
+                                                                                   onDidChange_();
+                                                                           }),
       question_(std::move(question)) {}
 
 LinuxCaptureAuthorization::~LinuxCaptureAuthorization() = default;
 
-std::optional<int> LinuxCaptureAuthorization::preflight() {
-    switch (watch_.consent()) {
-    case Consent::allowed:
-        return 0;
-    case Consent::denied:
-        return 1;
-    case Consent::undecided:
-        break;
-    }
-    return 2;
+Consent LinuxCaptureAuthorization::preflight() {
+    return watch_.consent();
 }
 
 void LinuxCaptureAuthorization::request(Completion completion) {
@@ -47,17 +34,16 @@ void LinuxCaptureAuthorization::openSettings() {
     ask([](bool) {});
 }
 
-/// The exit code only says that there is an answer; which one it is, the place where it is kept says.
+/// The exit code only says that there is an answer. Which one it is stands where it is kept.
 void LinuxCaptureAuthorization::ask(Completion completion) {
+    const auto complete = [completion = std::move(completion)](Consent consent) {
+        if (consent != Consent::undecided)
+            completion(consent == Consent::allowed);
+    };
     try {
-        question_.ask([this, completion = std::move(completion)](bool isAnswered) {
-            try {
-                const Consent consent = isAnswered ? LinuxConsentStore(places_).read() : Consent::undecided;
-                if (consent != Consent::undecided)
-                    completion(consent == Consent::allowed);
-            } catch (const std::exception& error) {
-                logger_.error(error.what());
-            }
+        question_.ask([this, complete](bool isAnswered) {
+            if (isAnswered)
+                watch_.read(complete);
         });
     } catch (const std::exception& error) {
         logger_.error(std::string("Cannot ask for the consent: ").append(error.what()));
@@ -65,7 +51,7 @@ void LinuxCaptureAuthorization::ask(Completion completion) {
 }
 
 void LinuxCaptureAuthorization::onDidChange(Action action) {
-    *onDidChange_ = std::move(action);
+    onDidChange_ = std::move(action);
 }
 
 } // namespace vello

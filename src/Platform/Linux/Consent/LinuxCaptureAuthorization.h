@@ -5,10 +5,8 @@
 #include "Platform/Linux/Consent/LinuxConsentStore.h"
 #include "Platform/Linux/Consent/QuestionProcess.h"
 #include "Ports/CaptureAuthorization.h"
-#include "Ports/MainThread.h"
 #include "Ports/SystemLog.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,13 +20,12 @@ public:
     static std::vector<std::string> ownQuestion();
 
     /// Waits for the first answer, at most two seconds. `question` ends with 0 when it has stored an answer.
-    /// References outlive the object. Throws std::system_error.
-    LinuxCaptureAuthorization(MainThread& mainThread, SystemLog& log, ConsentPlaces places,
+    /// `log` outlives the object. There is a QCoreApplication, whose event loop does the rest.
+    LinuxCaptureAuthorization(SystemLog& log, ConsentPlaces places,
                               std::vector<std::string> question = ownQuestion());
     ~LinuxCaptureAuthorization() override;
 
-    /// 0, 1, or 2 for undecided.
-    std::optional<int> preflight() override;
+    Consent preflight() override;
     /// A question that is open already is not put a second time.
     void request(Completion completion) override;
     /// Puts the question again: there is no other place to change the answer that all desktops have.
@@ -38,10 +35,8 @@ public:
 private:
     void ask(Completion completion);
 
-    const ConsentPlaces places_;
     const Logger logger_;
-    /// What waits on the main thread finds the action through it, or nothing when this object is gone.
-    const std::shared_ptr<Action> onDidChange_;
+    Action onDidChange_;
     ConsentWatch watch_;
     QuestionProcess question_;
 };

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/Linux/System/UserFolders.h"
 #include "Ports/ConsentStore.h"
 
 #include <chrono>
 #include <functional>
-#include <memory>
 #include <optional>
-#include <string>
 
-struct sd_bus;
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QObject>
 
 namespace vello {
 
@@ -18,52 +17,36 @@ namespace vello {
 /// "vello", id "capture", the application com.quorvin.Vello with "yes" or "no".
 ///
 /// One thread.
-class PermissionStore {
-public:
-    using Clock = std::chrono::steady_clock;
+class PermissionStore final : public QObject {
+    Q_OBJECT
 
-    /// Nothing: nobody offers a permission store on this bus.
+public:
+    /// Absent: this bus has no permission store.
     using Answer = std::optional<Consent>;
     using OnAnswer = std::function<void(Answer answer)>;
 
-    /// Connects to the bus at `address` without waiting for it. Absent when nobody listens there.
-    static std::unique_ptr<PermissionStore> connect(const std::string& address);
-    ~PermissionStore();
-    PermissionStore(const PermissionStore&) = delete;
-    PermissionStore& operator=(const PermissionStore&) = delete;
+    static constexpr std::chrono::milliseconds longestWait{5000};
 
-    /// Asks for the answer, and again whenever it may have changed; `onAnswer` runs inside process(). An
-    /// answer that does not come is none: `onAnswer` does not run for it.
+    /// On a bus to which the caller has connected.
+    explicit PermissionStore(const QDBusConnection& bus);
+
+    /// Waits for the answer. Throws std::runtime_error with a sentence when it does not come in time.
+    Answer lookUp(std::chrono::milliseconds patience = longestWait) const;
+    /// Waits until the answer is stored. False: this bus has no permission store. Throws as lookUp() does.
+    bool store(Consent answer) const;
+
+    /// Reads the answer. When it does not come within `longestWait`, `onAnswer` does not run.
+    void read(OnAnswer onAnswer);
+    /// Reads it whenever it may have changed.
     void follow(OnAnswer onAnswer);
-    /// Does what has come in. False when the connection is lost.
-    bool process();
-    /// To be polled for events(), at most until deadline().
-    int descriptor() const;
-    short events() const;
-    std::optional<Clock::time_point> deadline() const;
 
-    /// Waits for the answer. Throws std::runtime_error with a sentence when none comes in time.
-    Answer lookUp();
-    /// Waits until the answer is stored. False: nobody offers a permission store. Throws as lookUp() does.
-    bool store(Consent answer);
+private Q_SLOTS:
+    void mayHaveChanged();
 
 private:
-    struct Callbacks;
-    struct Closer {
-        void operator()(sd_bus* bus) const;
-    };
-
-    explicit PermissionStore(sd_bus* bus) : bus_(bus) {}
-    void waitUntilConnected();
-    void askForAnswer();
-
-    // The slots of pending calls and matches live and die with the connection.
-    std::unique_ptr<sd_bus, Closer> bus_;
-    OnAnswer onAnswer_;
+    const QDBusConnection bus_;
+    QDBusServiceWatcher services_;
+    OnAnswer onChange_;
 };
-
-/// Address of the user's session bus: $DBUS_SESSION_BUS_ADDRESS, else the socket "bus" in $XDG_RUNTIME_DIR
-/// when there is one; else empty.
-std::string sessionBusAddress(const Environment& environment);
 
 } // namespace vello

@@ -3,58 +3,42 @@
 
 #include "Platform/Linux/System/SpawnedProgram.h"
 
-#include <array>
 #include <csignal>
-#include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
 
+#include <QSocketNotifier>
+
 namespace vello {
 
+QuestionProcess::QuestionProcess(std::vector<std::string> command) : command_(std::move(command)) {}
+
 QuestionProcess::~QuestionProcess() {
-    thread_.reset();
+    if (waiting_.empty())
+        return;
+    ::kill(pid_, SIGTERM);
+    awaitExitCode(pid_);
 }
 
 void QuestionProcess::ask(OnEnd onEnd) {
-    {
-        const std::lock_guard lock(mutex_);
-        waiting_.push_back(std::move(onEnd));
-        if (waiting_.size() > 1)
-            return;
-    }
-    pid_t pid = -1;
-    thread_.reset(); // that of the last question, which has ended
-    try {
-        pid = spawnProgram(command_);
-    } catch (...) {
-        const std::lock_guard lock(mutex_);
-        waiting_.clear();
-        throw;
-    }
-    thread_ = std::make_unique<WatchThread>([this, pid](int end) { awaitEnd(pid, end); });
+    if (waiting_.empty())
+        start();
+    waiting_.push_back(std::move(onEnd));
 }
 
-void QuestionProcess::awaitEnd(pid_t pid, int end) {
-    const Descriptor process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
-    std::array<pollfd, 2> events{{{end, POLLIN, 0}, {process.number(), POLLIN, 0}}};
-    while (process.isOpen() && ::poll(events.data(), events.size(), -1) < 0) {
-    }
-    const bool isDropped = events[0].revents != 0;
-    if (isDropped)
-        ::kill(pid, SIGTERM);
-    const bool isAnswered = awaitExitCode(pid) == 0;
-    if (!isDropped)
-        ended(isAnswered);
+void QuestionProcess::start() {
+    pid_ = spawnProgram(command_);
+    process_ = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+    notifier_ = std::make_unique<QSocketNotifier>(process_.number(), QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { ended(); });
 }
 
-void QuestionProcess::ended(bool isAnswered) {
-    std::vector<OnEnd> waiting;
-    {
-        const std::lock_guard lock(mutex_);
-        waiting.swap(waiting_);
-    }
-    for (const OnEnd& each : waiting)
+void QuestionProcess::ended() {
+    notifier_->setEnabled(false);
+    notifier_.release()->deleteLater(); // it is what calls
+    const bool isAnswered = awaitExitCode(pid_) == 0;
+    for (const OnEnd& each : std::exchange(waiting_, {}))
         each(isAnswered);
 }
 

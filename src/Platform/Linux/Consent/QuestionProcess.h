@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "Platform/Linux/System/WatchThread.h"
+#include "Foundation/Descriptor.h"
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include <sys/types.h>
+
+class QSocketNotifier;
 
 namespace vello {
 
@@ -17,10 +18,10 @@ namespace vello {
 /// open ends with the object. Main thread only.
 class QuestionProcess {
 public:
-    /// Runs on a thread of the object's when the program has ended; `isAnswered`: with exit code 0.
+    /// Runs when the program has ended; `isAnswered`: with exit code 0.
     using OnEnd = std::function<void(bool isAnswered)>;
 
-    explicit QuestionProcess(std::vector<std::string> command) : command_(std::move(command)) {}
+    explicit QuestionProcess(std::vector<std::string> command);
     ~QuestionProcess();
     QuestionProcess(const QuestionProcess&) = delete;
     QuestionProcess& operator=(const QuestionProcess&) = delete;
@@ -30,13 +31,14 @@ public:
     void ask(OnEnd onEnd);
 
 private:
-    void awaitEnd(pid_t pid, int end);
-    void ended(bool isAnswered);
+    void start();
+    void ended();
 
     const std::vector<std::string> command_;
-    std::mutex mutex_;
-    std::vector<OnEnd> waiting_; ///< guarded by the mutex; not empty while a question is open
-    std::unique_ptr<WatchThread> thread_;
+    std::vector<OnEnd> waiting_; ///< not empty while a question is open
+    pid_t pid_ = -1;
+    Descriptor process_; ///< readable when the program has ended
+    std::unique_ptr<QSocketNotifier> notifier_;
 };
 
 } // namespace vello

@@ -8,32 +8,34 @@
 
 namespace vello {
 
-/// How often the threads of the guarded process have shown that they run. The numbers only have to change.
+/// Counters that the threads of the guarded process increase while they run. Only a change matters.
 struct Heartbeats {
     std::uint32_t main = 0;
     std::uint32_t data = 0;
 };
 
-/// Tells a frozen process from one that only had no time, by looking at its heartbeats again and again.
+/// Distinguishes a frozen process from one that merely had no CPU time, by checking its heartbeats
+/// repeatedly.
 ///
-/// It counts its own looks and not the time that has passed: when the machine was suspended, or everything on
-/// it stood still, the judge did not look either.
+/// Counts its own checks instead of the elapsed time: while the machine was suspended or stalled, the judge
+/// did not check either.
 class FreezeJudge {
 public:
     using Instant = std::chrono::steady_clock::time_point;
 
-    /// Time from look to look, and how many of them without a beat make a freeze: two seconds.
+    /// Interval of the checks, and the number of checks without a beat that count as a freeze: two seconds.
     static constexpr std::chrono::milliseconds period{500};
     static constexpr int looksWithoutBeat = 4;
-    /// A judge that did not get to look for longer than this does not know what happened, and begins anew.
+    /// After a longer gap between two checks the judge starts again, because it cannot know the reason for
+    /// the gap.
     static constexpr std::chrono::milliseconds longestGap{1500};
-    /// How often the hearts beat.
+    /// Interval of the heartbeats.
     static constexpr std::chrono::milliseconds beatPeriod{250};
 
-    /// One look. True when one of the threads has not moved over that many. A look that comes before its time
-    /// is none.
+    /// Makes one check. Returns true when one of the threads has not moved for `looksWithoutBeat` checks. A
+    /// check before its time is ignored.
     bool isFrozen(Instant now, const Heartbeats& beats);
-    /// Begins anew at the next look.
+    /// Starts again at the next check.
     void reset() { lastLook_.reset(); }
 
 private:

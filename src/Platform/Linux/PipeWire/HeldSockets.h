@@ -7,20 +7,20 @@
 
 namespace vello {
 
-/// Keeps sockets open beyond the end of their process: for as long as any process holds the channel's end.
+/// Keeps sockets open after their process has ended, for as long as any process holds the channel's end.
 ///
-/// The sockets are sent into a channel that nobody reads, where the kernel keeps them.
+/// The sockets are sent as descriptors into a channel that is never read, so the kernel keeps them.
 class HeldSockets {
 public:
-    /// Where the system refuses the channel, nothing is held.
+    /// Holds nothing when the system cannot create the channel.
     HeldSockets();
 
-    /// Holds these as well. Any thread, one at a time, as with letGo().
+    /// Holds these sockets as well. Any thread; calls of hold() and letGo() must not overlap.
     void hold(std::span<const int> sockets) noexcept;
-    /// Their owner's copies are the only ones again.
+    /// Releases all held sockets.
     void letGo() noexcept;
-    /// The end to hand on to another process; negative when there is none. Closed when another program is
-    /// started, unless it is handed on.
+    /// The end to pass to another process; negative without a channel. It is close-on-exec unless it is
+    /// passed on.
     int channelEnd() const noexcept { return end_.number(); }
 
 private:

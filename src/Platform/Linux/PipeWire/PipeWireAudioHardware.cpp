@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/PipeWire/PipeWireAudioHardware.h"
 
+#include "PipeWireConnection.h"
 #include "PipeWireGraph.h"
 #include "PipeWireHeartbeat.h"
 #include "PipeWireProperties.h"
 #include "PipeWirePropertyListeners.h"
 #include "PipeWireStreamDirector.h"
 #include "PipeWireTaps.h"
-#include "PipeWireConnection.h"
 #include "Platform/Linux/PipeWire/PipeWireRedirectGuard.h"
 
 #include <algorithm>
@@ -25,13 +25,14 @@ namespace vello {
 
 namespace {
 
-/// How long the first look at a server may take. Without a session manager there is no default output to see.
+/// Longest wait for the first view of a server. Without a session manager there is no default output to wait
+/// for.
 constexpr std::chrono::milliseconds firstLookPatience{500};
 
 } // namespace
 
-/// Holds the parts together: what the server tells goes to the mirror, from there to the parts that act on
-/// it, and as a change notice to the main thread.
+/// Connects the parts: events of the server update the mirror. The mirror notifies the parts that act on it,
+/// and sends change notices to the main thread.
 class PipeWireAudioHardware::Implementation final : private PipeWireConnectionHandler,
                                                     private PipeWireGraphObserver {
 public:
@@ -73,7 +74,7 @@ public:
         if (guard != nullptr)
             guard->giveBackInSignalHandler();
         connection.shutDownInSignalHandler();
-        // A core file written with the data thread's priority would keep the session manager from its work.
+        // A core dump at the data thread's realtime priority would starve the session manager.
         constexpr sched_param usual{};
         ::sched_setscheduler(0, SCHED_OTHER, &usual);
     }
@@ -102,8 +103,8 @@ public:
     }
 
 private:
-    /// Until the default output is known, when a server runs: whoever starts to listen now finds it there,
-    /// and is not told of a change that is none.
+    /// Waits until the default output is known, when a server runs. A listener added afterwards then finds
+    /// it, and is not notified of a change that is not one.
     void awaitFirstLook() {
         const PipeWireLock lock(connection);
         timespec end{};
@@ -160,8 +161,8 @@ private:
     void streamVanished(std::uint32_t nodeID) override { director.streamVanished(nodeID); }
     void linksChanged() override { taps.linksChanged(); }
     void metadataRequested() override { connection.sync(); }
-    /// Its links went with it, the streams' way through the taps included, and nodes of ours that it was
-    /// still busy with are linked by no other. The one that comes next finds everything made anew.
+    /// All links of the session manager are gone, including those through the taps. A new session manager
+    /// does not link nodes that the old one was still working on. Reconnecting makes all nodes new.
     void sessionManagerGone() override { connection.reconnect("The session manager has ended"); }
     void targetChanged(std::uint32_t nodeID, const std::string& key,
                        const std::optional<MetadataValue>& value) override {

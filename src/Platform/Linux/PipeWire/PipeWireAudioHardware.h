@@ -14,17 +14,17 @@ class PipeWireRedirectGuard;
 
 /// The audio object model on PipeWire.
 ///
-/// A device is a node of class Audio/Sink, its UID the node's name. A process object is a client that owns a
-/// playback stream. A tap with its aggregate device is a capture and a playback stream in one graph cycle;
-/// the session manager moves the applications' streams to the capture while the device is started.
+/// A device is a node of class Audio/Sink; its UID is the name of the node. A process object is a client that
+/// owns a playback stream. A tap with its aggregate device is a capture and a playback stream in one graph
+/// cycle; the session manager moves the applications' streams to the capture while the device is started.
 ///
-/// PipeWire's control loop runs on a thread of its own. Reads answer from a mirror that this thread keeps.
+/// PipeWire's control loop runs on its own thread. Reads are answered from a mirror that this thread updates.
 class PipeWireAudioHardware final : public AudioHardware {
 public:
-    /// Connects at once when a server runs, and otherwise as soon as one does. `remoteName` is the name of
-    /// the server's socket; empty for the user's own server. `guard` gives the applications' streams back
-    /// where this object cannot; it outlives the object and may be absent. Throws std::runtime_error when
-    /// PipeWire's client libraries are unusable.
+    /// Connects at once when a server runs, otherwise as soon as one starts. `remoteName` is the name of the
+    /// server's socket; empty for the user's own server. `guard` restores the applications' streams when this
+    /// object cannot; it must outlive the object and may be null. Throws std::runtime_error when PipeWire's
+    /// client libraries are unusable.
     PipeWireAudioHardware(MainThread& mainThread, SystemLog& log, std::string remoteName = {},
                           PipeWireRedirectGuard* guard = nullptr);
     ~PipeWireAudioHardware() override;

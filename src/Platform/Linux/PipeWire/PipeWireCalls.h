@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// PipeWire's methods are macros of C that cast as C does. Here they are functions.
+// PipeWire's methods are C macros with C casts. These functions wrap them.
 
 #include <pipewire/pipewire.h>
 
-// After it: it uses what that declares.
+// After pipewire.h, whose declarations it needs.
 #include <pipewire/extensions/metadata.h>
 
 #ifdef __cplusplus

@@ -26,7 +26,7 @@ namespace {
 constexpr auto firstRetryPause = 50ms;
 constexpr auto longestRetryPause = 500ms;
 
-/// Open descriptors that are UNIX sockets connected to a named one.
+/// Open descriptors of UNIX sockets that are connected to a named socket.
 std::vector<int> connectedSockets() {
     std::vector<int> found;
     std::error_code error;
@@ -62,7 +62,8 @@ PipeWireConnection::PipeWireConnection(PipeWireConnectionHandler& handler, Syste
     for (auto& socket : sockets_)
         socket.store(-1);
     pw_init(nullptr, nullptr);
-    // What the library would print of a server that is not there is told here once, and not at every try.
+    // The library would print an error at every attempt while there is no server. We log its absence once
+    // instead.
     if (std::getenv("PIPEWIRE_DEBUG") == nullptr)
         pw_log_set_level(SPA_LOG_LEVEL_NONE);
     threadLoop_ = pw_thread_loop_new("vello-control", nullptr);
@@ -108,7 +109,7 @@ void PipeWireConnection::stop() {
 
 void PipeWireConnection::reconnect(const char* reason) {
     reconnectReason_ = reason;
-    // The cores cannot be taken down inside an event of theirs.
+    // Deferred, because a core cannot be destroyed inside its own event.
     pw_loop_signal_event(loop(), lostEvent_);
 }
 
@@ -221,7 +222,7 @@ void PipeWireConnection::shutDownInSignalHandler() noexcept {
 
 void PipeWireConnection::onCoreError(void* data, std::uint32_t id, int, int result, const char* message) {
     auto& self = *static_cast<PipeWireConnection*>(data);
-    // Only the core's own broken pipe is the end; newer servers also report requests that came too late here.
+    // Only EPIPE on the core itself ends the connection. Newer servers also report late requests here.
     if (id != PW_ID_CORE || result != -EPIPE) {
         self.logger_.debug(std::string("Server reports ") + (message != nullptr ? message : "an error"));
         return;

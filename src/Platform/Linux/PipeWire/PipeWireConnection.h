@@ -21,31 +21,32 @@ struct spa_source;
 
 namespace vello {
 
-/// Told of the connection's life, on the control loop's thread with its lock held.
+/// Callbacks of the connection, on the control loop's thread with its lock held.
 class PipeWireConnectionHandler {
 public:
     virtual ~PipeWireConnectionHandler() = default;
     virtual void connected(pw_core* core) = 0;
-    /// Everything made from the cores must be gone when this returns.
+    /// Everything made from the cores must be destroyed before this returns.
     virtual void disconnected() = 0;
-    /// All requests sent before PipeWireConnection::sync have been answered.
+    /// The server has answered all requests sent before PipeWireConnection::sync.
     virtual void synchronized() = 0;
 };
 
-/// The connection to the audio server: a control loop on a thread of its own, and two cores that are
-/// connected again, with a growing pause, whenever one is lost.
+/// The connection to the audio server: a control loop on its own thread, and two cores. When a core is lost,
+/// both are connected again, with a growing pause between attempts.
 ///
-/// One core watches and asks, the other one has our nodes. For the server does not listen to a client whom it
-/// is telling the metadata until the session manager has answered, and not to the session manager until a
-/// node that it has configured has answered: with one core for both, each would wait for the other for ever.
+/// One core observes the server and sends requests; the other one owns our nodes. One core for both would
+/// deadlock: while the server sends metadata to a client it does not read from that client until the session
+/// manager has answered, and it does not read from the session manager until a node that the session manager
+/// has configured has answered.
 ///
-/// The loop's lock guards everything that talks to the server. Hold it (PipeWireLock) to call into PipeWire
-/// from another thread; the loop holds it while it dispatches.
+/// The loop's lock guards every call to the server. Hold it (PipeWireLock) to call PipeWire from another
+/// thread; the loop holds it while it dispatches.
 class PipeWireConnection {
 public:
     enum class Purpose { watching, watchingAndNodes };
 
-    /// `remoteName` is the server's socket name, empty for the user's own server. Starts nothing yet.
+    /// `remoteName` is the server's socket name, empty for the user's own server. Does not start the loop.
     PipeWireConnection(PipeWireConnectionHandler& handler, SystemLog& log, std::string remoteName,
                        Purpose purpose);
     /// Disconnects and joins the loop's thread. The lock must not be held.
@@ -53,39 +54,39 @@ public:
     PipeWireConnection(const PipeWireConnection&) = delete;
     PipeWireConnection& operator=(const PipeWireConnection&) = delete;
 
-    /// Starts the loop; the first connection is tried before this returns, so a reader finds the server's
-    /// objects soon.
+    /// Starts the loop. Makes the first attempt to connect before it returns, so that the server's objects
+    /// are known soon.
     void start();
-    /// Ends the loop's thread and disconnects. The lock must not be held. Called at most once, and at the
-    /// latest by the destructor.
+    /// Ends the loop's thread and disconnects. The lock must not be held. Call at most once; the destructor
+    /// calls it too.
     void stop();
 
     pw_thread_loop* threadLoop() const { return threadLoop_; }
     pw_loop* loop() const;
-    /// The loop of the data thread. Its functions that call into it need the lock.
+    /// The loop of the data thread. Calls into it require the lock.
     pw_data_loop* dataLoop() const;
-    /// For the registry and what is bound from it. Null while there is no server.
+    /// For the registry and the objects bound through it. Null while there is no server.
     pw_core* core() const { return core_; }
-    /// For nodes, when they are a purpose. Null while there is no server.
+    /// For our nodes; null while there is no server, or when the purpose does not include nodes.
     pw_core* nodeCore() const { return nodeCore_; }
-    /// Asks for PipeWireConnectionHandler::synchronized. Lock held.
+    /// Requests PipeWireConnectionHandler::synchronized. Lock held.
     void sync();
-    /// Disconnects and connects again in a turn of the loop's own, as when the server goes. `reason` is for
-    /// the log. Lock held.
+    /// Disconnects and connects again in a later iteration of the loop, as when the server is lost. `reason`
+    /// is logged. Lock held.
     void reconnect(const char* reason);
 
-    /// Descriptors of the connection's own sockets, as long as it stands. Lock held.
+    /// Descriptors of the connection's own sockets; empty while disconnected. Lock held.
     std::vector<int> sockets() const;
-    /// Waits until the condition holds, which is looked at whenever the loop is signalled, or until that
-    /// time. Lock held, not on the loop's thread; the loop has the lock meanwhile.
+    /// Waits until the condition holds or the deadline has passed. The condition is evaluated whenever the
+    /// loop is signalled. Lock held on entry and return, released while waiting. Not on the loop's thread.
     template <class Condition>
     void waitUntil(std::chrono::steady_clock::time_point deadline, Condition condition) const {
         while (!condition() && std::chrono::steady_clock::now() < deadline)
             awaitSignal(deadline);
     }
 
-    /// Ends the connection for good, as the server sees it, without a lock or an allocation: the server drops
-    /// everything of ours within milliseconds. For a signal handler of a dying process.
+    /// Ends the connection permanently without a lock or an allocation: the server removes all our objects
+    /// within milliseconds. For a signal handler of a dying process.
     void shutDownInSignalHandler() noexcept;
 
 private:
@@ -100,7 +101,7 @@ private:
     bool connectCores();
     bool connectEachCore();
     void disconnectCores();
-    /// Null when nobody answers; `errno` says why.
+    /// Null when the connection fails; `errno` says why.
     pw_core* connect(CoreListener& listener, const pw_core_events& events);
     static void disconnect(pw_core*& core, CoreListener& listener);
     void scheduleRetry();
@@ -123,8 +124,8 @@ private:
     std::string reconnectReason_;
     int pendingSync_ = -1;
     bool isAbsenceLogged_ = false;
-    /// Descriptors of the connection's own sockets, -1 where free. Written with the lock held, read by the
-    /// signal handler.
+    /// Descriptors of the connection's own sockets, -1 for a free entry. Written with the lock held, read by
+    /// the signal handler.
     std::array<std::atomic<int>, 4> sockets_;
 };
 

@@ -20,7 +20,7 @@ struct spa_source;
 
 namespace vello {
 
-/// A value of the session manager's metadata, as it stands there.
+/// A value of the session manager's metadata, as stored there.
 struct MetadataValue {
     std::string type;
     std::string value;
@@ -37,14 +37,14 @@ struct GraphSink {
     std::string description;
     FourCharCode transport = 0;
     std::uint32_t channels = 2;
-    /// Hz; the last one known while the device is suspended.
+    /// In Hz; the last known rate while the device is suspended.
     double sampleRate = 0;
-    /// The server has told everything that a reader may ask.
+    /// The server has sent all information that readers use.
     bool isDescribed = false;
 };
 
-/// How long a stream lets its samples wait: as many frames at that rate (Hz). The graph's quantum is the
-/// least that a node of it asks for.
+/// The latency that a stream requests: `frames` at `rate` (Hz). The graph's quantum follows the lowest
+/// latency that any of its nodes requests.
 struct GraphLatency {
     std::uint32_t frames = 0;
     std::uint32_t rate = 1;
@@ -60,30 +60,31 @@ struct GraphStream {
     AudioObjectID objectID = 0;
     std::uint32_t nodeID = 0;
     std::uint32_t clientID = 0;
-    std::string name; ///< what people read
-    /// Of its own format, before the session manager has it mixed for a device; 0 where it has none.
+    std::string name; ///< the name shown to the user
+    /// Channels of the stream's own format, before the session manager mixes it for a device; 0 when unknown.
     std::uint32_t channels = 0;
-    std::optional<GraphLatency> latency; ///< that it asks for
-    /// Why it is left as it is, as far as its own properties and format say.
+    std::optional<GraphLatency> latency; ///< requested by the stream
+    /// Why the stream is left untouched, according to its own properties and format only.
     StreamExemption exemption = StreamExemption::none;
-    /// The server has told everything that the two before depend on.
+    /// The server has sent everything that `channels` and `exemption` depend on.
     bool isDescribed = false;
     bool isRunning = false;
-    /// When it last left the running state.
+    /// Time when the stream last left the running state.
     MainThread::Instant endedAt{};
     MainThread::Instant linksChangedAt{};
     bool isEndReported = true;
-    /// The target that the application itself asks for, by name or serial.
+    /// The target that the application itself requests, by name or serial.
     std::optional<std::string> targetProperty;
 };
 
-/// A client of the server; a process object while it owns at least one playback stream.
+/// A client of the server. It is a process object while it owns at least one playback stream.
 struct GraphClient {
     AudioObjectID objectID = 0;
     std::uint32_t clientID = 0;
     std::int32_t processID = -1;
     std::string applicationID;
-    /// Streams of more than two channels are captured as two, also where the device would play them all.
+    /// Streams of more than two channels are captured as stereo, even when the device could play all
+    /// channels.
     bool downmixes = false;
     bool isDescribed = false;
 };
@@ -93,23 +94,23 @@ struct GraphLink {
     std::uint32_t inputNodeID = 0;
 };
 
-/// Told of changes, on the control loop's thread with its lock held.
+/// Notified of changes, on the control loop's thread with its lock held.
 class PipeWireGraphObserver {
 public:
     virtual ~PipeWireGraphObserver() = default;
     virtual void propertyChanged(AudioObjectID object, FourCharCode selector) = 0;
-    /// The stream is described now, or is so in another way.
+    /// The stream became described, or its description changed.
     virtual void streamDescribed(const GraphStream& stream) = 0;
     virtual void streamVanished(std::uint32_t nodeID) = 0;
-    /// A stream began to run, or has stopped for good.
+    /// A stream started to run, or has stopped for longer than a relink takes.
     virtual void streamRunningChanged(const GraphStream& stream) = 0;
     virtual void linksChanged() = 0;
-    /// The session manager's metadata can be written; its current values follow. To be answered with
-    /// PipeWireGraph::metadataAnswered when the server has answered everything that was asked until now.
+    /// The metadata can be written, and its current values follow. Respond with
+    /// PipeWireGraph::metadataAnswered once the server has answered all requests sent so far.
     virtual void metadataRequested() = 0;
-    /// The session manager has ended, and with it the metadata and every link that it made.
+    /// The session manager has ended, and with it the metadata and every link that it had made.
     virtual void sessionManagerGone() = 0;
-    /// The target of a node changed in the metadata; `value` is empty when it was taken away.
+    /// The target of a node changed in the metadata; `value` is absent when the target was removed.
     virtual void targetChanged(std::uint32_t nodeID, const std::string& key,
                                const std::optional<MetadataValue>& value) = 0;
 };
@@ -117,11 +118,11 @@ public:
 inline constexpr char kTargetObjectKey[] = "target.object";
 inline constexpr char kTargetNodeKey[] = "target.node";
 
-/// The mirror of the server's registry: sinks, playback streams, their clients, links, and the metadata that
-/// holds the default output and the streams' targets. The control loop's lock guards all of it.
+/// A mirror of the server's registry: sinks, playback streams, their clients, links, and the metadata with
+/// the default output and the streams' targets. The control loop's lock guards all of it.
 class PipeWireGraph {
 public:
-    /// `nextObjectID` gives numbers that are never used again. `loop` is the control loop.
+    /// `nextObjectID` returns numbers that are never reused. `loop` is the control loop.
     PipeWireGraph(PipeWireGraphObserver& observer, std::function<AudioObjectID()> nextObjectID,
                   pw_loop* loop);
     ~PipeWireGraph();
@@ -129,59 +130,60 @@ public:
     PipeWireGraph& operator=(const PipeWireGraph&) = delete;
 
     void attach(pw_core* core);
-    /// Forgets everything; every object is dead.
+    /// Drops all objects; all their IDs become invalid.
     void detach();
 
-    /// Described sinks in the order in which they appeared.
+    /// Described sinks in order of appearance.
     std::vector<const GraphSink*> sinks() const;
     const GraphSink* sink(AudioObjectID objectID) const;
     const GraphSink* sinkNamed(const std::string& name) const;
-    /// The sink that a target names: a node's name, or its serial or node id in decimal, as the key demands.
+    /// The sink that a target refers to: by node name or by serial or node ID in decimal, depending on the
+    /// key.
     const GraphSink* sinkOfTarget(const std::string& key, const std::string& value) const;
-    /// Null while there is no default output or its sink is unknown.
+    /// Null while there is no default output or its sink is not known.
     const GraphSink* defaultSink() const;
 
-    /// Clients that are process objects now, in the order in which they appeared: those that own a described
-    /// stream which need not be left as it is.
+    /// Clients that are process objects now, in order of appearance: those that own a described stream that
+    /// need not be left untouched.
     std::vector<const GraphClient*> processes() const;
     const GraphClient* process(AudioObjectID objectID) const;
     void setDownmix(AudioObjectID process, bool downmixes);
     const GraphClient* processOfStream(const GraphStream& stream) const;
-    /// In the order in which they appeared; so those of a client.
+    /// All streams in order of appearance; streamsOf() uses the same order.
     std::vector<const GraphStream*> streams() const;
     std::vector<const GraphStream*> streamsOf(const GraphClient& client) const;
     const GraphStream* stream(std::uint32_t nodeID) const;
     const GraphStream* streamOfObject(AudioObjectID objectID) const;
-    /// Whether the stream runs, or ran a moment ago and is only being linked anew.
+    /// Whether the stream runs, or stopped so recently that it may only be in the middle of a relink.
     static bool isProducingOutput(const GraphStream& stream) {
         return stream.isRunning || !stream.isEndReported;
     }
 
     bool hasLinkInto(std::uint32_t nodeID) const;
     bool hasLinkOutOf(std::uint32_t nodeID) const;
-    /// Whether the node plays into an output device.
+    /// Whether the node is linked to an output device.
     bool isLinkedToSink(std::uint32_t nodeID) const;
-    /// Whether that many channels of the node are linked, or as many as the device has that they are linked
-    /// to.
+    /// Whether `channels` of the node's channels are linked, or all channels of the linked device if it has
+    /// fewer.
     bool hasLinksOutOf(std::uint32_t nodeID, std::uint32_t channels) const;
 
     std::optional<MetadataValue> target(std::uint32_t nodeID, const std::string& key) const;
-    /// Whether the session manager has linked a node, which follows the default output, to another device.
+    /// Whether the session manager has linked a node that follows the default output to another device.
     bool isLinkedToAnotherThanDefault(std::uint32_t nodeID) const;
-    /// Asks for all values of the metadata soon: what the session manager does contradicts them.
+    /// Schedules a new read of all metadata values, because the session manager's links contradict them.
     void doubtMetadata() { readMetadataAnewSoon(); }
-    /// Asks for all values of the metadata again, in case a change was missed.
+    /// Requests all metadata values again, in case a change was missed.
     void readMetadata();
-    /// All current values of the metadata have been told. True when they are the first of this metadata
-    /// object, and not a look at whether something was missed.
+    /// Call when all current metadata values have arrived. Returns true for the first complete read of this
+    /// metadata object, false for a later check.
     bool metadataAnswered();
-    /// Whether the answer is still to come.
+    /// Whether a read of the metadata is in progress.
     bool isMetadataBeingTold() const;
-    /// Writes a node's target, or takes it away. Harmless while there is no metadata.
+    /// Writes or removes a node's target. Does nothing while there is no metadata.
     void setTarget(std::uint32_t nodeID, const std::string& key, const std::optional<MetadataValue>& value);
-    /// Whether the metadata never held anything for a node but its targets.
+    /// Whether the metadata never held any key but targets for a node.
     bool hasOnlyTargets(std::uint32_t nodeID) const;
-    /// Takes away everything that the metadata holds for a node.
+    /// Removes all metadata of a node.
     void clearMetadata(std::uint32_t nodeID);
 
 private:
@@ -220,7 +222,7 @@ private:
     void targetTold(std::uint32_t subject, const std::string& key, const std::optional<MetadataValue>& value);
     void readMetadataAnewSoon();
     void readDoubtfulMetadata();
-    /// Whether the session manager links a stream to where no target known here sends it.
+    /// Whether a link sends a stream to a place that no known target explains.
     bool contradictsMetadata(const GraphLink& link) const;
     void defaultSinkNamed(std::string name);
     void reportRunning(const GraphStream& stream);
@@ -232,15 +234,15 @@ private:
     pw_loop* loop_;
     spa_source* endedStreamsTimer_ = nullptr;
     spa_source* metadataTimer_ = nullptr;
-    /// A change of the metadata may have been missed; the timer runs.
+    /// a change of the metadata may have been missed; the timer is armed
     bool isMetadataDoubtful_ = false;
     std::unique_ptr<RegistryEntry> registry_;
     std::map<std::uint32_t, std::unique_ptr<SinkEntry>> sinks_;
     std::map<std::uint32_t, std::unique_ptr<StreamEntry>> streams_;
     std::map<std::uint32_t, std::unique_ptr<ClientEntry>> clients_;
     std::map<std::uint32_t, GraphLink> links_;
-    /// The same by the node that plays and by the node that is played into: dozens of taps are looked up at
-    /// every change of one of hundreds of links.
+    /// The same links, indexed by output node and by input node: dozens of taps are looked up at each change
+    /// of hundreds of links.
     std::multimap<std::uint32_t, std::uint32_t> inputsOfOutput_;
     std::multiset<std::uint32_t> linkedInputs_;
     std::unique_ptr<MetadataEntry> metadata_;

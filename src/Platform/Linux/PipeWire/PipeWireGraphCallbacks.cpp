@@ -24,7 +24,8 @@ std::optional<std::uint32_t> propertyNumber(const spa_dict& properties, const ch
 
 namespace {
 
-/// An integer of a format, also where the format offers a choice: then its default, which comes first.
+/// Reads an integer of a format. When the format offers a choice, returns its default, which is the first
+/// value.
 std::uint32_t formatInteger(const spa_pod* format, std::uint32_t key) {
     const spa_pod_prop* property = spa_pod_find_prop(format, nullptr, key);
     if (property == nullptr)
@@ -136,7 +137,7 @@ void PipeWireGraph::Callbacks::sinkParameter(void* data, int, std::uint32_t id, 
     auto& entry = *static_cast<SinkEntry*>(data);
     if (parameter == nullptr || (id != SPA_PARAM_EnumFormat && id != SPA_PARAM_Format))
         return;
-    // What is offered only stands in until a format is in force.
+    // Offered formats only stand in until the server sets the actual format.
     const bool isInForce = id == SPA_PARAM_Format;
     if (!isInForce && entry.sink.sampleRate > 0)
         return;

@@ -9,7 +9,7 @@
 
 namespace vello {
 
-/// A proxy bound to one of the server's objects, with the listener on it. Destroying it unbinds.
+/// A proxy bound to one of the server's objects, with a listener on it. The destructor unbinds it.
 class PipeWireBinding {
 public:
     PipeWireBinding() = default;
@@ -17,7 +17,7 @@ public:
     PipeWireBinding(const PipeWireBinding&) = delete;
     PipeWireBinding& operator=(const PipeWireBinding&) = delete;
 
-    /// Takes over `proxy`; null when the object is gone already.
+    /// Takes ownership of `proxy`; null when the object is already gone.
     void bind(void* proxy) {
         reset();
         proxy_ = static_cast<pw_proxy*>(proxy);
@@ -54,11 +54,11 @@ struct PipeWireGraph::StreamEntry {
     PipeWireGraph& graph;
     GraphStream stream;
     PipeWireBinding binding;
-    /// By its properties alone.
+    /// according to the properties only
     StreamExemption exemption = StreamExemption::none;
     bool arePropertiesKnown = false;
     bool isFormatKnown = false;
-    bool isEverRaw = false; ///< one of its formats is uncompressed
+    bool isEverRaw = false; ///< at least one of its formats was uncompressed
 };
 
 struct PipeWireGraph::ClientEntry {
@@ -72,15 +72,15 @@ struct PipeWireGraph::MetadataEntry {
     PipeWireBinding binding;
     std::map<std::pair<std::uint32_t, std::string>, MetadataValue> targets;
     std::set<std::uint32_t> withMoreThanTargets;
-    /// What this binding has told of so far.
+    /// Keys received during the current read.
     std::set<std::pair<std::uint32_t, std::string>> told;
     bool isDefaultSinkTold = false;
     bool isBeingTold = false;
     bool isToBeReadAgain = false;
-    bool isKnown = false; ///< all values have been told once
+    bool isKnown = false; ///< all values have been received once
 };
 
-/// What the server calls, bound to the graph and its entries.
+/// The server's event callbacks, with access to the graph and its entries.
 struct PipeWireGraph::Callbacks {
     static void listenToRegistry(PipeWireGraph& graph, RegistryEntry& entry);
     static void listenToSink(SinkEntry& entry);
@@ -105,16 +105,16 @@ private:
                                 const char* value);
 };
 
-/// The property's text, or an empty one.
+/// The property's text; empty when the property is absent.
 inline std::string propertyText(const spa_dict& properties, const char* key) {
     const char* text = spa_dict_lookup(&properties, key);
     return text != nullptr ? text : "";
 }
 
-/// The property's number; nothing when it is absent or not a number.
+/// The property's number; absent when the property is missing or not a number.
 std::optional<std::uint32_t> propertyNumber(const spa_dict& properties, const char* key);
 
-/// The first entry of a map that matches; null when none does.
+/// The first entry of a map that matches; null when no entry matches.
 template <class Map, class Predicate> auto findEntry(const Map& map, Predicate matches) {
     const auto found =
         std::find_if(map.begin(), map.end(), [&](const auto& item) { return matches(*item.second); });

@@ -16,7 +16,7 @@ namespace {
 
 constexpr char defaultSinkKey[] = "default.audio.sink";
 
-/// The name in a value such as {"name":"alsa_output.pci"}; empty when there is none.
+/// The name in a value such as {"name":"alsa_output.pci"}; empty when the value has no name.
 std::string nameInJson(const char* value) {
     if (value == nullptr)
         return {};
@@ -44,7 +44,7 @@ void PipeWireGraph::metadataRemoved() {
 void PipeWireGraph::readMetadata() {
     if (metadata_ == nullptr)
         return;
-    // One question at a time, so that the end of the answers is known.
+    // Only one read at a time, because the end of overlapping reads could not be detected.
     if (metadata_->isBeingTold) {
         metadata_->isToBeReadAgain = true;
         return;
@@ -96,13 +96,13 @@ bool PipeWireGraph::contradictsMetadata(const GraphLink& link) const {
     const auto sink = sinks_.find(link.inputNodeID);
     const GraphSink* linked = sink != sinks_.end() ? &sink->second->sink : nullptr;
     const auto known = target(link.outputNodeID, kTargetObjectKey);
-    // Only a target leads a stream to something that is no device.
+    // Only a target can send a stream to a node that is not a device.
     return known ? sinkOfTarget(kTargetObjectKey, known->value) != linked : linked == nullptr;
 }
 
 void PipeWireGraph::metadataChanged(std::uint32_t subject, const char* key, const char* type,
                                     const char* value) {
-    // Without a key the session manager takes away everything that it holds for the subject.
+    // A null key means that all metadata of the subject was removed.
     if (key == nullptr) {
         metadataChanged(subject, kTargetObjectKey, nullptr, nullptr);
         metadataChanged(subject, kTargetNodeKey, nullptr, nullptr);

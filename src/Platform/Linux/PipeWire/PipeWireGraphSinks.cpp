@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The sinks of the mirror.
+// The mirror's sinks.
 #include "PipeWireGraph.h"
 
 #include "PipeWireGraphEntries.h"

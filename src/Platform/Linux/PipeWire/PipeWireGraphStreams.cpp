@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The clients and their streams of the mirror.
+// The mirror's clients and streams.
 #include "PipeWireGraph.h"
 
 #include "PipeWireGraphEntries.h"
@@ -18,8 +18,8 @@ bool isTrue(const spa_dict& properties, const char* key) {
     return text == "true" || text == "1";
 }
 
-/// What a stream's own properties say of its being moved. Modules of the audio system mark what belongs
-/// together as a link group; a stream that is not connected by the session manager is not moved by it either.
+/// The exemption that follows from a stream's own properties. Modules of the audio system mark their related
+/// nodes with a link group. A stream that the session manager does not connect is not moved by it either.
 StreamExemption exemptionByProperties(const spa_dict& properties) {
     if (!propertyText(properties, PW_KEY_NODE_LINK_GROUP).empty())
         return StreamExemption::module;
@@ -54,15 +54,16 @@ void PipeWireGraph::clientAdded(std::uint32_t id, const spa_dict&) {
     auto entry = std::unique_ptr<ClientEntry>(new ClientEntry{*this, {}, {}});
     entry->client.clientID = id;
     clients_[id] = std::move(entry);
-    // It may be about to look at the metadata.
+    // The new client may be about to read the metadata, see quirks::metadataDoubt.
     readMetadataAnewSoon();
 }
 
 void PipeWireGraph::clientDescribed(ClientEntry& entry, const spa_dict& properties) {
     GraphClient& client = entry.client;
     client.applicationID = propertyText(properties, "pipewire.access.portal.app_id");
-    // A PulseAudio client's socket belongs to the PulseAudio server, which tells the process that the
-    // application says it is. In a sandbox it has a number there that another process has outside.
+    // The socket of a PulseAudio client belongs to the PulseAudio server, which passes on the process ID that
+    // the application reports. A sandboxed application reports an ID of its own namespace, which outside
+    // belongs to another process.
     const bool isPulse = propertyText(properties, PW_KEY_CLIENT_API) == "pipewire-pulse";
     const bool isSandboxed = !client.applicationID.empty();
     const auto told =
@@ -105,7 +106,7 @@ void PipeWireGraph::streamPropertiesKnown(StreamEntry& entry, const spa_dict& pr
         entry.stream.targetProperty = std::move(target);
     entry.stream.name = streamName(properties);
     entry.stream.latency = latencyAskedFor(properties);
-    // The session manager reads these marks once, when the stream comes: one that is taken away later still
+    // The session manager reads these properties only when the stream appears. A property removed later still
     // keeps the stream from being moved.
     if (const auto marked = exemptionByProperties(properties); marked != StreamExemption::none)
         entry.exemption = marked;
@@ -150,8 +151,7 @@ void PipeWireGraph::streamRemoved(std::uint32_t id) {
     const auto client = clients_.find(clientID);
     const bool wasListed = client != clients_.end() && isListed(client->second->client);
     const auto removed = streams_.extract(id);
-    // The server takes the targets of a node that is gone away without telling, and gives its number to the
-    // next one.
+    // The server removes the targets of a vanished node without a notification, and reuses the node's ID.
     if (metadata_ != nullptr)
         std::erase_if(metadata_->targets, [id](const auto& target) { return target.first.first == id; });
     observer_.streamVanished(id);

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// From beat to beat of a process that has come to: its streams are not to wait for it.
+/// Interval of the beats after a freeze; short, so that the streams are captured again soon.
 constexpr auto resumingPeriod = 100ms;
 
 } // namespace
@@ -71,8 +71,7 @@ void PipeWireHeartbeat::resume() {
     if (*beatsWhenGivenUp_ == beats)
         return;
     beatsWhenGivenUp_.reset();
-    logger_.notice(
-        "Stood still for a while, and the applications were heard directly; equalizing them again");
+    logger_.notice("Was frozen for a while, and the applications were heard directly; equalizing them again");
     guard_.takeAgain();
     work_.takeStreamsAgain();
 }

@@ -16,12 +16,12 @@ struct spa_loop;
 
 namespace vello {
 
-/// Shows the guard that this process is not frozen, as long as it captures anything: a beat of the main
-/// thread, which needs the control loop's lock and asks the data thread for its own. So a thread that is
-/// stuck anywhere stops one of the two. What has no tap costs nobody any time.
+/// Shows the guard that this process is not frozen, as long as it captures anything. The main thread beats,
+/// which requires the control loop's lock, and makes the data thread beat as well. A thread that is stuck
+/// anywhere thus stops at least one of the two. Costs nothing while there is no tap.
 ///
-/// Takes the streams again when the guard has given them back and both threads move. Main thread only, except
-/// where a call says otherwise.
+/// Captures the streams again after the guard has restored them and both threads run. Main thread only,
+/// except where a function says otherwise.
 class PipeWireHeartbeat {
 public:
     struct Work {
@@ -33,12 +33,13 @@ public:
 
     PipeWireHeartbeat(MainThread& mainThread, PipeWireConnection& connection, PipeWireRedirectGuard& guard,
                       SystemLog& log, Work work);
-    /// The connection's loops have ended.
+    /// The connection's loops must have ended.
     ~PipeWireHeartbeat();
     PipeWireHeartbeat(const PipeWireHeartbeat&) = delete;
     PipeWireHeartbeat& operator=(const PipeWireHeartbeat&) = delete;
 
-    /// Begins, now that something is captured. Harmless when it has begun. Any thread, without the lock.
+    /// Starts the beats once something is captured. Does nothing when already started. Any thread, without
+    /// the lock.
     void start();
 
 private:
@@ -46,7 +47,7 @@ private:
     void askDataThread();
     static int answer(spa_loop* loop, bool isAsync, std::uint32_t sequence, const void* data,
                       std::size_t size, void* guard);
-    /// Takes the streams again, when they have been given up and it is time.
+    /// Captures the streams again if the guard has restored them and both threads run.
     void resume();
 
     MainThread& mainThread_;
@@ -55,9 +56,9 @@ private:
     Logger logger_;
     const Work work_;
     TaskHandle nextBeat_;
-    /// The data thread's beats when it was asked last; it is asked again when it has answered.
+    /// Count of the data thread's beats at the last request; the next request waits for an answer.
     std::optional<std::uint32_t> beatsWhenAsked_;
-    /// The data thread's beats when this thread found the streams given up.
+    /// Count of the data thread's beats when this thread noticed that the guard had restored the streams.
     std::optional<std::uint32_t> beatsWhenGivenUp_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -12,18 +12,18 @@
 
 namespace vello {
 
-/// A property's data as a reader gets it.
+/// A property's data as the reader receives it.
 using PropertyData = std::vector<std::byte>;
 
-/// Reads the properties of every object from the mirror. The control loop's lock is held.
+/// Reads the properties of all objects from the mirror. The control loop's lock must be held.
 class PipeWireProperties {
 public:
     PipeWireProperties(const PipeWireGraph& graph, const PipeWireStreamDirector& director,
                        const PipeWireTaps& taps)
         : graph_(graph), director_(director), taps_(taps) {}
 
-    /// kAudioHardwareBadObjectError for an object that is not there, kAudioHardwareUnknownPropertyError for a
-    /// property that it does not have.
+    /// Returns kAudioHardwareBadObjectError for an unknown object, and kAudioHardwareUnknownPropertyError for
+    /// a property that the object does not have.
     OSStatus read(AudioObjectID object, FourCharCode selector, PropertyData& data) const;
 
 private:

@@ -36,7 +36,7 @@ struct PipeWirePropertyListeners::State {
         std::vector<AudioPropertyListenerID> ids;
         for (const auto& [id, listener] : entry->second)
             ids.push_back(id);
-        // A listener may remove itself and others.
+        // A listener may remove itself and other listeners.
         for (const AudioPropertyListenerID id : ids) {
             const auto current = listeners.find(property);
             if (current == listeners.end())

@@ -8,20 +8,20 @@
 
 namespace vello {
 
-/// The property listeners, and the way of a change notice to them: changes are told on any thread and reach
-/// the listeners on the main thread, several notices of one property at once as one.
+/// The property listeners and the queue of change notices. Changes are reported on any thread. Listeners are
+/// called on the main thread; pending notices of the same property are merged.
 class PipeWirePropertyListeners {
 public:
     explicit PipeWirePropertyListeners(MainThread& mainThread);
 
     /// Main thread only.
     AudioPropertyListenerID add(AudioObjectID object, FourCharCode selector, AudioPropertyListener listener);
-    /// Main thread only. False when there is no such listener.
+    /// Main thread only. Returns false for an unknown listener.
     bool remove(AudioObjectID object, FourCharCode selector, AudioPropertyListenerID listenerID);
 
     /// Any thread.
     void changed(AudioObjectID object, FourCharCode selector);
-    /// Forgets the changes that nobody was told of yet, while nobody listens. Any thread.
+    /// Drops the pending changes. Call while there are no listeners. Any thread.
     void forgetChanges();
 
 private:

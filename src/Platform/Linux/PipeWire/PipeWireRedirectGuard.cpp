@@ -21,23 +21,23 @@ using Care = RedirectGuardBoard::Care;
 
 namespace {
 
-/// How long a dying process waits for its streams to be moved. They can still be heard meanwhile, unless it
-/// is the data thread that dies. Longer than the guard waits for the session manager.
+/// How long a dying process waits for its streams to be moved. They remain audible meanwhile, unless it is
+/// the data thread that dies. Longer than the guard waits for the session manager.
 constexpr auto dyingPatience = 400ms;
-/// How long the start waits for the guard, which begins before this process has loaded what it needs.
+/// How long the start waits for the guard. The guard starts before this process has loaded its libraries.
 constexpr auto startingPatience = 500ms;
-/// How long a guard may take to leave.
+/// How long a guard may take to exit.
 constexpr auto leavingPatience = 1s;
-/// A guard that ends again and again is replaced ever later.
+/// The pause before replacing a guard grows when guards keep ending early.
 constexpr auto firstPause = 50ms;
 constexpr auto longestPause = 60s;
 constexpr auto usualLife = 10s;
-/// Where the guard finds the board, and what it holds without knowing of it.
+/// Descriptor of the board in the guard, and of the channel that the guard holds without using it.
 constexpr int boardDescriptor = STDERR_FILENO + 1;
 constexpr int channelDescriptor = boardDescriptor + 1;
 
-/// How the guard begins: as its own session, with nothing of its parent's but the board and the held
-/// connection. Neither its terminal nor a pipe whose reader waits for the parent's end.
+/// Starts the guard in its own session. It inherits only the board and the held connection from its parent:
+/// not the terminal, and not a pipe whose reader waits for the parent's end.
 class GuardSpawn {
 public:
     GuardSpawn(int board, int channelEnd) {
@@ -66,7 +66,7 @@ public:
     GuardSpawn(const GuardSpawn&) = delete;
     GuardSpawn& operator=(const GuardSpawn&) = delete;
 
-    /// The process, or -1.
+    /// The process ID, or -1.
     pid_t start(const std::filesystem::path& program) const {
         std::string name = program.filename().string();
         const std::array<char*, 2> arguments{name.data(), nullptr};
@@ -116,7 +116,7 @@ PipeWireRedirectGuard::~PipeWireRedirectGuard() {
 }
 
 void PipeWireRedirectGuard::startThread() {
-    // A signal that asks this process to end is for threads that expect it.
+    // Termination signals must be delivered to threads that handle them.
     sigset_t asking;
     sigset_t before;
     sigemptyset(&asking);
@@ -136,7 +136,8 @@ void PipeWireRedirectGuard::awaitGuardsEnd(Lock& lock) {
         return;
     siginfo_t ended{};
     lock.unlock();
-    // It stays a zombie until the lock is held again, so that nobody kills another process of its number.
+    // The guard stays a zombie until the lock is held again, so that its process ID cannot be reused and
+    // killed.
     while (waitid(P_PID, static_cast<id_t>(guard_), &ended, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
     }
     lock.lock();
@@ -165,7 +166,7 @@ void PipeWireRedirectGuard::giveBackInSignalHandler() noexcept {
         return;
     const std::int64_t now = monotonicNanoseconds();
     std::int64_t deadline = 0;
-    // Whoever else comes here waits no longer than the first.
+    // Later threads wait no longer than the first one.
     if (handlerDeadline_.compare_exchange_strong(deadline,
                                                  now + std::chrono::nanoseconds(dyingPatience).count())) {
         board_->isDying = true;
@@ -194,7 +195,7 @@ void PipeWireRedirectGuard::awaitGuard() noexcept {
 void PipeWireRedirectGuard::watch(bool isWatched) noexcept {
     if (board_ == nullptr || board_->isWatched.exchange(isWatched) == isWatched)
         return;
-    // A guard that watches sees soon enough by itself that it need not.
+    // A guard that already watches notices by itself when it may stop.
     if (isWatched)
         board_->calls.increase();
 }

@@ -25,74 +25,75 @@ class SharedNumber;
 /// The name of the guard's program.
 inline constexpr const char* kRedirectGuardProgram = "vello-redirect-guard";
 
-/// A small process that outlives a killed one, and moves when this one is frozen. When this process dies
-/// without a word, the session manager still holds the redirects that led the applications' streams to it: an
-/// application whose output the user had chosen would be heard on the default output instead; and while it
-/// stands still, what it captures is silent. The guard takes the redirects away at once.
+/// A small process that acts when this process is killed or frozen. When this process dies without cleanup,
+/// the session manager still holds the redirects of the applications' streams: an application whose output
+/// the user had chosen would play on the default output instead. While this process is frozen, what it
+/// captures is silent. The guard removes the redirects at once.
 ///
-/// The guard is a program of its own and is started as such, not forked: it is replaced when it ends, and by
-/// then this process has threads, whose locks a fork would inherit as they happen to be.
+/// The guard is a separate program and is started, not forked. It is replaced when it ends, and by then this
+/// process has threads, whose locks a fork would inherit in an unknown state.
 class PipeWireRedirectGuard final : public RedirectKeeper {
 public:
-    /// Starts `program`; on the main thread, which has to outlive every other. Without a guard, when the
-    /// system refuses one, a killed process's redirects stay until the next start.
+    /// Starts `program`. Construct on the main thread, which must outlive all others. When the system cannot
+    /// start a guard, the redirects of a killed process stay until the next start.
     explicit PipeWireRedirectGuard(const std::filesystem::path& program);
-    /// Sends the guard away: this process gives the streams back itself. Kills a guard that does not leave
-    /// within a second. On the thread of the construction.
+    /// Dismisses the guard, because this process restores the streams itself. Kills a guard that does not
+    /// exit within a second. On the thread of the construction.
     ~PipeWireRedirectGuard() override;
     PipeWireRedirectGuard(const PipeWireRedirectGuard&) = delete;
     PipeWireRedirectGuard& operator=(const PipeWireRedirectGuard&) = delete;
 
-    /// Waits until the guard knows the streams, a moment at most: what is directed before that would not be
-    /// given back in time.
+    /// Waits until the guard has mirrored the streams, for half a second at most. Streams redirected before
+    /// that would not be restored in time.
     void awaitGuard() noexcept;
-    /// Has the guard give the streams back, and returns when they play into their devices, or when the guard
-    /// had its time. For the signal handler of a dying process.
+    /// Makes the guard restore the streams. Returns when they play into their devices or the guard's time is
+    /// over. For the signal handler of a dying process.
     void giveBackInSignalHandler() noexcept;
 
-    /// Keeps the connection to the audio server open beyond a sudden death, until the guard is done: when
-    /// nodes go, the session manager and the graph are busy with that, and the applications are silent for
-    /// longer. One thread.
+    /// Keeps the connection to the audio server open after a sudden death until the guard has finished.
+    /// Otherwise the removal of our nodes would occupy the session manager and the graph, and applications
+    /// would be silent for longer. One thread.
     void holdConnection(std::span<const int> sockets) noexcept { connection_.hold(sockets); }
-    /// The connection ends by itself.
+    /// The connection has ended normally.
     void letGoOfConnection() noexcept { connection_.letGo(); }
 
-    /// While `isWatched`, both hearts have to beat every FreezeJudge::beatPeriod, or the guard gives the
-    /// streams back. Any thread.
+    /// While `isWatched`, both threads must beat every FreezeJudge::beatPeriod, or the guard restores the
+    /// streams. Any thread.
     void watch(bool isWatched) noexcept;
     void beatOnMainThread() noexcept;
-    /// Data thread too.
+    /// Also on the data thread.
     void beatOnDataThread() noexcept;
     std::uint32_t beatsOnDataThread() const noexcept;
     bool isGivenUp() const noexcept override;
     void directed(std::uint32_t nodeID) noexcept override;
     void released(std::uint32_t nodeID) noexcept override;
-    /// Whether this process may take its streams again: it has been given up, and the guard is done with it.
+    /// Whether this process may capture its streams again: the guard has restored them after a freeze and has
+    /// finished.
     bool mayTakeAgain() const noexcept;
-    /// This process has come to, and directs the streams to itself again.
+    /// This process runs again and redirects the streams to itself.
     void takeAgain() noexcept;
 
 private:
     using Clock = std::chrono::steady_clock;
     using Lock = std::unique_lock<std::mutex>;
 
-    /// Replaces a guard that has ended. Runs on a thread of its own.
+    /// Replaces a guard that has ended. Runs on its own thread.
     void keepGuard();
     void startGuard(const Lock& lock);
     void awaitGuardsEnd(Lock& lock);
     void startThread();
-    /// Waits until that number is no longer 0, until that time of the monotonic clock at most.
+    /// Waits until `number` is not 0, at most until `deadline` of the monotonic clock.
     static void awaitNumber(SharedNumber& number, std::int64_t deadline) noexcept;
 
     const std::filesystem::path program_;
     const std::unique_ptr<SharedGuardBoard> shared_;
     HeldSockets connection_;
     RedirectGuardBoard* const board_;
-    /// When the signal handler stops waiting for the guard, in nanoseconds of the monotonic clock; 0: nobody
-    /// waits.
+    /// When the signal handler stops waiting for the guard, in nanoseconds of the monotonic clock; 0: no
+    /// handler waits.
     std::atomic<std::int64_t> handlerDeadline_{0};
 
-    std::mutex mutex_; ///< guards what follows
+    std::mutex mutex_; ///< guards the members below
     std::condition_variable changed_;
     pid_t guard_ = -1;
     bool isEnding_ = false;

@@ -15,24 +15,25 @@ bool namesACapture(const std::optional<MetadataValue>& value) {
     return value && std::string_view(value->value).starts_with(kTapNamePrefix);
 }
 
-/// The target by name, not by serial: the session manager saves the latter as the user's choice.
+/// The target by name. The session manager would save a target by serial as the user's choice.
 MetadataValue targetByName(const std::string& name) {
     return {"Spa:String", name};
 }
 
 /// The session manager saves a target node as the user's choice whenever it is written with another value or
-/// type, and takes any type. So our own writes carry one of these in turn: that is a change each time, and is
-/// told from a mixer's or the session manager's writes, which carry "Spa:Id".
+/// type, and accepts any type. Our own writes alternate between these types, so each write is a change, and
+/// differs from writes of mixers and the session manager, which have the type "Spa:Id".
 constexpr const char* ownNodeTypes[] = {"Spa:Int", "Spa:Long"};
 constexpr char foreignNodeType[] = "Spa:Id";
-/// What stands in a target that was set back to the default output.
+/// The value of a target that was reset to the default output.
 constexpr char followsDefault[] = "-1";
 
 bool isOwnWrite(const MetadataValue& value) {
     return std::ranges::find(ownNodeTypes, value.type) != std::end(ownNodeTypes);
 }
 
-/// The target node as whoever chose it wrote it, also when what stands there is our repetition.
+/// The target node as the user or the session manager wrote it, even when the current value is our
+/// repetition.
 std::optional<MetadataValue> asChosen(std::optional<MetadataValue> targetNode) {
     if (targetNode && isOwnWrite(*targetNode))
         targetNode->type = foreignNodeType;
@@ -102,8 +103,8 @@ void PipeWireStreamDirector::write(std::uint32_t nodeID, DirectedStream& stream)
     if (keeper_ != nullptr)
         keeper_->directed(nodeID);
     graph_.setTarget(nodeID, kTargetObjectKey, targetByName(stream.captureName));
-    // Our target makes the session manager forget the output that it had saved for this application. It saves
-    // it again when the target node is written anew, while ours stays in force.
+    // Our target makes the session manager forget the output that it had saved for this application. Writing
+    // the target node again makes it save that output, while our target stays in force.
     if (stream.ownTargetNode)
         graph_.setTarget(nodeID, kTargetNodeKey,
                          MetadataValue{ownNodeTypes[stream.writes++ % std::size(ownNodeTypes)],
@@ -116,7 +117,7 @@ void PipeWireStreamDirector::giveBack(std::uint32_t nodeID) {
         return;
     const DirectedStream& stream = entry.mapped();
     graph_.setTarget(nodeID, kTargetObjectKey, stream.ownTargetObject);
-    // After ours is gone, so that the session manager saves the choice and not its absence.
+    // Written after ours is removed, so that the session manager saves the choice and not its absence.
     if (stream.ownTargetNode)
         graph_.setTarget(nodeID, kTargetNodeKey, stream.ownTargetNode);
     released(nodeID);
@@ -189,10 +190,10 @@ void PipeWireStreamDirector::takeBack(const std::vector<std::uint32_t>& nodeIDs)
     for (const GraphStream* stream : stale)
         if (const auto targetNode = asChosen(graph_.target(stream->nodeID, kTargetNodeKey)))
             choices_[stream->nodeID] = *targetNode;
-    // Whenever it hears of a target, the session manager looks at all its streams, which takes it
-    // milliseconds. It does not hear of it when all that it holds for a stream is cleared. So the streams
-    // that need no target are cleared first, and all of them are moved when it hears of the next one; one
-    // must be heard of.
+    // When the session manager receives a target, it checks all its streams, which takes it milliseconds. It
+    // is not notified when all metadata of a stream is cleared. So the streams that need no target are
+    // cleared first, and all of them are moved when the session manager receives the next target. At least
+    // one target must therefore be written.
     const auto needing = std::ranges::partition(stale, [&](const GraphStream* stream) {
                              return needsNoTarget(*stream);
                          }).begin();
@@ -223,7 +224,7 @@ void PipeWireStreamDirector::targetChanged(std::uint32_t nodeID, const std::stri
     const auto entry = directed_.find(nodeID);
     if (entry == directed_.end())
         return userMoved(nodeID);
-    // What was given up is taken away by whoever gives it back, and not by the user.
+    // While the streams are given up the guard removes the targets, not the user.
     if (!value && isGivenUp())
         return;
     DirectedStream& stream = entry->second;
@@ -237,7 +238,8 @@ void PipeWireStreamDirector::targetChanged(std::uint32_t nodeID, const std::stri
             (isOwnWrite(*value) || (stream.ownTargetNode && value->value == stream.ownTargetNode->value)))
             return;
         stream.ownTargetNode = value;
-        // A target node alone is the newer choice; the session manager's older target object would hide it.
+        // A target node without a target object is the newer choice; the session manager's older target
+        // object would hide it.
         stream.ownTargetObject.reset();
     }
     const GraphStream* moved = graph_.stream(nodeID);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which streams the director takes, and which it leaves as they are.
+// Decides which streams are redirected and which are left untouched.
 #include "PipeWireStreamDirector.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@ namespace vello {
 
 namespace {
 
-/// A device of more channels plays what a stereo equalizer would fold into two.
+/// A device with more channels plays surround streams, which a stereo equalizer would downmix.
 constexpr std::uint32_t equalizedChannels = 2;
 
 } // namespace
@@ -58,8 +58,8 @@ const GraphSink* PipeWireStreamDirector::deviceOf(const Capture& capture) const 
     return named != nullptr ? named : graph_.defaultSink();
 }
 
-/// An application is played on one device. A stream that plays on another one by itself stays there, but the
-/// application's first stream takes its capture along: it stays in the old one until there is a new one.
+/// An application plays on one device. A stream that chose another device stays there. The application's
+/// first stream, however, takes its capture along: it stays in the old capture until there is a new one.
 bool PipeWireStreamDirector::isPinnedElsewhere(const GraphStream& stream) const {
     const Capture* capture = captureOfProcess(stream);
     if (capture == nullptr || capture->isOutputChosen)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How a tap ends: it hands its streams to the one that replaces it, or back.
+// The end of a tap: it hands its streams to the tap that replaces it, or restores them.
 #include "PipeWireTaps.h"
 
 #include <algorithm>
@@ -12,12 +12,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long a tap that stops may wait for the main thread to announce the tap that replaces it.
+/// How long a stopping tap waits for the main thread to announce a replacement.
 constexpr auto announcementPatience = 150ms;
-/// Stops that follow one another this closely belong to one teardown and share that wait.
+/// Stops in such quick succession belong to one teardown and share that wait.
 constexpr auto stopBurstGap = 50ms;
-/// How long the replacement may take to come up: a little more than its maker waits for its device, and as
-/// long as the session manager is visibly at work, but not for ever.
+/// How long the replacement may take to start: slightly longer than its creator waits for its device.
+/// Extended while links keep changing, up to `longestHandover`.
 constexpr auto handoverPatience = 2500ms;
 constexpr auto longestHandover = 15s;
 /// How long the session manager may take to move the streams back.
@@ -61,9 +61,8 @@ void PipeWireTaps::awaitSuccessor(AudioObjectID device) {
     const auto now = MainThread::Clock::now();
     if (now > lastStopEnded_ + stopBurstGap)
         stopBurstDeadline_ = now + announcementPatience;
-    // A rebuild destroys the old tap and makes the new one in one go on the main thread, but the new one's
-    // first step follows a turn later. When the main thread has got that far, what is not announced is not
-    // coming.
+    // A rebuild destroys the old tap and creates the new one in one main-thread task, but the new tap's first
+    // step follows one iteration later. After that iteration, a tap that is not announced will not come.
     isBarrierPending_ = true;
     postMainThreadBarrier(3);
     connection_.waitUntil(stopBurstDeadline_, [&] {

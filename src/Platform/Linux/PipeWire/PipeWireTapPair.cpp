@@ -22,13 +22,14 @@ pw_properties* commonProperties(const PipeWireTapPair::Description& description,
     const std::pair<const char*, const char*> values[] = {
         {PW_KEY_NODE_NAME, name.c_str()},
         {PW_KEY_NODE_DESCRIPTION, name.c_str()},
-        // The same for every tap: the session manager keeps an entry for each media name that it sees.
+        // The same for every tap, because the session manager keeps an entry for each media name that it
+        // sees.
         {PW_KEY_MEDIA_NAME, kApplicationName},
         {PW_KEY_MEDIA_TYPE, "Audio"},
         {PW_KEY_NODE_GROUP, description.group.c_str()},
         {PW_KEY_NODE_LINK_GROUP, description.group.c_str()},
         {PW_KEY_NODE_VIRTUAL, "true"},
-        // The session manager keeps no volume and no target for us; every tap starts plain.
+        // Prevents the session manager from restoring a volume or a target; every tap starts with defaults.
         {"state.restore-props", "false"},
         {"state.restore-target", "false"},
     };
@@ -41,8 +42,7 @@ std::string text(const GraphLatency& latency) {
     return std::to_string(latency.frames) + "/" + std::to_string(latency.rate);
 }
 
-/// Interleaved 32-bit float, mono or front left and right, at whatever rate the graph runs; and enough
-/// buffers.
+/// Interleaved 32-bit float, mono or front left and right, at the graph's rate, with enough buffers.
 std::array<const spa_pod*, 2> streamParameters(spa_pod_builder& builder, std::uint32_t channels) {
     spa_audio_info_raw format{};
     format.format = SPA_AUDIO_FORMAT_F32;
@@ -82,8 +82,8 @@ pw_stream* connected(pw_stream* stream, pw_direction direction, std::uint32_t ch
     return nullptr;
 }
 
-/// The newest samples that the capture side has. A cycle that came too late leaves its samples behind; taken
-/// one after the other they would delay the sound for good.
+/// The newest samples of the capture side. A late cycle leaves its samples in the queue; processing them in
+/// order would delay the sound permanently.
 pw_buffer* newestBuffer(pw_stream* capture) noexcept {
     pw_buffer* newest = pw_stream_dequeue_buffer(capture);
     if (newest == nullptr)
@@ -98,7 +98,7 @@ pw_buffer* newestBuffer(pw_stream* capture) noexcept {
 } // namespace
 
 struct PipeWireTapPair::Callbacks {
-    /// The capture side has its samples: the playback side takes both in the same cycle.
+    /// The capture side has received its samples. The playback side processes them in the same cycle.
     static void captured(void* data) {
         pw_stream_trigger_process(static_cast<PipeWireTapPair*>(data)->playback_);
     }
@@ -112,7 +112,7 @@ struct PipeWireTapPair::Callbacks {
 PipeWireTapPair::PipeWireTapPair(pw_core* core, const Description& description,
                                  std::function<void()> sampleRateChanged)
     : sampleRateChanged_(std::move(sampleRateChanged)), channels_(description.channels) {
-    // The playback side first: the capture side's events use it.
+    // The playback side comes first because the capture side's events use it.
     playback_ = makePlayback(core, description);
     if (playback_ != nullptr)
         capture_ = makeCapture(core, description);
@@ -136,8 +136,8 @@ pw_stream* PipeWireTapPair::makeCapture(pw_core* core, const Description& descri
     pw_properties* properties = commonProperties(description, description.captureName);
     pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Audio/Sink/Internal");
     pw_properties_set(properties, PW_KEY_NODE_AUTOCONNECT, "false");
-    // As a device it is the last that a stream without a target would be given to, and it is not put to sleep
-    // by itself: it runs as long as the playback side does.
+    // The last device that a stream without a target would be linked to. It is not suspended by itself: it
+    // runs as long as the playback side does.
     pw_properties_set(properties, PW_KEY_PRIORITY_SESSION, "-1");
     pw_properties_set(properties, "session.suspend-timeout-seconds", "0");
     pw_stream* stream = pw_stream_new(core, description.captureName.c_str(), properties);
@@ -157,7 +157,7 @@ pw_stream* PipeWireTapPair::makePlayback(pw_core* core, const Description& descr
     }();
     pw_properties* properties = commonProperties(description, description.playbackName);
     pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Stream/Output/Audio/Internal");
-    // Passive on this side only: the device may sleep while no application plays into the tap.
+    // Only this side is passive, so that the device may suspend while no application plays into the tap.
     pw_properties_set(properties, PW_KEY_NODE_PASSIVE, "true");
     if (description.latency)
         pw_properties_set(properties, PW_KEY_NODE_LATENCY, text(*description.latency).c_str());
@@ -229,8 +229,9 @@ void PipeWireTapPair::process() noexcept {
             capturedFrames = input.buffers[0].mDataByteSize / bytesPerFrame;
         }
         const spa_data& data = played->buffer->datas[0];
-        // As much as was captured in this cycle. What the playback side asks for may still be a cycle of the
-        // quantum before: more than the graph takes now, and after that the side is never run again.
+        // Use the number of frames captured in this cycle. The playback side may still request a cycle of the
+        // previous quantum. If that is more than the graph accepts, the playback side is never scheduled
+        // again.
         const std::uint32_t wanted =
             capturedFrames > 0 ? capturedFrames : static_cast<std::uint32_t>(played->requested);
         const std::uint32_t frames = std::min(wanted, data.maxsize / bytesPerFrame);

@@ -19,14 +19,14 @@ struct spa_pod;
 namespace vello {
 
 /// The two streams of one tap: a capture that the applications' streams are directed to, and a playback on
-/// the output device, scheduled in one graph cycle, so that the way through adds no latency. The data thread
+/// the output device. Both are scheduled in one graph cycle, so the tap adds no latency. The data thread
 /// calls the I/O callback once a cycle with both buffers: interleaved 32-bit float, mono or stereo.
 ///
-/// To the session manager the capture is a device that nobody sees, so every stream that is linked to it
-/// mixes itself to the capture's channels as it would for a device, and the playback mixes itself to those of
-/// the output as an application would.
+/// To the session manager the capture is a hidden device. A stream linked to it is therefore mixed to the
+/// capture's channels as for any device, and the playback is mixed to the output's channels as any
+/// application stream.
 ///
-/// Made, used and destroyed with the control loop's lock held, except where a call says otherwise.
+/// Made, used and destroyed with the control loop's lock held, except where a function says otherwise.
 class PipeWireTapPair {
 public:
     struct Description {
@@ -35,9 +35,9 @@ public:
         std::string group;          ///< unique to this pair
         std::string targetSink;     ///< node name; empty: follows the default output
         std::uint32_t channels = 2; ///< 1 or 2
-        /// That the captured streams ask for. A stream that is moved asks for nothing until it is linked: the
-        /// graph's quantum would rise and fall within milliseconds, which silences players for good that are
-        /// in the graph meanwhile (PipeWire 0.3.65).
+        /// The latency that the captured streams request. A stream that is being moved does not count until
+        /// it is linked. Without this request the graph's quantum would rise and fall within milliseconds,
+        /// which can silence other players in the graph permanently (PipeWire 0.3.65).
         std::optional<GraphLatency> latency = {};
     };
 
@@ -47,19 +47,19 @@ public:
     PipeWireTapPair(const PipeWireTapPair&) = delete;
     PipeWireTapPair& operator=(const PipeWireTapPair&) = delete;
 
-    /// False when the server has refused one of the streams.
+    /// False when the server has rejected one of the streams.
     bool isConnected() const { return capture_ != nullptr && playback_ != nullptr; }
     std::uint32_t captureNodeID() const;
     std::uint32_t playbackNodeID() const;
-    /// Hz, of the playback side as negotiated; 0 until then.
+    /// Negotiated rate of the playback side in Hz; 0 before the negotiation.
     double sampleRate() const { return sampleRate_; }
 
-    /// The streams ask for another latency now.
+    /// Call when the streams request another latency.
     void setLatency(const GraphLatency& latency);
 
-    /// From the next cycle on the callback runs; before, the output is silent.
+    /// The callback runs from the next cycle on. Until then the output is silent.
     void start(AudioObjectID device, AudioDeviceIOProc proc, void* clientData);
-    /// After it has returned the callback neither runs nor will run. Any thread, without the lock.
+    /// After this returns the callback does not run any more. Any thread, without the lock.
     void stop() noexcept;
 
 private:
@@ -78,9 +78,9 @@ private:
     spa_hook playbackHook_{};
     double sampleRate_ = 0;
 
-    // The callback and its arguments are written while `isStarted` is false and read while it is true. The
-    // two flags are sequentially consistent: stop clears the one and then waits for the other, process sets
-    // the other and then looks at the one, so that one of them always sees the other.
+    // The callback and its arguments are written while `isStarted` is false and read while it is true. Both
+    // flags are sequentially consistent: stop() clears one and then waits for the other; process() sets the
+    // other and then reads the first. So at least one of them sees the other's write.
     AudioObjectID device_ = 0;
     AudioDeviceIOProc proc_ = nullptr;
     void* clientData_ = nullptr;

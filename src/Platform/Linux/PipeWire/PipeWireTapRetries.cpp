@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What becomes of a tap whose playback side the device refuses, or the session manager does not link.
+// Handles a tap whose playback side the device refuses or the session manager does not link.
 #include "PipeWireTaps.h"
 
 #include "PipeWireQuirks.h"
@@ -16,18 +16,19 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// A device takes a limited number of links (128 a channel, PipeWire 0.3.65). The session manager tries a
-/// link some times at once, and never again for the same node (six times, WirePlumber 0.4). It is done with
-/// a node when no link has changed anywhere for so long.
+/// A device accepts a limited number of links (128 a channel, PipeWire 0.3.65). The session manager tries a
+/// link a few times in quick succession (six times, WirePlumber 0.4), and never again for the same node. It
+/// has finished with a node when no link has changed anywhere for this long.
 constexpr auto quietTime = 2s;
-/// With many nodes to link it is slow, and may pause for 20 seconds when one goes that it is busy with.
+/// With many nodes to link it is slow, and may pause for 20 seconds when a node that it is working on
+/// vanishes.
 constexpr auto quietTimeOfMany = 25s;
-/// A new node is tried anew. The pauses before that grow: each try costs the session manager a look at all
-/// its nodes.
+/// A new node is tried again. The pauses between retries grow, because for each retry the session manager
+/// checks all its nodes.
 constexpr MainThread::Duration firstRetryDelay = 1s;
 constexpr MainThread::Duration longestRetryDelay = 60s;
-/// A session manager that is merely slow is worse off when a node goes that it is busy with; so what was
-/// given up stays for longer than it would wait for the node.
+/// A session manager that is merely slow suffers more when a node that it is working on vanishes. So a node
+/// that was given up stays for longer than the session manager would wait for it.
 constexpr auto leftoverPatience = 30s;
 
 } // namespace
@@ -44,7 +45,8 @@ MainThread::Instant PipeWireTaps::leftoverUntil(const Device& leftover) const {
     return std::max(linksChangedAt_, leftover.workGivenAt) + leftoverPatience;
 }
 
-/// Without any device there is nothing to link to, and the session manager looks again when one comes.
+/// Without any device there is nothing to link to, and the session manager links the tap when a device
+/// appears.
 bool PipeWireTaps::isWithoutOutput(const Device& device) const {
     return device.pair != nullptr && !isLinkedOut(device) && graph_.defaultSink() != nullptr;
 }
@@ -79,7 +81,7 @@ void PipeWireTaps::retryRefused() {
         if (device.retryAt && now >= *device.retryAt) {
             retry(device);
         } else if (!device.retryAt && now >= givenUpAt(device)) {
-            // Its applications are better heard unequalized than not at all.
+            // Playing the applications unequalized is better than silence.
             director_.release(device.captureName);
             device.isDirected = false;
             device.retryDelay = std::clamp(2 * device.retryDelay, firstRetryDelay, longestRetryDelay);
@@ -90,7 +92,7 @@ void PipeWireTaps::retryRefused() {
     startRetryTimer();
 }
 
-/// The pair is made when its turn comes.
+/// The new pair is made when it is its turn.
 void PipeWireTaps::retry(Device& device) {
     Device leftover;
     leftover.captureName = std::exchange(device.captureName, {});
@@ -101,8 +103,8 @@ void PipeWireTaps::retry(Device& device) {
     device.retryAt.reset();
 }
 
-// A session manager that is still busy with a node when the node goes waits for it for 20 seconds, and links
-// nobody meanwhile (WirePlumber 0.4).
+// A session manager that is still working on a node when the node vanishes waits for it for 20 seconds, and
+// makes no other links meanwhile (WirePlumber 0.4).
 void PipeWireTaps::leaveOver(Device device) {
     if (device.pair == nullptr)
         return;

@@ -14,21 +14,21 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long a device may take to be linked. The session manager needs seconds for dozens of taps at once; a
+/// How long a device may take to be linked. The session manager needs seconds for dozens of taps at once. A
 /// device that is late counts as alive, and its streams are directed to it when it is linked.
 constexpr auto linkPatience = 1s;
-/// How many pairs the session manager gets to work on at once, and for how long one counts as worked on.
-/// Given dozens at once it tries each link again while the first try is under way, and gives the node up
-/// after five (WirePlumber 0.4).
+/// How many pairs the session manager works on at once, and for how long a pair counts as being worked on.
+/// With dozens at once it repeats each link while the first attempt is in progress, and gives up the node
+/// after five attempts (WirePlumber 0.4).
 constexpr int pairsAtOnce = 8;
 constexpr auto workPatience = 2s;
-/// The rate of the graph before any device has told one.
+/// Sample rate in Hz until a device has reported one.
 constexpr double usualSampleRate = 48000;
 constexpr std::size_t longestNodeName = 64;
-/// What the server takes for a node that asks for none, unless it is configured otherwise.
+/// The server's default for a node that requests no latency, unless it is configured otherwise.
 constexpr GraphLatency usualLatency{1024, 48000};
 
-/// The name as a node name that no parser of the session manager stumbles over: names come from strangers.
+/// A valid node name for every parser of the session manager. Names come from untrusted sources.
 std::string nodeName(std::string_view name) {
     std::string safe;
     for (const char character : name.substr(0, longestNodeName)) {
@@ -66,7 +66,7 @@ const PipeWireTaps::Device* PipeWireTaps::find(AudioObjectID device) const {
 }
 
 OSStatus PipeWireTaps::createTap(const TapDescription& description, AudioObjectID& tap) {
-    // The session manager moves streams of known processes; there is no capture of everything else here.
+    // The session manager moves streams of known processes. Capturing everything else is not supported.
     if (description.mixdown != TapMixdown::stereoOfProcesses)
         return kAudioHardwareIllegalOperationError;
     if (connection_.nodeCore() == nullptr)
@@ -153,8 +153,8 @@ void PipeWireTaps::startPair(AudioObjectID id, Device& device) {
 }
 
 std::string PipeWireTaps::freeCaptureName(const std::string& deviceName) const {
-    // During a rebuild the old and the new capture exist side by side; numbered from the lowest free on, the
-    // names stay few and the same from run to run.
+    // During a rebuild the old and the new capture exist side by side. Using the lowest free number keeps the
+    // names few and the same in every run.
     for (int number = 1;; ++number) {
         std::string name = nodeName(deviceName) + "." + std::to_string(number);
         const auto hasName = [&](const Device& device) { return device.captureName == name; };
@@ -282,7 +282,7 @@ bool PipeWireTaps::isConnected(AudioObjectID device) const {
            (isLinkedInto(*found) || !director_.hasStreams(found->captureName));
 }
 
-/// All of it: of two channels the device may refuse one, and then the other goes again.
+/// All channels: a device may refuse one of two, and then the other link is removed again.
 bool PipeWireTaps::isLinkedOut(const Device& device) const {
     return device.pair != nullptr && graph_.hasLinksOutOf(device.pair->playbackNodeID(), device.channels);
 }
@@ -347,14 +347,14 @@ void PipeWireTaps::latencyChanged(const GraphStream& stream) {
             std::ranges::find(device.processes, client->objectID) == device.processes.end())
             continue;
         const auto latency = latencyFor(device.processes);
-        // The server takes another value, but not that there is none.
+        // The server accepts a new value, but not the removal of the value.
         if (std::exchange(device.latency, latency) != latency)
             device.pair->setLatency(latency.value_or(usualLatency));
     }
 }
 
 void PipeWireTaps::streamsChanged() {
-    // A mono tap is made anew for a stream or an output that is more; a stereo one does for mono as well.
+    // A mono tap is rebuilt when a stream or an output needs stereo. A stereo tap also serves mono.
     for (auto& [id, tap] : taps_) {
         if (tap.channels != 1 || channelsFor(tap) == 1)
             continue;

@@ -75,7 +75,7 @@ void RedirectCleanup::synchronized() {
     if (stage_ == Stage::following)
         return;
     if (stage_ == Stage::clearing) {
-        // What was known was quick. A redirect that was not is found by asking again.
+        // Clearing the known redirects was fast. A new read of the metadata finds the missed ones.
         stage_ = Stage::asking;
         graph_.readMetadata();
         return connection_.sync();

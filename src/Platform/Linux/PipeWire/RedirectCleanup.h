@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "PipeWireConnection.h"
 #include "PipeWireGraph.h"
 #include "PipeWireStreamDirector.h"
-#include "PipeWireConnection.h"
 
 #include <mutex>
 #include <string>
@@ -11,19 +11,19 @@
 
 namespace vello {
 
-/// Follows what the streams are directed to, so that it can take the redirects away without asking first: the
-/// session manager then moves the streams before it has heard of the captures' end, and moves them once.
+/// Mirrors the targets of the streams, so that it can remove the redirects without a request first. The
+/// session manager then moves the streams before it learns of the captures' end, and moves them only once.
 class RedirectCleanup final : private PipeWireConnectionHandler, private PipeWireGraphObserver {
 public:
     explicit RedirectCleanup(std::string remoteName);
     ~RedirectCleanup() override;
 
-    /// Returns when the mirror shows what the server has, or soon when there is no server.
+    /// Returns when the mirror matches the server, or soon when there is no server.
     void awaitMirror();
-    /// Takes every redirect away, also of the streams of the nodes `directed`, of which the server may not
-    /// have told, and has the session manager save the users' choices again. Returns when the streams are
-    /// heard where they went, or when the server or the session manager had its time. Any thread; one at a
-    /// time, the others wait.
+    /// Removes every redirect, including those of the nodes in `directed`, which the server may not have
+    /// reported. Makes the session manager save the users' choices again. Returns when the streams are
+    /// audible at their new place, or when the time of the server or the session manager is over. Any thread;
+    /// concurrent calls run one after another.
     void giveBack(const std::vector<std::uint32_t>& directed);
 
 private:
@@ -41,10 +41,10 @@ private:
     void sessionManagerGone() override {}
     void targetChanged(std::uint32_t, const std::string&, const std::optional<MetadataValue>&) override {}
 
-    /// Whether what was captured plays into devices, as far as it still plays.
+    /// Whether all captured streams that still exist play into devices.
     bool areMoved() const;
 
-    /// A guard has nobody to tell.
+    /// The guard has no log.
     class SilentLog final : public SystemLog {
     public:
         void write(LogLevel, std::string_view, std::string_view, std::string_view) override {}
@@ -57,7 +57,7 @@ private:
     std::mutex oneAtATime_;
     Stage stage_ = Stage::following;
     bool isMirrored_ = false;
-    /// Streams that were directed to a capture when they were given back.
+    /// Streams that were directed to a capture when they were restored.
     std::vector<std::uint32_t> captured_;
 };
 

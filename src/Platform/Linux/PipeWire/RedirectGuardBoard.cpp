@@ -16,7 +16,7 @@ namespace vello {
 
 namespace {
 
-/// The robust mutex that the calling thread holds.
+/// Initializes the robust mutex, held by the calling thread.
 void initializeLifeline(pthread_mutex_t& lifeline) {
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
@@ -27,7 +27,7 @@ void initializeLifeline(pthread_mutex_t& lifeline) {
     pthread_mutex_lock(&lifeline);
 }
 
-/// Null when it cannot be mapped.
+/// Null when mapping fails.
 void* map(int descriptor) {
     void* memory =
         mmap(nullptr, sizeof(RedirectGuardBoard), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
@@ -84,29 +84,27 @@ std::vector<std::uint32_t> SharedNodes::all() const {
 }
 
 SharedGuardBoard SharedGuardBoard::make() {
-    const int descriptor = memfd_create("vello-guard", MFD_CLOEXEC);
-    void* memory =
-        descriptor >= 0 && ftruncate(descriptor, sizeof(RedirectGuardBoard)) == 0 ? map(descriptor) : nullptr;
-    if (memory == nullptr)
-        return {descriptor, nullptr};
-    auto* board = new (memory) RedirectGuardBoard;
+    Descriptor memory(memfd_create("vello-guard", MFD_CLOEXEC));
+    const bool isMade = memory.isOpen() && ftruncate(memory.number(), sizeof(RedirectGuardBoard)) == 0;
+    void* const mapped = isMade ? map(memory.number()) : nullptr;
+    if (mapped == nullptr)
+        return {std::move(memory), nullptr};
+    auto* board = new (mapped) RedirectGuardBoard;
     initializeLifeline(board->lifeline);
-    return {descriptor, board};
+    return {std::move(memory), board};
 }
 
 SharedGuardBoard SharedGuardBoard::open(int descriptor) {
-    // Made by the guarded process, and used as it stands.
-    return {descriptor, static_cast<RedirectGuardBoard*>(map(descriptor))};
+    // Created by the guarded process, and used without initialization here.
+    return {Descriptor(descriptor), static_cast<RedirectGuardBoard*>(map(descriptor))};
 }
 
 SharedGuardBoard::SharedGuardBoard(SharedGuardBoard&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)), board_(std::exchange(other.board_, nullptr)) {}
+    : memory_(std::move(other.memory_)), board_(std::exchange(other.board_, nullptr)) {}
 
 SharedGuardBoard::~SharedGuardBoard() {
     if (board_ != nullptr)
         munmap(board_, sizeof(RedirectGuardBoard));
-    if (descriptor_ >= 0)
-        close(descriptor_);
 }
 
 } // namespace vello

@@ -1,25 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Descriptor.h"
+
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <pthread.h>
 
 namespace vello {
 
-/// A number in memory that processes share, which one waits for while another one changes it. Every call is
-/// safe in a signal handler.
+/// A number in shared memory. One process can wait for another to change it. Every call is async-signal-safe.
 class SharedNumber {
 public:
     std::uint32_t get() const noexcept { return number_.load(); }
     void set(std::uint32_t number) noexcept;
     void increase() noexcept;
-    /// Waits while the number is `seen`, `longest` at most; nothing: without a limit. May return earlier.
+    /// Waits while the number is `seen`, at most for `longest`; without `longest`, no limit. May return
+    /// early.
     void awaitChange(std::uint32_t seen, std::optional<std::chrono::nanoseconds> longest) noexcept;
 
 private:
@@ -29,11 +32,11 @@ private:
     static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 };
 
-/// Numbers of nodes in shared memory. One process writes, and never from two threads at once; the other one
-/// reads whenever it wants.
+/// Node IDs in shared memory. One process writes, with one thread at a time; the other process reads at any
+/// time.
 class SharedNodes {
 public:
-    /// What is known is not added again; what has no place any more is not added at all.
+    /// Ignores a node that is already present, and any node when the table is full.
     void add(std::uint32_t nodeID) noexcept;
     void remove(std::uint32_t nodeID) noexcept;
     std::vector<std::uint32_t> all() const;
@@ -41,37 +44,37 @@ public:
 private:
     void replace(std::uint32_t nodeID, std::uint32_t by) noexcept;
 
-    /// 0, which is the server itself, is free.
+    /// 0 marks a free entry; it is the ID of the server itself, never of a stream.
     std::array<std::atomic<std::uint32_t>, 256> nodes_{};
 };
 
-/// What the guarded process and its guard tell one another. Each field says who writes it.
+/// The state shared by the guarded process and its guard. Each field names its writer.
 struct RedirectGuardBoard {
-    /// With whom the applications' streams are.
+    /// Who controls the applications' streams.
     enum class Care : std::uint32_t {
-        guarded,      ///< with the guarded process
-        beingGivenUp, ///< the guard is giving them back
-        givenUp       ///< the guard has done so; the guarded process may take them again
+        guarded,      ///< the guarded process
+        beingGivenUp, ///< the guard is restoring them
+        givenUp       ///< the guard has restored them; the guarded process may capture them again
     };
 
-    /// Held by the guarded process's main thread for its life. It is robust: the kernel passes it on as one
-    /// of the first things when its owner dies, some milliseconds before it closes the connection to the
-    /// audio server; so the guard is ahead of the server.
+    /// Held by the guarded process's main thread for its lifetime. The mutex is robust: when its owner dies,
+    /// the kernel passes it on first, some milliseconds before it closes the connection to the audio server.
+    /// So the guard acts before the server does.
     pthread_mutex_t lifeline{};
-    /// Counts the guarded process's calls to look at this board again.
+    /// Guarded process: incremented to make the guard read the board again.
     SharedNumber calls;
     /// Guarded process: a fatal signal is being handled.
     std::atomic<bool> isDying{false};
-    /// Guarded process: streams are directed to it, and the two hearts beat.
+    /// Guarded process: streams are directed to it, and its two threads beat.
     std::atomic<bool> isWatched{false};
     std::atomic<std::uint32_t> mainBeats{0};
     std::atomic<std::uint32_t> dataBeats{0};
-    /// Guarded process: the streams that are directed to it. The server does not tell the guard of every
-    /// redirect.
+    /// Guarded process: the streams that are directed to it. The server does not report every redirect to the
+    /// guard.
     SharedNodes directed;
-    /// Guard: 1, it knows the streams and follows them. Guarded process: 0, the guard has ended.
+    /// Guard: 1, it has mirrored the streams. Guarded process: 0, the guard has ended.
     SharedNumber isGuardReady;
-    /// Guard: the streams of a dying process are heard from their devices.
+    /// Guard: the streams of a dying process play into their devices.
     SharedNumber haveStreamsMoved;
     /// Guard: beingGivenUp, then givenUp. Guarded process: guarded.
     std::atomic<Care> care{Care::guarded};
@@ -80,9 +83,9 @@ struct RedirectGuardBoard {
 /// The board in memory that both processes map.
 class SharedGuardBoard {
 public:
-    /// Makes a new board, whose lifeline the calling thread holds.
+    /// Makes a new board; the calling thread holds its lifeline.
     static SharedGuardBoard make();
-    /// Maps the board behind `descriptor`, which becomes its own.
+    /// Maps the board behind `descriptor` and takes ownership of the descriptor.
     static SharedGuardBoard open(int descriptor);
     ~SharedGuardBoard();
     SharedGuardBoard(SharedGuardBoard&& other) noexcept;
@@ -90,13 +93,14 @@ public:
 
     /// Null when the system refused the memory.
     RedirectGuardBoard* get() const { return board_; }
-    /// Of the memory. Closed when another program is started, unless it is handed on.
-    int descriptor() const { return descriptor_; }
+    /// Descriptor of the memory. It is close-on-exec unless it is passed on.
+    int descriptor() const { return memory_.number(); }
 
 private:
-    SharedGuardBoard(int descriptor, RedirectGuardBoard* board) : descriptor_(descriptor), board_(board) {}
+    SharedGuardBoard(Descriptor memory, RedirectGuardBoard* board)
+        : memory_(std::move(memory)), board_(board) {}
 
-    int descriptor_;
+    Descriptor memory_;
     RedirectGuardBoard* board_;
 };
 

@@ -19,20 +19,20 @@ namespace {
 
 using Care = RedirectGuardBoard::Care;
 
-/// What is directed to the guarded process. Nothing is once the streams were given back; the user may have
-/// moved them since.
+/// The streams directed to the guarded process. Empty after the streams were restored, because the user may
+/// have moved them since.
 std::vector<std::uint32_t> directedStreams(const RedirectGuardBoard& board) {
     return board.care == Care::givenUp ? std::vector<std::uint32_t>{} : board.directed.all();
 }
 
-/// Looks after a guarded process that is alive.
+/// Watches a guarded process that is alive.
 class Watch {
 public:
     Watch(RedirectGuardBoard& board, RedirectCleanup& cleanup) : board_(board), cleanup_(cleanup) {}
 
     /// Returns when the guarded process is dying.
     void run() {
-        // A guard before this one may have ended in the midst of it.
+        // A previous guard may have ended while it was restoring the streams.
         if (board_.care == Care::beingGivenUp)
             giveUp();
         for (;;) {
@@ -67,8 +67,8 @@ private:
     FreezeJudge judge_;
 };
 
-/// Who ends the guarded process by its name leaves the guard, which then puts things in order: so its name is
-/// another one. What asks the guarded process to end is not meant for the guard.
+/// Renames the guard, so that a kill by the guarded process's name does not hit the guard, which must then
+/// clean up. Ignores termination signals, which are meant for the guarded process.
 void becomeGuard() {
     prctl(PR_SET_NAME, "redirect-guard");
     for (const int ending : {SIGTERM, SIGINT, SIGHUP, SIGPIPE})
@@ -90,7 +90,7 @@ int runRedirectGuard(int descriptor, const std::string& remoteName) {
     std::thread([&watch] { watch.run(); }).detach();
     if (pthread_mutex_lock(&board.lifeline) == EOWNERDEAD)
         cleanup.giveBack(directedStreams(board));
-    // The other thread waits for a word that nobody will say.
+    // Exits without joining the other thread, which waits for a call that will never come.
     std::_Exit(EXIT_SUCCESS);
 }
 

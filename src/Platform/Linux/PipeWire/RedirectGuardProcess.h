@@ -5,9 +5,9 @@
 
 namespace vello {
 
-/// The guard's life, in a process of its own: gives the applications' streams back when the guarded process
-/// dies, handles a fatal signal or is frozen. Returns, with the exit code, when the guarded process has ended
-/// or sends the guard away. `board` is the descriptor of the memory that both share.
+/// Runs the guard in its own process: restores the applications' streams when the guarded process dies,
+/// handles a fatal signal or is frozen. Returns the exit code when the guarded process has ended or dismisses
+/// the guard. `board` is the descriptor of the memory that both processes share.
 int runRedirectGuard(int board, const std::string& remoteName);
 
 } // namespace vello

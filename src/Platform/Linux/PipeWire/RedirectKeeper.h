@@ -5,15 +5,15 @@
 
 namespace vello {
 
-/// Who answers for the redirects when the process that made them cannot. Any thread, one at a time.
+/// Restores the redirects when the process that made them cannot. Any thread, one at a time.
 class RedirectKeeper {
 public:
     virtual ~RedirectKeeper() = default;
-    /// Whether the streams are the keeper's, who gives them back or has done so: nothing may be directed.
+    /// Whether the keeper is restoring the streams or has restored them. Nothing may be directed then.
     virtual bool isGivenUp() const noexcept = 0;
-    /// The stream of this node is about to be directed to a capture. Repeated for one that is.
+    /// The stream of this node is about to be directed to a capture. May be called again for the same stream.
     virtual void directed(std::uint32_t nodeID) noexcept = 0;
-    /// It was given back, or is gone.
+    /// The stream was restored, or is gone.
     virtual void released(std::uint32_t nodeID) noexcept = 0;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/SharedFolder/FolderKeyValueStore.h"
 
-#include "Foundation/AtomicFile.h"
+#include "Foundation/Files.h"
 #include "Foundation/Product.h"
 #include "Platform/Linux/System/FolderWatch.h"
 
@@ -19,11 +19,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// So many contents are remembered as handed out. Forgetting one only means that a copy of it is handed out
-/// again.
+/// Number of contents remembered as handed out. A forgotten content is only handed out again if a copy of it
+/// exists.
 constexpr std::size_t kMostRemembered = 32;
 
-/// Letters and digits stay, everything else becomes "%" and two digits: a safe file name for any key.
+/// A safe file name for any key: letters and digits stay, every other byte becomes "%" and two hexadecimal
+/// digits.
 std::string fileName(std::string_view key) {
     std::string name;
     for (const char character : key) {
@@ -43,11 +44,11 @@ bool isVisible(std::string_view name) {
 
 } // namespace
 
-/// What is known about one key.
+/// State of one key.
 struct FolderKeyValueStore::Entry {
     SharedFile file;
     std::deque<std::string> seen = {}; ///< handed out or set, the latest last
-    /// A copy was handed out after the file itself: the file has the last word, so it is due again.
+    /// A copy was handed out after the file. The file takes precedence, so it must be handed out again.
     bool isFileDue = false;
 
     bool hasSeen(const std::string& content) const { return std::ranges::find(seen, content) != seen.end(); }
@@ -59,7 +60,7 @@ struct FolderKeyValueStore::Entry {
     }
 };
 
-/// Content that the owner has still to be told of.
+/// Content that has not been handed out yet.
 struct FolderKeyValueStore::Unseen {
     std::string content;
     bool isCopy;
@@ -142,7 +143,8 @@ void FolderKeyValueStore::announceUnseen() {
         announce();
 }
 
-/// Once, however many contents there are: each data() announces what remains of its key.
+/// Posts one notice, however many contents there are: each data() announces the remaining contents of its
+/// key.
 void FolderKeyValueStore::announce() {
     if (!action_ || std::exchange(isAnnounced_, true))
         return;
@@ -171,7 +173,7 @@ void FolderKeyValueStore::watch(int end) {
     if (watch.descriptor() < 0)
         logger_.error("This system cannot watch more folders: changes of " + folder_.string() +
                       " are seen at the next start only");
-    look(); // at what happened before the watch began
+    look(); // picks up changes from before the watch began
     for (;;) {
         std::array<pollfd, 2> events{{{end, POLLIN, 0}, {watch.descriptor(), POLLIN, 0}}};
         if (::poll(events.data(), events.size(), -1) > 0 && events[0].revents != 0)
@@ -181,7 +183,7 @@ void FolderKeyValueStore::watch(int end) {
     }
 }
 
-fs::path syncFolder(const std::string& chosen, const Environment& environment) {
+fs::path sharedFolder(const std::string& chosen, const Environment& environment) {
     if (!chosen.empty())
         return fs::absolute(chosen);
     const char* variable = environment("VELLO_SYNC_FOLDER");

@@ -16,21 +16,22 @@
 
 namespace vello {
 
-/// Data under keys, a file each, in a folder that any program may carry to the user's other machines.
+/// Stores data under keys, one file each, in a folder that any program may synchronize with the user's other
+/// machines.
 ///
-/// Nothing is lost when several write at once: content that this store has not handed out yet survives a
-/// write as a copy beside the file, and is handed out by data() before the file itself, one after another,
-/// each announced as an external change. Whoever sets data has taken in what data() gave before; copies of
-/// that are removed then. Files that are not complete (a program is still writing them) are left alone.
+/// Concurrent writes lose no data. Content that this store has not handed out yet survives a write as a copy
+/// beside the file. data() hands out the copies before the file itself, one per call, and announces each as
+/// an external change. A caller of setData() must have merged what data() returned before; copies of that
+/// content are removed then. Incomplete files (another program is still writing them) are left alone.
 ///
-/// Main thread only; the calls block for the disk. What cannot be written is logged.
+/// Main thread only; the calls block on disk access. Write errors are logged.
 class FolderKeyValueStore final : public KeyValueStore {
 public:
-    /// Whether bytes are all of what someone wrote.
+    /// Whether `data` is a complete document.
     using IsComplete = bool (*)(std::string_view data);
     static bool isCompleteJSON(std::string_view data);
 
-    /// `folder` is absolute; it is made by the first write. References outlive the object.
+    /// `folder` is absolute; the first write creates it. The references must outlive the object.
     FolderKeyValueStore(std::filesystem::path folder, MainThread& mainThread, SystemLog& log,
                         IsComplete isComplete = isCompleteJSON);
     ~FolderKeyValueStore() override;
@@ -58,15 +59,15 @@ private:
     std::map<std::string, Entry, std::less<>> entries_;
     Action action_;
     bool isAnnounced_ = false;
-    std::atomic<bool> isLookDue_ = false; ///< a look at the folder is on its way to the main thread
-    /// What waits on the main thread finds out through it that this object is gone.
+    std::atomic<bool> isLookDue_ = false; ///< a check of the folder is queued on the main thread
+    /// Lets actions queued on the main thread detect that this object is gone.
     std::shared_ptr<FolderKeyValueStore*> self_;
     std::unique_ptr<WatchThread> thread_;
 };
 
 /// The folder of the shared data: `chosen` (an option's value, may be relative), else $VELLO_SYNC_FOLDER,
-/// else a folder of the application's below the user's data folder. Throws std::invalid_argument with a
-/// sentence for a variable that is no absolute path.
-std::filesystem::path syncFolder(const std::string& chosen, const Environment& environment);
+/// else a folder below the user's data folder. Throws std::invalid_argument with a sentence for the user when
+/// the variable is not an absolute path.
+std::filesystem::path sharedFolder(const std::string& chosen, const Environment& environment);
 
 } // namespace vello

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/SharedFolder/SharedFile.h"
 
-#include "Foundation/AtomicFile.h"
+#include "Foundation/Files.h"
 #include "Foundation/ReplacingFile.h"
 
 #include <algorithm>
@@ -24,7 +24,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds kLongestWaitForLock{500};
 constexpr milliseconds kPauseBetweenTries{2};
 constexpr int kMostAttempts = 100;
-/// What follows the name in that of a copy that this program made, before a number.
+/// Suffix of copies made by this program, followed by a number.
 constexpr std::string_view kOwnCopy = ".vello-";
 
 bool isPartOfNames(char character) {
@@ -36,34 +36,15 @@ char lowerCase(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
 }
 
-void writeWhole(const fs::path& file, std::string_view content) {
-    ReplacingFile replacing(file, ReplacingFile::Permissions::usual);
-    while (!content.empty()) {
-        const ssize_t written = ::write(replacing.descriptor(), content.data(), content.size());
-        if (written < 0 && errno != EINTR)
-            throw std::system_error(errno, std::generic_category(), "cannot write " + file.string());
-        content.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
-    replacing.commit();
-}
-
-/// Whether `copy` is in the place of `file` now; what was there has the name of the copy.
+/// Moves `copy` into the place of `file`. The previous file takes the name of the copy. Returns false on
+/// failure.
 bool putInPlace(const fs::path& copy, const fs::path& file) {
     if (::renameat2(AT_FDCWD, copy.c_str(), AT_FDCWD, file.c_str(), RENAME_EXCHANGE) == 0 ||
         moveWithoutReplacing(copy, file))
         return true;
-    // Some file systems know neither an exchange nor a rename that spares what is there.
+    // Some file systems support neither an exchange nor a rename without replacement.
     std::error_code ignored;
     return errno != EEXIST && !fs::exists(file, ignored) && ::rename(copy.c_str(), file.c_str()) == 0;
-}
-
-void syncFolder(const fs::path& folder) {
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return;
-    // Some file systems cannot: there is nothing more to be done there.
-    ::fsync(descriptor);
-    ::close(descriptor);
 }
 
 fs::file_time_type age(const fs::path& file) {
@@ -103,18 +84,20 @@ std::vector<SharedFile::Copy> SharedFile::copies() const {
     return copies;
 }
 
-/// The new content begins as a copy of its own. So whatever happens between the steps, both contents are
-/// there under names that every reader knows.
+/// The new content is first written as a copy. Whatever happens between the steps, both contents exist under
+/// names that every reader recognizes.
 void SharedFile::replace(std::string_view content) {
     const fs::path file = folder_ / name_;
     const fs::path copy = freshCopyName();
-    writeWhole(copy, content);
+    ReplacingFile writing(copy, ReplacingFile::Permissions::usual);
+    writing.write(content);
+    writing.commit();
     for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
         if (putInPlace(copy, file)) {
             syncFolder(folder_);
             return;
         }
-        // A file system without exchange: what is there steps aside first, to a name that nobody else has.
+        // On a file system without exchange, the previous file is first moved to a unique name.
         ::rename(file.c_str(), freshCopyName().c_str());
     }
     const int error = errno;
@@ -145,14 +128,9 @@ fs::path SharedFile::freshCopyName() const {
 SharedFolderLock::SharedFolderLock(const fs::path& folder)
     : folder_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
     const auto deadline = std::chrono::steady_clock::now() + kLongestWaitForLock;
-    while (folder_ >= 0 && ::flock(folder_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK &&
+    while (folder_.isOpen() && ::flock(folder_.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK &&
            std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(kPauseBetweenTries);
-}
-
-SharedFolderLock::~SharedFolderLock() {
-    if (folder_ >= 0)
-        ::close(folder_);
 }
 
 } // namespace vello

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Descriptor.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -9,16 +11,16 @@
 
 namespace vello {
 
-/// A file that several writers replace without knowing of each other: processes of this machine, and the
-/// program that carries the folder to others. Nobody's content is ever destroyed by replacing it: what was
-/// taken out stays beside it as a copy until someone removes it.
+/// A file that several writers replace without coordination: processes of this machine, and the program that
+/// synchronizes the folder with other machines. Replacing never destroys content: the previous content stays
+/// as a copy beside the file until it is removed.
 ///
-/// A copy of "name" is also what synchronizing programs call by it when they cannot reconcile two versions:
-/// "name.sync-conflict-2024", "name (conflicted copy)". A user's own backup, "name.bak", is none. Blocks for
-/// the disk.
+/// The names of copies include those that synchronizing programs give to conflicting versions:
+/// "name.sync-conflict-2024", "name (conflicted copy)". A user's own backup, "name.bak", is not a copy.
+/// Blocks on disk access.
 class SharedFile {
 public:
-    /// Larger files are not read in full.
+    /// In bytes. Only this much of a larger file is read.
     static constexpr std::size_t mostBytes = 4U << 20;
 
     struct Copy {
@@ -29,17 +31,17 @@ public:
     /// `name` consists of ASCII letters, digits and '%'.
     SharedFile(std::filesystem::path folder, std::string name);
 
-    /// What is in the file now, complete or not; nothing without a file.
+    /// The current content, complete or not; absent without a file.
     std::optional<std::string> read() const;
-    /// The oldest first.
+    /// All copies, the oldest first.
     std::vector<Copy> copies() const;
-    /// Puts the content in place, durably and as a whole. What it replaces is a copy afterwards. A crash at
-    /// any moment leaves the new content, complete, or none of it. The folder exists. Throws
+    /// Replaces the content durably and atomically. The previous content becomes a copy. After a crash at any
+    /// moment the new content is there either completely or not at all. The folder must exist. Throws
     /// std::system_error.
     void replace(std::string_view content);
-    /// Harmless when it is gone.
+    /// Does nothing when the copy is already gone.
     static void remove(const Copy& copy) noexcept;
-    /// Removes what writers left that were killed before their content was complete, once it is an hour old.
+    /// Removes partial files of killed writers once they are an hour old.
     void removeLeftovers() const noexcept;
 
 private:
@@ -50,17 +52,14 @@ private:
     const std::string name_;
 };
 
-/// Keeps the other processes of this machine from changing shared files of a folder, for the life of the
-/// object. Gives up after half a second: a process that was stopped in the middle must not stop the others.
+/// Prevents other processes of this machine from changing shared files of a folder during its lifetime. Gives
+/// up waiting after half a second, because a stopped process must not block the others.
 class SharedFolderLock {
 public:
     explicit SharedFolderLock(const std::filesystem::path& folder);
-    ~SharedFolderLock();
-    SharedFolderLock(const SharedFolderLock&) = delete;
-    SharedFolderLock& operator=(const SharedFolderLock&) = delete;
 
 private:
-    const int folder_;
+    Descriptor folder_;
 };
 
 } // namespace vello

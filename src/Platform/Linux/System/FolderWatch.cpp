@@ -33,7 +33,9 @@ bool isFolder(const fs::path& file) {
 
 FolderWatch::FolderWatch(fs::path folder, Matters matters)
     : folder_(std::move(folder)), matters_(std::move(matters)),
-      mounts_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {
+      mounts_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)), poll_(::epoll_create1(EPOLL_CLOEXEC)) {
+    epoll_event mount{.events = EPOLLPRI, .data = {}};
+    ::epoll_ctl(poll_.number(), EPOLL_CTL_ADD, mounts_.number(), &mount);
     watchPlaces();
 }
 
@@ -71,22 +73,21 @@ void FolderWatch::watchPlaces() {
 /// False when nothing can be watched.
 bool FolderWatch::addWatches(const std::vector<Place>& places) {
     events_ = Descriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    poll_ = Descriptor(events_.isOpen() ? ::epoll_create1(EPOLL_CLOEXEC) : -1);
     folderWatch_ = -1;
+    bool isLimitReached = !events_.isOpen();
     for (const auto& [folder, events] : places) {
         // One that may not be read stays unwatched: it is rarely the one that changes.
         const int watch = ::inotify_add_watch(events_.number(), folder.c_str(), events | IN_ONLYDIR);
         if (folder == places.back().first && (events & IN_CLOSE_WRITE) != 0)
             folderWatch_ = watch;
-        if (watch < 0 && errno == ENOSPC)
-            poll_ = Descriptor();
+        isLimitReached = isLimitReached || (watch < 0 && errno == ENOSPC);
     }
-    if (!poll_.isOpen())
+    if (isLimitReached) {
+        events_ = Descriptor();
         return false;
+    }
     epoll_event event{.events = EPOLLIN, .data = {}};
-    epoll_event mount{.events = EPOLLPRI, .data = {}};
     ::epoll_ctl(poll_.number(), EPOLL_CTL_ADD, events_.number(), &event);
-    ::epoll_ctl(poll_.number(), EPOLL_CTL_ADD, mounts_.number(), &mount);
     return true;
 }
 

@@ -30,8 +30,9 @@ public:
     /// `folder` is absolute. What happens from now on is noticed.
     FolderWatch(std::filesystem::path folder, Matters matters);
 
-    /// To be polled for reading; negative when this system cannot watch any more (its limits are reached).
-    int descriptor() const { return poll_.number(); }
+    /// To be polled for reading, always the same one. Negative when this system cannot watch any more (its
+    /// limits are reached), which may happen later as well.
+    int descriptor() const { return events_.isOpen() ? poll_.number() : -1; }
     /// After the descriptor was readable: whether a file that matters may have changed since the last time.
     bool takeChanges();
 
@@ -49,8 +50,8 @@ private:
     const std::filesystem::path folder_;
     const Matters matters_;
     const Descriptor mounts_;
+    const Descriptor poll_; ///< of the two others
     Descriptor events_;
-    Descriptor poll_;
     int folderWatch_ = -1;
     Identity identity_ = {};
     bool isMoved_ = false; ///< a folder of the way is not what it was

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/System/JournalSystemLog.h"
 
+#include "Foundation/Files.h"
 #include "Foundation/Text.h"
 
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
@@ -85,13 +85,7 @@ void JournalSystemLog::writeLine(LogLevel level, std::string_view category, std:
     const std::string line = std::string(levelOf(level).name) + " " +
                              escapedForOneLine(category, kLongestText) + ": " +
                              escapedForOneLine(message, kLongestText) + "\n";
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        const ssize_t written = ::write(target_.descriptor, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR)
-            return;
-        rest.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
-    }
+    writeAll(target_.descriptor, line);
 }
 
 } // namespace vello

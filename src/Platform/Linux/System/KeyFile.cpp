@@ -2,10 +2,6 @@
 #include "Platform/Linux/System/KeyFile.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace vello {
 namespace {
@@ -24,33 +20,7 @@ std::string_view takeLine(std::string_view& text) {
     return trimmed(line);
 }
 
-std::string readFrom(int descriptor, std::size_t atMost) {
-    std::string content(atMost, '\0');
-    std::size_t size = 0;
-    while (size < atMost) {
-        const ssize_t count = ::read(descriptor, content.data() + size, atMost - size);
-        if (count == 0 || (count < 0 && errno != EINTR))
-            break;
-        size += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    content.resize(size);
-    return content;
-}
-
 } // namespace
-
-std::optional<std::string> readSmallFile(const std::filesystem::path& file, std::size_t atMost, Links links) {
-    const int flags = links == Links::refuse ? O_NOFOLLOW : 0;
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | flags);
-    if (descriptor < 0)
-        return std::nullopt;
-    struct stat status = {};
-    std::optional<std::string> content;
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
-        content = readFrom(descriptor, atMost);
-    ::close(descriptor);
-    return content;
-}
 
 KeyFileGroup readKeyFileGroup(std::string_view text, std::string_view group) {
     KeyFileGroup values;

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Descriptor.h"
+
 #include <filesystem>
 #include <optional>
+#include <utility>
 
 namespace vello {
 
@@ -14,14 +17,11 @@ public:
     /// Throws std::system_error when the lock file cannot be made there.
     static std::optional<SingleInstance> acquire(const std::filesystem::path& runtimeFolder);
 
-    SingleInstance(SingleInstance&& other) noexcept;
-    SingleInstance& operator=(SingleInstance&&) = delete;
-    ~SingleInstance();
-
 private:
-    explicit SingleInstance(int descriptor) noexcept : descriptor_(descriptor) {}
+    explicit SingleInstance(Descriptor lock) noexcept : lock_(std::move(lock)) {}
 
-    int descriptor_;
+    /// The file stays: if it were removed, two instances could lock two files of one name.
+    Descriptor lock_;
 };
 
 } // namespace vello

@@ -3,10 +3,7 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdint>
-#include <cstdlib>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <system_error>
 #include <unistd.h>
@@ -24,21 +21,18 @@ bool isIgnored(int signal) {
     return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
-int checked(int descriptor) {
-    if (descriptor < 0)
-        throw std::system_error(errno, std::generic_category(), "cannot watch for signals");
-    return descriptor;
-}
-
 /// Blocks all the signals and returns a descriptor of those that count.
-int blockAndWatch() {
+Descriptor blockAndWatch() {
     TerminationSignals::block();
     sigset_t watched;
     ::sigemptyset(&watched);
     for (const int signal : kSignals)
         if (signal != SIGHUP || !isIgnored(signal))
             ::sigaddset(&watched, signal);
-    return checked(::signalfd(-1, &watched, SFD_CLOEXEC));
+    Descriptor signals(::signalfd(-1, &watched, SFD_CLOEXEC));
+    if (!signals.isOpen())
+        throw std::system_error(errno, std::generic_category(), "cannot watch for signals");
+    return signals;
 }
 
 [[noreturn]] void takeItsCourse(int signal) {
@@ -69,42 +63,32 @@ TerminationSignals::TerminationSignals(MainThread& mainThread, Action quit,
                                        std::chrono::milliseconds patience)
     : mainThread_(mainThread), patience_(patience),
       actions_(std::make_shared<Actions>(Actions{{}, std::move(quit)})), signals_(blockAndWatch()),
-      end_(checked(::eventfd(0, EFD_CLOEXEC))), thread_([this] { watch(); }) {}
-
-TerminationSignals::~TerminationSignals() {
-    const std::uint64_t one = 1;
-    // An event counter that is zero always takes a one.
-    if (::write(end_, &one, sizeof one) != sizeof one)
-        std::abort();
-    thread_.join();
-    ::close(end_);
-    ::close(signals_);
-}
+      thread_([this](int end) { watch(end); }) {}
 
 void TerminationSignals::onWillTerminate(Action action) {
     actions_->willTerminate = std::move(action);
 }
 
-void TerminationSignals::watch() const {
-    int signal = waitForSignal(kForever);
+void TerminationSignals::watch(int end) const {
+    int signal = waitForSignal(end, kForever);
     if (signal == 0)
         return;
     postTermination();
-    pollfd end{end_, POLLIN, 0};
-    if (const int second = waitForSignal(patience_); second != 0)
+    pollfd ending{end, POLLIN, 0};
+    if (const int second = waitForSignal(end, patience_); second != 0)
         signal = second;
-    if (::poll(&end, 1, 0) == 0)
+    if (::poll(&ending, 1, 0) == 0)
         takeItsCourse(signal);
 }
 
 /// The next signal's number; 0 at the end of this object or of the time.
-int TerminationSignals::waitForSignal(std::chrono::milliseconds longest) const {
-    std::array<pollfd, 2> events{{{signals_, POLLIN, 0}, {end_, POLLIN, 0}}};
+int TerminationSignals::waitForSignal(int end, std::chrono::milliseconds longest) const {
+    std::array<pollfd, 2> events{{{signals_.number(), POLLIN, 0}, {end, POLLIN, 0}}};
     if (::poll(events.data(), events.size(), static_cast<int>(longest.count())) <= 0 ||
         events[1].revents != 0)
         return 0;
     signalfd_siginfo information{};
-    const ssize_t size = ::read(signals_, &information, sizeof information);
+    const ssize_t size = ::read(signals_.number(), &information, sizeof information);
     return size == sizeof information ? static_cast<int>(information.ssi_signo) : 0;
 }
 

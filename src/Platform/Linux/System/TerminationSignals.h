@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Descriptor.h"
+#include "Platform/Linux/System/WatchThread.h"
 #include "Ports/ApplicationEvents.h"
 #include "Ports/MainThread.h"
 
 #include <chrono>
 #include <csignal>
 #include <memory>
-#include <thread>
 
 namespace vello {
 
@@ -27,9 +28,6 @@ public:
 
     TerminationSignals(MainThread& mainThread, Action quit,
                        std::chrono::milliseconds patience = std::chrono::seconds{5});
-    ~TerminationSignals() override;
-    TerminationSignals(const TerminationSignals&) = delete;
-    TerminationSignals& operator=(const TerminationSignals&) = delete;
 
     /// Never runs: without a screen nothing comes to the front.
     void onDidBecomeActive(Action) override {}
@@ -38,16 +36,15 @@ public:
 private:
     struct Actions;
 
-    void watch() const;
-    int waitForSignal(std::chrono::milliseconds longest) const;
+    void watch(int end) const;
+    int waitForSignal(int end, std::chrono::milliseconds longest) const;
     void postTermination() const;
 
     MainThread& mainThread_;
     const std::chrono::milliseconds patience_;
     const std::shared_ptr<Actions> actions_; ///< touched on the main thread only
-    const int signals_;                      ///< descriptor that delivers the signals
-    const int end_;                          ///< descriptor that ends the thread
-    std::thread thread_;
+    const Descriptor signals_;               ///< delivers them
+    const WatchThread thread_;
 };
 
 } // namespace vello

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/System/UserFolders.h"
 
-#include "Foundation/Precondition.h"
-
 #include <algorithm>
-#include <cstdlib>
 #include <pwd.h>
 #include <sstream>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace vello {
@@ -17,15 +15,6 @@ namespace fs = std::filesystem;
 std::optional<fs::path> absolutePath(const char* value) {
     const fs::path path = value == nullptr ? "" : value;
     return path.is_absolute() ? std::optional(path) : std::nullopt;
-}
-
-fs::path homeFolder(const Environment& environment) {
-    if (const auto home = absolutePath(environment("HOME")))
-        return *home;
-    const passwd* account = ::getpwuid(::getuid());
-    const auto home = absolutePath(account == nullptr ? nullptr : account->pw_dir);
-    precondition(home.has_value(), "the user has a home folder");
-    return *home;
 }
 
 /// The value of `variable` when that is an absolute path, else the folder of that name in the home folder.
@@ -44,8 +33,18 @@ std::vector<fs::path> systemFolders(const Environment& environment, const char* 
 
 } // namespace
 
-Environment processEnvironment() {
-    return [](const char* name) { return std::getenv(name); };
+std::string accountHomeFolder() {
+    const passwd* account = ::getpwuid(::getuid());
+    return account == nullptr || account->pw_dir == nullptr ? "" : account->pw_dir;
+}
+
+fs::path homeFolder(const Environment& environment, const std::string& ofAccount) {
+    if (const auto home = absolutePath(environment("HOME")))
+        return *home;
+    if (const auto home = absolutePath(ofAccount.c_str()))
+        return *home;
+    throw std::runtime_error("your account has no home folder to keep the settings in; set HOME to a folder "
+                             "of your own");
 }
 
 fs::path userDataFolder(const Environment& environment) {

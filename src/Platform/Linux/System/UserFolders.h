@@ -1,23 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Environment.h"
+
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vello {
 
-/// Looks a variable of the environment up; null when it is not set.
-using Environment = std::function<const char*(const char* name)>;
+/// The home folder that the user database has for this process's account; empty when it has none.
+std::string accountHomeFolder();
 
-/// The environment of this process.
-Environment processEnvironment();
+/// $HOME when that is an absolute path, else the account's. Throws std::runtime_error with a sentence when
+/// neither is.
+std::filesystem::path homeFolder(const Environment& environment,
+                                 const std::string& ofAccount = accountHomeFolder());
 
 /// The user's folder for the data of applications: $XDG_DATA_HOME when that is an absolute path, else
-/// .local/share in the home folder ($HOME, else the account's). The process ends when there is no home folder
-/// at all.
+/// .local/share in the home folder. Throws as homeFolder() does.
 std::filesystem::path userDataFolder(const Environment& environment);
 
 /// The system's folders for the data of applications, the most important first: the absolute paths of
@@ -29,7 +31,7 @@ std::vector<std::filesystem::path> systemDataFolders(const Environment& environm
 std::vector<std::filesystem::path> applicationDataFolders(const Environment& environment);
 
 /// The user's folder for the configuration of applications: $XDG_CONFIG_HOME when that is an absolute path,
-/// else .config in the home folder, as above.
+/// else .config in the home folder. Throws as homeFolder() does.
 std::filesystem::path userConfigurationFolder(const Environment& environment);
 
 /// The system's folders for it, the most important first: the absolute paths of $XDG_CONFIG_DIRS, else

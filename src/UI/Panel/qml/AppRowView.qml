@@ -4,14 +4,14 @@ import QtQuick.Layouts
 import QtQuick.Templates as T
 import Vello
 
-/// The one line of a card: whose sound it is, where it goes, how loud it is, and whether it is equalized.
+/// The header of a card: name of the source, output, level and switch of the equalizer.
 T.AbstractButton {
     id: root
 
     required property SourceItem source
-    /// 0 while the card is closed, 1 while it is open.
+    /// From 0 (closed) to 1 (open).
     required property real expansion
-    /// Above and below the line: it can be clicked there as well.
+    /// Space above and below the line that also accepts clicks.
     required property real margin
     readonly property real iconSize: 22
     readonly property real lineHeight: Math.max(root.iconSize, root.implicitContentHeight)
@@ -57,7 +57,7 @@ T.AbstractButton {
         }
         Text {
             Layout.fillWidth: true
-            // Layouts deal in whole points: with a fraction less the name would end in an ellipsis.
+            // Layouts round to whole points. A name narrower by a fraction would be elided.
             Layout.preferredWidth: Math.ceil(implicitWidth)
             Layout.maximumWidth: Math.ceil(implicitWidth)
             text: root.source.name

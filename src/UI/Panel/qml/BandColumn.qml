@@ -2,13 +2,13 @@
 import QtQuick
 import Vello
 
-/// One band: its slider, and its name under it.
+/// One band: its slider with its label below.
 Item {
     id: root
 
     required property BandModel modelData
     readonly property BandModel band: root.modelData
-    /// 1: in its colours; 0: grey.
+    /// 1 is full colour, 0 is grey.
     property real saturation: 1
 
     SpringFollower {
@@ -41,7 +41,7 @@ Item {
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         font.family: Theme.monospaced
-        // All labels in one size, in which three digits find room: they are 1.85 times as wide as high.
+        // All labels have the same size, small enough for three digits, which are 1.85 times as wide as high.
         font.pixelSize: Math.max(8, Math.min(Theme.caption2, Math.floor(root.width / 1.85)))
         color: Theme.secondary
         Accessible.ignored: true

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// The bands over the live spectrum, with the scale of decibels at their left. Low frequencies stand at the left in every
+/// The bands over the live spectrum, with the decibel scale on the left. Low frequencies are on the left in every
 /// language.
 Item {
     id: root
@@ -64,7 +64,7 @@ Item {
             id: columns
 
             model: root.equalizer.bands
-            // A delegate does not see what is around it: what all columns have in common is given to them.
+            // A delegate cannot access its context, so the common properties of all columns are bound here.
             onItemAdded: (index, item) => {
                 const column = item as BandColumn;
                 column.width = Qt.binding(() => bands.columnWidth);

@@ -9,7 +9,7 @@ T.AbstractButton {
     id: root
 
     required property string symbol
-    /// Perhaps a name that the user gave; so it is not taken as a button's text, which may have a mnemonic.
+    /// May be a name chosen by the user. It is not the button's `text`, in which `&` would mark a mnemonic.
     required property string title
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding

@@ -40,7 +40,7 @@ Column {
         onSaveRequested: root.beginNaming()
     }
     Item {
-        // It takes no room, not even the spacing of the stack, while it is closed.
+        // Takes no space while it is closed, not even the spacing of the column.
         width: parent.width
         height: (naming.implicitHeight + root.spacing) * namingShare.value - root.spacing
         visible: root.isNamingPreset || namingShare.isMoving

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// Shows which control has the keyboard.
+/// Marks the control that has the keyboard focus.
 Rectangle {
     id: root
 

@@ -3,19 +3,19 @@ import QtQuick
 import QtQuick.Templates as T
 import Vello
 
-/// A borderless button that is a symbol.
+/// A borderless button that shows a symbol.
 T.AbstractButton {
     id: root
 
     required property string symbol
-    /// What it does, for the tooltip and the screen reader.
+    /// Describes the action, for the tooltip and the screen reader.
     required property string label
     property string hint: root.label
     property real symbolSize: Theme.headline
     property color symbolColor: Theme.secondary
     /// A symbol is 1.3 times as wide as its size.
     readonly property real largestSymbolSize: root.implicitWidth / 1.3
-    /// From the button's edge to the symbol's.
+    /// Distance from the button's edge to the symbol's edge.
     readonly property real symbolMargin: (root.width - drawing.width) / 2
 
     implicitWidth: 28
@@ -40,7 +40,7 @@ T.AbstractButton {
         id: drawing
 
         anchors.centerIn: parent
-        anchors.alignWhenCentered: false // symbolMargin reckons with the very middle
+        anchors.alignWhenCentered: false // symbolMargin assumes the exact centre
         name: root.symbol
         pointSize: Math.min(root.symbolSize, root.largestSymbolSize)
         color: root.symbolColor

@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Vello
 
-/// A switch that is a symbol. Its owner binds `isOn` and answers `switched`; it never changes by itself.
+/// A switch that shows a symbol. Its owner binds `isOn` and handles `switched`; it never changes by itself.
 T.CheckBox {
     id: root
 
@@ -11,7 +11,7 @@ T.CheckBox {
     required property bool isOn
     required property string label
     required property string hint
-    /// From the edge to the symbol's.
+    /// Distance from the switch's edge to the symbol's edge.
     readonly property real symbolMargin: (root.width - drawing.width) / 2
 
     signal switched(bool isOn)
@@ -42,9 +42,9 @@ T.CheckBox {
         id: drawing
 
         anchors.centerIn: parent
-        anchors.alignWhenCentered: false // symbolMargin reckons with the very middle
+        anchors.alignWhenCentered: false // symbolMargin assumes the exact centre
         name: root.symbol
-        pointSize: Math.min(Theme.headline, root.implicitWidth / 1.3) // it is 1.3 times as wide
+        pointSize: Math.min(Theme.headline, root.implicitWidth / 1.3) // a symbol is 1.3 times as wide as its size
         color: root.isOn ? Theme.accent : Theme.tertiary
         opacity: root.down ? 0.65 : 1
     }

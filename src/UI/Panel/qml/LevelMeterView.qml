@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// How loud a source is, as a thin bar; nothing at all while it has no level.
+/// The level of a source as a thin bar; invisible while the source has no level.
 Item {
     id: root
 

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// A text that opens an address in the browser.
+/// A text that opens a URL in the browser.
 PanelText {
     id: root
 

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// One entry of a menu, with the divider before its group.
+/// One entry of a menu, with the divider that precedes its group.
 Item {
     id: root
 

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// The entries of a menu, to be walked by keyboard or pointer.
+/// The entries of a menu, for keyboard and pointer.
 ListView {
     id: root
 

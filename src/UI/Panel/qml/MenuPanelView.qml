@@ -9,7 +9,7 @@ FocusScope {
     required property PanelModel panel
     property bool isTranslucent: true
     readonly property real padding: 12
-    /// With a list that is as high as a list can become.
+    /// The height with a list of maximum height.
     readonly property real largestHeight: 2 * root.padding + header.height + footer.height + 2 * stack.spacing + PanelMeasures.maximumListHeight
 
     implicitWidth: PanelMeasures.panelWidth

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// The glass of a card, or a plain material where transparency is reduced, with a rim that increased contrast makes strong.
+/// The glass of a card, or a plain material where transparency is reduced. Increased contrast gives it a strong rim.
 GlassSurface {
     /// Interactive glass is a little brighter under the pointer.
     property bool interactive: true

@@ -28,7 +28,7 @@ Item {
         height: parent.height
 
         IconButton {
-            // The symbol itself stands at the slot's edge.
+            // The symbol, not the button, is aligned with the slot's edge.
             anchors.left: parent.left
             anchors.leftMargin: -symbolMargin
             anchors.verticalCenter: parent.verticalCenter
@@ -54,7 +54,7 @@ Item {
         Accessible.role: Accessible.Heading
     }
     Item {
-        // It keeps its width without the switch: the title stays in the middle.
+        // Keeps its width without the switch, so that the title stays centred.
         anchors.right: parent.right
         anchors.rightMargin: root.padding
         width: root.slotWidth

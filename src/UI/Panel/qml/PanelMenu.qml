@@ -3,13 +3,13 @@ import QtQuick
 import QtQuick.Templates as T
 import Vello
 
-/// A menu of one choice, over the panel.
+/// A menu with a single choice, on top of the panel.
 T.Popup {
     id: root
 
     required property MenuModel entries
     property string label: ""
-    /// The lowest panel with an open card has so much room below either of its menu buttons.
+    /// The lowest panel with an open card has this much room below each of its menu buttons.
     readonly property real largestHeight: 260
 
     padding: 5

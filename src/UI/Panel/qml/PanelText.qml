@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// A text that a screen reader reads as well.
+/// A text that screen readers also read.
 Text {
     textFormat: Text.PlainText
     color: Theme.primary

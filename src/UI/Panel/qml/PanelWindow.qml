@@ -2,15 +2,15 @@
 import QtQuick
 import Vello
 
-/// The floating window. It is always as large as the panel can become, and clear where the panel is not, so that a card
-/// opens without the window system having a part in it.
+/// The floating window. It always has the panel's largest size and is transparent around the panel, so that a card
+/// opens without a resize of the window.
 Window {
     id: root
 
     required property PanelModel panel
-    /// The panel hangs from the window's top edge, or stands on its bottom edge.
+    /// When true, the panel is at the window's bottom edge and grows upwards; otherwise it is at the top edge.
     property bool growsUpwards: false
-    /// Windows can let through what is behind them. Else there is neither a shadow nor room for it.
+    /// Whether windows can be translucent. Without translucency the panel has no shadow and no margin for it.
     property bool isTranslucent: true
     readonly property real margin: root.isTranslucent ? 20 : 0
     readonly property rect surface: Qt.rect(content.x, content.y, content.width, content.height)

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// Explains why sound must be captured, and offers the one thing that can be done about it.
+/// Explains why sound must be captured, and offers the user's next step.
 Column {
     id: root
 
@@ -18,7 +18,7 @@ Column {
         anchors.horizontalCenter: parent.horizontalCenter
         width: 48
         height: 48
-        source: root.visible ? "qrc:/vello/symbols/vello.svg" : "" // few ever see it
+        source: root.visible ? "qrc:/vello/symbols/vello.svg" : "" // rarely shown, so loaded only on demand
         sourceSize.width: 96
         sourceSize.height: 96
         Accessible.ignored: true

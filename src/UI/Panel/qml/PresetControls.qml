@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vello
 
-/// Which curve it is, how fast the music goes, and what can be done with the curve.
+/// The current curve, the tempo of the music, and the actions on the curve.
 Item {
     id: root
 
@@ -16,12 +16,13 @@ Item {
     }
 
     readonly property real smallestTitleWidth: Theme.scaled(60)
-    /// With all that may stand in the row, so that nothing moves when a tempo or a curve of one's own appears.
+    /// The width with everything that may appear in the row, so that nothing moves when a tempo or a custom curve
+    /// appears.
     readonly property real largestWidth: root.smallestTitleWidth + Theme.scaled(48) + save.implicitWidth + divider.implicitWidth + reset.implicitWidth + 4 * row.spacing
-    /// Large texts and long words take two rows.
+    /// Whether large texts or long words need two rows.
     readonly property bool isBroken: root.width > 0 && root.largestWidth > root.width
 
-    // One after the other: a row stands its items in the order in which they come.
+    // One at a time, because a row lays out its items in the order in which they are added.
     onIsBrokenChanged: {
         for (const part of [save, divider, reset])
             part.parent = root.isBroken ? secondRow : row;
@@ -38,7 +39,7 @@ Item {
         CapsuleButton {
             id: menuButton
 
-            // A long name gives way to what stands beside it.
+            // A long name yields space to its neighbours.
             Layout.fillWidth: true
             Layout.minimumWidth: root.smallestTitleWidth
             Layout.maximumWidth: Math.ceil(implicitWidth)

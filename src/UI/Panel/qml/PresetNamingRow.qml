@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import QtQuick.Templates as T
 import Vello
 
-/// Asks for the name of a curve that is to be saved.
+/// Asks the user for the name of a curve to save.
 RowLayout {
     id: root
 

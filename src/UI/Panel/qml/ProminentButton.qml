@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Vello
 
-/// The button that one is here for.
+/// The primary button of a view.
 T.AbstractButton {
     id: root
 

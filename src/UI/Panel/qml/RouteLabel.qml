@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// Where a source plays.
+/// The name of a source's output.
 MarqueeText {
     id: root
 

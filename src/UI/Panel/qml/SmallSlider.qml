@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Vello
 
-/// A horizontal slider. Its owner binds `level` and answers `moved`.
+/// A horizontal slider. Its owner binds `level` and handles `moveRequested`.
 T.Slider {
     id: root
 
@@ -24,7 +24,7 @@ T.Slider {
     onShownLevelChanged: root.value = root.shownLevel
     onMoved: root.moveRequested(root.value)
     onValueChanged: {
-        // A screen reader sets the value without a move. A level outside the range is not moved by being shown.
+        // A screen reader sets the value without a drag. Showing a level outside the range must not change the level.
         if (!root.pressed && root.value !== root.shownLevel)
             root.moveRequested(root.value);
     }

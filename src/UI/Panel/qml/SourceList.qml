@@ -2,18 +2,18 @@
 import QtQuick
 import Vello
 
-/// The cards of all sources. It is as high as they are, within bounds, and scrolls beyond.
+/// The cards of all sources. It is as high as the cards up to a maximum, and scrolls beyond it.
 Item {
     id: root
 
     required property PanelModel panel
-    /// How high all cards are together.
+    /// Total height of all cards.
     readonly property real listContentHeight: stack.implicitHeight
 
     implicitHeight: PanelMeasures.listHeight(root.listContentHeight)
 
     Item {
-        // Cards may cast their shadows into the panel's margins, but not into what is above and below.
+        // Shadows of cards may extend into the panel's margins, but not into the views above and below.
         anchors.fill: parent
         anchors.topMargin: -8
         anchors.bottomMargin: -8
@@ -54,7 +54,7 @@ Item {
         }
     }
     Rectangle {
-        // Where one is in a list that scrolls.
+        // The scroll indicator.
         visible: flickable.isScrollable
         opacity: flickable.moving || listHover.hovered ? 1 : 0
         anchors.left: parent.right

@@ -9,7 +9,7 @@ Item {
     required property SourceItem source
 
     readonly property real expansion: spring.value
-    /// Without the overshoot, for what must not swing.
+    /// The expansion without overshoot, for items that must not swing.
     readonly property real shown: Math.max(0, Math.min(1, root.expansion))
     readonly property real padding: 8 + 4 * root.expansion
 
@@ -57,7 +57,7 @@ Item {
             width: parent.width
 
             Repeater {
-                // There is an equalizer only while it can be seen.
+                // The equalizer exists only while it is visible.
                 model: root.source.isExpanded || spring.isMoving ? [root.source.equalizer] : []
 
                 delegate: EQPanelView {

@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Vello
 
-/// A switch. Its owner binds `isOn` and answers `switched`; it never changes by itself.
+/// A switch. Its owner binds `isOn` and handles `switched`; it never changes by itself.
 T.CheckBox {
     id: root
 

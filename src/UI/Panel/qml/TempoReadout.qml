@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// How fast the music goes. It makes room for itself when there is a tempo, and gives it up when there is none.
+/// The tempo of the music. Takes space only while there is a tempo.
 Item {
     id: root
 

@@ -2,16 +2,16 @@
 import QtQuick
 import Vello
 
-/// The gain of one band. Its owner binds `gain` and answers `edited`.
+/// The gain of one band. Its owner binds `gain` and handles `edited`.
 Item {
     id: root
 
     required property real gain
     required property string label
-    /// Where the gain has got to on its way to a new curve.
+    /// The gain shown during the glide to a new curve.
     property real shownGain: root.gain
     property alias isDragging: pointer.pressed
-    /// 1: drawn as enabled; 0: grey.
+    /// 1 is full colour, 0 is grey.
     property real saturation: 1
 
     readonly property color ink: Theme.mixed(Theme.secondary, Theme.accent, root.saturation)
@@ -27,7 +27,7 @@ Item {
     Accessible.onIncreaseAction: root.step(1)
     Accessible.onDecreaseAction: root.step(-1)
 
-    // What a screen reader reads, and may set.
+    // The value that a screen reader reads and may set.
     property real value: root.gain
     readonly property real minimumValue: shape.lower
     readonly property real maximumValue: shape.upper
@@ -38,7 +38,7 @@ Item {
             return;
         if (root.enabled)
             root.edited(root.value);
-        // What was set may have been refused, or corrected to what it was before.
+        // The new value may have been refused or corrected.
         root.value = root.gain;
     }
 

@@ -3,7 +3,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vello
 
-/// Where the source plays, and how loud.
+/// The output and the volume of the source.
 RowLayout {
     id: root
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kernel_check [KERNEL...]: runs every kernel that this processor can run beside the reference, and the
-// choice of the process. Fails where one disagrees, and where the kernels are not the KERNELs named
-// (fastest first, the last is "reference"). It needs nothing but the realtime core, so it can be built for
-// any processor and run in emulation.
+// kernel_check [KERNEL...]: compares every kernel that this processor supports with the reference, and prints
+// the chosen one. Fails if a kernel disagrees, or if the kernels are not exactly the KERNELs given (fastest
+// first, "reference" last). It depends only on the realtime core, so it can be built for any processor and
+// run in an emulator.
 #include "../KernelCases.h"
 #include "AudioEngine/Realtime/BlockKernelChoice.h"
 
@@ -38,10 +38,10 @@ void printKernels(const std::vector<BlockKernelVariant>& kernels) {
     for (const BlockKernelVariant& variant : kernels)
         std::printf(" %s", variant.name);
     std::printf("; chosen: %s\n", processBlockKernel().chosen.name);
-    std::fflush(stdout); // whatever stops the program later
+    std::fflush(stdout); // in case the program is killed later
 }
 
-/// Prints `fault` if it is one.
+/// Prints `fault` unless `condition` holds.
 bool holds(bool condition, const std::string& fault) {
     if (!condition)
         std::printf("%s\n", fault.c_str());

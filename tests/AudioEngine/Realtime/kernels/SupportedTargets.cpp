@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stands for Highway's library where there is none for the emulated processor: that one has every instruction
-// set that there is a kernel for.
+// Replaces Highway's library, which is not available for the emulated processor. That processor has every
+// instruction set with a kernel.
 #include "AudioEngine/Realtime/BlockKernelTargets.h"
 
 #include <hwy/targets.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Stand-ins for functions of the C library that code on the data thread must not call. A definition in the
-// program comes before the library's own, for the program and for every library that it loads.
+// Interposes functions of the C library that code on the data thread must not call. A definition in the
+// program takes precedence over the library's own, for the program and for all libraries that it loads.
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -24,7 +24,7 @@ namespace {
 
 using vello::test::noteForbiddenCall;
 
-/// The library's own function behind a stand-in.
+/// The library's original function.
 template <typename Function> Function* next(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
@@ -33,7 +33,7 @@ template <typename Function> Function* next(const char* name) {
 
 extern "C" {
 
-// Memory. The C library's own names for them: looking up symbols allocates.
+// Memory. Uses the C library's internal names, because dlsym() allocates.
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);

@@ -28,7 +28,8 @@ using test::systemCallsDuring;
 using testing::Contains;
 using testing::IsEmpty;
 
-/// One way through the callback: everything is prepared outside, `run` is what happens on the data thread.
+/// One code path through the callback. Everything is prepared beforehand; only `run` is what happens on the
+/// data thread.
 struct Path {
     const char* name;
     int channels = 2;
@@ -133,10 +134,10 @@ TEST(RealtimeSafetyOfTheControlSide, ChangingVolumeAndCurveMeanwhileNeedsNoLock)
                 IsEmpty());
 }
 
-// The watch itself: a callback that does what it must not is caught.
+// Tests of the watch itself: it must catch forbidden calls.
 
 struct Violation {
-    const char* call; ///< what is noted; null: nothing of the C library's, the kernel alone sees it
+    const char* call; ///< the noted call; null: not a call to the C library, so only the kernel detects it
     void (*commit)();
     bool isSystemCall;
 };

@@ -18,7 +18,8 @@ void noteForbiddenCall(const char* name) noexcept;
 
 namespace {
 
-/// What was called while the watch was on. Plain arrays: taking a note must not call anything itself.
+/// The calls made while the watch was on. A plain array, because recording a call must not call anything
+/// itself.
 struct Notes {
     std::array<const char*, 64> names{};
     std::size_t count = 0;
@@ -26,7 +27,7 @@ struct Notes {
 };
 thread_local Notes notes;
 
-/// Every system call but these ends the process.
+/// After this, every system call except these ends the process.
 bool forbidSystemCalls() {
     std::array<sock_filter, 5> program{{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

@@ -7,9 +7,9 @@
 
 namespace vello::test {
 
-/// The functions of the C library that `action` called on this thread although code on the data thread must
-/// not: they allocate, lock, wait, read, write or log. Linking this replaces those functions in the whole
-/// program by ones that take a note and go on.
+/// The functions of the C library that `action` called on this thread and that are forbidden on the data
+/// thread: they allocate, lock, wait, read, write or log. Linking this file replaces them in the whole
+/// program with versions that record the call and forward it.
 std::vector<std::string> forbiddenCallsDuring(const std::function<void()>& action);
 
 enum class SystemCalls {
@@ -18,7 +18,7 @@ enum class SystemCalls {
     unknown, ///< the child ended in another way, or the kernel cannot watch
 };
 
-/// Whether `action` makes system calls. It runs in a child process that the kernel ends at the first one.
+/// Whether `action` makes system calls. Runs it in a child process that the kernel kills at the first one.
 SystemCalls systemCallsDuring(const std::function<void()>& action);
 
 } // namespace vello::test

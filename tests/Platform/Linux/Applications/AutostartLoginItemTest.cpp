@@ -26,7 +26,7 @@ protected:
         fs::permissions(file, fs::perms(0755));
     }
     AutostartLoginItem item() const { return {places_, program_}; }
-    /// What a user's entry with these lines, besides those that start VELLO, reads as.
+    /// Status of a user's entry with these lines in addition to those that start VELLO.
     Status statusWith(const std::string& lines) {
         item().registerItem();
         writeTestFile(entry_, readTestFile(entry_) + lines);

@@ -21,15 +21,15 @@ protected:
             applications_.emplace(desktop_.folders(locale_));
         return *applications_;
     }
-    /// "none" without a record.
+    /// "none" when the process has no application.
     std::string identifier(std::int32_t pid) {
         const auto application = applications().runningApplication(pid);
         return application ? application->bundleIdentifier.value_or("unknown") : "none";
     }
     std::int32_t responsible(std::int32_t pid) { return applications().responsibleProcess(pid); }
 
-    /// A shell with process number 50 on a terminal, started by a terminal emulator with number 40 in its own
-    /// unit.
+    /// Adds a shell with process ID 50 on a terminal, started by a terminal emulator with process ID 40 in
+    /// its own unit.
     void addTerminal() {
         desktop_.addEntry("org.example.Terminal", "Exec=terminal\nCategories=System;TerminalEmulator;");
         desktop_.addProgram("/usr/bin/terminal");

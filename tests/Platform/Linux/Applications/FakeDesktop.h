@@ -11,16 +11,15 @@
 
 namespace vello {
 
-/// A small desktop of real files: processes, desktop entries and programs, each in a folder of its own.
+/// A small desktop of real files: processes, desktop entries and programs, each kind in its own folder.
 class FakeDesktop {
 public:
     struct Process {
         std::int32_t pid = 0;
         std::int32_t parent = 1;
-        std::string executable{}; ///< below the desktop's root, as "/usr/bin/player"
-        std::vector<std::string>
-            arguments{};    ///< with the program's name; paths that begin with "/usr" are below the root
-        std::string unit{}; ///< path of the control group
+        std::string executable{};             ///< path below the desktop's root, such as "/usr/bin/player"
+        std::vector<std::string> arguments{}; ///< argv; paths that begin with "/usr" are below the root
+        std::string unit{};                   ///< path of the control group
         std::int32_t terminal = 0;
         std::string name = "name";
         std::string workingFolder = "/";
@@ -33,7 +32,7 @@ public:
             std::filesystem::create_directories(path(folder));
     }
 
-    /// Where a file of this desktop really is.
+    /// The actual path of a file of this desktop.
     std::string path(const std::string& file) const { return root_.path().string() + file; }
 
     DesktopFolders folders(std::string locale = "") const {
@@ -45,7 +44,7 @@ public:
             .locale = std::move(locale)};
     }
 
-    /// Writes a program's file: "script" makes it one that an interpreter runs.
+    /// Writes a program's file. With `isScript` an interpreter runs it.
     void addProgram(const std::string& file, bool isScript = false) const {
         writeTestFile(path(file), isScript ? "#!/bin/sh\n"
                                            : "\x7f"

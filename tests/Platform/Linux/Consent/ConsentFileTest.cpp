@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 class ConsentFileTest : public testing::Test {
 protected:
-    /// What a file with this content and mode stands for.
+    /// The consent that a file with this content and mode expresses.
     Consent meaningOf(std::string_view content, unsigned mode = 0600) {
         fs::remove_all(file_);
         writeTestFile(file_, content);

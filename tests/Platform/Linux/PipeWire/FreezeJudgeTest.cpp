@@ -8,16 +8,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A judge on a clock of its own, and the two hearts that it looks at.
+/// A judge on a virtual clock, and the two heartbeats that it checks.
 class FreezeJudgeTest : public testing::Test {
 protected:
-    /// Looks once after that time. True when it takes the process for frozen.
+    /// Makes one check after that time. Returns true when the judge considers the process frozen.
     bool lookAfter(std::chrono::milliseconds pause) {
         now_ += pause;
         return judge_.isFrozen(now_, beats_);
     }
-    /// The number of looks, each after `period`, until the process is taken for frozen; 0: in 100 looks
-    /// never.
+    /// Number of checks at intervals of `period` until the process is considered frozen; 0 when that does not
+    /// happen within 100 checks.
     int looksUntilFrozen(std::chrono::milliseconds period = FreezeJudge::period) {
         for (int look = 1; look <= 100; ++look) {
             beat();
@@ -70,7 +70,7 @@ TEST_F(FreezeJudgeTest, BeginsAnewWhenAThreadBeatsAgain) {
 }
 
 TEST_F(FreezeJudgeTest, DoesNotTakeTwoHalvesForAWhole) {
-    // Never both in the same stretch, but neither for long.
+    // The two never beat in the same stretch, but neither pauses for long.
     for (int i = 0; i < 20; ++i) {
         ++(i % 2 == 0 ? beats_.main : beats_.data);
         ASSERT_FALSE(lookAfter(FreezeJudge::period));
@@ -81,7 +81,7 @@ TEST_F(FreezeJudgeTest, DoesNotCountTheTimeInWhichItDidNotLook) {
     doesMainBeat_ = doesDataBeat_ = false;
     for (int i = 0; i < 3; ++i)
         ASSERT_FALSE(lookAfter(FreezeJudge::period));
-    // The machine was suspended, or everything on it stood still.
+    // The machine was suspended or stalled.
     EXPECT_FALSE(lookAfter(10h));
     EXPECT_EQ(looksUntilFrozen(), 4);
 }

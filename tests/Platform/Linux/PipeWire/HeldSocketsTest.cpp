@@ -14,7 +14,7 @@
 namespace vello {
 namespace {
 
-/// Two connected sockets: a process's own, and the one of whoever it talks with.
+/// Two connected sockets: the process's own and its peer's.
 class HeldSocketsTest : public testing::Test {
 protected:
     HeldSocketsTest() {

@@ -20,9 +20,9 @@
 
 namespace vello {
 
-inline constexpr char captureName[] = "EQ-by-QUORVIN-Tap-Player.1";
+inline constexpr char kCaptureName[] = "EQ-by-QUORVIN-Tap-Player.1";
 
-/// Counts its calls and plays what it captured.
+/// Counts its calls and plays what it captures.
 struct CountingCallback {
     std::atomic<int> calls{0};
 
@@ -123,8 +123,9 @@ protected:
             [&] { return readOne<std::uint32_t>(made.device, kAudioDevicePropertyDeviceIsAlive) != 0; }));
         return made;
     }
-    void start(Tap& tap) {
-        EXPECT_EQ(hardware.createIOProcID(tap.device, CountingCallback::run, &callback, tap.proc), 0);
+    void start(Tap& tap) { start(tap, callback); }
+    void start(Tap& tap, CountingCallback& counting) {
+        EXPECT_EQ(hardware.createIOProcID(tap.device, CountingCallback::run, &counting, tap.proc), 0);
         EXPECT_EQ(hardware.startDevice(tap.device, tap.proc), 0);
     }
     void destroy(const Tap& tap) {
@@ -133,7 +134,7 @@ protected:
         EXPECT_EQ(hardware.destroyAggregateDevice(tap.device), 0);
         EXPECT_EQ(hardware.destroyProcessTap(tap.tap), 0);
     }
-    /// As the teardown queue does it: on another thread, while the main thread goes on.
+    /// As the teardown queue does it: on another thread, while the main thread continues.
     void destroyInBackground(const Tap& tap) {
         std::atomic<bool> isDone = false;
         std::thread queue([&] {

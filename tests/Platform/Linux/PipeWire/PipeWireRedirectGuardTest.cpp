@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The guarded process's side, with programs in the guard's place that do what no guard should.
+// The guarded process's side, with misbehaving programs in place of the guard.
 #include "Platform/Linux/PipeWire/PipeWireRedirectGuard.h"
 
 #include "Foundation/Descriptor.h"
@@ -27,7 +27,7 @@ protected:
         EXPECT_EQ(::mkfifo(wordsOfGuards_.c_str(), 0600), 0);
         words_ = Descriptor(::open(wordsOfGuards_.c_str(), O_RDWR | O_CLOEXEC));
     }
-    /// A program that runs this shell script; what it writes to its standard output comes to the test.
+    /// A program that runs this shell script; the test reads its standard output.
     std::filesystem::path guardThat(const std::string& script) const {
         const auto file = folder_ / "guard";
         writeTestFile(file, "#!/bin/sh\nexec > " + wordsOfGuards_.string() + "\n" + script + "\n");
@@ -35,8 +35,7 @@ protected:
         return file;
     }
     std::filesystem::path missingProgram() const { return folder_ / "missing"; }
-    /// What guards have written, up to and with the `count`th occurrence of `word`. Less when that does not
-    /// come.
+    /// The output of the guards up to and including the `count`th occurrence of `word`, or less on timeout.
     std::string awaitWord(const std::string& word, int count = 1) const {
         std::string text;
         pollfd readable{words_.number(), POLLIN, 0};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Which streams the adapter lists as left alone, with the reason, and whose they are.
+// Which streams the adapter lists as exempt, with the reason and their owner.
 #include "PipeWireAudioHardwareFixture.h"
 
 namespace vello {
@@ -9,14 +9,14 @@ using namespace std::chrono_literals;
 using session::PlayerKind;
 using session::PlayerOptions;
 
-constexpr char sandboxedApplication[] = "org.example.Sandboxed";
+constexpr char kSandboxedApplication[] = "org.example.Sandboxed";
 
 class PipeWireStreamRightsTest : public PipeWireAudioHardwareTest {
 protected:
     std::vector<AudioObjectID> exemptStreams() const {
         return read<AudioObjectID>(kAudioObjectSystemObject, kAudioHardwarePropertyExemptStreamList);
     }
-    /// Why the only stream that is left alone is left alone; none while there is no such stream.
+    /// The reason of the only exempt stream; none while there is no such stream.
     StreamExemption reason() const {
         const auto streams = exemptStreams();
         return streams.size() == 1 ? readOne<StreamExemption>(streams.front(), kAudioStreamPropertyExemption)
@@ -40,7 +40,7 @@ struct MarkedStream {
 class PipeWireMarkedStreamTest : public PipeWireStreamRightsTest,
                                  public testing::WithParamInterface<MarkedStream> {};
 
-TEST_P(PipeWireMarkedStreamTest, isListedWithTheReasonAndItsProcessIsNot) {
+TEST_P(PipeWireMarkedStreamTest, IsListedWithTheReasonAndItsProcessIsNot) {
     const auto changes = observe(kAudioObjectSystemObject, kAudioHardwarePropertyExemptStreamList);
     const auto player = start(GetParam().options);
     ASSERT_TRUE(awaitReason(GetParam().reason)) << player->output();
@@ -74,11 +74,11 @@ INSTANTIATE_TEST_SUITE_P(
                                  {.name = "player", .properties = {"node.exclusive=true"}}}),
     [](const auto& marked) { return marked.param.name; });
 
-TEST_F(PipeWireStreamRightsTest, aStreamOnAnotherDeviceThanItsApplicationsTapIsListedUntilItComesBack) {
+TEST_F(PipeWireStreamRightsTest, AStreamOnAnotherDeviceThanItsApplicationsTapIsListedUntilItComesBack) {
     const auto player = play();
     Tap tap = makeTap("one");
     PipeWireAudioHardwareTest::start(tap);
-    ASSERT_TRUE(waitUntilLinked("player", captureName));
+    ASSERT_TRUE(waitUntilLinked("player", kCaptureName));
     player->writeLine("open target.object=output-b");
     ASSERT_TRUE(awaitReason(StreamExemption::pinnedElsewhere));
     const AudioObjectID stream = exemptStreams().front();
@@ -88,23 +88,23 @@ TEST_F(PipeWireStreamRightsTest, aStreamOnAnotherDeviceThanItsApplicationsTapIsL
         [](const session::GraphState& state) { return state.nodeNamed("player-2") != nullptr; }));
     graph.moveStream(graph.state().nodeNamed("player-2")->id, "output-a");
     EXPECT_TRUE(mainThread.runUntil([&] { return exemptStreams().empty(); }));
-    EXPECT_TRUE(waitUntilLinked("player-2", captureName));
+    EXPECT_TRUE(waitUntilLinked("player-2", kCaptureName));
     destroyInBackground(tap);
 }
 
-TEST_F(PipeWireStreamRightsTest, aSandboxedPulseAudioClientIsWhoThePortalSaysAndNotWhoItSays) {
+TEST_F(PipeWireStreamRightsTest, ASandboxedPulseAudioClientIsWhoThePortalSaysAndNotWhoItSays) {
     const auto player =
         start({.name = "player",
                .signal = "counter",
                .properties = {"application.process.id=1", "application.id=org.example.Other",
-                              std::string("pipewire.access.portal.app_id=") + sandboxedApplication}},
+                              std::string("pipewire.access.portal.app_id=") + kSandboxedApplication}},
               PlayerKind::pulseAudio);
     ASSERT_TRUE(mainThread.runUntil([&] { return processes().size() == 1; })) << player->output();
     EXPECT_EQ(readOne<std::int32_t>(processes().front(), kAudioProcessPropertyPID), 0);
-    EXPECT_EQ(readText(processes().front(), kAudioProcessPropertyBundleID), sandboxedApplication);
+    EXPECT_EQ(readText(processes().front(), kAudioProcessPropertyBundleID), kSandboxedApplication);
 }
 
-TEST_F(PipeWireStreamRightsTest, aPulseAudioClientOutsideOfASandboxIsWhoItSays) {
+TEST_F(PipeWireStreamRightsTest, APulseAudioClientOutsideOfASandboxIsWhoItSays) {
     const auto player =
         start({.name = "player",
                .signal = "counter",

@@ -42,7 +42,7 @@ void carry(const fs::path& file, std::string_view content) {
     fs::rename(temporary, file);
 }
 
-/// Every string of every JSON list among the key's files that a reader would see.
+/// All strings of the JSON lists in those of the folder's files that a reader would see.
 std::set<std::string> everythingIn(const fs::path& folder) {
     std::set<std::string> all;
     for (const std::string& name : namesIn(folder)) {
@@ -87,7 +87,7 @@ protected:
         int changes = 0;
     };
 
-    /// Gives everything that is on its way the time to arrive, by sending something behind it.
+    /// Lets all pending changes arrive, by sending another change and waiting for it.
     void settle(Machine& machine) {
         carry(folder_ / (std::string(kKey) + ".conflict-settled"), R"(["settled"])");
         EXPECT_TRUE(mainThread_.runUntil([&] { return machine.knows("settled"); }));
@@ -172,7 +172,7 @@ TEST_F(FolderKeyValueStoreTest, TwoThatWriteWithoutKnowingOfEachOtherLoseNothing
     Machine one(*this);
     Machine two(*this);
     one.save("from one");
-    two.save("from two"); // has not heard of the first
+    two.save("from two"); // has not received the first change
     EXPECT_TRUE(mainThread_.runUntil([&] { return one.knows("from two") && two.knows("from one"); }, 2s));
     EXPECT_THAT(everythingIn(folder_), UnorderedElementsAre("from one", "from two"));
 
@@ -321,17 +321,17 @@ TEST_F(FolderKeyValueStoreTest, TwoMachinesExchangeEverythingWhileWritersAreKill
     std::set<std::string> saved;
     for (int round = 0; round < 100; ++round) {
         const std::string name = std::to_string(round);
-        if (round % 10 == 5) // a third one, killed somewhere in its write
+        if (round % 10 == 5) // a third writer, killed during its write
             isKilledAfter(static_cast<int>(std::uniform_int_distribution(20, 160)(random)), [&] {
                 FolderKeyValueStore store(folder_, mainThread_, log_);
                 const auto list = store.data(kKey).value_or("[]");
                 store.setData(kKey, list.substr(0, list.size() - 1) + R"(,"k)" + name + "\"]");
             });
-        // Threads begin and end with the two, so that the killed one forks from a single thread.
+        // Both stores are created only here, so that the killed writer was forked from a single thread.
         Machine one(*this);
         Machine two(*this);
         one.save("a" + name);
-        if (round % 2 == 0) { // else at the same time as far as they know
+        if (round % 2 == 0) { // otherwise both write at the same time
             EXPECT_TRUE(mainThread_.runUntil([&] { return two.knows("a" + name); }, 2s));
         }
         two.save("b" + name);
@@ -350,13 +350,13 @@ TEST_F(FolderKeyValueStoreTest, TheFolderIsTheChosenOneElseThatOfTheEnvironmentE
     const Environment environment = [&](const char* name) {
         return variables.contains(name) ? variables[name].c_str() : nullptr;
     };
-    EXPECT_EQ(syncFolder("", environment), "/data/EQ by QUORVIN/Sync");
+    EXPECT_EQ(sharedFolder("", environment), "/data/EQ by QUORVIN/Sync");
     variables["VELLO_SYNC_FOLDER"] = "/cloud";
-    EXPECT_EQ(syncFolder("", environment), "/cloud");
-    EXPECT_EQ(syncFolder("/mine", environment), "/mine");
-    EXPECT_EQ(syncFolder("mine", environment), fs::current_path() / "mine");
+    EXPECT_EQ(sharedFolder("", environment), "/cloud");
+    EXPECT_EQ(sharedFolder("/mine", environment), "/mine");
+    EXPECT_EQ(sharedFolder("mine", environment), fs::current_path() / "mine");
     variables["VELLO_SYNC_FOLDER"] = "cloud";
-    EXPECT_THROW(syncFolder("", environment), std::invalid_argument);
+    EXPECT_THROW(sharedFolder("", environment), std::invalid_argument);
 }
 
 } // namespace

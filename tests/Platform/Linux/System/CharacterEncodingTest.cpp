@@ -18,7 +18,8 @@ using testing::Pair;
 using testing::UnorderedElementsAre;
 using Variables = std::map<std::string, std::string>;
 
-/// In an environment whose only variables of the locale are the given ones; the process gets its own back.
+/// Sets the locale variables of the environment to the given ones only, and restores the process's own
+/// afterwards.
 class CharacterEncodingTest : public testing::Test {
 protected:
     CharacterEncodingTest() : before_(variables()) { replace({}); }
@@ -28,7 +29,7 @@ protected:
     }
 
     static Variables after(const Variables& given) {
-        std::setlocale(LC_ALL, "C"); // as a process begins
+        std::setlocale(LC_ALL, "C"); // the locale of a new process
         replace(given);
         useUTF8();
         return variables();

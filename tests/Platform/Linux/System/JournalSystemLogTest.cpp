@@ -113,7 +113,7 @@ TEST_F(JournalSystemLogTest, LinesOfSeveralThreadsDoNotMix) {
     EXPECT_EQ(count, 600);
 }
 
-/// Gives standard error another descriptor for its lifetime.
+/// Redirects standard error to another descriptor for its lifetime.
 class RedirectedErrors {
 public:
     explicit RedirectedErrors(int descriptor) : before_(::dup(STDERR_FILENO)) {

@@ -22,7 +22,7 @@ using namespace std::chrono_literals;
 
 constexpr char kJournal[] = "/run/log/journal";
 
-/// The journal of a daemon of the test's own, in mounts of the test's own.
+/// The journal of a private daemon in private mounts.
 class RealJournalTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -42,7 +42,7 @@ protected:
                 << daemon_->output();
     }
 
-    /// What the journal holds of this program, in order.
+    /// The journal's entries of this program, in order.
     std::vector<nlohmann::json> entries() const {
         const session::Environment environment = session::ownEnvironment();
         session::runProgram({"journalctl", "--sync"}, environment, folder_.path());

@@ -17,13 +17,12 @@ using namespace std::chrono_literals;
 using testing::ExitedWithCode;
 using testing::KilledBySignal;
 
-/// The test's process plays the application: it gets signals, and what it does with them shows in how it
-/// ends.
+/// A child process plays the application. It receives signals, and its exit shows how it handled them.
 class TerminationSignalsDeathTest : public testing::TestWithParam<int> {
 protected:
     TerminationSignalsDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
 
-    /// Runs an application that counts the runs of its termination action, prints them and ends with 0.
+    /// Runs an application that counts the runs of its termination action, prints the count and exits with 0.
     [[noreturn]] static void runApplication(const std::function<void(TerminationSignals&)>& began) {
         int argumentCount = 1;
         char name[] = "test";
@@ -41,7 +40,7 @@ protected:
         std::exit(0);
     }
 
-    /// Waits for good in the termination action, with an application that gives it `patience`.
+    /// Blocks forever in the termination action, in an application that allows it `patience`.
     [[noreturn]] static void runStuckApplication(std::chrono::milliseconds patience, int signal, bool twice) {
         int argumentCount = 1;
         char name[] = "test";

@@ -34,6 +34,14 @@ TEST(UserFoldersTest, TheAccountKnowsTheHomeFolderWhenTheEnvironmentDoesNot) {
     EXPECT_EQ(folder.filename(), "share");
 }
 
+TEST(UserFoldersTest, AnAccountWithoutAHomeFolderIsToldWhatToDo) {
+    const Environment empty = environmentOf({});
+    EXPECT_EQ(homeFolder(empty, "/home/b"), "/home/b");
+    EXPECT_EQ(homeFolder(environmentOf({{"HOME", "/home/a"}}), ""), "/home/a");
+    for (const char* const ofAccount : {"", "relative"})
+        EXPECT_THROW(homeFolder(empty, ofAccount), std::runtime_error) << ofAccount;
+}
+
 TEST(UserFoldersTest, DataOfTheSystemHasItsDefaults) {
     EXPECT_THAT(systemDataFolders(environmentOf({})), ElementsAre("/usr/local/share", "/usr/share"));
     EXPECT_THAT(systemDataFolders(environmentOf({{"XDG_DATA_DIRS", ""}})),

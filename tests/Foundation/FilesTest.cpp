@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Foundation/AtomicFile.h"
+#include "Foundation/Files.h"
 
 #include "support/KilledProcess.h"
 #include "support/TemporaryFolder.h"
@@ -29,7 +29,7 @@ unsigned modeOf(const fs::path& file) {
     return static_cast<unsigned>(fs::status(file).permissions());
 }
 
-/// Takes the superuser's rights away for its lifetime, where the tests run with them.
+/// Drops root privileges during its lifetime, if the tests run as root.
 class OrdinaryUser {
 public:
     OrdinaryUser() {
@@ -44,7 +44,7 @@ public:
     OrdinaryUser& operator=(const OrdinaryUser&) = delete;
 };
 
-/// Makes every file that grows beyond `bytes` fail with an error, as a full disk does.
+/// Makes writes fail beyond a file size of `bytes`, like a full disk.
 class FullDisk {
 public:
     explicit FullDisk(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -166,7 +166,7 @@ TEST_F(AtomicFileTest, AKillAtAnyMomentLeavesTheOldContentOrTheNew) {
 TEST_F(AtomicFileTest, AKillWhileWritesFollowEachOtherNeverLeavesAPartOfAFile) {
     const std::string contents[] = {std::string(150'000, 'a'), std::string(250'000, 'b')};
     for (int round = 0; round < 50; ++round) {
-        // Prime strides spread the moments over several writes.
+        // Prime strides spread the kills over several writes.
         ASSERT_TRUE(isKilledAfter(1 + round * 7 % 101, [&] {
             for (int i = 0;; ++i)
                 writeFileAtomically(file_, contents[i % 2]);
