@@ -27,7 +27,7 @@ namespace {
 
 /// Longest wait for the first view of a server. Without a session manager there is no default output to wait
 /// for.
-constexpr std::chrono::milliseconds firstLookPatience{500};
+constexpr std::chrono::milliseconds kFirstLookPatience{500};
 
 } // namespace
 
@@ -49,7 +49,7 @@ public:
           taps(
               connection, graph, director, mainThread, [this] { return nextObjectID(); },
               [this](AudioObjectID object, FourCharCode selector) { listeners.changed(object, selector); }),
-          properties(graph, director, taps) {
+          properties(graph, director.rights(), taps) {
         if (guard != nullptr)
             heartbeat.emplace(mainThread, connection, *guard, log,
                               PipeWireHeartbeat::Work{[this] { return taps.isCapturing(); },
@@ -89,7 +89,7 @@ public:
     std::optional<PipeWireHeartbeat> heartbeat;
 
     OSStatus setProperty(AudioObjectID object, FourCharCode selector, std::uint32_t size, const void* data) {
-        if (graph.process(object) == nullptr)
+        if (graph.clients().process(object) == nullptr)
             return kAudioHardwareBadObjectError;
         if (selector != kAudioProcessPropertyDownmix)
             return kAudioHardwareUnknownPropertyError;
@@ -97,7 +97,7 @@ public:
         if (size != sizeof value)
             return kAudioHardwareBadPropertySizeError;
         std::memcpy(&value, data, size);
-        graph.setDownmix(object, value != 0);
+        graph.clients().setDownmix(object, value != 0);
         director.reconsider();
         return kAudioHardwareNoError;
     }
@@ -109,7 +109,7 @@ private:
         const PipeWireLock lock(connection);
         timespec end{};
         pw_thread_loop_get_time(connection.threadLoop(), &end,
-                                std::chrono::nanoseconds(firstLookPatience).count());
+                                std::chrono::nanoseconds(kFirstLookPatience).count());
         while (connection.core() != nullptr && graph.defaultSink() == nullptr)
             if (pw_thread_loop_timed_wait_full(connection.threadLoop(), &end) != 0)
                 break;
@@ -137,7 +137,7 @@ private:
     }
 
     void synchronized() override {
-        if (graph.metadataAnswered())
+        if (graph.metadata().answered())
             director.metadataKnown();
     }
     void propertyChanged(AudioObjectID object, FourCharCode selector) override {

@@ -23,8 +23,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto firstRetryPause = 50ms;
-constexpr auto longestRetryPause = 500ms;
+constexpr auto kFirstRetryPause = 50ms;
+constexpr auto kLongestRetryPause = 500ms;
 
 /// Open descriptors of UNIX sockets that are connected to a named socket.
 std::vector<int> connectedSockets() {
@@ -41,11 +41,6 @@ std::vector<int> connectedSockets() {
             found.push_back(descriptor);
     }
     return found;
-}
-
-timespec toTimespec(std::chrono::milliseconds duration) {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
-    return {.tv_sec = seconds.count(), .tv_nsec = std::chrono::nanoseconds(duration - seconds).count()};
 }
 
 } // namespace
@@ -72,14 +67,14 @@ PipeWireConnection::PipeWireConnection(PipeWireConnectionHandler& handler, Syste
     if (context_ == nullptr)
         throw std::runtime_error(
             "PipeWire's client configuration cannot be loaded; is the package pipewire installed?");
-    retryTimer_ = pw_loop_add_timer(loop(), onRetry, this);
+    retryTimer_ = std::make_unique<PipeWireTimer>(loop(), [this] { retry(); });
     lostEvent_ = pw_loop_add_event(loop(), onLost, this);
 }
 
 PipeWireConnection::~PipeWireConnection() {
     stop();
     pw_loop_destroy_source(loop(), lostEvent_);
-    pw_loop_destroy_source(loop(), retryTimer_);
+    retryTimer_.reset();
     pw_context_destroy(context_);
     pw_thread_loop_destroy(threadLoop_);
     pw_deinit();
@@ -184,9 +179,9 @@ void PipeWireConnection::disconnectCores() {
 }
 
 void PipeWireConnection::scheduleRetry() {
-    retryPause_ = std::clamp<std::chrono::milliseconds>(retryPause_ * 2, firstRetryPause, longestRetryPause);
-    timespec pause = toTimespec(retryPause_);
-    pw_loop_update_timer(loop(), retryTimer_, &pause, nullptr, false);
+    retryPause_ =
+        std::clamp<std::chrono::milliseconds>(retryPause_ * 2, kFirstRetryPause, kLongestRetryPause);
+    retryTimer_->start(retryPause_);
 }
 
 void PipeWireConnection::rememberSocketsSince(const std::vector<int>& before) {
@@ -246,10 +241,9 @@ void PipeWireConnection::onLost(void* data, std::uint64_t) {
     self.scheduleRetry();
 }
 
-void PipeWireConnection::onRetry(void* data, std::uint64_t) {
-    auto& self = *static_cast<PipeWireConnection*>(data);
-    if (self.core_ == nullptr && !self.connectCores())
-        self.scheduleRetry();
+void PipeWireConnection::retry() {
+    if (core_ == nullptr && !connectCores())
+        scheduleRetry();
 }
 
 PipeWireLock::PipeWireLock(const PipeWireConnection& connection) : threadLoop_(connection.threadLoop()) {

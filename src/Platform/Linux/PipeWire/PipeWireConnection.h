@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "PipeWireTimer.h"
 #include "Ports/SystemLog.h"
 
 #include <array>
@@ -94,7 +95,6 @@ private:
 
     static void onCoreError(void* data, std::uint32_t id, int sequence, int result, const char* message);
     static void onCoreDone(void* data, std::uint32_t id, int sequence);
-    static void onRetry(void* data, std::uint64_t expirations);
     static void onLost(void* data, std::uint64_t count);
 
     void awaitSignal(std::chrono::steady_clock::time_point deadline) const;
@@ -105,6 +105,7 @@ private:
     pw_core* connect(CoreListener& listener, const pw_core_events& events);
     static void disconnect(pw_core*& core, CoreListener& listener);
     void scheduleRetry();
+    void retry();
     void rememberSocketsSince(const std::vector<int>& before);
     void forgetSockets();
 
@@ -118,7 +119,7 @@ private:
     pw_core* nodeCore_ = nullptr;
     std::unique_ptr<CoreListener> coreListener_;
     std::unique_ptr<CoreListener> nodeCoreListener_;
-    spa_source* retryTimer_ = nullptr;
+    std::unique_ptr<PipeWireTimer> retryTimer_;
     spa_source* lostEvent_ = nullptr;
     std::chrono::milliseconds retryPause_{};
     std::string reconnectReason_;

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 namespace {
 
 /// Interval of the beats after a freeze; short, so that the streams are captured again soon.
-constexpr auto resumingPeriod = 100ms;
+constexpr auto kResumingPeriod = 100ms;
 
 } // namespace
 
@@ -44,7 +44,7 @@ void PipeWireHeartbeat::beat() {
     resume();
     nextBeat_.reset();
     if (isCapturing)
-        nextBeat_ = mainThread_.after(beatsWhenGivenUp_ ? MainThread::Duration(resumingPeriod)
+        nextBeat_ = mainThread_.after(beatsWhenGivenUp_ ? MainThread::Duration(kResumingPeriod)
                                                         : FreezeJudge::beatPeriod,
                                       [this] { beat(); });
 }

@@ -49,14 +49,14 @@ OSStatus PipeWireProperties::read(AudioObjectID object, FourCharCode selector, P
     Result result;
     if (object == kAudioObjectSystemObject)
         result = ofSystem(selector);
-    else if (const GraphSink* sink = graph_.sink(object))
+    else if (const GraphSink* sink = graph_.sinks().withObjectID(object))
         result = ofSink(*sink, selector);
-    else if (const GraphClient* client = graph_.process(object))
+    else if (const GraphClient* client = graph_.clients().process(object))
         result = ofProcess(*client, selector);
-    else if (const GraphStream* stream = graph_.streamOfObject(object))
+    else if (const GraphStream* stream = graph_.streams().withObjectID(object))
         result = ofStream(*stream, selector);
-    else if (taps_.deviceDescription(object) != nullptr)
-        result = ofDevice(object, selector);
+    else if (const PipeWireTapDevice* device = taps_.device(object))
+        result = ofDevice(*device, selector);
     else if (const auto format = taps_.tapFormat(object))
         result = selector == kAudioTapPropertyFormat ? Result(dataOf(*format)) : std::nullopt;
     else
@@ -70,13 +70,13 @@ OSStatus PipeWireProperties::read(AudioObjectID object, FourCharCode selector, P
 PipeWireProperties::Result PipeWireProperties::ofSystem(FourCharCode selector) const {
     switch (selector) {
     case kAudioHardwarePropertyDevices:
-        return dataOf(objectIDs(graph_.sinks()));
+        return dataOf(objectIDs(graph_.sinks().described()));
     case kAudioHardwarePropertyProcessObjectList:
-        return dataOf(objectIDs(graph_.processes()));
+        return dataOf(objectIDs(graph_.clients().processes()));
     case kAudioHardwarePropertyExemptStreamList: {
-        auto streams = graph_.streams();
+        auto streams = graph_.streams().all();
         std::erase_if(streams, [&](const GraphStream* stream) {
-            return !stream->isDescribed || director_.exemption(*stream) == StreamExemption::none;
+            return !stream->isDescribed || rights_.exemption(*stream) == StreamExemption::none;
         });
         return dataOf(objectIDs(streams));
     }
@@ -118,7 +118,7 @@ PipeWireProperties::Result PipeWireProperties::ofProcess(const GraphClient& clie
     case kAudioProcessPropertyDevices:
         return dataOf(devicesOf(client));
     case kAudioProcessPropertyIsRunningOutput:
-        return dataOf(std::uint32_t{director_.isProducingOutput(client)});
+        return dataOf(std::uint32_t{rights_.isProducingOutput(client)});
     case kAudioProcessPropertyDownmix:
         return dataOf(std::uint32_t{client.downmixes});
     default:
@@ -128,8 +128,8 @@ PipeWireProperties::Result PipeWireProperties::ofProcess(const GraphClient& clie
 
 std::vector<AudioObjectID> PipeWireProperties::devicesOf(const GraphClient& client) const {
     std::vector<AudioObjectID> devices;
-    for (const GraphStream* stream : director_.streamsOf(client)) {
-        const GraphSink* sink = director_.destination(*stream);
+    for (const GraphStream* stream : rights_.streamsOf(client)) {
+        const GraphSink* sink = rights_.destination(*stream);
         if (sink != nullptr && std::ranges::find(devices, sink->objectID) == devices.end())
             devices.push_back(sink->objectID);
     }
@@ -138,43 +138,43 @@ std::vector<AudioObjectID> PipeWireProperties::devicesOf(const GraphClient& clie
 
 PipeWireProperties::Result PipeWireProperties::ofStream(const GraphStream& stream,
                                                         FourCharCode selector) const {
-    const GraphClient* client = graph_.processOfStream(stream);
+    const GraphClient* client = graph_.clients().ownerOf(stream);
     switch (selector) {
     case kAudioStreamPropertyExemption:
-        return dataOf(director_.exemption(stream));
+        return dataOf(rights_.exemption(stream));
     case kAudioObjectPropertyName:
         return dataOf(stream.name);
     case kAudioProcessPropertyPID:
     case kAudioProcessPropertyBundleID:
         return client != nullptr ? ofProcess(*client, selector) : std::nullopt;
     case kAudioProcessPropertyDevices: {
-        const GraphSink* sink = director_.destination(stream);
+        const GraphSink* sink = rights_.destination(stream);
         return dataOf(sink != nullptr ? std::vector{sink->objectID} : std::vector<AudioObjectID>{});
     }
     case kAudioProcessPropertyIsRunningOutput:
-        return dataOf(std::uint32_t{PipeWireGraph::isProducingOutput(stream)});
+        return dataOf(std::uint32_t{stream.isProducingOutput()});
     default:
         return std::nullopt;
     }
 }
 
-PipeWireProperties::Result PipeWireProperties::ofDevice(AudioObjectID device, FourCharCode selector) const {
-    const AggregateDeviceDescription& description = *taps_.deviceDescription(device);
+PipeWireProperties::Result PipeWireProperties::ofDevice(const PipeWireTapDevice& device,
+                                                        FourCharCode selector) const {
     switch (selector) {
     case kAudioDevicePropertyDeviceUID:
-        return dataOf(description.uid);
+        return dataOf(device.description().uid);
     case kAudioObjectPropertyName:
-        return dataOf(description.name);
+        return dataOf(device.description().name);
     case kAudioDevicePropertyStreamConfiguration:
         return oneStream(2);
     case kAudioDevicePropertyNominalSampleRate:
-        return dataOf(taps_.sampleRate(device));
+        return dataOf(device.sampleRate());
     case kAudioDevicePropertyTransportType:
         return dataOf(fourCharCode("grup"));
     case kAudioDevicePropertyDeviceIsAlive:
-        return dataOf(std::uint32_t{taps_.isAlive(device)});
+        return dataOf(std::uint32_t{device.isAlive()});
     case kAudioDevicePropertyDeviceIsRunning:
-        return dataOf(std::uint32_t{taps_.isConnected(device)});
+        return dataOf(std::uint32_t{device.isConnected()});
     default:
         return std::nullopt;
     }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "PipeWireGraph.h"
-#include "PipeWireStreamDirector.h"
+#include "PipeWireStreamRights.h"
 #include "PipeWireTaps.h"
 #include "Ports/AudioHardware.h"
 
@@ -18,9 +18,9 @@ using PropertyData = std::vector<std::byte>;
 /// Reads the properties of all objects from the mirror. The control loop's lock must be held.
 class PipeWireProperties {
 public:
-    PipeWireProperties(const PipeWireGraph& graph, const PipeWireStreamDirector& director,
+    PipeWireProperties(const PipeWireGraph& graph, const PipeWireStreamRights& rights,
                        const PipeWireTaps& taps)
-        : graph_(graph), director_(director), taps_(taps) {}
+        : graph_(graph), rights_(rights), taps_(taps) {}
 
     /// Returns kAudioHardwareBadObjectError for an unknown object, and kAudioHardwareUnknownPropertyError for
     /// a property that the object does not have.
@@ -33,11 +33,11 @@ private:
     Result ofSink(const GraphSink& sink, FourCharCode selector) const;
     Result ofProcess(const GraphClient& client, FourCharCode selector) const;
     Result ofStream(const GraphStream& stream, FourCharCode selector) const;
-    Result ofDevice(AudioObjectID device, FourCharCode selector) const;
+    Result ofDevice(const PipeWireTapDevice& device, FourCharCode selector) const;
     std::vector<AudioObjectID> devicesOf(const GraphClient& client) const;
 
     const PipeWireGraph& graph_;
-    const PipeWireStreamDirector& director_;
+    const PipeWireStreamRights& rights_;
     const PipeWireTaps& taps_;
 };
 

@@ -23,18 +23,18 @@ namespace {
 
 /// How long a dying process waits for its streams to be moved. They remain audible meanwhile, unless it is
 /// the data thread that dies. Longer than the guard waits for the session manager.
-constexpr auto dyingPatience = 400ms;
+constexpr auto kDyingPatience = 400ms;
 /// How long the start waits for the guard. The guard starts before this process has loaded its libraries.
-constexpr auto startingPatience = 500ms;
+constexpr auto kStartingPatience = 500ms;
 /// How long a guard may take to exit.
-constexpr auto leavingPatience = 1s;
+constexpr auto kLeavingPatience = 1s;
 /// The pause before replacing a guard grows when guards keep ending early.
-constexpr auto firstPause = 50ms;
-constexpr auto longestPause = 60s;
-constexpr auto usualLife = 10s;
+constexpr auto kFirstPause = 50ms;
+constexpr auto kLongestPause = 60s;
+constexpr auto kUsualLife = 10s;
 /// Descriptor of the board in the guard, and of the channel that the guard holds without using it.
-constexpr int boardDescriptor = STDERR_FILENO + 1;
-constexpr int channelDescriptor = boardDescriptor + 1;
+constexpr int kBoardDescriptor = STDERR_FILENO + 1;
+constexpr int kChannelDescriptor = kBoardDescriptor + 1;
 
 /// Starts the guard in its own session. It inherits only the board and the held connection from its parent:
 /// not the terminal, and not a pipe whose reader waits for the parent's end.
@@ -42,12 +42,12 @@ class GuardSpawn {
 public:
     GuardSpawn(int board, int channelEnd) {
         posix_spawn_file_actions_init(&files_);
-        posix_spawn_file_actions_adddup2(&files_, board, boardDescriptor);
+        posix_spawn_file_actions_adddup2(&files_, board, kBoardDescriptor);
         if (channelEnd >= 0)
-            posix_spawn_file_actions_adddup2(&files_, channelEnd, channelDescriptor);
+            posix_spawn_file_actions_adddup2(&files_, channelEnd, kChannelDescriptor);
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             posix_spawn_file_actions_addopen(&files_, stream, "/dev/null", O_RDWR, 0);
-        posix_spawn_file_actions_addclosefrom_np(&files_, channelDescriptor + 1);
+        posix_spawn_file_actions_addclosefrom_np(&files_, kChannelDescriptor + 1);
         sigset_t none;
         sigset_t all;
         sigemptyset(&none);
@@ -109,7 +109,7 @@ PipeWireRedirectGuard::~PipeWireRedirectGuard() {
         Lock lock(mutex_);
         isEnding_ = true;
         changed_.notify_all();
-        if (!changed_.wait_for(lock, leavingPatience, [this] { return guard_ < 0; }))
+        if (!changed_.wait_for(lock, kLeavingPatience, [this] { return guard_ < 0; }))
             kill(guard_, SIGKILL);
     }
     thread_.join();
@@ -153,8 +153,8 @@ void PipeWireRedirectGuard::keepGuard() {
     for (;;) {
         const auto started = Clock::now();
         awaitGuardsEnd(lock);
-        const bool hasLived = Clock::now() - started > usualLife;
-        pause = hasLived ? firstPause : std::clamp<Clock::duration>(pause * 2, firstPause, longestPause);
+        const bool hasLived = Clock::now() - started > kUsualLife;
+        pause = hasLived ? kFirstPause : std::clamp<Clock::duration>(pause * 2, kFirstPause, kLongestPause);
         if (changed_.wait_for(lock, pause, [this] { return isEnding_; }))
             return;
         startGuard(lock);
@@ -168,7 +168,7 @@ void PipeWireRedirectGuard::giveBackInSignalHandler() noexcept {
     std::int64_t deadline = 0;
     // Later threads wait no longer than the first one.
     if (handlerDeadline_.compare_exchange_strong(deadline,
-                                                 now + std::chrono::nanoseconds(dyingPatience).count())) {
+                                                 now + std::chrono::nanoseconds(kDyingPatience).count())) {
         board_->isDying = true;
         board_->calls.increase();
         deadline = handlerDeadline_;
@@ -189,7 +189,7 @@ void PipeWireRedirectGuard::awaitGuard() noexcept {
             return;
     }
     awaitNumber(board_->isGuardReady,
-                monotonicNanoseconds() + std::chrono::nanoseconds(startingPatience).count());
+                monotonicNanoseconds() + std::chrono::nanoseconds(kStartingPatience).count());
 }
 
 void PipeWireRedirectGuard::watch(bool isWatched) noexcept {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The end of a tap: it hands its streams to the tap that replaces it, or restores them.
-#include "PipeWireTaps.h"
+#include "PipeWireTapHandover.h"
+
+#include "PipeWireLinks.h"
 
 #include <algorithm>
 
@@ -13,39 +14,45 @@ using namespace std::chrono_literals;
 namespace {
 
 /// How long a stopping tap waits for the main thread to announce a replacement.
-constexpr auto announcementPatience = 150ms;
+constexpr auto kAnnouncementPatience = 150ms;
 /// Stops in such quick succession belong to one teardown and share that wait.
-constexpr auto stopBurstGap = 50ms;
+constexpr auto kStopBurstGap = 50ms;
 /// How long the replacement may take to start: slightly longer than its creator waits for its device.
-/// Extended while links keep changing, up to `longestHandover`.
-constexpr auto handoverPatience = 2500ms;
-constexpr auto longestHandover = 15s;
+/// Extended while links keep changing, up to `kLongestHandover`.
+constexpr auto kHandoverPatience = 2500ms;
+constexpr auto kLongestHandover = 15s;
 /// How long the session manager may take to move the streams back.
-constexpr auto releasePatience = 500ms;
-
-bool sharesOne(const std::vector<AudioObjectID>& left, const std::vector<AudioObjectID>& right) {
-    return std::ranges::find_first_of(left, right) != left.end();
-}
+constexpr auto kReleasePatience = 500ms;
 
 } // namespace
 
-bool PipeWireTaps::hasSuccessor(const Device& device) const {
-    return std::ranges::any_of(taps_, [&](const auto& tap) {
-        return tap.first > device.tap && sharesOne(tap.second.description.processes, device.processes);
+PipeWireTapHandover::PipeWireTapHandover(PipeWireConnection& connection, const PipeWireLinks& links,
+                                         MainThread& mainThread)
+    : connection_(connection), links_(links), mainThread_(mainThread) {}
+
+void PipeWireTapHandover::awaitSuccessor(const std::function<Progress()>& progress) {
+    const auto begun = MainThread::Clock::now();
+    awaitAnnouncement(progress);
+    const auto announced = MainThread::Clock::now();
+    connection_.waitUntil(begun + kLongestHandover, [&] {
+        return progress() != Progress::underWay ||
+               MainThread::Clock::now() > std::max(announced, links_.changedAt()) + kHandoverPatience;
     });
 }
 
-bool PipeWireTaps::isHandedOver(const Device& device) const {
-    return !director_.hasStreams(device.captureName) && !isLinkedInto(device) &&
-           std::ranges::any_of(devices_, [&](const auto& entry) {
-               const Device& other = entry.second;
-               return other.tap > device.tap && other.isDirected &&
-                      sharesOne(other.processes, device.processes) &&
-                      (isLinkedInto(other) || !director_.hasStreams(other.captureName));
-           });
+void PipeWireTapHandover::awaitAnnouncement(const std::function<Progress()>& progress) {
+    const auto now = MainThread::Clock::now();
+    if (now > lastStopEnded_ + kStopBurstGap)
+        stopBurstDeadline_ = now + kAnnouncementPatience;
+    // A rebuild destroys the old tap and creates the new one in one main-thread task, but the new tap's first
+    // step follows one iteration later. After that iteration, a tap that is not announced will not come.
+    isBarrierPending_ = true;
+    postMainThreadBarrier(3);
+    connection_.waitUntil(stopBurstDeadline_,
+                          [&] { return progress() != Progress::unannounced || !isBarrierPending_; });
 }
 
-void PipeWireTaps::postMainThreadBarrier(int turns) {
+void PipeWireTapHandover::postMainThreadBarrier(int turns) {
     mainThread_.post([this, turns, weak = std::weak_ptr(alive_)] {
         if (weak.expired())
             return;
@@ -57,58 +64,8 @@ void PipeWireTaps::postMainThreadBarrier(int turns) {
     });
 }
 
-void PipeWireTaps::awaitSuccessor(AudioObjectID device) {
-    const auto now = MainThread::Clock::now();
-    if (now > lastStopEnded_ + stopBurstGap)
-        stopBurstDeadline_ = now + announcementPatience;
-    // A rebuild destroys the old tap and creates the new one in one main-thread task, but the new tap's first
-    // step follows one iteration later. After that iteration, a tap that is not announced will not come.
-    isBarrierPending_ = true;
-    postMainThreadBarrier(3);
-    connection_.waitUntil(stopBurstDeadline_, [&] {
-        const Device* current = find(device);
-        return current == nullptr || hasSuccessor(*current) || !isBarrierPending_;
-    });
-    linksChangedAt_ = MainThread::Clock::now();
-    connection_.waitUntil(now + longestHandover, [&] {
-        const Device* current = find(device);
-        return current == nullptr || !hasSuccessor(*current) || isHandedOver(*current) ||
-               MainThread::Clock::now() > linksChangedAt_ + handoverPatience;
-    });
-}
-
-void PipeWireTaps::awaitReleasedStreams() {
-    PipeWireLock lock(connection_);
-    MainThread::Instant settled{};
-    for (const Device& leftover : leftovers_)
-        if (leftover.wasAlive)
-            settled = std::max(settled, leftoverUntil(leftover));
-    connection_.waitUntil(settled, [] { return false; });
-}
-
-OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
-    PipeWireLock lock(connection_);
-    Device* found = find(device);
-    if (found == nullptr)
-        return kAudioHardwareBadObjectError;
-    if (found->startedProc != procID)
-        return kAudioHardwareNotRunningError;
-    if (director_.hasStreams(found->captureName))
-        awaitSuccessor(device);
-    if ((found = find(device)) == nullptr)
-        return kAudioHardwareBadObjectError;
-    director_.release(found->captureName);
-    connection_.waitUntil(MainThread::Clock::now() + releasePatience, [&] {
-        const Device* current = find(device);
-        return current == nullptr || !isLinkedInto(*current);
-    });
-    if ((found = find(device)) == nullptr)
-        return kAudioHardwareBadObjectError;
-    if (found->pair != nullptr)
-        found->pair->stop();
-    found->startedProc = 0;
-    lastStopEnded_ = MainThread::Clock::now();
-    return kAudioHardwareNoError;
+void PipeWireTapHandover::awaitRelease(const std::function<bool()>& isReleased) const {
+    connection_.waitUntil(MainThread::Clock::now() + kReleasePatience, isReleased);
 }
 
 } // namespace vello

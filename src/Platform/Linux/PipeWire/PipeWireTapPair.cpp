@@ -2,6 +2,7 @@
 #include "PipeWireTapPair.h"
 
 #include "Foundation/Product.h"
+#include "PipeWireGraph.h"
 #include "PipeWireQuirks.h"
 
 #include <algorithm>
@@ -56,7 +57,7 @@ std::array<const spa_pod*, 2> streamParameters(spa_pod_builder& builder, std::ui
     spa_pod_builder_prop(&builder, SPA_PARAM_BUFFERS_buffers, 0);
     spa_pod_frame choice;
     spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Range, 0);
-    for (const int count : {quirks::streamBuffers, quirks::streamBuffers, 16})
+    for (const int count : {quirks::kStreamBuffers, quirks::kStreamBuffers, 16})
         spa_pod_builder_int(&builder, count);
     spa_pod_builder_pop(&builder, &choice);
     const auto* buffers = static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame));
@@ -111,7 +112,8 @@ struct PipeWireTapPair::Callbacks {
 
 PipeWireTapPair::PipeWireTapPair(pw_core* core, const Description& description,
                                  std::function<void()> sampleRateChanged)
-    : sampleRateChanged_(std::move(sampleRateChanged)), channels_(description.channels) {
+    : sampleRateChanged_(std::move(sampleRateChanged)), captureName_(description.captureName),
+      channels_(description.channels) {
     // The playback side comes first because the capture side's events use it.
     playback_ = makePlayback(core, description);
     if (playback_ != nullptr)
@@ -177,6 +179,14 @@ std::uint32_t PipeWireTapPair::captureNodeID() const {
 
 std::uint32_t PipeWireTapPair::playbackNodeID() const {
     return pw_stream_get_node_id(playback_);
+}
+
+bool PipeWireTapPair::isLinkedOut(const PipeWireGraph& graph) const {
+    return graph.hasLinksOutOf(playbackNodeID(), channels_);
+}
+
+bool PipeWireTapPair::isLinkedInto(const PipeWireGraph& graph) const {
+    return graph.links().hasLinkInto(captureNodeID());
 }
 
 void PipeWireTapPair::setLatency(const GraphLatency& latency) {

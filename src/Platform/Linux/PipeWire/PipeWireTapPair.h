@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "PipeWireGraph.h"
+#include "GraphObjects.h"
 #include "Ports/AudioHardware.h"
 
 #include <atomic>
@@ -17,6 +17,8 @@ struct pw_stream;
 struct spa_pod;
 
 namespace vello {
+
+class PipeWireGraph;
 
 /// The two streams of one tap: a capture that the applications' streams are directed to, and a playback on
 /// the output device. Both are scheduled in one graph cycle, so the tap adds no latency. The data thread
@@ -51,6 +53,12 @@ public:
     bool isConnected() const { return capture_ != nullptr && playback_ != nullptr; }
     std::uint32_t captureNodeID() const;
     std::uint32_t playbackNodeID() const;
+    const std::string& captureName() const { return captureName_; }
+    /// Whether all channels of the playback side are linked, or as many as the device has. A device may
+    /// refuse one of two, and then the other link is removed again.
+    bool isLinkedOut(const PipeWireGraph& graph) const;
+    /// Whether a stream is linked to the capture side.
+    bool isLinkedInto(const PipeWireGraph& graph) const;
     /// Negotiated rate of the playback side in Hz; 0 before the negotiation.
     double sampleRate() const { return sampleRate_; }
 
@@ -71,6 +79,7 @@ private:
     void formatKnown(const spa_pod* format);
 
     std::function<void()> sampleRateChanged_;
+    std::string captureName_;
     std::uint32_t channels_;
     pw_stream* capture_ = nullptr;
     pw_stream* playback_ = nullptr;

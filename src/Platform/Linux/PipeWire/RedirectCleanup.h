@@ -3,7 +3,7 @@
 
 #include "PipeWireConnection.h"
 #include "PipeWireGraph.h"
-#include "PipeWireStreamDirector.h"
+#include "PipeWireStaleRedirects.h"
 
 #include <mutex>
 #include <string>
@@ -53,7 +53,7 @@ private:
     SilentLog log_;
     PipeWireConnection connection_;
     PipeWireGraph graph_;
-    PipeWireStreamDirector director_;
+    PipeWireStaleRedirects redirects_;
     std::mutex oneAtATime_;
     Stage stage_ = Stage::following;
     bool isMirrored_ = false;
