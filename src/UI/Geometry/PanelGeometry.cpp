@@ -2,8 +2,17 @@
 #include "UI/Geometry/PanelGeometry.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace vello {
+namespace {
+
+constexpr double kSymbolSidePerSize = 1.3;
+/// Width of three digits, or of a sign and two.
+constexpr double kNumberWidthPerSize = 1.85;
+constexpr double kSmallestNumberSize = 8.0;
+
+} // namespace
 
 double listHeight(double contentHeight) noexcept {
     return std::clamp(contentHeight, kMinimumListHeight, kMaximumListHeight);
@@ -15,6 +24,19 @@ double titleScale(double expansion) noexcept {
 
 double titleOpacity(double expansion) noexcept {
     return 1.0 - 0.5 * expansion;
+}
+
+double symbolSide(double textSize) noexcept {
+    return textSize * kSymbolSidePerSize;
+}
+
+double symbolSize(double textSize, double side) noexcept {
+    return std::min(textSize, side / kSymbolSidePerSize);
+}
+
+int numberSize(int largest, double width) noexcept {
+    const double fitting = std::floor(width / kNumberWidthPerSize);
+    return static_cast<int>(std::max(kSmallestNumberSize, std::min<double>(largest, fitting)));
 }
 
 std::optional<ScreenCorner> screenCorner(std::string_view name) {

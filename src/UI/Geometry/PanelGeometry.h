@@ -18,6 +18,14 @@ double listHeight(double contentHeight) noexcept;
 double titleScale(double expansion) noexcept;
 double titleOpacity(double expansion) noexcept;
 
+/// Side of a symbol's square beside a text of this size, chosen so that strokes look as heavy as letters.
+double symbolSide(double textSize) noexcept;
+/// `textSize`, or less where the symbol's square would be wider than `side`.
+double symbolSize(double textSize, double side) noexcept;
+/// Pixel size of the numbers at the bands: `largest`, or less, but at least 8, where the longest number would
+/// be wider than `width`.
+int numberSize(int largest, double width) noexcept;
+
 struct PanelPoint {
     double x = 0.0;
     double y = 0.0;

@@ -19,6 +19,7 @@ namespace {
 /// A corner starts at this multiple of the radius from the tip, earlier than a circle's, and touches the
 /// circle at its middle. The curvature thus sets in gradually.
 constexpr double kCornerReach = 1.28;
+constexpr double kRimWidth = 1.0;
 
 struct Corner {
     QPointF tip;
@@ -51,6 +52,10 @@ QPainterPath roundedPath(const QRectF& bounds, double radius) {
 
 GlassSurface::GlassSurface(QQuickItem* parent) : QQuickItem(parent) {
     setFlag(ItemHasContents);
+    connect(this, &GlassSurface::lookChanged, this, [this] {
+        lookIsDrawn_ = false;
+        update();
+    });
 }
 
 double GlassSurface::shadowMargin() const {
@@ -86,9 +91,9 @@ QImage GlassSurface::drawLook(double pixelRatio) const {
     painter.fillPath(shape, Qt::black);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.fillPath(shape, color_);
-    const double inset = rimWidth_ / 2.0;
+    constexpr double inset = kRimWidth / 2.0;
     painter.strokePath(roundedPath(bounds.adjusted(inset, inset, -inset, -inset), radius_ - inset),
-                       QPen(rimColor_, rimWidth_));
+                       QPen(rimColor_, kRimWidth));
     return image;
 }
 

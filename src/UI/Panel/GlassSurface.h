@@ -15,25 +15,16 @@ namespace vello {
 class GlassSurface : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(double radius MEMBER radius_ WRITE setRadius NOTIFY lookChanged)
-    Q_PROPERTY(QColor color MEMBER color_ WRITE setColor NOTIFY lookChanged)
-    Q_PROPERTY(QColor rimColor MEMBER rimColor_ WRITE setRimColor NOTIFY lookChanged)
-    Q_PROPERTY(double rimWidth MEMBER rimWidth_ WRITE setRimWidth NOTIFY lookChanged)
-    Q_PROPERTY(QColor shadowColor MEMBER shadowColor_ WRITE setShadowColor NOTIFY lookChanged)
-    Q_PROPERTY(double shadowRadius MEMBER shadowRadius_ WRITE setShadowRadius NOTIFY lookChanged)
+    Q_PROPERTY(double radius MEMBER radius_ NOTIFY lookChanged)
+    Q_PROPERTY(QColor color MEMBER color_ NOTIFY lookChanged)
+    Q_PROPERTY(QColor rimColor MEMBER rimColor_ NOTIFY lookChanged)
+    Q_PROPERTY(QColor shadowColor MEMBER shadowColor_ NOTIFY lookChanged)
+    Q_PROPERTY(double shadowRadius MEMBER shadowRadius_ NOTIFY lookChanged)
     /// Positive is downwards.
-    Q_PROPERTY(double shadowOffset MEMBER shadowOffset_ WRITE setShadowOffset NOTIFY lookChanged)
+    Q_PROPERTY(double shadowOffset MEMBER shadowOffset_ NOTIFY lookChanged)
 
 public:
     explicit GlassSurface(QQuickItem* parent = nullptr);
-
-    void setRadius(double radius) { change(radius_, radius); }
-    void setColor(const QColor& color) { change(color_, color); }
-    void setRimColor(const QColor& color) { change(rimColor_, color); }
-    void setRimWidth(double width) { change(rimWidth_, width); }
-    void setShadowColor(const QColor& color) { change(shadowColor_, color); }
-    void setShadowRadius(double radius) { change(shadowRadius_, radius); }
-    void setShadowOffset(double offset) { change(shadowOffset_, offset); }
 
 signals:
     void lookChanged();
@@ -44,14 +35,6 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData& data) override;
 
 private:
-    template <typename Value> void change(Value& field, const Value& value) {
-        if (field == value)
-            return;
-        field = value;
-        lookIsDrawn_ = false;
-        update();
-        emit lookChanged();
-    }
     double shadowMargin() const;
     /// Side of the patch that holds the corners, one point of every side, and the shadow around them.
     double patchSide() const;
@@ -62,7 +45,6 @@ private:
     double radius_ = 0.0;
     QColor color_ = Qt::transparent;
     QColor rimColor_ = Qt::transparent;
-    double rimWidth_ = 1.0;
     QColor shadowColor_ = Qt::transparent;
     double shadowRadius_ = 0.0;
     double shadowOffset_ = 0.0;

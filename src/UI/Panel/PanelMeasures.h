@@ -28,6 +28,8 @@ public:
     Q_INVOKABLE double listHeight(double contentHeight) const { return vello::listHeight(contentHeight); }
     Q_INVOKABLE double titleScale(double expansion) const { return vello::titleScale(expansion); }
     Q_INVOKABLE double titleOpacity(double expansion) const { return vello::titleOpacity(expansion); }
+    Q_INVOKABLE double symbolSize(double size, double side) const { return vello::symbolSize(size, side); }
+    Q_INVOKABLE int numberSize(int largest, double width) const { return vello::numberSize(largest, width); }
 };
 
 } // namespace vello

@@ -8,6 +8,8 @@
 #include <QQmlParserStatus>
 #include <QtQmlIntegration>
 
+#include <algorithm>
+
 namespace vello {
 
 /// A number that follows `to` as a damped spring; `value` is its current position. Starts at its first
@@ -18,6 +20,8 @@ class SpringFollower : public QObject, public QQmlParserStatus {
     QML_ELEMENT
     Q_PROPERTY(double to READ to WRITE setTo NOTIFY toChanged)
     Q_PROPERTY(double value READ value NOTIFY valueChanged)
+    /// The value, limited to 0 to 1.
+    Q_PROPERTY(double share READ share NOTIFY valueChanged)
     Q_PROPERTY(double response READ response WRITE setResponse NOTIFY springChanged)
     Q_PROPERTY(double dampingFraction READ dampingFraction WRITE setDampingFraction NOTIFY springChanged)
     /// While false, the value jumps to a new target.
@@ -31,6 +35,7 @@ public:
     double to() const { return to_; }
     void setTo(double to);
     double value() const { return value_; }
+    double share() const { return std::clamp(value_, 0.0, 1.0); }
     double response() const { return spring_.response; }
     void setResponse(double response);
     double dampingFraction() const { return spring_.dampingFraction; }

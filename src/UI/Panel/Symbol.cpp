@@ -1,42 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Symbol.h"
 
+#include "UI/Geometry/PanelGeometry.h"
+
 #include <QPainter>
 #include <QSvgRenderer>
 
 namespace vello {
-namespace {
-
-/// Size of a symbol's square relative to the text's size, chosen so that strokes look as heavy as letters.
-constexpr double kSquarePerPoint = 1.3;
-
-} // namespace
 
 Symbol::Symbol(QQuickItem* parent) : QQuickPaintedItem(parent) {
     setPointSize(13.0);
-}
-
-void Symbol::setName(const QString& name) {
-    if (name == name_)
-        return;
-    name_ = name;
-    emit nameChanged();
-    update();
-}
-
-void Symbol::setColor(const QColor& color) {
-    if (color == color_)
-        return;
-    color_ = color;
-    emit colorChanged();
-    update();
+    connect(this, &Symbol::lookChanged, this, [this] { update(); });
 }
 
 void Symbol::setPointSize(double pointSize) {
     if (pointSize == pointSize_)
         return;
     pointSize_ = pointSize;
-    setImplicitSize(pointSize * kSquarePerPoint, pointSize * kSquarePerPoint);
+    setImplicitSize(symbolSide(pointSize), symbolSide(pointSize));
     emit pointSizeChanged();
 }
 

@@ -12,26 +12,21 @@ class Symbol : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     /// File name of a symbol without its extension; an unknown name draws nothing.
-    Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)
-    Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
+    Q_PROPERTY(QString name MEMBER name_ NOTIFY lookChanged)
+    Q_PROPERTY(QColor color MEMBER color_ NOTIFY lookChanged)
     /// Pixel size of the text.
     Q_PROPERTY(double pointSize READ pointSize WRITE setPointSize NOTIFY pointSizeChanged)
 
 public:
     explicit Symbol(QQuickItem* parent = nullptr);
 
-    QString name() const { return name_; }
-    void setName(const QString& name);
-    QColor color() const { return color_; }
-    void setColor(const QColor& color);
     double pointSize() const { return pointSize_; }
     void setPointSize(double pointSize);
 
     void paint(QPainter* painter) override;
 
 signals:
-    void nameChanged();
-    void colorChanged();
+    void lookChanged();
     void pointSizeChanged();
 
 private:

@@ -13,16 +13,8 @@
 namespace vello {
 namespace {
 
-constexpr QRgb kOwnAccentOnDark = 0xff4fa8ff;
-constexpr QRgb kOwnAccentOnLight = 0xff1676e8;
-
-QColor white(double alpha) {
-    return QColor::fromRgbF(1.0F, 1.0F, 1.0F, static_cast<float>(alpha));
-}
-
-QColor black(double alpha) {
-    return QColor::fromRgbF(0.0F, 0.0F, 0.0F, static_cast<float>(alpha));
-}
+constexpr QRgb kOwnAccentOnDark = 0x4fa8ff;
+constexpr QRgb kOwnAccentOnLight = 0x1676e8;
 
 } // namespace
 
@@ -45,28 +37,8 @@ void Theme::setAppearance(const Appearance& appearance) {
     emit changed();
 }
 
-QColor Theme::ink(double alpha) const {
-    return isDark() ? white(alpha) : black(alpha);
-}
-
-QColor Theme::primary() const {
-    return isContrastIncreased() ? ink(1.0) : ink(isDark() ? 0.92 : 0.87);
-}
-
-QColor Theme::secondary() const {
-    return ink(isContrastIncreased() ? 0.92 : isDark() ? 0.72 : 0.68);
-}
-
-QColor Theme::tertiary() const {
-    return ink(isContrastIncreased() ? 0.8 : isDark() ? 0.58 : 0.57);
-}
-
-QColor Theme::quaternary() const {
-    return ink(isContrastIncreased() ? 0.35 : isDark() ? 0.16 : 0.13);
-}
-
 Theme::Accents Theme::derivedAccents() const {
-    const QColor own = QColor::fromRgb(isDark() ? kOwnAccentOnDark : kOwnAccentOnLight);
+    const QColor own = solid(kOwnAccentOnDark, kOwnAccentOnLight);
     const QColor chosen = appearance_.accent.isValid() ? appearance_.accent : own;
     // VELLO's own accent has white text on it in dark mode as well.
     const QColor surface = appearance_.accent.isValid() ? chosen : QColor::fromRgb(kOwnAccentOnLight);
@@ -79,37 +51,18 @@ Theme::Accents Theme::derivedAccents() const {
             .onFill = onFill};
 }
 
-// Moves away from the text's colour, so that the contrast only grows.
-QColor Theme::accentFillHovered() const {
-    return mixed(accentFill(), onAccent() == Qt::white ? Qt::black : Qt::white, 0.08);
+QColor Theme::awayFromText(double share) const {
+    return mixed(accentFill(), onAccent() == Qt::white ? Qt::black : Qt::white, share);
 }
 
-QColor Theme::accentFillPressed() const {
-    return mixed(accentFill(), onAccent() == Qt::white ? Qt::black : Qt::white, 0.2);
-}
-
-QColor Theme::window() const {
-    const double alpha = isTransparencyReduced() ? 1.0 : 0.95;
+QColor Theme::window(double alpha) const {
     return isDark() ? QColor::fromRgbF(0.125F, 0.129F, 0.145F, static_cast<float>(alpha))
                     : QColor::fromRgbF(0.925F, 0.931F, 0.945F, static_cast<float>(alpha));
 }
 
-QColor Theme::windowRim() const {
-    if (isContrastIncreased())
-        return primary();
-    return isDark() ? white(0.14) : black(0.12);
-}
-
-QColor Theme::glass() const {
-    if (isTransparencyReduced())
-        return QColor::fromRgb(isDark() ? 0xff303136 : 0xfff8f8fa);
-    return white(isDark() ? 0.075 : 0.62);
-}
-
-QColor Theme::glassHovered() const {
-    if (isTransparencyReduced())
-        return QColor::fromRgb(isDark() ? 0xff36373d : 0xffffffff);
-    return white(isDark() ? 0.105 : 0.78);
+QColor Theme::thumb() const {
+    const QColor translucent = isDark() ? QColor(0x55, 0x57, 0x60, 0xd8) : QColor(0xff, 0xff, 0xff, 0xe0);
+    return material(translucent, solid(0x55565c, 0xffffff));
 }
 
 QList<QColor> Theme::grounds() const {
@@ -119,32 +72,6 @@ QList<QColor> Theme::grounds() const {
         grounds += {panel, laidOver(glass(), panel), laidOver(glassHovered(), panel)};
     }
     return grounds;
-}
-
-QColor Theme::glassRim() const {
-    return isContrastIncreased() ? primary() : white(0.1);
-}
-
-QColor Theme::glassShadow() const {
-    return black(isDark() ? 0.26 : 0.13);
-}
-
-QColor Theme::control() const {
-    return ink(isDark() ? 0.11 : 0.07);
-}
-
-QColor Theme::controlHovered() const {
-    return ink(isDark() ? 0.17 : 0.11);
-}
-
-QColor Theme::menu() const {
-    return QColor::fromRgb(isDark() ? 0xff2c2d32 : 0xfffafafb);
-}
-
-QColor Theme::thumb() const {
-    if (isTransparencyReduced())
-        return QColor::fromRgb(isDark() ? 0xff55565c : 0xffffffff);
-    return isDark() ? QColor::fromRgb(0x55, 0x57, 0x60, 0xd8) : QColor::fromRgb(0xff, 0xff, 0xff, 0xe0);
 }
 
 QString Theme::monospaced() const {

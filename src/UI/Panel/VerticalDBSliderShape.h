@@ -6,15 +6,17 @@
 #include <QObject>
 #include <QtQmlIntegration>
 
+#include <algorithm>
+
 namespace vello {
 
 /// The geometry of one band's slider at its current height and gain.
 class VerticalDBSliderShape : public QObject {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(double height MEMBER height_ WRITE setHeight NOTIFY changed)
+    Q_PROPERTY(double height MEMBER height_ NOTIFY changed)
     /// In dB; a gain outside the range is shown at the range's end.
-    Q_PROPERTY(double gain MEMBER gain_ WRITE setGain NOTIFY changed)
+    Q_PROPERTY(double gain MEMBER gain_ NOTIFY changed)
     Q_PROPERTY(double width READ width CONSTANT)
     Q_PROPERTY(double lower READ lower CONSTANT)
     Q_PROPERTY(double upper READ upper CONSTANT)
@@ -29,8 +31,6 @@ class VerticalDBSliderShape : public QObject {
 public:
     explicit VerticalDBSliderShape(QObject* parent = nullptr) : QObject(parent) {}
 
-    void setHeight(double height);
-    void setGain(double gain);
     double width() const { return VerticalDBSliderGeometry::width; }
     double lower() const { return geometry().lower; }
     double upper() const { return geometry().upper; }
@@ -38,9 +38,9 @@ public:
     double thumbDiameter() const { return geometry().thumbDiameter; }
     double thumbDotDiameter() const { return geometry().thumbDotDiameter; }
     double zeroMarkWidth() const { return geometry().zeroMarkWidth(); }
-    double thumbCentre() const { return geometry().thumbCentre(gain_); }
-    double barCentre() const { return geometry().valueBar(gain_).centre; }
-    double barHeight() const { return geometry().valueBar(gain_).height; }
+    double thumbCentre() const { return geometry().thumbCentre(shownGain()); }
+    double barCentre() const { return geometry().valueBar(shownGain()).centre; }
+    double barHeight() const { return geometry().valueBar(shownGain()).height; }
 
     Q_INVOKABLE double draggedGain(double position) const { return geometry().draggedGain(position); }
     Q_INVOKABLE double steppedGain(double gain, double decibels) const {
@@ -53,6 +53,7 @@ signals:
 
 private:
     VerticalDBSliderGeometry geometry() const { return {.height = height_}; }
+    double shownGain() const { return std::clamp(gain_, lower(), upper()); }
 
     double height_ = VerticalDBSliderGeometry{}.height;
     double gain_ = 0.0;

@@ -44,9 +44,9 @@ std::uint32_t anchors(ScreenCorner corner) {
 std::unique_ptr<LayerShell> LayerShell::find(wl_display* display) {
     std::unique_ptr<LayerShell> shell(new LayerShell(display, wl_display_create_queue(display)));
     wl_registry* const registry = registryOn(display, shell->queue_);
-    static constexpr wl_registry_listener kListener{noteOffer, ignoreWithdrawal};
+    static constexpr wl_registry_listener listener{noteOffer, ignoreWithdrawal};
     Offer offer;
-    wl_registry_add_listener(registry, &kListener, &offer);
+    wl_registry_add_listener(registry, &listener, &offer);
     wl_display_roundtrip_queue(display, shell->queue_);
     if (offer.version > 0)
         shell->shell_ = static_cast<zwlr_layer_shell_v1*>(
@@ -80,8 +80,8 @@ std::unique_ptr<LayerSurface> LayerShell::makeSurface(wl_surface* surface, Scree
 
 LayerSurface::LayerSurface(zwlr_layer_surface_v1* layer, wl_surface* surface)
     : layer_(layer), surface_(surface) {
-    static constexpr zwlr_layer_surface_v1_listener kListener{configure, close};
-    zwlr_layer_surface_v1_add_listener(layer_, &kListener, this);
+    static constexpr zwlr_layer_surface_v1_listener listener{configure, close};
+    zwlr_layer_surface_v1_add_listener(layer_, &listener, this);
 }
 
 LayerSurface::~LayerSurface() {

@@ -42,6 +42,21 @@ TEST(PanelGeometryTest, LetsTheTitleRecedeWhileACardIsOpen) {
     EXPECT_EQ(titleOpacity(0.5), 0.75);
 }
 
+TEST(PanelGeometryTest, MakesSymbolsLargerThanTheirTexts) {
+    EXPECT_DOUBLE_EQ(symbolSide(10.0), 13.0);
+    EXPECT_EQ(symbolSize(13.0, 28.0), 13.0);
+    EXPECT_DOUBLE_EQ(symbolSize(26.0, 26.0), 20.0);
+    EXPECT_DOUBLE_EQ(symbolSide(symbolSize(26.0, 28.0)), 28.0);
+}
+
+TEST(PanelGeometryTest, ShrinksNumbersToTheirRoomDownToEightPixels) {
+    EXPECT_EQ(numberSize(10, 34.0), 10);
+    EXPECT_EQ(numberSize(20, 34.0), 18);
+    EXPECT_EQ(numberSize(20, 37.0), 20);
+    EXPECT_EQ(numberSize(10, 10.0), 8);
+    EXPECT_EQ(numberSize(10, -2.0), 8);
+}
+
 TEST(PanelGeometryTest, HangsThePanelUnderAnIconInATopBar) {
     EXPECT_EQ(placed(kUnderTopBar, {1000, 3, 24, 24}), (PanelPoint{1012 - 172, 38}));
 }

@@ -113,6 +113,72 @@ TEST_F(PanelKeyboardTest, SwitchesBySpaceAndByReturn) {
     EXPECT_FALSE(scene.controller->isProcessingEnabled().value());
 }
 
+TEST_F(PanelKeyboardTest, PressesAButtonByReturnEnterSpaceAndScreenReader) {
+    open();
+    QSignalSpy quits(scene.model.get(), &PanelModel::quitRequested);
+    item(QStringLiteral("Quit")).forceActiveFocus(Qt::TabFocusReason);
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space})
+        press(key);
+    EXPECT_EQ(quits.count(), 3);
+    face(QStringLiteral("Quit")).actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(quits.count(), 4);
+}
+
+TEST_F(PanelKeyboardTest, TogglesASwitchByScreenReader) {
+    open();
+    QAccessibleActionInterface& actions = *face(QStringLiteral("Equalizing enabled")).actionInterface();
+    actions.doAction(QAccessibleActionInterface::toggleAction());
+    EXPECT_FALSE(scene.controller->isProcessingEnabled().value());
+    actions.doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_TRUE(scene.controller->isProcessingEnabled().value());
+}
+
+TEST_F(PanelKeyboardTest, LetsNobodyPressAButtonThatIsDisabled) {
+    openPlayer();
+    QSignalSpy clicks(&item(QStringLiteral("Reset")), SIGNAL(clicked()));
+    face(QStringLiteral("Reset")).actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(clicks.count(), 0);
+}
+
+TEST_F(PanelKeyboardTest, ChoosesTheMarkedEntryOfAMenuByEveryKeyAndNoneWithoutAMark) {
+    openPlayer();
+    const QString entry = QStringLiteral("Output route");
+    const auto openMenu = [&] {
+        item(entry).forceActiveFocus(Qt::TabFocusReason);
+        press(Qt::Key_Return);
+        return waitUntil([&] { return !all(QStringLiteral("MenuList")).empty(); });
+    };
+    const auto awaitClosed = [&] {
+        return waitUntil([&] { return all(QStringLiteral("MenuList")).empty(); });
+    };
+    QSignalSpy choices(scene.item("player")->equalizer()->routes(), &MenuModel::chosen);
+    int expected = 0;
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+        ASSERT_TRUE(openMenu());
+        press(key);
+        EXPECT_EQ(choices.count(), expected);
+        press(Qt::Key_Down);
+        press(key);
+        EXPECT_EQ(choices.count(), ++expected);
+        ASSERT_TRUE(awaitClosed());
+        EXPECT_TRUE(item(entry).hasActiveFocus());
+    }
+}
+
+TEST_F(PanelKeyboardTest, StepsTheVolumeByArrowsAndPages) {
+    openPlayer();
+    only(QStringLiteral("SmallSlider")).forceActiveFocus(Qt::TabFocusReason);
+    const auto volume = [&] { return scene.controller->settings("player").volume; };
+    press(Qt::Key_PageDown);
+    EXPECT_DOUBLE_EQ(volume(), 0.9);
+    press(Qt::Key_Left);
+    EXPECT_DOUBLE_EQ(volume(), 0.89);
+    press(Qt::Key_PageUp);
+    EXPECT_DOUBLE_EQ(volume(), 0.99);
+    press(Qt::Key_PageUp);
+    EXPECT_EQ(volume(), 1.0);
+}
+
 TEST_F(PanelKeyboardTest, AsksToBeClosedByEscape) {
     openPlayer();
     QSignalSpy dismissed(scene.window, SIGNAL(dismissed()));

@@ -95,6 +95,15 @@ TEST_F(SpringFollowerTest, StartsAtItsFirstTarget) {
     EXPECT_EQ(follower.value(), 1.0);
 }
 
+TEST_F(SpringFollowerTest, LimitsItsShareToZeroToOne) {
+    follower.setAnimated(false);
+    for (const auto& [value, share] : {std::pair(-0.2, 0.0), {0.4, 0.4}, {1.2, 1.0}}) {
+        follower.setTo(value);
+        EXPECT_EQ(follower.value(), value);
+        EXPECT_EQ(follower.share(), share);
+    }
+}
+
 TEST_F(SpringFollowerTest, FollowsTheFormulaOfEverySpringOfThePanel) {
     for (const auto& [response, dampingFraction] :
          {std::pair(0.2, 1.0), {0.25, 1.0}, {0.256, 1.0}, {0.26, 0.85}, {0.3, 1.0}}) {

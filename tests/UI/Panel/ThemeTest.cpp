@@ -66,6 +66,24 @@ TEST(ThemeTest, RimsGlassFaintlyAndInThePrimaryColourWithMoreContrast) {
     EXPECT_EQ(contrast.glassRim(), contrast.primary());
 }
 
+TEST(ThemeTest, RimsControlsInThePrimaryColourWithMoreContrast) {
+    const Theme usual(Appearance{});
+    EXPECT_EQ(usual.thumbRim().alpha(), 0);
+    EXPECT_EQ(usual.smallThumbRim(), QColor::fromRgbF(0.0F, 0.0F, 0.0F, 0.08F));
+    EXPECT_EQ(usual.accentFillRim(), QColor::fromRgbF(1.0F, 1.0F, 1.0F, 0.22F));
+    const Theme contrast(Appearance{.isContrastIncreased = true});
+    for (const QColor& rim : {contrast.thumbRim(), contrast.smallThumbRim(), contrast.accentFillRim()})
+        EXPECT_EQ(rim, contrast.primary());
+}
+
+TEST(ThemeTest, HasAnOpaqueWindowOfTheSameColour) {
+    for (const Appearance& look : looks()) {
+        const Theme theme(look);
+        EXPECT_EQ(theme.opaqueWindow().alpha(), 255) << nameOf(look);
+        EXPECT_EQ(theme.opaqueWindow().rgb(), theme.window().rgb() | 0xff000000) << nameOf(look);
+    }
+}
+
 TEST(ThemeTest, HasAnOpaqueMaterialWhenTransparencyIsReduced) {
     for (const bool isDark : {false, true}) {
         const Theme theme(Appearance{.isDark = isDark, .isTransparencyReduced = true});

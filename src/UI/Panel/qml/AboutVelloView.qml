@@ -10,7 +10,7 @@ Rectangle {
 
     implicitWidth: Math.max(360, content.implicitWidth + 72)
     implicitHeight: Math.max(420, content.y + content.implicitHeight + done.implicitHeight + 40)
-    color: Theme.isDark ? "#202125" : "#f4f5f8"
+    color: Theme.aboutWindow
 
     Column {
         id: content

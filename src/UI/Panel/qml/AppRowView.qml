@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates as T
 import Vello
 
 /// The header of a card: name of the source, output, level and switch of the equalizer.
-T.AbstractButton {
+PressControl {
     id: root
 
     required property SourceItem source
@@ -17,24 +16,12 @@ T.AbstractButton {
     readonly property real lineHeight: Math.max(root.iconSize, root.implicitContentHeight)
 
     implicitHeight: root.lineHeight + 2 * root.margin
-    topPadding: root.margin
-    bottomPadding: root.margin
-    leftPadding: 12
-    rightPadding: 12
-    hoverEnabled: true
-    Accessible.role: Accessible.Button
+    verticalPadding: root.margin
+    horizontalPadding: 12
+    ringRadius: 11
+    ringGap: -3
     Accessible.name: root.source.isExpanded ? qsTr("%1, expanded").arg(root.source.name) : qsTr("%1, collapsed").arg(root.source.name)
-    Accessible.onPressAction: if (root.enabled) root.clicked()
-    Keys.onReturnPressed: root.clicked()
-    Keys.onEnterPressed: root.clicked()
 
-    background: Item {
-        FocusRing {
-            anchors.margins: 3
-            isShown: root.visualFocus
-            radius: 11
-        }
-    }
     contentItem: RowLayout {
         spacing: 10
 
@@ -83,7 +70,6 @@ T.AbstractButton {
             level: root.source.level
         }
         SwitchToggle {
-            trackHeight: 15
             isOn: root.source.isEQEnabled
             label: qsTr("EQ enabled for %1").arg(root.source.name)
             hint: qsTr("Bypass the equalizer for %1").arg(root.source.name)

@@ -16,7 +16,6 @@ Item {
 
         to: root.band.gain
         response: 0.3
-        dampingFraction: 1
         isAnimated: root.band.isGliding && !Theme.isMotionReduced
     }
     VerticalDBSlider {
@@ -30,20 +29,15 @@ Item {
         label: qsTr("%1 hertz band gain").arg(root.band.label)
         onEdited: gain => root.band.edit(gain)
     }
-    Text {
+    ScaleLabel {
         id: label
 
         anchors.bottom: parent.bottom
-        width: parent.width
         height: Theme.scaled(12)
         text: root.band.label
-        textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
-        font.family: Theme.monospaced
-        // All labels have the same size, small enough for three digits, which are 1.85 times as wide as high.
-        font.pixelSize: Math.max(8, Math.min(Theme.caption2, Math.floor(root.width / 1.85)))
+        rightPadding: 0
         color: Theme.secondary
-        Accessible.ignored: true
     }
 }

@@ -8,8 +8,8 @@ Item {
     id: root
 
     required property EqualizerModel equalizer
-    required property real sliderHeight
-    required property real gutterWidth
+    readonly property real sliderHeight: 132
+    readonly property real gutterWidth: 26
     readonly property real spacing: 6
 
     implicitHeight: root.sliderHeight + 4 + Theme.scaled(12)
@@ -17,13 +17,11 @@ Item {
     LayoutMirroring.enabled: false
     LayoutMirroring.childrenInherit: true
 
-    SpringFollower {
+    PanelSpring {
         id: saturation
 
         to: root.enabled ? 1 : 0
         response: 0.25
-        dampingFraction: 1
-        isAnimated: !Theme.isMotionReduced
     }
     Item {
         width: root.gutterWidth

@@ -1,26 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates as T
 import Vello
 
 /// A bordered button with round ends, which opens a menu.
-T.AbstractButton {
+PressControl {
     id: root
 
     required property string symbol
     /// May be a name chosen by the user. It is not the button's `text`, in which `&` would mark a mnemonic.
     required property string title
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Math.max(24, implicitContentHeight + 6)
-    leftPadding: 8
-    rightPadding: 8
-    hoverEnabled: true
+    horizontalPadding: 8
     Accessible.name: root.title
-    Accessible.onPressAction: if (root.enabled) root.clicked()
-    Keys.onReturnPressed: root.clicked()
-    Keys.onEnterPressed: root.clicked()
 
     contentItem: RowLayout {
         spacing: 5
@@ -51,10 +44,5 @@ T.AbstractButton {
         color: root.hovered ? Theme.controlHovered : Theme.control
         border.width: Theme.isContrastIncreased ? 1 : 0
         border.color: Theme.primary
-
-        FocusRing {
-            isShown: root.visualFocus
-            radius: height / 2
-        }
     }
 }

@@ -8,8 +8,6 @@ Column {
 
     required property EqualizerModel modelData
     readonly property EqualizerModel equalizer: root.modelData
-    readonly property real sliderHeight: 132
-    readonly property real gutterWidth: 26
 
     property bool isNamingPreset: false
     property alias presetName: naming.presetName
@@ -44,15 +42,13 @@ Column {
         width: parent.width
         height: (naming.implicitHeight + root.spacing) * namingShare.value - root.spacing
         visible: root.isNamingPreset || namingShare.isMoving
-        opacity: Math.max(0, Math.min(1, namingShare.value))
+        opacity: namingShare.share
         clip: namingShare.isMoving
 
-        SpringFollower {
+        PanelSpring {
             id: namingShare
 
             to: root.isNamingPreset ? 1 : 0
-            dampingFraction: 1
-            isAnimated: !Theme.isMotionReduced
         }
         PresetNamingRow {
             id: naming
@@ -71,7 +67,5 @@ Column {
     BandSliders {
         width: parent.width
         equalizer: root.equalizer
-        sliderHeight: root.sliderHeight
-        gutterWidth: root.gutterWidth
     }
 }

@@ -7,10 +7,13 @@ Rectangle {
     id: root
 
     required property bool isShown
+    /// Distance from the control's edge outwards.
+    property real gap: 3
 
     anchors.fill: parent
-    anchors.margins: -3
+    anchors.margins: -root.gap
     visible: root.isShown
+    radius: height / 2
     color: "transparent"
     border.width: 2
     border.color: Theme.accent

@@ -1,24 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import QtQuick.Templates as T
 import Vello
 
 /// A borderless button with a symbol before its text.
-T.AbstractButton {
+PressControl {
     id: root
 
     required property string symbol
     readonly property color ink: root.hovered && root.enabled ? Theme.primary : Theme.secondary
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: Math.max(22, implicitContentHeight)
-    leftPadding: 2
-    rightPadding: 2
-    hoverEnabled: true
-    Accessible.name: root.text
-    Accessible.onPressAction: if (root.enabled) root.clicked()
-    Keys.onReturnPressed: root.clicked()
-    Keys.onEnterPressed: root.clicked()
+    horizontalPadding: 2
+    ringRadius: 7
 
     contentItem: Row {
         spacing: 4
@@ -37,12 +30,6 @@ T.AbstractButton {
             font.pixelSize: Theme.callout
             color: root.ink
             Accessible.ignored: true
-        }
-    }
-    background: Item {
-        FocusRing {
-            isShown: root.visualFocus
-            radius: 7
         }
     }
 }

@@ -8,20 +8,18 @@ PanelText {
 
     required property url address
 
-    function open(): void {
-        Qt.openUrlExternally(root.address);
-    }
-
     activeFocusOnTab: true
     font.pixelSize: Theme.body
     font.underline: hover.hovered
     color: Theme.accentText
     Accessible.role: Accessible.Link
-    Accessible.onPressAction: root.open()
-    Keys.onReturnPressed: root.open()
-    Keys.onEnterPressed: root.open()
-    Keys.onSpacePressed: root.open()
 
+    PressActions {
+        id: press
+
+        takesSpace: true
+        onActivated: Qt.openUrlExternally(root.address)
+    }
     FocusRing {
         isShown: root.activeFocus
         radius: 5
@@ -32,6 +30,6 @@ PanelText {
         cursorShape: Qt.PointingHandCursor
     }
     TapHandler {
-        onTapped: root.open()
+        onTapped: press.activated()
     }
 }

@@ -19,8 +19,14 @@ Item {
     Accessible.name: root.title
     Accessible.checkable: true
     Accessible.checked: root.isChecked
-    Accessible.onPressAction: root.menu.choose(root.index)
+    Keys.enabled: root.isCurrent
 
+    PressActions {
+        id: press
+
+        takesSpace: true
+        onActivated: root.menu.choose(root.index)
+    }
     Rectangle {
         visible: root.startsGroup
         x: 8
@@ -69,7 +75,7 @@ Item {
             }
         }
         TapHandler {
-            onTapped: root.menu.choose(root.index)
+            onTapped: press.activated()
         }
     }
 }

@@ -20,9 +20,9 @@ FocusScope {
     GlassSurface {
         anchors.fill: parent
         radius: 16
-        color: root.isTranslucent ? Theme.window : Qt.rgba(Theme.window.r, Theme.window.g, Theme.window.b, 1)
+        color: root.isTranslucent ? Theme.window : Theme.opaqueWindow
         rimColor: Theme.windowRim
-        shadowColor: root.isTranslucent ? Qt.rgba(0, 0, 0, 0.35) : "transparent"
+        shadowColor: root.isTranslucent ? Theme.windowShadow : "transparent"
         shadowRadius: 6
         shadowOffset: 3
     }

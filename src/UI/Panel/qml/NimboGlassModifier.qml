@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-import QtQuick
 import Vello
 
 /// The glass of a card, or a plain material where transparency is reduced. Increased contrast gives it a strong rim.
 GlassSurface {
-    /// Interactive glass is a little brighter under the pointer.
-    property bool interactive: true
+    /// It is a little brighter under the pointer.
     property bool isHovered: false
 
-    color: interactive && isHovered ? Theme.glassHovered : Theme.glass
-    rimWidth: 1
+    color: isHovered ? Theme.glassHovered : Theme.glass
     rimColor: Theme.glassRim
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import QtQuick.Templates as T
 import Vello
 
 /// Launch at login, the maker, and Quit.
@@ -64,20 +63,15 @@ Column {
             color: Theme.tertiary
             opacity: 0.85
         }
-        T.AbstractButton {
+        PressControl {
             id: quit
 
-            anchors.right: parent.right
             readonly property color ink: quit.hovered ? Theme.secondary : Theme.tertiary
 
-            implicitWidth: implicitContentWidth
+            anchors.right: parent.right
             implicitHeight: Math.max(14, implicitContentHeight)
-            hoverEnabled: true
+            ringRadius: 5
             text: qsTr("Quit")
-            Accessible.name: text
-            Accessible.onPressAction: quit.clicked()
-            Keys.onReturnPressed: quit.clicked()
-            Keys.onEnterPressed: quit.clicked()
             onClicked: root.panel.quit()
 
             contentItem: Row {
@@ -97,12 +91,6 @@ Column {
                     rotation: Theme.isRightToLeft ? 180 : 0
                     pointSize: Theme.scaled(8)
                     color: quit.ink
-                }
-            }
-            background: Item {
-                FocusRing {
-                    isShown: quit.visualFocus
-                    radius: 5
                 }
             }
         }

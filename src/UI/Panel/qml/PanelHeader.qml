@@ -13,13 +13,11 @@ Item {
 
     implicitHeight: Math.max(22, title.implicitHeight)
 
-    SpringFollower {
+    PanelSpring {
         id: headerTitleExpansion
 
         to: root.panel.headerTitleExpansion
         response: 0.256
-        dampingFraction: 1
-        isAnimated: !Theme.isMotionReduced
     }
     Item {
         anchors.left: parent.left

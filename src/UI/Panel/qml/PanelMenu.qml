@@ -3,21 +3,26 @@ import QtQuick
 import QtQuick.Templates as T
 import Vello
 
-/// A menu with a single choice, on top of the panel.
+/// A menu with a single choice, on top of the panel, below its button.
 T.Popup {
     id: root
 
     required property MenuModel entries
-    property string label: ""
+    required property string label
+    /// The button that opens the menu and gets the focus when the menu closes.
+    required property T.AbstractButton button
     /// The lowest panel with an open card has this much room below each of its menu buttons.
     readonly property real largestHeight: 260
 
+    x: root.button.mirrored ? root.button.width - width : 0
+    y: root.button.height + 4
     padding: 5
     margins: 8
     focus: true
     implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 32 + Theme.scaled(18) : 36) + leftPadding + rightPadding))
     implicitHeight: Math.min(implicitContentHeight + topPadding + bottomPadding, root.largestHeight)
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
+    onClosed: root.button.forceActiveFocus(Qt.PopupFocusReason)
 
     enter: Transition {
         NumberAnimation {
@@ -38,7 +43,7 @@ T.Popup {
         radius: 10
         color: Theme.menu
         rimColor: Theme.windowRim
-        shadowColor: Qt.rgba(0, 0, 0, 0.3)
+        shadowColor: Theme.menuShadow
         shadowRadius: 7
         shadowOffset: 4
     }

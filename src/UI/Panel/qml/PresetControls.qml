@@ -50,11 +50,9 @@ Item {
             PanelMenu {
                 id: menu
 
-                x: menuButton.mirrored ? menuButton.width - width : 0
-                y: menuButton.height + 4
+                button: menuButton
                 entries: root.equalizer.presets
                 label: menuButton.title
-                onClosed: menuButton.forceActiveFocus(Qt.PopupFocusReason)
             }
         }
         TempoReadout {

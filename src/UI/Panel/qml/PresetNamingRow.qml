@@ -47,7 +47,7 @@ RowLayout {
 
         background: Rectangle {
             radius: 6
-            color: Theme.isDark ? Qt.rgba(0, 0, 0, 0.25) : Qt.rgba(1, 1, 1, 0.85)
+            color: Theme.field
             border.width: field.activeFocus ? 2 : 1
             border.color: field.activeFocus ? Theme.accent : Theme.quaternary
         }

@@ -13,7 +13,6 @@ Item {
 
     SliderThumbGlassModifier {
         anchors.fill: parent
-        shadowColor: Qt.rgba(0, 0, 0, 0.33)
         shadowRadius: root.isDragging ? 3 : 1
     }
     Rectangle {
@@ -25,6 +24,5 @@ Item {
     }
     FocusRing {
         isShown: root.isFocused
-        radius: width / 2
     }
 }

@@ -5,6 +5,6 @@ import Vello
 GlassSurface {
     radius: width / 2
     color: Theme.thumb
-    rimWidth: 1
-    rimColor: Theme.isContrastIncreased ? Theme.primary : "transparent"
+    rimColor: Theme.thumbRim
+    shadowColor: Theme.thumbShadow
 }

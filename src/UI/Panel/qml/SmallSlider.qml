@@ -8,18 +8,14 @@ T.Slider {
     id: root
 
     required property real level
-    readonly property real shownLevel: Math.max(root.from, Math.min(root.to, root.level))
+    readonly property real shownLevel: shape.shownLevel(root.level)
 
     signal moveRequested(real level)
 
-    from: 0
-    to: 1
-    stepSize: 0.01
-    snapMode: T.Slider.NoSnap
+    stepSize: shape.step
     implicitWidth: 100
     implicitHeight: 18
     hoverEnabled: true
-    live: true
     value: root.shownLevel
     onShownLevelChanged: root.value = root.shownLevel
     onMoved: root.moveRequested(root.value)
@@ -29,29 +25,34 @@ T.Slider {
             root.moveRequested(root.value);
     }
     Keys.onPressed: event => {
-        if (event.key === Qt.Key_PageUp || event.key === Qt.Key_PageDown) {
-            const step = event.key === Qt.Key_PageUp ? 0.1 : -0.1;
-            root.moveRequested(Math.max(0, Math.min(1, root.level + step)));
-            event.accepted = true;
-        }
+        const pages = event.key === Qt.Key_PageUp ? 1 : event.key === Qt.Key_PageDown ? -1 : 0;
+        event.accepted = pages !== 0;
+        if (event.accepted)
+            root.moveRequested(shape.pagedLevel(root.level, pages));
+    }
+
+    SmallSliderShape {
+        id: shape
+
+        width: root.width
+        position: root.position
+        isMirrored: root.mirrored
     }
 
     background: Item {
         Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             width: parent.width
-            height: 4
-            radius: 2
+            height: shape.trackHeight
+            radius: height / 2
             color: Theme.quaternary
         }
         Rectangle {
-            readonly property real middle: root.handle.x + root.handle.width / 2
-
             anchors.verticalCenter: parent.verticalCenter
-            x: root.mirrored ? middle : 0
-            width: root.mirrored ? parent.width - middle : middle
-            height: 4
-            radius: 2
+            x: shape.barLeft
+            width: shape.barWidth
+            height: shape.trackHeight
+            radius: height / 2
             color: Theme.accent
         }
         FocusRing {
@@ -60,14 +61,14 @@ T.Slider {
         }
     }
     handle: GlassSurface {
-        x: root.visualPosition * (root.width - width)
+        x: shape.thumbLeft
         y: (root.height - height) / 2
-        width: 15
-        height: 15
-        radius: 7.5
-        color: Theme.isDark ? "#e8e9ee" : "white"
-        rimColor: Theme.isContrastIncreased ? Theme.primary : Qt.rgba(0, 0, 0, 0.08)
-        shadowColor: Qt.rgba(0, 0, 0, 0.33)
+        width: shape.thumbDiameter
+        height: width
+        radius: width / 2
+        color: Theme.smallThumb
+        rimColor: Theme.smallThumbRim
+        shadowColor: Theme.thumbShadow
         shadowRadius: root.pressed ? 2 : 1
         shadowOffset: 0.5
     }

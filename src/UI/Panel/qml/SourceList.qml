@@ -14,11 +14,10 @@ Item {
 
     Item {
         // Shadows of cards may extend into the panel's margins, but not into the views above and below.
-        anchors.fill: parent
-        anchors.topMargin: -8
-        anchors.bottomMargin: -8
-        anchors.leftMargin: -12
-        anchors.rightMargin: -12
+        x: -12
+        y: -8
+        width: root.width + 24
+        height: root.height + 16
         clip: flickable.isScrollable
 
         Flickable {
@@ -26,11 +25,10 @@ Item {
 
             readonly property bool isScrollable: contentHeight > height + 0.5
 
-            anchors.fill: parent
-            anchors.topMargin: 8
-            anchors.bottomMargin: 8
-            anchors.leftMargin: 12
-            anchors.rightMargin: 12
+            x: 12
+            y: 8
+            width: root.width
+            height: root.height
             contentWidth: width
             contentHeight: root.listContentHeight
             interactive: isScrollable

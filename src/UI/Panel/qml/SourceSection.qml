@@ -7,25 +7,20 @@ Item {
     id: root
 
     required property SourceItem source
+    readonly property real padding: 8 + 4 * spring.value
 
-    readonly property real expansion: spring.value
-    /// The expansion without overshoot, for items that must not swing.
-    readonly property real shown: Math.max(0, Math.min(1, root.expansion))
-    readonly property real padding: 8 + 4 * root.expansion
+    implicitHeight: 2 * root.padding + row.lineHeight + spring.value * (12 + body.height)
 
-    implicitHeight: 2 * root.padding + row.lineHeight + root.expansion * (12 + body.height)
-
-    SpringFollower {
+    PanelSpring {
         id: spring
 
         to: root.source.isExpanded ? 1 : 0
         response: 0.26
         dampingFraction: 0.85
-        isAnimated: !Theme.isMotionReduced
     }
     NimboGlassModifier {
         anchors.fill: parent
-        radius: 14 + 6 * root.shown
+        radius: 14 + 6 * spring.share
         isHovered: hover.hovered && !root.source.isExpanded
         shadowColor: Theme.glassShadow
         shadowRadius: 4
@@ -40,7 +35,7 @@ Item {
         width: root.width
         margin: root.padding
         source: root.source
-        expansion: root.expansion
+        expansion: spring.value
         onClicked: root.source.toggle()
     }
     Item {
@@ -49,7 +44,7 @@ Item {
         width: root.width - 24
         height: Math.max(0, root.height - y)
         clip: spring.isMoving
-        opacity: root.shown
+        opacity: spring.share
 
         Column {
             id: body

@@ -1,38 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 import QtQuick
-import QtQuick.Templates as T
 import Vello
 
-/// A switch. Its owner binds `isOn` and handles `switched`; it never changes by itself.
-T.CheckBox {
+/// A switch with a sliding knob.
+ToggleControl {
     id: root
 
-    required property bool isOn
-    required property string label
-    property string hint: ""
     property real trackHeight: 15
-
-    signal switched(bool isOn)
 
     implicitWidth: root.trackHeight * 1.75
     implicitHeight: root.trackHeight
-    hoverEnabled: true
-    checked: root.isOn
-    nextCheckState: () => root.isOn ? Qt.Checked : Qt.Unchecked
-    Accessible.name: root.label
-    Accessible.onPressAction: root.clicked()
-    Accessible.onToggleAction: root.clicked()
-    onClicked: root.switched(!root.isOn)
-    Keys.onReturnPressed: root.clicked()
-    Keys.onEnterPressed: root.clicked()
 
-    SpringFollower {
+    PanelSpring {
         id: knobShare
 
         to: root.isOn ? 1 : 0
         response: 0.25
-        dampingFraction: 1
-        isAnimated: !Theme.isMotionReduced
     }
 
     background: Rectangle {
@@ -49,16 +32,7 @@ T.CheckBox {
             width: (root.trackHeight - 2 * inset) * 1.12
             height: root.trackHeight - 2 * inset
             radius: height / 2
-            color: Theme.isDark && !root.isOn ? "#e4e5ea" : "white"
+            color: root.isOn ? Theme.knobOn : Theme.knobOff
         }
-        FocusRing {
-            isShown: root.visualFocus
-            radius: height / 2
-        }
-    }
-
-    Hint {
-        text: root.hint
-        visible: root.hovered && !root.down && root.hint !== ""
     }
 }

@@ -8,7 +8,7 @@ Item {
 
     required property bool isPresent
     required property int beatsPerMinute
-    readonly property real share: Math.max(0, Math.min(1, presence.value))
+    readonly property real share: presence.share
 
     implicitWidth: root.share * Math.max(48, reading.implicitWidth)
     implicitHeight: reading.implicitHeight
@@ -16,13 +16,11 @@ Item {
     opacity: root.share
     clip: presence.isMoving
 
-    SpringFollower {
+    PanelSpring {
         id: presence
 
         to: root.isPresent ? 1 : 0
         response: 0.2
-        dampingFraction: 1
-        isAnimated: !Theme.isMotionReduced
     }
     PanelText {
         id: reading

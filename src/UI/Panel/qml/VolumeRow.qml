@@ -24,11 +24,9 @@ RowLayout {
         PanelMenu {
             id: menu
 
-            x: outputButton.mirrored ? outputButton.width - width : 0
-            y: outputButton.height + 4
+            button: outputButton
             entries: root.equalizer.routes
             label: outputButton.label
-            onClosed: outputButton.forceActiveFocus(Qt.PopupFocusReason)
         }
     }
     SmallSlider {

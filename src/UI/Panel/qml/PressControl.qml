@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+import QtQuick
+import QtQuick.Templates as T
+import Vello
+
+/// The base of all buttons.
+T.AbstractButton {
+    id: root
+
+    property alias ringRadius: ring.radius
+    property alias ringGap: ring.gap
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    hoverEnabled: true
+    Accessible.name: root.text
+
+    PressActions {
+        onActivated: root.clicked()
+    }
+    FocusRing {
+        id: ring
+
+        isShown: root.visualFocus
+    }
+}
