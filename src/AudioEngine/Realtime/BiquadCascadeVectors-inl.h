@@ -10,11 +10,11 @@
 // registers. The channels of a frame are adjacent lanes, and section k is place k / 2 of vector k % 2. The
 // outputs of the even vector are the inputs of the odd vector without a shuffle; the outputs of the odd
 // vector move by one place to become inputs of the even one. Place 0 is in the highest lanes, so that a
-// finished frame is in the lowest lanes, where it can be stored without a shuffle. Each section runs kSkew
+// finished frame is in the lowest lanes, where it can be stored without a shuffle. Each section runs skew
 // frames behind the one before it, to hide the latency of the arithmetic.
 //
 // A block must be processed completely, so the sections start one after the other at its beginning, each with
-// the state left by the previous block, and stop one after the other at its end. That costs kDepth extra
+// the state left by the previous block, and stop one after the other at its end. That costs depth extra
 // steps per block.
 #if defined(VELLO_BIQUAD_CASCADE_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VELLO_BIQUAD_CASCADE_VECTORS_INL_H
@@ -38,7 +38,7 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 /// One pass from `in` to `out`, which may be the same, through the sections starting at `first`. Needs more
-/// than kDepth frames.
+/// than depth frames.
 template <class D, std::size_t kChannels, std::size_t kVectors, class In, class Out> class Pass {
     using L = Layout<D, kChannels, kVectors>;
 
@@ -46,8 +46,8 @@ public:
     /// Roughly the latency of a section divided by the duration of a step, which is longer for wide vectors.
     /// Too small a value stalls the sections, too large a value makes every block slower. Measured with
     /// vello_dsp_benchmark.
-    static constexpr std::size_t kSkew = kVectors == 1 ? 6 : L::kLanes == 8 ? 4 : L::kLanes == 4 ? 8 : 6;
-    static constexpr std::size_t kDepth = (L::kSections - 1) * kSkew;
+    static constexpr std::size_t skew = kVectors == 1 ? 6 : L::lanes == 8 ? 4 : L::lanes == 4 ? 8 : 6;
+    static constexpr std::size_t depth = (L::sections - 1) * skew;
 
     HWY_INLINE Pass(const BiquadSetup& setup, CascadeState* states, std::size_t first, const In* in, Out* out,
                     std::size_t frames)
@@ -70,10 +70,10 @@ public:
 
 private:
     using Vector = typename L::Vector;
-    using Steps = std::make_index_sequence<kSkew>;
+    using Steps = std::make_index_sequence<skew>;
     // Compilers keep an array in registers only if every index is a constant, so loops over steps are
     // unrolled by hand.
-    using Line = Vector[kSkew];
+    using Line = Vector[skew];
 
     static HWY_INLINE auto same(const std::array<double, kSectionCount>& values) {
         typename L::ConstantValues all;
@@ -100,24 +100,24 @@ private:
         std::size_t frame = 0;
         if constexpr (kVectors == 2) {
             enterEven(frame, Steps());
-            frame += kSkew;
+            frame += skew;
         }
 #pragma GCC unroll 8 // makes every mask a constant
-        for (std::size_t place = 1; place < L::kPlaces; ++place) {
+        for (std::size_t place = 1; place < L::places; ++place) {
             enter(frame, Steps());
-            frame += kSkew;
+            frame += skew;
             even_.takeState(L::onlyPlace(place), even);
             if constexpr (kVectors == 2) {
                 enter(frame, Steps());
-                frame += kSkew;
+                frame += skew;
                 odd_.takeState(L::onlyPlace(place), odd);
             }
         }
     }
 
     HWY_INLINE void advance() {
-        std::size_t frame = kDepth;
-        for (; frame + kSkew <= frames_; frame += kSkew)
+        std::size_t frame = depth;
+        for (; frame + skew <= frames_; frame += skew)
             pass(frame, Steps());
         passRest<0>(frame);
     }
@@ -126,21 +126,21 @@ private:
     HWY_INLINE void leaveAll() {
         Sections<D> even = even_;
         Sections<D> odd = odd_;
-        std::size_t frame = frames_ - kDepth;
+        std::size_t frame = frames_ - depth;
 #pragma GCC unroll 8
-        for (std::size_t place = 1; place < L::kPlaces; ++place) {
+        for (std::size_t place = 1; place < L::places; ++place) {
             if constexpr (kVectors == 2) {
                 drain(frame, Steps());
-                frame += kSkew;
+                frame += skew;
                 odd.takeState(L::onlyPlace(place - 1), odd_);
             }
             drain(frame, Steps());
-            frame += kSkew;
+            frame += skew;
             even.takeState(L::onlyPlace(place), even_);
         }
         if constexpr (kVectors == 2) {
             drainOdd(frame, Steps());
-            odd.takeState(L::onlyPlace(L::kPlaces - 1), odd_);
+            odd.takeState(L::onlyPlace(L::places - 1), odd_);
         }
         L::store(even.w1, odd.w1, each<double>(&CascadeState::differences, 0), first_);
         L::store(even.w2, odd.w2, each<double>(&CascadeState::differences, 1), first_);
@@ -149,7 +149,7 @@ private:
     }
 
     /// Runs one step of every section and returns the outputs; the last place is a finished frame. Inputs are
-    /// the outputs from kSkew steps ago, which is the last step with the same i.
+    /// the outputs from skew steps ago, which is the last step with the same i.
     template <std::size_t i> HWY_INLINE Vector step(Vector input) {
         if constexpr (kVectors == 1) {
             fromEven_[i] = even_.process(L::moveOn(fromEven_[i], input));
@@ -177,14 +177,14 @@ private:
     }
 
     template <std::size_t i> HWY_INLINE void passOne(std::size_t frame) {
-        store(step<i>(load(frame)), frame - kDepth);
+        store(step<i>(load(frame)), frame - depth);
     }
     template <std::size_t... i> HWY_INLINE void pass(std::size_t frame, std::index_sequence<i...>) {
         (passOne<i>(frame + i), ...);
     }
-    /// The remaining frames, fewer than kSkew.
+    /// The remaining frames, fewer than skew.
     template <std::size_t i> HWY_INLINE void passRest(std::size_t frame) {
-        if constexpr (i + 1 < kSkew) {
+        if constexpr (i + 1 < skew) {
             if (frame < frames_) {
                 passOne<i>(frame);
                 return passRest<i + 1>(frame + 1);
@@ -197,7 +197,7 @@ private:
     template <std::size_t kBy, std::size_t... i>
     static HWY_INLINE void rotate(Line& line, std::index_sequence<i...>) {
         const Line old = {line[i]...};
-        ((line[i] = old[(i + kBy) % kSkew]), ...);
+        ((line[i] = old[(i + kBy) % skew]), ...);
     }
 
     template <std::size_t... i> HWY_INLINE void clear(std::index_sequence<i...>) {
@@ -211,34 +211,34 @@ private:
     Out* out_;
     std::size_t frames_;
     Sections<D> even_, odd_;  ///< odd_ is unused if kVectors is 1
-    Line fromEven_, fromOdd_; ///< the outputs of the last kSkew steps
+    Line fromEven_, fromOdd_; ///< the outputs of the last skew steps
 };
 
 /// Between passes the samples are kept in `scratch` as doubles.
 template <class D, std::size_t kChannels, std::size_t kVectors>
 HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
                                double* scratch, std::size_t frames) {
-    constexpr std::size_t kSections = Layout<D, kChannels, kVectors>::kSections;
-    if constexpr (kSections == kSectionCount) {
+    constexpr std::size_t sections = Layout<D, kChannels, kVectors>::sections;
+    if constexpr (sections == kSectionCount) {
         Pass<D, kChannels, kVectors, float, float>(setup, states, 0, in, out, frames).run();
     } else {
         Pass<D, kChannels, kVectors, float, double>(setup, states, 0, in, scratch, frames).run();
-        std::size_t first = kSections;
-        for (; first + kSections < kSectionCount; first += kSections)
+        std::size_t first = sections;
+        for (; first + sections < kSectionCount; first += sections)
             Pass<D, kChannels, kVectors, double, double>(setup, states, first, scratch, scratch, frames)
                 .run();
         Pass<D, kChannels, kVectors, double, float>(setup, states, first, scratch, out, frames).run();
     }
 }
 
-/// Filters interleaved samples from `in` to `out`, which may be the same. A block with at most kDepth frames
+/// Filters interleaved samples from `in` to `out`, which may be the same. A block with at most depth frames
 /// runs through one section after the other.
 template <std::size_t kChannels>
 HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
                        double* scratch, std::size_t frames) {
     using D = hn::CappedTag<double, kSectionCount>;
     constexpr std::size_t kVectors = hn::MaxLanes(D()) == kSectionCount * kChannels ? 1 : 2;
-    if (frames > Pass<D, kChannels, kVectors, float, float>::kDepth)
+    if (frames > Pass<D, kChannels, kVectors, float, float>::depth)
         filterInPasses<D, kChannels, kVectors>(setup, states, in, out, scratch, frames);
     else
         filterInPasses<hn::CappedTag<double, kChannels>, kChannels, 1>(setup, states, in, out, scratch,

@@ -35,7 +35,7 @@ struct BlockJob {
 /// Runs the job and returns the bits of the peak, the largest absolute value of the written samples, as a
 /// 32-bit float. As integers, these bits have the same order as the values, with every NaN above infinity, so
 /// a single NaN makes the result a NaN. Never throws. Data thread.
-using BlockKernel = std::uint32_t (*)(const BlockJob& job);
+using BlockKernel = std::uint32_t (*)(const BlockJob& job) VELLO_REALTIME;
 
 /// The scalar reference implementation. Any number of channels.
 std::uint32_t referenceBlockKernel(const BlockJob& job) noexcept VELLO_REALTIME;

@@ -95,7 +95,7 @@ template <std::size_t kChannels> std::uint32_t runJob(const BlockJob& job) {
     return peak;
 }
 
-std::uint32_t vectorBlockKernel(const BlockJob& job) {
+std::uint32_t vectorBlockKernel(const BlockJob& job) noexcept VELLO_REALTIME {
     switch (job.channelCount) {
     case 1:
         return runJob<1>(job);

@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <ctime>
 
+// Reads the clock without a system call, so the data thread may call it.
+extern "C" int clock_gettime(clockid_t clock, timespec* now) noexcept VELLO_REALTIME;
+
 namespace vello {
 
 /// Converts a time of the main thread's clock to the format of hostTime().

@@ -51,10 +51,10 @@ template <class D> struct Sections {
 
 /// How a pass over kChannels channels maps its sections to kVectors vectors of type D.
 template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
-    static constexpr std::size_t kLanes = hn::MaxLanes(D());
-    static constexpr std::size_t kPlaces = kLanes / kChannels;
-    static constexpr std::size_t kSections = kPlaces * kVectors;
-    static_assert(kPlaces * kChannels == kLanes && kSectionCount % kSections == 0);
+    static constexpr std::size_t lanes = hn::MaxLanes(D());
+    static constexpr std::size_t places = lanes / kChannels;
+    static constexpr std::size_t sections = places * kVectors;
+    static_assert(places * kChannels == lanes && kSectionCount % sections == 0);
 
     using Vector = hn::Vec<D>;
     using Mask = hn::Mask<D>;
@@ -63,21 +63,21 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
 
     static HWY_INLINE Mask onlyPlace(std::size_t place) {
         const D d;
-        HWY_ALIGN double placeOfLane[kLanes];
-        for (std::size_t lane = 0; lane < kLanes; ++lane)
-            placeOfLane[lane] = static_cast<double>(kPlaces - 1 - lane / kChannels);
+        HWY_ALIGN double placeOfLane[lanes];
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            placeOfLane[lane] = static_cast<double>(places - 1 - lane / kChannels);
         return hn::Eq(hn::Load(d, placeOfLane), hn::Set(d, static_cast<double>(place)));
     }
 
     /// Moves the outputs of every place to the next place, as its inputs; place 0 gets `frame`, which must
     /// come from loadFrame(). Reads only those lanes of `frame` that loadFrame() guarantees.
     static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
-        if constexpr (kPlaces == 1)
+        if constexpr (places == 1)
             return frame;
-        else if constexpr (kPlaces == 2)
+        else if constexpr (places == 2)
             return hn::ConcatLowerUpper(D(), frame, outputs);
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 // all AVX-512 targets: newer targets have lower numbers
-        else if constexpr (kLanes == 8)
+        else if constexpr (lanes == 8)
             return Vector{_mm512_castsi512_pd(_mm512_alignr_epi64(
                 _mm512_castpd_si512(frame.raw), _mm512_castpd_si512(outputs.raw), kChannels))};
 #endif
@@ -88,14 +88,14 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
     /// all places rotate.
     static HWY_INLINE Vector moveOnByTable(Vector outputs, Vector frame) {
         const D d;
-        HWY_ALIGN std::int64_t from[kLanes];
-        for (std::size_t lane = 0; lane < kLanes; ++lane)
-            from[lane] = static_cast<std::int64_t>((lane + kChannels) % kLanes);
+        HWY_ALIGN std::int64_t from[lanes];
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            from[lane] = static_cast<std::int64_t>((lane + kChannels) % lanes);
         const auto turn = hn::SetTableIndices(d, from);
         if constexpr (kChannels == 1) // the frame is in every lane, and inserting it last is faster
             return hn::IfThenElse(onlyPlace(0), frame, hn::TableLookupLanes(outputs, turn));
         else
-            return hn::TableLookupLanes(hn::IfThenElse(onlyPlace(kPlaces - 1), frame, outputs), turn);
+            return hn::TableLookupLanes(hn::IfThenElse(onlyPlace(places - 1), frame, outputs), turn);
     }
 
     /// One value per channel, at least in the lowest lanes. With a single channel, the value is in every
@@ -126,7 +126,7 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
             hn::StoreU(hn::DemoteTo(FloatFrame(), lowestPair(vector)), FloatFrame(), samples);
     }
 
-    /// Loads the values of kSections sections starting at `first`. Leaves `odd` unchanged if kVectors is 1.
+    /// Loads the values of sections sections starting at `first`. Leaves `odd` unchanged if kVectors is 1.
     static HWY_INLINE void load(const ConstantValues& values, std::size_t first, Vector& even, Vector& odd) {
         const D d;
         if constexpr (kChannels == 1 && kVectors == 1) {
@@ -183,7 +183,7 @@ private:
 
     /// Reverses the order of the places.
     static HWY_INLINE Vector reversed(Vector vector) {
-        if constexpr (kPlaces == 1)
+        if constexpr (places == 1)
             return vector;
         else if constexpr (kChannels == 1)
             return hn::Reverse(D(), vector);

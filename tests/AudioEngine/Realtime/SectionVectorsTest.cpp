@@ -40,16 +40,16 @@ template <class L, class Move, class Sample>
 HWY_INLINE void checkMove(Move move, const Sample* frame, const std::string& name,
                           std::vector<std::string>& faults) {
     const typename L::Tag d;
-    HWY_ALIGN double lanes[L::kLanes];
-    for (std::size_t lane = 0; lane < L::kLanes; ++lane)
-        lanes[lane] = static_cast<double>(lane + 1);
-    hn::Store(move(hn::Load(d, lanes), L::loadFrame(frame)), d, lanes);
-    for (std::size_t lane = 0; lane < L::kLanes; ++lane) {
-        const bool isFirstPlace = lane + L::kChannelCount >= L::kLanes;
-        const double expected = isFirstPlace ? static_cast<double>(frame[lane % L::kChannelCount])
-                                             : static_cast<double>(lane + L::kChannelCount + 1);
-        if (lanes[lane] != expected)
-            faults.push_back(name + ": lane " + std::to_string(lane) + " is " + std::to_string(lanes[lane]) +
+    HWY_ALIGN double values[L::lanes];
+    for (std::size_t lane = 0; lane < L::lanes; ++lane)
+        values[lane] = static_cast<double>(lane + 1);
+    hn::Store(move(hn::Load(d, values), L::loadFrame(frame)), d, values);
+    for (std::size_t lane = 0; lane < L::lanes; ++lane) {
+        const bool isFirstPlace = lane + L::channelCount >= L::lanes;
+        const double expected = isFirstPlace ? static_cast<double>(frame[lane % L::channelCount])
+                                             : static_cast<double>(lane + L::channelCount + 1);
+        if (values[lane] != expected)
+            faults.push_back(name + ": lane " + std::to_string(lane) + " is " + std::to_string(values[lane]) +
                              " instead of " + std::to_string(expected));
     }
 }
@@ -57,13 +57,13 @@ HWY_INLINE void checkMove(Move move, const Sample* frame, const std::string& nam
 template <std::size_t kLanes, std::size_t kChannels>
 struct LayoutUnderTest : Layout<hn::CappedTag<double, kLanes>, kChannels, 1> {
     using Tag = hn::CappedTag<double, kLanes>;
-    static constexpr std::size_t kChannelCount = kChannels;
+    static constexpr std::size_t channelCount = kChannels;
 };
 
 template <std::size_t kLanes, std::size_t kChannels>
 HWY_NOINLINE void checkLayout(std::vector<std::string>& layouts, std::vector<std::string>& faults) {
     using L = LayoutUnderTest<kLanes, kChannels>;
-    if constexpr (L::kLanes == kLanes) { // otherwise this instruction set has shorter vectors
+    if constexpr (L::lanes == kLanes) { // otherwise this instruction set has shorter vectors
         const std::string name =
             std::to_string(kLanes) + " lanes, " + std::to_string(kChannels) + " channels";
         const float floats[] = {-1.0F, -2.0F};

@@ -95,10 +95,6 @@ AutostartPlaces AutostartPlaces::fromEnvironment(const Environment& environment)
     return places;
 }
 
-fs::path AutostartLoginItem::ownExecutable() {
-    return fs::read_symlink("/proc/self/exe");
-}
-
 fs::path AutostartLoginItem::userEntry() const {
     return places_.userFolder / entryName();
 }

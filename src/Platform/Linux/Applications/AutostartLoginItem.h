@@ -26,9 +26,6 @@ struct AutostartPlaces {
 /// name.
 class AutostartLoginItem final : public LoginItem {
 public:
-    /// The file of the running program. When the file has been deleted, a name that does not exist.
-    static std::filesystem::path ownExecutable();
-
     AutostartLoginItem(AutostartPlaces places, std::filesystem::path executable)
         : places_(std::move(places)), executable_(std::move(executable)) {}
 
