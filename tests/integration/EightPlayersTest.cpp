@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 namespace vello::session {
 namespace {
@@ -144,11 +145,14 @@ std::optional<pid_t> EightPlayersTest::guardOfVello() {
 
 pid_t EightPlayersTest::awaitGuard(pid_t former) {
     std::optional<pid_t> guard;
-    EXPECT_TRUE(await([&] {
+    const bool hasCome = await([&] {
         guard = guardOfVello();
         return guard && *guard != former;
-    })) << "VELLO has no guard";
-    return guard.value_or(-1);
+    });
+    // No number stands for it: a signal to -1 would reach every process of the user.
+    if (!hasCome)
+        throw std::runtime_error("VELLO has no guard");
+    return *guard;
 }
 
 bool EightPlayersTest::awaitClientOf(pid_t process) {

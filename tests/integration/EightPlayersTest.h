@@ -30,7 +30,8 @@ protected:
     double millisecondsOfTheSessionManager();
     void expectNothingLeft();
 
-    /// The guard of the running VELLO, other than `former`. Waits for it, and fails the test on timeout.
+    /// The guard of the running VELLO, other than `former`. Waits for it; throws std::runtime_error on
+    /// timeout.
     pid_t awaitGuard(pid_t former = 0);
     /// Waits until that process is connected to the audio server.
     [[nodiscard]] bool awaitClientOf(pid_t process);

@@ -109,11 +109,11 @@ protected:
     void playWith(const std::string& name, const std::string& applicationID, int latency) {
         play({.name = name, .applicationID = applicationID, .signal = "silence", .latency = latency});
     }
-    bool awaitQuantum(int frames) {
+    bool awaitQuantum(int frames, std::chrono::milliseconds timeout = 8s) {
         const auto isInForce = [&](const Recording& last) {
             return last.cycles().back().frames == static_cast<std::size_t>(frames);
         };
-        return monitor("output-a").recordUntil(isInForce, 1, 8s);
+        return monitor("output-a").recordUntil(isInForce, 1, timeout);
     }
 };
 
@@ -153,6 +153,20 @@ TEST_F(VelloUnlikeLatencies, RiseAgainWhenAStreamOfTheApplicationHasEnded) {
     endPlayer("patient");
     ASSERT_TRUE(awaitTapped("impatient"));
     EXPECT_TRUE(awaitQuantum(shorter));
+}
+
+TEST_F(VelloUnlikeLatencies, RiseWhileTheStreamWithTheShorterOneIsPaused) {
+    openSession();
+    ChildProcess& player = play(
+        {.name = "player", .applicationID = "org.example.player", .signal = "silence", .latency = shorter});
+    startVello();
+    ASSERT_TRUE(awaitTapped("player"));
+    ASSERT_TRUE(awaitQuantum(shorter));
+    player.writeLine("pause");
+    player.writeLine("open node.latency=" + std::to_string(longer) + "/48000");
+    ASSERT_TRUE(awaitTapped("player-2"));
+    // A stream that was linked anew counts as playing for some seconds, whatever its state.
+    EXPECT_TRUE(awaitQuantum(longer, 20s));
 }
 
 } // namespace

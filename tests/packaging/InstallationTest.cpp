@@ -43,6 +43,20 @@ protected:
                 {"XDG_RUNTIME_DIR", outputs_.path().string()}};
     }
 
+    /// Waits until the program is on the bus; false when it ends before or does not come.
+    static bool awaitOnBus(const PrivateBus& bus, ChildProcess& vello) {
+        const auto deadline = std::chrono::steady_clock::now() + 20s;
+        const auto isOnBus = [&bus] {
+            return bus.call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                             "NameHasOwner", "s", kIdentifier})
+                       .find("true") != std::string::npos;
+        };
+        while (!isOnBus())
+            if (vello.waitForExit(20ms) || std::chrono::steady_clock::now() > deadline)
+                return false;
+        return true;
+    }
+
     TemporaryFolder root_;
     TemporaryFolder outputs_;
 };
@@ -89,21 +103,36 @@ TEST_F(InstallationTest, FindsItsPanelAndOpensItAgainForASecondStart) {
     environment["QT_QPA_PLATFORM"] = "offscreen";
     environment["QT_FORCE_STDERR_LOGGING"] = "1";
     ChildProcess panel({program()}, environment, outputs_ / "panel.log");
-    const auto deadline = std::chrono::steady_clock::now() + 20s;
-    const auto isOnBus = [&bus] {
-        return bus.call({"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                         "NameHasOwner", "s", kIdentifier})
-                   .find("true") != std::string::npos;
-    };
-    while (!isOnBus() && !panel.waitForExit(20ms) && std::chrono::steady_clock::now() < deadline) {
-    }
-    ASSERT_TRUE(isOnBus()) << panel.output();
+    ASSERT_TRUE(awaitOnBus(bus, panel)) << panel.output();
     EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(panel.pid()) + "/exe"),
               fs::canonical(installed("libexec/vello/vello-panel")));
     run({program()}, environment);
     EXPECT_TRUE(panel.isRunning());
     EXPECT_TRUE(panel.terminate());
     EXPECT_THAT(panel.output(), Not(HasSubstr("qrc:"))) << "a view complains";
+}
+
+TEST_F(InstallationTest, LeavesARunningOneAloneWhenItIsStartedInTheBackground) {
+    const PrivateBus bus(outputs_.path());
+    auto environment = bus.environment();
+    environment["QT_QPA_PLATFORM"] = "offscreen";
+    ChildProcess running({program(), "--headless"}, environment, outputs_ / "vello.log");
+    ASSERT_TRUE(awaitOnBus(bus, running)) << running.output();
+    EXPECT_EQ(run({program(), "--background"}, environment), "");
+    EXPECT_TRUE(running.isRunning());
+    EXPECT_TRUE(running.terminate());
+}
+
+TEST_F(InstallationTest, TakesADisplayOfEitherKindForAScreen) {
+    const PrivateBus bus(outputs_.path());
+    for (const char* const display : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+        auto environment = bus.environment();
+        environment[display] = "none";
+        ChildProcess panel({installed("libexec/vello/vello-panel").string(), "-platform", "offscreen"},
+                           environment, outputs_ / display);
+        EXPECT_TRUE(awaitOnBus(bus, panel)) << panel.output();
+        EXPECT_TRUE(panel.terminate());
+    }
 }
 
 TEST_F(InstallationTest, SaysThatThereIsNoScreen) {

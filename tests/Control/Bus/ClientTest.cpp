@@ -183,6 +183,27 @@ TEST_F(ClientTests, WatchesUntilTheInstanceEnds) {
     EXPECT_THAT(line, HasSubstr("VELLO has ended"));
 }
 
+TEST_F(ClientTests, KeepsTheLevelsThatItWatchesWhenSomethingElseChanges) {
+    start();
+    setLevel(0.5F);
+    const auto watch = begin({"status", "--watch", "--json"});
+    const auto lineWith = [&](const std::string& part) {
+        std::string found;
+        EXPECT_TRUE(waitUntil([&] {
+            std::istringstream lines(watch->output());
+            for (std::string line; found.empty() && std::getline(lines, line) && !lines.eof();)
+                found = line.find(part) == std::string::npos ? "" : line;
+            return !found.empty();
+        })) << watch->output();
+        return found;
+    };
+    lineWith(R"("level":0.5)");
+    for (const char* volume : {"0.125", "0.25", "0.75"}) {
+        controller->updateSettings({.volume = std::stod(volume)}, kPlayer);
+        EXPECT_THAT(lineWith(std::string(R"("volume":)") + volume), HasSubstr(R"("level":0.5)"));
+    }
+}
+
 TEST_F(ClientTests, IsForgottenWhenItIsKilledWatching) {
     start();
     const auto watch = begin({"status", "--watch"});

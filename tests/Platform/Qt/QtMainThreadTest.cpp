@@ -84,6 +84,16 @@ TEST_F(QtMainThreadTest, ADelayedActionRunsOnceAndNeverEarly) {
     EXPECT_THAT(calls_, ElementsAre(1, 2));
 }
 
+TEST_F(QtMainThreadTest, ADelayOfAFractionOfAMillisecondIsNotCutShort) {
+    constexpr auto delay = 1900us;
+    for (std::size_t repetition = 1; repetition <= 10; ++repetition) {
+        const auto start = mainThread_->now();
+        const auto task = mainThread_->after(delay, [&] { calls_.push_back(1); });
+        ASSERT_TRUE(runUntil([&] { return calls_.size() == repetition; }));
+        EXPECT_GE(mainThread_->now() - start, delay);
+    }
+}
+
 TEST_F(QtMainThreadTest, ADelayOfZeroOrLessRunsSoonButNotInsideTheCall) {
     const auto zero = mainThread_->after(0ms, [&] { calls_.push_back(0); });
     const auto negative = mainThread_->after(-1h, [&] { calls_.push_back(1); });

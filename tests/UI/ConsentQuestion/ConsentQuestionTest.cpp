@@ -75,6 +75,18 @@ TEST_F(ConsentQuestionTest, TheButtonsAnswer) {
     EXPECT_EQ(question_.answer(), Consent::allowed);
 }
 
+TEST_F(ConsentQuestionTest, HasRoomForItsWholeText) {
+    for (const auto* label : question_.findChildren<QLabel*>()) {
+        EXPECT_LE(label->minimumSizeHint().width(), label->width()) << label->text().toStdString();
+        EXPECT_LE(label->heightForWidth(label->width()), label->height()) << label->text().toStdString();
+    }
+}
+
+TEST_F(ConsentQuestionTest, TellsAScreenReaderTheQuestionAndItsReason) {
+    EXPECT_EQ(question_.accessibleName(), "Allow VELLO to capture what applications play?");
+    EXPECT_TRUE(question_.accessibleDescription().contains("it is never recorded or stored"));
+}
+
 TEST_F(ConsentQuestionTest, NamesTheWayToChangeTheAnswer) {
     QString text;
     for (const auto* label : question_.findChildren<QLabel*>())

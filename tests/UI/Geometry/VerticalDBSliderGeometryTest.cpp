@@ -92,6 +92,13 @@ TEST(VerticalDBSliderGeometryTest, StepsWithoutSnappingOrRounding) {
     EXPECT_EQ(kSlider.steppedGain(10.0, 3.0), 12.0);
 }
 
+TEST(VerticalDBSliderGeometryTest, StepsFromAGainBeyondTheEndsWithoutJumpingToThem) {
+    EXPECT_EQ(kSlider.steppedGain(20.0, -1.0), 19.0);
+    EXPECT_EQ(kSlider.steppedGain(-20.0, 3.0), -17.0);
+    EXPECT_EQ(kSlider.steppedGain(20.0, 1.0), 12.0);
+    EXPECT_EQ(kSlider.steppedGain(-20.0, -1.0), -12.0);
+}
+
 TEST(VerticalDBSliderGeometryTest, SpeaksOfWholeDecibels) {
     EXPECT_EQ(spokenDecibels(3.0), 3);
     EXPECT_EQ(spokenDecibels(-12.0), -12);

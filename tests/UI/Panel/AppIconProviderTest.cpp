@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Panel/AppIconProvider.h"
 
+#include "UI/ApplicationIcons/ApplicationIconImages.h"
+
 #include "support/FakeRunningApplications.h"
 #include "support/TemporaryFolder.h"
 
@@ -158,6 +160,16 @@ TEST_F(AppIconProviderTest, HasNoIconsWhereItsProgramIsMissing) {
     EXPECT_TRUE(icons.icon(source).isNull());
     awaitEnd(icons);
     EXPECT_TRUE(icons.knownIcon(source).isNull());
+}
+
+TEST_F(AppIconProviderTest, TakesOnlyWholeImagesAndNothingBehindThem) {
+    QPixmap red(88, 88);
+    red.fill(Qt::red);
+    const QByteArray images = applicationIconImages(QIcon(red));
+    EXPECT_EQ(middle(applicationIcon(images)), QColor(Qt::red));
+    EXPECT_TRUE(applicationIcon(images + "\n").isNull());
+    EXPECT_TRUE(applicationIcon(images.chopped(1)).isNull());
+    EXPECT_TRUE(applicationIcon({}).isNull());
 }
 
 TEST_F(AppIconProviderTest, TakesNamesThatLookLikeOptionsOrPathsForNames) {

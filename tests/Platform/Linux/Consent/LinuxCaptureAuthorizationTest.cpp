@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/Consent/LinuxCaptureAuthorization.h"
 
+#include "Foundation/Descriptor.h"
 #include "Platform/Linux/Consent/ConsentFile.h"
 #include "support/RecordingSystemLog.h"
 #include "support/session/PrivateBus.h"
@@ -11,6 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <netinet/in.h>
+#include <stdexcept>
+#include <sys/socket.h>
 
 #include <QCoreApplication>
 
@@ -30,6 +34,32 @@ std::vector<std::string> storeCall(const std::vector<std::string>& words) {
     call.insert(call.end(), words.begin(), words.end());
     return call;
 }
+
+/// A place behind a bus's own in an address, where clients come that do not find the bus. It counts as one
+/// that nobody listens on, because the file that its clients have to send is missing.
+class NextPlace {
+public:
+    NextPlace() {
+        auto* const name = reinterpret_cast<sockaddr*>(&name_);
+        socklen_t size = sizeof name_;
+        if (::bind(listener_.number(), name, size) != 0 || ::listen(listener_.number(), 1) != 0 ||
+            ::getsockname(listener_.number(), name, &size) != 0)
+            throw std::runtime_error("cannot listen");
+    }
+    std::string address() const {
+        return "nonce-tcp:host=127.0.0.1,port=" + std::to_string(ntohs(name_.sin_port)) +
+               ",noncefile=/missing";
+    }
+    bool awaitClient() const {
+        return waitUntil(
+            [this] { return Descriptor(::accept(listener_.number(), nullptr, nullptr)).isOpen(); });
+    }
+
+private:
+    const Descriptor listener_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
+    sockaddr_in name_{
+        .sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+};
 
 class LinuxCaptureAuthorizationTest : public testing::Test {
 protected:
@@ -169,6 +199,18 @@ TEST_F(LinuxCaptureAuthorizationTest, KeepsTheLastAnswerWhileTheBusIsGoneAndLook
     EXPECT_EQ(changes_, 1) << "the file meant nothing meanwhile";
     store().write(Consent::allowed);
     EXPECT_TRUE(becomes(running, Consent::allowed)) << "it follows again";
+}
+
+TEST_F(LinuxCaptureAuthorizationTest, LooksForTheBusThatHasGoneUntilItIsBack) {
+    const NextPlace nextPlace;
+    PrivateBus& bus = openBus();
+    places_.busAddress += ";" + nextPlace.address();
+    const Authorization running = authorization();
+    bus.stop();
+    ASSERT_TRUE(nextPlace.awaitClient());
+    bus.start();
+    store().write(Consent::allowed);
+    EXPECT_TRUE(becomes(running, Consent::allowed));
 }
 
 TEST_F(LinuxCaptureAuthorizationTest, WaitsForABusThatIsSilentNoLongerThanTwoSeconds) {

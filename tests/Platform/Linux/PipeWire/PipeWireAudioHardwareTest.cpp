@@ -123,6 +123,28 @@ TEST_F(PipeWireAudioHardwareTest, AMoveByTheMixerIsTheApplicationsOwnAndTheTapKe
     EXPECT_TRUE(waitUntilLinked("player", "output-b"));
 }
 
+TEST_F(PipeWireAudioHardwareTest, AMoveNamesADeviceByItsNumberOrByItsSerial) {
+    graph.createOutput("first", "First");
+    graph.destroyOutput("first");
+    graph.createOutput("second", "Second"); // the number is used again, the serial is not
+    const auto second = *graph.state().nodeNamed("second");
+    const std::string number = std::to_string(second.id);
+    const std::string serial = second.property("object.serial");
+    ASSERT_NE(number, serial);
+    const auto player = play();
+    const AudioObjectID process = processes().front();
+    const auto stream = graph.state().nodeNamed("player")->id;
+    const auto plays = [&](const std::string& device) {
+        return mainThread.runUntil([&] { return devicesOf(process) == std::vector{device}; });
+    };
+    graph.setMetadata(stream, "target.node", "Spa:Id", number);
+    EXPECT_TRUE(plays("second"));
+    graph.moveStream(stream, "output-b");
+    EXPECT_TRUE(plays("output-b"));
+    graph.setMetadata(stream, "target.object", "Spa:Id", serial);
+    EXPECT_TRUE(plays("second"));
+}
+
 TEST_F(PipeWireAudioHardwareTest, ATapThatWaitsForItsTurnIsMadeEvenIfTheSessionManagerLinksNoneBeforeIt) {
     constexpr int givenAtOnce = 8;
     const auto player = play();

@@ -195,6 +195,23 @@ TEST_F(FolderKeyValueStoreTest, TakesInTheConflictingCopiesOfSynchronizingProgra
     EXPECT_THAT(everythingIn(folder_), UnorderedElementsAre("here", "carried", "cloud", "capital", "new"));
 }
 
+TEST_F(FolderKeyValueStoreTest, HandsOutTheCopiesFromTheOldestToTheNewest) {
+    const auto past = fs::file_time_type::clock::now() - 1h;
+    // Both ways round, because one of them may be the order in which the folder lists its files.
+    for (const bool isFirstOlder : {true, false}) {
+        fs::remove_all(folder_);
+        for (const int number : {1, 2, 3}) {
+            const fs::path copy = folder_ / ("presets.sync-conflict-" + std::to_string(number));
+            writeTestFile(copy, "[" + std::to_string(number) + "]");
+            fs::last_write_time(copy, past + (isFirstOlder ? 1min : -1min) * number);
+        }
+        FolderKeyValueStore store(folder_, mainThread_, log_);
+        EXPECT_EQ(store.data(kKey), isFirstOlder ? "[1]" : "[3]");
+        EXPECT_EQ(store.data(kKey), "[2]");
+        EXPECT_EQ(store.data(kKey), isFirstOlder ? "[3]" : "[1]");
+    }
+}
+
 TEST_F(FolderKeyValueStoreTest, TheFileItselfHasTheLastWordAfterItsCopies) {
     writeTestFile(file_, "[1]");
     writeTestFile(folder_ / "presets.sync-conflict-1", "[2]");
