@@ -17,7 +17,7 @@
 #define VELLO_BLOCK_KERNEL_FOR
 namespace vello {
 /// The kernel of one instruction set; null if it has no kernel.
-template <std::int64_t kTarget> constexpr BlockKernel blockKernelFor = nullptr;
+template <std::int64_t kTarget> constexpr BlockKernel kBlockKernelFor = nullptr;
 } // namespace vello
 #endif
 
@@ -111,7 +111,7 @@ std::uint32_t vectorBlockKernel(const BlockJob& job) noexcept VELLO_REALTIME {
 HWY_AFTER_NAMESPACE();
 
 namespace vello {
-template <> constexpr BlockKernel blockKernelFor<HWY_TARGET> = &HWY_NAMESPACE::vectorBlockKernel;
+template <> constexpr BlockKernel kBlockKernelFor<HWY_TARGET> = &HWY_NAMESPACE::vectorBlockKernel;
 } // namespace vello
 
 #endif
@@ -129,7 +129,7 @@ std::vector<BlockKernelVariant> vectorKernelsFor(std::int64_t targets, std::inde
         if (kernel != nullptr && (targets & target) != 0)
             kernels.push_back({hwy::TargetName(target), kernel});
     };
-    (add(std::int64_t{1} << bit, blockKernelFor<std::int64_t{1} << bit>), ...);
+    (add(std::int64_t{1} << bit, kBlockKernelFor<std::int64_t{1} << bit>), ...);
     return kernels;
 }
 
