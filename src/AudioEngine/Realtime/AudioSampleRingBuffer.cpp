@@ -9,11 +9,17 @@
 
 namespace vello {
 
-AudioSampleRingBuffer::AudioSampleRingBuffer(std::size_t capacityPowerOfTwo)
-    : capacity_(capacityPowerOfTwo), mask_(capacityPowerOfTwo - 1) {
-    precondition(std::has_single_bit(capacityPowerOfTwo), "capacity of a sample ring is a power of two");
-    storage_ = std::make_unique<float[]>(capacity_);
+namespace {
+
+std::size_t checkedCapacity(std::size_t capacity) {
+    precondition(std::has_single_bit(capacity), "capacity of a sample ring is a power of two");
+    return capacity;
 }
+
+} // namespace
+
+AudioSampleRingBuffer::AudioSampleRingBuffer(std::size_t capacityPowerOfTwo)
+    : capacity_(checkedCapacity(capacityPowerOfTwo)), mask_(capacityPowerOfTwo - 1), storage_(capacity_) {}
 
 void AudioSampleRingBuffer::write(const float* samples, std::size_t count) noexcept VELLO_REALTIME {
     if (count < 1 || count > capacity_)

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "AudioEngine/Realtime/Realtime.h"
+#include "AudioEngine/Realtime/SampleMemory.h"
 
 #include <atomic>
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <span>
 
@@ -27,7 +27,7 @@ public:
         }
     };
 
-    /// The ring is filled with zeros. Aborts the process if the capacity, in samples, is not a power of two.
+    /// Aborts the process if the capacity, in samples, is not a power of two.
     explicit AudioSampleRingBuffer(std::size_t capacityPowerOfTwo);
 
     std::size_t capacity() const noexcept { return capacity_; }
@@ -51,7 +51,7 @@ public:
 private:
     std::size_t capacity_;
     std::size_t mask_;
-    std::unique_ptr<float[]> storage_;
+    SampleMemory storage_;
     /// Stored with release after the samples and loaded with acquire by readers, so that all samples before
     /// it are visible.
     std::atomic<std::size_t> writeCursor_{0};

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Realtime/SampleMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <list>
+#include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace vello {
+namespace {
+
+constexpr std::size_t kRing = std::size_t{1} << 20;
+
+bool isResident(const SampleMemory& memory, std::size_t count) {
+    const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    std::vector<unsigned char> pages((count * sizeof(float) + pageSize - 1) / pageSize);
+    EXPECT_EQ(::mincore(memory.get(), count * sizeof(float), pages.data()), 0);
+    return std::ranges::all_of(pages, [](unsigned char page) { return (page & 1) != 0; });
+}
+
+TEST(SampleMemory, IsResidentFromTheStart) {
+    constexpr std::size_t unusual = kRing + 4096; // no spare has this size
+    const SampleMemory memory(unusual);
+    EXPECT_TRUE(isResident(memory, unusual));
+}
+
+TEST(SampleMemory, OfARingThatHasGoneIsUsedByTheNextOne) {
+    const float* former = SampleMemory(kRing).get();
+    EXPECT_EQ(SampleMemory(kRing).get(), former);
+}
+
+TEST(SampleMemory, OfManyRingsGoesBackToTheSystem) {
+    std::vector<float*> mapped;
+    {
+        std::list<SampleMemory> rings;
+        for (int i = 0; i < 16; ++i)
+            mapped.push_back(rings.emplace_back(kRing).get());
+    }
+    const auto isMapped = [](float* samples) {
+        unsigned char page = 0;
+        return ::mincore(samples, 1, &page) == 0;
+    };
+    EXPECT_LE(std::ranges::count_if(mapped, isMapped), 2) << "more than the next rings may use";
+}
+
+} // namespace
+} // namespace vello
