@@ -3,6 +3,7 @@
 
 #include "Foundation/Precondition.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vello {
@@ -24,7 +25,8 @@ BiquadCoefficients peakingSection(double gain, double frequency, double sampleRa
             .a2 = (1.0 - alpha / amplitude) / a0};
 }
 
-EQChainSnapshot::EQChainSnapshot(const EQSettings& settings, double sampleRate) {
+EQChainSnapshot::EQChainSnapshot(const EQSettings& settings, double sampleRate)
+    : framesPerStep_(std::max<std::size_t>(1, static_cast<std::size_t>(std::max(0.0, sampleRate) * 0.0005))) {
     if (settings.isBypassed || settings.isFlat() || !(sampleRate > 0.0))
         return;
     precondition(settings.bandGains.size() >= kSectionCount, "settings hold a gain for every band");

@@ -4,6 +4,7 @@
 #include "AudioEngine/Realtime/BiquadCascade.h"
 #include "Models/EQSettings.h"
 
+#include <cstddef>
 #include <optional>
 
 namespace vello {
@@ -19,9 +20,12 @@ public:
 
     /// The filters; null if nothing is filtered.
     const BiquadSetup* biquadSetup() const noexcept { return setup_ ? &*setup_ : nullptr; }
+    /// The length of a step on the way to these filters, 0.5 ms; at least one frame.
+    std::size_t framesPerStep() const noexcept { return framesPerStep_; }
 
 private:
     std::optional<BiquadSetup> setup_;
+    std::size_t framesPerStep_;
 };
 
 /// Peaking section from the "Cookbook formulae for audio EQ biquad filter coefficients" (R. Bristow-Johnson),

@@ -38,25 +38,49 @@ const float* bridgeFrames(TapRealtimeContext& context, const AudioBuffer& input,
     return output;
 }
 
+/// What the filters would have kept of an unfiltered block, so that they continue it when they are needed.
+void keepHistories(std::vector<CascadeState>& states, const float* source, std::size_t frames) noexcept {
+    const float* newest = source + (frames - 1) * states.size();
+    for (std::size_t channel = 0; channel < states.size(); ++channel) {
+        CascadeState& state = states[channel];
+        const double before = frames > 1 ? double{newest[channel - states.size()]} : state.histories[0][0];
+        std::ranges::fill(state.histories[1], before);
+        std::ranges::fill(state.histories[0], double{newest[channel]});
+        for (auto& differences : state.differences)
+            std::ranges::fill(differences, 0.0);
+    }
+}
+
 /// Applies filters and volume; returns the bits of the peak.
 std::uint32_t runFilters(TapRealtimeContext& context, const float* source, float* destination,
                          std::size_t frames) noexcept {
     auto& rt = context.rt;
-    const EQChainSnapshot* snapshot = context.snapshotPointer.load(std::memory_order_acquire);
     const float target = std::bit_cast<float>(context.volumeTargetBits.load(std::memory_order_relaxed));
     const float current = std::exchange(rt.currentVolume, target);
-    const BlockJob job{.source = source,
-                       .destination = destination,
-                       .frames = frames,
-                       .channelCount = rt.ioBridge.channelCount(),
-                       .setup = snapshot != nullptr ? snapshot->biquadSetup() : nullptr,
-                       .states = rt.delays.data(),
-                       .scratch = rt.scratch,
-                       .appliesGain = current != target || target != 1.0F,
-                       .gainStart = current,
-                       .gainStep = (target - current) / static_cast<float>(frames)};
+    const float gainStep = (target - current) / static_cast<float>(frames);
+    const std::size_t channels = rt.ioBridge.channelCount();
     const DenormalsAreZero denormalsAreZero;
-    return rt.kernel(job);
+    rt.filters.follow(context.snapshotPointer.load(std::memory_order_acquire));
+    std::uint32_t peak = 0;
+    for (std::size_t first = 0; first < frames;) {
+        const FilterRamp::Stretch stretch = rt.filters.next(frames - first);
+        const BlockJob job{.source = source + first * channels,
+                           .destination = destination + first * channels,
+                           .frames = stretch.frames,
+                           .channelCount = channels,
+                           .setup = stretch.setup,
+                           .states = rt.delays.data(),
+                           .scratch = rt.scratch,
+                           .appliesGain = current != target || target != 1.0F,
+                           .gainStart = current + static_cast<float>(first) * gainStep,
+                           .gainStep = gainStep};
+        if (stretch.setup == nullptr)
+            keepHistories(rt.delays, job.source, job.frames);
+        peak = std::max(peak, rt.kernel(job));
+        first += stretch.frames;
+    }
+    rt.filters.settle(rt.delays);
+    return peak;
 }
 
 void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept {

@@ -5,6 +5,7 @@
 #include "AudioEngine/Realtime/BlockKernel.h"
 #include "AudioEngine/Realtime/BlockKernelChoice.h"
 #include "AudioEngine/Realtime/EQChainSnapshot.h"
+#include "AudioEngine/Realtime/FilterRamp.h"
 #include "AudioEngine/Realtime/IOFrameBridge.h"
 
 #include <atomic>
@@ -61,6 +62,7 @@ struct TapRealtimeContext {
 
         /// Filter state in double precision, one per channel.
         std::vector<CascadeState> delays;
+        FilterRamp filters;
         std::vector<double> scratchMemory;
         double* scratch; ///< aligned, within scratchMemory
         IOFrameBridge ioBridge;

@@ -21,38 +21,6 @@ using test::settingsWithGains;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-TEST(Callback, SwapsCurvesWithoutForgettingTheFilters) {
-    const std::vector<double> first{6, -3, 0, 2, 0, 0, -6, 4};
-    const std::vector<double> second{-2, 8, 5, 0, 1, 0, 0, -9};
-    const auto samples = noise(2 * 480, 2);
-    CallbackHarness tap(1);
-    test::TextbookCascade textbook(first, 48000);
-    for (std::size_t block = 0; block < 2; ++block) {
-        const auto& gains = block == 0 ? first : second;
-        tap.publish(settingsWithGains(gains));
-        textbook.design(gains, 48000);
-        const auto begin = samples.begin() + static_cast<std::ptrdiff_t>(block * 480);
-        const auto played = tap.process(std::vector<float>(begin, begin + 480));
-        for (std::size_t i = 0; i < 480; ++i) {
-            const auto expected = textbook.process(static_cast<long double>(samples[block * 480 + i]));
-            ASSERT_NEAR(double{played[i]}, static_cast<double>(expected), 1e-7) << block << " " << i;
-        }
-    }
-}
-
-TEST(Callback, KeepsTheFiltersMemoryWhileACurveIsBypassed) {
-    CallbackHarness tap(1);
-    tap.publish(loudBass());
-    tap.process(noise(480, 3));
-    const auto before = tap.context.rt.delays;
-    EQSettings bypassed = loudBass();
-    bypassed.isBypassed = true;
-    tap.publish(bypassed);
-    const auto samples = noise(480, 4);
-    EXPECT_EQ(tap.process(samples), samples);
-    EXPECT_TRUE(tap.context.rt.delays == before);
-}
-
 TEST(Callback, KeepsTheSectionsHistoriesInTheDelays) {
     CallbackHarness tap(2);
     tap.publish(settingsWithGains({6, 0, 0, 0, 0, 0, 0, 0}));
