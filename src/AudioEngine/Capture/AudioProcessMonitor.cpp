@@ -75,7 +75,7 @@ void AudioProcessMonitor::start() {
         return;
     processListObserver_ = std::make_unique<CoreAudioPropertyObserver>(
         hardware_, log_, kAudioObjectSystemObject, kAudioHardwarePropertyProcessObjectList,
-        kAudioObjectPropertyScopeGlobal, [this] { scheduleReload(); });
+        kAudioObjectPropertyScopeGlobal, [this] { listChanged(); });
     pollAgain();
     reload();
 }
@@ -89,6 +89,52 @@ void AudioProcessMonitor::pollAgain() {
 
 void AudioProcessMonitor::scheduleReload() {
     reloadDebounceTask_ = mainThread_.after(kReloadDebounce, [this] { reload(); });
+}
+
+void AudioProcessMonitor::listChanged() {
+    scheduleReload();
+    if (!isUrgent_)
+        return;
+    for (const AudioObjectID process : readProcessList().value_or(std::vector<AudioObjectID>{}))
+        if (!outputStateObservers_.contains(process))
+            processAppeared(process);
+}
+
+/// Listens before the next reload, because the process may begin to produce output before it.
+void AudioProcessMonitor::processAppeared(AudioObjectID process) try {
+    if (identities_.isOwn(identities_.processOf(process)))
+        return;
+    observeOutputState(process);
+    reloadIfUrgent(process);
+} catch (const CoreAudioError&) {
+}
+
+void AudioProcessMonitor::outputStateChanged(AudioObjectID process) {
+    scheduleReload();
+    reloadIfUrgent(process);
+}
+
+/// Not inside the call, because a reload may remove the observer that makes the call.
+void AudioProcessMonitor::reloadIfUrgent(AudioObjectID process) try {
+    if (!isUrgent_ || urgentReloadTask_ || isInAGroup(process) ||
+        readProperty<std::uint32_t>(hardware_, process, kAudioProcessPropertyIsRunningOutput) == 0)
+        return;
+    const auto identity = identities_.identify(process, identities_.processOf(process));
+    if (!identity || !isUrgent_(identity->key))
+        return;
+    const auto now = mainThread_.now();
+    urgentReloadTask_ = mainThread_.after(std::max(nextUrgentReload_, now) - now, [this] {
+        nextUrgentReload_ = mainThread_.now() + kReloadDebounce;
+        urgentReloadTask_.reset();
+        reload();
+    });
+} catch (const CoreAudioError&) {
+}
+
+bool AudioProcessMonitor::isInAGroup(AudioObjectID process) const {
+    return std::ranges::any_of(groups_, [process](const AudioProcessGroup& group) {
+        return std::ranges::find(group.objectIDs, process) != group.objectIDs.end();
+    });
 }
 
 void AudioProcessMonitor::reload() {
@@ -145,7 +191,7 @@ void AudioProcessMonitor::observeOutputState(AudioObjectID process) {
     if (!observer)
         observer = std::make_unique<CoreAudioPropertyObserver>(
             hardware_, log_, process, kAudioProcessPropertyIsRunningOutput, kAudioObjectPropertyScopeGlobal,
-            [this] { scheduleReload(); });
+            [this, process] { outputStateChanged(process); });
 }
 
 void AudioProcessMonitor::pruneOutputStateObservers(const std::vector<AudioObjectID>& kept) {

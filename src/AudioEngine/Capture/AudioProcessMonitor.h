@@ -29,6 +29,7 @@ public:
     using Groups = std::vector<AudioProcessGroup>;
     using SourceIDs = DownmixedProcesses::SourceIDs;
     using ChangeAction = std::function<void(const Groups&)>;
+    using Urgency = std::function<bool(const std::string& sourceID)>;
 
     /// All four must outlive the monitor.
     AudioProcessMonitor(AudioHardware& hardware, MainThread& mainThread, RunningApplications& applications,
@@ -39,6 +40,9 @@ public:
 
     /// `onChange` runs after each change of groups(), the first time inside start().
     void setOnChange(ChangeAction onChange) { onChange_ = std::move(onChange); }
+    /// The list is read immediately, at most every 0.25 s, when one of these applications begins to produce
+    /// output, so that it is not heard with the wrong settings while further changes are awaited.
+    void setUrgency(Urgency isUrgent) { isUrgent_ = std::move(isUrgent); }
     /// Starts listening and reads the list immediately. A second call does nothing.
     void start();
     /// Sorted by name in the user's language.
@@ -57,6 +61,11 @@ private:
     class GroupBuilders;
 
     void pollAgain();
+    void listChanged();
+    void processAppeared(AudioObjectID process);
+    void outputStateChanged(AudioObjectID process);
+    void reloadIfUrgent(AudioObjectID process);
+    bool isInAGroup(AudioObjectID process) const;
     std::optional<std::vector<AudioObjectID>> readProcessList() const;
     void collect(AudioObjectID process, GroupBuilders& builders);
     void observeOutputState(AudioObjectID process);
@@ -74,6 +83,9 @@ private:
     std::unique_ptr<CoreAudioPropertyObserver> processListObserver_;
     std::map<AudioObjectID, std::unique_ptr<CoreAudioPropertyObserver>> outputStateObservers_;
     TaskHandle reloadDebounceTask_;
+    Urgency isUrgent_;
+    TaskHandle urgentReloadTask_;
+    MainThread::Instant nextUrgentReload_{};
     TaskHandle pollingTask_;
 };
 

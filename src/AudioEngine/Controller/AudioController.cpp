@@ -94,6 +94,9 @@ void AudioController::observeOtherMachines() {
 void AudioController::observeProcesses() {
     processMonitor_.setOnChange(
         [this](const AudioProcessMonitor::Groups& groups) { applyProcessGroups(groups); });
+    processMonitor_.setUrgency([this](const std::string& sourceID) {
+        return !EQSettings::effective(settings(sourceID), settings(kSystemSourceID), false).isNeutral();
+    });
     syncDownmixedSources();
     processMonitor_.start();
     applyProcessGroups(processMonitor_.groups());

@@ -156,6 +156,58 @@ TEST_F(ProcessMonitor, ABurstOfChangesIsOneReload) {
     EXPECT_THAT(names(), ElementsAre("Process 50", "Process 60"));
 }
 
+TEST_F(ProcessMonitor, DoesNotWaitWithAnUrgentApplication) {
+    monitor->setUrgency([](const std::string& id) { return id == "org.example.urgent"; });
+    monitor->start();
+    play(50, "org.example.usual");
+    mainThread.advance(10ms);
+    EXPECT_THAT(names(), IsEmpty());
+    play(60, "org.example.urgent");
+    mainThread.advance(0ms);
+    EXPECT_THAT(names(), ElementsAre("urgent", "usual"));
+}
+
+TEST_F(ProcessMonitor, DoesNotWaitWhenAnUrgentApplicationPlaysSoonAfterItAppeared) {
+    monitor->setUrgency([](const std::string&) { return true; });
+    const auto process = play(50, "org.example.urgent");
+    setRunning(process, false);
+    monitor->start();
+    const auto later = play(60, "org.example.later");
+    setRunning(later, false);
+    mainThread.advance(10ms);
+    EXPECT_THAT(names(), IsEmpty());
+    setRunning(later, true);
+    mainThread.advance(0ms);
+    EXPECT_THAT(names(), ElementsAre("later"));
+}
+
+TEST_F(ProcessMonitor, ReadsTheListForUrgentApplicationsAtMostEveryQuarterOfASecond) {
+    monitor->setUrgency([](const std::string&) { return true; });
+    monitor->start();
+    play(50);
+    mainThread.advance(0ms);
+    EXPECT_THAT(names(), SizeIs(1));
+    for (std::int32_t pid = 60; pid < 64; ++pid) { // the usual reload is put off again and again
+        play(pid);
+        mainThread.advance(60ms);
+        EXPECT_THAT(names(), SizeIs(1));
+    }
+    mainThread.advance(10ms);
+    EXPECT_THAT(names(), SizeIs(5));
+}
+
+TEST_F(ProcessMonitor, AnUrgentApplicationThatIsKnownIsNoReasonToReadTheList) {
+    monitor->setUrgency([](const std::string&) { return true; });
+    const auto process = play(50);
+    monitor->start();
+    setRunning(process, false);
+    setRunning(process, true);
+    mainThread.advance(0ms);
+    hardware.clearCalls();
+    mainThread.advance(249ms);
+    EXPECT_THAT(hardware.calls(), IsEmpty());
+}
+
 TEST_F(ProcessMonitor, FindsOnceASecondWhatNobodyAnnounced) {
     hardware.fail({.call = HardwareCall::addPropertyListener});
     monitor->start();
