@@ -30,8 +30,8 @@ public:
     /// What the next frames are filtered with: at least one, and at most `frames`. The setup is valid until
     /// the next call.
     Stretch next(std::size_t frames) noexcept VELLO_REALTIME;
-    /// Call after each callback with the state of each channel: ends the filters that have nothing left to
-    /// say.
+    /// Call after each callback with the state of each channel. When there is no target, the filters end once
+    /// their remaining output is inaudible.
     void settle(std::span<const CascadeState> states) noexcept VELLO_REALTIME;
 
 private:
