@@ -31,6 +31,7 @@ void unmapSamples(std::span<float> samples) {
 
 class Spares {
 public:
+    Spares() { spares_.reserve(kMostSpares); } // so that keep(), which a destructor calls, never throws
     ~Spares() { std::ranges::for_each(spares_, unmapSamples); }
 
     /// An empty span when no spare has this size.

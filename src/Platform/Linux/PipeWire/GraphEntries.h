@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "PipeWireBinding.h"
+
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -11,6 +14,21 @@ namespace vello {
 // an entry is the value that readers get.
 
 template <class Entries> using ObjectOf = decltype(Entries::mapped_type::element_type::object);
+
+/// Listens to the node that the entry is bound to, with the entry's onInfo and onParameter, and subscribes to
+/// these parameters.
+template <class Entry> void listenToNode(Entry& entry, std::vector<std::uint32_t> parameters) {
+    static const pw_node_events events = [] {
+        pw_node_events table{};
+        table.version = PW_VERSION_NODE_EVENTS;
+        table.info = Entry::onInfo;
+        table.param = Entry::onParameter;
+        return table;
+    }();
+    auto* node = entry.binding.template as<pw_node>();
+    vello_node_add_listener(node, entry.binding.hook(), &events, &entry);
+    vello_node_subscribe_parameters(node, parameters.data(), static_cast<std::uint32_t>(parameters.size()));
+}
 
 /// The first object that matches; null when no object matches.
 template <class Entries, class Predicate>

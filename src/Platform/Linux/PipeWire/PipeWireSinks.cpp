@@ -31,25 +31,10 @@ struct PipeWireSinks::Entry {
     GraphSink object;
     PipeWireBinding binding;
 
-    void listen();
     static void onInfo(void* data, const pw_node_info* info);
     static void onParameter(void* data, int sequence, std::uint32_t id, std::uint32_t index,
                             std::uint32_t next, const spa_pod* parameter);
 };
-
-void PipeWireSinks::Entry::listen() {
-    static const pw_node_events events = [] {
-        pw_node_events table{};
-        table.version = PW_VERSION_NODE_EVENTS;
-        table.info = onInfo;
-        table.param = onParameter;
-        return table;
-    }();
-    auto* node = binding.as<pw_node>();
-    vello_node_add_listener(node, binding.hook(), &events, this);
-    std::uint32_t parameters[] = {SPA_PARAM_EnumFormat, SPA_PARAM_Format};
-    vello_node_subscribe_parameters(node, parameters, 2);
-}
 
 void PipeWireSinks::Entry::onInfo(void* data, const pw_node_info* info) {
     auto& entry = *static_cast<Entry*>(data);
@@ -82,7 +67,7 @@ void PipeWireSinks::add(pw_registry* registry, std::uint32_t nodeID, const spa_d
     entry->object.serial = propertyText(properties, PW_KEY_OBJECT_SERIAL);
     entry->binding.bind(pw_registry_bind(registry, nodeID, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0));
     Entry& added = *(sinks_[nodeID] = std::move(entry));
-    added.listen();
+    listenToNode(added, {SPA_PARAM_EnumFormat, SPA_PARAM_Format});
 }
 
 bool PipeWireSinks::remove(std::uint32_t nodeID) {

@@ -72,25 +72,10 @@ struct PipeWireStreams::Entry {
     bool isFormatKnown = false;
     bool isEverRaw = false; ///< at least one of its formats was uncompressed
 
-    void listen();
     static void onInfo(void* data, const pw_node_info* info);
     static void onParameter(void* data, int sequence, std::uint32_t id, std::uint32_t index,
                             std::uint32_t next, const spa_pod* parameter);
 };
-
-void PipeWireStreams::Entry::listen() {
-    static const pw_node_events events = [] {
-        pw_node_events table{};
-        table.version = PW_VERSION_NODE_EVENTS;
-        table.info = onInfo;
-        table.param = onParameter;
-        return table;
-    }();
-    auto* node = binding.as<pw_node>();
-    vello_node_add_listener(node, binding.hook(), &events, this);
-    std::uint32_t parameters[] = {SPA_PARAM_EnumFormat};
-    vello_node_subscribe_parameters(node, parameters, 1);
-}
 
 void PipeWireStreams::Entry::onInfo(void* data, const pw_node_info* info) {
     auto& entry = *static_cast<Entry*>(data);
@@ -132,7 +117,7 @@ void PipeWireStreams::add(pw_registry* registry, std::uint32_t nodeID, const spa
     entry->binding.bind(pw_registry_bind(registry, nodeID, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0));
     Entry& added = *(streams_[nodeID] = std::move(entry));
     clients_.streamAdded(registry, *clientID);
-    added.listen();
+    listenToNode(added, {SPA_PARAM_EnumFormat});
 }
 
 void PipeWireStreams::remove(std::uint32_t nodeID) {
