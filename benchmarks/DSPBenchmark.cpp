@@ -104,8 +104,8 @@ public:
                  .frames = scenario_.frames,
                  .channelCount = scenario_.channels,
                  .setup = snapshot_.biquadSetup(),
-                 .states = context_.rt.delays.data(),
-                 .scratch = context_.rt.scratch});
+                 .states = context_.rt->delays.data(),
+                 .scratch = context_.rt->scratch});
     }
 
 private:

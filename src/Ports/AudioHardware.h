@@ -58,6 +58,9 @@ inline constexpr FourCharCode kAudioDevicePropertyDeviceIsAlive = fourCharCode("
 /// uint32_t, of a started aggregate device: 0 until the audio system has linked it to the captured streams
 /// and to its output. The callback does not run before that.
 inline constexpr FourCharCode kAudioDevicePropertyDeviceIsRunning = fourCharCode("goin");
+/// uint32_t, of an aggregate device: 1 when it runs on the connections of its predecessor. Its callback then
+/// follows the predecessor's callback from one cycle to the next, on the same thread.
+inline constexpr FourCharCode kAudioDevicePropertyContinuesPredecessor = fourCharCode("cont");
 
 inline constexpr FourCharCode kAudioDeviceTransportTypeBluetooth = fourCharCode("blue");
 inline constexpr FourCharCode kAudioDeviceTransportTypeBluetoothLE = fourCharCode("blea");
@@ -200,6 +203,10 @@ struct AggregateDeviceDescription {
     bool tapAutoStart = false;
     std::vector<std::string> subDevices = {}; ///< UIDs
     std::vector<AggregateTap> taps = {};
+    /// The started device of the same application that this one replaces; 0: none. The new device may take
+    /// over its connections, so that the sound is not interrupted. The predecessor's callback then runs until
+    /// the new device is started, and stopDevice of the predecessor waits for that.
+    AudioObjectID predecessor = kAudioObjectUnknown;
 };
 
 /// The audio object model: property reads, listeners, process taps, aggregate devices and I/O callbacks.

@@ -212,6 +212,11 @@ void FakeAudioHardware::setReadsUntilAlive(int reads) {
     readsUntilAliveOfNew_ = reads;
 }
 
+void FakeAudioHardware::setContinuesPredecessors(bool isContinued) {
+    const Lock lock(mutex_);
+    continuesPredecessors_ = isContinued;
+}
+
 void FakeAudioHardware::setTapFormat(const AudioStreamBasicDescription& format) {
     const Lock lock(mutex_);
     tapFormat_ = format;

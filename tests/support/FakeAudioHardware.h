@@ -102,6 +102,8 @@ public:
     static constexpr int kNeverAlive = std::numeric_limits<int>::max();
     /// How often aggregates created from now on report that they are not alive yet.
     void setReadsUntilAlive(int reads);
+    /// Whether aggregates created from now on take over the connections of their predecessors.
+    void setContinuesPredecessors(bool isContinued);
     /// The stream format of taps created from now on; the default is interleaved 32-bit float, stereo, 48
     /// kHz.
     void setTapFormat(const AudioStreamBasicDescription& format);
@@ -209,6 +211,7 @@ private:
     mutable std::optional<std::pair<std::size_t, OSStatus>> failingCallNumber_;
     std::set<HardwareCall> withoutObject_;
     int readsUntilAliveOfNew_ = 0;
+    bool continuesPredecessors_ = false;
     AudioStreamBasicDescription tapFormat_ = floatFormat(2, 48000);
     mutable std::vector<Call> calls_;
     std::function<void(const Call&)> onCall_;

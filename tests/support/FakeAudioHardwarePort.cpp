@@ -155,6 +155,8 @@ OSStatus FakeAudioHardware::createAggregateDevice(const AggregateDeviceDescripti
         setProperty(device, kAudioDevicePropertyDeviceIsAlive, std::uint32_t{1});
         setProperty(device, kAudioDevicePropertyNominalSampleRate,
                     sampleRateOfDeviceWithUID(description.mainSubDevice));
+        const bool isContinued = continuesPredecessors_ && aggregates_.contains(description.predecessor);
+        setProperty(device, kAudioDevicePropertyContinuesPredecessor, std::uint32_t{isContinued});
     }
     return record(HardwareCall::createAggregateDevice, device, 0, failure.value_or(kAudioHardwareNoError));
 }

@@ -53,10 +53,11 @@ float linearVolume(const EQSettings& settings) {
 
 } // namespace
 
-ProcessTap::ProcessTap(TapServices services, Target target, std::string label, EQSettings initialSettings)
+ProcessTap::ProcessTap(TapServices services, Target target, std::string label, EQSettings initialSettings,
+                       std::optional<Succession> succession)
     : services_(services), target_(std::move(target)), label_(std::move(label)),
       logger_(services.log, kBundleIdentifier, "ProcessTap"), settings_(std::move(initialSettings)),
-      outputDeviceUID_(settings_.outputDeviceUID) {}
+      outputDeviceUID_(settings_.outputDeviceUID), succession_(std::move(succession)) {}
 
 ProcessTap::~ProcessTap() {
     invalidate();
@@ -143,6 +144,7 @@ AggregateDeviceDescription ProcessTap::describeAggregateDevice(const std::string
     description.tapAutoStart = true;
     description.subDevices = {*resolvedOutputDeviceUID_};
     description.taps = {{tapUUID, !isBluetoothDevice(services_.hardware, output.device)}};
+    description.predecessor = succession_ ? succession_->aggregateDevice : kAudioObjectUnknown;
     return description;
 }
 
@@ -194,10 +196,21 @@ void ProcessTap::createRealtimeContext() {
     if (!supportsEQ)
         logger_.error("Tap format for " + label_ +
                       " is not interleaved Float32; EQ bypassed, passthrough only");
-    realtimeContext_ = std::make_shared<TapRealtimeContext>(
-        supportsEQ, static_cast<int>(streamDescription_->mChannelsPerFrame), linearVolume(settings_),
-        services_.kernel);
+    const auto channels = static_cast<int>(streamDescription_->mChannelsPerFrame);
+    realtimeContext_ =
+        supportsEQ && isDeviceContinued()
+            ? std::make_shared<TapRealtimeContext>(succession_->filters, linearVolume(settings_))
+            : std::make_shared<TapRealtimeContext>(supportsEQ, channels, linearVolume(settings_),
+                                                   services_.kernel);
+    succession_.reset();
     publishSnapshot();
+}
+
+bool ProcessTap::isDeviceContinued() const {
+    return succession_ && attempt([this] {
+                              return readProperty<std::uint32_t>(services_.hardware, aggregateDeviceID_,
+                                                                 kAudioDevicePropertyContinuesPredecessor);
+                          }).value_or(0) != 0;
 }
 
 void ProcessTap::startCallback() {
@@ -313,6 +326,14 @@ void ProcessTap::retire(std::shared_ptr<const EQChainSnapshot> snapshot) {
 }
 
 // Teardown
+
+std::optional<ProcessTap::Succession> ProcessTap::succession() const {
+    if (tapID_ == kAudioObjectUnknown)
+        return succession_; // replaced before its activation
+    if (!realtimeContext_ || !realtimeContext_->supportsEQ)
+        return std::nullopt;
+    return Succession{aggregateDeviceID_, realtimeContext_->rt};
+}
 
 void ProcessTap::invalidate() {
     if (isInvalidated_)

@@ -40,8 +40,17 @@ public:
     /// nullopt: the tap runs, or was invalidated during the activation.
     using ActivationCompletion = std::function<void(std::optional<CoreAudioError>)>;
 
-    /// Creates no platform objects yet. `label` is the source's name for the log.
-    ProcessTap(TapServices services, Target target, std::string label, EQSettings initialSettings);
+    /// What a tap leaves to the tap that replaces it, so that the sound goes on without a jump. The filters
+    /// keep samples, not coefficients, so they go on at another sample rate, too.
+    struct Succession {
+        AudioObjectID aggregateDevice;
+        std::shared_ptr<TapRealtimeContext::Realtime> filters;
+    };
+
+    /// Creates no platform objects yet. `label` is the source's name for the log. `succession` is that of the
+    /// tap that this one replaces, if there is one.
+    ProcessTap(TapServices services, Target target, std::string label, EQSettings initialSettings,
+               std::optional<Succession> succession = {});
     /// Calls invalidate().
     ~ProcessTap();
     ProcessTap(const ProcessTap&) = delete;
@@ -55,6 +64,8 @@ public:
     void applySettings(const EQSettings& settings);
     /// Whether the tap follows the application's own output and that is no longer the device in use.
     bool automaticRouteWouldChangeDevice() const;
+    /// Absent for a tap that does not filter. Call before invalidate().
+    std::optional<Succession> succession() const;
     /// Tears everything down. The platform objects are destroyed asynchronously on the teardown queue.
     void invalidate();
 
@@ -121,6 +132,7 @@ private:
     bool isAggregateAlive() const;
     ActivationStep startProcessing();
     void createRealtimeContext();
+    bool isDeviceContinued() const;
     void startCallback();
     void installObservers();
 
@@ -160,6 +172,7 @@ private:
     std::optional<std::string> outputDeviceUID_;
     std::optional<std::string> resolvedOutputDeviceUID_;
     double processingSampleRate_ = 0;
+    std::optional<Succession> succession_; ///< of the replaced tap, until the callback starts
     ActivationCompletion activationCompletion_;
     TaskHandle livenessTask_;
 };

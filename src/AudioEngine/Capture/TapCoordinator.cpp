@@ -110,7 +110,7 @@ void TapCoordinator::applyOrRecreate(const std::string& sourceID) {
     if (found->second->outputDeviceUID() == effective.outputDeviceUID)
         return found->second->applySettings(effective);
     // An aggregate device is built around its output device, so this needs a new tap.
-    destroy(sourceID);
+    destroyForSuccessor(sourceID);
     reconcile();
 }
 
@@ -154,6 +154,7 @@ void TapCoordinator::reconcile() {
     destroyUndesired();
     for (const auto& [sourceID, group] : groupsByID_)
         reconcileGroup(group);
+    successions_.clear();
 }
 
 void TapCoordinator::destroyUndesired() {
@@ -168,7 +169,7 @@ void TapCoordinator::reconcileGroup(const AudioProcessGroup& group) {
     if (hasTap && snapshot != tapGroupSnapshots_.end() && snapshot->second == group)
         return;
     if (hasTap)
-        destroy(group.id);
+        destroyForSuccessor(group.id);
     create(group.id, ProcessTap::Processes{group.objectIDs}, group.displayName);
     tapGroupSnapshots_.insert_or_assign(group.id, group);
 }
@@ -188,10 +189,19 @@ void TapCoordinator::destroy(const std::string& sourceID) {
     publishTapStates();
 }
 
+void TapCoordinator::destroyForSuccessor(const std::string& sourceID) {
+    const auto found = taps_.find(sourceID);
+    if (auto succession = found != taps_.end() ? found->second->succession() : std::nullopt)
+        successions_.insert_or_assign(sourceID, std::move(*succession));
+    destroy(sourceID);
+}
+
 void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target target,
                             const std::string& label) {
-    const auto tap =
-        std::make_shared<ProcessTap>(services_, std::move(target), label, effectiveSettings(sourceID));
+    const auto predecessor = successions_.find(sourceID);
+    const auto tap = std::make_shared<ProcessTap>(
+        services_, std::move(target), label, effectiveSettings(sourceID),
+        predecessor != successions_.end() ? std::optional(predecessor->second) : std::nullopt);
     tap->setOnStreamFormatChange([this, sourceID] { scheduleSourceRebuild(sourceID, "tap format changed"); });
     tap->setOnAppOutputDeviceChange(
         [this, sourceID] { scheduleSourceRebuild(sourceID, "app moved its output device"); });
@@ -238,7 +248,8 @@ void TapCoordinator::scheduleFullRebuild(std::string reason) {
 
 void TapCoordinator::performFullRebuild(const std::string& reason) {
     logger_.notice("Full tap rebuild: " + reason);
-    destroyAll();
+    for (const std::string& sourceID : tapKeys())
+        destroyForSuccessor(sourceID);
     deviceObservers_.followDefaultDevice();
     reconcile();
 }
@@ -263,7 +274,7 @@ void TapCoordinator::performSourceRebuild(std::string sourceID, std::string reas
     std::erase_if(sourceRebuildCooldownUntil_, [now](const auto& entry) { return entry.second <= now; });
     sourceRebuildCooldownUntil_[sourceID] = now + kSourceRebuildCooldown;
     logger_.notice("Rebuilding tap for " + sourceID + ": " + reason);
-    destroy(sourceID);
+    destroyForSuccessor(sourceID);
     reconcile();
 }
 
@@ -292,7 +303,7 @@ void TapCoordinator::rebuildForChosenOutput(const std::string& sourceID) {
     if (found == taps_.end() || !chosenOutputHasCome(*found->second))
         return;
     logger_.notice("Rebuilding tap for " + sourceID + ": its chosen output is there");
-    destroy(sourceID);
+    destroyForSuccessor(sourceID);
     reconcile();
 }
 

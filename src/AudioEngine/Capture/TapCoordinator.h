@@ -95,6 +95,8 @@ private:
     void publishTapStates();
     void destroyAll();
     void destroyUndesired();
+    /// The tap that the next reconcile() creates for the source continues the sound of the destroyed one.
+    void destroyForSuccessor(const std::string& sourceID);
     void reconcileGroup(const AudioProcessGroup& group);
     void create(const std::string& sourceID, ProcessTap::Target target, const std::string& label);
     void startActivation(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap);
@@ -126,6 +128,7 @@ private:
     std::map<std::string, AudioProcessGroup> groupsByID_;
     std::optional<std::string> focusedSourceID_;
     std::map<std::string, AudioProcessGroup> tapGroupSnapshots_; ///< the group that each tap was created for
+    std::map<std::string, ProcessTap::Succession> successions_;  ///< empty outside of a rebuild
     std::map<std::string, TaskHandle> activationTasks_;
     OutputDeviceObservers deviceObservers_;
     SourceRateLimit chosenOutputRebuilds_;

@@ -30,7 +30,7 @@ std::size_t sampleCount(const AudioBuffer& buffer) noexcept {
 /// Moves the frames of the cycle through the bridge. Returns their location: in `output` or still in `input`.
 const float* bridgeFrames(TapRealtimeContext& context, const AudioBuffer& input, float* output,
                           std::size_t outputFrames) noexcept {
-    IOFrameBridge& bridge = context.rt.ioBridge;
+    IOFrameBridge& bridge = context.rt->ioBridge;
     if (input.mData != nullptr)
         return bridge.exchange(static_cast<const float*>(input.mData),
                                sampleCount(input) / bridge.channelCount(), output, outputFrames);
@@ -54,7 +54,7 @@ void keepHistories(std::vector<CascadeState>& states, const float* source, std::
 /// Applies filters and volume; returns the bits of the peak.
 std::uint32_t runFilters(TapRealtimeContext& context, const float* source, float* destination,
                          std::size_t frames) noexcept {
-    auto& rt = context.rt;
+    auto& rt = *context.rt;
     const float target = std::bit_cast<float>(context.volumeTargetBits.load(std::memory_order_relaxed));
     const float current = std::exchange(rt.currentVolume, target);
     const float gainStep = (target - current) / static_cast<float>(frames);
@@ -96,7 +96,7 @@ void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept 
 
 /// Processes the first buffers of the cycle. `output` need not be zeroed before.
 void processBuffer(TapRealtimeContext& context, const AudioBuffer& input, AudioBuffer& output) noexcept {
-    const std::size_t channels = context.rt.ioBridge.channelCount();
+    const std::size_t channels = context.rt->ioBridge.channelCount();
     const std::size_t frames = sampleCount(output) / channels;
     silence(output, frames * channels * sizeof(float));
     if (frames < 1)
@@ -106,7 +106,7 @@ void processBuffer(TapRealtimeContext& context, const AudioBuffer& input, AudioB
     const float* source = bridgeFrames(context, input, samples, frames);
     std::uint32_t peakBits = runFilters(context, source, samples, frames);
     if (peakBits > kInfinityBits) { // NaN: the filters have become unstable
-        context.rt.resetFilters();
+        context.rt->resetFilters();
         silence(output);
         peakBits = 0;
     }

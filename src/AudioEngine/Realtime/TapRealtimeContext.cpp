@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace vello {
 
@@ -22,7 +23,11 @@ double* alignedWithin(std::vector<double>& memory) {
 TapRealtimeContext::TapRealtimeContext(bool canProcess, int channels, float initialVolume, BlockKernel kernel)
     : supportsEQ(canProcess), channelCount(std::max(channels, 1)),
       volumeTargetBits(std::bit_cast<std::uint32_t>(initialVolume)),
-      rt(static_cast<std::size_t>(channelCount), initialVolume, kernel) {}
+      rt(std::make_shared<Realtime>(static_cast<std::size_t>(channelCount), initialVolume, kernel)) {}
+
+TapRealtimeContext::TapRealtimeContext(std::shared_ptr<Realtime> continued, float volume)
+    : supportsEQ(true), channelCount(static_cast<int>(continued->ioBridge.channelCount())),
+      volumeTargetBits(std::bit_cast<std::uint32_t>(volume)), rt(std::move(continued)) {}
 
 TapRealtimeContext::Realtime::Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel)
     : delays(channels), scratchMemory(kScratchSamples + kScratchAlignment / sizeof(double)),

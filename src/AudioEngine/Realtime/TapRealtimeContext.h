@@ -11,6 +11,7 @@
 #include <atomic>
 #include <bit>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace vello {
@@ -24,12 +25,17 @@ namespace vello {
 struct TapRealtimeContext {
     static constexpr std::size_t ringCapacity = std::size_t{1} << 20;
 
+    struct Realtime;
+
     /// `canProcess` means that the tap's format is interleaved 32-bit float; otherwise the callback only
     /// copies. `channels` below 1 counts as 1. `initialVolume` is linear; the first buffer ramps from it.
     TapRealtimeContext(bool canProcess, int channels, float initialVolume,
                        BlockKernel kernel = processBlockKernel().chosen.kernel);
+    /// Continues where the callback of another context has ended: its filters and its volume go on without a
+    /// jump. `volume` is linear.
+    TapRealtimeContext(std::shared_ptr<Realtime> continued, float volume);
 
-    std::size_t delayCapacityBytes() const noexcept { return rt.delays.size() * sizeof(CascadeState); }
+    std::size_t delayCapacityBytes() const noexcept { return rt->delays.size() * sizeof(CascadeState); }
 
     // Any thread.
     float level() const noexcept { return std::bit_cast<float>(levelBits.load(std::memory_order_relaxed)); }
@@ -53,7 +59,7 @@ struct TapRealtimeContext {
     /// Processed samples, interleaved. Readable from any thread.
     AudioSampleRingBuffer ringBuffer{ringCapacity};
 
-    /// Accessed by the callback only.
+    /// Accessed by the callback only, and by the callback of the next context that continues it.
     struct Realtime {
         Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel);
 
@@ -68,7 +74,8 @@ struct TapRealtimeContext {
         IOFrameBridge ioBridge;
         float currentVolume; ///< end of the last buffer's ramp
         BlockKernel kernel;
-    } rt;
+    };
+    const std::shared_ptr<Realtime> rt;
 };
 
 } // namespace vello

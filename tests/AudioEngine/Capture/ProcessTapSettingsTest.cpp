@@ -89,7 +89,7 @@ TEST_F(Tap, SettingsThatArriveDuringTheWaitAreThoseOfTheFirstSnapshot) {
     mainThread.advance(100ms);
     EXPECT_EQ(failure, "");
     EXPECT_NE(tap->currentSnapshot()->biquadSetup(), nullptr);
-    EXPECT_EQ(tap->realtimeContext()->rt.currentVolume, 0.5F);
+    EXPECT_EQ(tap->realtimeContext()->rt->currentVolume, 0.5F);
     EXPECT_EQ(mainThread.pendingTaskCount(), 0U) << "nothing was replaced";
 }
 

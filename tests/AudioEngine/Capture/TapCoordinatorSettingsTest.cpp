@@ -71,7 +71,7 @@ TEST_F(Coordinator, SettingsThatChangeBeforeTheActivationKeepTheTap) {
     coordinator->settingsDidChange("a");
     EXPECT_EQ(tap("a"), created);
     mainThread.runPosted();
-    EXPECT_EQ(created->realtimeContext()->rt.currentVolume, 0.5F);
+    EXPECT_EQ(created->realtimeContext()->rt->currentVolume, 0.5F);
 }
 
 TEST_F(Coordinator, AnotherOutputDeviceDuringTheActivationRecreatesTheTap) {

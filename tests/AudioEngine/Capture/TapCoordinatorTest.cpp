@@ -59,14 +59,14 @@ TEST_F(Coordinator, SaysOnceThatAKernelIsWrongAndFiltersWithTheNext) {
     startWith({a, b});
     EXPECT_THAT(log.messages(LogLevel::error),
                 ElementsAre("Filters for FAST give wrong results on this processor; using SLOW"));
-    EXPECT_EQ(tap("a")->realtimeContext()->rt.kernel, BlockKernel{next});
-    EXPECT_EQ(tap("b")->realtimeContext()->rt.kernel, BlockKernel{next});
+    EXPECT_EQ(tap("a")->realtimeContext()->rt->kernel, BlockKernel{next});
+    EXPECT_EQ(tap("b")->realtimeContext()->rt->kernel, BlockKernel{next});
 }
 
 TEST_F(Coordinator, SaysNothingOfAKernelThatIsRight) {
     startWith({a});
     EXPECT_THAT(log.messages(LogLevel::error), IsEmpty());
-    EXPECT_EQ(tap("a")->realtimeContext()->rt.kernel, blockKernels().front().kernel);
+    EXPECT_EQ(tap("a")->realtimeContext()->rt->kernel, blockKernels().front().kernel);
 }
 
 // Groups and the master switch

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace vello::test {
@@ -16,6 +17,10 @@ public:
     explicit CallbackHarness(int channels = 2, float initialVolume = 1.0F, bool supportsEQ = true)
         : context(supportsEQ, channels, initialVolume),
           channels_(static_cast<std::uint32_t>(context.channelCount)) {}
+    /// Continues another context.
+    explicit CallbackHarness(std::shared_ptr<TapRealtimeContext::Realtime> continued, float volume = 1.0F)
+        : context(std::move(continued), volume), channels_(static_cast<std::uint32_t>(context.channelCount)) {
+    }
 
     /// Publishes a curve. Keeps earlier snapshots alive, like the control side.
     void publish(const EQSettings& settings, double sampleRate = 48000) {

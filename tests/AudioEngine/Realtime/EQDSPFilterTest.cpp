@@ -27,7 +27,7 @@ TEST(Callback, KeepsTheSectionsHistoriesInTheDelays) {
     EXPECT_EQ(tap.context.delayCapacityBytes(), 2 * sizeof(CascadeState));
     const auto played = tap.process({0.5F, -0.5F, 0.25F, 1.0F});
     for (std::size_t c = 0; c < 2; ++c) {
-        const auto& histories = tap.context.rt.delays[c].histories;
+        const auto& histories = tap.context.rt->delays[c].histories;
         EXPECT_EQ(histories[0][0], c == 0 ? 0.25 : 1.0) << "newest input";
         EXPECT_EQ(histories[1][0], c == 0 ? 0.5 : -0.5) << "the one before";
         for (std::size_t k = 1; k <= 8; ++k) { // seven sections pass it through
@@ -47,7 +47,7 @@ TEST(Callback, RecoversFromANaNWithTheNextBuffer) {
         EXPECT_EQ(tap.process(poisoned), std::vector<float>(960, 0.0F));
         EXPECT_EQ(tap.context.levelBits.load(), 0U);
         EXPECT_EQ(tap.zeroBufferStreak(), 1U);
-        EXPECT_TRUE(tap.context.rt.delays == std::vector<CascadeState>(2));
+        EXPECT_TRUE(tap.context.rt->delays == std::vector<CascadeState>(2));
         std::vector<float> kept(960);
         ASSERT_TRUE(tap.context.ringBuffer.copyLatest(kept.data(), 960));
         EXPECT_EQ(kept, std::vector<float>(960, 0.0F));

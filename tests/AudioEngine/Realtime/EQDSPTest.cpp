@@ -99,7 +99,7 @@ TEST(Callback, LeavesAnOutputThatHoldsNoFrameSilent) {
     tap.run(in.data(), 8, out, 3);
     EXPECT_EQ(std::vector<int>(out, out + 4), (std::vector<int>{0, 0, 0, 9}));
     EXPECT_EQ(tap.context.ringBuffer.writeCursor(), 0U);
-    EXPECT_EQ(tap.context.rt.ioBridge.available(), 0U) << "the input is not taken either";
+    EXPECT_EQ(tap.context.rt->ioBridge.available(), 0U) << "the input is not taken either";
 }
 
 TEST(Callback, SilencesWhatIsLeftBehindTheLastWholeFrame) {
@@ -134,7 +134,7 @@ TEST(Callback, CarriesFramesFromLargeInputBuffersToSmallOutputBuffers) {
         const auto played = tap.process(counting(next, 512), 480);
         next += 512;
         const std::size_t available = std::min<std::size_t>(call * 32, 8192 - 480);
-        ASSERT_EQ(tap.context.rt.ioBridge.available(), available);
+        ASSERT_EQ(tap.context.rt->ioBridge.available(), available);
         ASSERT_EQ(played, counting(next - static_cast<float>(available) - 480, 480)) << "call " << call;
     }
 }
@@ -249,17 +249,40 @@ TEST(Callback, KeepsTheProcessedSamplesInTheRing) {
     EXPECT_EQ(latest, (std::vector<float>{0.5F, 1, 1.5F, 2, 2.5F, 3}));
 }
 
+TEST(TapRealtimeContext, ContinuesTheSoundOfAnotherWithoutAJump) {
+    constexpr std::size_t block = 960;
+    const auto samples = noise(20 * block, 5);
+    CallbackHarness whole;
+    CallbackHarness first;
+    CallbackHarness second(first.context.rt);
+    for (CallbackHarness* tap : {&whole, &first, &second})
+        tap->publish(loudBass());
+    for (std::size_t i = 0; i < 20; ++i) {
+        const auto begin = samples.begin() + static_cast<std::ptrdiff_t>(i * block);
+        const std::vector<float> next(begin, begin + static_cast<std::ptrdiff_t>(block));
+        EXPECT_EQ((i < 10 ? first : second).process(next), whole.process(next)) << "block " << i;
+    }
+}
+
+TEST(TapRealtimeContext, RampsFromTheVolumeOfTheOneThatItContinues) {
+    CallbackHarness first(1, 1.0F);
+    EXPECT_EQ(first.process({1, 1}), (std::vector<float>{1, 1}));
+    CallbackHarness second(first.context.rt, 0.0F);
+    EXPECT_EQ(second.process({1, 1, 1, 1}), (std::vector<float>{1, 0.75F, 0.5F, 0.25F}));
+    EXPECT_EQ(second.process({1, 1}), (std::vector<float>{0, 0}));
+}
+
 TEST(TapRealtimeContext, BeginsEmpty) {
     const TapRealtimeContext context(true, 0, 0.75F);
     EXPECT_EQ(context.channelCount, 1) << "at least one channel";
     EXPECT_EQ(context.snapshotPointer.load(), nullptr);
     EXPECT_EQ(context.level(), 0.0F);
     EXPECT_EQ(context.lastCallbackHostTime.load(), 0U);
-    EXPECT_TRUE(context.rt.delays == std::vector<CascadeState>(1));
+    EXPECT_TRUE(context.rt->delays == std::vector<CascadeState>(1));
     EXPECT_EQ(context.ringBuffer.capacity(), 1048576U);
-    EXPECT_EQ(context.rt.ioBridge.available(), 0U);
+    EXPECT_EQ(context.rt->ioBridge.available(), 0U);
     EXPECT_EQ(std::bit_cast<float>(context.volumeTargetBits.load()), 0.75F);
-    EXPECT_EQ(context.rt.currentVolume, 0.75F);
+    EXPECT_EQ(context.rt->currentVolume, 0.75F);
 }
 
 } // namespace

@@ -4,18 +4,16 @@
 
 #include "CallbackHarness.h"
 #include "support/SignalSupport.h"
+#include "support/ToneSpread.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
-#include <complex>
 #include <iostream>
 #include <numbers>
 #include <span>
 #include <string>
-
-#include <kissfft.hh>
 
 namespace vello {
 namespace {
@@ -48,25 +46,6 @@ std::vector<float> tone(std::size_t frames, double phase) {
     return samples;
 }
 
-/// Energy farther than 400 Hz from the tone, in dB relative to the tone.
-double spread(std::span<const float> samples) {
-    std::vector<std::complex<double>> windowed(samples.size());
-    const double size = static_cast<double>(samples.size());
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const double x = 2 * std::numbers::pi * static_cast<double>(i) / size;
-        windowed[i] = double{samples[i]} * (0.42 - 0.5 * std::cos(x) + 0.08 * std::cos(2 * x)); // Blackman
-    }
-    std::vector<std::complex<double>> bins(samples.size());
-    kissfft<double>(samples.size(), false).transform(windowed.data(), bins.data());
-    double beside = 0;
-    double around = 0;
-    for (std::size_t bin = 0; bin < bins.size() / 2; ++bin) {
-        const double frequency = static_cast<double>(bin) * kRate / size;
-        (std::abs(frequency - kTone) > 400 ? beside : around) += std::norm(bins[bin]);
-    }
-    return 10 * std::log10(beside / around);
-}
-
 /// The worst spread of twenty phases when `second` follows `first`.
 double worstSpread(const EQSettings& first, const EQSettings& second, std::size_t blockSize = kBlock) {
     double worst = -300;
@@ -85,7 +64,8 @@ double worstSpread(const EQSettings& first, const EQSettings& second, std::size_
             played.insert(played.end(), next.begin(), next.end());
         }
         const std::size_t middle = kBlocksBefore * blockSize + kRate / 100;
-        worst = std::max(worst, spread(std::span(played).subspan(middle - kWindow / 2, kWindow)));
+        worst = std::max(worst,
+                         toneSpread(std::span(played).subspan(middle - kWindow / 2, kWindow), kTone, kRate));
     }
     return worst;
 }
@@ -227,7 +207,7 @@ TEST(FilterRamp, TheHistoriesAreCurrentWhileNothingIsFiltered) {
     CallbackHarness tap(2);
     tap.process({0.5F, -0.5F, 0.25F, 1.0F});
     for (std::size_t channel = 0; channel < 2; ++channel) {
-        const CascadeState& state = tap.context.rt.delays[channel];
+        const CascadeState& state = tap.context.rt->delays[channel];
         for (const double newest : state.histories[0])
             EXPECT_EQ(newest, channel == 0 ? 0.25 : 1.0);
         for (const double before : state.histories[1])
@@ -236,8 +216,8 @@ TEST(FilterRamp, TheHistoriesAreCurrentWhileNothingIsFiltered) {
             EXPECT_TRUE(std::ranges::all_of(differences, [](double difference) { return difference == 0; }));
     }
     tap.process({0.125F, 0.75F});
-    EXPECT_EQ(tap.context.rt.delays[1].histories[0][8], 0.75);
-    EXPECT_EQ(tap.context.rt.delays[1].histories[1][8], 1.0);
+    EXPECT_EQ(tap.context.rt->delays[1].histories[0][8], 0.75);
+    EXPECT_EQ(tap.context.rt->delays[1].histories[1][8], 1.0);
 }
 
 } // namespace

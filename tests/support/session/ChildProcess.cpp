@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ChildProcess.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
@@ -10,6 +11,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/inotify.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -163,6 +165,32 @@ std::string ChildProcess::output() const {
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
+}
+
+int ChildProcess::timesOutput(const std::string& text) const {
+    const std::string all = output();
+    int times = 0;
+    for (auto at = all.find(text); at != std::string::npos; at = all.find(text, at + text.size()))
+        ++times;
+    return times;
+}
+
+bool ChildProcess::awaitOutput(const std::string& text, int times, std::chrono::milliseconds timeout) const {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const int watch = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    ::inotify_add_watch(watch, output_.c_str(), IN_MODIFY);
+    pollfd event{.fd = watch, .events = POLLIN, .revents = 0};
+    while (timesOutput(text) < times) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0 || ::poll(&event, 1, static_cast<int>(left.count())) <= 0)
+            break;
+        std::array<char, 4096> events;
+        if (::read(watch, events.data(), events.size()) <= 0)
+            break;
+    }
+    ::close(watch);
+    return timesOutput(text) >= times;
 }
 
 std::string runProgram(const std::vector<std::string>& arguments, const Environment& environment,

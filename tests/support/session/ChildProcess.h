@@ -41,6 +41,11 @@ public:
     void writeLine(const std::string& line) const;
     /// The program's output so far.
     std::string output() const;
+    /// How often the output so far contains the text.
+    int timesOutput(const std::string& text) const;
+    /// Waits until the output contains the text so often; false on timeout.
+    [[nodiscard]] bool awaitOutput(const std::string& text, int times = 1,
+                                   std::chrono::milliseconds timeout = std::chrono::seconds(8)) const;
 
 private:
     std::filesystem::path output_;

@@ -175,6 +175,8 @@ PipeWireProperties::Result PipeWireProperties::ofDevice(const PipeWireTapDevice&
         return dataOf(std::uint32_t{device.isAlive()});
     case kAudioDevicePropertyDeviceIsRunning:
         return dataOf(std::uint32_t{device.isConnected()});
+    case kAudioDevicePropertyContinuesPredecessor:
+        return dataOf(std::uint32_t{device.continuesPredecessor()});
     default:
         return std::nullopt;
     }

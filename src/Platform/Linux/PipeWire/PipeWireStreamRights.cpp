@@ -15,6 +15,11 @@ constexpr std::uint32_t kEqualizedChannels = 2;
 
 } // namespace
 
+void PipeWireStreamRights::addCapture(PipeWireCapture capture) {
+    removeCapture(capture.name);
+    captures_.push_back(std::move(capture));
+}
+
 void PipeWireStreamRights::removeCapture(const std::string& name) {
     std::erase_if(captures_, [&](const PipeWireCapture& capture) { return capture.name == name; });
 }

@@ -31,8 +31,9 @@ public:
     PipeWireStreamRights(const PipeWireGraph& graph, const PipeWireDirectedStreams& directed)
         : graph_(graph), directed_(directed) {}
 
-    /// When a process has several captures, the newest one receives its streams.
-    void addCapture(PipeWireCapture capture) { captures_.push_back(std::move(capture)); }
+    /// When a process has several captures, the newest one receives its streams. Replaces a capture of the
+    /// same name.
+    void addCapture(PipeWireCapture capture);
     void removeCapture(const std::string& name);
     void clearCaptures() { captures_.clear(); }
 

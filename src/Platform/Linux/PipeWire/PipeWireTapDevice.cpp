@@ -3,6 +3,7 @@
 
 #include "PipeWireGraph.h"
 #include "PipeWireStreamDirector.h"
+#include "TargetValues.h"
 
 #include <algorithm>
 #include <utility>
@@ -65,8 +66,7 @@ void PipeWireTapDevice::start(AudioDeviceIOProcID procID) {
 }
 
 void PipeWireTapDevice::stop() {
-    if (pair_ != nullptr)
-        pair_->stop();
+    silencePair();
     startedProc_ = 0;
 }
 
@@ -90,7 +90,7 @@ void PipeWireTapDevice::directWhenLinked() {
                               .processes = processes_,
                               .output = description_.mainSubDevice,
                               .isOutputChosen = description_.isMainSubDeviceChosen,
-                              .followsDefault = followsDefault_});
+                              .followsDefault = followsDefault()});
 }
 
 bool PipeWireTapDevice::hasStreams() const {
@@ -101,8 +101,7 @@ bool PipeWireTapDevice::hasStreams() const {
 
 void PipeWireTapDevice::makePair(pw_core* core, const std::string& captureName,
                                  std::function<void()> sampleRateChanged) {
-    const std::string target = targetSink();
-    followsDefault_ = target.empty();
+    target_ = targetSink();
     latency_ = context_.formats.latency(processes_);
     announcedSampleRate_ = sampleRate();
     workGivenAt_ = MainThread::Clock::now();
@@ -111,12 +110,41 @@ void PipeWireTapDevice::makePair(pw_core* core, const std::string& captureName,
         PipeWireTapPair::Description{.captureName = captureName,
                                      .playbackName = captureName + "-output",
                                      .group = description_.uid,
-                                     .targetSink = target,
+                                     .targetSink = target_,
                                      .channels = channels_,
                                      .latency = latency_},
         std::move(sampleRateChanged));
     if (startedProc_ != 0)
         startPair();
+}
+
+void PipeWireTapDevice::adoptPair(PipeWireTapDevice& predecessor, std::function<void()> sampleRateChanged) {
+    if (predecessor.startedProc_ == 0 || !predecessor.isDirected_ || predecessor.channels_ != channels_)
+        return;
+    pair_ = std::move(predecessor.pair_);
+    pair_->setSampleRateChanged(std::move(sampleRateChanged));
+    predecessor.adopter_ = id_;
+    continuesPredecessor_ = true;
+    target_ = predecessor.target_;
+    latency_ = predecessor.latency_;
+    workGivenAt_ = predecessor.workGivenAt_;
+    wasLinkedOut_ = isLinkedOut();
+    announcedSampleRate_ = sampleRate();
+    moveToTarget();
+    latencyChanged();
+}
+
+void PipeWireTapDevice::moveToTarget() {
+    if (const std::string target = targetSink(); std::exchange(target_, target) == target)
+        return;
+    workGivenAt_ = MainThread::Clock::now();
+    context_.graph.metadata().setTarget(pair_->playbackNodeID(), kTargetObjectKey,
+                                        targetByName(followsDefault() ? kFollowsDefault : target_));
+}
+
+void PipeWireTapDevice::silencePair() {
+    if (pair_ != nullptr)
+        pair_->stop();
 }
 
 std::string PipeWireTapDevice::targetSink() const {
@@ -158,7 +186,7 @@ double PipeWireTapDevice::sampleRate() const {
 
 void PipeWireTapDevice::linksChanged() {
     directWhenLinked();
-    if (pair_ != nullptr && followsDefault_ &&
+    if (pair_ != nullptr && followsDefault() &&
         context_.graph.isLinkedToAnotherThanDefault(pair_->playbackNodeID()))
         context_.graph.metadata().doubt();
     if (isLinkedOut())

@@ -71,10 +71,21 @@ public:
     /// Restores the streams, or moves them to another device of their process.
     void release();
 
-    /// False while it waits for its turn.
+    /// False while it waits for its turn, or when another device has taken over the pair.
     bool hasPair() const { return pair_ != nullptr; }
     /// `sampleRateChanged` must call sampleRateChanged() while the device exists.
     void makePair(pw_core* core, const std::string& captureName, std::function<void()> sampleRateChanged);
+    /// Takes over the pair of the device that it replaces, if that carries sound of the same channels. The
+    /// callback of that device runs until this one is started.
+    void adoptPair(PipeWireTapDevice& predecessor, std::function<void()> sampleRateChanged);
+    /// Whether its pair is that of its predecessor.
+    bool continuesPredecessor() const { return continuesPredecessor_; }
+    /// The device that has taken over its pair; 0: none.
+    AudioObjectID adopter() const { return adopter_; }
+    /// False while it needs a pair of its own.
+    bool isProvided() const { return pair_ != nullptr || adopter_ != 0; }
+    /// No callback runs in its pair any more, not even one of its predecessor.
+    void silencePair();
     /// Null when there is no pair.
     std::unique_ptr<PipeWireTapPair> takePair() { return std::move(pair_); }
     /// Empty while there is no pair.
@@ -122,6 +133,8 @@ private:
 
     /// Node name of the output device; empty when the pair follows the default output.
     std::string targetSink() const;
+    bool followsDefault() const { return target_.empty(); }
+    void moveToTarget();
     void startPair();
     void directWhenLinked();
     void reportLinks();
@@ -136,7 +149,9 @@ private:
     std::map<AudioDeviceIOProcID, Proc> procs_;
     AudioDeviceIOProcID startedProc_ = 0;
     std::unique_ptr<PipeWireTapPair> pair_;
-    bool followsDefault_ = false;         ///< as the pair was made
+    AudioObjectID adopter_ = 0;
+    bool continuesPredecessor_ = false;
+    std::string target_;                  ///< targetSink() that the pair was made for or moved to
     std::optional<GraphLatency> latency_; ///< requested by its streams
     MainThread::Instant workGivenAt_{};
     bool isDirected_ = false; ///< the streams are directed to the capture

@@ -42,7 +42,10 @@ PipeWireTapDevices::PipeWireTapDevices(PipeWireConnection& connection,
 
 void PipeWireTapDevices::add(AudioObjectID id, const AggregateDeviceDescription& description,
                              AudioObjectID tap, const ProcessTap& tapped) {
-    devices_.try_emplace(id, context_, id, description, tap, tapped);
+    PipeWireTapDevice& device =
+        devices_.try_emplace(id, context_, id, description, tap, tapped).first->second;
+    if (PipeWireTapDevice* predecessor = find(description.predecessor))
+        device.adoptPair(*predecessor, sampleRateChangedOf(id));
     makeWaitingPairs();
 }
 
@@ -84,7 +87,18 @@ bool PipeWireTapDevices::isOneStarted() const {
                                [](const PipeWireTapDevice& device) { return device.startedProc() != 0; });
 }
 
+void PipeWireTapDevices::stop(PipeWireTapDevice& device) {
+    if (PipeWireTapDevice* adopter = find(device.adopter());
+        adopter != nullptr && adopter->startedProc() == 0)
+        adopter->silencePair();
+    device.stop();
+}
+
 bool PipeWireTapDevices::isHandedOver(const PipeWireTapDevice& device) const {
+    if (device.adopter() != 0) {
+        const PipeWireTapDevice* adopter = find(device.adopter());
+        return adopter == nullptr || adopter->startedProc() != 0;
+    }
     const auto hasTakenOver = [&](const PipeWireTapDevice& other) {
         return other.isSuccessorOf(device) && other.isDirected() && other.hasItsStreams();
     };
@@ -111,7 +125,7 @@ void PipeWireTapDevices::linksChanged() {
 void PipeWireTapDevices::makeWaitingPairs() {
     auto workedOn = std::ranges::count_if(std::views::values(devices_), &PipeWireTapDevice::isWorkedOn);
     for (auto& [id, device] : devices_) {
-        if (device.hasPair())
+        if (device.isProvided())
             continue;
         if (connection_.nodeCore() == nullptr)
             return;
@@ -124,13 +138,17 @@ void PipeWireTapDevices::makeWaitingPairs() {
 }
 
 void PipeWireTapDevices::makePair(AudioObjectID id, PipeWireTapDevice& device) {
-    const auto sampleRateChanged = [this, id] {
+    device.makePair(connection_.nodeCore(), freeCaptureName(device.description().name),
+                    sampleRateChangedOf(id));
+    startRetryTimer();
+}
+
+std::function<void()> PipeWireTapDevices::sampleRateChangedOf(AudioObjectID id) {
+    return [this, id] {
         // The device of a leftover pair is gone, or has a newer pair.
         if (PipeWireTapDevice* current = find(id))
             current->sampleRateChanged();
     };
-    device.makePair(connection_.nodeCore(), freeCaptureName(device.description().name), sampleRateChanged);
-    startRetryTimer();
 }
 
 std::string PipeWireTapDevices::freeCaptureName(const std::string& deviceName) const {

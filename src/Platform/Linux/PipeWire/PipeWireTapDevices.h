@@ -7,6 +7,7 @@
 #include "Ports/AudioHardware.h"
 #include "Ports/MainThread.h"
 
+#include <functional>
 #include <map>
 #include <string>
 
@@ -37,6 +38,8 @@ public:
     bool isOneStarted() const;
     /// Whether newer devices have all streams of this one.
     bool isHandedOver(const PipeWireTapDevice& device) const;
+    /// After this returns the device's callback does not run any more.
+    void stop(PipeWireTapDevice& device);
     /// When the streams of removed devices are audible at their new place.
     MainThread::Instant settledAt() const { return leftovers_.settledAt(); }
 
@@ -48,6 +51,7 @@ private:
     /// Makes the pairs of the next devices, as many as the session manager may work on now.
     void makeWaitingPairs();
     void makePair(AudioObjectID id, PipeWireTapDevice& device);
+    std::function<void()> sampleRateChangedOf(AudioObjectID id);
     std::string freeCaptureName(const std::string& deviceName) const;
     /// Keeps the device's pair until it may go. `wasLinked`: streams may have played into it.
     void leaveOver(PipeWireTapDevice& device, bool wasLinked);

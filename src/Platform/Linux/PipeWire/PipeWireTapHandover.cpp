@@ -34,10 +34,13 @@ void PipeWireTapHandover::awaitSuccessor(const std::function<Progress()>& progre
     const auto begun = MainThread::Clock::now();
     awaitAnnouncement(progress);
     const auto announced = MainThread::Clock::now();
-    connection_.waitUntil(begun + kLongestHandover, [&] {
-        return progress() != Progress::underWay ||
-               MainThread::Clock::now() > std::max(announced, links_.changedAt()) + kHandoverPatience;
-    });
+    while (progress() == Progress::underWay) {
+        const auto deadline =
+            std::min(begun + kLongestHandover, std::max(announced, links_.changedAt()) + kHandoverPatience);
+        if (MainThread::Clock::now() >= deadline)
+            return;
+        connection_.waitUntil(deadline, [&] { return progress() != Progress::underWay; });
+    }
 }
 
 void PipeWireTapHandover::awaitAnnouncement(const std::function<Progress()>& progress) {

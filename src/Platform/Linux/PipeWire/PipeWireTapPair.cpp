@@ -207,16 +207,17 @@ void PipeWireTapPair::formatKnown(const spa_pod* format) {
 }
 
 void PipeWireTapPair::start(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) {
-    if (isStarted_.load())
-        return;
-    device_ = device;
-    proc_ = proc;
-    clientData_ = clientData;
-    isStarted_.store(true);
+    IOProc& unused = procs_[current_.load() == &procs_[0] ? 1 : 0];
+    unused = {device, proc, clientData};
+    exchange(&unused);
 }
 
 void PipeWireTapPair::stop() noexcept {
-    isStarted_.store(false);
+    exchange(nullptr);
+}
+
+void PipeWireTapPair::exchange(const IOProc* next) noexcept {
+    current_.store(next);
     while (isInCallback_.load())
         std::this_thread::yield();
 }
@@ -249,8 +250,8 @@ void PipeWireTapPair::process() noexcept {
         output.buffers[0].mData = data.data;
 
         isInCallback_.store(true);
-        if (isStarted_.load())
-            proc_(device_, &input.list, &output.list, clientData_);
+        if (const IOProc* proc = current_.load())
+            proc->function(proc->device, &input.list, &output.list, proc->clientData);
         else if (data.data != nullptr)
             std::memset(data.data, 0, output.buffers[0].mDataByteSize);
         isInCallback_.store(false);

@@ -4,6 +4,7 @@
 #include "GraphObjects.h"
 #include "Ports/AudioHardware.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -65,16 +66,25 @@ public:
     /// Call when the streams request another latency.
     void setLatency(const GraphLatency& latency);
 
-    /// The callback runs from the next cycle on. Until then the output is silent.
+    /// The callback runs from the next cycle on, in place of the previous one, which does not run any more
+    /// after this returns. Without a callback the output is silent.
     void start(AudioObjectID device, AudioDeviceIOProc proc, void* clientData);
     /// After this returns the callback does not run any more. Any thread, without the lock.
     void stop() noexcept;
+    /// Replaces the function that the pair was made with.
+    void setSampleRateChanged(std::function<void()> action) { sampleRateChanged_ = std::move(action); }
 
 private:
     struct Callbacks;
+    struct IOProc {
+        AudioObjectID device = 0;
+        AudioDeviceIOProc function = nullptr;
+        void* clientData = nullptr;
+    };
 
     pw_stream* makeCapture(pw_core* core, const Description& description);
     pw_stream* makePlayback(pw_core* core, const Description& description);
+    void exchange(const IOProc* next) noexcept;
     void process() noexcept;
     void formatKnown(const spa_pod* format);
 
@@ -87,13 +97,11 @@ private:
     spa_hook playbackHook_{};
     double sampleRate_ = 0;
 
-    // The callback and its arguments are written while `isStarted` is false and read while it is true. Both
-    // flags are sequentially consistent: stop() clears one and then waits for the other; process() sets the
-    // other and then reads the first. So at least one of them sees the other's write.
-    AudioObjectID device_ = 0;
-    AudioDeviceIOProc proc_ = nullptr;
-    void* clientData_ = nullptr;
-    std::atomic<bool> isStarted_{false};
+    // The callback in use, and the one before it. Both atomics are sequentially consistent: exchange() writes
+    // one and then waits for the other; process() sets the other and then reads the first. So at least one of
+    // them sees the other's write.
+    std::array<IOProc, 2> procs_;
+    std::atomic<const IOProc*> current_{nullptr};
     std::atomic<bool> isInCallback_{false};
 };
 

@@ -106,6 +106,7 @@ OSStatus PipeWireTaps::start(AudioObjectID device, AudioDeviceIOProcID procID) {
     if (found->startedProc() != 0)
         return kAudioHardwareIllegalOperationError;
     found->start(procID);
+    pw_thread_loop_signal(connection_.threadLoop(), false);
     return kAudioHardwareNoError;
 }
 
@@ -116,7 +117,7 @@ OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
         return kAudioHardwareBadObjectError;
     if (found->startedProc() != procID)
         return kAudioHardwareNotRunningError;
-    if (found->hasStreams())
+    if (found->hasStreams() || found->adopter() != 0)
         handover_.awaitSuccessor([&] { return handoverOf(device); });
     if ((found = devices_.find(device)) == nullptr)
         return kAudioHardwareBadObjectError;
@@ -127,7 +128,7 @@ OSStatus PipeWireTaps::stop(AudioObjectID device, AudioDeviceIOProcID procID) {
     });
     if ((found = devices_.find(device)) == nullptr)
         return kAudioHardwareBadObjectError;
-    found->stop();
+    devices_.stop(*found);
     handover_.stopped();
     return kAudioHardwareNoError;
 }
@@ -145,7 +146,7 @@ PipeWireTapHandover::Progress PipeWireTaps::handoverOf(AudioObjectID device) con
     const PipeWireTapDevice* old = devices_.find(device);
     if (old == nullptr)
         return Progress::gone;
-    if (!hasSuccessor(*old))
+    if (old->adopter() == 0 && !hasSuccessor(*old))
         return Progress::unannounced;
     return devices_.isHandedOver(*old) ? Progress::done : Progress::underWay;
 }

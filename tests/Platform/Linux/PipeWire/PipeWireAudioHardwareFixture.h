@@ -105,23 +105,29 @@ protected:
         return player;
     }
 
-    Tap createTap(const std::string& uuid, const std::string& output = "output-a", bool isChosen = false) {
+    Tap createTap(const std::string& uuid, const std::string& output = "output-a", bool isChosen = false,
+                  AudioObjectID predecessor = 0) {
         Tap made;
         EXPECT_EQ(hardware.createProcessTap({.processes = processes(), .uuid = uuid}, made.tap), 0);
         EXPECT_EQ(hardware.createAggregateDevice({.name = "EQ-by-QUORVIN-Tap-Player",
                                                   .uid = "group-" + uuid,
                                                   .mainSubDevice = output,
                                                   .isMainSubDeviceChosen = isChosen,
-                                                  .taps = {{.uid = uuid, .drift = true}}},
+                                                  .taps = {{.uid = uuid, .drift = true}},
+                                                  .predecessor = predecessor},
                                                  made.device),
                   0);
         return made;
     }
-    Tap makeTap(const std::string& uuid, const std::string& output = "output-a", bool isChosen = false) {
-        const Tap made = createTap(uuid, output, isChosen);
+    Tap makeTap(const std::string& uuid, const std::string& output = "output-a", bool isChosen = false,
+                AudioObjectID predecessor = 0) {
+        const Tap made = createTap(uuid, output, isChosen, predecessor);
         EXPECT_TRUE(mainThread.runUntil(
             [&] { return readOne<std::uint32_t>(made.device, kAudioDevicePropertyDeviceIsAlive) != 0; }));
         return made;
+    }
+    bool continuesPredecessor(const Tap& tap) const {
+        return readOne<std::uint32_t>(tap.device, kAudioDevicePropertyContinuesPredecessor) != 0;
     }
     void start(Tap& tap) { start(tap, callback); }
     void start(Tap& tap, CountingCallback& counting) {
