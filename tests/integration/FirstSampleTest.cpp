@@ -39,5 +39,58 @@ TEST_F(VelloFirstSample, OfANewApplicationIsSoonHeardWithItsSettings) {
     EXPECT_LT(median, 150.0) << "the list of applications is read too late";
 }
 
+/// One application whose sounds come and go, at 50 % volume.
+class VelloNextSound : public VelloFirstSample {
+protected:
+    void open() {
+        openSession({.quantum = 256});
+        writeSettings(session(), {{kPlayerID, {.volume = 0.5}}});
+        startVello();
+    }
+    ChildProcess& playOne() { return play({.name = "player", .applicationID = kPlayerID}); }
+    [[nodiscard]] bool awaitStopped() { return vello().awaitOutput("Audio-producing apps: \n", ++stops_); }
+    /// How long each of the sounds is heard directly, in ms.
+    template <class Begin, class End> std::vector<double> hear(Begin begin, End end) {
+        std::vector<double> milliseconds;
+        for (int number = 0; number < repetitions(10); ++number) {
+            monitor("output-a").record(1);
+            begin();
+            EXPECT_TRUE(awaitWay("output-a", Way::tapped, 2400));
+            milliseconds.push_back(directMilliseconds(monitor("output-a").recording()));
+            end();
+            EXPECT_TRUE(awaitStopped());
+            forgetMonitors();
+        }
+        std::ranges::sort(milliseconds);
+        std::cout << "heard directly: " << testing::PrintToString(milliseconds) << " ms\n";
+        return milliseconds;
+    }
+
+    static constexpr const char* kPlayerID = "org.example.player";
+    int stops_ = 0;
+};
+
+TEST_F(VelloNextSound, OfAProcess) {
+    open();
+    auto& player = playOne();
+    ASSERT_TRUE(awaitTapped("player"));
+    player.writeLine("pause");
+    ASSERT_TRUE(awaitStopped());
+    const auto heard = hear([&] { player.writeLine("resume"); }, [&] { player.writeLine("pause"); });
+    EXPECT_EQ(median(heard), 0);
+    EXPECT_EQ(capturesMade(graph()), 1);
+}
+
+TEST_F(VelloNextSound, OfANewProcess) {
+    open();
+    playOne();
+    ASSERT_TRUE(awaitTapped("player"));
+    endPlayer("player");
+    ASSERT_TRUE(awaitStopped());
+    const auto heard = hear([&] { playOne(); }, [&] { endPlayer("player"); });
+    EXPECT_LE(median(heard), 1000.0 * quantum() / 48000);
+    EXPECT_EQ(capturesMade(graph()), 1);
+}
+
 } // namespace
 } // namespace vello::session

@@ -93,8 +93,6 @@ void AudioProcessMonitor::scheduleReload() {
 
 void AudioProcessMonitor::listChanged() {
     scheduleReload();
-    if (!isUrgent_)
-        return;
     for (const AudioObjectID process : readProcessList().value_or(std::vector<AudioObjectID>{}))
         if (!outputStateObservers_.contains(process))
             processAppeared(process);
@@ -102,9 +100,12 @@ void AudioProcessMonitor::listChanged() {
 
 /// Listens before the next reload, because the process may begin to produce output before it.
 void AudioProcessMonitor::processAppeared(AudioObjectID process) try {
-    if (identities_.isOwn(identities_.processOf(process)))
+    const std::int32_t pid = identities_.processOf(process);
+    if (identities_.isOwn(pid))
         return;
     observeOutputState(process);
+    if (const auto identity = identities_.identify(process, pid); identity && onProcess_)
+        onProcess_(identity->key, process);
     reloadIfUrgent(process);
 } catch (const CoreAudioError&) {
 }

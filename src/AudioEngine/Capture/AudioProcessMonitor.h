@@ -29,6 +29,7 @@ public:
     using Groups = std::vector<AudioProcessGroup>;
     using SourceIDs = DownmixedProcesses::SourceIDs;
     using ChangeAction = std::function<void(const Groups&)>;
+    using ProcessAction = std::function<void(const std::string& sourceID, AudioObjectID process)>;
     using Urgency = std::function<bool(const std::string& sourceID)>;
 
     /// All four must outlive the monitor.
@@ -43,6 +44,8 @@ public:
     /// The list is read immediately, at most every 0.25 s, when one of these applications begins to produce
     /// output, so that it is not heard with the wrong settings while further changes are awaited.
     void setUrgency(Urgency isUrgent) { isUrgent_ = std::move(isUrgent); }
+    /// `action` runs when a process of an application appears, before the list is read.
+    void setOnProcess(ProcessAction action) { onProcess_ = std::move(action); }
     /// Starts listening and reads the list immediately. A second call does nothing.
     void start();
     /// Sorted by name in the user's language.
@@ -84,6 +87,7 @@ private:
     std::map<AudioObjectID, std::unique_ptr<CoreAudioPropertyObserver>> outputStateObservers_;
     TaskHandle reloadDebounceTask_;
     Urgency isUrgent_;
+    ProcessAction onProcess_;
     TaskHandle urgentReloadTask_;
     MainThread::Instant nextUrgentReload_{};
     TaskHandle pollingTask_;

@@ -43,4 +43,10 @@ void CoreAudioPropertyObserver::invalidate() {
     listenerBlock_.reset();
 }
 
+void drop(std::unique_ptr<CoreAudioPropertyObserver>& observer) {
+    if (observer)
+        observer->invalidate();
+    observer.reset();
+}
+
 } // namespace vello

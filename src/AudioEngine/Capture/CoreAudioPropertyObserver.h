@@ -41,4 +41,7 @@ private:
     AudioPropertyListenerID listenerID_ = 0;
 };
 
+/// Invalidates and destroys the observer, if there is one.
+void drop(std::unique_ptr<CoreAudioPropertyObserver>& observer);
+
 } // namespace vello

@@ -6,16 +6,6 @@
 #include <utility>
 
 namespace vello {
-namespace {
-
-void drop(std::unique_ptr<CoreAudioPropertyObserver>& observer) {
-    if (observer)
-        observer->invalidate();
-    observer.reset();
-}
-
-} // namespace
-
 OutputDeviceObservers::OutputDeviceObservers(AudioHardware& hardware, SystemLog& log, Actions actions)
     : hardware_(hardware), log_(log), actions_(std::move(actions)) {}
 

@@ -153,15 +153,24 @@ ProcessTap::ActivationStep ProcessTap::waitUntilAggregateIsAlive(int attempt) {
         return ActivationStep::last;
     if (attempt > kLivenessAttempts)
         throw CoreAudioError::invalidObject("Aggregate device for " + label_ + " never became alive");
-    if (isAggregateAlive())
+    if (isDeviceAlive())
         return startProcessing();
-    livenessTask_ = services_.mainThread.after(kLivenessPeriod, [this, attempt] {
-        runActivationStep([this, attempt] { return waitUntilAggregateIsAlive(attempt + 1); });
-    });
+    if (!livenessObserver_)
+        livenessObserver_ = std::make_unique<CoreAudioPropertyObserver>(
+            services_.hardware, services_.log, aggregateDeviceID_, kAudioDevicePropertyDeviceIsAlive,
+            kAudioObjectPropertyScopeGlobal, [this] { checkLivenessAfter(0ms, livenessAttempt_); });
+    checkLivenessAfter(kLivenessPeriod, attempt + 1);
     return ActivationStep::waiting;
 }
 
-bool ProcessTap::isAggregateAlive() const {
+void ProcessTap::checkLivenessAfter(MainThread::Duration delay, int attempt) {
+    livenessAttempt_ = attempt;
+    livenessTask_ = services_.mainThread.after(delay, [this, attempt] {
+        runActivationStep([this, attempt] { return waitUntilAggregateIsAlive(attempt); });
+    });
+}
+
+bool ProcessTap::isDeviceAlive() const {
     const auto alive = attempt([this] {
         return readProperty<std::uint32_t>(services_.hardware, aggregateDeviceID_,
                                            kAudioDevicePropertyDeviceIsAlive);
@@ -175,6 +184,7 @@ void ProcessTap::checkConnection() {
 }
 
 ProcessTap::ActivationStep ProcessTap::startProcessing() {
+    drop(livenessObserver_);
     // The format may have changed since the tap was created, because it depends on the chosen device.
     streamDescription_ = attempt([this] {
                              return readTapStreamBasicDescription(services_.hardware, tapID_);
@@ -358,14 +368,13 @@ void ProcessTap::invalidate() {
 }
 
 void ProcessTap::dropObservers() {
-    if (tapFormatObserver_)
-        tapFormatObserver_->invalidate();
-    tapFormatObserver_.reset();
+    drop(livenessObserver_);
+    drop(tapFormatObserver_);
     onStreamFormatChange_ = nullptr;
     connection_.reset();
     onConnectionChange_ = nullptr;
-    for (const auto& observer : appDeviceObservers_)
-        observer->invalidate();
+    for (auto& observer : appDeviceObservers_)
+        drop(observer);
     appDeviceObservers_.clear();
     onAppOutputDeviceChange_ = nullptr;
 }

@@ -89,6 +89,8 @@ public:
     const std::shared_ptr<TapRealtimeContext>& realtimeContext() const { return realtimeContext_; }
     /// The filters of the I/O callback; null when the context is null or the format cannot be processed.
     const std::shared_ptr<const EQChainSnapshot>& currentSnapshot() const { return currentSnapshot_; }
+    /// False while there is no device, and when it is gone.
+    bool isDeviceAlive() const;
     /// Whether the tap runs but carries no audio, because the audio system has not connected its device.
     bool isStillConnecting() const { return connection_ && !connection_->isConnected(); }
     /// Polls the connection for changes that were not announced. Only affects the log.
@@ -129,7 +131,7 @@ private:
     void createAggregateDevice(const std::string& tapUUID);
     AggregateDeviceDescription describeAggregateDevice(const std::string& tapUUID);
     ActivationStep waitUntilAggregateIsAlive(int attempt);
-    bool isAggregateAlive() const;
+    void checkLivenessAfter(MainThread::Duration delay, int attempt);
     ActivationStep startProcessing();
     void createRealtimeContext();
     bool isDeviceContinued() const;
@@ -174,7 +176,9 @@ private:
     double processingSampleRate_ = 0;
     std::optional<Succession> succession_; ///< of the replaced tap, until the callback starts
     ActivationCompletion activationCompletion_;
+    std::unique_ptr<CoreAudioPropertyObserver> livenessObserver_; ///< while the device is not alive yet
     TaskHandle livenessTask_;
+    int livenessAttempt_ = 0;
 };
 
 } // namespace vello

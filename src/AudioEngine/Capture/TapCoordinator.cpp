@@ -3,8 +3,10 @@
 
 #include "AudioEngine/Capture/CoreAudioSupport.h"
 #include "AudioEngine/Capture/CrashGuard.h"
+#include "AudioEngine/Capture/OrphanedAggregates.h"
 #include "Foundation/Product.h"
 
+#include <algorithm>
 #include <chrono>
 #include <ranges>
 #include <utility>
@@ -39,7 +41,8 @@ TapCoordinator::TapCoordinator(AudioHardware& hardware, MainThread& mainThread, 
                         [this] { scheduleFullRebuild("output sample rate changed"); },
                         [this] { useChosenOutputs(); }}),
       chosenOutputRebuilds_(mainThread, kChosenOutputPeriod,
-                            [this](const std::string& sourceID) { rebuildForChosenOutput(sourceID); }) {}
+                            [this](const std::string& sourceID) { rebuildForChosenOutput(sourceID); }),
+      readyTaps_(services_, [this](const std::string& sourceID) { return effectiveSettings(sourceID); }) {}
 
 TapCoordinator::~TapCoordinator() {
     destroyAll();
@@ -48,7 +51,7 @@ TapCoordinator::~TapCoordinator() {
 void TapCoordinator::start() {
     CrashGuard::install(services_.hardware);
     logRefusedKernels();
-    sweepOrphanedAggregates();
+    destroyOrphanedAggregates(services_.hardware, logger_);
     deviceObservers_.start();
     watchdog_.start();
 }
@@ -99,6 +102,7 @@ void TapCoordinator::settingsDidChange(const std::string& sourceID) {
     const auto changed = sourceID == kSystemSourceID ? tapKeys() : std::vector{sourceID};
     for (const std::string& changedID : changed)
         applyOrRecreate(changedID);
+    readyTaps_.settingsDidChange(sourceID);
     reconcile(); // also where nothing was recreated: a tap that failed is tried again
 }
 
@@ -151,6 +155,7 @@ std::vector<std::string> TapCoordinator::tapKeys() const {
 void TapCoordinator::reconcile() {
     if (!isEnabled_)
         return destroyAll();
+    readyTaps_.dropDead();
     destroyUndesired();
     for (const auto& [sourceID, group] : groupsByID_)
         reconcileGroup(group);
@@ -160,7 +165,7 @@ void TapCoordinator::reconcile() {
 void TapCoordinator::destroyUndesired() {
     for (const std::string& sourceID : tapKeys())
         if (!groupsByID_.contains(sourceID))
-            destroy(sourceID);
+            setAside(sourceID);
 }
 
 void TapCoordinator::reconcileGroup(const AudioProcessGroup& group) {
@@ -170,30 +175,41 @@ void TapCoordinator::reconcileGroup(const AudioProcessGroup& group) {
         return;
     if (hasTap)
         destroyForSuccessor(group.id);
-    create(group.id, ProcessTap::Processes{group.objectIDs}, group.displayName);
+    if (hasTap || !bringBack(group))
+        create(group.id, ProcessTap::Processes{group.objectIDs}, group.displayName);
     tapGroupSnapshots_.insert_or_assign(group.id, group);
 }
 
 void TapCoordinator::destroyAll() {
+    readyTaps_.clear();
     for (const std::string& sourceID : tapKeys())
         destroy(sourceID);
 }
 
 void TapCoordinator::destroy(const std::string& sourceID) {
-    activationTasks_.erase(sourceID);
-    sourceRebuildTasks_.erase(sourceID);
-    if (const auto tap = taps_.extract(sourceID))
-        tap.mapped()->invalidate();
-    tapGroupSnapshots_.erase(sourceID);
-    watchdog_.forgetMisses(sourceID);
+    if (const auto tap = extract(sourceID))
+        tap->invalidate();
     publishTapStates();
 }
 
+std::shared_ptr<ProcessTap> TapCoordinator::extract(const std::string& sourceID) {
+    activationTasks_.erase(sourceID);
+    sourceRebuildTasks_.erase(sourceID);
+    tapGroupSnapshots_.erase(sourceID);
+    watchdog_.forgetMisses(sourceID);
+    const auto tap = taps_.extract(sourceID);
+    return tap ? tap.mapped() : nullptr;
+}
+
 void TapCoordinator::destroyForSuccessor(const std::string& sourceID) {
-    const auto found = taps_.find(sourceID);
-    if (auto succession = found != taps_.end() ? found->second->succession() : std::nullopt)
-        successions_.insert_or_assign(sourceID, std::move(*succession));
+    if (const auto found = taps_.find(sourceID); found != taps_.end())
+        keepSuccession(sourceID, *found->second);
     destroy(sourceID);
+}
+
+void TapCoordinator::keepSuccession(const std::string& sourceID, const ProcessTap& tap) {
+    if (auto succession = tap.succession())
+        successions_.insert_or_assign(sourceID, std::move(*succession));
 }
 
 void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target target,
@@ -202,13 +218,17 @@ void TapCoordinator::create(const std::string& sourceID, ProcessTap::Target targ
     const auto tap = std::make_shared<ProcessTap>(
         services_, std::move(target), label, effectiveSettings(sourceID),
         predecessor != successions_.end() ? std::optional(predecessor->second) : std::nullopt);
-    tap->setOnStreamFormatChange([this, sourceID] { scheduleSourceRebuild(sourceID, "tap format changed"); });
-    tap->setOnAppOutputDeviceChange(
-        [this, sourceID] { scheduleSourceRebuild(sourceID, "app moved its output device"); });
-    tap->setOnConnectionChange([this] { publishTapStates(); });
+    observe(sourceID, *tap);
     taps_.insert_or_assign(sourceID, tap);
     startActivation(sourceID, tap);
     publishTapStates();
+}
+
+void TapCoordinator::observe(const std::string& sourceID, ProcessTap& tap) {
+    tap.setOnStreamFormatChange([this, sourceID] { scheduleSourceRebuild(sourceID, "tap format changed"); });
+    tap.setOnAppOutputDeviceChange(
+        [this, sourceID] { scheduleSourceRebuild(sourceID, "app moved its output device"); });
+    tap.setOnConnectionChange([this] { publishTapStates(); });
 }
 
 /// Capturing `this` is safe: the destructor invalidates every tap, and an invalidated tap reports no failure.
@@ -239,6 +259,31 @@ void TapCoordinator::activationFailed(const std::string& sourceID, const std::sh
     publishTapStates();
 }
 
+// Applications that have stopped playing
+
+void TapCoordinator::setAside(const std::string& sourceID) {
+    const auto group = tapGroupSnapshots_.at(sourceID);
+    readyTaps_.keep(sourceID, {extract(sourceID), group});
+    publishTapStates();
+}
+
+/// Uses the ready tap of the application again, or lets the next one continue it.
+bool TapCoordinator::bringBack(const AudioProcessGroup& group) {
+    auto ready = readyTaps_.take(group.id);
+    if (!ready)
+        return false;
+    ProcessTap& tap = *ready->tap;
+    if (ready->group.objectIDs == group.objectIDs && !tap.automaticRouteWouldChangeDevice()) {
+        observe(group.id, tap);
+        taps_.insert_or_assign(group.id, std::move(ready->tap));
+        publishTapStates();
+        return true;
+    }
+    keepSuccession(group.id, tap);
+    tap.invalidate();
+    return false;
+}
+
 // Rebuilds
 
 void TapCoordinator::scheduleFullRebuild(std::string reason) {
@@ -252,6 +297,7 @@ void TapCoordinator::performFullRebuild(const std::string& reason) {
         destroyForSuccessor(sourceID);
     deviceObservers_.followDefaultDevice();
     reconcile();
+    readyTaps_.renewAll();
 }
 
 void TapCoordinator::scheduleSourceRebuild(const std::string& sourceID, const std::string& reason) {
@@ -305,26 +351,6 @@ void TapCoordinator::rebuildForChosenOutput(const std::string& sourceID) {
     logger_.notice("Rebuilding tap for " + sourceID + ": its chosen output is there");
     destroyForSuccessor(sourceID);
     reconcile();
-}
-
-void TapCoordinator::sweepOrphanedAggregates() {
-    const auto devices = attempt([this] {
-        return readObjectIDList(services_.hardware, kAudioObjectSystemObject, kAudioHardwarePropertyDevices,
-                                kAudioObjectPropertyScopeGlobal);
-    });
-    for (const AudioObjectID device : devices.value_or(std::vector<AudioObjectID>{})) {
-        const auto name =
-            attempt([&] { return readString(services_.hardware, device, kAudioObjectPropertyName); });
-        if (name && isOwnAggregateName(*name))
-            destroyOrphan(device, *name);
-    }
-}
-
-void TapCoordinator::destroyOrphan(AudioObjectID device, const std::string& name) {
-    logger_.notice("Destroying orphaned aggregate from a previous run: " + name);
-    const OSStatus status = services_.hardware.destroyAggregateDevice(device);
-    if (status != kAudioHardwareNoError)
-        logger_.error("Failed to destroy orphaned aggregate " + name + ": " + std::to_string(status));
 }
 
 } // namespace vello

@@ -4,6 +4,7 @@
 #include "AudioEngine/Capture/AudioProcessGroup.h"
 #include "AudioEngine/Capture/OutputDeviceObservers.h"
 #include "AudioEngine/Capture/ProcessTap.h"
+#include "AudioEngine/Capture/ReadyTaps.h"
 #include "AudioEngine/Capture/SourceRateLimit.h"
 #include "AudioEngine/Capture/TapServices.h"
 #include "AudioEngine/Capture/TapWatchdog.h"
@@ -19,7 +20,8 @@
 
 namespace vello {
 
-/// Maintains one tap per playing application while the master switch is on, and updates it when settings or
+/// Maintains one tap per playing application, and one for ten minutes after it has stopped if its settings
+/// change the sound, while the master switch is on, and updates it when settings or
 /// devices change.
 ///
 /// Main thread only. Failures are logged, not reported; a later rebuild recovers. Taps are keyed by source
@@ -71,6 +73,11 @@ public:
     void setEnabled(bool isEnabled);
     /// Sets the applications that currently play.
     void updateGroups(const std::vector<AudioProcessGroup>& groups);
+    /// Call when a process of an application appears, before it plays. If the application played lately, the
+    /// process is captured at once.
+    void processAppeared(const std::string& sourceID, AudioObjectID process) {
+        readyTaps_.processAppeared(sourceID, process);
+    }
     /// Sets the source that the user has open. A change only triggers reconcile().
     void setFocusedSource(std::optional<std::string> sourceID);
     /// Call after the settings of this source have changed.
@@ -82,6 +89,8 @@ public:
     void destroy(const std::string& sourceID);
 
     const Taps& taps() const { return taps_; }
+    /// The taps that are held ready for applications that have stopped playing.
+    const ReadyTaps& readyTaps() const { return readyTaps_; }
     /// The state of every tap by source id, as last published.
     const Published<TapStates>& tapStates() const { return tapStates_; }
     std::vector<WatchdogEntry> watchdogEntries() const;
@@ -98,11 +107,17 @@ private:
     /// The tap that the next reconcile() creates for the source continues the sound of the destroyed one.
     void destroyForSuccessor(const std::string& sourceID);
     void reconcileGroup(const AudioProcessGroup& group);
+    std::shared_ptr<ProcessTap> extract(const std::string& sourceID);
     void create(const std::string& sourceID, ProcessTap::Target target, const std::string& label);
+    void observe(const std::string& sourceID, ProcessTap& tap);
     void startActivation(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap);
     void activationFailed(const std::string& sourceID, const std::shared_ptr<ProcessTap>& tap,
                           const CoreAudioError& error);
     void applyOrRecreate(const std::string& sourceID);
+
+    void setAside(const std::string& sourceID);
+    bool bringBack(const AudioProcessGroup& group);
+    void keepSuccession(const std::string& sourceID, const ProcessTap& tap);
 
     void scheduleFullRebuild(std::string reason);
     void performFullRebuild(const std::string& reason);
@@ -113,8 +128,6 @@ private:
     void useChosenOutputs();
     bool chosenOutputHasCome(const ProcessTap& tap) const;
     void rebuildForChosenOutput(const std::string& sourceID);
-    void sweepOrphanedAggregates();
-    void destroyOrphan(AudioObjectID device, const std::string& name);
     std::vector<std::string> tapKeys() const;
 
     TapServices services_;
@@ -132,6 +145,7 @@ private:
     std::map<std::string, TaskHandle> activationTasks_;
     OutputDeviceObservers deviceObservers_;
     SourceRateLimit chosenOutputRebuilds_;
+    ReadyTaps readyTaps_;
     TaskHandle rebuildDebounceTask_;
     std::map<std::string, TaskHandle> sourceRebuildTasks_;
     std::map<std::string, MainThread::Instant> sourceRebuildCooldownUntil_;

@@ -97,6 +97,9 @@ void AudioController::observeProcesses() {
     processMonitor_.setUrgency([this](const std::string& sourceID) {
         return !EQSettings::effective(settings(sourceID), settings(kSystemSourceID), false).isNeutral();
     });
+    processMonitor_.setOnProcess([this](const std::string& sourceID, AudioObjectID process) {
+        tapCoordinator_.processAppeared(sourceID, process);
+    });
     syncDownmixedSources();
     processMonitor_.start();
     applyProcessGroups(processMonitor_.groups());

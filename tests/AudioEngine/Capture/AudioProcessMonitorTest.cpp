@@ -181,6 +181,21 @@ TEST_F(ProcessMonitor, DoesNotWaitWhenAnUrgentApplicationPlaysSoonAfterItAppeare
     EXPECT_THAT(names(), ElementsAre("later"));
 }
 
+TEST_F(ProcessMonitor, ReportsAProcessWhenItAppears) {
+    std::vector<std::pair<std::string, AudioObjectID>> appeared;
+    monitor->setOnProcess(
+        [&](const std::string& id, AudioObjectID process) { appeared.emplace_back(id, process); });
+    play(50, "org.example.known");
+    monitor->start();
+    const auto process =
+        hardware.addProcess({.pid = 60, .bundleID = "org.example.new", .isRunningOutput = false});
+    mainThread.advance(0ms);
+    EXPECT_THAT(appeared, ElementsAre(std::pair(std::string("org.example.new"), process)));
+    mainThread.advance(10s);
+    EXPECT_THAT(appeared, SizeIs(1));
+    EXPECT_THAT(names(), ElementsAre("known"));
+}
+
 TEST_F(ProcessMonitor, ReadsTheListForUrgentApplicationsAtMostEveryQuarterOfASecond) {
     monitor->setUrgency([](const std::string&) { return true; });
     monitor->start();

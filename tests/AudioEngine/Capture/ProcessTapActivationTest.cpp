@@ -63,6 +63,20 @@ TEST_F(Tap, AFailedReadOfTheLivenessIsJustNotYetAlive) {
     EXPECT_EQ(completions, 1);
 }
 
+TEST_F(Tap, DoesNotWaitWhenTheDeviceIsReportedAlive) {
+    hardware.setReadsUntilAlive(1);
+    const auto tap = makeTap();
+    activate(*tap);
+    EXPECT_EQ(completions, 0);
+    hardware.setProperty(tap->aggregateDeviceID(), kAudioDevicePropertyDeviceIsAlive, std::uint32_t{1});
+    mainThread.runPosted();
+    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(failure, "");
+    EXPECT_EQ(hardware.listenerCount(tap->aggregateDeviceID(), kAudioDevicePropertyDeviceIsAlive), 0U);
+    mainThread.advance(1s);
+    EXPECT_EQ(completions, 1);
+}
+
 TEST_F(Tap, InvalidatedDuringTheWaitItEndsWithoutAnError) {
     hardware.setReadsUntilAlive(FakeAudioHardware::kNeverAlive);
     const auto tap = makeTap();

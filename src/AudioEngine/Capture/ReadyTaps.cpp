@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "AudioEngine/Capture/ReadyTaps.h"
+
+#include "AudioEngine/Capture/CoreAudioSupport.h"
+
+#include <algorithm>
+#include <chrono>
+#include <ranges>
+#include <utility>
+
+namespace vello {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kReadyTime = 10min;
+constexpr auto kRenewalDebounce = 300ms; ///< changes of a format come in bursts
+
+} // namespace
+
+ReadyTaps::ReadyTaps(const TapServices& services, SettingsProvider settingsInForce)
+    : services_(services), settingsInForce_(std::move(settingsInForce)) {}
+
+void ReadyTaps::keep(const std::string& sourceID, Entry entry) {
+    if (!entry.tap->activatedAt() || !entry.tap->isDeviceAlive() || settingsInForce_(sourceID).isNeutral())
+        return entry.tap->invalidate();
+    entry.tap->setOnStreamFormatChange([this, sourceID] { renewSoon(sourceID); });
+    // What an application without a stream plays to is not known.
+    entry.tap->setOnAppOutputDeviceChange(nullptr);
+    entry.tap->setOnConnectionChange(nullptr);
+    auto expiry = services_.mainThread.after(kReadyTime, [this, sourceID] { drop(sourceID); });
+    ready_.insert_or_assign(sourceID, Ready{std::move(entry), std::move(expiry)});
+}
+
+std::optional<ReadyTaps::Entry> ReadyTaps::take(const std::string& sourceID) {
+    dropDead();
+    auto ready = ready_.extract(sourceID);
+    return ready ? std::optional(std::move(ready.mapped().entry)) : std::nullopt;
+}
+
+std::vector<const ReadyTaps::Entry*> ReadyTaps::entries() const {
+    std::vector<const Entry*> entries;
+    for (const Ready& ready : std::views::values(ready_))
+        entries.push_back(&ready.entry);
+    return entries;
+}
+
+std::vector<std::string> ReadyTaps::sourceIDs() const {
+    const auto keys = std::views::keys(ready_);
+    return {keys.begin(), keys.end()};
+}
+
+void ReadyTaps::processAppeared(const std::string& sourceID, AudioObjectID process) {
+    const auto found = ready_.find(sourceID);
+    if (found == ready_.end())
+        return;
+    AudioProcessGroup group = found->second.entry.group;
+    if (std::ranges::find(group.objectIDs, process) != group.objectIDs.end())
+        return;
+    std::erase_if(group.objectIDs, [this](AudioObjectID object) { return !isProcess(object); });
+    group.objectIDs.push_back(process);
+    renew(sourceID, std::move(group));
+}
+
+bool ReadyTaps::isProcess(AudioObjectID object) const {
+    return attempt([&] {
+               return readProperty<std::int32_t>(services_.hardware, object, kAudioProcessPropertyPID);
+           })
+        .has_value();
+}
+
+void ReadyTaps::settingsDidChange(const std::string& sourceID) {
+    for (const std::string& readyID : sourceIDs())
+        if (readyID == sourceID || sourceID == kSystemSourceID)
+            applySettings(readyID);
+}
+
+void ReadyTaps::applySettings(const std::string& sourceID) {
+    const auto found = ready_.find(sourceID);
+    if (found == ready_.end())
+        return;
+    ProcessTap& tap = *found->second.entry.tap;
+    const EQSettings settings = settingsInForce_(sourceID);
+    if (settings.isNeutral())
+        drop(sourceID);
+    else if (tap.outputDeviceUID() == settings.outputDeviceUID)
+        tap.applySettings(settings);
+    else
+        renew(sourceID, found->second.entry.group);
+}
+
+void ReadyTaps::renewAll() {
+    for (const std::string& sourceID : sourceIDs())
+        renew(sourceID, ready_.at(sourceID).entry.group);
+}
+
+void ReadyTaps::dropDead() {
+    for (const std::string& sourceID : sourceIDs())
+        if (!ready_.at(sourceID).entry.tap->isDeviceAlive())
+            drop(sourceID);
+}
+
+void ReadyTaps::clear() {
+    for (const std::string& sourceID : sourceIDs())
+        drop(sourceID);
+}
+
+void ReadyTaps::drop(const std::string& sourceID) {
+    if (const auto dropped = ready_.extract(sourceID))
+        dropped.mapped().entry.tap->invalidate();
+}
+
+/// Not inside the call, because the observer that makes the call belongs to the tap.
+void ReadyTaps::renewSoon(const std::string& sourceID) {
+    const auto found = ready_.find(sourceID);
+    if (found != ready_.end())
+        found->second.renewal = services_.mainThread.after(
+            kRenewalDebounce, [this, sourceID] { renew(sourceID, ready_.at(sourceID).entry.group); });
+}
+
+/// The new tap is made for the settings, devices and formats of now, and continues the old one.
+void ReadyTaps::renew(const std::string& sourceID, AudioProcessGroup group) {
+    const auto old = ready_.extract(sourceID);
+    ProcessTap& replaced = *old.mapped().entry.tap;
+    const auto tap =
+        std::make_shared<ProcessTap>(services_, ProcessTap::Processes{group.objectIDs}, replaced.label(),
+                                     settingsInForce_(sourceID), replaced.succession());
+    tap->activate([this, id = std::string(sourceID), group = std::move(group),
+                   weakTap = std::weak_ptr(tap)](const std::optional<CoreAudioError>& error) {
+        if (const auto activated = weakTap.lock(); activated && !error)
+            keep(id, {activated, group});
+    });
+    replaced.invalidate();
+}
+
+} // namespace vello

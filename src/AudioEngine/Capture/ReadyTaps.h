@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "AudioEngine/Capture/AudioProcessGroup.h"
+#include "AudioEngine/Capture/ProcessTap.h"
+#include "AudioEngine/Capture/TapServices.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vello {
+
+/// Running taps of applications that have stopped playing. Each stays for ten minutes, so that the next sound
+/// of its application is heard with its settings from the first sample. Meanwhile nothing plays into it, and
+/// its callback does not run. A tap whose application has neutral settings is not kept. Main thread only.
+class ReadyTaps {
+public:
+    /// Returns the settings in force for a source.
+    using SettingsProvider = std::function<EQSettings(const std::string& sourceID)>;
+    struct Entry {
+        std::shared_ptr<ProcessTap> tap;
+        AudioProcessGroup group; ///< the application and the processes that the tap captures
+    };
+
+    /// The services must outlive the object.
+    ReadyTaps(const TapServices& services, SettingsProvider settingsInForce);
+
+    /// Keeps the tap, or invalidates it if there is no use for it.
+    void keep(const std::string& sourceID, Entry entry);
+    /// The caller becomes the owner of the tap. Absent when there is none, or its device is gone.
+    std::optional<Entry> take(const std::string& sourceID);
+    std::vector<const Entry*> entries() const;
+
+    /// Call when a process of an application has appeared. The application's tap captures it, too.
+    void processAppeared(const std::string& sourceID, AudioObjectID process);
+    /// Call after the settings of this source have changed; those of the system may affect every application.
+    void settingsDidChange(const std::string& sourceID);
+    /// Call when an output device or its format has changed: replaces every tap.
+    void renewAll();
+    /// Invalidates the taps whose devices are gone, as after a lost connection.
+    void dropDead();
+    /// Invalidates all taps.
+    void clear();
+
+private:
+    struct Ready {
+        Entry entry;
+        TaskHandle expiry;
+        TaskHandle renewal = {};
+    };
+
+    std::vector<std::string> sourceIDs() const;
+    void drop(const std::string& sourceID);
+    void applySettings(const std::string& sourceID);
+    void renew(const std::string& sourceID, AudioProcessGroup group);
+    void renewSoon(const std::string& sourceID);
+    bool isProcess(AudioObjectID object) const;
+
+    const TapServices services_;
+    const SettingsProvider settingsInForce_;
+    std::map<std::string, Ready> ready_;
+};
+
+} // namespace vello
