@@ -16,7 +16,8 @@ double processSample(const BiquadSetup& setup, CascadeState& state, double sampl
     auto& [x1, x2] = state.histories;
     double x = sample;
     for (std::size_t k = 0; k < kSectionCount; ++k) {
-        const double w = setup.excess[k] * (x - x2[k]) - setup.a2[k] * w2[k] - setup.a1[k] * w1[k];
+        const double feedForward = setup.excess[k] * x - setup.excess[k] * x2[k];
+        const double w = feedForward - setup.a2[k] * w2[k] - setup.a1[k] * w1[k];
         w2[k] = w1[k];
         w1[k] = w;
         x2[k] = x1[k];

@@ -21,9 +21,10 @@ struct BiquadCoefficients {
 /// A peaking section designed by the bilinear transform has b1 = a1 and b0 + b2 = 1 + a2 (both sums are 2 /
 /// a0). With c = b0 - 1 and w = y - x, the difference that the section adds, its direct form I becomes:
 ///
-///     w[n] = c (x[n] - x[n-2]) - a2 w[n-2] - a1 w[n-1]        y[n] = x[n] + w[n]
+///     w[n] = c x[n] - c x[n-2] - a2 w[n-2] - a1 w[n-1]        y[n] = x[n] + w[n]
 ///
-/// This takes three multiplications per section instead of five, and a flat band is bit-exact.
+/// Two of the five multiplications are by the same coefficient, and a flat band is bit-exact. c x[n-2] is
+/// known before x[n] is, so the section's output waits for one operation less than with c (x[n] - x[n-2]).
 class BiquadSetup {
 public:
     using Sections = std::array<BiquadCoefficients, kSectionCount>;

@@ -10,8 +10,8 @@
 // registers. The channels of a frame are adjacent lanes, and section k is place k / 2 of vector k % 2. The
 // outputs of the even vector are the inputs of the odd vector without a shuffle; the outputs of the odd
 // vector move by one place to become inputs of the even one. Place 0 is in the highest lanes, so that a
-// finished frame is in the lowest lanes, where it can be stored without a shuffle. Each section runs skew
-// frames behind the one before it, to hide the latency of the arithmetic.
+// finished frame is in the lowest lanes, where it can be stored without a shuffle. Each section runs some
+// frames, the skew, behind the one before it, to hide the latency of the arithmetic.
 //
 // A block must be processed completely, so the sections start one after the other at its beginning, each with
 // the state left by the previous block, and stop one after the other at its end. That costs depth extra
@@ -37,21 +37,16 @@ namespace vello {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// One pass from `in` to `out`, which may be the same, through the sections starting at `first`. Needs more
-/// than depth frames.
-template <class D, std::size_t kChannels, std::size_t kVectors, class In, class Out> class Pass {
+/// One pass over `samples` in place, through the sections starting at `first`. Needs more than depth frames.
+template <class D, std::size_t kChannels, std::size_t kVectors, std::size_t kSkew> class Pass {
     using L = Layout<D, kChannels, kVectors>;
 
 public:
-    /// Roughly the latency of a section divided by the duration of a step, which is longer for wide vectors.
-    /// Too small a value stalls the sections, too large a value makes every block slower. Measured with
-    /// vello_dsp_benchmark.
-    static constexpr std::size_t skew = kVectors == 1 ? 6 : L::lanes == 8 ? 4 : L::lanes == 4 ? 8 : 6;
-    static constexpr std::size_t depth = (L::sections - 1) * skew;
+    static constexpr std::size_t depth = (L::sections - 1) * kSkew;
 
-    HWY_INLINE Pass(const BiquadSetup& setup, CascadeState* states, std::size_t first, const In* in, Out* out,
+    HWY_INLINE Pass(const BiquadSetup& setup, CascadeState* states, std::size_t first, double* samples,
                     std::size_t frames)
-        : states_(states), first_(first), in_(in), out_(out), frames_(frames) {
+        : states_(states), first_(first), samples_(samples), frames_(frames) {
         L::load(same(setup.excess), first, even_.excess, odd_.excess);
         L::load(same(setup.a1), first, even_.a1, odd_.a1);
         L::load(same(setup.a2), first, even_.a2, odd_.a2);
@@ -70,10 +65,10 @@ public:
 
 private:
     using Vector = typename L::Vector;
-    using Steps = std::make_index_sequence<skew>;
+    using Steps = std::make_index_sequence<kSkew>;
     // Compilers keep an array in registers only if every index is a constant, so loops over steps are
     // unrolled by hand.
-    using Line = Vector[skew];
+    using Line = Vector[kSkew];
 
     static HWY_INLINE auto same(const std::array<double, kSectionCount>& values) {
         typename L::ConstantValues all;
@@ -88,9 +83,9 @@ private:
             pointers[c] = (states_[c].*values)[age];
         return pointers;
     }
-    HWY_INLINE Vector load(std::size_t frame) const { return L::loadFrame(in_ + frame * kChannels); }
+    HWY_INLINE Vector load(std::size_t frame) const { return L::loadFrame(samples_ + frame * kChannels); }
     HWY_INLINE void store(Vector outputs, std::size_t frame) const {
-        L::storeFrame(outputs, out_ + frame * kChannels);
+        L::storeFrame(outputs, samples_ + frame * kChannels);
     }
 
     /// Starts the sections one after the other, with the state left by the previous block.
@@ -100,16 +95,16 @@ private:
         std::size_t frame = 0;
         if constexpr (kVectors == 2) {
             enterEven(frame, Steps());
-            frame += skew;
+            frame += kSkew;
         }
 #pragma GCC unroll 8 // makes every mask a constant
         for (std::size_t place = 1; place < L::places; ++place) {
             enter(frame, Steps());
-            frame += skew;
+            frame += kSkew;
             even_.takeState(L::onlyPlace(place), even);
             if constexpr (kVectors == 2) {
                 enter(frame, Steps());
-                frame += skew;
+                frame += kSkew;
                 odd_.takeState(L::onlyPlace(place), odd);
             }
         }
@@ -117,7 +112,7 @@ private:
 
     HWY_INLINE void advance() {
         std::size_t frame = depth;
-        for (; frame + skew <= frames_; frame += skew)
+        for (; frame + kSkew <= frames_; frame += kSkew)
             pass(frame, Steps());
         passRest<0>(frame);
     }
@@ -131,11 +126,11 @@ private:
         for (std::size_t place = 1; place < L::places; ++place) {
             if constexpr (kVectors == 2) {
                 drain(frame, Steps());
-                frame += skew;
+                frame += kSkew;
                 odd.takeState(L::onlyPlace(place - 1), odd_);
             }
             drain(frame, Steps());
-            frame += skew;
+            frame += kSkew;
             even.takeState(L::onlyPlace(place), even_);
         }
         if constexpr (kVectors == 2) {
@@ -149,7 +144,7 @@ private:
     }
 
     /// Runs one step of every section and returns the outputs; the last place is a finished frame. Inputs are
-    /// the outputs from skew steps ago, which is the last step with the same i.
+    /// the outputs from kSkew steps ago, which is the last step with the same i.
     template <std::size_t i> HWY_INLINE Vector step(Vector input) {
         if constexpr (kVectors == 1) {
             fromEven_[i] = even_.process(L::moveOn(fromEven_[i], input));
@@ -182,9 +177,9 @@ private:
     template <std::size_t... i> HWY_INLINE void pass(std::size_t frame, std::index_sequence<i...>) {
         (passOne<i>(frame + i), ...);
     }
-    /// The remaining frames, fewer than skew.
+    /// The remaining frames, fewer than kSkew.
     template <std::size_t i> HWY_INLINE void passRest(std::size_t frame) {
-        if constexpr (i + 1 < skew) {
+        if constexpr (i + 1 < kSkew) {
             if (frame < frames_) {
                 passOne<i>(frame);
                 return passRest<i + 1>(frame + 1);
@@ -197,7 +192,7 @@ private:
     template <std::size_t kBy, std::size_t... i>
     static HWY_INLINE void rotate(Line& line, std::index_sequence<i...>) {
         const Line old = {line[i]...};
-        ((line[i] = old[(i + kBy) % skew]), ...);
+        ((line[i] = old[(i + kBy) % kSkew]), ...);
     }
 
     template <std::size_t... i> HWY_INLINE void clear(std::index_sequence<i...>) {
@@ -207,42 +202,56 @@ private:
 
     CascadeState* states_;
     std::size_t first_;
-    const In* in_;
-    Out* out_;
+    double* samples_;
     std::size_t frames_;
     Sections<D> even_, odd_;  ///< odd_ is unused if kVectors is 1
-    Line fromEven_, fromOdd_; ///< the outputs of the last skew steps
+    Line fromEven_, fromOdd_; ///< the outputs of the last kSkew steps
 };
 
-/// Between passes the samples are kept in `scratch` as doubles.
-template <class D, std::size_t kChannels, std::size_t kVectors>
-HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
-                               double* scratch, std::size_t frames) {
-    constexpr std::size_t sections = Layout<D, kChannels, kVectors>::sections;
-    if constexpr (sections == kSectionCount) {
-        Pass<D, kChannels, kVectors, float, float>(setup, states, 0, in, out, frames).run();
-    } else {
-        Pass<D, kChannels, kVectors, float, double>(setup, states, 0, in, scratch, frames).run();
-        std::size_t first = sections;
-        for (; first + sections < kSectionCount; first += sections)
-            Pass<D, kChannels, kVectors, double, double>(setup, states, first, scratch, scratch, frames)
-                .run();
-        Pass<D, kChannels, kVectors, double, float>(setup, states, first, scratch, out, frames).run();
-    }
+/// The skews of the passes over a block. A skew is roughly the latency of a section divided by the duration
+/// of a step: with too small a value the sections wait for each other, and too large a value adds steps to
+/// the block, which counts if the block is short. Measured with vello_dsp_benchmark.
+/// The self-test has a block of either kind for every entry.
+struct Skews {
+    std::size_t ofLongBlocks;
+    std::size_t ofShortBlocks;
+    std::size_t longBlock; ///< frames of the shortest long block
+};
+
+constexpr Skews skewsFor(std::size_t lanes, std::size_t channels) {
+    if (lanes == 8)
+        return {.ofLongBlocks = 5, .ofShortBlocks = 3, .longBlock = 36};
+    if (lanes == 4 && channels == 1)
+        return {.ofLongBlocks = 6, .ofShortBlocks = 3, .longBlock = 60};
+    if (lanes == 4)
+        return {.ofLongBlocks = 7, .ofShortBlocks = 4, .longBlock = 24};
+    return {.ofLongBlocks = 5, .ofShortBlocks = 2, .longBlock = 24};
 }
 
-/// Filters interleaved samples from `in` to `out`, which may be the same. A block with at most depth frames
-/// runs through one section after the other.
+template <class D, std::size_t kChannels, std::size_t kVectors, std::size_t kSkew>
+HWY_INLINE void filterInPasses(const BiquadSetup& setup, CascadeState* states, double* samples,
+                               std::size_t frames) {
+    constexpr std::size_t sections = Layout<D, kChannels, kVectors>::sections;
+    for (std::size_t first = 0; first < kSectionCount; first += sections)
+        Pass<D, kChannels, kVectors, kSkew>(setup, states, first, samples, frames).run();
+}
+
+/// Filters interleaved samples in place. A block that is too short for the smaller skew runs through one
+/// section after the other.
 template <std::size_t kChannels>
-HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, const float* in, float* out,
-                       double* scratch, std::size_t frames) {
+HWY_INLINE void filter(const BiquadSetup& setup, CascadeState* states, double* samples, std::size_t frames) {
     using D = hn::CappedTag<double, kSectionCount>;
-    constexpr std::size_t kVectors = hn::MaxLanes(D()) == kSectionCount * kChannels ? 1 : 2;
-    if (frames > Pass<D, kChannels, kVectors, float, float>::depth)
-        filterInPasses<D, kChannels, kVectors>(setup, states, in, out, scratch, frames);
+    using OneSection = hn::CappedTag<double, kChannels>;
+    constexpr std::size_t lanes = hn::MaxLanes(D());
+    constexpr std::size_t kVectors = lanes == kSectionCount * kChannels ? 1 : 2;
+    constexpr Skews skews = skewsFor(lanes, kChannels);
+    static_assert(skews.longBlock > Pass<D, kChannels, kVectors, skews.ofLongBlocks>::depth);
+    if (frames >= skews.longBlock)
+        filterInPasses<D, kChannels, kVectors, skews.ofLongBlocks>(setup, states, samples, frames);
+    else if (frames > Pass<D, kChannels, kVectors, skews.ofShortBlocks>::depth)
+        filterInPasses<D, kChannels, kVectors, skews.ofShortBlocks>(setup, states, samples, frames);
     else
-        filterInPasses<hn::CappedTag<double, kChannels>, kChannels, 1>(setup, states, in, out, scratch,
-                                                                       frames);
+        filterInPasses<OneSection, kChannels, 1, 6>(setup, states, samples, frames);
     for (std::size_t c = 0; c < kChannels; ++c)
         states[c].deriveLastOutputs();
 }

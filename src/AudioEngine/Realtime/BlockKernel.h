@@ -48,7 +48,7 @@ struct BlockKernelVariant {
 
 /// Every kernel that this processor supports, the fastest first and the reference last. The result of a
 /// kernel does not depend on the block size, bit for bit, and matches the reference as defined by
-/// samplesAgree(). Not on the data thread.
+/// samplesAgree() before the gain, which can double the difference. Not on the data thread.
 std::vector<BlockKernelVariant> blockKernels();
 
 } // namespace vello

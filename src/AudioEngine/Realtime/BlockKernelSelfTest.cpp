@@ -24,14 +24,15 @@ struct Block {
     float gainStep = 0.0F;
 };
 
-/// Short and long blocks, with and without filters and gain. Each continues from the state left by the
-/// previous one.
+/// Blocks of lengths that kernels treat differently, with and without filters and gain. Each continues from
+/// the state left by the previous one.
 constexpr Block kBlocks[] = {
     {.frames = 1},
     {.frames = 67, .gainStart = 0.5F, .gainStep = 0.01F},
     {.frames = 7},
     {.frames = 33, .isFiltered = false, .gainStart = 0.75F, .gainStep = -0.01F},
     {.frames = kLongestBlock},
+    {.frames = 23},
     {.frames = 1, .gainStart = 0.25F},
     {.frames = 7, .gainStart = 2.0F, .gainStep = -0.1F},
     {.frames = 64},

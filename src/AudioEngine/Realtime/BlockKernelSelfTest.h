@@ -13,7 +13,7 @@ bool samplesAgree(float got, float expected) noexcept;
 bool statesAgree(const CascadeState& got, const CascadeState& expected) noexcept;
 
 /// Whether a kernel matches the reference on this processor: mono and stereo, with and without filters and
-/// volume, in consecutive blocks shorter and longer than its vectors need. Takes about 20 microseconds. Not
+/// volume, in consecutive blocks shorter and longer than its vectors need. Takes about 30 microseconds. Not
 /// on the data thread.
 bool passesSelfTest(BlockKernel kernel);
 

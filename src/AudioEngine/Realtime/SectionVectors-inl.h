@@ -28,7 +28,7 @@ template <class D> struct Sections {
     HWY_INLINE Sections() {} // an implicit constructor would not be compiled for this instruction set
 
     HWY_INLINE Vector process(Vector x) {
-        const Vector feedForward = hn::Mul(excess, hn::Sub(x, x2));
+        const Vector feedForward = hn::MulSub(excess, x, hn::Mul(excess, x2));
         const Vector older = hn::NegMulAdd(a2, w2, feedForward);
         const Vector w = hn::NegMulAdd(a1, w1, older);
         x2 = x1;
@@ -72,30 +72,19 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
     /// Moves the outputs of every place to the next place, as its inputs; place 0 gets `frame`, which must
     /// come from loadFrame(). Reads only those lanes of `frame` that loadFrame() guarantees.
     static HWY_INLINE Vector moveOn(Vector outputs, Vector frame) {
-        if constexpr (places == 1)
+        if constexpr (places == 1) {
             return frame;
-        else if constexpr (places == 2)
+        } else if constexpr (places == 2) {
             return hn::ConcatLowerUpper(D(), frame, outputs);
+        } else if constexpr (lanes == 4) { // across the halves first, then within them
+            return hn::CombineShiftRightBytes<8>(D(), hn::ConcatLowerUpper(D(), frame, outputs), outputs);
+        } else {
+            static_assert(lanes == 8);
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3 // all AVX-512 targets: newer targets have lower numbers
-        else if constexpr (lanes == 8)
             return Vector{_mm512_castsi512_pd(_mm512_alignr_epi64(
                 _mm512_castpd_si512(frame.raw), _mm512_castpd_si512(outputs.raw), kChannels))};
 #endif
-        else
-            return moveOnByTable(outputs, frame);
-    }
-    /// The same for any number of places and any instruction set: `frame` replaces the outgoing frame, then
-    /// all places rotate.
-    static HWY_INLINE Vector moveOnByTable(Vector outputs, Vector frame) {
-        const D d;
-        HWY_ALIGN std::int64_t from[lanes];
-        for (std::size_t lane = 0; lane < lanes; ++lane)
-            from[lane] = static_cast<std::int64_t>((lane + kChannels) % lanes);
-        const auto turn = hn::SetTableIndices(d, from);
-        if constexpr (kChannels == 1) // the frame is in every lane, and inserting it last is faster
-            return hn::IfThenElse(onlyPlace(0), frame, hn::TableLookupLanes(outputs, turn));
-        else
-            return hn::TableLookupLanes(hn::IfThenElse(onlyPlace(places - 1), frame, outputs), turn);
+        }
     }
 
     /// One value per channel, at least in the lowest lanes. With a single channel, the value is in every
@@ -106,24 +95,12 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
         else
             return hn::LoadDup128(D(), samples);
     }
-    static HWY_INLINE Vector loadFrame(const float* samples) {
-        if constexpr (kChannels == 1)
-            return hn::Set(D(), double{*samples});
-        else
-            return extended<D>(hn::PromoteTo(Frame(), hn::LoadU(FloatFrame(), samples)));
-    }
     /// Stores the frame in the last place.
     static HWY_INLINE void storeFrame(Vector vector, double* samples) {
         if constexpr (kChannels == 1)
             *samples = hn::GetLane(vector);
         else
-            hn::StoreU(lowestPair(vector), Frame(), samples);
-    }
-    static HWY_INLINE void storeFrame(Vector vector, float* samples) {
-        if constexpr (kChannels == 1)
-            *samples = static_cast<float>(hn::GetLane(vector));
-        else
-            hn::StoreU(hn::DemoteTo(FloatFrame(), lowestPair(vector)), FloatFrame(), samples);
+            hn::StoreU(lowestPair(vector), hn::CappedTag<double, 2>(), samples);
     }
 
     /// Loads the values of sections sections starting at `first`. Leaves `odd` unchanged if kVectors is 1.
@@ -164,16 +141,6 @@ template <class D, std::size_t kChannels, std::size_t kVectors> struct Layout {
     }
 
 private:
-    using Frame = hn::CappedTag<double, 2>;
-    using FloatFrame = hn::Rebind<float, Frame>;
-
-    /// A wider vector with the same lowest lanes; the other lanes do not matter.
-    template <class Wide, class V> static HWY_INLINE hn::Vec<Wide> extended(V vector) {
-        if constexpr (hn::MaxLanes(Wide()) == hn::MaxLanes(hn::DFromV<V>()))
-            return vector;
-        else
-            return hn::ZeroExtendVector(Wide(), extended<hn::Half<Wide>>(vector));
-    }
     template <class V> static HWY_INLINE auto lowestPair(V vector) {
         if constexpr (hn::MaxLanes(hn::DFromV<V>()) == 2)
             return vector;

@@ -36,6 +36,8 @@ inline const BlockKernelVariant kBrokenKernels[] = {
     {"WrongInStereo", [](const BlockJob& job) { return changedSample(job, job.channelCount == 2, 1); }},
     {"WrongInOneFrame", [](const BlockJob& job) { return changedSample(job, job.frames == 1, 0); }},
     {"WrongInShortBlocks", [](const BlockJob& job) { return changedSample(job, job.frames == 7, 6); }},
+    {"WrongInBlocksOfMiddleLength",
+     [](const BlockJob& job) { return changedSample(job, job.frames == 23, 22); }},
     {"WrongAtTheEndOfLongBlocks",
      [](const BlockJob& job) {
          return changedSample(job, job.frames > 60, job.frames * job.channelCount - 1);
