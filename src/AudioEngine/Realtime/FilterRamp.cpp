@@ -2,7 +2,9 @@
 #include "AudioEngine/Realtime/FilterRamp.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <numbers>
 
 namespace vello {
@@ -12,8 +14,19 @@ namespace {
 /// -160 dBFS. Filters whose remaining output is below this can end without being heard.
 constexpr double kInaudible = 1e-8;
 
+using Coefficients = std::array<double, kSectionCount>;
+
+/// Zero if they have the same bits. Without a branch, because every callback compares its setup.
+std::uint64_t difference(const Coefficients& left, const Coefficients& right) noexcept {
+    std::uint64_t bits = 0;
+    for (std::size_t k = 0; k < kSectionCount; ++k)
+        bits |= std::bit_cast<std::uint64_t>(left[k]) ^ std::bit_cast<std::uint64_t>(right[k]);
+    return bits;
+}
+
 bool isSame(const BiquadSetup& left, const BiquadSetup& right) noexcept {
-    return left.excess == right.excess && left.a1 == right.a1 && left.a2 == right.a2;
+    return (difference(left.excess, right.excess) | difference(left.a1, right.a1) |
+            difference(left.a2, right.a2)) == 0;
 }
 
 } // namespace
