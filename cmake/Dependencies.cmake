@@ -31,4 +31,6 @@ if(BUILD_TESTING)
 endif()
 if(VELLO_BUILD_BENCHMARKS)
     find_package(benchmark REQUIRED)
+    find_path(LIQUID_INCLUDE_DIR liquid/liquid.h REQUIRED) # measured beside the filters
+    find_library(LIQUID_LIBRARY liquid REQUIRED)
 endif()
