@@ -246,6 +246,10 @@ public:
                                     AudioDeviceIOProcID& procID) = 0;
     virtual OSStatus startDevice(AudioObjectID device, AudioDeviceIOProcID procID) = 0;
 
+    /// Call before the last teardown, once. From then on the calls that may block do so for at most 1.5 s
+    /// together, so that the process ends soon even if the audio system does not respond.
+    virtual void prepareToTerminate() = 0;
+
     // These may be called from one other thread at a time besides the main thread, and may block briefly. If
     // a new tap of the same processes is being set up, stopDevice keeps the callback running until the new
     // tap has taken over.

@@ -52,6 +52,21 @@ INSTANTIATE_TEST_SUITE_P(, VelloEnds, testing::Values(SIGTERM, SIGINT), [](const
     return std::string(signal.param == SIGTERM ? "AtSIGTERM" : "AtSIGINT");
 });
 
+TEST_F(VelloFaults, EndsSoonWhileTheSessionManagerStandsStill) {
+    openSession();
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
+    playEight();
+    startVello();
+    ASSERT_TRUE(awaitAll(tapped));
+    session().sessionManager().signal(SIGSTOP);
+    vello().signal(SIGTERM);
+    EXPECT_TRUE(vello().waitForExit(2s).has_value());
+    session().sessionManager().signal(SIGCONT);
+    EXPECT_TRUE(graph().waitUntil([](const GraphState& state) {
+        return std::ranges::none_of(state.nodes, [](const auto& entry) { return isVellos(entry.second); });
+    }));
+}
+
 TEST_F(VelloFaults, BringsEveryTapBackAfterTheServerWasKilled) {
     openSession();
     writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});

@@ -32,19 +32,11 @@ std::vector<unsigned char> streamConfiguration(const std::vector<std::uint32_t>&
 }
 
 const char* nameOf(HardwareCall call) {
-    static constexpr std::array names{"getPropertyDataSize",
-                                      "getPropertyData",
-                                      "setPropertyData",
-                                      "addPropertyListener",
-                                      "removePropertyListener",
-                                      "createProcessTap",
-                                      "createAggregateDevice",
-                                      "createIOProcID",
-                                      "startDevice",
-                                      "stopDevice",
-                                      "destroyIOProcID",
-                                      "destroyAggregateDevice",
-                                      "destroyProcessTap"};
+    static constexpr std::array names{
+        "getPropertyDataSize",    "getPropertyData",    "setPropertyData",  "addPropertyListener",
+        "removePropertyListener", "prepareToTerminate", "createProcessTap", "createAggregateDevice",
+        "createIOProcID",         "startDevice",        "stopDevice",       "destroyIOProcID",
+        "destroyAggregateDevice", "destroyProcessTap"};
     return names.at(static_cast<std::size_t>(call));
 }
 

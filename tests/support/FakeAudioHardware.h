@@ -22,6 +22,7 @@ enum class HardwareCall {
     setPropertyData,
     addPropertyListener,
     removePropertyListener,
+    prepareToTerminate,
     createProcessTap,
     createAggregateDevice,
     createIOProcID,
@@ -164,6 +165,7 @@ public:
     OSStatus createIOProcID(AudioObjectID device, AudioDeviceIOProc proc, void* clientData,
                             AudioDeviceIOProcID& procID) override;
     OSStatus startDevice(AudioObjectID device, AudioDeviceIOProcID procID) override;
+    void prepareToTerminate() override;
     OSStatus stopDevice(AudioObjectID device, AudioDeviceIOProcID procID) override;
     OSStatus destroyIOProcID(AudioObjectID device, AudioDeviceIOProcID procID) override;
     OSStatus destroyAggregateDevice(AudioObjectID device) override;

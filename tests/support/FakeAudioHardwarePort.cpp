@@ -190,6 +190,11 @@ OSStatus FakeAudioHardware::startDevice(AudioObjectID device, AudioDeviceIOProcI
     return setRunning(HardwareCall::startDevice, device, procID, true);
 }
 
+void FakeAudioHardware::prepareToTerminate() {
+    const Lock lock(mutex_);
+    record(HardwareCall::prepareToTerminate, kAudioObjectSystemObject, 0, kAudioHardwareNoError);
+}
+
 OSStatus FakeAudioHardware::stopDevice(AudioObjectID device, AudioDeviceIOProcID procID) {
     return setRunning(HardwareCall::stopDevice, device, procID, false);
 }

@@ -50,7 +50,8 @@ template <class Map> auto valueIn(const Map& map, std::string_view key) {
 
 AudioController::AudioController(const AudioControllerPorts& ports,
                                  const std::filesystem::path& applicationSupportFolder)
-    : mainThread_(ports.mainThread), applicationEvents_(ports.applicationEvents),
+    : audioHardware_(ports.audioHardware), mainThread_(ports.mainThread),
+      applicationEvents_(ports.applicationEvents),
       capturePermission_(ports.captureAuthorization, ports.applicationEvents, ports.mainThread),
       processMonitor_(ports.audioHardware, ports.mainThread, ports.runningApplications, ports.systemLog),
       exemptStreams_(ports.audioHardware, ports.runningApplications),
@@ -107,6 +108,9 @@ void AudioController::observeProcesses() {
 
 void AudioController::willTerminate() {
     isTerminating_ = true;
+    // Saved before the teardown, which may be cut short from outside, and after it.
+    settingsStore_.flush(persistable());
+    audioHardware_.prepareToTerminate();
     tapCoordinator_.teardownAll();
     outputRoutes_.stop();
     settingsStore_.flush(persistable());

@@ -121,6 +121,7 @@ private:
     void scheduleMeterTick();
     StoredSettings persistable() const;
 
+    AudioHardware& audioHardware_;
     MainThread& mainThread_;
     ApplicationEvents& applicationEvents_;
 

@@ -262,6 +262,24 @@ TEST_F(Controller, TheEndTakesEveryTapDownAndSavesAtOnce) {
     EXPECT_THAT(stored().sources, ElementsAre(Key("player")));
 }
 
+TEST_F(Controller, TheEndSavesBeforeItWaitsForTheAudioSystem) {
+    startWithBoth();
+    controller->updateSettings({.volume = 0.5}, "player");
+    bool isPrepared = false;
+    bool wasSavedBefore = false;
+    hardware.setOnCall([&](const FakeAudioHardware::Call& call) {
+        if (call.call == HardwareCall::prepareToTerminate) {
+            wasSavedBefore = stored().sources.contains("player");
+            isPrepared = true;
+        }
+        EXPECT_TRUE(isPrepared || call.call != HardwareCall::stopDevice);
+    });
+    events.fireWillTerminate();
+    hardware.setOnCall(nullptr);
+    EXPECT_TRUE(isPrepared);
+    EXPECT_TRUE(wasSavedBefore);
+}
+
 TEST_F(Controller, TheEndStopsListeningForOutputs) {
     start();
     events.fireWillTerminate();

@@ -28,6 +28,8 @@ namespace {
 /// Longest wait for the first view of a server. Without a session manager there is no default output to wait
 /// for.
 constexpr std::chrono::milliseconds kFirstLookPatience{500};
+/// Longest sum of all waits at the end of the process.
+constexpr std::chrono::milliseconds kTerminationPatience{1500};
 
 } // namespace
 
@@ -250,6 +252,11 @@ OSStatus PipeWireAudioHardware::startDevice(AudioObjectID device, AudioDeviceIOP
     implementation_->deviceStarted();
     PipeWireLock lock(implementation_->connection);
     return implementation_->taps.start(device, procID);
+}
+
+void PipeWireAudioHardware::prepareToTerminate() {
+    PipeWireLock lock(implementation_->connection);
+    implementation_->connection.limitWaits(MainThread::Clock::now() + kTerminationPatience);
 }
 
 OSStatus PipeWireAudioHardware::stopDevice(AudioObjectID device, AudioDeviceIOProcID procID) {

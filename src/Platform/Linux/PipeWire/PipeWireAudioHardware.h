@@ -46,6 +46,7 @@ public:
     OSStatus createIOProcID(AudioObjectID device, AudioDeviceIOProc proc, void* clientData,
                             AudioDeviceIOProcID& procID) override;
     OSStatus startDevice(AudioObjectID device, AudioDeviceIOProcID procID) override;
+    void prepareToTerminate() override;
     OSStatus stopDevice(AudioObjectID device, AudioDeviceIOProcID procID) override;
     OSStatus destroyIOProcID(AudioObjectID device, AudioDeviceIOProcID procID) override;
     OSStatus destroyAggregateDevice(AudioObjectID device) override;

@@ -4,6 +4,7 @@
 #include "PipeWireTimer.h"
 #include "Ports/SystemLog.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -82,9 +83,12 @@ public:
     /// loop is signalled. Lock held on entry and return, released while waiting. Not on the loop's thread.
     template <class Condition>
     void waitUntil(std::chrono::steady_clock::time_point deadline, Condition condition) const {
+        deadline = std::min(deadline, latestWait_);
         while (!condition() && std::chrono::steady_clock::now() < deadline)
             awaitSignal(deadline);
     }
+    /// No later wait lasts longer than until `latest`. Lock held.
+    void limitWaits(std::chrono::steady_clock::time_point latest) { latestWait_ = latest; }
 
     /// Ends the connection permanently without a lock or an allocation: the server removes all our objects
     /// within milliseconds. For a signal handler of a dying process.
@@ -124,6 +128,7 @@ private:
     std::chrono::milliseconds retryPause_{};
     std::string reconnectReason_;
     int pendingSync_ = -1;
+    std::chrono::steady_clock::time_point latestWait_ = std::chrono::steady_clock::time_point::max();
     bool isAbsenceLogged_ = false;
     /// Descriptors of the connection's own sockets, -1 for a free entry. Written with the lock held, read by
     /// the signal handler.
