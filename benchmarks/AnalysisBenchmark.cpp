@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the analysis of what plays costs: a tempo estimate for each audible source twice a second, and a
-// spectrum for one source at every tick of the meters. The counter says how much of one core that is for the
-// estimates of as many sources as there are rings, or for the spectrum 30 times a second.
+// What the analysis of what plays costs: a tempo estimate for each audible source twice a second, over all
+// its samples and, as the meters do it, with sums that were made as the samples arrived; and a spectrum for
+// one source at every tick of the meters. The counter says how much of one core that is for the estimates of
+// as many sources as there are rings, or for the spectrum 30 times a second.
 #include "AudioEngine/Analysis/SpectrumAnalyzer.h"
 #include "AudioEngine/Analysis/TempoAnalyzer.h"
 
@@ -60,6 +61,45 @@ void tempoOfSources(benchmark::State& state) {
     state.counters["each_second"] = coreTime(2 * static_cast<double>(rings.size()));
 }
 BENCHMARK(tempoOfSources)->Arg(1)->Arg(64)->Unit(benchmark::kMicrosecond);
+
+constexpr std::size_t kSamplesPerTick = 2 * 1584;
+constexpr std::size_t kTicksPerEstimate = 16;
+
+/// The sound between two estimates: noise that is loud at its beginning.
+std::vector<float> soundOfOneBeat() {
+    std::minstd_rand random(1);
+    std::uniform_real_distribution<float> distribution(-1, 1);
+    std::vector<float> sound(kTicksPerEstimate * kSamplesPerTick);
+    for (std::size_t i = 0; i < sound.size(); ++i)
+        sound[i] = distribution(random) * (i < 960 ? 0.5F : 0.05F);
+    return sound;
+}
+
+/// One estimate and the ticks before it. Writing the sound is not counted.
+void runningTempoOfSources(benchmark::State& state) {
+    const auto rings = fullRings(static_cast<std::size_t>(state.range(0)));
+    const std::vector<float> sound = soundOfOneBeat();
+    const TempoAnalyzer analyzer;
+    const std::size_t reach = TempoAnalyzer::longestSound(*rings.front(), kSampleRate, kChannels);
+    std::vector<RunningEnergy> energies(rings.size(), RunningEnergy(reach, kChannels));
+    std::size_t next = 0;
+    for (auto _ : state) {
+        AudioSampleRingBuffer& ring = *rings[next % rings.size()];
+        RunningEnergy& energy = energies[next++ % rings.size()];
+        for (std::size_t tick = 0; tick < kTicksPerEstimate; ++tick) {
+            state.PauseTiming();
+            ring.write(&sound[tick * kSamplesPerTick], kSamplesPerTick);
+            state.ResumeTiming();
+            energy.update(ring);
+        }
+        auto tempo = analyzer.estimate(ring, energy, kSampleRate, kChannels);
+        if (!tempo)
+            state.SkipWithError("the beat was not found");
+        benchmark::DoNotOptimize(tempo);
+    }
+    state.counters["each_second"] = coreTime(2 * static_cast<double>(rings.size()));
+}
+BENCHMARK(runningTempoOfSources)->Arg(1)->Arg(64)->Unit(benchmark::kMicrosecond);
 
 void spectrum(benchmark::State& state) {
     const Ring ring = fullRing(1);

@@ -36,31 +36,6 @@ std::size_t frameCount(double frames) {
     return static_cast<std::size_t>(frames);
 }
 
-/// Several independent sums: with a single one, the latency of each addition would cost more than the memory
-/// access.
-double sumOfSquares(std::span<const float> samples) {
-    constexpr std::size_t lanes = 8;
-    std::array<double, lanes> sums{};
-    std::size_t i = 0;
-    for (; i + lanes <= samples.size(); i += lanes)
-        for (std::size_t lane = 0; lane < lanes; ++lane) {
-            const auto sample = static_cast<double>(samples[i + lane]);
-            sums[lane] += sample * sample;
-        }
-    for (; i < samples.size(); ++i)
-        sums[0] += static_cast<double>(samples[i]) * static_cast<double>(samples[i]);
-    return std::accumulate(sums.begin(), sums.end(), 0.0);
-}
-
-/// A range of `samples`, which may span the end of the ring.
-AudioSampleRingBuffer::Samples part(const AudioSampleRingBuffer::Samples& samples, std::size_t first,
-                                    std::size_t count) {
-    const std::size_t older = samples.older.size();
-    const std::size_t inOlder = first < older ? std::min(count, older - first) : 0;
-    return {samples.older.subspan(std::min(first, older), inOlder),
-            samples.newer.subspan(std::max(first, older) - older, count - inOlder)};
-}
-
 /// Rounds to 40 of the 53 bits of the significand. Hops of equal energy differ only in the remaining bits,
 /// through the order of the additions; hops of different energy are never that close.
 double withoutLastDigits(double energy) {
@@ -68,14 +43,34 @@ double withoutLastDigits(double energy) {
     return std::bit_cast<double>((std::bit_cast<std::uint64_t>(energy) + half) & ~(2 * half - 1));
 }
 
+/// The newest whole hops of a tap, in samples counted from the first one ever written.
+struct Window {
+    std::size_t first;
+    std::size_t hops;
+    std::size_t samplesPerHop;
+};
+
+/// The hops of the newest 2 to 6 s of `written` samples; nullopt if there are too few of them.
+std::optional<Window> newestWindow(std::size_t written, std::size_t capacity, double sampleRate,
+                                   int channelCount) {
+    if (sampleRate <= 0 || channelCount < 1)
+        return std::nullopt;
+    const auto channels = static_cast<std::size_t>(channelCount);
+    const std::size_t frames =
+        std::min({capacity / channels, written / channels, frameCount(kLongestSound * sampleRate)});
+    const std::size_t hop = std::max<std::size_t>(frameCount(sampleRate / kHopsPerSecond), 1);
+    if (frames < frameCount(kShortestSound * sampleRate) || frames / hop < kFewestHops)
+        return std::nullopt;
+    return Window{written - frames * channels, frames / hop, hop * channels};
+}
+
 /// The RMS of each hop; exactly equal for hops of equal energy, so that a regular beat stays regular.
-std::vector<double> envelopeOf(const AudioSampleRingBuffer::Samples& samples, std::size_t hops,
-                               std::size_t samplesPerHop) {
-    std::vector<double> envelope(hops);
-    for (std::size_t i = 0; i < hops; ++i) {
-        const auto hop = part(samples, i * samplesPerHop, samplesPerHop);
-        const double energy = withoutLastDigits(sumOfSquares(hop.older) + sumOfSquares(hop.newer));
-        envelope[i] = std::sqrt(energy / static_cast<double>(samplesPerHop));
+/// `energyOf(first, count)` is the sum of the squares of these samples.
+template <class EnergyOf> std::vector<double> envelopeOf(const Window& window, const EnergyOf& energyOf) {
+    std::vector<double> envelope(window.hops);
+    for (std::size_t i = 0; i < window.hops; ++i) {
+        const double energy = energyOf(window.first + i * window.samplesPerHop, window.samplesPerHop);
+        envelope[i] = std::sqrt(withoutLastDigits(energy) / static_cast<double>(window.samplesPerHop));
     }
     return envelope;
 }
@@ -164,7 +159,7 @@ Peak strongestCorrelation(const Onsets& onsets, std::span<const double> energies
     return peak;
 }
 
-std::optional<TempoEstimate> tempoOf(const Onsets& onsets) {
+std::optional<TempoEstimate> tempoOfOnsets(const Onsets& onsets) {
     std::vector<double> energies(onsets.hops + 1);
     std::partial_sum(onsets.squares.begin(),
                      onsets.squares.begin() + static_cast<std::ptrdiff_t>(onsets.hops), energies.begin() + 1);
@@ -180,29 +175,42 @@ std::optional<TempoEstimate> tempoOf(const Onsets& onsets) {
     };
 }
 
+std::optional<TempoEstimate> tempoOf(std::span<const double> envelope) {
+    const double total = std::accumulate(envelope.begin(), envelope.end(), 0.0);
+    if (total / static_cast<double>(envelope.size()) < kQuietestMeanLevel)
+        return std::nullopt;
+    return tempoOfOnsets(Onsets(envelope));
+}
+
 } // namespace
 
 std::optional<TempoEstimate> TempoAnalyzer::estimate(const AudioSampleRingBuffer& ring, double sampleRate,
                                                      int channelCount) const {
+    const auto window = newestWindow(ring.writeCursor(), ring.capacity(), sampleRate, channelCount);
+    if (!window)
+        return std::nullopt;
+    return tempoOf(envelopeOf(*window, [&ring](std::size_t first, std::size_t count) {
+        const auto samples = ring.range(first, count);
+        return samples ? sumOfSquares(*samples) : 0.0;
+    }));
+}
+
+std::optional<TempoEstimate> TempoAnalyzer::estimate(const AudioSampleRingBuffer& ring,
+                                                     const RunningEnergy& energy, double sampleRate,
+                                                     int channelCount) const {
+    const auto window = newestWindow(energy.writeCursor(), energy.reach(), sampleRate, channelCount);
+    if (!window)
+        return std::nullopt;
+    return tempoOf(envelopeOf(
+        *window, [&](std::size_t first, std::size_t count) { return energy.sum(ring, first, count); }));
+}
+
+std::size_t TempoAnalyzer::longestSound(const AudioSampleRingBuffer& ring, double sampleRate,
+                                        int channelCount) {
     if (sampleRate <= 0 || channelCount < 1)
-        return std::nullopt;
+        return 0;
     const auto channels = static_cast<std::size_t>(channelCount);
-    const std::size_t frames = std::min(
-        {ring.capacity() / channels, ring.writeCursor() / channels, frameCount(kLongestSound * sampleRate)});
-    if (frames < frameCount(kShortestSound * sampleRate))
-        return std::nullopt;
-    const auto samples = ring.latest(frames * channels);
-    if (!samples)
-        return std::nullopt;
-    const std::size_t hop = std::max<std::size_t>(frameCount(sampleRate / kHopsPerSecond), 1);
-    const std::size_t hops = frames / hop;
-    if (hops < kFewestHops)
-        return std::nullopt;
-    const auto envelope = envelopeOf(*samples, hops, hop * channels);
-    const double total = std::accumulate(envelope.begin(), envelope.end(), 0.0);
-    if (total / static_cast<double>(hops) < kQuietestMeanLevel)
-        return std::nullopt;
-    return tempoOf(Onsets(envelope));
+    return std::min(ring.capacity() / channels, frameCount(kLongestSound * sampleRate)) * channels;
 }
 
 } // namespace vello

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "AudioEngine/Analysis/RunningEnergy.h"
 #include "AudioEngine/Realtime/AudioSampleRingBuffer.h"
 
+#include <cstddef>
 #include <optional>
 
 namespace vello {
@@ -24,6 +26,13 @@ public:
     /// Aborts the process when `sampleRate` is NaN or too large to count frames.
     std::optional<TempoEstimate> estimate(const AudioSampleRingBuffer& ring, double sampleRate,
                                           int channelCount) const;
+    /// The estimate of the moment of the last update of `energy`, the running energy of `ring`, for a tap
+    /// that is estimated again and again. Equals the one above, but for the rounding of sums.
+    std::optional<TempoEstimate> estimate(const AudioSampleRingBuffer& ring, const RunningEnergy& energy,
+                                          double sampleRate, int channelCount) const;
+    /// How many of the newest samples an estimate uses at most: the reach that its running energy needs. 0
+    /// where there is never an estimate.
+    static std::size_t longestSound(const AudioSampleRingBuffer& ring, double sampleRate, int channelCount);
 };
 
 } // namespace vello

@@ -81,18 +81,33 @@ std::optional<float> SourceMeters::measure(const std::string& sourceID, const Pr
 
 void SourceMeters::updateTempo(const std::string& sourceID, const ProcessTap& tap, Memory& memory,
                                MainThread::Instant now) {
+    const RunningEnergy& energy = energyOf(tap, memory);
     if (memory.lastTempoAnalysisAt && now - *memory.lastTempoAnalysisAt < kTempoPeriod)
         return;
     memory.lastTempoAnalysisAt = now;
     const TapRealtimeContext& context = *tap.realtimeContext();
     if (const auto estimate =
-            tempoAnalyzer_.estimate(context.ringBuffer, tap.sampleRate(), context.channelCount)) {
+            tempoAnalyzer_.estimate(context.ringBuffer, energy, tap.sampleRate(), context.channelCount)) {
         tempo_.insert_or_assign(sourceID, *estimate);
         memory.lastTempoDetectedAt = now;
     } else if (!memory.lastTempoDetectedAt || now - *memory.lastTempoDetectedAt > kTempoHold) {
         tempo_.erase(sourceID);
         memory.lastTempoDetectedAt.reset();
     }
+}
+
+/// Up to date: with every tick, while the samples are still in a cache. Begins anew with another context,
+/// whose ring holds other samples, and with another sample rate.
+const RunningEnergy& SourceMeters::energyOf(const ProcessTap& tap, Memory& memory) {
+    const auto& context = tap.realtimeContext();
+    const std::size_t reach =
+        TempoAnalyzer::longestSound(context->ringBuffer, tap.sampleRate(), context->channelCount);
+    if (!memory.energy || memory.energy->reach() != reach || memory.heard.lock() != context) {
+        memory.energy.emplace(reach, static_cast<std::size_t>(std::max(context->channelCount, 1)));
+        memory.heard = context;
+    }
+    memory.energy->update(context->ringBuffer);
+    return *memory.energy;
 }
 
 void SourceMeters::forgetTempo(const std::string& sourceID, Memory& memory) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "AudioEngine/Analysis/RunningEnergy.h"
 #include "AudioEngine/Analysis/SpectrumAnalyzer.h"
 #include "AudioEngine/Analysis/TempoAnalyzer.h"
 #include "AudioEngine/Capture/TapCoordinator.h"
@@ -9,6 +10,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -41,12 +43,15 @@ private:
         std::optional<MainThread::Instant> lastAudibleAt;
         std::optional<MainThread::Instant> lastTempoAnalysisAt;
         std::optional<MainThread::Instant> lastTempoDetectedAt;
+        std::weak_ptr<const TapRealtimeContext> heard; ///< whose ring the energy belongs to
+        std::optional<RunningEnergy> energy;
     };
 
     void forgetAllBut(const Predicate& isKept);
     std::optional<float> measure(const std::string& sourceID, const ProcessTap& tap, MainThread::Instant now);
     void updateTempo(const std::string& sourceID, const ProcessTap& tap, Memory& memory,
                      MainThread::Instant now);
+    static const RunningEnergy& energyOf(const ProcessTap& tap, Memory& memory);
     void forgetTempo(const std::string& sourceID, Memory& memory);
     std::optional<SpectrumAnalyzer::Levels> analyze(const TapCoordinator::Taps& taps,
                                                     const std::optional<std::string>& activeSourceID);

@@ -43,12 +43,16 @@ void AudioSampleRingBuffer::prefetch(std::size_t count) const noexcept VELLO_REA
 
 std::optional<AudioSampleRingBuffer::Samples>
 AudioSampleRingBuffer::latest(std::size_t count) const noexcept {
-    if (count < 1 || count > capacity_)
+    const std::size_t cursor = writeCursor();
+    return count <= cursor ? range(cursor - count, count) : std::nullopt;
+}
+
+std::optional<AudioSampleRingBuffer::Samples> AudioSampleRingBuffer::range(std::size_t first,
+                                                                           std::size_t count) const noexcept {
+    const std::size_t cursor = writeCursor();
+    if (count < 1 || count > capacity_ || count > cursor || first > cursor - count)
         return std::nullopt;
-    const std::size_t cursor = writeCursor_.load(std::memory_order_acquire);
-    if (cursor < count)
-        return std::nullopt;
-    const std::size_t position = (cursor - count) & mask_;
+    const std::size_t position = first & mask_;
     const std::size_t untilWrap = std::min(count, capacity_ - position);
     return Samples{{storage_.get() + position, untilWrap}, {storage_.get(), count - untilWrap}};
 }

@@ -44,6 +44,9 @@ public:
     /// overwrite them, the oldest first. Returns nullopt when fewer samples have been written, or when
     /// `count` is 0 or above the capacity. Any thread; valid for the lifetime of the ring.
     std::optional<Samples> latest(std::size_t count) const noexcept;
+    /// `count` samples from number `first` on, counted from the first sample ever written, otherwise as
+    /// latest(). Where the writer has overwritten a sample, its newer one stands in its place.
+    std::optional<Samples> range(std::size_t first, std::size_t count) const noexcept;
     /// Copies the newest `count` samples, oldest first. Returns false and copies nothing when latest() would
     /// return nullopt or `destination` is null. Any thread.
     bool copyLatest(float* destination, std::size_t count) const noexcept;

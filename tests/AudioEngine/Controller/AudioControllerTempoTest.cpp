@@ -94,5 +94,21 @@ TEST_F(ControllerMeters, ARebuiltTapKeepsNothingOfTheOldOnesSound) {
     EXPECT_THAT(levels(), IsEmpty());
 }
 
+TEST_F(ControllerMeters, ARebuiltTapHasTheTempoOfItsOwnSoundOnly) {
+    findTheBeat();
+    controller->setProcessingEnabled(false);
+    controller->setProcessingEnabled(true);
+    mainThread.runPosted();          // no tick in between
+    writeSilence(ring("player"), 6); // as many samples as the old ring had
+    setLevel("player", 0.5F);
+    ticksWithin(600ms);
+    EXPECT_EQ(controller->level("player"), 0.5F);
+    ticksWithin(5s);
+    EXPECT_EQ(controller->tempo("player"), std::nullopt);
+    writeClicksAt120(ring("player"), 6);
+    ticksWithin(600ms);
+    EXPECT_EQ(beats("player"), 120);
+}
+
 } // namespace
 } // namespace vello

@@ -58,6 +58,24 @@ TEST(AudioSampleRingBuffer, ShowsTheNewestSamplesWhereTheyLieInOrder) {
     }
 }
 
+TEST(AudioSampleRingBuffer, ShowsAnyRangeOfTheSamplesThatItHolds) {
+    AudioSampleRingBuffer ring(8);
+    append(ring, counting(1, 6));
+    append(ring, counting(7, 4)); // sample number n is n + 1
+    for (std::size_t first = 2; first < 10; ++first)
+        for (std::size_t count = 1; first + count <= 10; ++count) {
+            const auto shown = ring.range(first, count);
+            ASSERT_TRUE(shown) << count << " from " << first;
+            for (std::size_t i = 0; i < count; ++i)
+                EXPECT_EQ((*shown)[i], static_cast<float>(first + i + 1));
+        }
+    EXPECT_EQ((*ring.range(1, 2))[0], 10.0F) << "sample 1 was overwritten by sample 9";
+    EXPECT_FALSE(ring.range(9, 2)) << "sample 10 is not written yet";
+    EXPECT_FALSE(ring.range(11, 1));
+    EXPECT_FALSE(ring.range(0, 9)) << "more than the ring holds";
+    EXPECT_FALSE(ring.range(5, 0));
+}
+
 TEST(AudioSampleRingBuffer, DropsABlockThatIsLargerThanItselfWhole) {
     AudioSampleRingBuffer ring(8);
     append(ring, counting(1, 9));
