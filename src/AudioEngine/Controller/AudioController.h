@@ -67,6 +67,8 @@ public:
     /// Of the active source.
     const Published<SpectrumAnalyzer::Levels>& spectrum() const { return meters_.spectrum(); }
     const Published<TempoEstimates>& tempoEstimates() const { return meters_.tempoEstimates(); }
+    /// When levels, spectrum and tempo were last read; changes with every reading, also if they do not.
+    const Published<MainThread::Instant>& metersUpdatedAt() const { return meters_.updatedAt(); }
     /// The outputs that the user can choose, the default first.
     const Published<std::vector<AudioOutputRoute>>& outputRoutes() const { return outputRoutes_.routes(); }
     /// For every source ever configured, even if it does not currently play.

@@ -46,6 +46,7 @@ void SourceMeters::update(const TapCoordinator::Taps& taps, const std::optional<
     publishTempo();
     levels_.set(std::move(levels));
     spectrum_.set(magnitudes ? smoothed(spectrum_.value(), *magnitudes) : decayed(spectrum_.value()));
+    updatedAt_.set(now);
 }
 
 void SourceMeters::keepOnly(const Predicate& isKept) {

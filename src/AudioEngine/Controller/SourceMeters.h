@@ -31,6 +31,8 @@ public:
     const Published<SpectrumAnalyzer::Levels>& spectrum() const { return spectrum_; }
     /// For audible sources, estimated twice a second. An estimate is kept for 4 s if there is no new one.
     const Published<TempoEstimates>& tempoEstimates() const { return tempoEstimates_; }
+    /// The time of the latest update. Changes with every one, after all other values.
+    const Published<MainThread::Instant>& updatedAt() const { return updatedAt_; }
 
     /// Reads the taps once. `activeSourceID` is the source whose spectrum is computed.
     void update(const TapCoordinator::Taps& taps, const std::optional<std::string>& activeSourceID,
@@ -60,6 +62,7 @@ private:
     Published<Levels> levels_;
     Published<SpectrumAnalyzer::Levels> spectrum_;
     Published<TempoEstimates> tempoEstimates_;
+    Published<MainThread::Instant> updatedAt_;
     SpectrumAnalyzer spectrumAnalyzer_;
     TempoAnalyzer tempoAnalyzer_;
     std::map<std::string, Memory, std::less<>> memories_;

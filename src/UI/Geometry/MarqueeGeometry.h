@@ -10,7 +10,6 @@ namespace vello {
 struct MarqueeGeometry {
     static constexpr double pointsPerSecond = 18.4;
     static constexpr double edgeFadeWidth = 8.0;
-    static constexpr double tickInterval = 1.0 / 30.0;
 
     double textWidth = 0.0;
     double viewportWidth = 0.0;

@@ -2,41 +2,38 @@
 #include "UI/Panel/LevelFollower.h"
 
 namespace vello {
+namespace {
 
-/// Runs in step with the window's frames, as every Qt animation does.
-class LevelFollower::Clock final : public QAbstractAnimation {
-public:
-    explicit Clock(LevelFollower& follower) : follower_(follower) {}
+/// Half the time between two ticks: the tick that is closest to the end is the end.
+constexpr std::chrono::milliseconds kTolerance{16};
 
-    int duration() const override { return static_cast<int>(LevelFollower::duration.count()); }
+} // namespace
 
-protected:
-    void updateCurrentTime(int) override { follower_.tick(); }
+double LevelFollower::Way::position(FrameClock::Instant now) const {
+    const auto elapsed = now - start;
+    if (elapsed + kTolerance >= duration)
+        return to;
+    return from + (to - from) * (std::chrono::duration<double>(elapsed) / duration);
+}
 
-private:
-    LevelFollower& follower_;
-};
-
-LevelFollower::LevelFollower(QObject* parent) : QObject(parent), clock_(std::make_unique<Clock>(*this)) {}
-
-LevelFollower::~LevelFollower() = default;
-
-double LevelFollower::position() const {
-    if (clock_->state() != QAbstractAnimation::Running)
-        return to_;
-    return from_ + (to_ - from_) * clock_->currentTime() / clock_->duration();
+void LevelFollower::setClock(FrameClock* clock) {
+    if (clock == clock_)
+        return;
+    if (clock_)
+        disconnect(clock_, nullptr, this, nullptr);
+    clock_ = clock;
+    if (clock_)
+        connect(clock_, &FrameClock::ticked, this, &LevelFollower::tick);
+    emit clockChanged();
 }
 
 void LevelFollower::setTo(double to) {
     if (to == to_)
         return;
-    from_ = position();
     to_ = to;
     emit toChanged();
-    if (!isComplete_ || !isAnimated_)
-        return jump();
-    clock_->stop();
-    clock_->start();
+    if (!isComplete_ || !isAnimated_ || !clock_)
+        jump();
 }
 
 void LevelFollower::setAnimated(bool isAnimated) {
@@ -48,24 +45,33 @@ void LevelFollower::setAnimated(bool isAnimated) {
         jump();
 }
 
+void LevelFollower::setOnScreen(bool isOnScreen) {
+    if (isOnScreen == isOnScreen_)
+        return;
+    isOnScreen_ = isOnScreen;
+    emit onScreenChanged();
+    jump();
+}
+
 void LevelFollower::componentComplete() {
     isComplete_ = true;
     jump();
 }
 
 void LevelFollower::jump() {
-    clock_->stop();
-    setValue(to_);
+    way_ = {to_, to_, {}};
+    if (isOnScreen_)
+        setValue(to_);
 }
 
 void LevelFollower::tick() {
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    const auto current = std::chrono::duration_cast<std::chrono::milliseconds>(now) / step;
-    const bool isAtEnd = clock_->currentTime() >= clock_->duration();
-    if (!isAtEnd && current == lastStep_)
+    if (!isOnScreen_)
         return;
-    lastStep_ = current;
-    setValue(isAtEnd ? to_ : position());
+    const FrameClock::Instant now = clock_->now();
+    const double position = way_.position(now);
+    if (way_.to != to_)
+        way_ = {position, to_, now};
+    setValue(position);
 }
 
 void LevelFollower::setValue(double value) {

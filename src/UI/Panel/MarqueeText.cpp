@@ -6,24 +6,32 @@
 #include <QLinearGradient>
 #include <QPainter>
 
+#include <chrono>
 #include <cmath>
 
 namespace vello {
 
 MarqueeText::MarqueeText(QQuickItem* parent) : QQuickPaintedItem(parent), font_(QGuiApplication::font()) {
     font_.setPixelSize(10);
-    animationTimer_.setTimerType(Qt::PreciseTimer);
-    animationTimer_.setInterval(static_cast<int>(MarqueeGeometry::tickInterval * 1000.0));
-    connect(&animationTimer_, &QTimer::timeout, this, &MarqueeText::tick);
-    sinceAnimationStart_.start();
     measure();
+}
+
+void MarqueeText::setClock(FrameClock* clock) {
+    if (clock == clock_)
+        return;
+    if (clock_)
+        disconnect(clock_, nullptr, this, nullptr);
+    clock_ = clock;
+    if (clock_)
+        connect(clock_, &FrameClock::ticked, this, &MarqueeText::tick);
+    emit clockChanged();
 }
 
 void MarqueeText::setText(const QString& text) {
     if (text == text_)
         return;
     text_ = text;
-    sinceAnimationStart_.start();
+    animationStart_.reset();
     setOffset(0.0);
     measure();
     emit textChanged();
@@ -53,6 +61,15 @@ void MarqueeText::setReduceMotion(bool reduceMotion) {
     emit reduceMotionChanged();
 }
 
+void MarqueeText::setOnScreen(bool isOnScreen) {
+    if (isOnScreen == isOnScreen_)
+        return;
+    isOnScreen_ = isOnScreen;
+    if (clock_ && animationStart_)
+        tick();
+    emit onScreenChanged();
+}
+
 void MarqueeText::setMirrored(bool isMirrored) {
     if (isMirrored == isMirrored_)
         return;
@@ -69,20 +86,21 @@ void MarqueeText::measure() {
     update();
 }
 
+bool MarqueeText::moves() const {
+    return geometry().overflows() && !reduceMotion_ && isVisible() && window();
+}
+
 void MarqueeText::review() {
-    const bool moves = geometry().overflows() && !reduceMotion_ && isVisible() && window();
-    if (moves == animationTimer_.isActive())
-        return;
-    if (moves) {
-        animationTimer_.start();
-    } else {
-        animationTimer_.stop();
+    if (!moves())
         setOffset(0.0);
-    }
 }
 
 void MarqueeText::tick() {
-    setOffset(geometry().marqueeOffset(static_cast<double>(sinceAnimationStart_.elapsed()) / 1000.0));
+    if (!animationStart_)
+        animationStart_ = clock_->now();
+    const std::chrono::duration<double> elapsed = clock_->now() - *animationStart_;
+    if (isOnScreen_ && moves())
+        setOffset(geometry().marqueeOffset(elapsed.count()));
 }
 
 void MarqueeText::setOffset(double offset) {

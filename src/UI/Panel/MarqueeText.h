@@ -2,25 +2,32 @@
 #pragma once
 
 #include "UI/Geometry/MarqueeGeometry.h"
+#include "UI/Panel/FrameClock.h"
 
 #include <QColor>
-#include <QElapsedTimer>
 #include <QFont>
+#include <QPointer>
 #include <QQuickPaintedItem>
-#include <QTimer>
 #include <QtQmlIntegration>
+
+#include <optional>
 
 namespace vello {
 
 /// One line of text as wide as the item. A text that does not fit scrolls to the left, or to the right when
-/// it is read from right to left. Costs nothing while the text is invisible, fits or must not move.
+/// it is read from right to left, at the ticks of `clock`.
 class MarqueeText : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
+    /// Must outlive the item. Without a clock, the text does not move.
+    Q_PROPERTY(vello::FrameClock* clock READ clock WRITE setClock NOTIFY clockChanged)
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
     Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY colorChanged)
     Q_PROPERTY(int pixelSize READ pixelSize WRITE setPixelSize NOTIFY pixelSizeChanged)
     Q_PROPERTY(bool reduceMotion READ reduceMotion WRITE setReduceMotion NOTIFY reduceMotionChanged)
+    /// While false, the text stays as it is, so that nothing is drawn. Then it is where its time has brought
+    /// it.
+    Q_PROPERTY(bool isOnScreen READ isOnScreen WRITE setOnScreen NOTIFY onScreenChanged)
     /// When true, a text that fits is aligned to the right edge.
     Q_PROPERTY(bool isMirrored READ isMirrored WRITE setMirrored NOTIFY mirroredChanged)
     /// In reading direction: 0 at the start, negative while the text leaves, positive while it returns.
@@ -29,6 +36,8 @@ class MarqueeText : public QQuickPaintedItem {
 public:
     explicit MarqueeText(QQuickItem* parent = nullptr);
 
+    FrameClock* clock() const { return clock_; }
+    void setClock(FrameClock* clock);
     QString text() const { return text_; }
     void setText(const QString& text);
     QColor color() const { return color_; }
@@ -37,6 +46,8 @@ public:
     void setPixelSize(int pixelSize);
     bool reduceMotion() const { return reduceMotion_; }
     void setReduceMotion(bool reduceMotion);
+    bool isOnScreen() const { return isOnScreen_; }
+    void setOnScreen(bool isOnScreen);
     bool isMirrored() const { return isMirrored_; }
     void setMirrored(bool isMirrored);
     double offset() const { return offset_; }
@@ -44,10 +55,12 @@ public:
     void paint(QPainter* painter) override;
 
 signals:
+    void clockChanged();
     void textChanged();
     void colorChanged();
     void pixelSizeChanged();
     void reduceMotionChanged();
+    void onScreenChanged();
     void mirroredChanged();
     void offsetChanged();
 
@@ -60,20 +73,22 @@ private:
     /// Left edge of the text, from the item's left edge.
     double left() const;
     void measure();
-    /// Starts or stops the timer, depending on whether the text has to move.
+    bool moves() const;
+    /// Returns the text to its start when it does not move.
     void review();
     void tick();
     void setOffset(double offset);
 
+    QPointer<FrameClock> clock_;
     QString text_;
     QColor color_ = Qt::black;
     QFont font_;
     double textWidth_ = 0.0;
     double offset_ = 0.0;
     bool reduceMotion_ = false;
+    bool isOnScreen_ = true;
     bool isMirrored_ = false;
-    QElapsedTimer sinceAnimationStart_;
-    QTimer animationTimer_;
+    std::optional<FrameClock::Instant> animationStart_; ///< absent until the first tick of a text
 };
 
 } // namespace vello

@@ -9,28 +9,26 @@ using Status = AudioCapturePermission::Status;
 
 PanelModel::PanelModel(AudioController& controller, MeterAudience& meters,
                        LaunchAtLoginController& launchAtLogin, AppIconProvider& icons)
-    : controller_(controller), meters_(meters), launchAtLogin_(launchAtLogin), sources_(controller, icons) {
+    : controller_(controller), meters_(meters), launchAtLogin_(launchAtLogin),
+      sources_(controller, icons, clock_) {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     QJSEngine::setObjectOwnership(&sources_, QJSEngine::CppOwnership);
+    QJSEngine::setObjectOwnership(&clock_, QJSEngine::CppOwnership);
     connect(&sources_, &SourceListModel::toggled, this, &PanelModel::toggle);
     observe();
+    observeMeters();
     refreshSources();
 }
 
 void PanelModel::observe() {
     const auto keep = [this](Observation observation) { observations_.push_back(std::move(observation)); };
-    const auto refreshAll = [this](void (SourceItem::*refresh)()) {
-        return [this, refresh](const auto&) {
-            sources_.forEach([refresh](SourceItem& item) { (item.*refresh)(); });
-        };
+    const auto refreshing = [this](Refresh refresh) {
+        return [this, refresh](const auto&) { refreshAll(refresh); };
     };
     keep(controller_.sources().observe([this](const auto&) { refreshSources(); }));
-    keep(controller_.settingsBySourceID().observe(refreshAll(&SourceItem::refreshSettings)));
-    keep(controller_.outputRoutes().observe(refreshAll(&SourceItem::refreshRoutes)));
-    keep(controller_.userPresets().observe(refreshAll(&SourceItem::refreshPresets)));
-    keep(controller_.levels().observe(refreshAll(&SourceItem::refreshLevel)));
-    keep(controller_.tempoEstimates().observe(refreshAll(&SourceItem::refreshTempo)));
-    keep(controller_.spectrum().observe(refreshAll(&SourceItem::refreshSpectrum)));
+    keep(controller_.settingsBySourceID().observe(refreshing(&SourceItem::refreshSettings)));
+    keep(controller_.outputRoutes().observe(refreshing(&SourceItem::refreshRoutes)));
+    keep(controller_.userPresets().observe(refreshing(&SourceItem::refreshPresets)));
     keep(controller_.isProcessingEnabled().observe([this](bool) { emit processingEnabledChanged(); }));
     keep(controller_.capturePermission().status().observe([this](Status) {
         controller_.permissionStatusChanged();
@@ -38,6 +36,28 @@ void PanelModel::observe() {
     }));
     keep(launchAtLogin_.isEnabled().observe([this](bool) { emit launchChanged(); }));
     keep(launchAtLogin_.didFailToUpdate().observe([this](bool) { emit launchChanged(); }));
+}
+
+/// While the panel is hidden, somebody else may look at the meters.
+void PanelModel::observeMeters() {
+    const auto keep = [this](Observation observation) { observations_.push_back(std::move(observation)); };
+    const auto refreshing = [this](Refresh refresh) {
+        return [this, refresh](const auto&) {
+            if (seat_)
+                refreshAll(refresh);
+        };
+    };
+    keep(controller_.levels().observe(refreshing(&SourceItem::refreshLevel)));
+    keep(controller_.tempoEstimates().observe(refreshing(&SourceItem::refreshTempo)));
+    keep(controller_.spectrum().observe(refreshing(&SourceItem::refreshSpectrum)));
+    keep(controller_.metersUpdatedAt().observe([this](FrameClock::Instant now) {
+        if (seat_)
+            clock_.tick(now);
+    }));
+}
+
+void PanelModel::refreshAll(Refresh refresh) const {
+    sources_.forEach([refresh](SourceItem& item) { (item.*refresh)(); });
 }
 
 bool PanelModel::isAuthorized() const {
@@ -72,6 +92,9 @@ void PanelModel::setShown(bool isShown) {
     controller_.capturePermission().refresh();
     controller_.permissionStatusChanged();
     seat_ = meters_.join();
+    for (const Refresh refresh :
+         {&SourceItem::refreshLevel, &SourceItem::refreshTempo, &SourceItem::refreshSpectrum})
+        refreshAll(refresh);
 }
 
 void PanelModel::toggle(const std::string& sourceID) {

@@ -4,6 +4,7 @@
 #include "AudioEngine/Controller/AudioController.h"
 #include "AudioEngine/Controller/LaunchAtLoginController.h"
 #include "AudioEngine/Controller/MeterAudience.h"
+#include "UI/Panel/FrameClock.h"
 #include "UI/Panel/SourceListModel.h"
 
 #include <QObject>
@@ -67,7 +68,11 @@ signals:
     void quitRequested();
 
 private:
+    using Refresh = void (SourceItem::*)();
+
     void observe();
+    void observeMeters();
+    void refreshAll(Refresh refresh) const;
     void refreshSources();
     void showExpansion();
     void toggle(const std::string& sourceID);
@@ -75,6 +80,7 @@ private:
     AudioController& controller_;
     MeterAudience& meters_;
     LaunchAtLoginController& launchAtLogin_;
+    FrameClock clock_;
     SourceListModel sources_;
     std::optional<std::string> expandedSourceID_;
     double headerTitleExpansion_ = 0.0;

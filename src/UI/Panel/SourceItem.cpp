@@ -14,8 +14,8 @@ constexpr double kLevelSteps = 72.0;
 
 } // namespace
 
-SourceItem::SourceItem(AudioController& controller, AppAudioSource source, QIcon icon)
-    : controller_(controller), source_(std::move(source)), icon_(std::move(icon)),
+SourceItem::SourceItem(AudioController& controller, FrameClock& clock, AppAudioSource source, QIcon icon)
+    : controller_(controller), clock_(clock), source_(std::move(source)), icon_(std::move(icon)),
       equalizer_(controller, source_.id, nullptr) {
     refreshRouteName();
     refreshLevel();

@@ -3,6 +3,7 @@
 
 #include "Models/AppAudioSource.h"
 #include "UI/Panel/EqualizerModel.h"
+#include "UI/Panel/FrameClock.h"
 
 #include <QIcon>
 #include <QObject>
@@ -27,9 +28,11 @@ class SourceItem : public QObject {
     Q_PROPERTY(QString outputRouteName READ outputRouteName NOTIFY routeChanged)
     Q_PROPERTY(bool isExpanded READ isExpanded NOTIFY expandedChanged)
     Q_PROPERTY(vello::EqualizerModel* equalizer READ equalizer CONSTANT)
+    Q_PROPERTY(vello::FrameClock* clock READ clock CONSTANT)
 
 public:
-    SourceItem(AudioController& controller, AppAudioSource source, QIcon icon);
+    /// `controller` and `clock` must outlive the item.
+    SourceItem(AudioController& controller, FrameClock& clock, AppAudioSource source, QIcon icon);
 
     const AppAudioSource& source() const { return source_; }
     void setSource(AppAudioSource source, QIcon icon);
@@ -46,6 +49,7 @@ public:
     bool isExpanded() const { return isExpanded_; }
     void setExpanded(bool isExpanded);
     EqualizerModel* equalizer() { return &equalizer_; }
+    FrameClock* clock() const { return &clock_; }
 
     /// Opens the card and closes any other one, or closes the card when it is open.
     Q_INVOKABLE void toggle() { emit toggled(); }
@@ -70,6 +74,7 @@ private:
     void refreshRouteName();
 
     AudioController& controller_;
+    FrameClock& clock_;
     AppAudioSource source_;
     QIcon icon_;
     std::optional<double> level_;

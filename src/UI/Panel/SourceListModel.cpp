@@ -9,8 +9,8 @@
 
 namespace vello {
 
-SourceListModel::SourceListModel(AudioController& controller, AppIconProvider& icons)
-    : controller_(controller), icons_(icons) {
+SourceListModel::SourceListModel(AudioController& controller, AppIconProvider& icons, FrameClock& clock)
+    : controller_(controller), icons_(icons), clock_(clock) {
     connect(&icons_, &AppIconProvider::found, this, &SourceListModel::refreshIcons);
 }
 
@@ -44,7 +44,7 @@ void SourceListModel::removeAbsent(const std::vector<AppAudioSource>& sources) {
 void SourceListModel::place(const AppAudioSource& source, int row) {
     const int present = rowOf(source.id);
     if (present < 0) {
-        auto item = std::make_unique<SourceItem>(controller_, source, icons_.icon(source));
+        auto item = std::make_unique<SourceItem>(controller_, clock_, source, icons_.icon(source));
         QJSEngine::setObjectOwnership(item.get(), QJSEngine::CppOwnership);
         QJSEngine::setObjectOwnership(item->equalizer(), QJSEngine::CppOwnership);
         SourceItem* const added = item.get();

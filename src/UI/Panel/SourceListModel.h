@@ -25,7 +25,8 @@ class SourceListModel : public QAbstractListModel {
 public:
     enum Role { sourceRole = Qt::UserRole + 1 };
 
-    SourceListModel(AudioController& controller, AppIconProvider& icons);
+    /// All arguments must outlive the model.
+    SourceListModel(AudioController& controller, AppIconProvider& icons, FrameClock& clock);
 
     /// Updates the rows to match the controller's sources.
     void refreshSources();
@@ -49,6 +50,7 @@ private:
 
     AudioController& controller_;
     AppIconProvider& icons_;
+    FrameClock& clock_;
     std::vector<std::unique_ptr<SourceItem>> items_;
 };
 

@@ -304,5 +304,17 @@ TEST_F(ControllerMeters, WhileNobodyLooksOnlyThePollAndTheWatchdogWakeIt) {
     EXPECT_EQ(mainThread.pendingTaskCount(), 2U);
 }
 
+TEST_F(ControllerMeters, EveryUpdateIsToldOnceAfterItsValues) {
+    startMeters();
+    setLevel("player", 0.25F);
+    std::vector<std::string> told;
+    const auto levels = controller->levels().observe([&](const auto&) { told.emplace_back("levels"); });
+    const auto updates =
+        controller->metersUpdatedAt().observe([&](const auto&) { told.emplace_back("update"); });
+    tick(3);
+    EXPECT_THAT(told, testing::ElementsAre("levels", "update", "update", "update"));
+    EXPECT_EQ(controller->metersUpdatedAt().value(), mainThread.now());
+}
+
 } // namespace
 } // namespace vello

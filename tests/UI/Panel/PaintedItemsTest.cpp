@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "support/WaitUntil.h"
-
 #include "UI/Panel/MarqueeText.h"
 #include "UI/Panel/SpectrumGlowView.h"
 
 #include <gtest/gtest.h>
-#include <QElapsedTimer>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QQuickWindow>
 
+#include <chrono>
 #include <cmath>
 
 namespace vello {
 namespace {
+
+using namespace std::chrono_literals;
 
 QImage painted(QQuickPaintedItem& item) {
     QImage image(item.size().toSize(), QImage::Format_ARGB32_Premultiplied);
@@ -46,11 +46,14 @@ protected:
     MarqueeTextTest() {
         text.setParentItem(window.contentItem());
         text.setSize({72.0, 14.0});
+        text.setClock(&clock);
         window.resize(200, 100);
         window.show();
     }
+    void tickAfter(std::chrono::milliseconds duration) { clock.tick(clock.now() + duration); }
 
     QQuickWindow window;
+    FrameClock clock;
     MarqueeText text;
 };
 
@@ -66,7 +69,9 @@ TEST_F(MarqueeTextTest, RestsWhileItFits) {
 
 TEST_F(MarqueeTextTest, MovesToTheLeftAndFadesAtBothEdgesWhenItDoesNotFit) {
     text.setText(kLong);
-    ASSERT_TRUE(waitUntil([&] { return text.offset() < -9.2; }));
+    tickAfter(0ms);
+    tickAfter(500ms);
+    EXPECT_DOUBLE_EQ(text.offset(), -9.2);
     const QImage image = painted(text);
     EXPECT_LT(inkIn(image, {0, 0, 4, 14}), inkIn(image, {8, 0, 4, 14}));
     EXPECT_LT(inkIn(image, {68, 0, 4, 14}), inkIn(image, {56, 0, 8, 14}));
@@ -76,47 +81,61 @@ TEST_F(MarqueeTextTest, IsWhereItsTimeHasBroughtIt) {
     QFont font = QGuiApplication::font();
     font.setPixelSize(10);
     const MarqueeGeometry geometry{std::ceil(QFontMetricsF(font).horizontalAdvance(kLong)), text.width()};
-    const auto offsetAfter = [&geometry](qint64 milliseconds) {
-        return geometry.marqueeOffset(static_cast<double>(milliseconds) / 1000.0);
-    };
-    QElapsedTimer sinceBefore;
-    sinceBefore.start();
     text.setText(kLong);
-    QElapsedTimer sinceAfter;
-    sinceAfter.start();
-    qint64 earliest = 0; // lower bound of the time at a move, in ms
-    QObject::connect(&text, &MarqueeText::offsetChanged, [&] {
-        EXPECT_LE(text.offset(), offsetAfter(earliest));
-        EXPECT_GE(text.offset(), offsetAfter(sinceBefore.elapsed()));
-    });
-    ASSERT_TRUE(waitUntil([&] {
-        earliest = sinceAfter.elapsed();
-        return text.offset() < -2.0;
-    }));
+    tickAfter(0ms);
+    for (int tick = 1; tick < 1000; ++tick) {
+        tickAfter(33ms);
+        ASSERT_NEAR(text.offset(), geometry.marqueeOffset(0.033 * tick), 1e-9) << tick;
+    }
 }
 
 TEST_F(MarqueeTextTest, BeginsAnewWithAnotherText) {
     text.setText(kLong);
-    ASSERT_TRUE(waitUntil([&] { return text.offset() < -2.0; }));
+    tickAfter(0ms);
+    tickAfter(1s);
+    ASSERT_LT(text.offset(), -2.0);
     text.setText(kLong + kLong);
     EXPECT_EQ(text.offset(), 0.0);
+    tickAfter(1s);
+    EXPECT_EQ(text.offset(), 0.0) << "its time begins with a tick";
+    tickAfter(1s);
+    EXPECT_DOUBLE_EQ(text.offset(), -18.4);
 }
 
 TEST_F(MarqueeTextTest, StaysAtItsStartWhenMotionIsReduced) {
     text.setText(kLong);
-    ASSERT_TRUE(waitUntil([&] { return text.offset() < -2.0; }));
+    tickAfter(0ms);
+    tickAfter(1s);
+    ASSERT_LT(text.offset(), -2.0);
     text.setReduceMotion(true);
     EXPECT_EQ(text.offset(), 0.0);
-    int moves = 0;
-    QObject::connect(&text, &MarqueeText::offsetChanged, [&moves] { ++moves; });
-    MarqueeText other;
-    other.setParentItem(window.contentItem());
-    other.setSize({72.0, 14.0});
-    other.setText(kLong);
-    ASSERT_TRUE(waitUntil([&] { return other.offset() < -2.0; })) << "time has passed";
-    EXPECT_EQ(moves, 0);
+    tickAfter(1s);
+    EXPECT_EQ(text.offset(), 0.0);
     const QImage image = painted(text);
     EXPECT_LT(inkIn(image, {68, 0, 4, 14}), inkIn(image, {56, 0, 8, 14})) << "its end is faded out";
+}
+
+TEST_F(MarqueeTextTest, StandsStillWhileItIsNotOnTheScreenAndIsWhereItBelongsWhenItIs) {
+    text.setText(kLong);
+    tickAfter(0ms);
+    tickAfter(500ms);
+    text.setOnScreen(false);
+    int moves = 0;
+    QObject::connect(&text, &MarqueeText::offsetChanged, [&moves] { ++moves; });
+    tickAfter(500ms);
+    EXPECT_EQ(moves, 0);
+    text.setOnScreen(true);
+    EXPECT_DOUBLE_EQ(text.offset(), -18.4);
+}
+
+TEST_F(MarqueeTextTest, RestsWithoutAClock) {
+    text.setText(kLong);
+    text.setClock(nullptr);
+    tickAfter(0ms);
+    tickAfter(1s);
+    text.setOnScreen(false);
+    text.setOnScreen(true);
+    EXPECT_EQ(text.offset(), 0.0);
 }
 
 TEST_F(MarqueeTextTest, StandsAtTheRightWhereOneReadsFromThere) {

@@ -197,6 +197,44 @@ TEST_F(PanelModelTest, ReadsMetersOnlyWhileThePanelIsShown) {
     EXPECT_NEAR(scene.item("player")->level(), 0.5, 1.0 / 72.0);
 }
 
+TEST_F(PanelModelTest, DoesNotFollowTheMetersOfOthersWhileItIsHidden) {
+    scene.play(101, "Player");
+    scene.mainThread.advance(std::chrono::seconds(1));
+    scene.hearNoise(0.05);
+    scene.setLevel("player", 0.5F);
+    int ticks = 0;
+    QObject::connect(scene.item("player")->clock(), &FrameClock::ticked, [&ticks] { ++ticks; });
+    const MeterAudience::Seat other = scene.meters->join();
+    scene.tickMeters();
+    EXPECT_TRUE(scene.controller->level("player"));
+    EXPECT_FALSE(scene.item("player")->hasLevel());
+    EXPECT_EQ(ticks, 0);
+    scene.model->setShown(true);
+    EXPECT_NEAR(scene.item("player")->level(), 0.5, 1.0 / 72.0) << "at once";
+    scene.tickMeters();
+    EXPECT_EQ(ticks, 1);
+}
+
+TEST_F(PanelModelTest, TicksWithEveryUpdateOfTheMetersAfterTheirValues) {
+    scene.play(101, "Player");
+    scene.mainThread.advance(std::chrono::seconds(1));
+    scene.hearNoise(0.05);
+    scene.model->setShown(true);
+    std::vector<double> levels;
+    std::vector<FrameClock::Instant> times;
+    const FrameClock& clock = *scene.item("player")->clock();
+    QObject::connect(&clock, &FrameClock::ticked, [&] {
+        levels.push_back(scene.item("player")->level());
+        times.push_back(clock.now());
+    });
+    for (const float level : {0.25F, 0.5F, 0.5F}) {
+        scene.setLevel("player", level);
+        scene.tickMeters();
+        EXPECT_EQ(times.back(), scene.mainThread.now());
+    }
+    EXPECT_EQ(levels, std::vector<double>({0.25, 0.5, 0.5}));
+}
+
 TEST_F(PanelModelTest, LooksAgainAtWhatTheSystemAllowsWhenItIsShown) {
     scene.authorization.answer = Consent::denied;
     scene.loginItem.current = LoginItem::Status::enabled;

@@ -10,6 +10,8 @@ PressControl {
     required property SourceItem source
     /// From 0 (closed) to 1 (open).
     required property real expansion
+    /// While false, nothing in the row moves by itself.
+    required property bool isOnScreen
     /// Space above and below the line that also accepts clicks.
     required property real margin
     readonly property real iconSize: 22
@@ -63,11 +65,15 @@ PressControl {
             Layout.preferredWidth: 72
             Layout.rightMargin: 4
             visible: !root.source.isExpanded && root.source.outputRouteName !== ""
+            clock: root.source.clock
+            isOnScreen: root.isOnScreen
             text: root.source.outputRouteName
         }
         LevelMeterView {
             hasLevel: root.source.hasLevel
             level: root.source.level
+            clock: root.source.clock
+            isOnScreen: root.isOnScreen
         }
         SwitchToggle {
             isOn: root.source.isEQEnabled

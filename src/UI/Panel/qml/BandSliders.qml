@@ -8,6 +8,7 @@ Item {
     id: root
 
     required property EqualizerModel equalizer
+    required property bool isOnScreen
     readonly property real sliderHeight: 132
     readonly property real gutterWidth: 26
     readonly property real spacing: 6
@@ -46,7 +47,7 @@ Item {
         width: bands.width + 2 * bleed
         height: root.sliderHeight + 2 * bleed
         reduceTransparency: Theme.isTransparencyReduced
-        magnitudes: root.equalizer.spectrum
+        magnitudes: root.isOnScreen ? root.equalizer.spectrum : []
         saturation: saturation.value
     }
     Row {

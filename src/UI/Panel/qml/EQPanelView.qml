@@ -7,6 +7,7 @@ Column {
     id: root
 
     required property EqualizerModel modelData
+    property bool isOnScreen: true
     readonly property EqualizerModel equalizer: root.modelData
 
     property bool isNamingPreset: false
@@ -66,6 +67,7 @@ Column {
     }
     BandSliders {
         width: parent.width
+        isOnScreen: root.isOnScreen
         equalizer: root.equalizer
     }
 }

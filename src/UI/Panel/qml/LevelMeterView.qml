@@ -8,6 +8,8 @@ Item {
 
     required property bool hasLevel
     required property real level
+    required property FrameClock clock
+    required property bool isOnScreen
 
     implicitWidth: 36
     implicitHeight: 4
@@ -29,6 +31,8 @@ Item {
     LevelFollower {
         id: shown
 
+        clock: root.clock
+        isOnScreen: root.isOnScreen
         to: root.level
         isAnimated: root.hasLevel && !Theme.isMotionReduced
     }

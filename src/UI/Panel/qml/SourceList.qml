@@ -13,11 +13,15 @@ Item {
     implicitHeight: PanelMeasures.listHeight(root.listContentHeight)
 
     Item {
+        id: frame
+
+        readonly property real bleed: 8
+
         // Shadows of cards may extend into the panel's margins, but not into the views above and below.
         x: -12
-        y: -8
+        y: -bleed
         width: root.width + 24
-        height: root.height + 16
+        height: root.height + 2 * bleed
         clip: flickable.isScrollable
 
         Flickable {
@@ -26,7 +30,7 @@ Item {
             readonly property bool isScrollable: contentHeight > height + 0.5
 
             x: 12
-            y: 8
+            y: frame.bleed
             width: root.width
             height: root.height
             contentWidth: width
@@ -43,6 +47,12 @@ Item {
 
                 Repeater {
                     model: root.panel.sources
+                    // A delegate cannot access its context, so the part that is shown is bound here.
+                    onItemAdded: (index, item) => {
+                        const section = item as SourceSection;
+                        section.shownTop = Qt.binding(() => flickable.contentY - frame.bleed);
+                        section.shownBottom = Qt.binding(() => flickable.contentY + flickable.height + frame.bleed);
+                    }
 
                     delegate: SourceSection {
                         width: parent ? parent.width : 0

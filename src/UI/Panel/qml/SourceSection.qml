@@ -7,6 +7,10 @@ Item {
     id: root
 
     required property SourceItem source
+    /// The part of the list that is on the screen, in coordinates of the list.
+    property real shownTop: 0
+    property real shownBottom: 0
+    readonly property bool isOnScreen: y < root.shownBottom && y + height > root.shownTop
     readonly property real padding: 8 + 4 * spring.value
 
     implicitHeight: 2 * root.padding + row.lineHeight + spring.value * (12 + body.height)
@@ -36,6 +40,7 @@ Item {
         margin: root.padding
         source: root.source
         expansion: spring.value
+        isOnScreen: root.isOnScreen
         onClicked: root.source.toggle()
     }
     Item {
@@ -54,6 +59,7 @@ Item {
             Repeater {
                 // The equalizer exists only while it is visible.
                 model: root.source.isExpanded || spring.isMoving ? [root.source.equalizer] : []
+                onItemAdded: (index, item) => (item as EQPanelView).isOnScreen = Qt.binding(() => root.isOnScreen)
 
                 delegate: EQPanelView {
                     width: parent ? parent.width : 0
