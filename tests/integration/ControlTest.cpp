@@ -80,6 +80,22 @@ TEST_F(VelloControl, ShowsASurroundStreamThatIsLeftAloneAndTakesItWhenAsked) {
         graph().waitUntil([](const GraphState& state) { return state.isLinked("film", "output-a"); }));
 }
 
+TEST_F(VelloControl, ShowsWhatIsHeldReadyUntilItIsSwitchedOff) {
+    openSession();
+    writeSettings(session(), {{kPlayerID, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = kPlayerID});
+    startControlled();
+    ASSERT_TRUE(awaitTapped("player"));
+    EXPECT_THAT(command({"status", "--all"}), HasSubstr("No application is held ready."));
+    endPlayer("player");
+    ASSERT_TRUE(vello().awaitOutput("Audio-producing apps: \n"));
+    const std::string shown = command({"status", "--all"});
+    EXPECT_THAT(shown, testing::ContainsRegex("HELD READY ON\n" + std::string(kPlayerID) + " .*Output A\n"));
+    command({"off"});
+    EXPECT_THAT(command({"status", "--all"}), HasSubstr("No application is held ready."));
+    stopVello();
+}
+
 TEST_F(VelloControl, ShowsAndChangesWhatIsHeard) {
     openSession();
     play({.name = "player", .applicationID = kPlayerID, .signal = "constant=0.5"});

@@ -200,9 +200,9 @@ private:
         return call;
     }
     Call wrongSignature() {
-        Call call = method(oneOf<std::string>({"SetSettings", "SetProcessingEnabled", "SavePreset",
-                                               "ShowPanel", "RequestPermission", "SubscribeLevels",
-                                               "UnsubscribeLevels", "ListExemptStreams"}));
+        Call call = method(oneOf<std::string>(
+            {"SetSettings", "SetProcessingEnabled", "SavePreset", "ShowPanel", "RequestPermission",
+             "SubscribeLevels", "UnsubscribeLevels", "ListExemptStreams", "ListReadyApplications"}));
         const std::int64_t number = std::numeric_limits<std::int64_t>::min();
         for (std::size_t i = 0; i <= below(20); ++i)
             call.add('x', &number);

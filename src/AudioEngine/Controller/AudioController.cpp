@@ -3,6 +3,7 @@
 
 #include "Foundation/DisplayText.h"
 #include "Foundation/Localization.h"
+#include "Foundation/LocalizedOrder.h"
 
 #include <algorithm>
 #include <chrono>
@@ -163,6 +164,20 @@ void AudioController::setActiveSource(std::optional<std::string> sourceID) {
         return;
     activeSourceID_.set(sourceID);
     tapCoordinator_.setFocusedSource(std::move(sourceID));
+}
+
+std::vector<ReadyApplication> AudioController::readyApplications() const {
+    std::vector<ReadyApplication> applications;
+    for (const ReadyTaps::Entry* entry : tapCoordinator_.readyTaps().entries())
+        applications.push_back({.sourceID = entry->group.id,
+                                .name = entry->group.displayName,
+                                .deviceUID = entry->tap->resolvedOutputDeviceUID()});
+    const LocalizedOrder order;
+    std::ranges::stable_sort(applications,
+                             [&](const ReadyApplication& first, const ReadyApplication& second) {
+                                 return order.isBefore(first.name, second.name);
+                             });
+    return applications;
 }
 
 // Settings and presets

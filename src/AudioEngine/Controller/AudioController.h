@@ -44,6 +44,15 @@ struct AudioControllerPorts {
     SystemLog& systemLog;
 };
 
+/// An application that has stopped playing and whose tap waits for its next sound.
+struct ReadyApplication {
+    std::string sourceID;
+    std::string name;                          ///< for the user, never empty
+    std::optional<std::string> deviceUID = {}; ///< the device that its tap plays on
+
+    friend bool operator==(const ReadyApplication&, const ReadyApplication&) = default;
+};
+
 /// The application's observable model: the sources with their settings, levels and tempo, the user's presets,
 /// the outputs and the master switch. It is the only interface for the panel and the command line. Main
 /// thread only; an observer may call any member.
@@ -96,6 +105,9 @@ public:
     void setActiveSource(std::optional<std::string> sourceID);
     /// The streams that are currently not captured. Changes are not published.
     std::vector<ExemptStream> exemptStreams() const { return exemptStreams_.read(); }
+    /// The applications that are currently held ready, sorted by name in the user's language. Changes are not
+    /// published.
+    std::vector<ReadyApplication> readyApplications() const;
     /// Localized name for the user; nullopt means that the output is chosen automatically.
     std::string outputRouteName(const std::optional<std::string>& uid) const;
 

@@ -66,8 +66,10 @@ void showStatus(RunningInstance& instance, const ClientRequest& request, const C
     if (request.keepsWatching)
         return watchStatus(watch, request, output);
     RunningState state = watch.once(kMeterPatience);
-    if (request.showsAll)
+    if (request.showsAll) {
         state.exemptStreams = instance.exemptStreams();
+        state.readyApplications = instance.readyApplications();
+    }
     print(output, request.isJSON ? statusJSON(state) + "\n" : statusText(state));
 }
 

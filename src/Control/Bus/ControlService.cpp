@@ -140,6 +140,10 @@ QList<QVariantMap> ControlService::ListExemptStreams() const {
     return encodeExemptStreams(exemptStreams(controller_));
 }
 
+QList<QVariantMap> ControlService::ListReadyApplications() const {
+    return encodeReadyApplications(readyApplications(controller_));
+}
+
 void ControlService::SubscribeLevels() {
     subscriptions_.add(connection(), message().service());
 }

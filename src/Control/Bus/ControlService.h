@@ -59,6 +59,7 @@ public:
     void RequestPermission();
     void ShowPanel(const QString& activationToken);
     QList<QVariantMap> ListExemptStreams() const;
+    QList<QVariantMap> ListReadyApplications() const;
     void SubscribeLevels();
     void UnsubscribeLevels();
 

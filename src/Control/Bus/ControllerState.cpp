@@ -94,4 +94,12 @@ std::vector<ExemptStreamState> exemptStreams(const AudioController& controller) 
     return states;
 }
 
+std::vector<ReadyApplicationState> readyApplications(const AudioController& controller) {
+    std::vector<ReadyApplicationState> states;
+    for (const ReadyApplication& application : controller.readyApplications())
+        states.push_back(
+            {.sourceID = application.sourceID, .name = application.name, .deviceUID = application.deviceUID});
+    return states;
+}
+
 } // namespace vello

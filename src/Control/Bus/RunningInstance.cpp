@@ -54,6 +54,13 @@ QDBusMessage answer(const QDBusConnection& bus, QDBusMessage question, const QVa
     return reply;
 }
 
+/// The reply to a method of the interface without arguments.
+QVariant answer(const QDBusConnection& bus, const char* method) {
+    const auto question =
+        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface, method);
+    return answer(bus, question, {}).arguments().value(0);
+}
+
 } // namespace
 
 RunningInstance::RunningInstance() : RunningInstance(addressOfEnvironment()) {}
@@ -75,11 +82,11 @@ RunningState RunningInstance::state() const {
 }
 
 std::vector<ExemptStreamState> RunningInstance::exemptStreams() const {
-    const QDBusMessage reply = answer(
-        bus_,
-        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface, "ListExemptStreams"),
-        {});
-    return decodeExemptStreams(reply.arguments().value(0));
+    return decodeExemptStreams(answer(bus_, "ListExemptStreams"));
+}
+
+std::vector<ReadyApplicationState> RunningInstance::readyApplications() const {
+    return decodeReadyApplications(answer(bus_, "ListReadyApplications"));
 }
 
 void RunningInstance::call(const char* method, const QVariantList& arguments) const {

@@ -26,6 +26,8 @@ public:
     RunningState state() const;
     /// The streams that are not captured. Blocks until the reply.
     std::vector<ExemptStreamState> exemptStreams() const;
+    /// The applications that are held ready. Blocks until the reply.
+    std::vector<ReadyApplicationState> readyApplications() const;
     /// Calls a method of the interface that has no return value. Blocks until the reply.
     void call(const char* method, const QVariantList& arguments) const;
     QDBusConnection& bus() { return bus_; }

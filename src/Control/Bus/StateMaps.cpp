@@ -52,6 +52,12 @@ QVariantMap encode(const ExemptStreamState& stream) {
     return map;
 }
 
+QVariantMap encode(const ReadyApplicationState& application) {
+    QVariantMap map{{"id", text(application.sourceID)}, {"name", text(application.name)}};
+    insertIfPresent(map, "device", application.deviceUID);
+    return map;
+}
+
 QVariantMap encode(const MeterReading& reading) {
     QVariantMap map{{"id", text(reading.id)}, {"level", reading.level}};
     if (reading.beatsPerMinute) {
@@ -59,6 +65,13 @@ QVariantMap encode(const MeterReading& reading) {
         map.insert("confidence", reading.confidence);
     }
     return map;
+}
+
+template <class State> MapList encodeAll(const std::vector<State>& states) {
+    MapList all;
+    for (const State& state : states)
+        all.append(encode(state));
+    return all;
 }
 
 std::string string(const QVariantMap& map, const char* key) {
@@ -168,10 +181,7 @@ void registerBusTypes() {
 }
 
 MapList encodeSources(const std::vector<SourceState>& sources) {
-    MapList all;
-    for (const SourceState& state : sources)
-        all.append(encode(state));
-    return all;
+    return encodeAll(sources);
 }
 
 MapList encodeOutputs(const std::vector<AudioOutputRoute>& outputs) {
@@ -200,10 +210,11 @@ MapList encodeMeters(const std::vector<SourceState>& sources) {
 }
 
 MapList encodeExemptStreams(const std::vector<ExemptStreamState>& streams) {
-    MapList all;
-    for (const ExemptStreamState& stream : streams)
-        all.append(encode(stream));
-    return all;
+    return encodeAll(streams);
+}
+
+MapList encodeReadyApplications(const std::vector<ReadyApplicationState>& applications) {
+    return encodeAll(applications);
 }
 
 QVariantMap encodeChange(const SettingsChange& change) {
@@ -255,6 +266,15 @@ std::vector<ExemptStreamState> decodeExemptStreams(const QVariant& streams) {
     std::vector<ExemptStreamState> states;
     for (const QVariantMap& map : maps(streams))
         states.push_back(decodeExemptStream(map));
+    return states;
+}
+
+std::vector<ReadyApplicationState> decodeReadyApplications(const QVariant& applications) {
+    std::vector<ReadyApplicationState> states;
+    for (const QVariantMap& map : maps(applications))
+        states.push_back({.sourceID = string(map, "id"),
+                          .name = string(map, "name"),
+                          .deviceUID = optionalString(map, "device")});
     return states;
 }
 

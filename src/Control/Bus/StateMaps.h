@@ -22,13 +22,15 @@ MapList encodeOutputs(const std::vector<AudioOutputRoute>& outputs);
 MapList encodePresets(const std::vector<PresetState>& presets);
 MapList encodeMeters(const std::vector<SourceState>& sources);
 MapList encodeExemptStreams(const std::vector<ExemptStreamState>& streams);
+MapList encodeReadyApplications(const std::vector<ReadyApplicationState>& applications);
 QVariantMap encodeChange(const SettingsChange& change);
 
 /// Decodes all properties of the interface. A property that is missing or of the wrong type gets its default.
 RunningState decodeState(const QVariantMap& properties);
 std::vector<MeterReading> decodeMeters(const QVariant& meters);
-/// Decodes a list of maps, whether or not the bus library has already demarshalled it.
+/// These decode a list of maps, whether or not the bus library has already demarshalled it.
 std::vector<ExemptStreamState> decodeExemptStreams(const QVariant& streams);
+std::vector<ReadyApplicationState> decodeReadyApplications(const QVariant& applications);
 /// Throws OutsideValueError for an unknown key or a value of the wrong type.
 SettingsChange decodeChange(const QVariantMap& change);
 

@@ -74,7 +74,9 @@ void ClientArguments::Commands::addStatus(CLI::App& application) {
     status = application.add_subcommand("status", "Show the sources of the running VELLO");
     status->add_flag("--json", isJSON, "One JSON object instead of a table");
     CLI::Option* watch = status->add_flag("--watch", keepsWatching, "Show every change until Ctrl+C");
-    status->add_flag("--all", showsAll, "Also the streams that VELLO leaves as they are, and why")
+    status
+        ->add_flag("--all", showsAll,
+                   "Also the streams that VELLO leaves as they are, and why, and what it holds ready")
         ->excludes(watch);
 }
 

@@ -57,6 +57,15 @@ struct ExemptStreamState {
     friend bool operator==(const ExemptStreamState&, const ExemptStreamState&) = default;
 };
 
+/// An application that has stopped playing and whose tap waits for its next sound.
+struct ReadyApplicationState {
+    std::string sourceID;
+    std::string name;                          ///< for the user
+    std::optional<std::string> deviceUID = {}; ///< the device that its tap plays on
+
+    friend bool operator==(const ReadyApplicationState&, const ReadyApplicationState&) = default;
+};
+
 struct PresetState {
     std::string id;
     std::string name; ///< for the user
@@ -75,6 +84,8 @@ struct RunningState {
     std::vector<PresetState> presets = {}; ///< the built-in ones first
     /// Only present if requested.
     std::optional<std::vector<ExemptStreamState>> exemptStreams = {};
+    /// Only present if requested.
+    std::optional<std::vector<ReadyApplicationState>> readyApplications = {};
 
     friend bool operator==(const RunningState&, const RunningState&) = default;
 };

@@ -62,6 +62,11 @@ JSON encode(const ExemptStreamState& stream) {
             {"explanation", exemptionPhrase(stream.reason)}};
 }
 
+JSON encode(const ReadyApplicationState& application) {
+    return {
+        {"id", application.sourceID}, {"name", application.name}, {"device", orNull(application.deviceUID)}};
+}
+
 JSON encode(const AudioOutputRoute& route) {
     return {{"id", route.id}, {"name", route.name}, {"isDefault", route.isDefault}};
 }
@@ -94,6 +99,9 @@ std::string statusJSON(const RunningState& state) {
                 {"permission", word(state.consent)},
                 {"sources", list(state.sources)},
                 {"outputs", list(state.outputs)}};
+    if (state.readyApplications)
+        status["readyApplications"] = list(*state.readyApplications);
+    // The last key, because the completion of the shell reads the line from here to its end.
     if (state.exemptStreams)
         status["exemptStreams"] = list(*state.exemptStreams);
     return line(status);

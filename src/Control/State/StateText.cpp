@@ -129,6 +129,23 @@ std::string exemptText(const RunningState& state) {
     return "\n" + table.text();
 }
 
+std::vector<std::string> row(const RunningState& state, const ReadyApplicationState& application) {
+    return {fittedText(application.sourceID, kWidestID), fittedText(application.name, kWidestName),
+            application.deviceUID ? outputName(state, *application.deviceUID) : "-"};
+}
+
+std::string readyText(const RunningState& state) {
+    if (!state.readyApplications)
+        return "";
+    if (state.readyApplications->empty())
+        return "\nNo application is held ready.\n";
+    Table table;
+    table.add({"SOURCE", "NAME", "HELD READY ON"});
+    for (const ReadyApplicationState& application : *state.readyApplications)
+        table.add(row(state, application));
+    return "\n" + table.text();
+}
+
 std::string permissionSentence(const RunningState& state) {
     if (state.consent == Consent::allowed)
         return "";
@@ -150,7 +167,7 @@ std::string statusText(const RunningState& state) {
                .append(" is ")
                .append(power)
                .append(".\n") +
-           permissionSentence(state) + "\n" + table.text() + exemptText(state);
+           permissionSentence(state) + "\n" + table.text() + exemptText(state) + readyText(state);
 }
 
 std::string presetsText(const RunningState& state) {

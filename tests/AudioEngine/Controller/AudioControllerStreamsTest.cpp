@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Exempt streams and the names of outputs.
+// Exempt streams, applications held ready, and the names of outputs.
 #include "AudioControllerFixture.h"
 
 #include "Foundation/Product.h"
@@ -34,6 +34,25 @@ TEST_F(ControllerStreams, TellsTheExemptStreamsOfTheMoment) {
     EXPECT_THAT(controller->sources().value(), SizeIs(1));
     hardware.removeObject(stream);
     EXPECT_THAT(controller->exemptStreams(), IsEmpty());
+}
+
+TEST_F(ControllerStreams, TellsWhatIsHeldReadyInTheOrderOfNames) {
+    applications.applications[102].localizedName = "Web browser";
+    start();
+    controller->updateSettings({.volume = 0.5}, std::string(kSystemSourceID));
+    const auto player = play(101);
+    const auto browser = play(102);
+    EXPECT_THAT(controller->readyApplications(), IsEmpty());
+    stop(browser);
+    stop(player);
+    EXPECT_THAT(controller->readyApplications(),
+                ElementsAre(ReadyApplication{"player", "Player", "speakers"},
+                            ReadyApplication{"browser", "Web browser", "speakers"}));
+    play(101);
+    EXPECT_THAT(controller->readyApplications(),
+                ElementsAre(ReadyApplication{"browser", "Web browser", "speakers"}));
+    controller->setProcessingEnabled(false);
+    EXPECT_THAT(controller->readyApplications(), IsEmpty());
 }
 
 TEST_F(ControllerStreams, DownmixesASourceThatWantsIt) {

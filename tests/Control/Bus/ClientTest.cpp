@@ -120,6 +120,23 @@ TEST_F(ClientTests, ShowsWhatIsLeftAsItIsOnlyWhenAskedForAll) {
     EXPECT_EQ(streams[0]["reason"], "surround");
 }
 
+TEST_F(ClientTests, ShowsWhatIsHeldReadyOnlyWhenAskedForAll) {
+    applications.applications[101].localizedName = "Player\x1b[2J";
+    start();
+    EXPECT_THAT(run({"status", "--all"}).output, HasSubstr("No application is held ready."));
+    stopPlayer();
+    EXPECT_THAT(run({"status"}).output, testing::Not(HasSubstr(kPlayer)));
+    EXPECT_FALSE(runJSON({"status", "--json"}).contains("readyApplications"));
+    const Result result = run({"status", "--all"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output, AllOf(HasSubstr("HELD READY ON"), HasSubstr(kPlayer), HasSubstr("Player?[2J"),
+                                     HasSubstr("Speakers")));
+    const auto ready = runJSON({"status", "--json", "--all"})["readyApplications"];
+    ASSERT_THAT(ready, SizeIs(1));
+    EXPECT_EQ(ready[0]["id"], kPlayer);
+    EXPECT_EQ(ready[0]["device"], "speakers");
+}
+
 TEST_F(ClientTests, DownmixesAnApplicationThatHasNothingButExemptStreams) {
     hardware.addExemptStream({.exemption = StreamExemption::surround, .process = {.pid = 102}});
     start();
@@ -254,6 +271,9 @@ TEST_F(ClientTests, CompletesSourcesPresetsAndOutputsInTheShell) {
     hardware.addExemptStream({.name = "Film", .process = {.pid = 500, .bundleID = "org.example.film"}});
     EXPECT_EQ(complete("set org.example.f"), "org.example.film\n");
     EXPECT_EQ(complete("set Fi"), "\n");
+    // What is held ready is not offered.
+    stopPlayer();
+    EXPECT_EQ(complete("set org.example."), "org.example.browser\norg.example.film\n");
     EXPECT_EQ(complete("preset save Mine --from org.example.f"), "\n");
     EXPECT_EQ(complete("set Player --output h"), "headphones\n");
 }

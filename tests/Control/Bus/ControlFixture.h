@@ -53,7 +53,7 @@ protected:
 
     /// Starts the instance on the bus while "player" plays.
     void start() {
-        hardware.addProcess({.pid = 101});
+        player = hardware.addProcess({.pid = 101});
         presence = std::make_unique<BusPresence>(mainThread, log);
         controller = std::make_unique<AudioController>(
             AudioControllerPorts{hardware, mainThread, applications, events, authorization, cloud, log},
@@ -68,6 +68,12 @@ protected:
         }));
         connectClient();
         awaitStartTold();
+    }
+    /// Stops "player", with settings that change its sound, and waits until it is held ready.
+    void stopPlayer() {
+        controller->updateSettings({.volume = 0.5}, "org.example.player");
+        hardware.removeObject(player);
+        ASSERT_TRUE(waitUntil([this] { return !controller->readyApplications().empty(); }));
     }
     void connectClient() {
         client = QDBusConnection::connectToBus(QString::fromStdString(bus.address()), "test");
@@ -120,6 +126,7 @@ protected:
     QtMainThread mainThread;
     FakeAudioHardware hardware{mainThread};
     AudioObjectID speakers = hardware.addDevice({.uid = "speakers", .name = "Speakers"});
+    AudioObjectID player = kAudioObjectUnknown;
     FakeRunningApplications applications;
     FakeApplicationEvents events;
     FakeCaptureAuthorization authorization;

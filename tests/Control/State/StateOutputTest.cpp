@@ -66,6 +66,14 @@ RunningState stateWithExemptStreams() {
     return state;
 }
 
+RunningState stateWithReadyApplications() {
+    RunningState state = stateWithExemptStreams();
+    state.readyApplications = {{.sourceID = "org.ready", .name = kEvilName, .deviceUID = "phones"},
+                               {.sourceID = "org.lost", .name = "Lost"},
+                               {.sourceID = "org.gone", .name = "Gone", .deviceUID = "at\x1btic"}};
+    return state;
+}
+
 template <class Action> std::string refusal(Action action) {
     try {
         action();
@@ -195,6 +203,22 @@ TEST(StateText, SaysWhenNothingIsLeftAsItIs) {
     EXPECT_EQ(lines(statusText(state)).back(), "No stream is left as it is.");
 }
 
+TEST(StateText, ShowsWhatIsHeldReadyBelowWhatIsLeftAsItIs) {
+    const auto all = lines(statusText(stateWithReadyApplications()));
+    ASSERT_THAT(all, SizeIs(18));
+    EXPECT_EQ(all[13], "");
+    EXPECT_EQ(all[14], "SOURCE     NAME             HELD READY ON");
+    EXPECT_EQ(all[15], "org.ready  evil??[2J?name?  Phones");
+    EXPECT_EQ(all[16], "org.lost   Lost             -");
+    EXPECT_EQ(all[17], "org.gone   Gone             at?tic");
+}
+
+TEST(StateText, SaysWhenNothingIsHeldReady) {
+    RunningState state = exampleState();
+    state.readyApplications.emplace();
+    EXPECT_EQ(lines(statusText(state)).back(), "No application is held ready.");
+}
+
 TEST(StateText, ShowsADownmixAndATapThatIsNotConnected) {
     RunningState state = exampleState();
     state.sources[3].settings.downmixesSurround = true;
@@ -254,6 +278,7 @@ TEST(StateJSON, HasEveryKeyInOneLine) {
         "settings": {"bandGains": [-6, 0, 0.5, 0, 0, 0, 0, 3.25], "isBypassed": false, "volume": 1,
                      "outputDeviceUID": "phones", "downmixesSurround": false}})"));
     EXPECT_FALSE(json.contains("exemptStreams"));
+    EXPECT_FALSE(json.contains("readyApplications"));
     EXPECT_EQ(json["sources"][0]["pid"], nullptr);
     EXPECT_EQ(json["sources"][0]["level"], nullptr);
     EXPECT_EQ(json["sources"][0]["settings"]["outputDeviceUID"], nullptr);
@@ -274,6 +299,17 @@ TEST(StateJSON, ListsExemptStreamsWhereTheyAreTold) {
     RunningState none = exampleState();
     none.exemptStreams.emplace();
     EXPECT_THAT(nlohmann::json::parse(statusJSON(none))["exemptStreams"], SizeIs(0));
+}
+
+TEST(StateJSON, ListsReadyApplicationsWhereTheyAreTold) {
+    const auto json = nlohmann::json::parse(statusJSON(stateWithReadyApplications()));
+    ASSERT_THAT(json["readyApplications"], SizeIs(3));
+    EXPECT_EQ(json["readyApplications"][1], nlohmann::json::parse(R"({
+        "id": "org.lost", "name": "Lost", "device": null})"));
+    EXPECT_EQ(json["readyApplications"][0]["device"], "phones");
+    RunningState none = exampleState();
+    none.readyApplications.emplace();
+    EXPECT_THAT(nlohmann::json::parse(statusJSON(none))["readyApplications"], SizeIs(0));
 }
 
 TEST(StateJSON, TellsOfADownmixAndNoLevelOfATapThatIsNotConnected) {
