@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Vello
 
@@ -59,10 +61,10 @@ Item {
             Repeater {
                 // The equalizer exists only while it is visible.
                 model: root.source.isExpanded || spring.isMoving ? [root.source.equalizer] : []
-                onItemAdded: (index, item) => (item as EQPanelView).isOnScreen = Qt.binding(() => root.isOnScreen)
 
                 delegate: EQPanelView {
                     width: parent ? parent.width : 0
+                    isOnScreen: root.isOnScreen
                 }
             }
         }
