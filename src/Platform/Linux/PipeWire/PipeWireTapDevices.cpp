@@ -17,7 +17,7 @@ namespace {
 
 /// How many pairs the session manager works on at once. With dozens at once it repeats each link while the
 /// first attempt is in progress, and gives up the node after five attempts (WirePlumber 0.4).
-constexpr int kPairsAtOnce = 8;
+constexpr int kPairsAtOnce = 16;
 constexpr std::size_t kLongestNodeName = 64;
 
 /// A valid node name for every parser of the session manager. Names come from untrusted sources.

@@ -146,7 +146,7 @@ TEST_F(PipeWireAudioHardwareTest, AMoveNamesADeviceByItsNumberOrByItsSerial) {
 }
 
 TEST_F(PipeWireAudioHardwareTest, ATapThatWaitsForItsTurnIsMadeEvenIfTheSessionManagerLinksNoneBeforeIt) {
-    constexpr int givenAtOnce = 8;
+    constexpr int givenAtOnce = 16;
     const auto player = play();
     audio.sessionManager().signal(SIGSTOP);
     for (int i = 0; i <= givenAtOnce; ++i)
