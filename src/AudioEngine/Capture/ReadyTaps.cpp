@@ -58,7 +58,6 @@ void ReadyTaps::processAppeared(const std::string& sourceID, AudioObjectID proce
     AudioProcessGroup group = found->second.entry.group;
     if (std::ranges::find(group.objectIDs, process) != group.objectIDs.end())
         return;
-    std::erase_if(group.objectIDs, [this](AudioObjectID object) { return !isProcess(object); });
     group.objectIDs.push_back(process);
     renew(sourceID, std::move(group));
 }
@@ -119,8 +118,9 @@ void ReadyTaps::renewSoon(const std::string& sourceID) {
             kRenewalDebounce, [this, sourceID] { renew(sourceID, ready_.at(sourceID).entry.group); });
 }
 
-/// The new tap is made for the settings, devices and formats of now, and continues the old one.
+/// The new tap is made for the processes, settings, devices and formats of now, and continues the old one.
 void ReadyTaps::renew(const std::string& sourceID, AudioProcessGroup group) {
+    std::erase_if(group.objectIDs, [this](AudioObjectID object) { return !isProcess(object); });
     const auto old = ready_.extract(sourceID);
     ProcessTap& replaced = *old.mapped().entry.tap;
     const auto tap =

@@ -174,6 +174,16 @@ TEST_F(Ready, ATapFollowsTheDefaultOutputAndTheFormat) {
     expectPlatformTaps(1);
 }
 
+TEST_F(Ready, ATapWhoseProcessesAreGoneIsReplacedWithoutThem) {
+    startAndStop();
+    hardware.removeObject(a.objectIDs.front());
+    hardware.setDefaultOutputDevice(headset);
+    mainThread.advance(1s);
+    ASSERT_NE(ready(), nullptr);
+    EXPECT_THAT(std::get<ProcessTap::Processes>(ready()->target()).ids, IsEmpty());
+    EXPECT_THAT(log.messages(LogLevel::error), IsEmpty());
+}
+
 TEST_F(Ready, ATapThatCannotBeReplacedIsGivenUp) {
     startAndStop();
     hardware.fail({.call = HardwareCall::createProcessTap});
