@@ -34,6 +34,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kPlayers = 8;
 constexpr int kManyPlayers = 64;
+constexpr int kHeldReady = 8; ///< of those that have left
 constexpr auto kActionPeriod = 200ms;
 constexpr auto kSamplePeriod = 60s;
 constexpr auto kReferenceTime = 300s;
@@ -109,10 +110,9 @@ public:
         await([](const GraphState& state) { return captures(state) == kPlayers + kManyPlayers; }, "72 taps");
         for (int number = kPlayers; number < kPlayers + kManyPlayers; ++number)
             players_.erase(number);
-        command({"off"}); // what is held ready goes, too
-        await([](const GraphState& state) { return captures(state) == 0; }, "no tap");
-        command({"on"});
-        return sample().memory - before;
+        await([](const GraphState& state) { return captures(state) == kPlayers + kHeldReady; }, "16 taps");
+        std::this_thread::sleep_for(kSettling);
+        return static_cast<double>(proportionalMemory(vello_->pid())) / kMegabyte - before;
     }
 
     int errors() const { return vello_->timesOutput("error "); }

@@ -15,6 +15,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kReadyTime = 10min;
+/// More would make the graph and the session manager slow for everything else.
+constexpr std::size_t kMostReady = 8;
 constexpr auto kRenewalDebounce = 300ms; ///< changes of a format come in bursts
 
 } // namespace
@@ -30,13 +32,25 @@ void ReadyTaps::keep(const std::string& sourceID, Entry entry) {
     entry.tap->setOnAppOutputDeviceChange(nullptr);
     entry.tap->setOnConnectionChange(nullptr);
     auto expiry = services_.mainThread.after(kReadyTime, [this, sourceID] { drop(sourceID); });
-    ready_.insert_or_assign(sourceID, Ready{std::move(entry), std::move(expiry)});
+    entry.tap->realtimeContext()->ringBuffer.releaseMemory();
+    ready_.insert_or_assign(sourceID, Ready{std::move(entry), services_.mainThread.now(), std::move(expiry)});
+    if (ready_.size() > kMostReady)
+        dropOldest();
+}
+
+void ReadyTaps::dropOldest() {
+    const auto oldest =
+        std::ranges::min_element(ready_, {}, [](const auto& ready) { return ready.second.since; });
+    drop(std::string(oldest->first));
 }
 
 std::optional<ReadyTaps::Entry> ReadyTaps::take(const std::string& sourceID) {
     dropDead();
     auto ready = ready_.extract(sourceID);
-    return ready ? std::optional(std::move(ready.mapped().entry)) : std::nullopt;
+    if (!ready)
+        return std::nullopt;
+    ready.mapped().entry.tap->realtimeContext()->ringBuffer.populateMemory();
+    return std::move(ready.mapped().entry);
 }
 
 std::vector<const ReadyTaps::Entry*> ReadyTaps::entries() const {

@@ -14,9 +14,10 @@
 
 namespace vello {
 
-/// Running taps of applications that have stopped playing. Each stays for ten minutes, so that the next sound
-/// of its application is heard with its settings from the first sample. Meanwhile nothing plays into it, and
-/// its callback does not run. A tap whose application has neutral settings is not kept. Main thread only.
+/// Running taps of applications that have stopped playing. The last eight stay for ten minutes each, so that
+/// the next sound of an application is heard with its settings from the first sample. Meanwhile nothing plays
+/// into a tap, its callback does not run, and most of its memory is released. A tap whose application has
+/// neutral settings is not kept. Main thread only.
 class ReadyTaps {
 public:
     /// Returns the settings in force for a source.
@@ -49,12 +50,14 @@ public:
 private:
     struct Ready {
         Entry entry;
+        MainThread::Instant since;
         TaskHandle expiry;
         TaskHandle renewal = {};
     };
 
     std::vector<std::string> sourceIDs() const;
     void drop(const std::string& sourceID);
+    void dropOldest();
     void applySettings(const std::string& sourceID);
     void renew(const std::string& sourceID, AudioProcessGroup group);
     void renewSoon(const std::string& sourceID);

@@ -11,6 +11,9 @@ namespace vello {
 
 namespace {
 
+/// Room that stays when the memory is released.
+constexpr std::size_t kKeptSamples = 32768;
+
 std::size_t checkedCapacity(std::size_t capacity) {
     precondition(std::has_single_bit(capacity), "capacity of a sample ring is a power of two");
     return capacity;
@@ -39,6 +42,15 @@ void AudioSampleRingBuffer::prefetch(std::size_t count) const noexcept VELLO_REA
     const std::size_t cursor = writeCursor_.load(std::memory_order_relaxed);
     for (std::size_t i = 0; i < std::min(count, worthwhile); i += samplesPerLine)
         __builtin_prefetch(storage_.get() + ((cursor + i) & mask_), 1);
+}
+
+void AudioSampleRingBuffer::releaseMemory() const noexcept {
+    const std::size_t kept = std::min(kKeptSamples, capacity_);
+    const std::size_t first = (writeCursor() + kept) & mask_; // behind the room for the writer
+    const std::size_t count = capacity_ - kept;
+    const std::size_t untilWrap = std::min(count, capacity_ - first);
+    storage_.release(first, untilWrap);
+    storage_.release(0, count - untilWrap);
 }
 
 std::optional<AudioSampleRingBuffer::Samples>

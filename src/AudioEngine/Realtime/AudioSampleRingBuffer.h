@@ -51,6 +51,12 @@ public:
     /// return nullopt or `destination` is null. Any thread.
     bool copyLatest(float* destination, std::size_t count) const noexcept;
 
+    /// For a ring that is not written for a while: gives back its memory, apart from room for the writer's
+    /// next third of a second of stereo. What it held reads as zeros. Any thread except the data thread.
+    void releaseMemory() const noexcept;
+    /// Call when the ring is written again, while there is still room.
+    void populateMemory() const noexcept { storage_.populate(); }
+
 private:
     std::size_t capacity_;
     std::size_t mask_;

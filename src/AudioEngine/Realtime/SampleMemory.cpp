@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace vello {
 
@@ -68,6 +69,22 @@ Spares& spares() {
 SampleMemory::SampleMemory(std::size_t count) : samples_(spares().take(count)) {
     if (samples_.empty())
         samples_ = mapSamples(count);
+    else
+        populate(); // the former ring may have released some
+}
+
+void SampleMemory::release(std::size_t first, std::size_t count) const noexcept {
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)) / sizeof(float);
+    const std::size_t begin = (first + page - 1) / page * page;
+    const std::size_t end = (first + count) / page * page;
+    if (begin < end)
+        ::madvise(get() + begin, (end - begin) * sizeof(float), MADV_DONTNEED);
+}
+
+void SampleMemory::populate() const noexcept {
+#ifdef MADV_POPULATE_WRITE
+    ::madvise(get(), samples_.size_bytes(), MADV_POPULATE_WRITE);
+#endif
 }
 
 SampleMemory::~SampleMemory() {

@@ -8,8 +8,10 @@ namespace vello {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 
 struct Ready : Coordinator {
@@ -40,6 +42,23 @@ TEST_F(Ready, ATapStaysForTenMinutes) {
     mainThread.advance(1ms);
     EXPECT_EQ(ready(), nullptr);
     expectPlatformTaps(0);
+}
+
+TEST_F(Ready, TheLastEightTapsStay) {
+    settings[std::string(kSystemSourceID)].volume = 0.5;
+    start();
+    for (int number = 0; number < 10; ++number) {
+        coordinator->updateGroups({makeGroup("application " + std::to_string(9 - number), 70 + number)});
+        mainThread.advance(10ms);
+        coordinator->updateGroups({});
+    }
+    std::vector<std::string> ids;
+    for (const auto* entry : coordinator->readyTaps().entries())
+        ids.push_back(entry->group.id);
+    EXPECT_THAT(ids, SizeIs(8));
+    EXPECT_THAT(ids, Not(Contains("application 9")));
+    EXPECT_THAT(ids, Not(Contains("application 8")));
+    expectPlatformTaps(8);
 }
 
 TEST_F(Ready, ATapThatChangesNothingDoesNotStay) {

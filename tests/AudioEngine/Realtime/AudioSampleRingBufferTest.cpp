@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -132,6 +135,26 @@ TEST(AudioSampleRingBuffer, ShowsAReaderEverySampleBeforeThePublishedCursor) {
 TEST(AudioSampleRingBufferDeathTest, EndsTheProcessWithoutAPowerOfTwo) {
     EXPECT_DEATH(AudioSampleRingBuffer(0), "power of two");
     EXPECT_DEATH(AudioSampleRingBuffer(12), "power of two");
+}
+
+TEST(AudioSampleRingBuffer, KeepsRoomForTheWriterWhenItsMemoryIsReleased) {
+    constexpr std::size_t capacity = 1 << 18;
+    AudioSampleRingBuffer ring(capacity);
+    const std::vector<float> ones(capacity - 16384, 1.0F); // the room wraps around
+    ring.write(ones.data(), ones.size());
+    ring.releaseMemory();
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)) / sizeof(float);
+    const float* storage = ring.range(0, 1)->older.data();
+    const auto isResident = [&](std::size_t sample) {
+        unsigned char resident = 0;
+        ::mincore(const_cast<float*>(storage + sample / page * page), 1, &resident);
+        return (resident & 1) != 0;
+    };
+    for (std::size_t next = 0; next < 32768; next += page)
+        EXPECT_TRUE(isResident((ones.size() + next) % capacity)) << next;
+    EXPECT_FALSE(isResident(capacity / 2));
+    ring.populateMemory();
+    EXPECT_TRUE(isResident(capacity / 2));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <list>
+#include <memory>
 #include <vector>
 
 #include <sys/mman.h>
@@ -31,6 +32,30 @@ TEST(SampleMemory, IsResidentFromTheStart) {
 TEST(SampleMemory, OfARingThatHasGoneIsUsedByTheNextOne) {
     const float* former = SampleMemory(kRing).get();
     EXPECT_EQ(SampleMemory(kRing).get(), former);
+}
+
+TEST(SampleMemory, OfAFormerRingIsResidentAlsoIfThatReleasedIt) {
+    auto released = std::make_unique<SampleMemory>(kRing);
+    released->release(0, kRing);
+    EXPECT_FALSE(isResident(*released, kRing));
+    const float* former = released->get();
+    released.reset();
+    const SampleMemory memory(kRing);
+    ASSERT_EQ(memory.get(), former);
+    EXPECT_TRUE(isResident(memory, kRing));
+}
+
+TEST(SampleMemory, ThatIsReleasedReadsAsZerosAndComesBack) {
+    const SampleMemory memory(kRing);
+    std::fill_n(memory.get(), kRing, 1.0F);
+    memory.release(1, kRing - 2);
+    EXPECT_FALSE(isResident(memory, kRing));
+    EXPECT_EQ(memory.get()[0], 1.0F) << "a page that is released in part stays";
+    EXPECT_EQ(memory.get()[kRing - 1], 1.0F);
+    EXPECT_EQ(memory.get()[kRing / 2], 0.0F);
+    memory.populate();
+    EXPECT_TRUE(isResident(memory, kRing));
+    EXPECT_EQ(memory.get()[0], 1.0F);
 }
 
 TEST(SampleMemory, OfManyRingsGoesBackToTheSystem) {
