@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What many equalized applications cost: VELLO beside PipeWire's own filter-chain with eight bq_peaking
-// filters a stream, on the same players in the same session. Prints one table; exit code 0: VELLO takes less
-// processor time at every count and misses no cycle.
+// filters a stream, on the same players in the same session. Prints one table; exit code 0: with VELLO all
+// processes of the session together take less processor time at every count, and no cycle is missed.
 #include "AudioGraph.h"
 #include "Consent.h"
 #include "MonitorRecorder.h"
@@ -43,6 +43,7 @@ constexpr std::array<double, 8> kGains = {6, 5, 3.5, 1.5, -1, -2, 2, 4};
 struct Cost {
     double own = 0;               ///< share of one processor
     double server = 0;            ///< share of one processor
+    double all = 0;               ///< of all processes of the session, players included
     std::size_t memory = 0;       ///< bytes
     std::size_t missedCycles = 0; ///< in which some player was not heard, one that is never heard included
 };
@@ -170,14 +171,24 @@ private:
             20s);
         const auto own = [&] { return process == nullptr ? 0 : processorSeconds(process->pid()); };
         const auto server = session_.serverProcess();
+        const auto all = [&] {
+            double seconds = own() + processorSeconds(server) +
+                             processorSeconds(session_.sessionManager().pid()) +
+                             processorSeconds(session_.pulseServer().pid());
+            for (const auto& player : players_)
+                seconds += processorSeconds(player->pid());
+            return seconds;
+        };
         const auto start = std::chrono::steady_clock::now();
         const double ownBefore = own();
         const double serverBefore = processorSeconds(server);
+        const double allBefore = all();
         const auto first = recorder_->frames();
         recorder_->record(kMeasuredFrames);
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
         return {(own() - ownBefore) / elapsed.count(),
                 (processorSeconds(server) - serverBefore) / elapsed.count(),
+                (all() - allBefore) / elapsed.count(),
                 process == nullptr ? 0 : proportionalMemory(process->pid()),
                 recorder_->recording(first).cyclesOffValue(sum, tolerance)};
     }
@@ -191,9 +202,9 @@ private:
 
 void print(int count, const char* way, const Cost& cost) {
     const double percent = 100;
-    std::printf("%7d  %-13s%9.2f%11.3f%11.2f%13.3f%11.1f%9zu\n", count, way, cost.own * percent,
+    std::printf("%7d  %-13s%9.2f%11.3f%11.2f%13.3f%9.2f%11.1f%9zu\n", count, way, cost.own * percent,
                 cost.own * percent / count, cost.server * percent, cost.server * percent / count,
-                static_cast<double>(cost.memory) / (1024 * 1024), cost.missedCycles);
+                cost.all * percent, static_cast<double>(cost.memory) / (1024 * 1024), cost.missedCycles);
     std::fflush(stdout);
 }
 
@@ -201,8 +212,8 @@ bool run() {
     std::printf(
         "%d Hz, cycles of %d frames; processor time in %% of one processor over %zu s; memory is PSS.\n\n",
         kSampleRate, kQuantum, kMeasuredFrames / kSampleRate);
-    std::printf("%7s  %-13s%9s%11s%11s%13s%11s%9s\n", "players", "equalized by", "own %", "per tap %",
-                "server %", "per tap %", "own MiB", "missed");
+    std::printf("%7s  %-13s%9s%11s%11s%13s%9s%11s%9s\n", "players", "equalized by", "own %", "per tap %",
+                "server %", "per tap %", "all %", "own MiB", "missed");
     bool isBelow = true;
     for (const int count : kCounts) {
         Bench bench(count);
@@ -211,12 +222,14 @@ bool run() {
         print(count, "nobody", bench.measureDirect());
         const auto chain = bench.measureFilterChain();
         print(count, "filter-chain", chain);
-        isBelow = isBelow && vello.own < chain.own && vello.missedCycles == 0;
+        isBelow = isBelow && vello.all < chain.all && vello.missedCycles == 0;
     }
-    std::printf("\n%s\n",
-                isBelow
-                    ? "VELLO takes less processor time than filter-chain at every count and misses no cycle."
-                    : "VELLO is not below filter-chain everywhere, or misses cycles.");
+    std::printf(
+        "\n%s\n",
+        isBelow
+            ? "With VELLO everything takes less processor time than with filter-chain at every count, and no "
+              "cycle is missed."
+            : "With VELLO not everything is below filter-chain, or cycles are missed.");
     return isBelow;
 }
 

@@ -102,15 +102,21 @@ protected:
         return {1e-6 * static_cast<double>(after.time(first) - before.time(last)), longestSilence(heard),
                 worstSpread(heard, after.sampleRate())};
     }
+    void recordBoth() {
+        forgetMonitors();
+        for (const auto* output : {"output-a", "output-b"})
+            monitor(output).record(2 * kWindow);
+    }
     /// Moves the sound to and fro. `moveTo` returns whether the move is over.
     template <class Action> std::vector<Change> moves(int times, Action moveTo) {
-        monitor("output-a").record(48000);
-        monitor("output-b").record(2 * kWindow);
+        recordBoth();
         std::vector<Change> changes;
         for (int change = 0; change < times; ++change) {
             const std::string from = change % 2 == 0 ? "output-a" : "output-b";
             const std::string to = change % 2 == 0 ? "output-b" : "output-a";
             changes.push_back(move(from, to, [&] { return moveTo(to); }));
+            if (monitor(to).frames() > kLongRecording)
+                recordBoth();
         }
         for (const Change& change : changes)
             std::cout << "gap " << change.gap << " ms, silence " << change.silence
