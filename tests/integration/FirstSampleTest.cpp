@@ -81,6 +81,24 @@ TEST_F(VelloNextSound, OfAProcess) {
     EXPECT_EQ(capturesMade(graph()), 1);
 }
 
+TEST_F(VelloNextSound, IsAwaitedByATapThatKeepsNothingRunning) {
+    open();
+    auto& player = playOne();
+    ASSERT_TRUE(awaitTapped("player"));
+    player.writeLine("pause");
+    ASSERT_TRUE(awaitStopped());
+    const auto isSuspended = [](const GraphState& state) {
+        return state.nodeNamed("output-a")->state == "suspended" &&
+               std::ranges::none_of(state.nodes, [](const auto& entry) {
+                   return isVellos(entry.second) && entry.second.state == "running";
+               });
+    };
+    EXPECT_TRUE(graph().waitUntil(isSuspended, 15s)); // the session manager suspends after five seconds
+    EXPECT_EQ(captures(graph().state()).size(), 1U);
+    player.writeLine("resume");
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+}
+
 TEST_F(VelloNextSound, OfANewProcess) {
     open();
     playOne();
