@@ -54,8 +54,12 @@ public:
           properties(graph, director.rights(), taps) {
         if (guard != nullptr)
             heartbeat.emplace(mainThread, connection, *guard, log,
-                              PipeWireHeartbeat::Work{[this] { return taps.isCapturing(); },
+                              PipeWireHeartbeat::Work{[this] { return director.isDirecting(); },
                                                       [this] { director.directAgain(); }});
+        director.setOnFirstDirected([this] {
+            if (heartbeat)
+                heartbeat->start();
+        });
         connection.start();
         awaitFirstLook();
         if (guard != nullptr)
@@ -68,10 +72,6 @@ public:
     Implementation(const Implementation&) = delete;
     Implementation& operator=(const Implementation&) = delete;
 
-    void deviceStarted() {
-        if (heartbeat)
-            heartbeat->start();
-    }
     void endInSignalHandler() noexcept {
         if (guard != nullptr)
             guard->giveBackInSignalHandler();
@@ -249,7 +249,6 @@ OSStatus PipeWireAudioHardware::createIOProcID(AudioObjectID device, AudioDevice
 }
 
 OSStatus PipeWireAudioHardware::startDevice(AudioObjectID device, AudioDeviceIOProcID procID) {
-    implementation_->deviceStarted();
     PipeWireLock lock(implementation_->connection);
     return implementation_->taps.start(device, procID);
 }

@@ -34,6 +34,7 @@ public:
     /// Absent when the stream is not directed.
     std::optional<DirectedStream> remove(std::uint32_t nodeID);
     void clear() { streams_.clear(); }
+    bool isEmpty() const { return streams_.empty(); }
     /// Call when a target of the stream changed in the metadata. Keeps it as the stream's own target; returns
     /// false when it is our own write or changes nothing.
     bool takeTarget(DirectedStream& stream, const std::string& key,

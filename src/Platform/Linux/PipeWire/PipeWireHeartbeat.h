@@ -18,7 +18,7 @@ namespace vello {
 
 /// Shows the guard that this process is not frozen, as long as it captures anything. The main thread beats,
 /// which requires the control loop's lock, and makes the data thread beat as well. A thread that is stuck
-/// anywhere thus stops at least one of the two. Costs nothing while there is no tap.
+/// anywhere thus stops at least one of the two. Costs nothing while no stream is captured.
 ///
 /// Captures the streams again after the guard has restored them and both threads run. Main thread only,
 /// except where a function says otherwise.
@@ -38,8 +38,7 @@ public:
     PipeWireHeartbeat(const PipeWireHeartbeat&) = delete;
     PipeWireHeartbeat& operator=(const PipeWireHeartbeat&) = delete;
 
-    /// Starts the beats once something is captured. Does nothing when already started. Any thread, without
-    /// the lock.
+    /// Starts the beats once something is captured. Does nothing when already started. Any thread.
     void start();
 
 private:

@@ -27,9 +27,12 @@ void PipeWireStreamDirector::release(const std::string& captureName) {
 // One stream
 
 void PipeWireStreamDirector::direct(std::uint32_t nodeID, const std::string& captureName) {
+    const bool isFirst = !isDirecting();
     DirectedStream& stream = directed_.add(nodeID);
     stream.captureName = captureName;
     write(nodeID, stream);
+    if (isFirst && onFirstDirected_)
+        onFirstDirected_();
 }
 
 void PipeWireStreamDirector::write(std::uint32_t nodeID, DirectedStream& stream) {

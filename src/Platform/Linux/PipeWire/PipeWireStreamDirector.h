@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace vello {
 
@@ -33,6 +34,9 @@ public:
     PipeWireStreamDirector(const PipeWireStreamDirector&) = delete;
     PipeWireStreamDirector& operator=(const PipeWireStreamDirector&) = delete;
 
+    /// `action` runs when the first stream is directed, with the lock held.
+    void setOnFirstDirected(std::function<void()> action) { onFirstDirected_ = std::move(action); }
+    bool isDirecting() const { return !directed_.isEmpty(); }
     /// Directs all current and future streams of the processes to the capture, except exempt ones. When a
     /// process has several captures, the newest one receives its streams.
     void direct(PipeWireCapture capture);
@@ -72,6 +76,7 @@ private:
 
     PipeWireGraph& graph_;
     PropertyChanged propertyChanged_;
+    std::function<void()> onFirstDirected_;
     RedirectKeeper* keeper_;
     PipeWireDirectedStreams directed_;
     PipeWireStreamRights rights_;

@@ -82,11 +82,6 @@ const PipeWireTapDevice* PipeWireTapDevices::ofTap(AudioObjectID tap) const {
     return found != devices.end() ? &*found : nullptr;
 }
 
-bool PipeWireTapDevices::isOneStarted() const {
-    return std::ranges::any_of(std::views::values(devices_),
-                               [](const PipeWireTapDevice& device) { return device.startedProc() != 0; });
-}
-
 void PipeWireTapDevices::stop(PipeWireTapDevice& device) {
     if (PipeWireTapDevice* adopter = find(device.adopter());
         adopter != nullptr && adopter->startedProc() == 0)

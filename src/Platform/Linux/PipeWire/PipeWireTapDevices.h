@@ -35,7 +35,6 @@ public:
     PipeWireTapDevice* find(AudioObjectID id);
     const PipeWireTapDevice* find(AudioObjectID id) const;
     const PipeWireTapDevice* ofTap(AudioObjectID tap) const;
-    bool isOneStarted() const;
     /// Whether newer devices have all streams of this one.
     bool isHandedOver(const PipeWireTapDevice& device) const;
     /// After this returns the device's callback does not run any more.

@@ -46,8 +46,6 @@ public:
     OSStatus destroyDevice(AudioObjectID device);
     OSStatus destroyTap(AudioObjectID tap);
 
-    /// Whether a device is started and streams are, or will be, directed to it.
-    bool isCapturing() const { return devices_.isOneStarted(); }
     std::optional<AudioStreamBasicDescription> tapFormat(AudioObjectID tap) const;
     /// Null when there is no such device.
     const PipeWireTapDevice* device(AudioObjectID id) const { return devices_.find(id); }
