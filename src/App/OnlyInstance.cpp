@@ -3,6 +3,7 @@
 
 #include "CompanionProgram.h"
 #include "Platform/Linux/System/DescriptorLimit.h"
+#include "Platform/Linux/System/LargeBlocks.h"
 #include "Platform/Linux/System/UserFolders.h"
 
 #include <csignal>
@@ -15,6 +16,7 @@ std::filesystem::path prepareProcess() {
     // A closed pipe on standard output must not end the process.
     std::signal(SIGPIPE, SIG_IGN);
     raiseDescriptorLimit();
+    mapLargeBlocks();
     const auto folder = runtimeFolder(processEnvironment());
     if (!folder)
         throw std::runtime_error("XDG_RUNTIME_DIR is not set; start VELLO inside a user's session");
