@@ -20,9 +20,8 @@
 
 namespace vello {
 
-/// Maintains one tap per playing application, and one for ten minutes after it has stopped if its settings
-/// change the sound, while the master switch is on, and updates it when settings or
-/// devices change.
+/// Maintains one tap per playing application while the master switch is on, and updates it when settings or
+/// devices change. Hands the taps of applications that have stopped to ReadyTaps, and takes them back.
 ///
 /// Main thread only. Failures are logged, not reported; a later rebuild recovers. Taps are keyed by source
 /// id, which is the id of the application's group.
@@ -107,6 +106,7 @@ private:
     /// The tap that the next reconcile() creates for the source continues the sound of the destroyed one.
     void destroyForSuccessor(const std::string& sourceID);
     void reconcileGroup(const AudioProcessGroup& group);
+    /// Removes a source's tap without invalidating it, and cancels everything pending for it.
     std::shared_ptr<ProcessTap> extract(const std::string& sourceID);
     void create(const std::string& sourceID, ProcessTap::Target target, const std::string& label);
     void observe(const std::string& sourceID, ProcessTap& tap);
