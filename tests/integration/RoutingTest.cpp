@@ -52,8 +52,8 @@ protected:
     /// Moves the player's only stream as a PulseAudio mixer does. Returns true when the graph shows the move.
     ///
     /// This mixer disconnects as soon as it has the answer. The servers may then see the disconnect together
-    /// with the request, and drop the request unread: without VELLO, 16 of 385 moves had no effect. A user
-    /// would move the stream again.
+    /// with the request, and drop the request unread: without VELLO, 16 of 385 moves had no effect, and on a
+    /// busy machine five in a row. A user would move the stream again.
     bool moveInPulseAudioMixer(const std::string& player, const std::string& output) {
         const auto list = session().run({"pactl", "list", "short", "sink-inputs"});
         const auto before = graph().state();
@@ -62,7 +62,7 @@ protected:
         const auto isHeardOf = [&](const GraphState& state) {
             return state.metadataValue(stream, "target.node") == target;
         };
-        for (int attempt = 0; attempt < 5; ++attempt) {
+        for (int attempt = 0; attempt < 20; ++attempt) {
             session().run({"pactl", "move-sink-input", list.substr(0, list.find('\t')), output});
             if (graph().waitUntil(isHeardOf, 1s))
                 return true;
