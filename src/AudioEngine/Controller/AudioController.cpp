@@ -42,6 +42,10 @@ std::vector<UserEQPreset> mergePresets(const std::vector<UserEQPreset>& primary,
     return merged;
 }
 
+auto hasName(std::string_view name) {
+    return [name = std::string(name)](const UserEQPreset& preset) { return preset.name == name; };
+}
+
 template <class Map> auto valueIn(const Map& map, std::string_view key) {
     const auto found = map.find(key);
     return found == map.end() ? std::nullopt : std::optional(found->second);
@@ -187,8 +191,39 @@ EQSettings AudioController::settings(std::string_view sourceID) const {
 }
 
 void AudioController::updateSettings(EQSettings settings, std::string sourceID) {
+    settingsHistory_.willChange(sourceID, valueIn(settingsBySourceID_.value(), sourceID), mainThread_.now());
     SettingsBySourceID changed = settingsBySourceID_.value();
     changed.insert_or_assign(sourceID, std::move(settings));
+    publishSettings(std::move(changed), sourceID);
+}
+
+bool AudioController::undoSettings(std::string_view sourceID) {
+    const auto before = settingsHistory_.exchange(sourceID, valueIn(settingsBySourceID_.value(), sourceID));
+    if (!before)
+        return false;
+    SettingsBySourceID changed = settingsBySourceID_.value();
+    std::string id(sourceID);
+    if (*before)
+        changed.insert_or_assign(id, **before);
+    else
+        changed.erase(id);
+    publishSettings(std::move(changed), id);
+    return true;
+}
+
+bool AudioController::forgetSource(std::string_view sourceID) {
+    SettingsBySourceID changed = settingsBySourceID_.value();
+    const auto known = changed.find(sourceID);
+    if (known == changed.end())
+        return false;
+    const std::string id = known->first;
+    settingsHistory_.willChange(id, known->second, mainThread_.now());
+    changed.erase(known);
+    publishSettings(std::move(changed), id);
+    return true;
+}
+
+void AudioController::publishSettings(SettingsBySourceID changed, const std::string& sourceID) {
     settingsBySourceID_.set(std::move(changed));
     tapCoordinator_.settingsDidChange(sourceID);
     syncDownmixedSources();
@@ -199,9 +234,45 @@ void AudioController::saveUserPreset(std::string_view name, std::span<const doub
     UserEQPreset saved{std::string(trimmedWhiteSpace(name)), {gains.begin(), gains.end()}};
     if (saved.name.empty() || gains.size() != EQSettings::bandCount)
         return;
+    restoreUserPreset(std::move(saved), userPresets_.value().size());
+}
+
+bool AudioController::deleteUserPreset(std::string_view name) {
     std::vector<UserEQPreset> presets = userPresets_.value();
-    std::erase_if(presets, [&](const UserEQPreset& preset) { return preset.name == saved.name; });
-    presets.push_back(std::move(saved));
+    if (std::erase_if(presets, hasName(name)) == 0)
+        return false;
+    publishUserPresets(std::move(presets));
+    return true;
+}
+
+bool AudioController::renameUserPreset(std::string_view name, std::string_view newName) {
+    const auto& presets = userPresets_.value();
+    const auto renamed = std::ranges::find_if(presets, hasName(name));
+    UserEQPreset preset{std::string(trimmedWhiteSpace(newName)), {}};
+    if (renamed == presets.end() || preset.name.empty())
+        return false;
+    preset.bandGains = renamed->bandGains;
+    std::vector<UserEQPreset> remaining = presets;
+    const auto isReplaced = [&](const UserEQPreset& each) {
+        return each.name == name || each.name == preset.name;
+    };
+    const auto position = renamed - presets.begin() - std::count_if(presets.begin(), renamed, isReplaced);
+    std::erase_if(remaining, isReplaced);
+    remaining.insert(remaining.begin() + position, std::move(preset));
+    publishUserPresets(std::move(remaining));
+    return true;
+}
+
+void AudioController::restoreUserPreset(UserEQPreset preset, std::size_t position) {
+    std::vector<UserEQPreset> presets = userPresets_.value();
+    std::erase_if(presets, hasName(preset.name));
+    const auto place = static_cast<std::ptrdiff_t>(std::min(position, presets.size()));
+    presets.insert(presets.begin() + place, std::move(preset));
+    publishUserPresets(std::move(presets));
+}
+
+/// Saves the list on this machine and shares it with the others.
+void AudioController::publishUserPresets(std::vector<UserEQPreset> presets) {
     userPresets_.set(std::move(presets));
     settingsStore_.scheduleSave(persistable());
     presetCloudStore_.save(userPresets_.value());

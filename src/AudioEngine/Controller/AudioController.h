@@ -7,6 +7,7 @@
 #include "AudioEngine/Capture/TapTeardownQueue.h"
 #include "AudioEngine/Controller/AudioCapturePermission.h"
 #include "AudioEngine/Controller/OutputRoutes.h"
+#include "AudioEngine/Controller/SettingsHistory.h"
 #include "AudioEngine/Controller/SourceMeters.h"
 #include "Foundation/Published.h"
 #include "Models/AppAudioSource.h"
@@ -102,6 +103,22 @@ public:
     /// Does nothing if the name is blank or there is not exactly one gain per band. The caller must have
     /// checked that the name is valid UTF-8 and the gains are finite.
     void saveUserPreset(std::string_view name, std::span<const double> gains);
+    /// Deletes every preset with exactly this name. Sources that use its gains keep them. Returns false if
+    /// there is no such preset.
+    bool deleteUserPreset(std::string_view name);
+    /// Gives the first preset called `name` the trimmed `newName`; it keeps its place in the list. Every
+    /// other preset of either name is removed. Returns false if there is no such preset or the new name is
+    /// blank. The caller must have checked that the new name is valid UTF-8.
+    bool renameUserPreset(std::string_view name, std::string_view newName);
+    /// Puts a deleted preset back at `position` of the list, or at its end if the list has become shorter.
+    /// Any other preset of its name is removed.
+    void restoreUserPreset(UserEQPreset preset, std::size_t position);
+    /// Takes back the last change of a source's settings; a second call makes it again. Changes that follow
+    /// each other within a second, as while a slider is dragged, are one. Returns false if nothing has
+    /// changed since the start.
+    bool undoSettings(std::string_view sourceID);
+    /// Drops the stored settings of a source. Returns false if it has none.
+    bool forgetSource(std::string_view sourceID);
     void setActiveSource(std::optional<std::string> sourceID);
     /// The streams that are currently not captured. Changes are not published.
     std::vector<ExemptStream> exemptStreams() const { return exemptStreams_.read(); }
@@ -130,6 +147,8 @@ private:
     void willTerminate();
 
     void syncCoordinatorEnabled();
+    void publishSettings(SettingsBySourceID changed, const std::string& sourceID);
+    void publishUserPresets(std::vector<UserEQPreset> presets);
     void syncDownmixedSources();
     void applyProcessGroups(const AudioProcessMonitor::Groups& groups);
     void scheduleMeterTick();
@@ -141,6 +160,7 @@ private:
 
     Published<std::vector<AppAudioSource>> sources_;
     Published<SettingsBySourceID> settingsBySourceID_;
+    SettingsHistory settingsHistory_;
     Published<std::vector<UserEQPreset>> userPresets_;
     Published<std::optional<std::string>> activeSourceID_;
     Published<bool> isProcessingEnabled_{true};

@@ -148,6 +148,44 @@ TEST_F(ControllerPresets, EveryPresetOfTheNameIsReplaced) {
     EXPECT_THAT(presets(), ElementsAre(preset("B"), preset("A'")));
 }
 
+TEST_F(ControllerPresets, ADeletedPresetIsGoneHereAndInTheSharedList) {
+    startWithStored({preset("A"), preset("B"), preset("C")});
+    EXPECT_TRUE(controller->deleteUserPreset("B"));
+    EXPECT_THAT(names(), ElementsAre("A", "C"));
+    EXPECT_EQ(cloud.values["userEQPresets"], json({preset("A"), preset("C")}));
+    mainThread.advance(500ms);
+    EXPECT_THAT(stored().userPresets, ElementsAre(preset("A"), preset("C")));
+}
+
+TEST_F(ControllerPresets, DeletingOrRenamingWhatIsNotThereChangesNothing) {
+    startWithStored({preset("A")});
+    cloud.calls.clear();
+    EXPECT_FALSE(controller->deleteUserPreset("a"));
+    EXPECT_FALSE(controller->renameUserPreset("B", "C"));
+    EXPECT_FALSE(controller->renameUserPreset("A", " \t"));
+    EXPECT_THAT(presets(), ElementsAre(preset("A")));
+    EXPECT_THAT(cloud.calls, IsEmpty());
+}
+
+TEST_F(ControllerPresets, ARenamedPresetKeepsItsPlaceAndReplacesTheOneWhoseNameItTakes) {
+    startWithStored({preset("A'"), preset("B"), preset("C"), preset("D")});
+    EXPECT_TRUE(controller->renameUserPreset("B", "  Rock "));
+    EXPECT_THAT(names(), ElementsAre("A", "Rock", "C", "D"));
+    EXPECT_TRUE(controller->renameUserPreset("C", "A"));
+    EXPECT_THAT(presets(), ElementsAre(preset("Rock"), preset("A"), preset("D")));
+    EXPECT_TRUE(controller->renameUserPreset("A", "A"));
+    EXPECT_THAT(names(), ElementsAre("Rock", "A", "D"));
+}
+
+TEST_F(ControllerPresets, ADeletedPresetComesBackInItsPlace) {
+    startWithStored({preset("A"), preset("B"), preset("C")});
+    controller->deleteUserPreset("B");
+    controller->restoreUserPreset(preset("B"), 1);
+    EXPECT_THAT(names(), ElementsAre("A", "B", "C"));
+    controller->restoreUserPreset(preset("A'"), 7);
+    EXPECT_THAT(presets(), ElementsAre(preset("B"), preset("C"), preset("A'")));
+}
+
 TEST_F(ControllerPresets, NamesThatDifferInCaseAreTwoPresets) {
     startWithStored({preset("rock")});
     controller->saveUserPreset("Rock", kGains);
