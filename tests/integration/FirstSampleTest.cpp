@@ -55,7 +55,7 @@ protected:
         for (int number = 0; number < repetitions(10); ++number) {
             monitor("output-a").record(1);
             begin();
-            EXPECT_TRUE(awaitWay("output-a", Way::tapped, 2400));
+            EXPECT_TRUE(awaitWay("output-a", Way::tapped, 2400)) << "sound " << number;
             milliseconds.push_back(directMilliseconds(monitor("output-a").recording()));
             end();
             EXPECT_TRUE(awaitStopped());
@@ -109,6 +109,25 @@ TEST_F(VelloNextSound, OfANewProcess) {
     EXPECT_LE(median(heard), 1000.0 * quantum() / 48000);
     EXPECT_EQ(capturesMade(graph()), 1);
 }
+
+class VelloNextSoundOfKind : public VelloNextSound, public testing::WithParamInterface<PlayerKind> {};
+
+TEST_P(VelloNextSoundOfKind, IsHeardThroughTheTapThatIsHeldReady) {
+    openSession({.quantum = 256});
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
+    startVello();
+    const auto begin = [&] { play({.name = "player", .applicationID = kPlayerID}, GetParam()); };
+    begin();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    endPlayer("player");
+    ASSERT_TRUE(awaitStopped());
+    hear(begin, [&] { endPlayer("player"); });
+}
+
+INSTANTIATE_TEST_SUITE_P(, VelloNextSoundOfKind,
+                         testing::Values(PlayerKind::native, PlayerKind::pulseAudio, PlayerKind::alsa,
+                                         PlayerKind::commandLine),
+                         [](const auto& kind) { return name(kind.param); });
 
 } // namespace
 } // namespace vello::session

@@ -33,6 +33,15 @@ inline constexpr std::chrono::milliseconds kSettleTime{60};
 /// another shell runs `pw-metadata` over and over.
 inline constexpr std::chrono::milliseconds kMetadataDoubt{100};
 
+/// The PulseAudio server answers an application's request for a stream only when the stream is linked to a
+/// device, and our captures are not devices to it. An application whose stream is directed to a capture
+/// before that waits for the answer forever, silent. The answer is visible as the stream's property
+/// `kAnsweredByPulseServer`; for a server that does not set it, a stream that has run for
+/// `kLongestPulseAnswer` counts as answered. Reproduce: without the wait,
+/// `headless_test --gtest_filter='VelloNextSoundOfKind.*/pulseAudio'`, on 0.3.65 and 1.4.
+inline constexpr const char* kAnsweredByPulseServer = "pulse.attr.tlength";
+inline constexpr std::chrono::seconds kLongestPulseAnswer{3};
+
 /// Servers from 1.0 on give a stream one buffer unless it requests more; a triggered stream then misses every
 /// second cycle. With two buffers, the cycle after a missed one has no free buffer and is lost as well. Four
 /// buffers tolerate three missed cycles in a row, which occur in a graph without realtime priority whenever

@@ -54,6 +54,11 @@ std::optional<GraphLatency> latencyAskedFor(const spa_dict& properties) {
     return latency;
 }
 
+bool isUnansweredByPulseServer(const spa_dict& properties) {
+    return propertyText(properties, PW_KEY_CLIENT_API) == "pipewire-pulse" &&
+           propertyText(properties, quirks::kAnsweredByPulseServer).empty();
+}
+
 bool offersFormats(const pw_node_info& info) {
     return std::any_of(info.params, info.params + info.n_params, [](const spa_param_info& offered) {
         return offered.id == SPA_PARAM_EnumFormat && (offered.flags & SPA_PARAM_INFO_READ) != 0;
@@ -71,6 +76,9 @@ struct PipeWireStreams::Entry {
     bool arePropertiesKnown = false;
     bool isFormatKnown = false;
     bool isEverRaw = false; ///< at least one of its formats was uncompressed
+    /// The PulseAudio server has not answered the application's request for this stream yet.
+    bool isUnanswered = false;
+    MainThread::Instant runningSince{};
 
     static void onInfo(void* data, const pw_node_info* info);
     static void onParameter(void* data, int sequence, std::uint32_t id, std::uint32_t index,
@@ -84,7 +92,7 @@ void PipeWireStreams::Entry::onInfo(void* data, const pw_node_info* info) {
     if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) != 0 && info->props != nullptr)
         entry.streams.propertiesKnown(entry, *info->props);
     if ((info->change_mask & PW_NODE_CHANGE_MASK_STATE) != 0)
-        entry.streams.stateChanged(entry.object, info->state == PW_NODE_STATE_RUNNING);
+        entry.streams.stateChanged(entry, info->state == PW_NODE_STATE_RUNNING);
 }
 
 void PipeWireStreams::Entry::onParameter(void* data, int, std::uint32_t id, std::uint32_t, std::uint32_t,
@@ -102,7 +110,8 @@ void PipeWireStreams::Entry::onParameter(void* data, int, std::uint32_t id, std:
 PipeWireStreams::PipeWireStreams(PipeWireGraphObserver& observer, std::function<AudioObjectID()> nextObjectID,
                                  pw_loop* loop, PipeWireClients& clients, const PipeWireLinks& links)
     : observer_(observer), nextObjectID_(std::move(nextObjectID)),
-      endedTimer_(loop, [this] { reportEnded(); }), clients_(clients), links_(links) {}
+      endedTimer_(loop, [this] { reportEnded(); }), answerTimer_(loop, [this] { describeUnanswered(); }),
+      clients_(clients), links_(links) {}
 
 PipeWireStreams::~PipeWireStreams() = default;
 
@@ -149,6 +158,7 @@ void PipeWireStreams::propertiesKnown(Entry& entry, const spa_dict& properties) 
     // keeps the stream from being moved.
     if (const auto marked = exemptionByProperties(properties); marked != StreamExemption::none)
         entry.exemption = marked;
+    entry.isUnanswered = !entry.object.isDescribed && isUnansweredByPulseServer(properties);
     entry.arePropertiesKnown = true;
     describe(entry);
 }
@@ -163,13 +173,23 @@ void PipeWireStreams::formatKnown(Entry& entry, bool isRaw, std::uint32_t channe
 }
 
 void PipeWireStreams::describe(Entry& entry) {
-    if (!entry.arePropertiesKnown || !entry.isFormatKnown)
+    if (!entry.arePropertiesKnown || !entry.isFormatKnown || entry.isUnanswered)
         return;
     const bool isEncoded = entry.exemption == StreamExemption::none && !entry.isEverRaw;
     entry.object.exemption = isEncoded ? StreamExemption::encoded : entry.exemption;
     entry.object.isDescribed = true;
     clients_.streamDescribed(entry.object);
     observer_.streamDescribed(entry.object);
+}
+
+/// Describes the streams that have run long enough to have been answered.
+void PipeWireStreams::describeUnanswered() {
+    const auto longEnough = MainThread::Clock::now() - quirks::kLongestPulseAnswer;
+    for (auto& [id, entry] : streams_)
+        if (entry->isUnanswered && entry->object.isRunning && entry->runningSince <= longEnough) {
+            entry->isUnanswered = false;
+            describe(*entry);
+        }
 }
 
 std::vector<const GraphStream*> PipeWireStreams::all() const {
@@ -191,9 +211,14 @@ const GraphStream* PipeWireStreams::withObjectID(AudioObjectID objectID) const {
 
 // Running state
 
-void PipeWireStreams::stateChanged(GraphStream& stream, bool isRunning) {
+void PipeWireStreams::stateChanged(Entry& entry, bool isRunning) {
+    GraphStream& stream = entry.object;
     if (std::exchange(stream.isRunning, isRunning) == isRunning)
         return;
+    if (isRunning && entry.isUnanswered) {
+        entry.runningSince = MainThread::Clock::now();
+        answerTimer_.start(quirks::kLongestPulseAnswer);
+    }
     if (!isRunning) {
         stream.endedAt = MainThread::Clock::now();
         stream.isEndReported = false;

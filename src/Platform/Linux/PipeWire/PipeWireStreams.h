@@ -52,7 +52,8 @@ private:
     void propertiesKnown(Entry& entry, const spa_dict& properties);
     void formatKnown(Entry& entry, bool isRaw, std::uint32_t channels);
     void describe(Entry& entry);
-    void stateChanged(GraphStream& stream, bool isRunning);
+    void describeUnanswered();
+    void stateChanged(Entry& entry, bool isRunning);
     void reportEnded();
     /// Time from which a stopped stream counts as ended.
     MainThread::Instant countsAsEndedAt(const GraphStream& stream) const;
@@ -62,6 +63,7 @@ private:
     PipeWireGraphObserver& observer_;
     std::function<AudioObjectID()> nextObjectID_;
     PipeWireTimer endedTimer_;
+    PipeWireTimer answerTimer_;
     PipeWireClients& clients_;
     const PipeWireLinks& links_;
     std::map<std::uint32_t, std::unique_ptr<Entry>> streams_;
