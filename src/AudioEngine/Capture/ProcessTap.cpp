@@ -46,9 +46,19 @@ void run(const ProcessTap::Action& action) {
         copy();
 }
 
-/// The model's volume is a double. Values out of range for a float become infinite.
+/// The model keeps any value, and a settings file or a shared preset may hold any. What is made audible stays
+/// within what `vello render` accepts, so that a slip of the pen does not hurt ears or loudspeakers.
+constexpr double kLargestVolume = 16; // linear
+constexpr double kLargestGain = 24;   // dB, in either direction
+
 float linearVolume(const EQSettings& settings) {
-    return static_cast<float>(settings.volume);
+    return static_cast<float>(std::clamp(settings.volume, -kLargestVolume, kLargestVolume));
+}
+
+EQSettings audible(EQSettings settings) {
+    for (double& gain : settings.bandGains)
+        gain = std::clamp(gain, -kLargestGain, kLargestGain);
+    return settings;
 }
 
 } // namespace
@@ -320,8 +330,8 @@ void ProcessTap::applySettings(const EQSettings& settings) {
 void ProcessTap::publishSnapshot() {
     if (!realtimeContext_ || !realtimeContext_->supportsEQ || !(sampleRate() > 0))
         return;
-    auto previous =
-        std::exchange(currentSnapshot_, std::make_shared<const EQChainSnapshot>(settings_, sampleRate()));
+    auto previous = std::exchange(currentSnapshot_,
+                                  std::make_shared<const EQChainSnapshot>(audible(settings_), sampleRate()));
     realtimeContext_->snapshotPointer.store(currentSnapshot_.get(), std::memory_order_release);
     if (previous)
         retire(std::move(previous));

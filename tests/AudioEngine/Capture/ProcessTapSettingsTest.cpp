@@ -78,6 +78,19 @@ TEST_F(Tap, SettingsChangeWithoutTouchingThePlatform) {
     EXPECT_EQ(std::bit_cast<float>(tap->realtimeContext()->volumeTargetBits.load()), 0.25F);
 }
 
+TEST_F(Tap, SettingsOfAnySizeAreLimitedWhereTheyBecomeAudible) {
+    const auto gainAt1000Hz = [](const ProcessTap& tap) {
+        return tap.currentSnapshot()->biquadSetup()->sections()[4];
+    };
+    const auto tap = makeRunningTap(curve(400, 1e300));
+    EXPECT_EQ(tap->realtimeContext()->rt->currentVolume, 16.0F);
+    EXPECT_EQ(gainAt1000Hz(*tap).b0, peakingSection(24, 1000, 44100).b0);
+    tap->applySettings(curve(-400, 17));
+    EXPECT_EQ(std::bit_cast<float>(tap->realtimeContext()->volumeTargetBits.load()), 16.0F);
+    EXPECT_EQ(gainAt1000Hz(*tap).b0, peakingSection(-24, 1000, 44100).b0);
+    EXPECT_EQ(tap->settings(), curve(-400, 17)) << "the model keeps what it was given";
+}
+
 TEST_F(Tap, SettingsThatArriveDuringTheWaitAreThoseOfTheFirstSnapshot) {
     hardware.setReadsUntilAlive(2);
     const auto tap = makeTap(curve(0, 1));
