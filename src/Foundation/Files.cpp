@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vello {
 namespace {
@@ -17,6 +18,14 @@ namespace {
 namespace fs = std::filesystem;
 constexpr mode_t kUserOnlyFolder = 0700;
 constexpr std::size_t kChunk = 1 << 16; ///< bytes read at a time
+
+FileStamp stampOf(const struct stat& status) {
+    return {.device = status.st_dev,
+            .inode = status.st_ino,
+            .size = status.st_size,
+            .modifiedAt = std::chrono::seconds(status.st_mtim.tv_sec) +
+                          std::chrono::nanoseconds(status.st_mtim.tv_nsec)};
+}
 
 } // namespace
 
@@ -36,14 +45,29 @@ std::optional<std::string> readAll(int descriptor, std::size_t atMost) {
     return content;
 }
 
-std::optional<std::string> readFile(const fs::path& file, std::size_t atMost, Links links) {
+std::optional<FileStamp> fileStamp(const fs::path& file) noexcept {
+    struct stat status = {};
+    return ::stat(file.c_str(), &status) == 0 ? std::optional(stampOf(status)) : std::nullopt;
+}
+
+std::optional<FileContent> readContent(const fs::path& file, std::size_t atMost, Links links) {
     const int linkFlag = links == Links::refuse ? O_NOFOLLOW : 0;
     const Descriptor descriptor(
         ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | linkFlag));
     struct stat status = {};
-    if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (!descriptor.isOpen() || ::fstat(descriptor.number(), &status) != 0)
         return std::nullopt;
-    return readAll(descriptor.number(), atMost);
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+        return std::nullopt;
+    }
+    std::optional<std::string> text = readAll(descriptor.number(), atMost);
+    return text ? std::optional(FileContent{std::move(*text), stampOf(status)}) : std::nullopt;
+}
+
+std::optional<std::string> readFile(const fs::path& file, std::size_t atMost, Links links) {
+    std::optional<FileContent> content = readContent(file, atMost, links);
+    return content ? std::optional(std::move(content->text)) : std::nullopt;
 }
 
 bool writeAll(int descriptor, std::string_view content) noexcept {
@@ -82,6 +106,18 @@ bool moveWithoutReplacing(const fs::path& from, const fs::path& to) noexcept {
         return true;
     // EINVAL: the file system does not support the flag. A hard link does not replace anything either.
     return errno == EINVAL && ::link(from.c_str(), to.c_str()) == 0 && ::unlink(from.c_str()) == 0;
+}
+
+bool moveAside(const fs::path& file, const fs::path& aside) {
+    for (int number = 1; !moveWithoutReplacing(file, aside); ++number) {
+        if (errno != EEXIST)
+            return false;
+        fs::path numbered = aside;
+        numbered += "." + std::to_string(number);
+        if (!moveWithoutReplacing(aside, numbered) && errno != EEXIST)
+            return false;
+    }
+    return true;
 }
 
 } // namespace vello

@@ -4,10 +4,13 @@
 #include "FailedCall.h"
 #include "Foundation/Files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <system_error>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,6 +23,10 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMostLinks = 40;
+
+bool isAlphanumeric(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
 
 /// Follows symbolic links to the file to replace, which need not exist yet. Throws for a device or a folder.
 fs::path finalPlace(fs::path file) {
@@ -36,6 +43,20 @@ fs::path finalPlace(fs::path file) {
     return file;
 }
 
+constexpr std::string_view kUnpredictable = "XXXXXX"; ///< replaced by mkostemp
+
+std::string temporaryPrefix(const fs::path& target) {
+    return std::string(1, '.').append(target.filename().string()).append(".");
+}
+
+bool isTemporary(const fs::directory_entry& entry, std::string_view prefix) {
+    const std::string name = entry.path().filename().string();
+    return name.size() == prefix.size() + kUnpredictable.size() && name.starts_with(prefix) &&
+           std::all_of(name.begin() + static_cast<std::ptrdiff_t>(prefix.size()), name.end(),
+                       isAlphanumeric) &&
+           entry.symlink_status().type() == fs::file_type::regular;
+}
+
 mode_t usualMode(const fs::path& target) {
     struct stat existing = {};
     if (::stat(target.c_str(), &existing) == 0)
@@ -48,8 +69,7 @@ mode_t usualMode(const fs::path& target) {
 } // namespace
 
 ReplacingFile::ReplacingFile(const fs::path& target, Permissions permissions) : target_(finalPlace(target)) {
-    const std::string name = std::string(1, '.').append(target_.filename().string()).append(".XXXXXX");
-    temporary_ = (target_.parent_path() / name).string();
+    temporary_ = (target_.parent_path() / temporaryPrefix(target_).append(kUnpredictable)).string();
     descriptor_ = Descriptor(::mkostemp(temporary_.data(), O_CLOEXEC));
     if (!descriptor_.isOpen())
         fail("cannot create a file beside " + target_.string());
@@ -63,6 +83,22 @@ ReplacingFile::ReplacingFile(const fs::path& target, Permissions permissions) : 
 ReplacingFile::~ReplacingFile() {
     if (!temporary_.empty())
         ::unlink(temporary_.c_str());
+}
+
+void ReplacingFile::removeLeftovers(const fs::path& target) noexcept {
+    try {
+        const fs::path place = finalPlace(target);
+        const std::string prefix = temporaryPrefix(place);
+        std::vector<fs::path> leftovers;
+        for (const auto& entry : fs::directory_iterator(place.parent_path()))
+            if (isTemporary(entry, prefix))
+                leftovers.push_back(entry.path());
+        for (const fs::path& leftover : leftovers)
+            ::unlink(leftover.c_str());
+    } catch (const std::exception&) {
+        // A folder that cannot be read keeps its files.
+        return;
+    }
 }
 
 void ReplacingFile::write(std::string_view content) {

@@ -25,6 +25,10 @@ public:
     ReplacingFile(const ReplacingFile&) = delete;
     ReplacingFile& operator=(const ReplacingFile&) = delete;
 
+    /// Removes the temporary files that processes which died left beside `target`. Call only while nobody
+    /// else can be writing the target. Failures are ignored.
+    static void removeLeftovers(const std::filesystem::path& target) noexcept;
+
     /// Open for reading and writing; owned by this object.
     int descriptor() const noexcept { return descriptor_.number(); }
     void write(std::string_view content);

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Foundation/Files.h"
 
+#include "support/FullDisk.h"
 #include "support/KilledProcess.h"
+#include "support/OrdinaryUser.h"
 #include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,41 +28,6 @@ std::vector<std::string> namesIn(const fs::path& folder) {
 unsigned modeOf(const fs::path& file) {
     return static_cast<unsigned>(fs::status(file).permissions());
 }
-
-/// Drops root privileges during its lifetime, if the tests run as root.
-class OrdinaryUser {
-public:
-    OrdinaryUser() {
-        if (::geteuid() == 0 && ::seteuid(65534) != 0)
-            throw std::system_error(errno, std::generic_category(), "seteuid");
-    }
-    ~OrdinaryUser() {
-        if (::getuid() == 0 && ::seteuid(0) != 0)
-            std::abort();
-    }
-    OrdinaryUser(const OrdinaryUser&) = delete;
-    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-};
-
-/// Makes writes fail beyond a file size of `bytes`, like a full disk.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
-
-private:
-    rlimit before_{};
-    sighandler_t handler_;
-};
 
 class AtomicFileTest : public testing::Test {
 protected:
@@ -226,6 +191,39 @@ TEST_F(AtomicFileTest, MovesAFileButNeverOverAnother) {
     EXPECT_FALSE(moveWithoutReplacing(file_, folder_ / "aside"));
     EXPECT_EQ(readTestFile(file_), "second");
     EXPECT_EQ(readTestFile(folder_ / "aside"), "first");
+}
+
+TEST_F(AtomicFileTest, MovesAsideUnderANameWhoseEarlierFilesGetNumbers) {
+    EXPECT_FALSE(moveAside(file_, folder_ / "aside")) << "there is nothing to move";
+    for (const char* content : {"first", "second", "third"}) {
+        writeTestFile(file_, content);
+        EXPECT_TRUE(moveAside(file_, folder_ / "aside"));
+    }
+    EXPECT_THAT(namesIn(folder_.path()), UnorderedElementsAre("aside", "aside.1", "aside.2"));
+    EXPECT_EQ(readTestFile(folder_ / "aside"), "third");
+    EXPECT_EQ(readTestFile(folder_ / "aside.1"), "first");
+}
+
+TEST_F(AtomicFileTest, AStampTellsWhetherAFileIsTheSame) {
+    EXPECT_EQ(fileStamp(file_), std::nullopt);
+    writeFileAtomically(file_, "content");
+    const auto stamp = fileStamp(file_);
+    ASSERT_TRUE(stamp);
+    EXPECT_EQ(readContent(file_, 100)->stamp, stamp);
+    EXPECT_EQ(fileStamp(file_), stamp);
+    writeFileAtomically(file_, "another content");
+    EXPECT_NE(fileStamp(file_), stamp);
+}
+
+TEST_F(AtomicFileTest, AReadThatFailsSaysWhy) {
+    EXPECT_FALSE(readContent(file_, 100));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(readContent(folder_.path(), 100));
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_FALSE(readContent("/dev/null", 100));
+    EXPECT_EQ(errno, ENOTSUP);
+    EXPECT_FALSE(readContent("/proc/self/mem", 100));
+    EXPECT_EQ(errno, EIO);
 }
 
 } // namespace

@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Persistence/SettingsStore.h"
+#include "SettingsStoreFixture.h"
 
-#include "support/RecordingSystemLog.h"
-#include "support/TemporaryFolder.h"
-#include "support/VirtualMainThread.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <memory>
 
 namespace vello {
 namespace {
@@ -21,30 +14,6 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
-
-EQSettings settingsWithVolume(double volume) {
-    EQSettings settings;
-    settings.volume = volume;
-    return settings;
-}
-
-StoredSettings storedWithVolume(double volume) {
-    return {{{"org.example.player", settingsWithVolume(volume)}}, {}};
-}
-
-class SettingsStoreTest : public testing::Test {
-protected:
-    void writeFile(std::string_view content) { writeTestFile(file_, content); }
-    std::string fileContent() const { return readTestFile(file_); }
-
-    TemporaryFolder folder_;
-    const fs::path support_ = folder_ / "share";
-    const fs::path file_ = support_ / "EQ by QUORVIN/settings.json";
-    const fs::path aside_ = support_ / "EQ by QUORVIN/settings.json.corrupt";
-    VirtualMainThread mainThread_;
-    RecordingSystemLog log_;
-    SettingsStore store_{support_, mainThread_, log_};
-};
 
 TEST_F(SettingsStoreTest, LoadsNothingFromNoFileAndLeavesNothingBehind) {
     EXPECT_EQ(store_.load(), StoredSettings{});
@@ -171,6 +140,7 @@ TEST_F(SettingsStoreTest, AFileOfAnotherVersionLoadsAndIsWrittenInThisOne) {
         EXPECT_EQ(store_.load(), StoredSettings{});
         EXPECT_TRUE(fs::exists(file_)) << version;
     }
+    store_.flush(storedWithVolume(0.5));
     store_.flush({});
     EXPECT_EQ(fileContent(), "{\n  \"sources\": {},\n  \"userPresets\": [],\n  \"version\": 1\n}\n");
 }
@@ -228,18 +198,16 @@ INSTANTIATE_TEST_SUITE_P(
                     "{\"version\":1,\"sources\":{\"\xff\":{}}}", R"({"version":1,"sources":{"\ud800":{}}})",
                     std::string(10'000, '[')));
 
-TEST_F(SettingsStoreTest, AnEarlierCorruptFileIsNeverOverwritten) {
-    writeTestFile(aside_, "earlier");
-    writeFile("corrupt");
-    EXPECT_EQ(store_.load(), StoredSettings{});
-    EXPECT_EQ(fileContent(), "corrupt");
-    EXPECT_EQ(readTestFile(aside_), "earlier");
-    EXPECT_EQ(log_.lines().size(), 1U);
-
-    store_.flush({});
-    EXPECT_EQ(store_.load(), StoredSettings{});
-    EXPECT_EQ(readTestFile(aside_), "earlier");
-    EXPECT_EQ(log_.lines().size(), 1U);
+TEST_F(SettingsStoreTest, EarlierCorruptFilesGetNumbers) {
+    for (const char* content : {"first", "second", "third"}) {
+        writeFile(content);
+        EXPECT_EQ(store_.load(), StoredSettings{});
+        EXPECT_EQ(readTestFile(aside_), content);
+    }
+    EXPECT_EQ(readTestFile(aside_.string() + ".1"), "first");
+    EXPECT_EQ(readTestFile(aside_.string() + ".2"), "second");
+    EXPECT_FALSE(fs::exists(file_));
+    EXPECT_EQ(log_.lines().size(), 3U);
 }
 
 TEST_F(SettingsStoreTest, AFileThatIsTooLargeIsMovedAside) {
@@ -298,6 +266,7 @@ RC_GTEST_FIXTURE_PROP(SettingsStoreTest, AnythingInTheFileLoadsOrIsMovedAside, (
     (void)store_.load();
     RC_ASSERT(fs::exists(file_) != fs::exists(aside_));
     RC_ASSERT(readTestFile(fs::exists(file_) ? file_ : aside_) == content);
+    fs::remove(aside_);
 }
 
 } // namespace

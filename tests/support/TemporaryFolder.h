@@ -9,14 +9,15 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <unistd.h>
 
 namespace vello {
 
 /// A temporary folder, removed with the object.
 class TemporaryFolder {
 public:
-    TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "vello-test-XXXXXX").string();
+    explicit TemporaryFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+        std::string name = (parent / "vello-test-XXXXXX").string();
         if (::mkdtemp(name.data()) == nullptr)
             throw std::system_error(errno, std::generic_category(), name);
         path_ = name;
@@ -34,6 +35,11 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+/// Where many small files do not wait for a disk, if the machine has such a place.
+inline std::filesystem::path folderInMemory() {
+    return ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : std::filesystem::temp_directory_path();
+}
 
 /// Writes a file and creates its parent folders.
 inline void writeTestFile(const std::filesystem::path& file, std::string_view content) {
