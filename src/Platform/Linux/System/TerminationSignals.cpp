@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Platform/Linux/System/TerminationSignals.h"
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <poll.h>
 #include <sys/signalfd.h>
@@ -49,6 +51,9 @@ Descriptor blockAndWatch() {
 struct TerminationSignals::Actions {
     Action willTerminate;
     Action quit;
+    /// When the main thread began to terminate; the largest time before that. Written by the main thread,
+    /// read by the watching one. Nothing else depends on it, so its order is relaxed.
+    std::atomic<MainThread::Instant> begunAt{MainThread::Instant::max()};
 };
 
 void TerminationSignals::block() {
@@ -59,11 +64,11 @@ void TerminationSignals::block() {
     ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
 }
 
-TerminationSignals::TerminationSignals(MainThread& mainThread, Action quit,
-                                       std::chrono::milliseconds patience)
-    : mainThread_(mainThread), patience_(patience),
-      actions_(std::make_shared<Actions>(Actions{{}, std::move(quit)})), signals_(blockAndWatch()),
-      thread_([this](int end) { watch(end); }) {}
+TerminationSignals::TerminationSignals(MainThread& mainThread, Action quit, const Timing& timing)
+    : mainThread_(mainThread), timing_(timing), actions_(std::make_shared<Actions>()),
+      signals_(blockAndWatch()), thread_([this](int end) { watch(end); }) {
+    actions_->quit = std::move(quit);
+}
 
 void TerminationSignals::onWillTerminate(Action action) {
     actions_->willTerminate = std::move(action);
@@ -75,10 +80,23 @@ void TerminationSignals::watch(int end) const {
         return;
     postTermination();
     pollfd ending{end, POLLIN, 0};
-    if (const int second = waitForSignal(end, patience_); second != 0)
+    if (const int second = waitForAnotherRequest(end); second != 0)
         signal = second;
     if (::poll(&ending, 1, 0) == 0)
         takeItsCourse(signal);
+}
+
+/// The number of the next signal that is not part of the first request; 0 at the end of this object or when
+/// the patience has run out.
+int TerminationSignals::waitForAnotherRequest(int end) const {
+    const auto deadline = mainThread_.now() + timing_.patience;
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - mainThread_.now());
+        const int signal = waitForSignal(end, std::max(left, std::chrono::milliseconds::zero()));
+        const auto begunAt = actions_->begunAt.load(std::memory_order_relaxed);
+        if (signal == 0 || mainThread_.now() - timing_.grace >= begunAt)
+            return signal;
+    }
 }
 
 /// The next signal's number; 0 at the end of this object or of the time.
@@ -93,10 +111,11 @@ int TerminationSignals::waitForSignal(int end, std::chrono::milliseconds longest
 }
 
 void TerminationSignals::postTermination() const {
-    mainThread_.post([actions = std::weak_ptr(actions_)] {
+    mainThread_.post([&mainThread = mainThread_, actions = std::weak_ptr(actions_)] {
         const auto alive = actions.lock();
         if (!alive)
             return;
+        alive->begunAt.store(mainThread.now(), std::memory_order_relaxed);
         if (const Action willTerminate = std::exchange(alive->willTerminate, nullptr))
             willTerminate();
         alive->quit();

@@ -2,12 +2,16 @@
 #include "Platform/Linux/System/TerminationSignals.h"
 #include "Platform/Qt/QtMainThread.h"
 
+#include "support/WaitUntil.h"
+
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <functional>
 #include <unistd.h>
 
 namespace vello {
@@ -40,15 +44,16 @@ protected:
         std::exit(0);
     }
 
-    /// Blocks forever in the termination action, in an application that allows it `patience`.
-    [[noreturn]] static void runStuckApplication(std::chrono::milliseconds patience, int signal, bool twice) {
+    /// Blocks forever in the termination action.
+    [[noreturn]] static void runStuckApplication(const TerminationSignals::Timing& timing, int signal,
+                                                 bool twice) {
         int argumentCount = 1;
         char name[] = "test";
         char* arguments[] = {name, nullptr};
         QCoreApplication application(argumentCount, arguments);
         QtMainThread mainThread;
         const auto quit = [] { QCoreApplication::quit(); };
-        TerminationSignals termination(mainThread, quit, patience);
+        TerminationSignals termination(mainThread, quit, timing);
         termination.onWillTerminate([&] {
             if (twice)
                 ::kill(::getpid(), signal);
@@ -59,6 +64,17 @@ protected:
         QCoreApplication::exec();
         std::exit(1);
     }
+
+    /// Sends a signal to this process and waits until the object has taken it.
+    static void sendAndAwait(int signal) {
+        ::kill(::getpid(), signal);
+        const auto isPending = [signal] {
+            sigset_t pending;
+            return ::sigpending(&pending) == 0 && ::sigismember(&pending, signal) == 1;
+        };
+        if (!waitUntil([&] { return !isPending(); }))
+            std::abort();
+    }
 };
 
 TEST_P(TerminationSignalsDeathTest, EndsTheApplicationInOrder) {
@@ -67,11 +83,26 @@ TEST_P(TerminationSignalsDeathTest, EndsTheApplicationInOrder) {
 }
 
 TEST_P(TerminationSignalsDeathTest, TakesItsCourseWhenTheMainThreadIsStuck) {
-    EXPECT_EXIT(runStuckApplication(30ms, GetParam(), false), KilledBySignal(GetParam()), "");
+    EXPECT_EXIT(runStuckApplication({.patience = 30ms}, GetParam(), false), KilledBySignal(GetParam()), "");
 }
 
 TEST_P(TerminationSignalsDeathTest, TakesItsCourseWhenItComesTwice) {
-    EXPECT_EXIT(runStuckApplication(10min, GetParam(), true), KilledBySignal(GetParam()), "");
+    EXPECT_EXIT(runStuckApplication({.grace = 0ms, .patience = 10min}, GetParam(), true),
+                KilledBySignal(GetParam()), "");
+}
+
+TEST_P(TerminationSignalsDeathTest, OthersThatComeWithItDoNotCutItsAction) {
+    const auto run = [] {
+        runApplication([](TerminationSignals& termination) {
+            termination.onWillTerminate([] {
+                for (const int signal : {SIGHUP, SIGTERM, SIGINT, SIGHUP, SIGTERM})
+                    sendAndAwait(signal);
+                std::fprintf(stderr, "the action ran to its end, ");
+            });
+            ::kill(::getpid(), GetParam());
+        });
+    };
+    EXPECT_EXIT(run(), ExitedWithCode(0), "^the action ran to its end, terminated 0 times$");
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, TerminationSignalsDeathTest, testing::Values(SIGTERM, SIGINT, SIGHUP));
@@ -79,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(Signals, TerminationSignalsDeathTest, testing::Values(S
 TEST_F(TerminationSignalsDeathTest, ItsCourseLeadsThroughTheHandlerThatIsInstalled) {
     const auto runWithHandler = [] {
         std::signal(SIGTERM, [](int) { ::_exit(42); });
-        runStuckApplication(30ms, SIGTERM, false);
+        runStuckApplication({.patience = 30ms}, SIGTERM, false);
     };
     EXPECT_EXIT(runWithHandler(), ExitedWithCode(42), "");
 }
