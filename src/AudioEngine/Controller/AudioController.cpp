@@ -83,6 +83,7 @@ AudioController::~AudioController() {
 // Startup and shutdown
 
 void AudioController::loadStored() {
+    saveObservation_ = settingsStore_.problem().observe([this](const auto&) { syncSaveProblem(); });
     StoredSettings stored = settingsStore_.load();
     settingsBySourceID_.set(std::move(stored.sources));
     const auto shared = presetCloudStore_.load();
@@ -276,6 +277,16 @@ void AudioController::publishUserPresets(std::vector<UserEQPreset> presets) {
     userPresets_.set(std::move(presets));
     settingsStore_.scheduleSave(persistable());
     presetCloudStore_.save(userPresets_.value());
+}
+
+std::optional<SaveProblem> AudioController::save() {
+    settingsStore_.flush(persistable());
+    return saveProblem_.value();
+}
+
+/// The one place where the problems of all that is saved become the one that the user sees.
+void AudioController::syncSaveProblem() {
+    saveProblem_.set(settingsStore_.problem().value());
 }
 
 StoredSettings AudioController::persistable() const {

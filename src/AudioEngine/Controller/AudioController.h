@@ -90,6 +90,9 @@ public:
     /// The master switch; initially on.
     const Published<bool>& isProcessingEnabled() const { return isProcessingEnabled_; }
     AudioCapturePermission& capturePermission() { return capturePermission_; }
+    /// Why something that the user changed is not on disk; nullopt while all is well. Goes by itself, because
+    /// what failed is tried again.
+    const Published<std::optional<SaveProblem>>& saveProblem() const { return saveProblem_; }
 
     void setProcessingEnabled(bool isEnabled);
     /// The stored settings, or neutral settings if there are none.
@@ -119,6 +122,9 @@ public:
     bool undoSettings(std::string_view sourceID);
     /// Drops the stored settings of a source. Returns false if it has none.
     bool forgetSource(std::string_view sourceID);
+    /// Saves what is pending now instead of within 0.5 s. Returns the save problem that is left. Blocks on
+    /// disk I/O.
+    std::optional<SaveProblem> save();
     void setActiveSource(std::optional<std::string> sourceID);
     /// The streams that are currently not captured. Changes are not published.
     std::vector<ExemptStream> exemptStreams() const { return exemptStreams_.read(); }
@@ -149,6 +155,7 @@ private:
     void syncCoordinatorEnabled();
     void publishSettings(SettingsBySourceID changed, const std::string& sourceID);
     void publishUserPresets(std::vector<UserEQPreset> presets);
+    void syncSaveProblem();
     void syncDownmixedSources();
     void applyProcessGroups(const AudioProcessMonitor::Groups& groups);
     void scheduleMeterTick();
@@ -171,11 +178,13 @@ private:
     OutputRoutes outputRoutes_;
     SettingsStore settingsStore_;
     PresetCloudStore presetCloudStore_;
+    Published<std::optional<SaveProblem>> saveProblem_;
     SourceMeters meters_;
     TapTeardownQueue teardownQueue_; ///< must outlive the coordinator
     TapCoordinator tapCoordinator_;
     TaskHandle meterUpdateTask_;
     Observation permissionObservation_;
+    Observation saveObservation_;
     bool isTerminating_ = false;
 };
 

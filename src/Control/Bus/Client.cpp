@@ -82,6 +82,7 @@ void changeSource(const RunningInstance& instance, const ClientRequest& request)
     if (change.outputDeviceUID)
         change.outputDeviceUID = findOutputUID(state, *change.outputDeviceUID);
     instance.call("SetSettings", {text(findSourceID(state, request.source)), encodeChange(change)});
+    instance.call("Save", {});
 }
 
 /// Saves the curve in effect: the system-wide one while the source's own settings are neutral.
@@ -90,6 +91,7 @@ void savePreset(const RunningInstance& instance, const ClientRequest& request) {
     const EQSettings settings = effectiveSettings(state, findSource(state, request.source));
     const QList<double> gains(settings.bandGains.begin(), settings.bandGains.end());
     instance.call("SavePreset", {text(request.presetName), QVariant::fromValue(gains)});
+    instance.call("Save", {});
 }
 
 void listPresets(const RunningInstance& instance, const ClientRequest& request, const ClientOutput& output) {

@@ -79,6 +79,10 @@ QString ControlService::permission() const {
     return permissionText(runningState(controller_));
 }
 
+QString ControlService::saveProblem() const {
+    return QString::fromStdString(runningState(controller_).saveProblem);
+}
+
 MapList ControlService::sources() const {
     return encodeSources(runningState(controller_).sources);
 }
@@ -123,6 +127,12 @@ void ControlService::SavePreset(const QString& name, const QList<double>& bandGa
         checkGains(gains);
         controller_.saveUserPreset(name.toStdString(), gains);
     });
+}
+
+void ControlService::Save() {
+    if (const auto problem = controller_.save())
+        sendErrorReply(QString::fromLatin1(dbus::kErrorPrefix).append("NotSaved"),
+                       QString::fromStdString(sentence(*problem)));
 }
 
 void ControlService::RequestPermission() {
@@ -181,6 +191,7 @@ void ControlService::observe() {
     watch(controller_.isProcessingEnabled());
     watch(controller_.tapStates());
     watch(controller_.capturePermission().status());
+    watch(controller_.saveProblem());
 }
 
 /// Combines simultaneous changes into one signal.
@@ -215,6 +226,7 @@ QVariantMap ControlService::changes(const RunningState& state) const {
     const auto list = [](const MapList& maps) { return QVariant::fromValue(maps); };
     add("ProcessingEnabled", told_.isProcessingEnabled, state.isProcessingEnabled);
     add("Permission", permissionText(told_), permissionText(state));
+    add("SaveProblem", QString::fromStdString(told_.saveProblem), QString::fromStdString(state.saveProblem));
     add("Sources", list(encodeSources(told_.sources)), list(encodeSources(state.sources)));
     add("Outputs", list(encodeOutputs(told_.outputs)), list(encodeOutputs(state.outputs)));
     add("Presets", list(encodePresets(told_.presets)), list(encodePresets(state.presets)));

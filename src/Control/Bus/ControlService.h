@@ -26,6 +26,7 @@ class ControlService final : public QObject, protected QDBusContext {
     Q_PROPERTY(QString Version READ version CONSTANT)
     Q_PROPERTY(bool ProcessingEnabled READ isProcessingEnabled)
     Q_PROPERTY(QString Permission READ permission)
+    Q_PROPERTY(QString SaveProblem READ saveProblem)
     Q_PROPERTY(QList<QVariantMap> Sources READ sources)
     Q_PROPERTY(QList<QVariantMap> Outputs READ outputs)
     Q_PROPERTY(QList<QVariantMap> Presets READ presets)
@@ -48,6 +49,7 @@ public:
     QString version() const;
     bool isProcessingEnabled() const;
     QString permission() const;
+    QString saveProblem() const;
     MapList sources() const;
     MapList outputs() const;
     MapList presets() const;
@@ -56,6 +58,7 @@ public:
     void SetSettings(const QString& source, const QVariantMap& changes);
     void SetProcessingEnabled(bool enabled);
     void SavePreset(const QString& name, const QList<double>& bandGains);
+    void Save();
     void RequestPermission();
     void ShowPanel(const QString& activationToken);
     QList<QVariantMap> ListExemptStreams() const;

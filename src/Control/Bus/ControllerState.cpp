@@ -67,12 +67,18 @@ std::vector<PresetState> presets(const AudioController& controller) {
     return all;
 }
 
+std::string saveProblem(const AudioController& controller) {
+    const auto& problem = controller.saveProblem().value();
+    return problem ? sentence(*problem) : "";
+}
+
 } // namespace
 
 RunningState runningState(AudioController& controller) {
     RunningState state{.version = kVersion,
                        .isProcessingEnabled = controller.isProcessingEnabled().value(),
                        .consent = consentOf(controller.capturePermission().status().value()),
+                       .saveProblem = saveProblem(controller),
                        .outputs = controller.outputRoutes().value(),
                        .presets = presets(controller)};
     for (const AppAudioSource& source : controller.sources().value())

@@ -237,7 +237,8 @@ QVariantMap encodeChange(const SettingsChange& change) {
 RunningState decodeState(const QVariantMap& properties) {
     RunningState state{.version = string(properties, "Version"),
                        .isProcessingEnabled = properties.value("ProcessingEnabled").toBool(),
-                       .consent = consentOf(string(properties, "Permission"))};
+                       .consent = consentOf(string(properties, "Permission")),
+                       .saveProblem = string(properties, "SaveProblem")};
     for (const QVariantMap& map : maps(properties.value("Sources")))
         state.sources.push_back(decodeSource(map));
     for (const QVariantMap& map : maps(properties.value("Outputs")))

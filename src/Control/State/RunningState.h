@@ -79,6 +79,7 @@ struct RunningState {
     std::string version;
     bool isProcessingEnabled = true;
     Consent consent = Consent::undecided;  ///< to the capture
+    std::string saveProblem = {};          ///< why a change is not on disk, for the user; else empty
     std::vector<SourceState> sources = {}; ///< the system-wide source first
     std::vector<AudioOutputRoute> outputs = {};
     std::vector<PresetState> presets = {}; ///< the built-in ones first

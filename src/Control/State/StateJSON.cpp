@@ -97,6 +97,7 @@ std::string statusJSON(const RunningState& state) {
     JSON status{{"version", state.version},
                 {"isProcessingEnabled", state.isProcessingEnabled},
                 {"permission", word(state.consent)},
+                {"saveProblem", state.saveProblem.empty() ? JSON(nullptr) : JSON(state.saveProblem)},
                 {"sources", list(state.sources)},
                 {"outputs", list(state.outputs)}};
     if (state.readyApplications)

@@ -154,6 +154,10 @@ std::string permissionSentence(const RunningState& state) {
            "; vello permission allow grants it.\n";
 }
 
+std::string saveSentence(const RunningState& state) {
+    return state.saveProblem.empty() ? "" : "Settings: " + terminalText(state.saveProblem) + ".\n";
+}
+
 } // namespace
 
 std::string statusText(const RunningState& state) {
@@ -167,7 +171,8 @@ std::string statusText(const RunningState& state) {
                .append(" is ")
                .append(power)
                .append(".\n") +
-           permissionSentence(state) + "\n" + table.text() + exemptText(state) + readyText(state);
+           permissionSentence(state) + saveSentence(state) + "\n" + table.text() + exemptText(state) +
+           readyText(state);
 }
 
 std::string presetsText(const RunningState& state) {

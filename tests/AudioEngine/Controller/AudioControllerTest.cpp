@@ -190,6 +190,29 @@ TEST_F(Controller, SettingsThatCannotBeSavedAreSaidInTheLogAndLeaveTheFile) {
     EXPECT_EQ(readTestFile(settingsFile), before);
 }
 
+TEST_F(Controller, ASaveProblemIsPublishedUntilTheSaveHasWorked) {
+    start();
+    writeTestFile(folder / "EQ by QUORVIN", "a file is in the way");
+    std::vector<bool> seen;
+    const auto observation =
+        controller->saveProblem().observe([&](const auto& problem) { seen.push_back(problem.has_value()); });
+    controller->updateSettings({.volume = 0.5}, "player");
+    mainThread.advance(600ms);
+    EXPECT_THAT(seen, ElementsAre(true));
+    EXPECT_EQ(controller->save(), controller->saveProblem().value());
+    std::filesystem::remove(folder / "EQ by QUORVIN");
+    mainThread.advance(4s);
+    EXPECT_THAT(seen, ElementsAre(true, false));
+    EXPECT_EQ(stored().sources.at("player").volume, 0.5);
+}
+
+TEST_F(Controller, ASaveOnRequestDoesNotWaitHalfASecond) {
+    start();
+    controller->updateSettings({.volume = 0.5}, "player");
+    EXPECT_EQ(controller->save(), std::nullopt);
+    EXPECT_EQ(stored().sources.at("player").volume, 0.5);
+}
+
 TEST_F(Controller, AnObserverMayChangeWhatItIsToldOf) {
     startWithBoth();
     const auto observation =

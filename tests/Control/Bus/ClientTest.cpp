@@ -96,6 +96,28 @@ TEST_F(ClientTests, ChangesASourceByIDNameOrSystem) {
     EXPECT_THAT(settings(std::string(kSystemSourceID)).bandGains, ElementsAre(1, 2, 3, 4, 5, 6, 7, -8));
 }
 
+TEST_F(ClientTests, FailsWhenAChangeCannotBeSaved) {
+    start();
+    const auto file = folder / "EQ by QUORVIN/settings.json";
+    EXPECT_EQ(run({"set", kPlayer, "--volume", "0.5"}).exitCode, 0);
+    EXPECT_THAT(readTestFile(file), HasSubstr("\"volume\": 0.5")) << "saved before the command ends";
+    EXPECT_EQ(runJSON({"status", "--json"})["saveProblem"], nullptr);
+
+    std::filesystem::remove(file);
+    std::filesystem::create_directories(file);
+    expectOneLine(run({"set", kPlayer, "--volume", "0.25"}), "not saved, because ");
+    expectOneLine(run({"preset", "save", "Mine", "--from", kPlayer}), "settings.json is a folder");
+    EXPECT_EQ(settings().volume, 0.25) << "the change is in effect";
+    EXPECT_THAT(run({"status"}).output, HasSubstr("Settings: not saved, because "));
+    EXPECT_THAT(runJSON({"status", "--json"})["saveProblem"].get<std::string>(),
+                HasSubstr("not saved, because "));
+
+    std::filesystem::remove(file);
+    EXPECT_EQ(run({"set", kPlayer, "--volume", "0.75"}).exitCode, 0);
+    EXPECT_THAT(readTestFile(file), AllOf(HasSubstr("\"volume\": 0.75"), HasSubstr("Mine")));
+    EXPECT_THAT(run({"status"}).output, testing::Not(HasSubstr("not saved")));
+}
+
 TEST_F(ClientTests, ChangesASourceThatDoesNotPlayButHasSettings) {
     start();
     controller->updateSettings({.volume = 0.25}, "org.example.absent");

@@ -160,6 +160,36 @@ TEST_F(ControlServiceTests, SwitchesTheEqualizerOffAndOn) {
     EXPECT_TRUE(waitUntil([&] { return state().sources[1].tapState == TapState::running; }));
 }
 
+TEST_F(ControlServiceTests, SavesWhenAskedAndSaysWhyItCannot) {
+    start();
+    const auto file = folder / "EQ by QUORVIN/settings.json";
+    SignalNotes notes(*client, "org.freedesktop.DBus.Properties", "PropertiesChanged");
+    ASSERT_THAT(set(kPlayer, {{"volume", 0.5}}), IsDone());
+    EXPECT_THAT(call("Save"), IsDone());
+    EXPECT_THAT(readTestFile(file), testing::HasSubstr("\"volume\": 0.5"));
+    EXPECT_EQ(state().saveProblem, "");
+
+    std::filesystem::remove(file);
+    std::filesystem::create_directories(file);
+    ASSERT_THAT(set(kPlayer, {{"volume", 0.25}}), IsDone());
+    const QDBusMessage refused = call("Save");
+    EXPECT_THAT(refused, IsRefused("NotSaved"));
+    EXPECT_EQ(settings().volume, 0.25) << "the change is in effect";
+    EXPECT_EQ(state().saveProblem, refused.errorMessage().toStdString());
+    const auto told = [&](const QString& problem) {
+        return std::ranges::any_of(notes.signals_, [&](const QDBusMessage& signal) {
+            const auto changed = qdbus_cast<QVariantMap>(signal.arguments().value(1));
+            return changed.contains("SaveProblem") && changed.value("SaveProblem").toString() == problem;
+        });
+    };
+    EXPECT_TRUE(waitUntil([&] { return told(refused.errorMessage()); }));
+
+    std::filesystem::remove(file);
+    EXPECT_THAT(call("Save"), IsDone());
+    EXPECT_TRUE(waitUntil([&] { return told({}); }));
+    EXPECT_THAT(readTestFile(file), testing::HasSubstr("\"volume\": 0.25"));
+}
+
 TEST_F(ControlServiceTests, AsksForThePermission) {
     start();
     EXPECT_THAT(call("RequestPermission"), IsDone());
@@ -292,7 +322,7 @@ TEST_F(ControlServiceTests, IsWhatTheInstalledInterfaceSays) {
     std::ifstream file(VELLO_INTERFACE_FILE);
     const std::string installed{std::istreambuf_iterator<char>(file), {}};
     const QDBusMessage reply = ask("org.freedesktop.DBus.Introspectable", "Introspect", {});
-    EXPECT_THAT(members(QString::fromStdString(installed)), SizeIs(16));
+    EXPECT_THAT(members(QString::fromStdString(installed)), SizeIs(18));
     EXPECT_EQ(members(reply.arguments().value(0).toString()), members(QString::fromStdString(installed)));
 }
 

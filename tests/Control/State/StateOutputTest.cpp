@@ -147,6 +147,13 @@ TEST(Lookup, FindsAnOutputByUIDNameOrAuto) {
 
 // Human-readable output
 
+TEST(StateText, SaysWhatIsNotSavedInOneLineThatIsSafeOnATerminal) {
+    RunningState state = exampleState();
+    state.saveProblem = "not saved, because of \x1b[2J";
+    EXPECT_EQ(lines(statusText(state))[1], "Settings: not saved, because of ?[2J.");
+    EXPECT_EQ(nlohmann::json::parse(statusJSON(state))["saveProblem"], state.saveProblem);
+}
+
 TEST(StateText, AlignsItsColumnsWhateverTheNamesAre) {
     RunningState state = exampleState();
     state.sources[1].source.name = "音楽 プレーヤー";
@@ -270,6 +277,7 @@ TEST(StateJSON, HasEveryKeyInOneLine) {
     EXPECT_EQ(json["version"], "1.2.3");
     EXPECT_EQ(json["isProcessingEnabled"], true);
     EXPECT_EQ(json["permission"], "authorized");
+    EXPECT_EQ(json["saveProblem"], nullptr);
     EXPECT_EQ(json["outputs"][1],
               nlohmann::json::parse(R"({"id":"phones","name":"Phones","isDefault":false})"));
     EXPECT_EQ(json["sources"][3], nlohmann::json::parse(R"({
