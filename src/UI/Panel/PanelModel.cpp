@@ -1,11 +1,34 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Panel/PanelModel.h"
 
+#include "Foundation/Localization.h"
+
 #include <QQmlEngine>
 
 namespace vello {
 
 using Status = AudioCapturePermission::Status;
+
+namespace {
+
+/// Short, because the panel is narrow; `vello status` tells the details.
+std::string shortSentence(SaveProblem::Kind kind) {
+    switch (kind) {
+    case SaveProblem::Kind::diskFull:
+        return localized("Changes are not saved: the disk is full.");
+    case SaveProblem::Kind::notPermitted:
+        return localized("Changes are not saved: no permission to write.");
+    case SaveProblem::Kind::usedElsewhere:
+        return localized("Changes are not saved: another VELLO uses the settings.");
+    case SaveProblem::Kind::unreadable:
+        return localized("Your saved settings could not be read.");
+    case SaveProblem::Kind::other:
+        break;
+    }
+    return localized("Changes could not be saved.");
+}
+
+} // namespace
 
 PanelModel::PanelModel(AudioController& controller, MeterAudience& meters,
                        LaunchAtLoginController& launchAtLogin, AppIconProvider& icons)
@@ -34,6 +57,7 @@ void PanelModel::observe() {
         controller_.permissionStatusChanged();
         emit permissionChanged();
     }));
+    keep(controller_.saveProblem().observe([this](const auto&) { emit saveProblemChanged(); }));
     keep(launchAtLogin_.isEnabled().observe([this](bool) { emit launchChanged(); }));
     keep(launchAtLogin_.didFailToUpdate().observe([this](bool) { emit launchChanged(); }));
 }
@@ -72,6 +96,11 @@ void PanelModel::setLaunchesAtLogin(bool isEnabled) {
     launchAtLogin_.setEnabled(isEnabled);
     // Emitted also without a change, so that the switch returns to the actual state.
     emit launchChanged();
+}
+
+QString PanelModel::saveProblem() const {
+    const auto& problem = controller_.saveProblem().value();
+    return problem ? QString::fromStdString(shortSentence(problem->kind)) : QString();
 }
 
 MenuModel* PanelModel::openPresets() const {

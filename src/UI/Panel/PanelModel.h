@@ -29,6 +29,8 @@ class PanelModel : public QObject {
                    processingEnabledChanged)
     Q_PROPERTY(bool launchesAtLogin READ launchesAtLogin WRITE setLaunchesAtLogin NOTIFY launchChanged)
     Q_PROPERTY(bool didFailToUpdateLaunch READ didFailToUpdateLaunch NOTIFY launchChanged)
+    /// Why changes are not saved, in the user's language; empty while they are.
+    Q_PROPERTY(QString saveProblem READ saveProblem NOTIFY saveProblemChanged)
     /// The target of the title's animation: 1 (receded) while a card is open, else 0.
     Q_PROPERTY(double headerTitleExpansion READ headerTitleExpansion NOTIFY headerTitleExpansionChanged)
 
@@ -45,6 +47,7 @@ public:
     bool launchesAtLogin() const { return launchAtLogin_.isEnabled().value(); }
     void setLaunchesAtLogin(bool isEnabled);
     bool didFailToUpdateLaunch() const { return launchAtLogin_.didFailToUpdate().value(); }
+    QString saveProblem() const;
     double headerTitleExpansion() const { return headerTitleExpansion_; }
     /// Identifier of the open card's source; absent while all cards are closed.
     const std::optional<std::string>& expandedSourceID() const { return expandedSourceID_; }
@@ -63,6 +66,7 @@ signals:
     void permissionChanged();
     void processingEnabledChanged();
     void launchChanged();
+    void saveProblemChanged();
     void headerTitleExpansionChanged();
     void aboutRequested();
     void quitRequested();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PanelScene.h"
 
+#include "Foundation/Localization.h"
+
 #include <gmock/gmock.h>
 #include <QSignalSpy>
 
@@ -254,6 +256,22 @@ TEST_F(PanelModelTest, SaysWhenLaunchAtLoginCouldNotBeChanged) {
     scene.model->setLaunchesAtLogin(true);
     EXPECT_TRUE(scene.model->launchesAtLogin());
     EXPECT_FALSE(scene.model->didFailToUpdateLaunch());
+}
+
+TEST_F(PanelModelTest, SaysWhyChangesAreNotSavedInTheUsersLanguage) {
+    QSignalSpy changes(scene.model.get(), &PanelModel::saveProblemChanged);
+    EXPECT_EQ(scene.model->saveProblem(), "");
+    std::filesystem::create_directories(scene.folder / "EQ by QUORVIN");
+    SettingsLock other(scene.folder / "EQ by QUORVIN/settings.json.lock");
+    ASSERT_EQ(other.acquire(), SettingsLock::State::held);
+    EXPECT_TRUE(scene.controller->save());
+    EXPECT_EQ(changes.size(), 1);
+    EXPECT_EQ(scene.model->saveProblem(), "Changes are not saved: another VELLO uses the settings.");
+    setLanguage(Language::german);
+    EXPECT_EQ(
+        scene.model->saveProblem(),
+        QStringLiteral("Änderungen werden nicht gesichert: Ein anderes VELLO benutzt die Einstellungen."));
+    setLanguage(Language::english);
 }
 
 TEST_F(PanelModelTest, SwitchesAllEqualizing) {

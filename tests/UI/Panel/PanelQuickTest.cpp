@@ -189,6 +189,22 @@ TEST_F(PanelQuickTest, SaysThatLaunchAtLoginFailed) {
     EXPECT_TRUE(scene.named(QStringLiteral("Could not update launch setting.")));
 }
 
+TEST_F(PanelQuickTest, SaysWhyChangesAreNotSavedUntilTheyAre) {
+    const QString problem = QStringLiteral("Changes could not be saved.");
+    open();
+    EXPECT_FALSE(scene.named(problem));
+    writeTestFile(scene.folder / "EQ by QUORVIN", "a file is in the way");
+    EXPECT_TRUE(scene.controller->save() == std::nullopt) << "nothing has changed";
+    scene.controller->saveUserPreset("Mine", std::vector<double>(8, 1.0));
+    EXPECT_TRUE(scene.controller->save());
+    scene.settle();
+    EXPECT_TRUE(scene.named(problem));
+    std::filesystem::remove(scene.folder / "EQ by QUORVIN");
+    scene.mainThread.advance(std::chrono::seconds(1));
+    scene.settle();
+    EXPECT_FALSE(scene.named(problem));
+}
+
 TEST_F(PanelQuickTest, QuitsByButtonAndByKeyboard) {
     open();
     int quits = 0;

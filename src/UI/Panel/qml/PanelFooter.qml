@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// Launch at login, the maker, and Quit.
+/// Launch at login, what went wrong, the maker, and Quit.
 Column {
     id: root
 
@@ -46,6 +46,15 @@ Column {
         width: root.width - 8
         visible: root.panel.didFailToUpdateLaunch
         text: qsTr("Could not update launch setting.")
+        wrapMode: Text.Wrap
+        font.pixelSize: Theme.caption2
+        color: Theme.secondary
+        Accessible.role: Accessible.AlertMessage
+    }
+    PanelText {
+        width: root.width - 8
+        visible: text !== ""
+        text: root.panel.saveProblem
         wrapMode: Text.Wrap
         font.pixelSize: Theme.caption2
         color: Theme.secondary
