@@ -15,11 +15,11 @@ namespace {
 std::string shortSentence(SaveProblem::Kind kind) {
     switch (kind) {
     case SaveProblem::Kind::diskFull:
-        return localized("Changes are not saved: the disk is full.");
+        return localized("Not saved: the disk is full.");
     case SaveProblem::Kind::notPermitted:
-        return localized("Changes are not saved: no permission to write.");
+        return localized("Not saved: no permission to write.");
     case SaveProblem::Kind::usedElsewhere:
-        return localized("Changes are not saved: another VELLO uses the settings.");
+        return localized("Not saved: another VELLO uses the settings.");
     case SaveProblem::Kind::unreadable:
         return localized("Your saved settings could not be read.");
     case SaveProblem::Kind::other:

@@ -266,11 +266,10 @@ TEST_F(PanelModelTest, SaysWhyChangesAreNotSavedInTheUsersLanguage) {
     ASSERT_EQ(other.acquire(), SettingsLock::State::held);
     EXPECT_TRUE(scene.controller->save());
     EXPECT_EQ(changes.size(), 1);
-    EXPECT_EQ(scene.model->saveProblem(), "Changes are not saved: another VELLO uses the settings.");
+    EXPECT_EQ(scene.model->saveProblem(), "Not saved: another VELLO uses the settings.");
     setLanguage(Language::german);
-    EXPECT_EQ(
-        scene.model->saveProblem(),
-        QStringLiteral("Änderungen werden nicht gesichert: Ein anderes VELLO benutzt die Einstellungen."));
+    EXPECT_EQ(scene.model->saveProblem(),
+              QStringLiteral("Nicht gesichert: Ein anderes VELLO nutzt die Einstellungen."));
     setLanguage(Language::english);
 }
 

@@ -108,6 +108,15 @@ const std::map<std::string, Prepare> kScenes{
      }},
     {"failed",
      [](PanelScene& scene) { scene.loginItem.failsToChange = true, scene.model->setLaunchesAtLogin(true); }},
+    {"unsaved",
+     [](PanelScene& scene) {
+         // The longest of these texts: another process holds the lock.
+         const auto folder = scene.folder / "EQ by QUORVIN";
+         std::filesystem::create_directories(folder);
+         static SettingsLock other(folder / "settings.json.lock");
+         (void)other.acquire();
+         startPlaying(scene), showLevels(scene);
+     }},
     {"preset",
      [](PanelScene& scene) {
          startPlaying(scene);
