@@ -3,6 +3,7 @@
 
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(HIGHWAY REQUIRED IMPORTED_TARGET libhwy)
+find_package(Eigen3 REQUIRED NO_MODULE)
 find_package(nlohmann_json REQUIRED)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n icu-uc)
 find_path(KISSFFT_INCLUDE_DIR kissfft.hh PATH_SUFFIXES kissfft REQUIRED) # the template alone, for doubles
