@@ -100,8 +100,9 @@ int main(int argumentCount, char** arguments) {
     } catch (const vello::AlreadyRunning&) {
         if (vello::isInBackground(argumentCount, arguments))
             return 0;
-        vello::askRunningInstance({.action = vello::ClientRequest::Action::showPanel}, argumentCount,
-                                  arguments);
+        vello::ClientRequest request;
+        request.action = vello::ClientRequest::Action::showPanel;
+        vello::askRunningInstance(request, argumentCount, arguments);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "vello: %s\n", error.what());
         return 1;

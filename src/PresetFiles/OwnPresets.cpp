@@ -92,7 +92,8 @@ std::vector<ImportedPreset> readOwnPresets(const nlohmann::json& root) {
 std::string writePresetFile(std::span<const UserEQPreset> presets) {
     auto list = nlohmann::ordered_json::array();
     for (const UserEQPreset& preset : presets)
-        list.push_back(encode(preset));
+        if (preset.bandGains.size() == EQSettings::bandCount)
+            list.push_back(encode(preset));
     return writeJSON({{"format", kFormat}, {"version", kFormatVersion}, {"presets", list}},
                      JSONLayout::prettySorted) +
            "\n";

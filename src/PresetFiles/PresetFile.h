@@ -50,8 +50,9 @@ struct ImportedPreset {
 /// Reads a file of any supported format: at least one preset, except for VELLO's own format exactly one.
 /// `content` may be anything. Throws PresetFileError. Takes milliseconds; any thread.
 std::vector<ImportedPreset> readPresetFile(std::string_view content);
-/// VELLO's own format. Throws CodingError for a preset that it cannot represent: a name that is not valid
-/// UTF-8, a gain that is not finite.
+/// VELLO's own format, without presets that do not have eight gains, which nobody could read. Throws
+/// CodingError for a preset that it cannot represent: a name that is not valid UTF-8, a gain that is not
+/// finite.
 std::string writePresetFile(std::span<const UserEQPreset> presets);
 /// A preset's name from that of its file, without the folder, the extension and the words that other
 /// programs add for the format.

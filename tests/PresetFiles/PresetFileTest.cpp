@@ -35,9 +35,17 @@ TEST(PresetFile, IsReadAsItWasWritten) {
 }
 
 TEST(PresetFile, CannotBeWrittenOfWhatJSONCannotSay) {
-    EXPECT_THROW(writePresetFile(std::vector<UserEQPreset>{{"\xff", {}}}), CodingError);
-    EXPECT_THROW(writePresetFile(std::vector<UserEQPreset>{{"A", {std::numeric_limits<double>::infinity()}}}),
+    EXPECT_THROW(writePresetFile(std::vector<UserEQPreset>{{"\xff", std::vector<double>(8)}}), CodingError);
+    EXPECT_THROW(writePresetFile(std::vector<UserEQPreset>{
+                     {"A", std::vector(8, std::numeric_limits<double>::infinity())}}),
                  CodingError);
+}
+
+TEST(PresetFile, LeavesOutPresetsThatCouldNotBeRead) {
+    const UserEQPreset sound{"Sound", std::vector<double>(8, 1)};
+    const auto read = readPresetFile(writePresetFile(std::vector<UserEQPreset>{{"Short", {1, 2}}, sound}));
+    ASSERT_EQ(read.size(), 1U);
+    EXPECT_EQ(read[0].name, "Sound");
 }
 
 TEST(PresetFile, OfNoPresetsIsWrittenToo) {

@@ -67,6 +67,11 @@ public:
             number(value);
         return close();
     }
+    Call& bytes(const std::string& content) {
+        check(sd_bus_message_append_array(message_.get(), 'y', content.data(), content.size()),
+              "append bytes");
+        return *this;
+    }
     /// Appends a dictionary with one entry, whose value `addValue` appends.
     template <class AddValue>
     Call& entry(const std::string& key, const std::string& type, AddValue addValue) {
@@ -94,7 +99,7 @@ public:
             &Attacker::unknownKey,  &Attacker::unknownSource,  &Attacker::unknownChoice,
             &Attacker::wrongPreset, &Attacker::wrongSignature, &Attacker::wrongMember,
             &Attacker::wrongPlace,  &Attacker::wrongProperty,  &Attacker::deepNesting,
-            &Attacker::manyEntries, &Attacker::contradiction,
+            &Attacker::manyEntries, &Attacker::contradiction,  &Attacker::wrongImport,
         };
         return (this->*kinds[below(std::size(kinds))])();
     }
@@ -199,10 +204,23 @@ private:
         call.text(isNameWrong ? wrongName() : "Mine").numbers(gains);
         return call;
     }
+    Call wrongImport() {
+        const bool isNameWrong = below(2) == 0;
+        const std::string curve = "GraphicEQ: 100 3; 1000 0";
+        const auto damaged = oneOf<std::string>({"", std::string(100, '\0'), curve + " x", "[[[[", "{}",
+                                                 "Filter: ON PK Fc 1e999 Hz Gain nan dB Q inf", longText()});
+        auto name = wrongName();
+        if (!isNameWrong)
+            name = "Mine";
+        Call call = method("ImportPreset");
+        call.text(name).bytes(isNameWrong ? curve : damaged);
+        return call;
+    }
     Call wrongSignature() {
-        Call call = method(oneOf<std::string>(
-            {"SetSettings", "SetProcessingEnabled", "SavePreset", "ShowPanel", "RequestPermission",
-             "SubscribeLevels", "UnsubscribeLevels", "ListExemptStreams", "ListReadyApplications"}));
+        Call call = method(oneOf<std::string>({"SetSettings", "SetProcessingEnabled", "SavePreset",
+                                               "ShowPanel", "RequestPermission", "SubscribeLevels",
+                                               "UnsubscribeLevels", "ListExemptStreams",
+                                               "ListReadyApplications", "ImportPreset", "ExportPresets"}));
         const std::int64_t number = std::numeric_limits<std::int64_t>::min();
         for (std::size_t i = 0; i <= below(20); ++i)
             call.add('x', &number);

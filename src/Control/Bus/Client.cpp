@@ -7,6 +7,7 @@
 #include "Control/State/Lookup.h"
 #include "Control/State/StateJSON.h"
 #include "Control/State/StateText.h"
+#include "PresetFileCommands.h"
 #include "StatusWatch.h"
 
 #include <ostream>
@@ -100,6 +101,9 @@ void listPresets(const RunningInstance& instance, const ClientRequest& request, 
 }
 
 void perform(const ClientRequest& request, const ClientOutput& output) {
+    // What an import would save can be told without an instance.
+    if (request.action == ClientRequest::Action::importPresets)
+        return importPresets(request.presetFile, output);
     RunningInstance instance;
     switch (request.action) {
     case ClientRequest::Action::status:
@@ -113,6 +117,10 @@ void perform(const ClientRequest& request, const ClientOutput& output) {
         return listPresets(instance, request, output);
     case ClientRequest::Action::savePreset:
         return savePreset(instance, request);
+    case ClientRequest::Action::importPresets:
+        break;
+    case ClientRequest::Action::exportPresets:
+        return exportPresets(request.presetFile, output);
     case ClientRequest::Action::showPanel:
         return instance.call("ShowPanel", {qEnvironmentVariable("XDG_ACTIVATION_TOKEN")});
     }

@@ -7,6 +7,7 @@
 #include "Control/State/StateWords.h"
 #include "ControllerState.h"
 #include "DBusNames.h"
+#include "PresetImport.h"
 
 #include <controladaptor.h>
 #include <QDBusMessage>
@@ -133,6 +134,23 @@ void ControlService::Save() {
     if (const auto problem = controller_.save())
         sendErrorReply(QString::fromLatin1(dbus::kErrorPrefix).append("NotSaved"),
                        QString::fromStdString(sentence(*problem)));
+}
+
+QVariantMap ControlService::ImportPreset(const QString& name, const QByteArray& content) {
+    QVariantMap result;
+    answer([&] {
+        const std::string_view bytes(content.constData(), static_cast<std::size_t>(content.size()));
+        const ImportedPreset preset = importedPreset(name.toStdString(), bytes);
+        controller_.saveUserPreset(preset.name, preset.bandGains);
+        result = encodeImport(preset);
+    });
+    return result;
+}
+
+QString ControlService::ExportPresets() {
+    QString result;
+    answer([&] { result = QString::fromStdString(writePresetFile(controller_.userPresets().value())); });
+    return result;
 }
 
 void ControlService::RequestPermission() {

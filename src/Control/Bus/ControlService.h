@@ -59,6 +59,8 @@ public:
     void SetProcessingEnabled(bool enabled);
     void SavePreset(const QString& name, const QList<double>& bandGains);
     void Save();
+    QVariantMap ImportPreset(const QString& name, const QByteArray& content);
+    QString ExportPresets();
     void RequestPermission();
     void ShowPanel(const QString& activationToken);
     QList<QVariantMap> ListExemptStreams() const;

@@ -58,6 +58,8 @@ struct ClientArguments::Commands {
     bool isJSON = false, keepsWatching = false, showsAll = false, resets = false;
     std::string source, preset, gains, volume, output, bypass, downmix, name;
 
+    std::optional<PresetFileArguments> presetFiles;
+
     CLI::App *status = nullptr, *set = nullptr, *on = nullptr, *off = nullptr, *presets = nullptr,
              *savePreset = nullptr;
 };
@@ -123,6 +125,7 @@ void ClientArguments::Commands::addPresets(CLI::App& application) {
         ->type_name("SOURCE")
         ->required()
         ->check(CLI::Validator(checkNotEmpty, "", "source"));
+    presetFiles.emplace(*saved);
 }
 
 SettingsChange ClientArguments::Commands::change() const {
@@ -147,10 +150,15 @@ ClientArguments::ClientArguments(CLI::App& application)
 ClientArguments::~ClientArguments() = default;
 
 std::optional<ClientRequest> ClientArguments::request() const {
-    const std::pair<CLI::App*, Action> actions[] = {
-        {commands_->status, Action::status},       {commands_->set, Action::set},
-        {commands_->on, Action::turnOn},           {commands_->off, Action::turnOff},
-        {commands_->presets, Action::listPresets}, {commands_->savePreset, Action::savePreset}};
+    const std::pair<const CLI::App*, Action> actions[] = {
+        {commands_->status, Action::status},
+        {commands_->set, Action::set},
+        {commands_->on, Action::turnOn},
+        {commands_->off, Action::turnOff},
+        {commands_->presets, Action::listPresets},
+        {commands_->savePreset, Action::savePreset},
+        {commands_->presetFiles->importing(), Action::importPresets},
+        {commands_->presetFiles->exporting(), Action::exportPresets}};
     for (const auto& [command, action] : actions)
         if (command->parsed())
             return ClientRequest{.action = action,
@@ -159,7 +167,8 @@ std::optional<ClientRequest> ClientArguments::request() const {
                                  .showsAll = commands_->showsAll,
                                  .source = commands_->source,
                                  .change = commands_->change(),
-                                 .presetName = commands_->name};
+                                 .presetName = commands_->name,
+                                 .presetFile = commands_->presetFiles->request()};
     return std::nullopt;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Control/CommandLine/PresetFileArguments.h"
 #include "Control/State/OutsideValues.h"
 
 #include <memory>
@@ -15,7 +16,17 @@ namespace vello {
 
 /// A command-line request to the running instance.
 struct ClientRequest {
-    enum class Action { status, set, turnOn, turnOff, listPresets, savePreset, showPanel };
+    enum class Action {
+        status,
+        set,
+        turnOn,
+        turnOff,
+        listPresets,
+        savePreset,
+        importPresets,
+        exportPresets,
+        showPanel
+    };
 
     Action action = Action::status;
     bool isJSON = false;
@@ -24,7 +35,8 @@ struct ClientRequest {
     std::string source = {};    ///< for set and savePreset: an id or a name
     /// For set. Preset and output as written by the user: an id or a name, or "auto" for the output.
     SettingsChange change = {};
-    std::string presetName = {}; ///< for savePreset
+    std::string presetName = {};       ///< for savePreset
+    PresetFileRequest presetFile = {}; ///< for importPresets and exportPresets
 };
 
 /// Defines the commands for the running instance and their options, and converts them to a request.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/State/OutsideValues.h"
 
+#include "Foundation/DisplayText.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -87,6 +89,13 @@ void checkPresetName(std::string_view name) {
     }
     if (!isVisible)
         throw OutsideValueError(Kind::invalidValue, "the preset's name is blank; give one that can be seen");
+}
+
+void checkImportedPresetName(std::string_view name) {
+    checkPresetName(name);
+    if (EQPreset::fromRawValue(trimmedWhiteSpace(name)))
+        throw OutsideValueError(Kind::invalidValue,
+                                "the preset's name is the id of a built-in preset; give another one");
 }
 
 EQSettings changedSettings(EQSettings settings, const SettingsChange& change,

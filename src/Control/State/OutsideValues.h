@@ -38,6 +38,8 @@ void checkVolume(double volume);
 /// Valid UTF-8 with a visible character, at most kLongestPresetName bytes, no control characters.
 void checkPresetName(std::string_view name);
 inline constexpr std::size_t kLongestPresetName = 200;
+/// The name of a preset from a file: as above, and not the id of a built-in preset, which would hide it.
+void checkImportedPresetName(std::string_view name);
 
 /// An atomic change of one source's settings. Absent members are not changed.
 struct SettingsChange {

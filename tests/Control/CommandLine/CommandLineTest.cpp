@@ -217,6 +217,16 @@ TEST(CommandLine, ReadsTheOtherRequests) {
     const Parsed save = parse({"preset", "save", "Late night", "--from", "system"});
     EXPECT_EQ(save.client.action, Action::savePreset);
     EXPECT_EQ(save.client.presetName, "Late night");
+    const Parsed import = parse({"preset", "import", "-", "--name", "Mine", "--dry-run"});
+    EXPECT_EQ(import.client.action, Action::importPresets);
+    EXPECT_EQ(import.client.presetFile.file, "-");
+    EXPECT_EQ(import.client.presetFile.name, "Mine");
+    EXPECT_TRUE(import.client.presetFile.savesNothing);
+    const Parsed exported = parse({"preset", "export", "One", "Two", "--output", "file.json"});
+    EXPECT_EQ(exported.client.action, Action::exportPresets);
+    EXPECT_EQ(exported.client.presetFile.file, "file.json");
+    EXPECT_EQ(exported.client.presetFile.exportedNames, (std::vector<std::string>{"One", "Two"}));
+    EXPECT_EQ(parse({"preset", "export"}).client.presetFile.file, "-");
     EXPECT_EQ(save.client.source, "system");
 }
 
@@ -240,6 +250,12 @@ TEST(CommandLine, RefusesRequestsThatMakeNoSense) {
         expectWrongUsage({"set", "x", "--volume", volume});
     expectWrongUsage({"preset"});
     expectWrongUsage({"preset", "save", "x"});
+    expectWrongUsage({"preset", "import"});
+    expectWrongUsage({"preset", "import", ""});
+    expectWrongUsage({"preset", "import", "x", "y"});
+    expectWrongUsage({"preset", "import", "x", "--name", "bassBoost"});
+    expectWrongUsage({"preset", "import", "x", "--name", " "});
+    expectWrongUsage({"preset", "export", "--output", ""});
     expectWrongUsage({"preset", "save", " ", "--from", "system"});
     expectWrongUsage({"preset", "save", "two\nlines", "--from", "system"});
     expectWrongUsage({"--headless", "status"});

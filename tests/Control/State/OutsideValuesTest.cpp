@@ -67,6 +67,13 @@ TEST(OutsideValues, RefusesNamesThatNobodyCouldReadOrType) {
     EXPECT_EQ(refusal([] { checkPresetName(std::string(201, 'x')); }), Kind::invalidValue);
 }
 
+TEST(OutsideValues, RefusesImportedNamesThatHideABuiltInPreset) {
+    for (const char* name : {"flat", "bassBoost", " vocal ", "", "two\nlines"})
+        EXPECT_EQ(refusal([&] { checkImportedPresetName(name); }), Kind::invalidValue) << name;
+    for (const char* name : {"Flat", "bass boost", "Mine"})
+        EXPECT_EQ(refusal([&] { checkImportedPresetName(name); }), std::nullopt) << name;
+}
+
 TEST(OutsideValues, ChangesEachSettingByItself) {
     const EQSettings before{.bandGains = kCurve, .isBypassed = true, .volume = 0.5, .outputDeviceUID = "old"};
     const std::vector<UserEQPreset> presets{{"Mine", std::vector<double>(8, 1.0)}};

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PresetFileCommands.h"
+
+#include "Control/Bus/RunningInstance.h"
+#include "Foundation/Descriptor.h"
+#include "Foundation/Files.h"
+#include "Foundation/ReplacingFile.h"
+#include "Foundation/Text.h"
+#include "PresetFiles/PresetFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+#include <unistd.h>
+
+namespace vello {
+namespace {
+
+constexpr char kStandardStream[] = "-";
+
+std::string shownFile(const std::string& file) {
+    return file == kStandardStream ? "standard input" : "'" + terminalText(file) + "'";
+}
+
+[[noreturn]] void refuseFile(const char* action, const std::string& file, const std::string& reason) {
+    throw std::runtime_error(std::string("cannot ") + action + " '" + terminalText(file) + "': " + reason);
+}
+
+std::string reasonOf(int error) {
+    return std::generic_category().message(error);
+}
+
+/// Reads one byte more than a preset file may have, so that a larger one is noticed. Pipes are read too.
+std::string contentOf(const std::string& file) {
+    const bool isInput = file == kStandardStream;
+    const Descriptor opened(isInput ? -1 : ::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!isInput && !opened.isOpen())
+        refuseFile("read", file, reasonOf(errno));
+    const auto content = readAll(isInput ? STDIN_FILENO : opened.number(), kLargestPresetFile + 1);
+    if (!content)
+        refuseFile("read", file, reasonOf(errno));
+    return *content;
+}
+
+std::vector<ImportedPreset> presetsOf(const std::string& file) {
+    const std::string content = contentOf(file);
+    try {
+        return readPresetFile(content);
+    } catch (const PresetFileError& error) {
+        throw std::runtime_error(shownFile(file) + ": " + terminalText(error.what()));
+    }
+}
+
+void nameThem(std::vector<ImportedPreset>& presets, const PresetFileRequest& request) {
+    if (!request.name.empty() && presets.size() > 1)
+        throw std::runtime_error("the file has several presets with names of their own; leave --name out");
+    ImportedPreset& first = presets.front();
+    if (!request.name.empty())
+        first.name = request.name;
+    else if (first.name.empty() && request.file == kStandardStream)
+        throw std::runtime_error("the input does not name its curve; give --name NAME");
+    else if (first.name.empty())
+        first.name = presetNameOfFile(request.file);
+    for (const ImportedPreset& preset : presets)
+        checkImportedPresetName(preset.name);
+}
+
+void describe(const ImportedPreset& preset, std::ostream& text) {
+    text << terminalText(preset.name) << "\n  gains  " << std::setprecision(2);
+    for (std::size_t band = 0; band < preset.bandGains.size(); ++band)
+        text << (band == 0 ? "" : ", ") << preset.bandGains[band];
+    text << " dB, 63 Hz to 8 kHz\n  error  " << preset.error.rms << " dB RMS, at most "
+         << preset.error.largest << " dB";
+    if (preset.error.atFrequency > 0)
+        text << " at " << std::setprecision(0) << preset.error.atFrequency << " Hz";
+    text << '\n';
+    for (const PresetRemark& remark : preset.remarks)
+        text << "  note   " << terminalText(remark.text()) << '\n';
+}
+
+void write(const ClientOutput& output, const std::string& text) {
+    if (!(output.out << text << std::flush))
+        throw std::runtime_error("cannot write to standard output");
+}
+
+void savePresets(const std::vector<ImportedPreset>& presets) {
+    const RunningInstance instance;
+    for (const ImportedPreset& preset : presets) {
+        const QList<double> gains(preset.bandGains.begin(), preset.bandGains.end());
+        instance.call("SavePreset", {QString::fromStdString(preset.name), QVariant::fromValue(gains)});
+    }
+}
+
+std::vector<UserEQPreset> savedPresets() {
+    std::vector<UserEQPreset> presets;
+    for (const PresetState& preset : RunningInstance().state().presets)
+        if (!preset.isBuiltIn)
+            presets.push_back({preset.name, preset.bandGains});
+    if (presets.empty())
+        throw std::runtime_error("there are no saved presets; save one with: vello preset save");
+    return presets;
+}
+
+std::vector<UserEQPreset> selected(const std::vector<UserEQPreset>& presets,
+                                   const std::vector<std::string>& names) {
+    if (names.empty())
+        return presets;
+    std::vector<UserEQPreset> result;
+    for (const std::string& name : names) {
+        const auto found = std::ranges::find(presets, name, &UserEQPreset::name);
+        if (found == presets.end())
+            throw std::runtime_error("there is no saved preset \"" + terminalText(name) +
+                                     "\"; vello presets lists the available ones");
+        result.push_back(*found);
+    }
+    return result;
+}
+
+void replaceFile(const std::string& file, const std::string& content) {
+    try {
+        ReplacingFile replacing(file, ReplacingFile::Permissions::usual);
+        replacing.write(content);
+        replacing.commit();
+    } catch (const std::system_error& problem) {
+        refuseFile("write", file, problem.code().message());
+    }
+}
+
+} // namespace
+
+void importPresets(const PresetFileRequest& request, const ClientOutput& output) {
+    std::vector<ImportedPreset> presets = presetsOf(request.file);
+    nameThem(presets, request);
+    std::ostringstream text;
+    text << std::fixed;
+    for (const ImportedPreset& preset : presets)
+        describe(preset, text);
+    write(output, text.str());
+    if (request.savesNothing)
+        return write(output, "Nothing was saved.\n");
+    savePresets(presets);
+    write(output, "Saved.\n");
+}
+
+void exportPresets(const PresetFileRequest& request, const ClientOutput& output) {
+    const std::string content = writePresetFile(selected(savedPresets(), request.exportedNames));
+    if (request.file == kStandardStream)
+        return write(output, content);
+    replaceFile(request.file, content);
+}
+
+} // namespace vello
