@@ -32,6 +32,11 @@ Language preferredLanguage(const Environment& environment);
 /// on screen do not change. Any thread.
 void setLanguage(Language language) noexcept;
 
+/// Marks a text that is looked up later, where it is shown; it needs an entry in every table, too.
+constexpr std::string_view wordingKey(std::string_view english) noexcept {
+    return english;
+}
+
 /// Returns a text in the user's language. The English text is the key, and the result when there is no
 /// translation. Every text in a window passes through here. Any thread.
 std::string localized(std::string_view english);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "EqualizerJSON.h"
 
+#include "Foundation/Localization.h"
 #include <cmath>
 #include <optional>
 
@@ -36,7 +37,7 @@ double numberIn(const json& object, const std::string& key, double lowest, doubl
     const json* member = memberOf(object, key);
     const double number = member && member->is_number() ? member->get<double>() : std::nan("");
     if (!(number >= lowest && number <= highest))
-        failAt("%1 is missing in the file, or is not a usable number. Export the preset again.",
+        failAt(wordingKey("%1 is missing in the file, or is not a usable number. Export the preset again."),
                place + " " + key);
     return number;
 }
@@ -73,7 +74,7 @@ private:
         const json* left = memberOf(equalizer, "left");
         const json* right = memberOf(equalizer, "right");
         if (!left)
-            failAt("The equalizer in the file has no %1. Export the preset again.", "left");
+            failAt(wordingKey("The equalizer in the file has no %1. Export the preset again."), "left");
         readChannel(*left, curve_.left, "left");
         if (right && isTrue(equalizer, "split-channels"))
             readChannel(*right, curve_.right, "right");
@@ -91,7 +92,8 @@ private:
 
     void readChannel(const json& bands, TargetChannel& channel, const std::string& name) {
         if (!bands.is_object())
-            failAt("The equalizer in the file has no bands in %1. Export the preset again.", name);
+            failAt(wordingKey("The equalizer in the file has no bands in %1. Export the preset again."),
+                   name);
         for (const auto& [key, band] : bands.items())
             if (key.starts_with("band") && band.is_object() && !isTrue(band, "mute"))
                 readBand(band, channel, name + " " + key);
@@ -103,11 +105,12 @@ private:
             return;
         const auto shape = shapeOfType(type);
         if (!shape) {
-            remarkOnce("Filters of other types than bell and shelf are left out, such as %1.", place);
+            remarkOnce(wordingKey("Filters of other types than bell and shelf are left out, such as %1."),
+                       place);
             return;
         }
         if (channel.filters.size() >= kMostFilters)
-            failAt("There are more than 1000 filters before %1. Remove some.", place);
+            failAt(wordingKey("There are more than 1000 filters before %1. Remove some."), place);
         addBand(band, *shape, channel, place);
     }
 
@@ -122,13 +125,14 @@ private:
             wordIn(band, "mode", "APO (DR)") == "APO (DR)" && wordIn(band, "slope", "x1") == "x1";
         if (!isExact && filter.gain != 0)
             remarkOnce(
-                "Filters of other modes than APO (DR) with slope x1 are read as if they were of it, such "
-                "as %1.",
+                wordingKey(
+                    "Filters of other modes than APO (DR) with slope x1 are read as if they were of it, such "
+                    "as %1."),
                 place);
         if (filter.frequency < kFitSampleRate / 2)
             channel.filters.push_back(filter);
         else
-            remarkOnce("Filters at 24 kHz and above are left out, such as %1.", place);
+            remarkOnce(wordingKey("Filters at 24 kHz and above are left out, such as %1."), place);
     }
 
     void remarkOnce(std::string_view english, const std::string& place) {
@@ -141,11 +145,11 @@ private:
     void finish() const {
         if (!hasEqualizer_)
             throw PresetFileError(
-                {"The file has neither presets of VELLO nor an equalizer of EasyEffects. Choose "
-                 "another."});
+                {wordingKey("The file has neither presets of VELLO nor an equalizer of EasyEffects. Choose "
+                            "another.")});
         if (curve_.left.isEmpty() && curve_.right.isEmpty())
             throw PresetFileError(
-                {"The equalizer in the file has no bell or shelf that is on. Choose another."});
+                {wordingKey("The equalizer in the file has no bell or shelf that is on. Choose another.")});
     }
 
     TargetCurve curve_;

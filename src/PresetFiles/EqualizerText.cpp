@@ -2,6 +2,7 @@
 #include "EqualizerText.h"
 
 #include "Foundation/DisplayText.h"
+#include "Foundation/Localization.h"
 
 #include <algorithm>
 #include <cmath>
@@ -150,8 +151,9 @@ private:
     void readPreamp(const Words& words) {
         const auto level = words.empty() ? std::nullopt : decimalNumber(withoutUnit(words[0]));
         if (!level || std::abs(*level) > kLargestTargetGain)
-            fail("The preamp in line %1 is not a number of decibels such as -6.5. Correct or remove the "
-                 "line.");
+            fail(wordingKey(
+                "The preamp in line %1 is not a number of decibels such as -6.5. Correct or remove the "
+                "line."));
         for (TargetChannel* channel : channels())
             channel->level += *level;
     }
@@ -163,7 +165,8 @@ private:
                 points.push_back(pointOf(part));
         });
         if (points.empty())
-            fail("The curve in line %1 has no points. Give it some, such as GraphicEQ: 100 -2.5; 1000 0.");
+            fail(wordingKey(
+                "The curve in line %1 has no points. Give it some, such as GraphicEQ: 100 -2.5; 1000 0."));
         for (TargetChannel* channel : channels())
             addCurve(*channel, GraphicCurve(points));
     }
@@ -181,7 +184,8 @@ private:
                 std::abs(*gain) <= kLargestTargetGain)
                 return {*frequency, *gain};
         }
-        fail("A point in line %1 is not a frequency and a gain, such as 100 -2.5. Correct or remove it.",
+        fail(wordingKey(
+                 "A point in line %1 is not a frequency and a gain, such as 100 -2.5. Correct or remove it."),
              trimmedWhiteSpace(part));
     }
 
@@ -192,7 +196,7 @@ private:
 
     void checkCount(const TargetChannel& channel) const {
         if (channel.filters.size() + channel.curves.size() >= kMostFilters)
-            fail("There are more than 1000 filters before line %1. Remove some.");
+            fail(wordingKey("There are more than 1000 filters before line %1. Remove some."));
     }
 
     void readFilter(Words words) {
@@ -246,7 +250,8 @@ private:
         if (const auto unit = std::ranges::find(words, "khz"); frequency && unit != words.end())
             frequency = *frequency * 1000;
         if (!frequency || *frequency < 1 || *frequency > 1e6)
-            fail("The filter in line %1 has no frequency such as Fc 100 Hz. Correct or remove the line.",
+            fail(wordingKey(
+                     "The filter in line %1 has no frequency such as Fc 100 Hz. Correct or remove the line."),
                  word);
         return *frequency;
     }
@@ -255,7 +260,9 @@ private:
         const auto word = valueOf(words, "gain");
         const auto gain = decimalNumber(withoutUnit(word));
         if (!gain || std::abs(*gain) > kLargestTargetGain)
-            fail("The filter in line %1 has no gain such as Gain -2.5 dB. Correct or remove the line.", word);
+            fail(wordingKey(
+                     "The filter in line %1 has no gain such as Gain -2.5 dB. Correct or remove the line."),
+                 word);
         return *gain;
     }
 
@@ -273,7 +280,8 @@ private:
         constexpr double smallest = 0.01;
         constexpr double largest = 1000;
         if (!quality || !(*quality >= smallest && *quality <= largest))
-            fail("The filter in line %1 has no width such as Q 1.41. Correct or remove the line.", word);
+            fail(wordingKey("The filter in line %1 has no width such as Q 1.41. Correct or remove the line."),
+                 word);
         return *quality;
     }
 
@@ -285,7 +293,8 @@ private:
         if (!slope)
             return usual;
         if (!(*slope > 0 && *slope <= 2 * steepest))
-            fail("The shelf in line %1 has no slope such as 12 dB. Correct or remove the line.", words[1]);
+            fail(wordingKey("The shelf in line %1 has no slope such as 12 dB. Correct or remove the line."),
+                 words[1]);
         return *slope / steepest;
     }
 
@@ -310,11 +319,13 @@ private:
 
     void finish() {
         if (curve_.left.isEmpty() && curve_.right.isEmpty())
-            throw PresetFileError({"The file has no curve for left or right: no GraphicEQ line, and no bell "
-                                   "or shelf that is on. Choose another."});
-        remark("Filters of other types than bell and shelf are left out. Their lines: %1.", unknownTypes_);
-        remark("Filters at 24 kHz and above are left out. Their lines: %1.", tooHigh_);
-        remark("Lines that VELLO does not read are left out: %1.", unread_);
+            throw PresetFileError(
+                {wordingKey("The file has no curve for left or right: no GraphicEQ line, and no bell "
+                            "or shelf that is on. Choose another.")});
+        remark(wordingKey("Filters of other types than bell and shelf are left out. Their lines: %1."),
+               unknownTypes_);
+        remark(wordingKey("Filters at 24 kHz and above are left out. Their lines: %1."), tooHigh_);
+        remark(wordingKey("Lines that VELLO does not read are left out: %1."), unread_);
     }
 
     TargetCurve curve_;

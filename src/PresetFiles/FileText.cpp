@@ -2,6 +2,7 @@
 #include "FileText.h"
 
 #include "Foundation/DisplayText.h"
+#include "Foundation/Localization.h"
 #include "PresetFiles/PresetFile.h"
 
 #include <algorithm>
@@ -66,12 +67,14 @@ bool isBinary(std::string_view text) {
 
 std::string fileText(std::string_view content) {
     if (content.size() > kLargestPresetFile)
-        throw PresetFileError({"The file is too large for a preset. Choose one of at most 1 MB."});
+        throw PresetFileError(
+            {wordingKey("The file is too large for a preset. Choose one of at most 1 MB.")});
     std::string text = decoded(content);
     if (isBinary(text))
-        throw PresetFileError({"The file is not text. Choose the text or JSON file of an equalizer."});
+        throw PresetFileError(
+            {wordingKey("The file is not text. Choose the text or JSON file of an equalizer.")});
     if (trimmedWhiteSpace(text).empty())
-        throw PresetFileError({"The file is empty. Choose one that holds a curve."});
+        throw PresetFileError({wordingKey("The file is empty. Choose one that holds a curve.")});
     return text;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "OwnPresets.h"
 
+#include "Foundation/Localization.h"
 #include "Models/SettingsCoding.h"
 #include "TargetCurve.h"
 
@@ -34,8 +35,9 @@ ImportedPreset presetOf(const UserEQPreset& preset, std::size_t number) {
         return std::ranges::all_of(preset.bandGains, [=](double gain) { return std::abs(gain) <= limit; });
     };
     if (preset.bandGains.size() != EQSettings::bandCount || !isWithin(kLargestTargetGain))
-        refusePreset("Preset %1 of the file does not have eight gains in decibels. Correct or remove it.",
-                     number);
+        refusePreset(
+            wordingKey("Preset %1 of the file does not have eight gains in decibels. Correct or remove it."),
+            number);
     ImportedPreset imported;
     if (isWithin(kLargestFittedGain))
         std::ranges::copy(preset.bandGains, imported.bandGains.begin());
@@ -49,7 +51,8 @@ ImportedPreset decoded(const nlohmann::json& value, std::size_t number) {
     try {
         return presetOf(decodeUserPreset(value), number);
     } catch (const CodingError&) {
-        refusePreset("Preset %1 of the file has no name or no gains. Correct or remove it.", number);
+        refusePreset(wordingKey("Preset %1 of the file has no name or no gains. Correct or remove it."),
+                     number);
     }
 }
 
@@ -57,7 +60,7 @@ void checkVersion(const nlohmann::json& root) {
     const auto version = root.find("version");
     if (version != root.end() && (!version->is_number_integer() || *version != kFormatVersion))
         throw PresetFileError(
-            {"The file is of a newer version of VELLO. Import it there, or update this one."});
+            {wordingKey("The file is of a newer version of VELLO. Import it there, or update this one.")});
 }
 
 const nlohmann::json& listIn(const nlohmann::json& root) {
@@ -66,7 +69,7 @@ const nlohmann::json& listIn(const nlohmann::json& root) {
     checkVersion(root);
     if (const nlohmann::json& list = root.at("presets"); list.is_array())
         return list;
-    throw PresetFileError({"“presets” in the file is not a list. Export the presets again."});
+    throw PresetFileError({wordingKey("“presets” in the file is not a list. Export the presets again.")});
 }
 
 } // namespace
@@ -80,9 +83,9 @@ std::vector<ImportedPreset> readOwnPresets(const nlohmann::json& root) {
         return {decoded(root, 1)};
     const nlohmann::json& list = listIn(root);
     if (list.empty())
-        throw PresetFileError({"The file has no presets. Choose another."});
+        throw PresetFileError({wordingKey("The file has no presets. Choose another.")});
     if (list.size() > kMostPresetsInFile)
-        throw PresetFileError({"The file has more than 1000 presets. Remove some."});
+        throw PresetFileError({wordingKey("The file has more than 1000 presets. Remove some.")});
     std::vector<ImportedPreset> presets;
     for (const nlohmann::json& value : list)
         presets.push_back(decoded(value, presets.size() + 1));

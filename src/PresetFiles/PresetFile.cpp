@@ -6,6 +6,7 @@
 #include "FileText.h"
 #include "Foundation/DisplayText.h"
 #include "Foundation/JSONText.h"
+#include "Foundation/Localization.h"
 #include "OwnPresets.h"
 
 #include <algorithm>
@@ -28,8 +29,8 @@ nlohmann::json jsonOf(std::string_view text) {
     try {
         return parseJSON(text);
     } catch (const CodingError& error) {
-        throw PresetFileError(
-            {"The JSON of the file is damaged in line %1. Export it again.", lineIn(error.what())});
+        throw PresetFileError({wordingKey("The JSON of the file is damaged in line %1. Export it again."),
+                               lineIn(error.what())});
     }
 }
 

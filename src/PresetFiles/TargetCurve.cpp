@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TargetCurve.h"
 
+#include "Foundation/Localization.h"
 #include "Foundation/Text.h"
 
 #include <algorithm>
@@ -124,7 +125,8 @@ const std::vector<double> kAboveTheFit{13000, 14000, 15000, 16000, 17000, 18000,
 void remarkOnLevel(std::vector<PresetRemark>& remarks, double level) {
     if (std::abs(level) >= 0.05)
         remarks.push_back(
-            {"The file also changes the overall level by %1 dB. The bands cannot: use the volume.",
+            {wordingKey(
+                 "The file also changes the overall level by %1 dB. The bands cannot: use the volume."),
              oneDecimal(level)});
 }
 
@@ -134,7 +136,7 @@ void remarkOnLimits(std::vector<PresetRemark>& remarks, const EQPreset::Gains& g
         if (std::abs(gains[band]) >= kLargestFittedGain)
             bands.append(bands.empty() ? "" : ", ").append(EQSettings::bandLabel(band));
     if (!bands.empty())
-        remarks.push_back({"These bands are at their limit of 12 dB: %1.", bands});
+        remarks.push_back({wordingKey("These bands are at their limit of 12 dB: %1."), bands});
 }
 
 class Fitting {
@@ -148,9 +150,9 @@ public:
         remarkOnLevel(target_.remarks, level + (target_.left.level + target_.right.level) / 2);
         remarkOnLimits(target_.remarks, gains);
         remarkOnRange(gains, level, kBelowTheFit,
-                      "Below 40 Hz, where there is no band, the file differs by up to %1 dB.");
+                      wordingKey("Below 40 Hz, where there is no band, the file differs by up to %1 dB."));
         remarkOnRange(gains, level, kAboveTheFit,
-                      "Above 12 kHz, where there is no band, the file differs by up to %1 dB.");
+                      wordingKey("Above 12 kHz, where there is no band, the file differs by up to %1 dB."));
         return {.bandGains = gains, .error = error, .remarks = std::move(target_.remarks)};
     }
 
@@ -171,8 +173,9 @@ private:
         const double difference =
             largestDifference(of(left_, target_.left.level), of(right_, target_.right.level));
         if (difference >= 0.05)
-            target_.remarks.push_back({"Left and right differ by up to %1 dB. The curve is the mean of both.",
-                                       oneDecimal(difference)});
+            target_.remarks.push_back(
+                {wordingKey("Left and right differ by up to %1 dB. The curve is the mean of both."),
+                 oneDecimal(difference)});
     }
 
     void remarkOnRange(const EQPreset::Gains& gains, double level, std::span<const double> frequencies,

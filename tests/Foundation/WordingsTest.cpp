@@ -81,6 +81,7 @@ Texts usedTexts() {
     for (const fs::path& file : sources({".cpp", ".h", ".qml"})) {
         const std::string text = contentOf(file);
         collectArguments(text, "localized", used);
+        collectArguments(text, "wordingKey", used);
         if (file.string().find("/UI/") != std::string::npos)
             for (const std::string_view function : {"qsTr", "tr", "text"})
                 collectArguments(text, function, used);

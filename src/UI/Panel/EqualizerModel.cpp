@@ -18,6 +18,12 @@ EqualizerModel::EqualizerModel(AudioController& controller, std::string sourceID
       settings_(controller.settings(sourceID_)) {
     makeBands();
     connect(&presets_, &MenuModel::chosen, this, &EqualizerModel::applyPreset);
+    connect(&presets_, &MenuModel::deletionRequested, this, &EqualizerModel::deletePreset);
+    connect(&presets_, &MenuModel::restorationRequested, this, &EqualizerModel::restorePreset);
+    connect(&presets_, &MenuModel::renamingRequested, this, [this](int row) {
+        if (const UserEQPreset* const preset = userPreset(row))
+            emit renamingRequested(QString::fromStdString(preset->name));
+    });
     connect(&routes_, &MenuModel::chosen, this, &EqualizerModel::chooseRoute);
     showGains();
     refreshPresets();
@@ -84,17 +90,52 @@ void EqualizerModel::reset() {
     edit([](EQSettings& settings) { settings.reset(); });
 }
 
+/// The user's preset in this row of the menu; null when the row holds something else.
+const UserEQPreset* EqualizerModel::userPreset(int row) const {
+    const auto& own = controller_.userPresets().value();
+    const auto builtInCount = static_cast<int>(EQPreset::allCases().size());
+    if (row < builtInCount)
+        return nullptr;
+    auto place = static_cast<std::size_t>(row - builtInCount);
+    if (deleted_) {
+        const std::size_t gap = std::min(deleted_->position, own.size());
+        if (place == gap)
+            return nullptr;
+        place -= place > gap ? 1 : 0;
+    }
+    return place < own.size() ? &own[place] : nullptr;
+}
+
 void EqualizerModel::applyPreset(int row) {
     const auto builtIn = EQPreset::allCases();
-    const auto& own = controller_.userPresets().value();
-    const auto place = static_cast<std::size_t>(row);
-    if (row < 0 || place >= builtIn.size() + own.size())
-        return;
     const QScopedValueRollback glide(isApplyingPreset_, true);
-    if (place < builtIn.size())
-        setGains(builtIn[place].bandGains());
-    else
-        setGains(std::vector(own[place - builtIn.size()].bandGains));
+    if (row >= 0 && static_cast<std::size_t>(row) < builtIn.size())
+        setGains(builtIn[static_cast<std::size_t>(row)].bandGains());
+    else if (const UserEQPreset* const own = userPreset(row))
+        setGains(std::vector(own->bandGains));
+    else if (row >= 0 && row + 1 == presets_.rowCount())
+        emit importRequested();
+}
+
+void EqualizerModel::deletePreset(int row) {
+    const UserEQPreset* const found = userPreset(row);
+    if (!found)
+        return;
+    const UserEQPreset preset = *found;
+    const auto position = found - controller_.userPresets().value().data();
+    deleted_ = {preset, static_cast<std::size_t>(position)};
+    controller_.deleteUserPreset(preset.name);
+    emit presetDeleted();
+}
+
+void EqualizerModel::restorePreset() {
+    if (const auto deleted = std::exchange(deleted_, std::nullopt))
+        controller_.restoreUserPreset(deleted->preset, deleted->position);
+}
+
+void EqualizerModel::forgetDeletedPreset() {
+    if (std::exchange(deleted_, std::nullopt))
+        refreshPresets();
 }
 
 void EqualizerModel::chooseRoute(int row) {
@@ -116,6 +157,22 @@ bool EqualizerModel::savePreset(const QString& name) {
         return false;
     controller_.saveUserPreset(name.toStdString(), settings_.bandGains);
     return true;
+}
+
+bool EqualizerModel::canRenamePreset(const QString& name, const QString& newName) const {
+    const std::string current = name.toStdString();
+    const std::string wanted = newName.toStdString();
+    const std::string_view trimmed = trimmedWhiteSpace(wanted);
+    const auto& own = controller_.userPresets().value();
+    const auto exists = [&own](std::string_view preset) {
+        return std::ranges::find(own, preset, &UserEQPreset::name) != own.end();
+    };
+    return !trimmed.empty() && exists(current) && (trimmed == current || !exists(trimmed));
+}
+
+bool EqualizerModel::renamePreset(const QString& name, const QString& newName) {
+    return canRenamePreset(name, newName) &&
+           controller_.renameUserPreset(name.toStdString(), newName.toStdString());
 }
 
 void EqualizerModel::refreshSettings() {
@@ -141,18 +198,31 @@ void EqualizerModel::showGains() {
     }
 }
 
-void EqualizerModel::refreshPresets() {
+std::vector<MenuEntry> EqualizerModel::presetEntries() const {
+    using Kind = MenuEntry::Kind;
     std::vector<MenuEntry> entries;
-    const auto add = [&](const std::string& name, std::span<const double> gains, bool startsGroup) {
+    const auto add = [&](const std::string& name, std::span<const double> gains, Kind kind) {
         entries.push_back(
-            {QString::fromStdString(name), std::ranges::equal(gains, settings_.bandGains), startsGroup});
+            {QString::fromStdString(name), std::ranges::equal(gains, settings_.bandGains), false, kind});
     };
     for (const EQPreset preset : EQPreset::allCases())
-        add(preset.displayName(), preset.bandGains(), false);
+        add(preset.displayName(), preset.bandGains(), Kind::choice);
     const std::size_t builtInCount = entries.size();
     for (const UserEQPreset& preset : controller_.userPresets().value())
-        add(preset.name, preset.bandGains, entries.size() == builtInCount);
-    presets_.setEntries(std::move(entries));
+        add(preset.name, preset.bandGains, Kind::editable);
+    if (deleted_) {
+        const std::size_t place = std::min(builtInCount + deleted_->position, entries.size());
+        entries.insert(entries.begin() + static_cast<std::ptrdiff_t>(place),
+                       {QString::fromStdString(deleted_->preset.name), false, false, Kind::deleted});
+    }
+    if (entries.size() > builtInCount)
+        entries[builtInCount].startsGroup = true;
+    entries.push_back({tr("Import…"), false, true, Kind::action});
+    return entries;
+}
+
+void EqualizerModel::refreshPresets() {
+    presets_.setEntries(presetEntries());
     emit presetChanged();
 }
 

@@ -11,7 +11,9 @@
 #include <QtQmlIntegration>
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace vello {
 
@@ -31,7 +33,10 @@ class EqualizerModel : public QObject {
     Q_PROPERTY(bool hasTempo READ hasTempo NOTIFY tempoChanged)
     /// The latest tempo, in beats per minute. Keeps its value when the tempo is lost.
     Q_PROPERTY(int beatsPerMinute READ beatsPerMinute NOTIFY tempoChanged)
+    /// Built-in presets, those of the user, and the import from a file.
     Q_PROPERTY(vello::MenuModel* presets READ presets CONSTANT)
+    /// Whether the menu of presets offers to take the last deletion back.
+    Q_PROPERTY(bool hasDeletedPreset READ hasDeletedPreset NOTIFY presetChanged)
     Q_PROPERTY(vello::MenuModel* routes READ routes CONSTANT)
     /// One level for each band; updated while this card is open.
     Q_PROPERTY(QList<float> spectrum READ spectrum NOTIFY spectrumChanged)
@@ -51,6 +56,7 @@ public:
     bool hasTempo() const { return hasTempo_; }
     int beatsPerMinute() const { return beatsPerMinute_; }
     MenuModel* presets() { return &presets_; }
+    bool hasDeletedPreset() const { return deleted_.has_value(); }
     MenuModel* routes() { return &routes_; }
     QList<float> spectrum() const;
 
@@ -58,6 +64,12 @@ public:
     /// Returns false, and does nothing, when `name` is blank.
     Q_INVOKABLE bool savePreset(const QString& name);
     Q_INVOKABLE static bool isBlank(const QString& name);
+    /// Whether the preset `name` exists and `newName` is neither blank nor the name of another one.
+    Q_INVOKABLE bool canRenamePreset(const QString& name, const QString& newName) const;
+    /// Returns false, and does nothing, unless canRenamePreset().
+    Q_INVOKABLE bool renamePreset(const QString& name, const QString& newName);
+    /// Stops offering to take the last deletion back.
+    Q_INVOKABLE void forgetDeletedPreset();
 
     // These read what the controller has published since the last call.
     void refreshSettings();
@@ -69,15 +81,27 @@ public:
 signals:
     void settingsChanged();
     void presetChanged();
+    void presetDeleted();
+    void renamingRequested(const QString& name);
+    void importRequested();
     void routeChanged();
     void tempoChanged();
     void spectrumChanged();
 
 private:
+    struct DeletedPreset {
+        UserEQPreset preset;
+        std::size_t position; ///< in the list of the user's presets
+    };
+
     void makeBands();
     void showGains();
     void setGain(std::size_t band, double decibels);
     void applyPreset(int row);
+    const UserEQPreset* userPreset(int row) const;
+    void deletePreset(int row);
+    void restorePreset();
+    std::vector<MenuEntry> presetEntries() const;
     void chooseRoute(int row);
     void edit(const std::function<void(EQSettings&)>& change);
     void setGains(std::span<const double> gains);
@@ -88,6 +112,7 @@ private:
     bool hasTempo_ = false;
     int beatsPerMinute_ = 0;
     bool isApplyingPreset_ = false;
+    std::optional<DeletedPreset> deleted_;
     QList<BandModel*> bands_; ///< QObject children
     MenuModel presets_{MenuModel::Marks::none};
     MenuModel routes_{MenuModel::Marks::check};

@@ -20,6 +20,29 @@ void MenuModel::setEntries(std::vector<MenuEntry> entries) {
     emit entriesChanged();
 }
 
+bool MenuModel::isEditable() const {
+    return std::ranges::count(entries_, MenuEntry::Kind::editable, &MenuEntry::kind) > 0;
+}
+
+bool MenuModel::isOfKind(int row, MenuEntry::Kind kind) const {
+    return row >= 0 && row < rowCount() && entries_[static_cast<std::size_t>(row)].kind == kind;
+}
+
+void MenuModel::requestRenaming(int row) {
+    if (isOfKind(row, MenuEntry::Kind::editable))
+        emit renamingRequested(row);
+}
+
+void MenuModel::requestDeletion(int row) {
+    if (isOfKind(row, MenuEntry::Kind::editable))
+        emit deletionRequested(row);
+}
+
+void MenuModel::requestRestoration(int row) {
+    if (isOfKind(row, MenuEntry::Kind::deleted))
+        emit restorationRequested(row);
+}
+
 QString MenuModel::longestTitle() const {
     const auto longest =
         std::ranges::max_element(entries_, {}, [](const MenuEntry& entry) { return entry.title.size(); });
@@ -41,6 +64,12 @@ QVariant MenuModel::data(const QModelIndex& index, int role) const {
         return entry.isChecked;
     case startsGroupRole:
         return entry.startsGroup;
+    case isEditableRole:
+        return entry.kind == MenuEntry::Kind::editable;
+    case isDeletedRole:
+        return entry.kind == MenuEntry::Kind::deleted;
+    case isActionRole:
+        return entry.kind == MenuEntry::Kind::action;
     case menuRole:
         return QVariant::fromValue(const_cast<MenuModel*>(this));
     default:
@@ -52,6 +81,9 @@ QHash<int, QByteArray> MenuModel::roleNames() const {
     return {{titleRole, "title"},
             {isCheckedRole, "isChecked"},
             {startsGroupRole, "startsGroup"},
+            {isEditableRole, "isEditable"},
+            {isDeletedRole, "isDeleted"},
+            {isActionRole, "isAction"},
             {menuRole, "menu"}};
 }
 

@@ -33,11 +33,13 @@ std::string shortSentence(SaveProblem::Kind kind) {
 PanelModel::PanelModel(AudioController& controller, MeterAudience& meters,
                        LaunchAtLoginController& launchAtLogin, AppIconProvider& icons)
     : controller_(controller), meters_(meters), launchAtLogin_(launchAtLogin),
-      sources_(controller, icons, clock_) {
+      sources_(controller, icons, clock_), presetImport_(controller) {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     QJSEngine::setObjectOwnership(&sources_, QJSEngine::CppOwnership);
+    QJSEngine::setObjectOwnership(&presetImport_, QJSEngine::CppOwnership);
     QJSEngine::setObjectOwnership(&clock_, QJSEngine::CppOwnership);
     connect(&sources_, &SourceListModel::toggled, this, &PanelModel::toggle);
+    connect(&sources_, &SourceListModel::importRequested, this, &PanelModel::presetFileRequested);
     observe();
     observeMeters();
     refreshSources();

@@ -5,6 +5,7 @@
 #include "AudioEngine/Controller/LaunchAtLoginController.h"
 #include "AudioEngine/Controller/MeterAudience.h"
 #include "UI/Panel/FrameClock.h"
+#include "UI/Panel/PresetImport.h"
 #include "UI/Panel/SourceListModel.h"
 
 #include <QObject>
@@ -23,6 +24,7 @@ class PanelModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("made by the application")
     Q_PROPERTY(vello::SourceListModel* sources READ sources CONSTANT)
+    Q_PROPERTY(vello::PresetImport* presetImport READ presetImport CONSTANT)
     Q_PROPERTY(bool isAuthorized READ isAuthorized NOTIFY permissionChanged)
     Q_PROPERTY(bool isDenied READ isDenied NOTIFY permissionChanged)
     Q_PROPERTY(bool isProcessingEnabled READ isProcessingEnabled WRITE setProcessingEnabled NOTIFY
@@ -40,6 +42,7 @@ public:
                AppIconProvider& icons);
 
     SourceListModel* sources() { return &sources_; }
+    PresetImport* presetImport() { return &presetImport_; }
     bool isAuthorized() const;
     bool isDenied() const;
     bool isProcessingEnabled() const { return controller_.isProcessingEnabled().value(); }
@@ -70,6 +73,8 @@ signals:
     void headerTitleExpansionChanged();
     void aboutRequested();
     void quitRequested();
+    /// The user wants to choose a file for presetImport().
+    void presetFileRequested();
 
 private:
     using Refresh = void (SourceItem::*)();
@@ -86,6 +91,7 @@ private:
     LaunchAtLoginController& launchAtLogin_;
     FrameClock clock_;
     SourceListModel sources_;
+    PresetImport presetImport_;
     std::optional<std::string> expandedSourceID_;
     double headerTitleExpansion_ = 0.0;
     MeterAudience::Seat seat_;

@@ -49,6 +49,7 @@ void SourceListModel::place(const AppAudioSource& source, int row) {
         QJSEngine::setObjectOwnership(item->equalizer(), QJSEngine::CppOwnership);
         SourceItem* const added = item.get();
         connect(added, &SourceItem::toggled, this, [this, added] { emit toggled(added->source().id); });
+        connect(item->equalizer(), &EqualizerModel::importRequested, this, &SourceListModel::importRequested);
         beginInsertRows({}, row, row);
         items_.insert(items_.begin() + row, std::move(item));
         endInsertRows();

@@ -40,6 +40,7 @@ public:
 signals:
     void countChanged();
     /// A card was toggled.
+    void importRequested();
     void toggled(const std::string& sourceID);
 
 private:

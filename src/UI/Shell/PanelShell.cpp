@@ -24,6 +24,7 @@ PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
     connect(&desktop_, &DesktopAppearance::changed, this,
             [this] { theme_.setAppearance(desktop_.appearance()); });
     connect(&model_, &PanelModel::quitRequested, this, [quit = std::move(quit)] { quit(); });
+    connect(&model_, &PanelModel::presetFileRequested, this, &PanelShell::choosePresetFile);
     connect(&tray_, &Tray::activated, &presenter_, &PanelPresenter::toggle);
     observeMenu();
 }
@@ -33,6 +34,19 @@ void PanelShell::observeMenu() {
     observations_.push_back(controller_.isProcessingEnabled().observe(invalidate));
     observations_.push_back(controller_.activeSourceID().observe(invalidate));
     observations_.push_back(controller_.userPresets().observe(invalidate));
+}
+
+/// The panel is in front of all windows, so it makes room for the dialog and comes back with the answer.
+void PanelShell::choosePresetFile() {
+    presenter_.hide();
+    presetFiles_ = std::make_unique<QFileDialog>(nullptr, tr("Import preset"));
+    presetFiles_->setFileMode(QFileDialog::ExistingFile);
+    connect(presetFiles_.get(), &QFileDialog::finished, this, [this](int result) {
+        if (result == QDialog::Accepted)
+            model_.presetImport()->openFile(presetFiles_->selectedUrls().value(0));
+        presenter_.show(tray_.geometry());
+    });
+    presetFiles_->open();
 }
 
 void PanelShell::presentAtLaunch() {

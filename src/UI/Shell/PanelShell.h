@@ -12,6 +12,7 @@
 #include "UI/Shell/WindowSystem.h"
 
 #include <QDBusConnection>
+#include <QFileDialog>
 #include <QObject>
 
 #include <filesystem>
@@ -52,6 +53,7 @@ public:
 
 private:
     void observeMenu();
+    void choosePresetFile();
 
     WordingTranslator wording_;
     AudioController& controller_;
@@ -64,6 +66,7 @@ private:
     Tray tray_;
     LaunchPresentation launch_;
     std::vector<Observation> observations_;
+    std::unique_ptr<QFileDialog> presetFiles_; ///< while the user chooses
 };
 
 } // namespace vello

@@ -21,6 +21,8 @@ void addPresets(std::vector<TrayMenuEntry>& menu, PanelModel& panel) {
     menu.push_back({});
     for (std::size_t row = 0; row < presets->entries().size(); ++row) {
         const MenuEntry& preset = presets->entries()[row];
+        if (preset.kind != MenuEntry::Kind::choice && preset.kind != MenuEntry::Kind::editable)
+            continue;
         // The open card may have changed since the menu was built.
         menu.push_back({preset.title, true, preset.isChecked, [&panel, row] {
                             if (MenuModel* const open = panel.openPresets())

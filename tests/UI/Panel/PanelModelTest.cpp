@@ -112,11 +112,12 @@ TEST_F(PanelModelTest, ListsBuiltInPresetsThenTheUsersOwn) {
     EqualizerModel& model = equalizer(std::string(kSystemSourceID));
     scene.controller->saveUserPreset("Mine", std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8});
     const auto& entries = model.presets()->entries();
-    ASSERT_EQ(entries.size(), 7U);
+    ASSERT_EQ(entries.size(), 8U);
     EXPECT_EQ(entries[0].title, "Flat");
     EXPECT_TRUE(entries[0].isChecked);
     EXPECT_FALSE(entries[5].startsGroup);
-    EXPECT_EQ(entries[6], (MenuEntry{QStringLiteral("Mine"), false, true}));
+    EXPECT_EQ(entries[6], (MenuEntry{QStringLiteral("Mine"), false, true, MenuEntry::Kind::editable}));
+    EXPECT_EQ(entries[7], (MenuEntry{QStringLiteral("Import…"), false, true, MenuEntry::Kind::action}));
     model.presets()->choose(6);
     EXPECT_EQ(model.currentPresetName(), "Mine");
     EXPECT_TRUE(model.presets()->entries()[6].isChecked);

@@ -7,6 +7,7 @@
 
 #include <QGuiApplication>
 #include <QLinearGradient>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QQuickPaintedItem>
 
@@ -70,9 +71,33 @@ void openCard(PanelScene& scene, const std::vector<double>& gains) {
 }
 
 /// Presses the button with this accessible name.
-void press(PanelScene& scene, const char* name) {
+void press(PanelScene& scene, const std::string& name) {
     scene.settle();
-    QMetaObject::invokeMethod(scene.named(QString::fromUtf8(name)), "clicked");
+    QMetaObject::invokeMethod(scene.named(QString::fromStdString(name)), "clicked");
+}
+
+/// Opens the menu of presets, two of which are the user's.
+void openUsersMenu(PanelScene& scene) {
+    startPlaying(scene);
+    scene.controller->saveUserPreset("Late night", std::vector<double>{2, 1, 0, 0, 1, 1, 0, -2});
+    scene.controller->saveUserPreset("Open Back 600",
+                                     std::vector<double>{5.4, 0.7, -0.2, 0, 0.4, -1.6, -1.4, 0.3});
+    openCard(scene, {0, 0, 0, 0, 0, 0, 0, 0});
+    press(scene, EQPreset(EQPreset::flat).displayName());
+    scene.settle();
+}
+
+/// Puts the pointer on an entry of the open menu.
+void markEntry(PanelScene& scene, const char* name) {
+    QQuickItem* const entry = scene.named(QString::fromUtf8(name));
+    const QPointF place = entry->mapToScene({entry->width() / 3, entry->height() - 10});
+    QMouseEvent move(QEvent::MouseMove, place, place, Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(scene.window, &move);
+    scene.settle();
+}
+
+void offer(PanelScene& scene, const char* content) {
+    scene.model->presetImport()->offer(QStringLiteral("Open Back 600 ParametricEQ.txt"), content);
 }
 
 const std::vector<double> kOwnCurve{6, 4.5, 2, -1.5, 0, 1.5, 4, 12};
@@ -91,6 +116,24 @@ const std::map<std::string, Prepare> kScenes{
          startPlaying(scene), openCard(scene, {0, 0, 0, 0, 0, 0, 0, 0});
          press(scene, "Flat");
      }},
+    {"presets", [](PanelScene& scene) { openUsersMenu(scene), markEntry(scene, "Late night"); }},
+    {"deleted",
+     [](PanelScene& scene) {
+         openUsersMenu(scene), markEntry(scene, "Late night");
+         press(scene, localized("Delete %1", "Late night"));
+     }},
+    {"renaming",
+     [](PanelScene& scene) {
+         openUsersMenu(scene), markEntry(scene, "Late night");
+         press(scene, localized("Rename %1", "Late night"));
+     }},
+    {"import",
+     [](PanelScene& scene) {
+         startPlaying(scene);
+         offer(scene, "Preamp: -6.2 dB\nFilter 1: ON LSC Fc 105 Hz Gain 5.0 dB Q 0.70\n"
+                      "Filter 2: ON PK Fc 2800 Hz Gain -3.1 dB Q 1.80\nFilter 3: ON NO Fc 50 Hz\n");
+     }},
+    {"refused", [](PanelScene& scene) { startPlaying(scene), offer(scene, "Filter 1: ON PK Fc loud\n"); }},
     {"routes",
      [](PanelScene& scene) {
          startPlaying(scene), openCard(scene, kOwnCurve);

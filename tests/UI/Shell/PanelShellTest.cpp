@@ -9,6 +9,8 @@
 #include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
+#include <QApplication>
+#include <QFileDialog>
 
 namespace vello {
 namespace {
@@ -49,6 +51,32 @@ TEST_F(PanelShellTest, ChangesItsLookWithTheDesktopWhileThePanelIsOpen) {
     EXPECT_TRUE(waitUntil([&] { return lightness() < 0.3F; }));
     portal.set(kCommon, kScheme, 2U);
     EXPECT_TRUE(waitUntil([&] { return lightness() > 0.7F; }));
+}
+
+TEST_F(PanelShellTest, LetsTheUserChooseAFileAndAsksAboutItInThePanel) {
+    writeTestFile(scene.folder / "Open Back.txt", "Filter 1: ON PK Fc 63 Hz Gain 3 dB Q 1.41\n");
+    PanelShell shell(parts(), [] {});
+    shell.presenter().show(std::nullopt);
+    QQuickWindow& window = *shell.presenter().window();
+    auto* const model = window.property("panel").value<PanelModel*>();
+    ASSERT_TRUE(model);
+    const auto choose = [&](int result) {
+        emit model->presetFileRequested();
+        EXPECT_FALSE(window.isVisible()) << "the panel is in front of the dialog";
+        for (QWidget* const widget : QApplication::topLevelWidgets())
+            if (auto* const dialog = qobject_cast<QFileDialog*>(widget); dialog && dialog->isVisible()) {
+                dialog->setDirectory(QString::fromStdString(scene.folder.path().string()));
+                dialog->selectFile(QStringLiteral("Open Back.txt"));
+                static_cast<QDialog*>(dialog)->done(result);
+            }
+        EXPECT_TRUE(window.isVisible());
+    };
+    choose(QDialog::Rejected);
+    EXPECT_FALSE(model->presetImport()->isOpen());
+    choose(QDialog::Accepted);
+    EXPECT_EQ(model->presetImport()->suggestedName(), "Open Back");
+    choose(QDialog::Accepted);
+    EXPECT_EQ(model->presetImport()->suggestedName(), "Open Back");
 }
 
 } // namespace

@@ -11,10 +11,24 @@ Column {
     readonly property EqualizerModel equalizer: root.modelData
 
     property bool isNamingPreset: false
+    /// Name of the saved preset that gets another name; empty while a curve is saved.
+    property string renamedPreset: ""
     property alias presetName: naming.presetName
     readonly property alias isPresetNameFieldFocused: naming.isPresetNameFieldFocused
 
     function beginNaming(): void {
+        if (root.renamedPreset !== "")
+            root.presetName = "";
+        root.renamedPreset = "";
+        showNaming();
+    }
+    function beginRenaming(name: string): void {
+        root.renamedPreset = name;
+        root.presetName = name;
+        showNaming();
+        naming.selectName();
+    }
+    function showNaming(): void {
         namingShare.response = 0.3;
         root.isNamingPreset = true;
         naming.takeFocus();
@@ -25,7 +39,7 @@ Column {
         controls.takeFocus();
     }
     function commitPresetSave(): void {
-        if (root.equalizer.savePreset(root.presetName))
+        if (root.renamedPreset === "" ? root.equalizer.savePreset(root.presetName) : root.equalizer.renamePreset(root.renamedPreset, root.presetName))
             root.endNaming();
     }
 
@@ -37,6 +51,7 @@ Column {
         width: parent.width
         equalizer: root.equalizer
         onSaveRequested: root.beginNaming()
+        onRenamingRequested: name => root.beginRenaming(name)
     }
     Item {
         // Takes no space while it is closed, not even the spacing of the column.
@@ -56,7 +71,8 @@ Column {
 
             width: parent.width
             enabled: root.isNamingPreset
-            canSave: !root.equalizer.isBlank(root.presetName)
+            isRenaming: root.renamedPreset !== ""
+            canSave: isRenaming ? root.equalizer.canRenamePreset(root.renamedPreset, root.presetName) : !root.equalizer.isBlank(root.presetName)
             onCommitted: root.commitPresetSave()
             onCanceled: root.endNaming()
         }

@@ -9,6 +9,7 @@ Rectangle {
     required property bool isShown
     /// Distance from the control's edge outwards.
     property real gap: 3
+    property color ink: Theme.accent
 
     anchors.fill: parent
     anchors.margins: -root.gap
@@ -16,5 +17,5 @@ Rectangle {
     radius: height / 2
     color: "transparent"
     border.width: 2
-    border.color: Theme.accent
+    border.color: root.ink
 }

@@ -10,22 +10,44 @@ Item {
     required property string title
     required property bool isChecked
     required property bool startsGroup
+    required property bool isEditable
+    required property bool isDeleted
+    required property bool isAction
     required property MenuModel menu
     readonly property bool isCurrent: root.ListView.isCurrentItem
+    readonly property color ink: root.isCurrent ? Theme.onAccent : root.isDeleted ? Theme.secondary : root.isChecked && !root.menu.showsCheckMarks ? Theme.accentText : Theme.primary
     readonly property real lineHeight: Math.max(25, label.implicitHeight + 8)
 
     implicitHeight: root.lineHeight + (root.startsGroup ? 9 : 0)
     Accessible.role: Accessible.MenuItem
-    Accessible.name: root.title
-    Accessible.checkable: true
+    Accessible.name: root.isDeleted ? qsTr("Undo deleting %1").arg(root.title) : root.title
+    Accessible.checkable: !root.isDeleted && !root.isAction
     Accessible.checked: root.isChecked
     Keys.enabled: root.isCurrent
+    Keys.onDeletePressed: root.deletePreset()
+    Keys.onPressed: event => {
+        event.accepted = event.key === Qt.Key_F2 && root.isEditable;
+        if (event.accepted)
+            root.menu.requestRenaming(root.index);
+    }
+
+    function activate(): void {
+        if (root.isDeleted)
+            root.menu.requestRestoration(root.index);
+        else
+            root.menu.choose(root.index);
+    }
+    function deletePreset(): void {
+        // The button that was pressed disappears.
+        root.forceActiveFocus();
+        root.menu.requestDeletion(root.index);
+    }
 
     PressActions {
         id: press
 
         takesSpace: true
-        onActivated: root.menu.choose(root.index)
+        onActivated: root.activate()
     }
     Rectangle {
         visible: root.startsGroup
@@ -58,7 +80,7 @@ Item {
 
             anchors.left: parent.left
             anchors.leftMargin: root.menu.showsCheckMarks ? 7 + Theme.scaled(18) : 10
-            anchors.right: parent.right
+            anchors.right: actions.visible ? actions.left : undo.visible ? undo.left : parent.right
             anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
             horizontalAlignment: Text.AlignLeft
@@ -66,7 +88,34 @@ Item {
             textFormat: Text.PlainText
             elide: Text.ElideRight
             font.pixelSize: Theme.callout
-            color: root.isCurrent ? Theme.onAccent : root.isChecked && !root.menu.showsCheckMarks ? Theme.accentText : Theme.primary
+            font.strikeout: root.isDeleted
+            color: root.ink
+        }
+        Text {
+            id: undo
+
+            visible: root.isDeleted
+            anchors.right: parent.right
+            anchors.rightMargin: 8
+            anchors.verticalCenter: parent.verticalCenter
+            text: qsTr("Undo")
+            textFormat: Text.PlainText
+            font.pixelSize: Theme.callout
+            font.weight: Font.Medium
+            color: root.isCurrent ? Theme.onAccent : Theme.accentText
+            Accessible.ignored: true
+        }
+        MenuLineActions {
+            id: actions
+
+            visible: root.isCurrent && root.isEditable
+            anchors.right: parent.right
+            anchors.rightMargin: 4
+            anchors.verticalCenter: parent.verticalCenter
+            title: root.title
+            ink: root.ink
+            onRenamingRequested: root.menu.requestRenaming(root.index)
+            onDeletionRequested: root.deletePreset()
         }
         HoverHandler {
             onHoveredChanged: {
@@ -75,7 +124,10 @@ Item {
             }
         }
         TapHandler {
-            onTapped: press.activated()
+            onTapped: point => {
+                if (!actions.visible || !actions.contains(actions.mapFromItem(line, point.position)))
+                    press.activated();
+            }
         }
     }
 }

@@ -26,6 +26,22 @@ FocusScope {
         shadowRadius: 6
         shadowOffset: 3
     }
+    DropArea {
+        anchors.fill: parent
+        keys: ["text/uri-list"]
+        enabled: root.panel.isAuthorized
+        onEntered: drag => drag.accepted = drag.urls.length === 1
+        onDropped: drop => root.panel.presetImport.openFile(drop.urls[0])
+
+        Rectangle {
+            anchors.fill: parent
+            visible: (parent as DropArea).containsDrag
+            radius: 16
+            color: "transparent"
+            border.width: 2
+            border.color: Theme.accent
+        }
+    }
     Column {
         id: stack
 
@@ -44,8 +60,13 @@ FocusScope {
             id: list
 
             width: parent.width
-            visible: root.panel.isAuthorized
+            visible: root.panel.isAuthorized && !root.panel.presetImport.isOpen
             panel: root.panel
+        }
+        PresetImportView {
+            width: parent.width
+            visible: root.panel.isAuthorized && root.panel.presetImport.isOpen
+            presetImport: root.panel.presetImport
         }
         PermissionOnboardingView {
             width: parent.width
@@ -56,7 +77,7 @@ FocusScope {
         }
         PanelText {
             width: parent.width
-            visible: root.panel.isAuthorized && root.panel.sources.count === 1
+            visible: list.visible && root.panel.sources.count === 1
             bottomPadding: 6
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap

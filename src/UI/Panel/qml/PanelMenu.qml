@@ -19,7 +19,7 @@ T.Popup {
     padding: 5
     margins: 8
     focus: true
-    implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 32 + Theme.scaled(18) : 36) + leftPadding + rightPadding))
+    implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 32 + Theme.scaled(18) : root.entries.isEditable ? 36 + Theme.scaled(44) : 36) + leftPadding + rightPadding))
     implicitHeight: Math.min(implicitContentHeight + topPadding + bottomPadding, root.largestHeight)
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
     onClosed: root.button.forceActiveFocus(Qt.PopupFocusReason)

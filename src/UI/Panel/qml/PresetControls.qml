@@ -10,6 +10,7 @@ Item {
     required property EqualizerModel equalizer
 
     signal saveRequested
+    signal renamingRequested(string name)
 
     function takeFocus(): void {
         menuButton.forceActiveFocus();
@@ -50,9 +51,17 @@ Item {
             PanelMenu {
                 id: menu
 
+                property string renamed: ""
+
                 button: menuButton
                 entries: root.equalizer.presets
                 label: menuButton.title
+                // The menu has given the focus back by then.
+                onClosed: {
+                    if (menu.renamed !== "")
+                        root.renamingRequested(menu.renamed);
+                    menu.renamed = "";
+                }
             }
         }
         TempoReadout {
@@ -85,6 +94,25 @@ Item {
             onClicked: root.equalizer.reset()
         }
     }
+    Connections {
+        target: root.equalizer
+
+        function onRenamingRequested(name: string): void {
+            menu.renamed = name;
+            menu.close();
+        }
+        function onPresetDeleted(): void {
+            undoTime.restart();
+        }
+    }
+    Timer {
+        id: undoTime
+
+        interval: 5000
+        onTriggered: root.equalizer.forgetDeletedPreset()
+    }
+    Component.onDestruction: root.equalizer.forgetDeletedPreset()
+
     RowLayout {
         id: secondRow
 

@@ -9,6 +9,7 @@ T.AbstractButton {
 
     property alias ringRadius: ring.radius
     property alias ringGap: ring.gap
+    property alias ringColor: ring.ink
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     hoverEnabled: true
