@@ -217,7 +217,7 @@ private:
         return call;
     }
     Call wrongSignature() {
-        Call call = method(oneOf<std::string>({"SetSettings", "SetProcessingEnabled", "SavePreset",
+        Call call = method(oneOf<std::string>({"SetSettings", "SetProcessingEnabled", "SavePreset", "Save",
                                                "ShowPanel", "RequestPermission", "SubscribeLevels",
                                                "UnsubscribeLevels", "ListExemptStreams",
                                                "ListReadyApplications", "ImportPreset", "ExportPresets"}));
@@ -251,7 +251,8 @@ private:
                                    : oneOf<std::string>({kInterface, "", "x.y", longText()});
         call.text(interface);
         if (member != "GetAll")
-            call.text(isWriting ? oneOf<std::string>({"Sources", "Version", "ProcessingEnabled", "Nothing"})
+            call.text(isWriting ? oneOf<std::string>(
+                                      {"Sources", "Version", "ProcessingEnabled", "SaveProblem", "Nothing"})
                                 : unknownID());
         if (isWriting)
             call.open('v', "s").text(longText()).close();
