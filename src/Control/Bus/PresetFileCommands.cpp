@@ -94,6 +94,7 @@ void savePresets(const std::vector<ImportedPreset>& presets) {
         const QList<double> gains(preset.bandGains.begin(), preset.bandGains.end());
         instance.call("SavePreset", {QString::fromStdString(preset.name), QVariant::fromValue(gains)});
     }
+    instance.call("Save", {});
 }
 
 std::vector<UserEQPreset> savedPresets() {
