@@ -13,21 +13,27 @@ Row {
     signal deletionRequested
 
     component Action: IconButton {
+        id: action
+
+        required property color ink
+
         implicitWidth: Theme.scaled(20)
         implicitHeight: Theme.scaled(20)
         ringGap: -1
         ringRadius: 6
-        ringColor: root.ink
+        ringColor: action.ink
         hint: ""
         symbolSize: Theme.callout
-        symbolColor: root.ink
+        symbolColor: action.ink
     }
     Action {
+        ink: root.ink
         symbol: "pencil"
         label: qsTr("Rename %1").arg(root.title)
         onClicked: root.renamingRequested()
     }
     Action {
+        ink: root.ink
         symbol: "trash"
         label: qsTr("Delete %1").arg(root.title)
         onClicked: root.deletionRequested()

@@ -18,8 +18,12 @@ FocusScope {
         name.text = root.presetImport.suggestedName;
         if (!root.presetImport.isOpen)
             return;
-        const first = root.presetImport.hasOnePreset ? name : root.presetImport.hasPresets ? save : cancel;
-        first.forceActiveFocus(Qt.TabFocusReason);
+        if (root.presetImport.hasOnePreset)
+            name.forceActiveFocus(Qt.TabFocusReason);
+        else if (root.presetImport.hasPresets)
+            save.forceActiveFocus(Qt.TabFocusReason);
+        else
+            cancel.forceActiveFocus(Qt.TabFocusReason);
     }
 
     implicitHeight: content.implicitHeight + 2 * content.y
