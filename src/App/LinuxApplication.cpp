@@ -31,7 +31,7 @@ LinuxApplication::LinuxApplication(PipeWireRedirectGuard& guard, const Options& 
     : environment_(prepareEnvironment()), termination_(mainThread_, [] { QCoreApplication::quit(); }),
       hardware_(mainThread_, log_, {}, &guard), applications_(DesktopFolders::fromEnvironment(environment_)),
       authorization_(log_, ConsentPlaces::fromEnvironment(environment_), options.consentQuestion),
-      shared_(sharedFolder(options.syncFolder, environment_), mainThread_, log_),
+      shared_({sharedFolder(options.syncFolder, environment_), localFolder(environment_)}, mainThread_, log_),
       presence_(mainThread_, log_),
       delegate_(onlyOn(presence_,
                        {hardware_, mainThread_, applications_, termination_, authorization_, shared_, log_}),

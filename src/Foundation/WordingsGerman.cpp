@@ -16,6 +16,7 @@ constexpr auto kWordings = std::to_array<Wording>({
     {"Launch at Login", "Beim Anmelden starten"},
     {"Not saved: the disk is full.", "Nicht gesichert: kein freier Speicherplatz."},
     {"Not saved: no permission to write.", "Nicht gesichert: keine Schreibrechte."},
+    {"Presets are not shared with other machines.", "Presets erreichen andere Rechner nicht."},
     {"Not saved: another VELLO uses the settings.",
      "Nicht gesichert: Ein anderes VELLO nutzt die Einstellungen."},
     {"Your saved settings could not be read.", "Die gesicherten Einstellungen ließen sich nicht lesen."},

@@ -16,6 +16,7 @@ constexpr auto kWordings = std::to_array<Wording>({
     {"Launch at Login", "ログイン時に起動"},
     {"Not saved: the disk is full.", "変更を保存できません。ディスクに空きがありません。"},
     {"Not saved: no permission to write.", "変更を保存できません。書き込む権限がありません。"},
+    {"Presets are not shared with other machines.", "プリセットを他のコンピュータと共有できません。"},
     {"Not saved: another VELLO uses the settings.",
      "変更を保存できません。別のVELLOが設定を使用しています。"},
     {"Your saved settings could not be read.", "保存した設定を読み込めませんでした。"},

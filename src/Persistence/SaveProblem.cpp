@@ -27,6 +27,8 @@ SaveProblem::Kind kindOf(int error) {
 std::string sentence(const SaveProblem& problem) {
     if (problem.kind == SaveProblem::Kind::unreadable)
         return "not loaded, because of " + problem.reason;
+    if (problem.kind == SaveProblem::Kind::notShared)
+        return problem.reason;
     return "not saved, because " + problem.reason + "; VELLO tries again until it can";
 }
 

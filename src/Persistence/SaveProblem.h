@@ -13,6 +13,7 @@ struct SaveProblem {
         diskFull,
         notPermitted,  ///< also a file system that is read-only
         usedElsewhere, ///< another instance writes these settings
+        notShared,     ///< on disk, but not for the user's other machines
         unreadable,    ///< nothing is lost, but the settings saved earlier are not in use
     };
 

@@ -23,8 +23,6 @@ using nlohmann::json;
 using namespace std::chrono_literals;
 
 constexpr auto kSaveDelay = 500ms;
-constexpr std::chrono::seconds kFirstRetry = 1s;
-constexpr std::chrono::seconds kLongestRetry = 60s;
 constexpr int kFormatVersion = 1;
 constexpr std::size_t kLargestFile = std::size_t{64} << 20;
 
@@ -119,8 +117,7 @@ struct SettingsStore::Found {
 
 SettingsStore::SettingsStore(const fs::path& applicationSupportFolder, MainThread& mainThread, SystemLog& log)
     : fileURL_(applicationSupportFolder / kApplicationFolder / "settings.json"), mainThread_(mainThread),
-      logger_(log, kBundleIdentifier, "SettingsStore"), lock_(withSuffix(fileURL_, ".lock")),
-      retryDelay_(kFirstRetry) {}
+      logger_(log, kBundleIdentifier, "SettingsStore"), lock_(withSuffix(fileURL_, ".lock")) {}
 
 StoredSettings SettingsStore::load() {
     // Owned before it is read: then nobody changes it between the two.
@@ -221,14 +218,13 @@ std::optional<SaveProblem> SettingsStore::savePending() {
         return saveProblem(error);
     }
     pending_.reset();
-    retryDelay_ = kFirstRetry;
+    retryDelay_.reset();
     problem_.set(unread_);
     return std::nullopt;
 }
 
 void SettingsStore::retryLater(const SaveProblem& problem) {
-    saveTask_ = mainThread_.after(retryDelay_, [this] { retry(); });
-    retryDelay_ = std::min(2 * retryDelay_, kLongestRetry);
+    saveTask_ = mainThread_.after(retryDelay_.next(), [this] { retry(); });
     problem_.set(problem);
 }
 

@@ -3,13 +3,13 @@
 
 #include "Foundation/Files.h"
 #include "Foundation/Published.h"
+#include "Persistence/RetryDelay.h"
 #include "Persistence/SaveProblem.h"
 #include "Persistence/SettingsLock.h"
 #include "Persistence/StoredSettings.h"
 #include "Ports/MainThread.h"
 #include "Ports/SystemLog.h"
 
-#include <chrono>
 #include <filesystem>
 #include <optional>
 
@@ -66,7 +66,7 @@ private:
     std::optional<StoredSettings> pending_; ///< not saved yet
     std::optional<SaveProblem> unread_;     ///< why the file that is there could not be loaded
     Published<std::optional<SaveProblem>> problem_;
-    std::chrono::seconds retryDelay_;
+    RetryDelay retryDelay_;
     TaskHandle saveTask_; ///< a scheduled save or a retry
 };
 

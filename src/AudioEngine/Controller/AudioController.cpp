@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/Controller/AudioController.h"
 
-#include "Foundation/DisplayText.h"
 #include "Foundation/Localization.h"
 #include "Foundation/LocalizedOrder.h"
 
@@ -30,22 +29,6 @@ AppAudioSource sourceOf(const AudioProcessGroup& group) {
     return {group.id, pid, group.displayName, group.bundleID};
 }
 
-/// All of `primary`, then the presets of `secondary` whose names are not in `primary`.
-std::vector<UserEQPreset> mergePresets(const std::vector<UserEQPreset>& primary,
-                                       const std::vector<UserEQPreset>& secondary) {
-    std::set<std::string_view> names;
-    for (const UserEQPreset& preset : primary)
-        names.insert(preset.name);
-    std::vector<UserEQPreset> merged = primary;
-    std::ranges::copy_if(secondary, std::back_inserter(merged),
-                         [&](const UserEQPreset& preset) { return !names.contains(preset.name); });
-    return merged;
-}
-
-auto hasName(std::string_view name) {
-    return [name = std::string(name)](const UserEQPreset& preset) { return preset.name == name; };
-}
-
 template <class Map> auto valueIn(const Map& map, std::string_view key) {
     const auto found = map.find(key);
     return found == map.end() ? std::nullopt : std::optional(found->second);
@@ -62,11 +45,12 @@ AudioController::AudioController(const AudioControllerPorts& ports,
       exemptStreams_(ports.audioHardware, ports.runningApplications),
       outputRoutes_(ports.audioHardware, ports.systemLog),
       settingsStore_(applicationSupportFolder, ports.mainThread, ports.systemLog),
-      presetCloudStore_(ports.keyValueStore, ports.systemLog),
+      presetCloudStore_(ports.keyValueStore, ports.mainThread, ports.systemLog),
+      userPresets_(presetCloudStore_, [this] { settingsStore_.scheduleSave(persistable()); }),
       tapCoordinator_(ports.audioHardware, ports.mainThread, ports.systemLog, teardownQueue_,
                       [this](const std::string& sourceID) { return settings(sourceID); }) {
     loadStored();
-    observeOtherMachines();
+    userPresets_.startObserving();
     tapCoordinator_.start();
     syncCoordinatorEnabled();
     outputRoutes_.start();
@@ -84,18 +68,10 @@ AudioController::~AudioController() {
 
 void AudioController::loadStored() {
     saveObservation_ = settingsStore_.problem().observe([this](const auto&) { syncSaveProblem(); });
+    shareObservation_ = presetCloudStore_.problem().observe([this](const auto&) { syncSaveProblem(); });
     StoredSettings stored = settingsStore_.load();
     settingsBySourceID_.set(std::move(stored.sources));
-    const auto shared = presetCloudStore_.load();
-    userPresets_.set(shared ? mergePresets(*shared, stored.userPresets) : std::move(stored.userPresets));
-}
-
-void AudioController::observeOtherMachines() {
-    presetCloudStore_.setOnExternalChange([this](const PresetCloudStore::Presets& presets) {
-        userPresets_.set(mergePresets(presets, userPresets_.value()));
-        settingsStore_.scheduleSave(persistable());
-    });
-    presetCloudStore_.startObserving();
+    userPresets_.load(std::move(stored.userPresets));
 }
 
 void AudioController::observeProcesses() {
@@ -232,51 +208,19 @@ void AudioController::publishSettings(SettingsBySourceID changed, const std::str
 }
 
 void AudioController::saveUserPreset(std::string_view name, std::span<const double> gains) {
-    UserEQPreset saved{std::string(trimmedWhiteSpace(name)), {gains.begin(), gains.end()}};
-    if (saved.name.empty() || gains.size() != EQSettings::bandCount)
-        return;
-    restoreUserPreset(std::move(saved), userPresets_.value().size());
+    userPresets_.save(name, gains);
 }
 
 bool AudioController::deleteUserPreset(std::string_view name) {
-    std::vector<UserEQPreset> presets = userPresets_.value();
-    if (std::erase_if(presets, hasName(name)) == 0)
-        return false;
-    publishUserPresets(std::move(presets));
-    return true;
+    return userPresets_.remove(name);
 }
 
 bool AudioController::renameUserPreset(std::string_view name, std::string_view newName) {
-    const auto& presets = userPresets_.value();
-    const auto renamed = std::ranges::find_if(presets, hasName(name));
-    UserEQPreset preset{std::string(trimmedWhiteSpace(newName)), {}};
-    if (renamed == presets.end() || preset.name.empty())
-        return false;
-    preset.bandGains = renamed->bandGains;
-    std::vector<UserEQPreset> remaining = presets;
-    const auto isReplaced = [&](const UserEQPreset& each) {
-        return each.name == name || each.name == preset.name;
-    };
-    const auto position = renamed - presets.begin() - std::count_if(presets.begin(), renamed, isReplaced);
-    std::erase_if(remaining, isReplaced);
-    remaining.insert(remaining.begin() + position, std::move(preset));
-    publishUserPresets(std::move(remaining));
-    return true;
+    return userPresets_.rename(name, newName);
 }
 
 void AudioController::restoreUserPreset(UserEQPreset preset, std::size_t position) {
-    std::vector<UserEQPreset> presets = userPresets_.value();
-    std::erase_if(presets, hasName(preset.name));
-    const auto place = static_cast<std::ptrdiff_t>(std::min(position, presets.size()));
-    presets.insert(presets.begin() + place, std::move(preset));
-    publishUserPresets(std::move(presets));
-}
-
-/// Saves the list on this machine and shares it with the others.
-void AudioController::publishUserPresets(std::vector<UserEQPreset> presets) {
-    userPresets_.set(std::move(presets));
-    settingsStore_.scheduleSave(persistable());
-    presetCloudStore_.save(userPresets_.value());
+    userPresets_.put(std::move(preset), position);
 }
 
 std::optional<SaveProblem> AudioController::save() {
@@ -286,11 +230,14 @@ std::optional<SaveProblem> AudioController::save() {
 
 /// The one place where the problems of all that is saved become the one that the user sees.
 void AudioController::syncSaveProblem() {
-    saveProblem_.set(settingsStore_.problem().value());
+    std::optional<SaveProblem> problem = settingsStore_.problem().value();
+    if (const auto& notShared = presetCloudStore_.problem().value(); !problem && notShared)
+        problem = SaveProblem{SaveProblem::Kind::notShared, *notShared};
+    saveProblem_.set(std::move(problem));
 }
 
 StoredSettings AudioController::persistable() const {
-    StoredSettings stored{settingsBySourceID_.value(), userPresets_.value()};
+    StoredSettings stored{settingsBySourceID_.value(), userPresets_.presets().value()};
     std::erase_if(stored.sources,
                   [](const auto& entry) { return entry.first.starts_with(kProcessSourcePrefix); });
     return stored;

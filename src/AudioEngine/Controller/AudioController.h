@@ -16,6 +16,7 @@
 #include "Models/EQSettings.h"
 #include "Persistence/PresetCloudStore.h"
 #include "Persistence/SettingsStore.h"
+#include "Persistence/UserPresetList.h"
 #include "Ports/ApplicationEvents.h"
 #include "Ports/AudioHardware.h"
 #include "Ports/CaptureAuthorization.h"
@@ -84,7 +85,7 @@ public:
     /// For every source ever configured, even if it does not currently play.
     const Published<SettingsBySourceID>& settingsBySourceID() const { return settingsBySourceID_; }
     /// In the order in which menus show them.
-    const Published<std::vector<UserEQPreset>>& userPresets() const { return userPresets_; }
+    const Published<std::vector<UserEQPreset>>& userPresets() const { return userPresets_.presets(); }
     /// The source that the user has open.
     const Published<std::optional<std::string>>& activeSourceID() const { return activeSourceID_; }
     /// The master switch; initially on.
@@ -102,6 +103,10 @@ public:
     /// Applies `settings` and schedules a save. The caller must have checked the values: eight gains, all
     /// numbers finite.
     void updateSettings(EQSettings settings, std::string sourceID);
+    /// A sentence for the user while the presets cannot be shared with the other machines.
+    const Published<std::optional<std::string>>& sharingProblem() const {
+        return presetCloudStore_.problem();
+    }
     /// Saves a curve under the trimmed `name` at the end of the list and removes any other with that name.
     /// Does nothing if the name is blank or there is not exactly one gain per band. The caller must have
     /// checked that the name is valid UTF-8 and the gains are finite.
@@ -148,13 +153,11 @@ public:
 
 private:
     void loadStored();
-    void observeOtherMachines();
     void observeProcesses();
     void willTerminate();
 
     void syncCoordinatorEnabled();
     void publishSettings(SettingsBySourceID changed, const std::string& sourceID);
-    void publishUserPresets(std::vector<UserEQPreset> presets);
     void syncSaveProblem();
     void syncDownmixedSources();
     void applyProcessGroups(const AudioProcessMonitor::Groups& groups);
@@ -168,7 +171,6 @@ private:
     Published<std::vector<AppAudioSource>> sources_;
     Published<SettingsBySourceID> settingsBySourceID_;
     SettingsHistory settingsHistory_;
-    Published<std::vector<UserEQPreset>> userPresets_;
     Published<std::optional<std::string>> activeSourceID_;
     Published<bool> isProcessingEnabled_{true};
     AudioCapturePermission capturePermission_;
@@ -179,12 +181,14 @@ private:
     SettingsStore settingsStore_;
     PresetCloudStore presetCloudStore_;
     Published<std::optional<SaveProblem>> saveProblem_;
+    UserPresetList userPresets_;
     SourceMeters meters_;
     TapTeardownQueue teardownQueue_; ///< must outlive the coordinator
     TapCoordinator tapCoordinator_;
     TaskHandle meterUpdateTask_;
     Observation permissionObservation_;
     Observation saveObservation_;
+    Observation shareObservation_;
     bool isTerminating_ = false;
 };
 

@@ -20,6 +20,8 @@ std::string shortSentence(SaveProblem::Kind kind) {
         return localized("Not saved: no permission to write.");
     case SaveProblem::Kind::usedElsewhere:
         return localized("Not saved: another VELLO uses the settings.");
+    case SaveProblem::Kind::notShared:
+        return localized("Presets are not shared with other machines.");
     case SaveProblem::Kind::unreadable:
         return localized("Your saved settings could not be read.");
     case SaveProblem::Kind::other:

@@ -22,8 +22,9 @@ UserEQPreset preset(std::string_view text) {
 
 std::string json(const std::vector<UserEQPreset>& presets) {
     FakeKeyValueStore store;
+    VirtualMainThread mainThread;
     RecordingSystemLog log;
-    PresetCloudStore(store, log).save(presets);
+    PresetCloudStore(store, mainThread, log).save(presets);
     return store.values.at("userEQPresets");
 }
 
@@ -109,6 +110,38 @@ TEST_F(ControllerPresets, AListFromAnotherMachineNeverTakesOneAway) {
     EXPECT_THAT(presets(), ElementsAre(preset("A"), preset("B")));
 }
 
+TEST_F(ControllerPresets, WhatAnotherMachineHasDeletedOrRenamedIsGoneHereAsWell) {
+    startWithStored({preset("A"), preset("B"), preset("C"), preset("D")});
+    controller->saveUserPreset("D", kGains);
+    struct Machine : Controller {
+        void TestBody() override {}
+    } other; // has the same shared data
+    other.cloud.values = cloud.values;
+    other.start();
+    other.controller->deleteUserPreset("A");
+    other.controller->renameUserPreset("B", "Rock");
+    cloud.values = other.cloud.values;
+    cloud.changeExternally("another key", std::nullopt);
+    EXPECT_THAT(names(), ElementsAre("Rock", "C", "D"));
+    mainThread.advance(500ms);
+    EXPECT_THAT(stored().userPresets, SizeIs(3));
+    controller.reset();
+    startWithStored({preset("A"), preset("B"), preset("C"), preset("D"), preset("E")});
+    EXPECT_THAT(names(), ElementsAre("Rock", "C", "D", "E"));
+}
+
+TEST_F(ControllerPresets, WhileTheListCannotBeSharedThereIsAProblem) {
+    start();
+    cloud.failure = "the disk is full";
+    controller->saveUserPreset("A", kGains);
+    EXPECT_EQ(controller->sharingProblem().value(), "presets not shared, because the disk is full");
+    EXPECT_THAT(names(), ElementsAre("A"));
+    cloud.failure.reset();
+    mainThread.advance(1s);
+    EXPECT_EQ(controller->sharingProblem().value(), std::nullopt);
+    EXPECT_EQ(cloud.values["userEQPresets"], json({preset("A")}));
+}
+
 TEST_F(ControllerPresets, TheSameListAgainTellsNobody) {
     startWithStored({preset("A"), preset("B")});
     int told = 0;
@@ -123,7 +156,8 @@ TEST_F(ControllerPresets, ASavedPresetIsPublishedSavedHereAndShared) {
     controller->saveUserPreset("Rock", kGains);
     EXPECT_THAT(presets(), ElementsAre(preset("Rock")));
     EXPECT_EQ(cloud.values["userEQPresets"], json({preset("Rock")}));
-    EXPECT_THAT(cloud.calls, ElementsAre("setData userEQPresets", "synchronize"));
+    EXPECT_THAT(cloud.calls, ElementsAre(testing::StartsWith("setData userEQPresetsJournal"),
+                                         "setData userEQPresets", "synchronize"));
     mainThread.advance(500ms);
     EXPECT_THAT(stored().userPresets, ElementsAre(preset("Rock")));
 }
@@ -184,6 +218,22 @@ TEST_F(ControllerPresets, ADeletedPresetComesBackInItsPlace) {
     EXPECT_THAT(names(), ElementsAre("A", "B", "C"));
     controller->restoreUserPreset(preset("A'"), 7);
     EXPECT_THAT(presets(), ElementsAre(preset("B"), preset("C"), preset("A'")));
+}
+
+TEST_F(ControllerPresets, APresetThatIsNotSharedIsAProblemUntilItIs) {
+    start();
+    cloud.failure = "the folder is read-only";
+    controller->saveUserPreset("Rock", kGains);
+    mainThread.advance(600ms);
+    ASSERT_TRUE(controller->saveProblem().value());
+    EXPECT_EQ(controller->saveProblem().value()->kind, SaveProblem::Kind::notShared);
+    EXPECT_EQ(sentence(*controller->saveProblem().value()),
+              "presets not shared, because the folder is read-only");
+    EXPECT_THAT(stored().userPresets, ElementsAre(preset("Rock")));
+    cloud.failure.reset();
+    mainThread.advance(2s);
+    EXPECT_FALSE(controller->saveProblem().value());
+    EXPECT_EQ(cloud.values["userEQPresets"], json({preset("Rock")}));
 }
 
 TEST_F(ControllerPresets, NamesThatDifferInCaseAreTwoPresets) {

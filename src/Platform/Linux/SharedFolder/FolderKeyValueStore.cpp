@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
+#include <functional>
 #include <poll.h>
 #include <stdexcept>
 #include <utility>
@@ -18,10 +20,6 @@ namespace vello {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Number of contents remembered as handed out. A forgotten content is only handed out again if a copy of it
-/// exists.
-constexpr std::size_t kMostRemembered = 32;
 
 /// A safe file name for any key: letters and digits stay, every other byte becomes "%" and two hexadecimal
 /// digits.
@@ -38,97 +36,137 @@ std::string fileName(std::string_view key) {
     return name;
 }
 
+/// The key whose file has that name.
+std::string keyOf(std::string_view name) {
+    std::string key;
+    for (; !name.empty(); name.remove_prefix(1)) {
+        unsigned byte = 0;
+        if (name[0] == '%' && name.size() >= 3 &&
+            std::from_chars(name.data() + 1, name.data() + 3, byte, 16).ec == std::errc()) {
+            key += static_cast<char>(byte);
+            name.remove_prefix(2);
+        } else {
+            key += name[0];
+        }
+    }
+    return key;
+}
+
+/// Calls `visit(path, name of the shared file)` for every file of the folder that is shared data or a copy.
+template <class Visit> void forEachSharedFile(const fs::path& folder, Visit visit) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (const auto name = SharedFile::sharedName(entry->path().filename().string()))
+            visit(entry->path(), *name);
+}
+
+std::size_t hashOf(std::string_view content) {
+    return std::hash<std::string_view>()(content);
+}
+
 bool isVisible(std::string_view name) {
     return !name.starts_with('.');
 }
 
 } // namespace
 
-/// State of one key.
-struct FolderKeyValueStore::Entry {
-    SharedFile file;
-    std::deque<std::string> seen = {}; ///< handed out or set, the latest last
-    /// A copy was handed out after the file. The file takes precedence, so it must be handed out again.
-    bool isFileDue = false;
-
-    bool hasSeen(const std::string& content) const { return std::ranges::find(seen, content) != seen.end(); }
-    void remember(std::string content) {
-        std::erase(seen, content);
-        seen.push_back(std::move(content));
-        if (seen.size() > kMostRemembered)
-            seen.pop_front();
-    }
-};
-
-/// Content that has not been handed out yet.
-struct FolderKeyValueStore::Unseen {
-    std::string content;
-    bool isCopy;
-};
-
 bool FolderKeyValueStore::isCompleteJSON(std::string_view data) {
     return nlohmann::json::accept(data);
 }
 
-FolderKeyValueStore::FolderKeyValueStore(fs::path folder, MainThread& mainThread, SystemLog& log,
+FolderKeyValueStore::FolderKeyValueStore(Folders folders, MainThread& mainThread, SystemLog& log,
                                          IsComplete isComplete)
-    : folder_(std::move(folder)), mainThread_(mainThread),
+    : folders_(std::move(folders)), mainThread_(mainThread),
       logger_(log, kBundleIdentifier, "FolderKeyValueStore"), isComplete_(isComplete),
       self_(std::make_shared<FolderKeyValueStore*>(this)) {}
 
 FolderKeyValueStore::~FolderKeyValueStore() = default;
 
-FolderKeyValueStore::Entry& FolderKeyValueStore::entry(std::string_view key) {
-    const auto known = entries_.find(key);
-    if (known != entries_.end())
-        return known->second;
-    return entries_.emplace(key, Entry{SharedFile(folder_, fileName(key))}).first->second;
+bool FolderKeyValueStore::isAsked(std::string_view name) const {
+    return names_.contains(name) || std::ranges::any_of(prefixes_, [&](const std::string& prefix) {
+               return name.starts_with(prefix);
+           });
 }
 
-std::optional<FolderKeyValueStore::Unseen> FolderKeyValueStore::firstUnseen(const Entry& entry) const {
-    for (SharedFile::Copy& copy : entry.file.copies())
-        if (isComplete_(copy.content) && !entry.hasSeen(copy.content))
-            return Unseen{std::move(copy.content), true};
-    auto content = entry.file.read();
-    if (content && isComplete_(*content) && (entry.isFileDue || !entry.hasSeen(*content)))
-        return Unseen{std::move(*content), false};
-    return std::nullopt;
+std::vector<std::string> FolderKeyValueStore::keys(std::string_view prefix) {
+    const std::string start = fileName(prefix);
+    prefixes_.insert(start);
+    std::set<std::string> found;
+    forEachSharedFile(folders_.shared, [&](const fs::path&, const std::string& name) {
+        if (name.starts_with(start))
+            found.insert(keyOf(name));
+    });
+    return {found.begin(), found.end()};
 }
 
-std::optional<std::string> FolderKeyValueStore::data(std::string_view key) {
-    Entry& known = entry(key);
-    if (auto unseen = firstUnseen(known)) {
-        known.remember(unseen->content);
-        known.isFileDue = unseen->isCopy;
-        if (firstUnseen(known))
-            announce();
-        return std::move(unseen->content);
-    }
-    auto content = known.file.read();
-    return content && isComplete_(*content) ? std::move(content) : std::nullopt;
+std::vector<KeyValueStore::Version> FolderKeyValueStore::versions(std::string_view key) {
+    const SharedFile file(folders_.shared, fileName(key));
+    names_.insert(file.name());
+    remember(file);
+    std::vector<Version> versions;
+    for (SharedFile::Copy& copy : file.copies())
+        versions.push_back({std::move(copy.content), true});
+    if (auto content = file.read())
+        versions.push_back({std::move(*content), false});
+    std::erase_if(versions, [this](const Version& version) { return !isComplete_(version.data); });
+    return versions;
 }
 
-void FolderKeyValueStore::setData(std::string_view key, std::string_view data) {
-    Entry& known = entry(key);
-    known.remember(std::string(data));
+/// What is read after this call is at least as new, so a change in between is announced.
+void FolderKeyValueStore::remember(const SharedFile& file) {
+    std::erase_if(known_,
+                  [&](const auto& entry) { return SharedFile::sharedName(entry.first) == file.name(); });
+    for (const SharedFile::Copy& copy : file.copies())
+        known_[copy.file.filename().string()] = hashOf(copy.content);
+    if (const auto content = file.read())
+        known_[file.name()] = hashOf(*content);
+}
+
+std::optional<std::string> FolderKeyValueStore::setData(std::string_view key, std::string_view data,
+                                                        std::span<const Version> merged) {
+    SharedFile file(folders_.shared, fileName(key));
+    names_.insert(file.name());
     try {
-        createPrivateFolder(folder_);
-        const SharedFolderLock lock(folder_);
-        if (known.file.read() != data)
-            known.file.replace(data);
-        for (const SharedFile::Copy& copy : known.file.copies())
-            if (known.hasSeen(copy.content))
-                SharedFile::remove(copy);
-        known.file.removeLeftovers();
+        createPrivateFolder(folders_.shared);
+        const SharedFolderLock lock(folders_.shared);
+        replace(file, data, merged);
+        return std::nullopt;
     } catch (const std::exception& error) {
-        logger_.error(std::string("Failed to share data: ").append(error.what()));
+        return error.what();
     }
-    if (firstUnseen(known))
-        announce();
+}
+
+void FolderKeyValueStore::replace(SharedFile& file, std::string_view data, std::span<const Version> merged) {
+    const auto isMerged = [&](const std::string& content) {
+        return content == data || std::ranges::find(merged, content, &Version::data) != merged.end();
+    };
+    if (file.read() != data)
+        file.replace(data, isMerged);
+    known_[file.name()] = hashOf(data);
+    for (const SharedFile::Copy& copy : file.copies())
+        if (isMerged(copy.content)) {
+            SharedFile::remove(copy);
+            known_.erase(copy.file.filename().string());
+        }
+    file.removeLeftovers();
+}
+
+std::optional<std::string> FolderKeyValueStore::localData(std::string_view key) {
+    return readFile(folders_.local / fileName(key), SharedFile::mostBytes);
+}
+
+std::optional<std::string> FolderKeyValueStore::setLocalData(std::string_view key, std::string_view data) {
+    try {
+        createPrivateFolder(folders_.local);
+        writeFileAtomically(folders_.local / fileName(key), data);
+        return std::nullopt;
+    } catch (const std::exception& error) {
+        return error.what();
+    }
 }
 
 void FolderKeyValueStore::synchronize() {
-    announceUnseen();
+    announceChanges();
 }
 
 void FolderKeyValueStore::onDidChangeExternally(Action action) {
@@ -137,14 +175,21 @@ void FolderKeyValueStore::onDidChangeExternally(Action action) {
         thread_ = std::make_unique<WatchThread>([this](int end) { watch(end); });
 }
 
-void FolderKeyValueStore::announceUnseen() {
-    if (std::ranges::any_of(entries_,
-                            [this](const auto& each) { return firstUnseen(each.second).has_value(); }))
+FolderKeyValueStore::Contents FolderKeyValueStore::currentContents() const {
+    Contents contents;
+    forEachSharedFile(folders_.shared, [&](const fs::path& file, const std::string& name) {
+        if (isAsked(name))
+            if (const auto content = readFile(file, SharedFile::mostBytes))
+                contents[file.filename().string()] = hashOf(*content);
+    });
+    return contents;
+}
+
+void FolderKeyValueStore::announceChanges() {
+    if (currentContents() != known_)
         announce();
 }
 
-/// Posts one notice, however many contents there are: each data() announces the remaining contents of its
-/// key.
 void FolderKeyValueStore::announce() {
     if (!action_ || std::exchange(isAnnounced_, true))
         return;
@@ -159,19 +204,19 @@ void FolderKeyValueStore::announce() {
 }
 
 void FolderKeyValueStore::watch(int end) {
-    FolderWatch watch(folder_, isVisible);
+    FolderWatch watch(folders_.shared, isVisible);
     const auto look = [this, self = std::weak_ptr(self_)] {
         if (isLookDue_.exchange(true))
             return;
         mainThread_.post([self] {
             if (const auto alive = self.lock()) {
                 (*alive)->isLookDue_ = false;
-                (*alive)->announceUnseen();
+                (*alive)->announceChanges();
             }
         });
     };
     if (watch.descriptor() < 0)
-        logger_.error("This system cannot watch more folders: changes of " + folder_.string() +
+        logger_.error("This system cannot watch more folders: changes of " + folders_.shared.string() +
                       " are seen at the next start only");
     look(); // picks up changes from before the watch began
     for (;;) {
@@ -195,6 +240,14 @@ fs::path sharedFolder(const std::string& chosen, const Environment& environment)
                                         .append(variable)
                                         .append("\"; give one that begins with a slash, or unset it"));
     return folder;
+}
+
+fs::path localFolder(const Environment& environment) {
+    // The machine's identifier itself must not be handed out, so the name is made of a hash.
+    const auto machine = readFile("/etc/machine-id", 64);
+    char name[32];
+    std::snprintf(name, sizeof name, "machine-%016zx", hashOf(machine.value_or("")));
+    return userStateFolder(environment) / kApplicationFolder / name;
 }
 
 } // namespace vello

@@ -23,7 +23,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kLongestWaitForLock{500};
 constexpr milliseconds kPauseBetweenTries{2};
-constexpr int kMostAttempts = 100;
+constexpr int kMostLinks = 40;
 /// Suffix of copies made by this program, followed by a number.
 constexpr std::string_view kOwnCopy = ".vello-";
 
@@ -36,15 +36,30 @@ char lowerCase(char character) {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
 }
 
-/// Moves `copy` into the place of `file`. The previous file takes the name of the copy. Returns false on
-/// failure.
-bool putInPlace(const fs::path& copy, const fs::path& file) {
-    if (::renameat2(AT_FDCWD, copy.c_str(), AT_FDCWD, file.c_str(), RENAME_EXCHANGE) == 0 ||
-        moveWithoutReplacing(copy, file))
-        return true;
-    // Some file systems support neither an exchange nor a rename without replacement.
-    std::error_code ignored;
-    return errno != EEXIST && !fs::exists(file, ignored) && ::rename(copy.c_str(), file.c_str()) == 0;
+/// The file that a link stands for, which need not exist yet.
+fs::path linkTarget(fs::path file) {
+    for (int links = 0; links < kMostLinks && fs::is_symlink(fs::symlink_status(file)); ++links)
+        file = file.parent_path() / fs::read_symlink(file);
+    return file;
+}
+
+/// Puts `fresh` into the place of `file`. If the file system supports it, the previous file then has the name
+/// of `fresh`; else it is gone, and so is that name.
+void putInPlace(const fs::path& fresh, const fs::path& file) {
+    if (::renameat2(AT_FDCWD, fresh.c_str(), AT_FDCWD, file.c_str(), RENAME_EXCHANGE) == 0 ||
+        ::rename(fresh.c_str(), file.c_str()) == 0)
+        return;
+    const int error = errno;
+    ::unlink(fresh.c_str());
+    throw std::system_error(error, std::generic_category(), "cannot replace " + file.string());
+}
+
+/// Readers do not look at it.
+std::string hiddenName(const std::string& name) {
+    char number[20];
+    std::random_device random;
+    std::snprintf(number, sizeof number, "%08x%08x", random(), random());
+    return std::string(1, '.').append(name).append(kOwnCopy).append(number);
 }
 
 fs::file_time_type age(const fs::path& file) {
@@ -61,20 +76,21 @@ std::optional<std::string> SharedFile::read() const {
     return readFile(folder_ / name_, mostBytes);
 }
 
-bool SharedFile::isCopy(const fs::path& file) const {
-    std::string name = file.filename().string();
-    if (name.size() <= name_.size() || !name.starts_with(name_) || isPartOfNames(name[name_.size()]))
-        return false;
-    name.erase(0, name_.size());
-    std::ranges::transform(name, name.begin(), lowerCase);
-    return name.starts_with(kOwnCopy) || name.find("conflict") != name.npos;
+std::optional<std::string> SharedFile::sharedName(const std::string& fileName) {
+    const auto end = std::ranges::find_if_not(fileName, isPartOfNames);
+    std::string rest(end, fileName.end());
+    std::ranges::transform(rest, rest.begin(), lowerCase);
+    const bool isCopy = rest.starts_with(kOwnCopy) || rest.find("conflict") != rest.npos;
+    if (end == fileName.begin() || !(rest.empty() || isCopy))
+        return std::nullopt;
+    return std::string(fileName.begin(), end);
 }
 
 std::vector<SharedFile::Copy> SharedFile::copies() const {
     std::vector<std::pair<fs::file_time_type, fs::path>> files;
     std::error_code error;
     for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error))
-        if (isCopy(entry->path()))
+        if (const auto name = entry->path().filename().string(); name != name_ && sharedName(name) == name_)
             files.emplace_back(age(entry->path()), entry->path());
     std::ranges::sort(files);
     std::vector<Copy> copies;
@@ -84,25 +100,44 @@ std::vector<SharedFile::Copy> SharedFile::copies() const {
     return copies;
 }
 
-/// The new content is first written as a copy. Whatever happens between the steps, both contents exist under
-/// names that every reader recognizes.
-void SharedFile::replace(std::string_view content) {
-    const fs::path file = folder_ / name_;
-    const fs::path copy = freshCopyName();
-    ReplacingFile writing(copy, ReplacingFile::Permissions::usual);
+/// The new content gets a visible name in one step, so that no reader takes it for a copy.
+void SharedFile::replace(std::string_view content, const IsMerged& isMerged) {
+    const auto isNeeded = [&](const std::optional<std::string>& old) {
+        return old && *old != content && !isMerged(*old);
+    };
+    const auto previous = read();
+    if (isNeeded(previous))
+        keepPrevious(folder_ / name_, *previous);
+    const fs::path file = linkTarget(folder_ / name_);
+    const fs::path fresh = file.parent_path() / hiddenName(file.filename().string());
+    ReplacingFile writing(fresh, ReplacingFile::Permissions::usual);
     writing.write(content);
     writing.commit();
-    for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-        if (putInPlace(copy, file)) {
-            syncFolder(folder_);
+    if (std::error_code ignored; fs::exists(file, ignored))
+        fs::permissions(fresh, fs::status(file).permissions(), ignored);
+    putInPlace(fresh, file);
+    const auto replaced = readFile(fresh, mostBytes);
+    if (isNeeded(replaced) && replaced != previous)
+        keepPrevious(fresh, *replaced);
+    ::unlink(fresh.c_str());
+    syncFolder(file.parent_path());
+}
+
+/// The copy is the same file under another name where that is possible: somebody may still be writing it.
+void SharedFile::keepPrevious(const fs::path& previous, const std::string& content) const {
+    for (const Copy& copy : copies())
+        if (copy.content == content)
             return;
-        }
-        // On a file system without exchange, the previous file is first moved to a unique name.
-        ::rename(file.c_str(), freshCopyName().c_str());
+    for (int number = 1;; ++number) {
+        const fs::path copy = folder_ / std::string(name_).append(kOwnCopy).append(std::to_string(number));
+        if (::linkat(AT_FDCWD, previous.c_str(), AT_FDCWD, copy.c_str(), AT_SYMLINK_FOLLOW) == 0)
+            return;
+        if (errno == EEXIST)
+            continue;
+        ReplacingFile writing(copy, ReplacingFile::Permissions::usual);
+        writing.write(content);
+        return writing.commit();
     }
-    const int error = errno;
-    ::unlink(copy.c_str());
-    throw std::system_error(error, std::generic_category(), "cannot replace " + file.string());
 }
 
 void SharedFile::remove(const Copy& copy) noexcept {
@@ -116,13 +151,6 @@ void SharedFile::removeLeftovers() const noexcept {
     for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error))
         if (entry->path().filename().string().starts_with(prefix) && age(entry->path()) < past)
             ::unlink(entry->path().c_str());
-}
-
-fs::path SharedFile::freshCopyName() const {
-    char number[20];
-    std::random_device random;
-    std::snprintf(number, sizeof number, "%08x%08x", random(), random());
-    return folder_ / std::string(name_).append(kOwnCopy).append(number);
 }
 
 SharedFolderLock::SharedFolderLock(const fs::path& folder)

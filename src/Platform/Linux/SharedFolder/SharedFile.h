@@ -4,6 +4,7 @@
 #include "Foundation/Descriptor.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,8 +13,7 @@
 namespace vello {
 
 /// A file that several writers replace without coordination: processes of this machine, and the program that
-/// synchronizes the folder with other machines. Replacing never destroys content: the previous content stays
-/// as a copy beside the file until it is removed.
+/// synchronizes the folder with other machines. It may be a symbolic link, whose target is replaced then.
 ///
 /// The names of copies include those that synchronizing programs give to conflicting versions:
 /// "name.sync-conflict-2024", "name (conflicted copy)". A user's own backup, "name.bak", is not a copy.
@@ -27,26 +27,32 @@ public:
         std::filesystem::path file;
         std::string content;
     };
+    /// Whether a content is no longer needed.
+    using IsMerged = std::function<bool(const std::string& content)>;
 
     /// `name` consists of ASCII letters, digits and '%'.
     SharedFile(std::filesystem::path folder, std::string name);
 
+    /// The part of a file's name that is the name of a shared file, if the file is that one or a copy of it.
+    static std::optional<std::string> sharedName(const std::string& fileName);
+
+    const std::string& name() const { return name_; }
     /// The current content, complete or not; absent without a file.
     std::optional<std::string> read() const;
     /// All copies, the oldest first.
     std::vector<Copy> copies() const;
-    /// Replaces the content durably and atomically. The previous content becomes a copy. After a crash at any
-    /// moment the new content is there either completely or not at all. The folder must exist. Throws
+    /// Replaces the content durably and atomically. After a crash at any moment the new content is there
+    /// either completely or not at all. A previous content that is not merged is kept as a numbered copy,
+    /// also if somebody has written it in the middle of this call. The folder must exist. Throws
     /// std::system_error.
-    void replace(std::string_view content);
+    void replace(std::string_view content, const IsMerged& isMerged);
     /// Does nothing when the copy is already gone.
     static void remove(const Copy& copy) noexcept;
     /// Removes partial files of killed writers once they are an hour old.
     void removeLeftovers() const noexcept;
 
 private:
-    bool isCopy(const std::filesystem::path& file) const;
-    std::filesystem::path freshCopyName() const;
+    void keepPrevious(const std::filesystem::path& previous, const std::string& content) const;
 
     const std::filesystem::path folder_;
     const std::string name_;

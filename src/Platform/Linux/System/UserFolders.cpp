@@ -73,6 +73,10 @@ fs::path userConfigurationFolder(const Environment& environment) {
     return userFolder(environment, "XDG_CONFIG_HOME", ".config");
 }
 
+fs::path userStateFolder(const Environment& environment) {
+    return userFolder(environment, "XDG_STATE_HOME", ".local/state");
+}
+
 std::vector<fs::path> systemConfigurationFolders(const Environment& environment) {
     return systemFolders(environment, "XDG_CONFIG_DIRS", "/etc/xdg");
 }

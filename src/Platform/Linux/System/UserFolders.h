@@ -34,8 +34,12 @@ std::vector<std::filesystem::path> applicationDataFolders(const Environment& env
 /// else .config in the home folder. Throws as homeFolder() does.
 std::filesystem::path userConfigurationFolder(const Environment& environment);
 
-/// The system's folders for it, the most important first: the absolute paths of $XDG_CONFIG_DIRS, else
-/// /etc/xdg.
+/// The user's folder for what applications keep on this machine only: $XDG_STATE_HOME when that is an
+/// absolute path, else .local/state in the home folder. Throws as homeFolder() does.
+std::filesystem::path userStateFolder(const Environment& environment);
+
+/// The system's folders for configuration, the most important first: the absolute paths of $XDG_CONFIG_DIRS,
+/// else /etc/xdg.
 std::vector<std::filesystem::path> systemConfigurationFolders(const Environment& environment);
 
 /// The session's folder for sockets and locks: $XDG_RUNTIME_DIR when that is an absolute path.

@@ -60,7 +60,7 @@ class FolderKeyValueStoreTest : public testing::Test {
 protected:
     /// A machine that shares the folder: a growing list of strings, merged as presets are.
     struct Machine {
-        explicit Machine(FolderKeyValueStoreTest& test) : store(test.folder_, test.mainThread_, test.log_) {
+        explicit Machine(FolderKeyValueStoreTest& test) : store(test.folders(), test.mainThread_, test.log_) {
             take();
             store.onDidChangeExternally([this] {
                 ++changes;
@@ -69,23 +69,35 @@ protected:
             store.synchronize();
         }
         void take() {
-            if (const auto data = store.data(kKey))
-                for (const auto& each : nlohmann::json::parse(*data))
+            merged = store.versions(kKey);
+            for (const auto& version : merged)
+                for (const auto& each : nlohmann::json::parse(version.data))
                     if (const auto text = each.get<std::string>(); known.insert(text).second)
                         list.push_back(text);
         }
         void save(const std::string& text) {
             known.insert(text);
             list.push_back(text);
-            store.setData(kKey, nlohmann::json(list).dump());
+            failure = store.setData(kKey, nlohmann::json(list).dump(), merged);
         }
         bool knows(const std::string& text) const { return known.contains(text); }
 
         FolderKeyValueStore store;
         std::vector<std::string> list;
         std::set<std::string> known;
+        std::vector<KeyValueStore::Version> merged;
+        std::optional<std::string> failure;
         int changes = 0;
     };
+
+    FolderKeyValueStore::Folders folders() const { return {folder_, temporary_ / "state"}; }
+    static void set(FolderKeyValueStore& store, std::string_view key, std::string_view data) {
+        EXPECT_EQ(store.setData(key, data, store.versions(key)), std::nullopt);
+    }
+    static std::string value(FolderKeyValueStore& store, std::string_view key = kKey) {
+        const auto versions = store.versions(key);
+        return versions.empty() || versions.back().isCopy ? "" : versions.back().data;
+    }
 
     /// Lets all pending changes arrive, by sending another change and waiting for it.
     void settle(Machine& machine) {
@@ -102,25 +114,45 @@ protected:
 
 TEST_F(FolderKeyValueStoreTest, KeepsDataInOneFileForEachKey) {
     {
-        FolderKeyValueStore store(folder_, mainThread_, log_);
-        EXPECT_FALSE(store.data(kKey));
-        store.setData(kKey, "[1]");
-        store.setData("other", "[2]");
-        store.setData(kKey, "[3]");
-        EXPECT_EQ(store.data(kKey), "[3]");
+        FolderKeyValueStore store(folders(), mainThread_, log_);
+        EXPECT_THAT(store.versions(kKey), IsEmpty());
+        set(store, kKey, "[1]");
+        set(store, "other", "[2]");
+        set(store, kKey, "[3]");
+        EXPECT_EQ(value(store), "[3]");
     }
-    FolderKeyValueStore store(folder_, mainThread_, log_);
-    EXPECT_EQ(store.data(kKey), "[3]");
-    EXPECT_EQ(store.data("other"), "[2]");
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    EXPECT_EQ(value(store), "[3]");
+    EXPECT_EQ(value(store, "other"), "[2]");
     EXPECT_THAT(namesIn(folder_), UnorderedElementsAre(kKey, "other"));
 }
 
 TEST_F(FolderKeyValueStoreTest, MakesASafeFileNameOfAnyKey) {
-    FolderKeyValueStore store(folder_, mainThread_, log_);
-    store.setData("../a b", "[1]");
-    store.setData(".", "[2]");
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    set(store, "../a b", "[1]");
+    set(store, ".", "[2]");
     EXPECT_THAT(namesIn(folder_), UnorderedElementsAre("%2E%2E%2Fa%20b", "%2E"));
-    EXPECT_EQ(store.data("../a b"), "[1]");
+    EXPECT_EQ(value(store, "../a b"), "[1]");
+    EXPECT_THAT(store.keys("."), ElementsAre(".", "../a b"));
+}
+
+TEST_F(FolderKeyValueStoreTest, ListsTheKeysThatBeginAlike) {
+    for (const char* name : {"presets", "presetsB", "presetsA", "presetsC.sync-conflict-1", "presetsD.bak",
+                             ".presetsE", "pre", "holiday.jpg"})
+        writeTestFile(folder_ / name, "[1]");
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    EXPECT_THAT(store.keys(kKey), ElementsAre("presets", "presetsA", "presetsB", "presetsC"));
+}
+
+TEST_F(FolderKeyValueStoreTest, KeepsTheDataOfThisMachineElsewhere) {
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    EXPECT_EQ(store.localData(kKey), std::nullopt);
+    EXPECT_EQ(store.setLocalData(kKey, "[1]"), std::nullopt);
+    EXPECT_EQ(store.localData(kKey), "[1]");
+    EXPECT_FALSE(fs::exists(folder_));
+    fs::remove_all(temporary_ / "state");
+    writeTestFile(temporary_ / "state", "a file where the folder should be");
+    EXPECT_THAT(store.setLocalData(kKey, "[2]").value_or(""), StartsWith("cannot create the folder "));
 }
 
 TEST_F(FolderKeyValueStoreTest, NoticesAFileThatAnotherProgramReplacedByRename) {
@@ -157,8 +189,8 @@ TEST_F(FolderKeyValueStoreTest, ReportsNothingWhenOtherFilesOfTheFolderChange) {
 }
 
 TEST_F(FolderKeyValueStoreTest, FindsWhatChangedBeforeItLooked) {
-    FolderKeyValueStore store(folder_, mainThread_, log_);
-    store.setData(kKey, "[1]");
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    set(store, kKey, "[1]");
     carry(file_, "[2]");
     bool isTold = false;
     store.onDidChangeExternally([&] { isTold = true; });
@@ -195,44 +227,91 @@ TEST_F(FolderKeyValueStoreTest, TakesInTheConflictingCopiesOfSynchronizingProgra
     EXPECT_THAT(everythingIn(folder_), UnorderedElementsAre("here", "carried", "cloud", "capital", "new"));
 }
 
-TEST_F(FolderKeyValueStoreTest, HandsOutTheCopiesFromTheOldestToTheNewest) {
+TEST_F(FolderKeyValueStoreTest, HandsOutTheCopiesFromTheOldestToTheNewestAndTheFileLast) {
     const auto past = fs::file_time_type::clock::now() - 1h;
     // Both ways round, because one of them may be the order in which the folder lists its files.
     for (const bool isFirstOlder : {true, false}) {
         fs::remove_all(folder_);
+        writeTestFile(file_, "[0]");
         for (const int number : {1, 2, 3}) {
             const fs::path copy = folder_ / ("presets.sync-conflict-" + std::to_string(number));
             writeTestFile(copy, "[" + std::to_string(number) + "]");
             fs::last_write_time(copy, past + (isFirstOlder ? 1min : -1min) * number);
         }
-        FolderKeyValueStore store(folder_, mainThread_, log_);
-        EXPECT_EQ(store.data(kKey), isFirstOlder ? "[1]" : "[3]");
-        EXPECT_EQ(store.data(kKey), "[2]");
-        EXPECT_EQ(store.data(kKey), isFirstOlder ? "[3]" : "[1]");
+        FolderKeyValueStore store(folders(), mainThread_, log_);
+        using Version = KeyValueStore::Version;
+        EXPECT_THAT(store.versions(kKey),
+                    ElementsAre(Version{isFirstOlder ? "[1]" : "[3]", true}, Version{"[2]", true},
+                                Version{isFirstOlder ? "[3]" : "[1]", true}, Version{"[0]", false}));
     }
 }
 
-TEST_F(FolderKeyValueStoreTest, TheFileItselfHasTheLastWordAfterItsCopies) {
-    writeTestFile(file_, "[1]");
+TEST_F(FolderKeyValueStoreTest, LeavesWhatIsNotMergedAsACopy) {
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    set(store, kKey, "[1]");
     writeTestFile(folder_ / "presets.sync-conflict-1", "[2]");
-    FolderKeyValueStore store(folder_, mainThread_, log_);
-    EXPECT_EQ(store.data(kKey), "[2]");
-    EXPECT_EQ(store.data(kKey), "[1]");
-    EXPECT_EQ(store.data(kKey), "[1]");
+    for (const char* data : {"[3]", "[4]"}) {
+        EXPECT_EQ(store.setData(kKey, data, {}), std::nullopt);
+    }
+    EXPECT_EQ(readTestFile(folder_ / "presets.sync-conflict-1"), "[2]");
+    EXPECT_EQ(readTestFile(folder_ / "presets.vello-1"), "[1]");
+    EXPECT_EQ(readTestFile(folder_ / "presets.vello-2"), "[3]");
+    EXPECT_EQ(readTestFile(file_), "[4]");
 }
 
-TEST_F(FolderKeyValueStoreTest, LeavesACopyThatNobodyHasSeenYet) {
-    FolderKeyValueStore store(folder_, mainThread_, log_);
-    store.setData(kKey, "[1]");
-    writeTestFile(folder_ / "presets.sync-conflict-1", "[2]");
-    store.setData(kKey, "[3]");
-    EXPECT_EQ(readTestFile(folder_ / "presets.sync-conflict-1"), "[2]");
+TEST_F(FolderKeyValueStoreTest, TheNewContentBecomesVisibleInOneStepAndNeverAsACopy) {
+    writeTestFile(file_, R"(["old"])");
+    for (int kills = 0;; ++kills) {
+        const bool isKilled = isKilledAfter(kills, [&] {
+            FolderKeyValueStore store(folders(), mainThread_, log_);
+            set(store, kKey, R"(["new"])");
+        });
+        for (const std::string& name : namesIn(folder_))
+            ASSERT_TRUE(name == kKey || name.starts_with('.')) << name << " after " << kills << " steps";
+        if (!isKilled)
+            break;
+        writeTestFile(file_, R"(["old"])");
+    }
+    EXPECT_EQ(readTestFile(file_), R"(["new"])");
+}
+
+TEST_F(FolderKeyValueStoreTest, FollowsALinkAndKeepsThePermissions) {
+    const fs::path target = temporary_ / "elsewhere/list";
+    writeTestFile(target, "[1]");
+    fs::permissions(target, fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_directories(folder_);
+    fs::create_symlink("../../elsewhere/list", file_);
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    EXPECT_EQ(value(store), "[1]");
+    set(store, kKey, "[2]");
+    EXPECT_TRUE(fs::is_symlink(file_));
+    EXPECT_EQ(readTestFile(target), "[2]");
+    EXPECT_EQ(fs::status(target).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_THAT(namesIn(target.parent_path()), ElementsAre("list"));
+}
+
+TEST_F(FolderKeyValueStoreTest, AContentThatComesBackIsAChangeEachTime) {
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    EXPECT_EQ(value(store), ""); // from now on the key is of interest
+    std::vector<std::string> arrived;
+    store.onDidChangeExternally([&] { arrived.push_back(value(store)); });
+    std::vector<std::string> sent;
+    for (const char* data : {"[1]", "[2]", "[1]", "[3]", "[2]", "[1]"}) {
+        sent.emplace_back(data);
+        fs::create_directories(folder_);
+        carry(file_, data);
+        EXPECT_TRUE(mainThread_.runUntil([&] { return !arrived.empty() && arrived.back() == data; }, 2s));
+    }
+    std::erase(arrived, "");
+    const auto repeated = std::ranges::unique(arrived);
+    arrived.erase(repeated.begin(), repeated.end());
+    EXPECT_EQ(arrived, sent);
 }
 
 TEST_F(FolderKeyValueStoreTest, DoesNotHandOutAFileThatIsStillBeingWritten) {
     writeTestFile(file_, R"(["half)");
     Machine machine(*this);
-    EXPECT_FALSE(machine.store.data(kKey));
+    EXPECT_THAT(machine.store.versions(kKey), IsEmpty());
     writeTestFile(file_, R"(["half","whole"])");
     EXPECT_TRUE(mainThread_.runUntil([&] { return machine.knows("whole"); }, 2s));
 }
@@ -291,13 +370,14 @@ TEST_F(FolderKeyValueStoreTest, FollowsAFolderThatIsMountedAndUnmounted) {
     EXPECT_TRUE(mainThread_.runUntil([&] { return machine.knows("after"); }, 2s));
 }
 
-TEST_F(FolderKeyValueStoreTest, LogsWhatCannotBeWrittenAndGoesOn) {
+TEST_F(FolderKeyValueStoreTest, SaysWhatCannotBeWrittenAndGoesOn) {
     writeTestFile(temporary_ / "a", "a file where the folder should be");
     Machine machine(*this);
     machine.save("mine");
-    EXPECT_THAT(log_.messages(LogLevel::error), ElementsAre(StartsWith("Failed to share data: ")));
+    EXPECT_THAT(machine.failure.value_or(""), StartsWith("cannot create the folder "));
     fs::remove(temporary_ / "a");
     machine.save("more");
+    EXPECT_EQ(machine.failure, std::nullopt);
     EXPECT_THAT(everythingIn(folder_), UnorderedElementsAre("mine", "more"));
 }
 
@@ -305,7 +385,8 @@ TEST_F(FolderKeyValueStoreTest, RemovesWhatKilledWritersLeftLongAgo) {
     writeTestFile(folder_ / ".presets.vello-1.abcdef", "[");
     writeTestFile(folder_ / ".presets.vello-2.abcdef", "[");
     fs::last_write_time(folder_ / ".presets.vello-1.abcdef", fs::file_time_type::clock::now() - 2h);
-    FolderKeyValueStore(folder_, mainThread_, log_).setData(kKey, "[1]");
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    set(store, kKey, "[1]");
     EXPECT_THAT(namesIn(folder_), UnorderedElementsAre(kKey, ".presets.vello-2.abcdef"));
 }
 
@@ -317,9 +398,9 @@ TEST_F(FolderKeyValueStoreTest, AKillAtAnyMomentOfAWriteLosesNothing) {
         writeTestFile(file_, R"(["unseen","seen"])");
         writeTestFile(folder_ / "presets.sync-conflict-1", R"(["seen"])");
         const auto write = [&] {
-            FolderKeyValueStore store(folder_, mainThread_, log_);
-            if (store.data(kKey) == R"(["seen"])")
-                store.setData(kKey, R"(["new","seen"])");
+            FolderKeyValueStore store(folders(), mainThread_, log_);
+            const std::vector<KeyValueStore::Version> merged{{R"(["seen"])", true}};
+            static_cast<void>(store.setData(kKey, R"(["new","seen"])", merged));
         };
         const bool isKilled = isKilledAfter(kills, write);
         const auto all = everythingIn(folder_);
@@ -340,9 +421,11 @@ TEST_F(FolderKeyValueStoreTest, TwoMachinesExchangeEverythingWhileWritersAreKill
         const std::string name = std::to_string(round);
         if (round % 10 == 5) // a third writer, killed during its write
             isKilledAfter(static_cast<int>(std::uniform_int_distribution(20, 160)(random)), [&] {
-                FolderKeyValueStore store(folder_, mainThread_, log_);
-                const auto list = store.data(kKey).value_or("[]");
-                store.setData(kKey, list.substr(0, list.size() - 1) + R"(,"k)" + name + "\"]");
+                FolderKeyValueStore store(folders(), mainThread_, log_);
+                const auto versions = store.versions(kKey);
+                const std::string list = versions.empty() ? "[\"\"]" : versions.back().data;
+                static_cast<void>(store.setData(
+                    kKey, list.substr(0, list.size() - 1) + R"(,"k)" + name + "\"]", {&versions.back(), 1}));
             });
         // Both stores are created only here, so that the killed writer was forked from a single thread.
         Machine one(*this);

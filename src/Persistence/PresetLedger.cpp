@@ -1,0 +1,444 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Persistence/PresetLedger.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+namespace vello {
+namespace {
+
+constexpr std::size_t kMostWritten = 256;
+constexpr std::size_t kMostTaken = 64; ///< lists of which nothing holds any more
+constexpr std::size_t kMostAfter = 16;
+
+/// Presets with the keys that they have in their list.
+std::vector<std::pair<PresetKey, const UserEQPreset*>> keyed(const PresetLedger::Presets& list) {
+    std::map<std::string_view, std::uint32_t> ordinals;
+    std::vector<std::pair<PresetKey, const UserEQPreset*>> result;
+    result.reserve(list.size());
+    for (const UserEQPreset& preset : list)
+        result.emplace_back(PresetKey{preset.name, ordinals[preset.name]++}, &preset);
+    return result;
+}
+
+const PresetVersion& shownOf(const std::vector<PresetVersion>& versions) {
+    return *std::ranges::max_element(
+        versions, [](const auto& first, const auto& second) { return first.rank() < second.rank(); });
+}
+
+bool areAllIn(const PresetHistory& history, const std::vector<PresetVersion>& versions) {
+    return std::ranges::all_of(versions, [&](const auto& each) { return history.contains(each.edit); });
+}
+
+const PresetVersion* findEdit(const std::vector<PresetVersion>& versions, const PresetEdit& edit) {
+    const auto found = std::ranges::find(versions, edit, &PresetVersion::edit);
+    return found == versions.end() ? nullptr : &*found;
+}
+
+/// One version on its way through two machines. They differ only in what was recognized since, unless two
+/// machines use the same name.
+PresetVersion joined(const PresetVersion& first, const PresetVersion& second) {
+    PresetVersion result = first.rank() < second.rank() ? second : first;
+    result.after.clear();
+    std::ranges::set_intersection(first.after, second.after, std::inserter(result.after, result.after.end()));
+    return result;
+}
+
+/// Keeps what both have, and what the other one does not know of. What one has no longer, although it knows
+/// of it, was replaced there.
+std::vector<PresetVersion> joined(const std::vector<PresetVersion>& mine, const PresetHistory& seen,
+                                  const std::vector<PresetVersion>& theirs, const PresetHistory& theirSeen) {
+    std::vector<PresetVersion> result;
+    for (const PresetVersion& version : mine) {
+        if (const PresetVersion* same = findEdit(theirs, version.edit))
+            result.push_back(joined(version, *same));
+        else if (!theirSeen.contains(version.edit))
+            result.push_back(version);
+    }
+    for (const PresetVersion& version : theirs)
+        if (!seen.contains(version.edit))
+            result.push_back(version);
+    std::ranges::sort(result, {}, &PresetVersion::edit);
+    return result;
+}
+
+void join(PresetLedger::Taken& mine, const PresetLedger::Taken& theirs) {
+    mine.at = std::max(mine.at, theirs.at);
+    mine.seen.meet(theirs.seen);
+    for (const auto& [key, change] : theirs.changes)
+        if (const auto [known, isNew] = mine.changes.emplace(key, change); !isNew)
+            known->second = std::max(known->second, change);
+}
+
+/// What is older than a version, now that some of the lists before it are recognized.
+struct Older {
+    PresetHistory surely;
+    PresetHistory perhaps; ///< if the list was seen when it was written for the last time
+};
+
+Older recognized(PresetVersion& version, const PresetLedger::Written& written) {
+    Older older;
+    std::set<std::string> visited;
+    std::vector<std::string> open(version.after.begin(), version.after.end());
+    version.after.clear();
+    while (!open.empty()) {
+        const std::string hash = std::move(open.back());
+        open.pop_back();
+        if (!visited.insert(hash).second)
+            continue;
+        if (const auto found = written.find(hash); found != written.end()) {
+            older.surely.join(found->second.first);
+            older.perhaps.join(found->second.seen);
+            open.insert(open.end(), found->second.after.begin(), found->second.after.end());
+        } else {
+            version.after.insert(hash);
+        }
+    }
+    return older;
+}
+
+using OlderBy = PresetHistory Older::*;
+/// A version and what is older than it.
+using Recognized = std::pair<PresetVersion, Older>;
+
+/// Drops the versions that are older than another one by `history`. Of two that are older than each other the
+/// greater one is kept, and one is kept in any case.
+void dropOlder(std::vector<Recognized>& versions, OlderBy history) {
+    const auto isOlder = [&](const Recognized& one, const Recognized& other) {
+        return &one != &other && (other.second.*history).contains(one.first.edit);
+    };
+    const auto isDropped = [&](const Recognized& one) {
+        return std::ranges::any_of(versions, [&](const Recognized& other) {
+            return isOlder(one, other) && (!isOlder(other, one) || one.first.rank() < other.first.rank());
+        });
+    };
+    std::vector<Recognized> kept;
+    std::ranges::remove_copy_if(versions, std::back_inserter(kept), isDropped);
+    if (!kept.empty())
+        versions = std::move(kept);
+}
+
+void recognizeIn(std::vector<PresetVersion>& versions, const PresetLedger::Written& written) {
+    std::vector<Recognized> all;
+    for (PresetVersion& version : versions) {
+        Older older = recognized(version, written);
+        all.emplace_back(std::move(version), std::move(older));
+    }
+    dropOlder(all, &Older::surely);
+    dropOlder(all, &Older::perhaps);
+    versions.clear();
+    for (Recognized& each : all)
+        versions.push_back(std::move(each.first));
+}
+
+/// Removes the entries with the smallest `age` beyond `most`.
+template <class Map, class Age> void keepLatest(Map& map, std::size_t most, Age age) {
+    while (map.size() > most)
+        map.erase(std::ranges::min_element(map, {}, [&](const auto& entry) {
+            return std::pair(age(entry.second), std::string_view(entry.first));
+        }));
+}
+
+} // namespace
+
+std::uint64_t PresetHistory::count(std::string_view machine) const {
+    const auto found = counts_.find(machine);
+    return found == counts_.end() ? 0 : found->second;
+}
+
+std::uint64_t PresetHistory::latest() const {
+    std::uint64_t latest = 0;
+    for (const auto& [machine, count] : counts_)
+        latest = std::max(latest, count);
+    return latest;
+}
+
+void PresetHistory::add(const PresetEdit& edit) {
+    std::uint64_t& count = counts_[edit.machine];
+    count = std::max(count, edit.count);
+}
+
+void PresetHistory::join(const PresetHistory& other) {
+    for (const auto& [machine, count] : other.counts_)
+        add({count, machine});
+}
+
+void PresetHistory::meet(const PresetHistory& other) {
+    for (auto& [machine, count] : counts_)
+        count = std::min(count, other.count(machine));
+    std::erase_if(counts_, [](const auto& entry) { return entry.second == 0; });
+}
+
+void PresetLedger::Origin::join(const Origin& other) {
+    first.meet(other.first);
+    seen.join(other.seen);
+    after.insert(other.after.begin(), other.after.end());
+}
+
+/// A preset as it is seen.
+struct PresetLedger::Shown {
+    bool isDeleted = false;
+    std::vector<double> bandGains;
+    PresetOrder order;
+};
+
+/// The places in use, for finding free ones.
+class PresetLedger::Places {
+public:
+    /// `machine` is empty for places that all machines choose equally.
+    Places(std::uint64_t clock, std::string_view machine) : clock_(clock), machine_(machine) {}
+
+    void add(const PresetOrder& order) { used_.insert(order); }
+    PresetOrder after(const PresetOrder& order) {
+        const auto next = used_.upper_bound(order);
+        return use(next == used_.end() ? orderAfter(order, clock_) : orderBetween(order, *next));
+    }
+    PresetOrder atEnd() { return use(orderAfter(used_.empty() ? PresetOrder{} : *used_.rbegin(), clock_)); }
+
+private:
+    PresetOrder use(PresetOrder order) {
+        if (!machine_.empty())
+            order = orderOfMachine(std::move(order), machine_);
+        used_.insert(order);
+        return order;
+    }
+
+    const std::uint64_t clock_;
+    const std::string_view machine_;
+    std::set<PresetOrder> used_;
+};
+
+std::string PresetLedger::hash(std::string_view text) {
+    std::uint64_t hash = 14695981039346656037U; // FNV-1a
+    for (const char character : text)
+        hash = (hash ^ static_cast<unsigned char>(character)) * 1099511628211U;
+    char digits[17];
+    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
+    return digits;
+}
+
+PresetLedger::PresetLedger(PresetHistory seen, Versions versions, TakenLists taken, Written written)
+    : seen_(std::move(seen)), versions_(std::move(versions)), taken_(std::move(taken)),
+      written_(std::move(written)) {}
+
+void PresetLedger::join(const PresetLedger& other) {
+    if (other.seen_ != seen_ || other.versions_ != versions_) {
+        static const std::vector<PresetVersion> none;
+        for (auto& [key, versions] : versions_) {
+            const auto theirs = other.versions_.find(key);
+            versions =
+                joined(versions, seen_, theirs == other.versions_.end() ? none : theirs->second, other.seen_);
+        }
+        for (const auto& [key, theirs] : other.versions_)
+            if (!versions_.contains(key))
+                versions_[key] = joined(none, seen_, theirs, other.seen_);
+        std::erase_if(versions_, [](const auto& entry) { return entry.second.empty(); });
+        seen_.join(other.seen_);
+    }
+    for (const auto& [hash, theirs] : other.taken_)
+        if (const auto [mine, isNew] = taken_.emplace(hash, theirs); !isNew)
+            vello::join(mine->second, theirs);
+    dropWhatIsOver();
+}
+
+void PresetLedger::recognize(const Written& written) {
+    std::erase_if(taken_, [&](const auto& entry) {
+        const auto found = written.find(entry.first);
+        if (found == written.end())
+            return false;
+        // Another machine may bring the list back after its writer has forgotten it.
+        remember(entry.first, found->second);
+        return true;
+    });
+    for (auto& [key, versions] : versions_)
+        if (std::ranges::any_of(versions, [](const auto& each) { return !each.after.empty(); }))
+            recognizeIn(versions, written);
+}
+
+void PresetLedger::remember(const std::string& hash, const Origin& origin) {
+    if (const auto [known, isNew] = written_.emplace(hash, origin); !isNew)
+        known->second.join(origin);
+    keepLatest(written_, kMostWritten, [](const Origin& each) { return each.seen.latest(); });
+}
+
+void PresetLedger::dropWhatIsOver() {
+    std::size_t over = 0;
+    for (auto& [hash, list] : taken_) {
+        std::erase_if(list.changes, [&](const auto& change) {
+            const auto found = versions_.find(change.first);
+            return found != versions_.end() && !areAllIn(list.seen, found->second);
+        });
+        over += list.changes.empty() ? 1U : 0U;
+    }
+    for (; over > kMostTaken; --over)
+        taken_.erase(std::ranges::min_element(taken_, {}, [](const auto& entry) {
+            return std::tuple(!entry.second.changes.empty(), entry.second.at, std::string_view(entry.first));
+        }));
+}
+
+PresetLedger::View PresetLedger::view() const {
+    View view;
+    for (const auto& [key, versions] : versions_) {
+        const PresetVersion& shown = shownOf(versions);
+        view[key] = {shown.kind == PresetVersion::Kind::deleted, shown.bandGains, shown.order};
+    }
+    std::vector<const Taken*> lists;
+    for (const auto& [hash, list] : taken_)
+        lists.push_back(&list);
+    std::ranges::stable_sort(lists, {}, [](const Taken* list) { return list->at; });
+    for (const Taken* list : lists)
+        for (const auto& [key, change] : list->changes) {
+            const auto versions = versions_.find(key);
+            if (versions == versions_.end() || areAllIn(list->seen, versions->second))
+                view[key] = {false, change.bandGains, change.order};
+        }
+    return view;
+}
+
+std::uint64_t PresetLedger::clock() const {
+    std::uint64_t clock = seen_.latest();
+    for (const auto& [hash, list] : taken_)
+        clock = std::max(clock, list.at);
+    return clock + 1;
+}
+
+void PresetLedger::meet(const std::string& hash) {
+    std::erase(met_, hash);
+    met_.push_back(hash);
+    if (met_.size() > kMostAfter)
+        met_.erase(met_.begin());
+}
+
+void PresetLedger::take(const std::string& hash, const Presets& list) {
+    if (taken_.contains(hash))
+        return;
+    const View view = this->view();
+    const auto keys = keyed(list);
+    const auto isKnown = [&](const PresetKey& key, const UserEQPreset& preset) {
+        const auto shown = view.find(key);
+        return shown != view.end() && shown->second.bandGains == preset.bandGains;
+    };
+    std::set<PresetKey> changed;
+    for (const auto& [key, preset] : keys)
+        if (!isKnown(key, *preset))
+            changed.insert(key);
+    Places places(clock(), {});
+    for (const auto& [key, shown] : view)
+        if (!shown.isDeleted && !changed.contains(key))
+            places.add(shown.order);
+    Taken taken{clock(), seen_, {}};
+    PresetOrder last;
+    for (const auto& [key, preset] : keys) {
+        if (changed.contains(key))
+            taken.changes[key] = {preset->bandGains, last = places.after(last)};
+        else if (const Shown& shown = view.at(key); !shown.isDeleted)
+            last = shown.order;
+    }
+    taken_.emplace(hash, std::move(taken));
+}
+
+std::set<std::string> PresetLedger::unrecognized() const {
+    std::set<std::string> hashes;
+    for (const auto& [hash, list] : taken_)
+        hashes.insert(hash);
+    for (const auto& [key, versions] : versions_)
+        for (const PresetVersion& version : versions)
+            hashes.insert(version.after.begin(), version.after.end());
+    return hashes;
+}
+
+/// What an edit is made with: whoever edits has seen them.
+std::set<std::string> PresetLedger::latestLists() const {
+    std::vector<std::pair<std::uint64_t, std::string>> lists;
+    for (const auto& [hash, list] : taken_)
+        lists.emplace_back(list.at, hash);
+    std::ranges::sort(lists, std::greater<>());
+    lists.resize(std::min(lists.size(), kMostAfter));
+    std::set<std::string> hashes(met_.begin(), met_.end());
+    for (auto& [at, hash] : lists)
+        hashes.insert(std::move(hash));
+    return hashes;
+}
+
+void PresetLedger::edit(const std::string& machine, const Presets& list, const Presets& edited) {
+    const PresetEdit edit{clock(), machine};
+    const auto after = latestLists();
+    const View view = this->view();
+    const auto isEdited = [&](const PresetKey& key) {
+        return std::ranges::find(edited, key.name, &UserEQPreset::name) != edited.end();
+    };
+    const auto put = [&](const PresetKey& key, PresetVersion::Kind kind, std::vector<double> gains,
+                         PresetOrder order) {
+        // A preset is adopted because nothing is known of it, so it replaces nothing.
+        const bool replaces = kind != PresetVersion::Kind::adopted;
+        versions_[key] = {
+            {edit, kind, std::move(gains), std::move(order), replaces ? after : std::set<std::string>()}};
+    };
+    Places places(edit.count, machine);
+    for (const auto& [key, shown] : view)
+        if (!shown.isDeleted && !isEdited(key))
+            places.add(shown.order);
+
+    std::set<PresetKey> present;
+    PresetOrder last;
+    const auto keys = keyed(list);
+    for (const auto& [key, preset] : keys) {
+        const auto shown = view.find(key);
+        present.insert(key);
+        if (isEdited(key)) {
+            last = preset == &list.back() ? places.atEnd() : places.after(last);
+            put(key, PresetVersion::Kind::saved, preset->bandGains, last);
+        } else if (shown == view.end()) {
+            last = places.after(last);
+            put(key, PresetVersion::Kind::adopted, preset->bandGains, last);
+        } else if (!shown->second.isDeleted) {
+            last = shown->second.order;
+        }
+    }
+    for (const auto& [key, shown] : view)
+        if (isEdited(key) && !present.contains(key))
+            put(key, PresetVersion::Kind::deleted, shown.bandGains, shown.order);
+    for (const auto& [key, preset] : keyed(edited))
+        if (!present.contains(key) && !view.contains(key))
+            put(key, PresetVersion::Kind::deleted, preset->bandGains, {});
+    seen_.add(edit);
+    dropWhatIsOver();
+}
+
+void PresetLedger::write(const std::string& hash) {
+    // A list that somebody else has written before is still of unknown origin.
+    if (!taken_.contains(hash))
+        remember(hash, {seen_, seen_, latestLists()});
+}
+
+PresetLedger::Presets PresetLedger::list() const {
+    const View view = this->view();
+    std::vector<View::const_pointer> entries;
+    for (const auto& entry : view)
+        if (!entry.second.isDeleted)
+            entries.push_back(&entry);
+    std::ranges::stable_sort(entries, [](const auto* first, const auto* second) {
+        return first->second.order < second->second.order;
+    });
+    Presets list;
+    for (const auto* entry : entries)
+        list.push_back({entry->first.name, entry->second.bandGains});
+    return list;
+}
+
+bool PresetLedger::isDeleted(std::string_view name) const {
+    const View view = this->view();
+    bool isKnown = false;
+    for (auto entry = view.lower_bound(PresetKey{std::string(name), 0});
+         entry != view.end() && entry->first.name == name; ++entry) {
+        if (!entry->second.isDeleted)
+            return false;
+        isKnown = true;
+    }
+    return isKnown;
+}
+
+} // namespace vello
