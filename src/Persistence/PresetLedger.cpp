@@ -385,11 +385,22 @@ void PresetLedger::edit(const std::string& machine, const Presets& list, const P
     std::set<PresetKey> present;
     PresetOrder last;
     const auto keys = keyed(list);
+    for (const auto& [key, preset] : keys)
+        present.insert(key);
+    // A preset with a new name keeps the place of the one that is gone.
+    const auto renamedPlace = [&](const UserEQPreset& preset,
+                                  const PresetOrder& before) -> std::optional<PresetOrder> {
+        for (const auto& [key, shown] : view)
+            if (isEdited(key) && !present.contains(key) && !shown.isDeleted && before < shown.order &&
+                shown.bandGains == preset.bandGains)
+                return shown.order;
+        return std::nullopt;
+    };
     for (const auto& [key, preset] : keys) {
         const auto shown = view.find(key);
-        present.insert(key);
         if (isEdited(key)) {
-            last = preset == &list.back() ? places.atEnd() : places.after(last);
+            const auto kept = renamedPlace(*preset, last);
+            last = kept ? *kept : preset == &list.back() ? places.atEnd() : places.after(last);
             put(key, PresetVersion::Kind::saved, preset->bandGains, last);
         } else if (shown == view.end()) {
             last = places.after(last);

@@ -217,6 +217,19 @@ TEST_F(PresetCloudStoreTest, AnEditLeavesThePresetsThatOthersHaveEdited) {
     EXPECT_THAT(received_, testing::SizeIs(1)) << "the list is not what was saved";
 }
 
+TEST_F(PresetCloudStoreTest, ARenamedPresetKeepsItsPlaceAlsoBeforeOnesThatItsMachineDidNotKnowOf) {
+    cloud_->save({flat("A", 1), flat("B", 2)});
+    FakeKeyValueStore otherStore;
+    otherStore.values = store_.values;
+    PresetCloudStore other(otherStore, thread_, log_, name_);
+    cloud_->save({flat("A", 1), flat("B", 2), flat("C", 3)}, {flat("C", 3)});
+    other.save({flat("A", 1), flat("Rock", 2)}, {flat("B", 2), flat("Rock", 2)});
+    for (const auto& [key, value] : otherStore.values)
+        if (key != "userEQPresets")
+            store_.values.emplace(key, value);
+    EXPECT_THAT(cloud_->load(), Optional(ElementsAre(flat("A", 1), flat("Rock", 2), flat("C", 3))));
+}
+
 TEST_F(PresetCloudStoreTest, AnEditSurvivesWhileTheFolderIsAway) {
     cloud_->save({flat("A", 1)});
     store_.failure = "the folder is away";
