@@ -146,6 +146,26 @@ int readOutputChannelCount(const AudioHardware& hardware, AudioObjectID device) 
     return static_cast<int>(std::min<std::uint64_t>(channels, std::numeric_limits<int>::max()));
 }
 
+std::optional<AudioObjectID> readProcessOutputDevice(const AudioHardware& hardware,
+                                                     std::span<const AudioObjectID> processes) {
+    const auto isOutput = [&](AudioObjectID device) {
+        const auto name = attempt([&] { return readString(hardware, device, kAudioObjectPropertyName); });
+        return !(name && isOwnAggregateName(*name)) &&
+               attempt([&] { return readOutputChannelCount(hardware, device); }).value_or(0) > 0;
+    };
+    for (const AudioObjectID process : processes) {
+        const auto devices = attempt([&] {
+            return readObjectIDList(hardware, process, kAudioProcessPropertyDevices,
+                                    kAudioObjectPropertyScopeOutput);
+        });
+        if (!devices)
+            continue;
+        if (const auto found = std::ranges::find_if(*devices, isOutput); found != devices->end())
+            return *found;
+    }
+    return std::nullopt;
+}
+
 AudioObjectID readOutputDevice(const AudioHardware& hardware, std::string_view uid) {
     for (const AudioObjectID device : readDevices(hardware))
         if (uidOfOutputDevice(hardware, device) == uid)

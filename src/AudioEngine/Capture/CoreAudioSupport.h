@@ -53,6 +53,10 @@ AudioStreamBasicDescription readTapStreamBasicDescription(const AudioHardware& h
 AudioObjectID readDefaultOutputDevice(const AudioHardware& hardware);
 /// Output channels of all streams of the device. A device with at least one is an output device.
 int readOutputChannelCount(const AudioHardware& hardware, AudioObjectID device);
+/// The first output device that one of these process objects plays to by itself. Skips this application's
+/// aggregate devices, which captured processes are routed through. Unreadable processes count as silent.
+std::optional<AudioObjectID> readProcessOutputDevice(const AudioHardware& hardware,
+                                                     std::span<const AudioObjectID> processes);
 /// The first output device with exactly this UID. Throws CoreAudioError (invalid object) when there is no
 /// such device.
 AudioObjectID readOutputDevice(const AudioHardware& hardware, std::string_view uid);

@@ -277,32 +277,10 @@ ProcessTap::OutputChoice ProcessTap::chooseOutputDevice() const {
 }
 
 AudioObjectID ProcessTap::automaticOutputDevice() const {
-    if (const auto device = appOutputDevice())
-        return *device;
+    if (const auto* processes = std::get_if<Processes>(&target_))
+        if (const auto device = readProcessOutputDevice(services_.hardware, processes->ids))
+            return *device;
     return readDefaultOutputDevice(services_.hardware);
-}
-
-/// The first output device that a captured process plays to. Skips this application's aggregate devices,
-/// which captured processes are routed through. nullopt for a global target.
-std::optional<AudioObjectID> ProcessTap::appOutputDevice() const {
-    const AudioHardware& hardware = services_.hardware;
-    const auto* processes = std::get_if<Processes>(&target_);
-    std::vector<AudioObjectID> devices;
-    for (const AudioObjectID process : processes ? processes->ids : std::vector<AudioObjectID>{}) {
-        const auto more = attempt([&] {
-            return readObjectIDList(hardware, process, kAudioProcessPropertyDevices,
-                                    kAudioObjectPropertyScopeOutput);
-        });
-        if (more)
-            devices.insert(devices.end(), more->begin(), more->end());
-    }
-    const auto isOutput = [&](AudioObjectID device) {
-        const auto name = attempt([&] { return readString(hardware, device, kAudioObjectPropertyName); });
-        return !(name && isOwnAggregateName(*name)) &&
-               attempt([&] { return readOutputChannelCount(hardware, device); }).value_or(0) > 0;
-    };
-    const auto found = std::ranges::find_if(devices, isOutput);
-    return found == devices.end() ? std::nullopt : std::optional(*found);
 }
 
 bool ProcessTap::automaticRouteWouldChangeDevice() const {

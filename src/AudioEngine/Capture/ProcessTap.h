@@ -140,7 +140,6 @@ private:
 
     OutputChoice chooseOutputDevice() const;
     AudioObjectID automaticOutputDevice() const;
-    std::optional<AudioObjectID> appOutputDevice() const;
 
     void publishSnapshot();
     void retire(std::shared_ptr<const EQChainSnapshot> snapshot);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/Controller/AudioController.h"
 
+#include "AudioEngine/Capture/CoreAudioSupport.h"
 #include "Foundation/Localization.h"
 #include "Foundation/LocalizedOrder.h"
 
@@ -251,6 +252,21 @@ std::string AudioController::outputRouteName(const std::optional<std::string>& u
     const auto& routes = outputRoutes().value();
     const auto route = std::ranges::find(routes, *uid, &AudioOutputRoute::id);
     return route == routes.end() ? localized("Unavailable Output") : route->name;
+}
+
+std::optional<std::string> AudioController::outputDeviceUID(std::string_view sourceID) const {
+    const auto& taps = tapStates().value();
+    const auto tap = taps.find(std::string(sourceID));
+    if (tap != taps.end() && tap->second.stage == TapCoordinator::TapStage::running)
+        return tap->second.outputDeviceUID;
+    const auto& groups = processMonitor_.groups();
+    const auto group = std::ranges::find(groups, sourceID, &AudioProcessGroup::id);
+    if (group == groups.end())
+        return std::nullopt;
+    const auto device = readProcessOutputDevice(audioHardware_, group->objectIDs);
+    if (!device)
+        return std::nullopt;
+    return attempt([&] { return readString(audioHardware_, *device, kAudioDevicePropertyDeviceUID); });
 }
 
 // Meters

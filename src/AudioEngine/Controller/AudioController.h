@@ -136,6 +136,9 @@ public:
     /// The applications that are currently held ready, sorted by name in the user's language. Changes are not
     /// published.
     std::vector<ReadyApplication> readyApplications() const;
+    /// The device that the source is heard on now: that of its tap, or without one the device that its
+    /// application plays on by itself. nullopt if it does not play, and for the system-wide source.
+    std::optional<std::string> outputDeviceUID(std::string_view sourceID) const;
     /// Localized name for the user; nullopt means that the output is chosen automatically.
     std::string outputRouteName(const std::optional<std::string>& uid) const;
 
