@@ -7,6 +7,7 @@
 #include "OnlyInstance.h"
 #include "Platform/Linux/Consent/LinuxConsentStore.h"
 #include "Platform/Linux/System/CharacterEncoding.h"
+#include "SavedPresets.h"
 
 #include <QCoreApplication>
 
@@ -46,9 +47,9 @@ int startPanel(const ParsedCommand& parsed, char** arguments) {
     return failure("its program vello-panel is missing; install VELLO again");
 }
 
-int runPermissionCommand(PermissionAction action) {
+int runPermissionCommand(const ParsedCommand& parsed) {
     LinuxConsentStore store(ConsentPlaces::fromEnvironment(processEnvironment()));
-    return runPermission(action, store, askForConsent, std::cout, std::cerr);
+    return runPermission(parsed.permission, parsed.format, store, askForConsent, std::cout, std::cerr);
 }
 
 } // namespace
@@ -63,11 +64,11 @@ int main(int argumentCount, char** arguments) {
         case vello::Command::headless:
             return vello::runHeadless(parsed, argumentCount, arguments);
         case vello::Command::render:
-            return vello::runRender(parsed.render, std::cerr);
+            return vello::runRender(parsed.render, vello::savedPresets, std::cerr);
         case vello::Command::analyze:
             return vello::runAnalyze(parsed.analyze, std::cout, std::cerr);
         case vello::Command::permission:
-            return vello::runPermissionCommand(parsed.permission);
+            return vello::runPermissionCommand(parsed);
         case vello::Command::client:
             vello::askRunningInstance(parsed.client, argumentCount, arguments);
         case vello::Command::panel:

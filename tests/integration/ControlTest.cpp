@@ -41,7 +41,11 @@ protected:
         }
         FAIL() << "VELLO does not answer";
     }
-    RunningState state() const { return instance().state(); }
+    RunningState state() const {
+        RunningState state = instance().state();
+        state.presets = instance().presets();
+        return state;
+    }
     const RunningInstance& instance() const {
         if (!instance_)
             instance_ = std::make_unique<RunningInstance>(
@@ -154,6 +158,10 @@ TEST_F(VelloControl, WithstandsHostileCalls) {
     const HostileOutcome outcome =
         makeHostileCalls(session().environment().at("DBUS_SESSION_BUS_ADDRESS"), calls, 2);
     EXPECT_EQ(outcome.refused, calls) << outcome.firstUnexpected;
+    const HostileOutcome onPresetsAndSources =
+        makeHostileCalls(session().environment().at("DBUS_SESSION_BUS_ADDRESS"), 2 * calls, 3,
+                         AttackedMembers::presetsAndSources);
+    EXPECT_EQ(onPresetsAndSources.refused, 2 * calls) << onPresetsAndSources.firstUnexpected;
     EXPECT_EQ(state(), before);
     EXPECT_TRUE(vello().isRunning());
     EXPECT_TRUE(awaitWay("output-a", Way::tapped));

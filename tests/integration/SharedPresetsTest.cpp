@@ -53,7 +53,7 @@ public:
 
     std::set<std::string> presets() const {
         std::set<std::string> names;
-        for (const PresetState& preset : instance_->state().presets)
+        for (const PresetState& preset : instance_->presets())
             if (!preset.isBuiltIn)
                 names.insert(preset.name);
         return names;

@@ -92,8 +92,14 @@ class Attacker {
 public:
     Attacker(sd_bus* bus, std::uint32_t seed) : bus_(bus), random_(seed) {}
 
-    Call next() {
+    Call next(AttackedMembers members) {
         using Kind = Call (Attacker::*)();
+        static constexpr Kind onPresetsAndSources[] = {&Attacker::wrongStep,      &Attacker::wrongBands,
+                                                       &Attacker::wrongNewSource, &Attacker::wrongDeletion,
+                                                       &Attacker::wrongRenaming,  &Attacker::unknownHistory,
+                                                       &Attacker::twoVolumes,     &Attacker::wrongSignature};
+        if (members == AttackedMembers::presetsAndSources || below(3) == 0)
+            return (this->*onPresetsAndSources[below(std::size(onPresetsAndSources))])();
         static constexpr Kind kinds[] = {
             &Attacker::wrongGains,  &Attacker::wrongVolume,    &Attacker::wrongType,
             &Attacker::unknownKey,  &Attacker::unknownSource,  &Attacker::unknownChoice,
@@ -152,8 +158,9 @@ private:
         return call;
     }
     Call wrongType() {
-        const auto key = oneOf<std::string>(
-            {"bandGains", "volume", "isBypassed", "preset", "outputDeviceUID", "reset", "downmixesSurround"});
+        const auto key = oneOf<std::string>({"bandGains", "volume", "isBypassed", "preset", "outputDeviceUID",
+                                             "reset", "downmixesSurround", "gainsByBand", "gainStepsByBand",
+                                             "volumeStep", "volumeFactor", "togglesBypass", "isNew"});
         Call call = set(source());
         switch (below(5)) {
         case 0: {
@@ -190,7 +197,7 @@ private:
     }
     Call unknownChoice() {
         Call call = set(source());
-        const std::string id = oneOf<std::string>({"nothing", "Flat", "FLAT", longText()});
+        const std::string id = oneOf<std::string>({"nothing", "Flt", "FLAT", longText()});
         call.entry(oneOf<std::string>({"preset", "outputDeviceUID"}), "s",
                    [&](Call& value) { value.text(id); });
         return call;
@@ -216,11 +223,75 @@ private:
         call.text(name).bytes(isNameWrong ? curve : damaged);
         return call;
     }
+    Call wrongStep() {
+        const bool isStep = below(2) == 0;
+        Call call = set(source());
+        call.entry(isStep ? "volumeStep" : "volumeFactor", "d",
+                   [&](Call& value) { value.number(wrongNumber(isStep ? 1 : 1000)); });
+        return call;
+    }
+    Call wrongBands() {
+        const bool isFrequencyWrong = below(2) == 0;
+        const bool isStep = below(2) == 0;
+        const auto frequency = isFrequencyWrong ? oneOf<std::uint32_t>({0, 1, 64, 1001, 16000, 0xFFFFFFFF})
+                                                : std::uint32_t{1000};
+        const double gain = isFrequencyWrong ? 1 : wrongNumber(isStep ? 24 : 12);
+        Call call = set(source());
+        call.entry(isStep ? "gainStepsByBand" : "gainsByBand", "a{ud}", [&](Call& value) {
+            value.open('a', "{ud}").open('e', "ud").add('u', &frequency).number(gain).close().close();
+        });
+        return call;
+    }
+    Call twoVolumes() {
+        Call call = set(source());
+        call.open('a', "{sv}");
+        for (const char* key : {"volume", "volumeStep"})
+            call.open('e', "sv").text(key).open('v', "d").number(0.5).close().close();
+        call.close();
+        return call;
+    }
+    /// A source that is called new, with an id that no application can have or with an invalid value.
+    Call wrongNewSource() {
+        const bool isIDWrong = below(2) == 0;
+        const int isNew = 1;
+        Call call = set(isIDWrong ? oneOf<std::string>({"", " ", "two words", "pid.1", "\x7F", "line\nbreak",
+                                                        "back\u202Ewards", "\u200B", longText()})
+                                  : "org.example.new");
+        call.open('a', "{sv}");
+        call.open('e', "sv").text("isNew").open('v', "b").add('b', &isNew).close().close();
+        call.open('e', "sv")
+            .text("volume")
+            .open('v', "d")
+            .number(isIDWrong ? 0.5 : wrongNumber(1))
+            .close()
+            .close();
+        call.close();
+        return call;
+    }
+    Call wrongDeletion() {
+        Call call = method("DeletePreset");
+        call.text(below(2) == 0 ? unknownID() : oneOf<std::string>({"flat", "vocal", "kept", "Kept "}));
+        return call;
+    }
+    Call wrongRenaming() {
+        Call call = method("RenamePreset");
+        if (below(2) == 0)
+            call.text("Kept").text(below(2) == 0 ? wrongName() : oneOf<std::string>({"flat", " vocal "}));
+        else
+            call.text(unknownID()).text("Mine");
+        return call;
+    }
+    Call unknownHistory() {
+        Call call = method(oneOf<std::string>({"UndoSettings", "ForgetSource"}));
+        call.text(unknownID());
+        return call;
+    }
     Call wrongSignature() {
-        Call call = method(oneOf<std::string>({"SetSettings", "SetProcessingEnabled", "SavePreset", "Save",
-                                               "ShowPanel", "RequestPermission", "SubscribeLevels",
-                                               "UnsubscribeLevels", "ListExemptStreams",
-                                               "ListReadyApplications", "ImportPreset", "ExportPresets"}));
+        Call call = method(oneOf<std::string>(
+            {"SetSettings", "SetProcessingEnabled", "SavePreset", "Save", "ShowPanel", "RequestPermission",
+             "SubscribeLevels", "UnsubscribeLevels", "ListExemptStreams", "ListReadyApplications",
+             "ImportPreset", "ExportPresets", "DeletePreset", "RenamePreset", "UndoSettings", "ForgetSource",
+             "ListStoredSources", "ListPresets"}));
         const std::int64_t number = std::numeric_limits<std::int64_t>::min();
         for (std::size_t i = 0; i <= below(20); ++i)
             call.add('x', &number);
@@ -316,12 +387,13 @@ Bus connect(const std::string& address) {
 
 } // namespace
 
-HostileOutcome makeHostileCalls(const std::string& address, int count, std::uint32_t seed) {
+HostileOutcome makeHostileCalls(const std::string& address, int count, std::uint32_t seed,
+                                AttackedMembers members) {
     const Bus bus = connect(address);
     Attacker attacker(bus.get(), seed);
     HostileOutcome outcome;
     for (int i = 0; i < count; ++i) {
-        const Call call = attacker.next();
+        const Call call = attacker.next(members);
         sd_bus_error error = SD_BUS_ERROR_NULL;
         sd_bus_message* reply = nullptr;
         const int result = sd_bus_call(bus.get(), call.message(), kPatience, &error, &reply);

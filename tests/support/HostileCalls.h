@@ -14,10 +14,16 @@ struct HostileOutcome {
     std::string firstUnexpected = {}; ///< a call that should have been refused but was not
 };
 
+enum class AttackedMembers {
+    all,
+    presetsAndSources, ///< steps, new sources, undo, forget, delete and rename
+};
+
 /// Makes `count` malformed or hostile calls to the instance on the bus at `address`: wrong types and counts,
 /// values that are not numbers, huge and malformed texts, unknown IDs, objects, interfaces, members and
 /// properties, deep nesting. No call may change anything. The same seed makes the same calls. Blocks; any
 /// thread.
-HostileOutcome makeHostileCalls(const std::string& address, int count, std::uint32_t seed);
+HostileOutcome makeHostileCalls(const std::string& address, int count, std::uint32_t seed,
+                                AttackedMembers members = AttackedMembers::all);
 
 } // namespace vello

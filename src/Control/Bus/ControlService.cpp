@@ -3,11 +3,14 @@
 
 #include "Control/Bus/StateMaps.h"
 #include "Control/CommandLine/Version.h"
+#include "Control/State/Lookup.h"
 #include "Control/State/OutsideValues.h"
 #include "Control/State/StateWords.h"
 #include "ControllerState.h"
 #include "DBusNames.h"
 #include "PresetImport.h"
+
+#include <algorithm>
 
 #include <controladaptor.h>
 #include <QDBusMessage>
@@ -31,8 +34,8 @@ const char* errorName(OutsideValueError::Kind kind) {
     return "InvalidValue";
 }
 
-QString permissionText(const RunningState& state) {
-    return QString::fromStdString(std::string(word(state.consent)));
+QString permissionText(Consent consent) {
+    return QString::fromStdString(std::string(word(consent)));
 }
 
 void checkFitsSource(const SettingsChange& change, std::string_view sourceID) {
@@ -46,8 +49,7 @@ void checkFitsSource(const SettingsChange& change, std::string_view sourceID) {
 ControlService::ControlService(AudioController& controller, MeterAudience& audience, MainThread& mainThread,
                                ShowPanelAction showPanel)
     : controller_(controller), mainThread_(mainThread), showPanel_(std::move(showPanel)),
-      subscriptions_(audience, mainThread,
-                     [this] { return encodeMeters(runningState(controller_).sources); }) {
+      subscriptions_(audience, mainThread, [this] { return encodeMeters(sourceStates(controller_)); }) {
     registerBusTypes();
     auto* adaptor = new ControlAdaptor(this);
     // The bus library lets any client set the adaptor's object name, of any length.
@@ -77,23 +79,23 @@ bool ControlService::isProcessingEnabled() const {
 }
 
 QString ControlService::permission() const {
-    return permissionText(runningState(controller_));
+    return permissionText(consent(controller_));
 }
 
 QString ControlService::saveProblem() const {
-    return QString::fromStdString(runningState(controller_).saveProblem);
+    return QString::fromStdString(vello::saveProblem(controller_));
 }
 
 MapList ControlService::sources() const {
-    return encodeSources(runningState(controller_).sources);
+    return encodeSources(sourceStates(controller_));
 }
 
 MapList ControlService::outputs() const {
-    return encodeOutputs(runningState(controller_).outputs);
+    return encodeOutputs(controller_.outputRoutes().value());
 }
 
 MapList ControlService::presets() const {
-    return encodePresets(runningState(controller_).presets);
+    return encodePresets(presetStates(controller_.userPresets().value()));
 }
 
 // Methods
@@ -109,11 +111,11 @@ template <class Action> void ControlService::answer(Action action) {
 
 void ControlService::SetSettings(const QString& source, const QVariantMap& changes) {
     answer([&] {
-        const std::string id = knownSourceID(source);
         const SettingsChange change = decodeChange(changes);
+        const std::string id = sourceID(source, change.isNew);
         checkFitsSource(change, id);
         const SettingsChoices choices{controller_.userPresets().value(), controller_.outputRoutes().value()};
-        controller_.updateSettings(changedSettings(controller_.settings(id), change, choices), id);
+        controller_.updateSettings(changedSettings(settingsBefore(change, id), change, choices), id);
     });
 }
 
@@ -124,7 +126,7 @@ void ControlService::SetProcessingEnabled(bool enabled) {
 void ControlService::SavePreset(const QString& name, const QList<double>& bandGains) {
     answer([&] {
         const std::vector<double> gains(bandGains.begin(), bandGains.end());
-        checkPresetName(name.toStdString());
+        checkNewPresetName(name.toStdString());
         checkGains(gains);
         controller_.saveUserPreset(name.toStdString(), gains);
     });
@@ -153,6 +155,39 @@ QString ControlService::ExportPresets() {
     return result;
 }
 
+void ControlService::DeletePreset(const QString& name) {
+    answer([&] {
+        checkHasUserPreset(name.toStdString());
+        controller_.deleteUserPreset(name.toStdString());
+    });
+}
+
+void ControlService::RenamePreset(const QString& name, const QString& newName) {
+    answer([&] {
+        checkHasUserPreset(name.toStdString());
+        checkNewPresetName(newName.toStdString());
+        controller_.renameUserPreset(name.toStdString(), newName.toStdString());
+    });
+}
+
+void ControlService::UndoSettings(const QString& source) {
+    answer([&] {
+        if (!controller_.undoSettings(source.toStdString()))
+            throw OutsideValueError(OutsideValueError::Kind::unknownSource,
+                                    "there is nothing to undo: since VELLO started, no settings of such a "
+                                    "source have changed");
+    });
+}
+
+void ControlService::ForgetSource(const QString& source) {
+    answer([&] {
+        if (!controller_.forgetSource(source.toStdString()))
+            throw OutsideValueError(OutsideValueError::Kind::unknownSource,
+                                    "there are no stored settings of such a source; vello status --all "
+                                    "lists those that have some");
+    });
+}
+
 void ControlService::RequestPermission() {
     controller_.capturePermission().request();
 }
@@ -170,6 +205,17 @@ QList<QVariantMap> ControlService::ListExemptStreams() const {
 
 QList<QVariantMap> ControlService::ListReadyApplications() const {
     return encodeReadyApplications(readyApplications(controller_));
+}
+
+QList<QVariantMap> ControlService::ListStoredSources() const {
+    return encodeSources(storedSources(controller_));
+}
+
+QStringList ControlService::ListPresets(QStringList& builtInNames, QList<double>& gains) const {
+    PresetLists lists = encodePresetLists(presetStates(controller_.userPresets().value()));
+    builtInNames = std::move(lists.builtInNames);
+    gains = std::move(lists.gains);
+    return std::move(lists.ids);
 }
 
 void ControlService::SubscribeLevels() {
@@ -194,6 +240,34 @@ std::string ControlService::knownSourceID(const QString& id) const {
             return *stream.sourceID;
     throw OutsideValueError(OutsideValueError::Kind::unknownSource,
                             "there is no such source; vello status lists the available ones");
+}
+
+/// A new source must be called new, so that a misspelled id is not taken for one.
+std::string ControlService::sourceID(const QString& id, bool isNew) const {
+    if (!isNew || id == QLatin1String(kSystemSourceID.data(), kSystemSourceID.size()))
+        return knownSourceID(id);
+    checkNewSourceID(id.toStdString());
+    return id.toStdString();
+}
+
+/// The settings that a change starts from.
+EQSettings ControlService::settingsBefore(const SettingsChange& change, const std::string& sourceID) const {
+    const EQSettings own = controller_.settings(sourceID);
+    if (!change.isRelative())
+        return own;
+    return EQSettings::effective(own, controller_.settings(kSystemSourceID), sourceID == kSystemSourceID);
+}
+
+/// A preset that came from a file may have the id of a built-in one, and can be got rid of.
+void ControlService::checkHasUserPreset(const std::string& name) const {
+    const auto& presets = controller_.userPresets().value();
+    if (std::ranges::find(presets, name, &UserEQPreset::name) != presets.end())
+        return;
+    if (EQPreset::fromRawValue(name))
+        throw OutsideValueError(OutsideValueError::Kind::invalidValue,
+                                "this preset is built in; only saved ones can be deleted and renamed");
+    throw OutsideValueError(OutsideValueError::Kind::unknownPreset,
+                            "there is no such saved preset; vello presets lists the available ones");
 }
 
 // Changes
@@ -237,17 +311,21 @@ void ControlService::tellChanges() {
 
 QVariantMap ControlService::changes(const RunningState& state) const {
     QVariantMap changed;
-    const auto add = [&changed](const char* name, const QVariant& before, const QVariant& now) {
-        if (before != now)
-            changed.insert(QString::fromLatin1(name), now);
+    const auto add = [&changed](const char* name, bool isChanged, auto encoded) {
+        if (isChanged)
+            changed.insert(QString::fromLatin1(name), encoded());
     };
     const auto list = [](const MapList& maps) { return QVariant::fromValue(maps); };
-    add("ProcessingEnabled", told_.isProcessingEnabled, state.isProcessingEnabled);
-    add("Permission", permissionText(told_), permissionText(state));
-    add("SaveProblem", QString::fromStdString(told_.saveProblem), QString::fromStdString(state.saveProblem));
-    add("Sources", list(encodeSources(told_.sources)), list(encodeSources(state.sources)));
-    add("Outputs", list(encodeOutputs(told_.outputs)), list(encodeOutputs(state.outputs)));
-    add("Presets", list(encodePresets(told_.presets)), list(encodePresets(state.presets)));
+    // The maps of the sources are compared, because their meters do not count.
+    const MapList sources = encodeSources(state.sources);
+    add("ProcessingEnabled", told_.isProcessingEnabled != state.isProcessingEnabled,
+        [&] { return QVariant(state.isProcessingEnabled); });
+    add("Permission", told_.consent != state.consent, [&] { return permissionText(state.consent); });
+    add("SaveProblem", told_.saveProblem != state.saveProblem,
+        [&] { return QString::fromStdString(state.saveProblem); });
+    add("Sources", encodeSources(told_.sources) != sources, [&] { return list(sources); });
+    add("Outputs", told_.outputs != state.outputs, [&] { return list(encodeOutputs(state.outputs)); });
+    add("Presets", told_.presets != state.presets, [&] { return list(encodePresets(state.presets)); });
     return changed;
 }
 

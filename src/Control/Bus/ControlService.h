@@ -4,6 +4,7 @@
 #include "AudioEngine/Controller/AudioController.h"
 #include "AudioEngine/Controller/MeterAudience.h"
 #include "Control/Bus/LevelSubscriptions.h"
+#include "Control/State/OutsideValues.h"
 #include "Control/State/RunningState.h"
 #include "Ports/MainThread.h"
 
@@ -61,10 +62,16 @@ public:
     void Save();
     QVariantMap ImportPreset(const QString& name, const QByteArray& content);
     QString ExportPresets();
+    void DeletePreset(const QString& name);
+    void RenamePreset(const QString& name, const QString& newName);
+    void UndoSettings(const QString& source);
+    void ForgetSource(const QString& source);
     void RequestPermission();
     void ShowPanel(const QString& activationToken);
     QList<QVariantMap> ListExemptStreams() const;
     QList<QVariantMap> ListReadyApplications() const;
+    QList<QVariantMap> ListStoredSources() const;
+    QStringList ListPresets(QStringList& builtInNames, QList<double>& gains) const;
     void SubscribeLevels();
     void UnsubscribeLevels();
 
@@ -74,6 +81,9 @@ private:
     void tellChanges();
     QVariantMap changes(const RunningState& state) const;
     std::string knownSourceID(const QString& id) const;
+    std::string sourceID(const QString& id, bool isNew) const;
+    EQSettings settingsBefore(const SettingsChange& change, const std::string& sourceID) const;
+    void checkHasUserPreset(const std::string& name) const;
     template <class Action> void answer(Action action);
 
     AudioController& controller_;

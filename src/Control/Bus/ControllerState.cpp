@@ -3,6 +3,9 @@
 
 #include "Control/CommandLine/Version.h"
 #include "Control/State/ExemptionWords.h"
+#include "Control/State/Lookup.h"
+
+#include <algorithm>
 
 namespace vello {
 namespace {
@@ -46,25 +49,25 @@ std::optional<MeterReading> meters(const AudioController& controller, const std:
 SourceState sourceState(const AudioController& controller, const AppAudioSource& source) {
     SourceState state{.source = source,
                       .settings = controller.settings(source.id),
+                      .deviceUID = controller.outputDeviceUID(source.id),
                       .meters = meters(controller, source.id)};
     const auto& taps = controller.tapStates().value();
-    if (const auto tap = taps.find(source.id); tap != taps.end()) {
+    if (const auto tap = taps.find(source.id); tap != taps.end())
         state.tapState = tapStateOf(tap->second.stage);
-        state.deviceUID = tap->second.outputDeviceUID;
-    }
     return state;
 }
 
-std::vector<PresetState> presets(const AudioController& controller) {
-    std::vector<PresetState> all;
-    for (const EQPreset preset : EQPreset::allCases())
-        all.push_back({.id = std::string(preset.id()),
-                       .name = preset.displayName(),
-                       .isBuiltIn = true,
-                       .bandGains = {preset.bandGains().begin(), preset.bandGains().end()}});
-    for (const UserEQPreset& preset : controller.userPresets().value())
-        all.push_back({.id = preset.id(), .name = preset.name, .bandGains = preset.bandGains});
-    return all;
+} // namespace
+
+std::vector<SourceState> sourceStates(const AudioController& controller) {
+    std::vector<SourceState> states;
+    for (const AppAudioSource& source : controller.sources().value())
+        states.push_back(sourceState(controller, source));
+    return states;
+}
+
+Consent consent(AudioController& controller) {
+    return consentOf(controller.capturePermission().status().value());
 }
 
 std::string saveProblem(const AudioController& controller) {
@@ -72,18 +75,24 @@ std::string saveProblem(const AudioController& controller) {
     return problem ? sentence(*problem) : "";
 }
 
-} // namespace
-
 RunningState runningState(AudioController& controller) {
-    RunningState state{.version = kVersion,
-                       .isProcessingEnabled = controller.isProcessingEnabled().value(),
-                       .consent = consentOf(controller.capturePermission().status().value()),
-                       .saveProblem = saveProblem(controller),
-                       .outputs = controller.outputRoutes().value(),
-                       .presets = presets(controller)};
-    for (const AppAudioSource& source : controller.sources().value())
-        state.sources.push_back(sourceState(controller, source));
-    return state;
+    return {.version = kVersion,
+            .isProcessingEnabled = controller.isProcessingEnabled().value(),
+            .consent = consent(controller),
+            .saveProblem = saveProblem(controller),
+            .sources = sourceStates(controller),
+            .outputs = controller.outputRoutes().value(),
+            .presets = presetStates(controller.userPresets().value())};
+}
+
+std::vector<SourceState> storedSources(const AudioController& controller) {
+    const auto& playing = controller.sources().value();
+    std::vector<SourceState> states;
+    for (const auto& [id, settings] : controller.settingsBySourceID().value())
+        if (std::ranges::find(playing, id, &AppAudioSource::id) == playing.end())
+            states.push_back(
+                {.source = {.id = id, .pid = {}, .name = id, .bundleID = {}}, .settings = settings});
+    return states;
 }
 
 std::vector<ExemptStreamState> exemptStreams(const AudioController& controller) {

@@ -3,6 +3,8 @@
 
 #include "DBusNames.h"
 
+#include <limits>
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -22,7 +24,7 @@ void LevelSubscriptions::add(const QDBusConnection& bus, const QString& caller) 
     bus_ = bus;
     watcher_.setConnection(bus);
     watcher_.addWatchedService(caller);
-    callers_.insert(caller);
+    callers_.insert(caller, 0);
     askForSigns(caller);
     if (seat_)
         return;
@@ -40,6 +42,17 @@ void LevelSubscriptions::askForSigns(const QString& caller) {
         const QDBusPendingReply<bool> reply = *answer;
         if (!reply.isError() && !reply.value())
             remove(caller);
+        answer->deleteLater();
+    });
+}
+
+void LevelSubscriptions::askIfItReads(const QString& caller) {
+    const auto question = QDBusMessage::createMethodCall(caller, "/", "org.freedesktop.DBus.Peer", "Ping");
+    constexpr int noTimeout = std::numeric_limits<int>::max();
+    auto* answer = new QDBusPendingCallWatcher(bus_->asyncCall(question, noTimeout), &watcher_);
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished, &watcher_, [this, answer, caller] {
+        if (const auto found = callers_.find(caller); found != callers_.end())
+            *found = 0;
         answer->deleteLater();
     });
 }
@@ -71,7 +84,12 @@ void LevelSubscriptions::scheduleSignal() {
 
 void LevelSubscriptions::sendSignals() {
     const QVariant reading = QVariant::fromValue(reading_());
-    for (const QString& caller : callers_) {
+    for (auto entry = callers_.begin(); entry != callers_.end(); ++entry) {
+        const QString& caller = entry.key();
+        if (*entry >= mostUnanswered)
+            continue;
+        if ((*entry)++ == signalsPerQuestion)
+            askIfItReads(caller);
         QDBusMessage signal =
             QDBusMessage::createTargetedSignal(caller, dbus::kPath, dbus::kInterface, "Levels");
         signal << reading;

@@ -10,7 +10,7 @@
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
-#include <QSet>
+#include <QMap>
 
 namespace vello {
 
@@ -35,14 +35,20 @@ public:
     bool isEmpty() const { return callers_.isEmpty(); }
 
 private:
+    /// A subscriber that has not answered for so many signals gets no more until it answers: the bus would
+    /// keep them in memory for a process that stands still.
+    static constexpr int mostUnanswered = 60;
+    static constexpr int signalsPerQuestion = 20;
+
     void askForSigns(const QString& caller);
+    void askIfItReads(const QString& caller);
     void scheduleSignal();
     void sendSignals();
 
     MeterAudience& audience_;
     MainThread& mainThread_;
     Reading reading_;
-    QSet<QString> callers_;
+    QMap<QString, int> callers_; ///< signals since the last answer, by bus name
     std::optional<QDBusConnection> bus_;
     QDBusServiceWatcher watcher_;
     MeterAudience::Seat seat_;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PresetFileCommands.h"
 
-#include "Control/Bus/RunningInstance.h"
+#include "ClientOutput.h"
+#include "Control/State/Lookup.h"
 #include "Foundation/Descriptor.h"
 #include "Foundation/Files.h"
 #include "Foundation/ReplacingFile.h"
@@ -67,7 +68,7 @@ void nameThem(std::vector<ImportedPreset>& presets, const PresetFileRequest& req
     else if (first.name.empty())
         first.name = presetNameOfFile(request.file);
     for (const ImportedPreset& preset : presets)
-        checkImportedPresetName(preset.name);
+        checkNewPresetName(preset.name);
 }
 
 void describe(const ImportedPreset& preset, std::ostream& text) {
@@ -83,11 +84,6 @@ void describe(const ImportedPreset& preset, std::ostream& text) {
         text << "  note   " << terminalText(remark.text()) << '\n';
 }
 
-void write(const ClientOutput& output, const std::string& text) {
-    if (!(output.out << text << std::flush))
-        throw std::runtime_error("cannot write to standard output");
-}
-
 void savePresets(const std::vector<ImportedPreset>& presets) {
     const RunningInstance instance;
     for (const ImportedPreset& preset : presets) {
@@ -97,28 +93,20 @@ void savePresets(const std::vector<ImportedPreset>& presets) {
     instance.call("Save", {});
 }
 
-std::vector<UserEQPreset> savedPresets() {
-    std::vector<UserEQPreset> presets;
-    for (const PresetState& preset : RunningInstance().state().presets)
-        if (!preset.isBuiltIn)
-            presets.push_back({preset.name, preset.bandGains});
-    if (presets.empty())
-        throw std::runtime_error("there are no saved presets; save one with: vello preset save");
-    return presets;
-}
-
-std::vector<UserEQPreset> selected(const std::vector<UserEQPreset>& presets,
+/// The saved presets with these names; all of them if there are no names.
+std::vector<UserEQPreset> selected(const std::vector<PresetState>& presets,
                                    const std::vector<std::string>& names) {
-    if (names.empty())
-        return presets;
     std::vector<UserEQPreset> result;
     for (const std::string& name : names) {
-        const auto found = std::ranges::find(presets, name, &UserEQPreset::name);
-        if (found == presets.end())
-            throw std::runtime_error("there is no saved preset \"" + terminalText(name) +
-                                     "\"; vello presets lists the available ones");
-        result.push_back(*found);
+        const std::string id = findUserPresetID(presets, name);
+        const auto isMeant = [&](const PresetState& preset) { return !preset.isBuiltIn && preset.id == id; };
+        result.push_back({name, std::ranges::find_if(presets, isMeant)->bandGains});
     }
+    for (const PresetState& preset : presets)
+        if (names.empty() && !preset.isBuiltIn)
+            result.push_back({preset.name, preset.bandGains});
+    if (result.empty())
+        throw std::runtime_error("there are no saved presets; save one with: vello preset save");
     return result;
 }
 
@@ -141,17 +129,18 @@ void importPresets(const PresetFileRequest& request, const ClientOutput& output)
     text << std::fixed;
     for (const ImportedPreset& preset : presets)
         describe(preset, text);
-    write(output, text.str());
+    print(output, text.str());
     if (request.savesNothing)
-        return write(output, "Nothing was saved.\n");
+        return print(output, "Nothing was saved.\n");
     savePresets(presets);
-    write(output, "Saved.\n");
+    print(output, "Saved.\n");
 }
 
-void exportPresets(const PresetFileRequest& request, const ClientOutput& output) {
-    const std::string content = writePresetFile(selected(savedPresets(), request.exportedNames));
+void exportPresets(const RunningInstance& instance, const PresetFileRequest& request,
+                   const ClientOutput& output) {
+    const std::string content = writePresetFile(selected(instance.presets(), request.exportedNames));
     if (request.file == kStandardStream)
-        return write(output, content);
+        return print(output, content);
     replaceFile(request.file, content);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Control/Bus/Client.h"
+#include "Control/Bus/RunningInstance.h"
 
 namespace vello {
 
@@ -9,6 +10,7 @@ namespace vello {
 /// an unusable name. Throws std::runtime_error.
 void importPresets(const PresetFileRequest& request, const ClientOutput& output);
 /// Writes saved presets of the running instance to a file. Throws std::runtime_error.
-void exportPresets(const PresetFileRequest& request, const ClientOutput& output);
+void exportPresets(const RunningInstance& instance, const PresetFileRequest& request,
+                   const ClientOutput& output);
 
 } // namespace vello

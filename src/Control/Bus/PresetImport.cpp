@@ -38,7 +38,7 @@ ImportedPreset importedPreset(const std::string& name, std::string_view content)
     ImportedPreset preset = chosen(presetsIn(content), name);
     if (!name.empty())
         preset.name = name;
-    checkImportedPresetName(preset.name);
+    checkNewPresetName(preset.name);
     return preset;
 }
 

@@ -6,43 +6,51 @@
 #include "Foundation/Environment.h"
 #include "Foundation/Text.h"
 
-#include <stdexcept>
-
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QDBusVariant>
 #include <QUuid>
 
 namespace vello {
 namespace {
 
 constexpr int kPatience = 5000; // milliseconds
-constexpr char kNotRunning[] = "VELLO is not running; start it with: vello --headless";
 
 QString addressOfEnvironment() {
     const std::string address = sessionBusAddress(processEnvironment());
     if (address.empty())
-        throw std::runtime_error("there is no session bus, so a running VELLO cannot be reached; run this "
-                                 "inside the user's session");
+        throw InstanceError("noBus",
+                            "there is no session bus, so a running VELLO cannot be reached; run this "
+                            "inside the user's session");
     return QString::fromStdString(address);
 }
 
 QDBusConnection connection(const QString& address) {
     auto bus = QDBusConnection::connectToBus(address, QUuid::createUuid().toString());
     if (!bus.isConnected())
-        throw std::runtime_error("the session bus does not answer; run this inside the user's session");
+        throw InstanceError("noBus", "the session bus does not answer; run this inside the user's session");
     return bus;
 }
 
-std::string sentence(const QDBusMessage& reply) {
+/// "unknownSource" for the error "...UnknownSource".
+std::string kindOf(const QString& errorName) {
+    QString word = errorName.mid(errorName.lastIndexOf('.') + 1);
+    if (!word.isEmpty())
+        word[0] = word[0].toLower();
+    return terminalText(word.toStdString());
+}
+
+InstanceError failure(const QDBusMessage& reply) {
     const QString name = reply.errorName();
+    const std::string message = terminalText(reply.errorMessage().toStdString());
     if (name == "org.freedesktop.DBus.Error.ServiceUnknown" ||
         name == "org.freedesktop.DBus.Error.NameHasNoOwner")
-        return kNotRunning;
+        return notRunning("VELLO is not running; start it with: vello --headless");
     if (name == "org.freedesktop.DBus.Error.NoReply")
-        return "VELLO does not answer; look into its log, or end it and start it again";
+        return {"noAnswer", "VELLO does not answer; look into its log, or end it and start it again"};
     if (name.startsWith(dbus::kErrorPrefix))
-        return terminalText(reply.errorMessage().toStdString());
-    return "VELLO refuses: " + terminalText(reply.errorMessage().toStdString());
+        return {kindOf(name), message};
+    return {"refused", "VELLO refuses: " + message};
 }
 
 QDBusMessage answer(const QDBusConnection& bus, QDBusMessage question, const QVariantList& arguments) {
@@ -50,15 +58,24 @@ QDBusMessage answer(const QDBusConnection& bus, QDBusMessage question, const QVa
     question.setArguments(arguments);
     const QDBusMessage reply = bus.call(question, QDBus::Block, kPatience);
     if (reply.type() != QDBusMessage::ReplyMessage)
-        throw std::runtime_error(sentence(reply));
+        throw failure(reply);
     return reply;
 }
 
 /// The reply to a method of the interface without arguments.
-QVariant answer(const QDBusConnection& bus, const char* method) {
+QVariantList answers(const QDBusConnection& bus, const char* method) {
     const auto question =
         QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface, method);
-    return answer(bus, question, {}).arguments().value(0);
+    return answer(bus, question, {}).arguments();
+}
+
+/// One property. All of them at once would include the presets, which take long when there are thousands.
+QVariant property(const QDBusConnection& bus, const char* name) {
+    const auto question =
+        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kPropertiesInterface, "Get");
+    const QDBusReply<QDBusVariant> reply =
+        answer(bus, question, {QString::fromLatin1(dbus::kInterface), QString::fromLatin1(name)});
+    return reply.value().variant();
 }
 
 } // namespace
@@ -73,20 +90,35 @@ RunningInstance::~RunningInstance() {
     QDBusConnection::disconnectFromBus(bus_.name());
 }
 
+InstanceError notRunning(const std::string& sentence) {
+    return {"notRunning", sentence};
+}
+
 RunningState RunningInstance::state() const {
-    const QDBusReply<QVariantMap> properties = answer(
-        bus_,
-        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kPropertiesInterface, "GetAll"),
-        {QString::fromLatin1(dbus::kInterface)});
-    return decodeState(properties.value());
+    QVariantMap properties;
+    for (const char* name :
+         {"Version", "ProcessingEnabled", "Permission", "SaveProblem", "Sources", "Outputs"})
+        properties.insert(QString::fromLatin1(name), property(bus_, name));
+    return decodeState(properties);
+}
+
+std::vector<PresetState> RunningInstance::presets() const {
+    const QVariantList lists = answers(bus_, "ListPresets");
+    return decodePresetLists({.ids = lists.value(0).toStringList(),
+                              .builtInNames = lists.value(1).toStringList(),
+                              .gains = decodeNumbers(lists.value(2))});
+}
+
+std::vector<SourceState> RunningInstance::storedSources() const {
+    return decodeSources(answers(bus_, "ListStoredSources").value(0));
 }
 
 std::vector<ExemptStreamState> RunningInstance::exemptStreams() const {
-    return decodeExemptStreams(answer(bus_, "ListExemptStreams"));
+    return decodeExemptStreams(answers(bus_, "ListExemptStreams").value(0));
 }
 
 std::vector<ReadyApplicationState> RunningInstance::readyApplications() const {
-    return decodeReadyApplications(answer(bus_, "ListReadyApplications"));
+    return decodeReadyApplications(answers(bus_, "ListReadyApplications").value(0));
 }
 
 void RunningInstance::call(const char* method, const QVariantList& arguments) const {

@@ -3,6 +3,9 @@
 
 #include "Control/State/RunningState.h"
 
+#include <stdexcept>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include <QDBusConnection>
@@ -10,8 +13,24 @@
 
 namespace vello {
 
-/// Client-side proxy of the running instance. Every failure is a std::runtime_error with one line, safe for a
-/// terminal, that gives the reason and a remedy.
+/// A failed call. what() is one line, safe for a terminal, that gives the reason and a remedy.
+class InstanceError : public std::runtime_error {
+public:
+    InstanceError(std::string kind, const std::string& sentence)
+        : std::runtime_error(sentence), kind_(std::move(kind)) {}
+    /// A word for programs: "notRunning", "noBus", "noAnswer", "refused" or that of an error of the
+    /// interface, such as "unknownSource".
+    const std::string& kind() const { return kind_; }
+    bool isNotRunning() const { return kind_ == "notRunning"; }
+
+private:
+    std::string kind_;
+};
+
+/// No instance runs, or it has ended.
+InstanceError notRunning(const std::string& sentence);
+
+/// Client-side proxy of the running instance. Every failure is an InstanceError.
 class RunningInstance {
 public:
     /// Connects to the session bus of the environment; throws if there is no bus. Does not check whether an
@@ -22,8 +41,12 @@ public:
     RunningInstance(const RunningInstance&) = delete;
     RunningInstance& operator=(const RunningInstance&) = delete;
 
-    /// The state without meters. Blocks until the reply.
+    /// The state without meters and presets. Blocks until the replies.
     RunningState state() const;
+    /// The built-in presets, then the user's. Blocks until the reply.
+    std::vector<PresetState> presets() const;
+    /// The sources with stored settings that do not play. Blocks until the reply.
+    std::vector<SourceState> storedSources() const;
     /// The streams that are not captured. Blocks until the reply.
     std::vector<ExemptStreamState> exemptStreams() const;
     /// The applications that are held ready. Blocks until the reply.

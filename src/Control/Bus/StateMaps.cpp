@@ -74,6 +74,15 @@ template <class State> MapList encodeAll(const std::vector<State>& states) {
     return all;
 }
 
+void insertBands(QVariantMap& map, const char* key, const std::vector<BandChange>& changes, bool isStep) {
+    GainsByFrequency gains;
+    for (const BandChange& change : changes)
+        if (change.isStep == isStep)
+            gains.insert(static_cast<uint>(EQSettings::bandFrequencies[change.band]), change.decibels);
+    if (!gains.isEmpty())
+        map.insert(QString::fromLatin1(key), QVariant::fromValue(gains));
+}
+
 std::string string(const QVariantMap& map, const char* key) {
     return map.value(QString::fromLatin1(key)).toString().toStdString();
 }
@@ -146,7 +155,33 @@ template <class Value> Value checkedValue(const QVariant& value, const char* sen
     return value.value<Value>();
 }
 
+void decodeBands(SettingsChange& change, const QVariant& value, bool isStep) {
+    const auto gains = list<GainsByFrequency>(value, "a{ud}");
+    if (!gains)
+        throw OutsideValueError(OutsideValueError::Kind::invalidValue,
+                                "the gains of bands are a dictionary of Hz and decibels (a{ud})");
+    for (auto entry = gains->begin(); entry != gains->end(); ++entry)
+        change.bands.push_back({.band = bandOf(entry.key()), .decibels = entry.value(), .isStep = isStep});
+}
+
+/// Whether the key is one of the settings that start from those in force.
+bool decodeRelative(SettingsChange& change, const QString& key, const QVariant& value) {
+    if (key == "gainsByBand" || key == "gainStepsByBand")
+        decodeBands(change, value, key == "gainStepsByBand");
+    else if (key == "volumeStep")
+        change.volumeStep = checkedValue<double>(value, "volumeStep is a floating-point number (d)");
+    else if (key == "volumeFactor")
+        change.volumeFactor = checkedValue<double>(value, "volumeFactor is a floating-point number (d)");
+    else if (key == "togglesBypass")
+        change.togglesBypass = checkedValue<bool>(value, "togglesBypass is true or false (b)");
+    else
+        return false;
+    return true;
+}
+
 void decodeSetting(SettingsChange& change, const QString& key, const QVariant& value) {
+    if (decodeRelative(change, key, value))
+        return;
     if (key == "bandGains") {
         change.bandGains = decodeGains(value);
         if (!change.bandGains)
@@ -166,10 +201,13 @@ void decodeSetting(SettingsChange& change, const QString& key, const QVariant& v
                 .toStdString();
     } else if (key == "reset") {
         change.resetsCurve = checkedValue<bool>(value, "reset is true or false (b)");
+    } else if (key == "isNew") {
+        change.isNew = checkedValue<bool>(value, "isNew is true or false (b)");
     } else {
         throw OutsideValueError(OutsideValueError::Kind::invalidValue,
-                                "unknown setting; the settings are bandGains, preset, reset, "
-                                "volume, isBypassed, outputDeviceUID and downmixesSurround");
+                                "unknown setting; the settings are bandGains, gainsByBand, gainStepsByBand, "
+                                "preset, reset, volume, volumeStep, volumeFactor, isBypassed, "
+                                "togglesBypass, outputDeviceUID, downmixesSurround and isNew");
     }
 }
 
@@ -178,6 +216,7 @@ void decodeSetting(SettingsChange& change, const QString& key, const QVariant& v
 void registerBusTypes() {
     qDBusRegisterMetaType<MapList>();
     qDBusRegisterMetaType<QList<double>>();
+    qDBusRegisterMetaType<GainsByFrequency>();
 }
 
 MapList encodeSources(const std::vector<SourceState>& sources) {
@@ -217,10 +256,33 @@ MapList encodeReadyApplications(const std::vector<ReadyApplicationState>& applic
     return encodeAll(applications);
 }
 
+PresetLists encodePresetLists(const std::vector<PresetState>& presets) {
+    PresetLists lists;
+    for (const PresetState& preset : presets) {
+        lists.ids.append(text(preset.id));
+        if (preset.isBuiltIn)
+            lists.builtInNames.append(text(preset.name));
+        for (std::size_t band = 0; band < EQSettings::bandCount; ++band)
+            lists.gains.append(band < preset.bandGains.size() ? preset.bandGains[band] : 0.0);
+    }
+    return lists;
+}
+
 QVariantMap encodeChange(const SettingsChange& change) {
     QVariantMap map;
-    if (change.resetsCurve)
-        map.insert("reset", true);
+    const auto insertTrue = [&map](const char* key, bool value) {
+        if (value)
+            map.insert(QString::fromLatin1(key), true);
+    };
+    insertTrue("reset", change.resetsCurve);
+    insertTrue("togglesBypass", change.togglesBypass);
+    insertTrue("isNew", change.isNew);
+    insertBands(map, "gainsByBand", change.bands, false);
+    insertBands(map, "gainStepsByBand", change.bands, true);
+    if (change.volumeStep)
+        map.insert("volumeStep", *change.volumeStep);
+    if (change.volumeFactor)
+        map.insert("volumeFactor", *change.volumeFactor);
     if (change.bandGains)
         map.insert("bandGains", gains(*change.bandGains));
     if (change.volume)
@@ -239,8 +301,7 @@ RunningState decodeState(const QVariantMap& properties) {
                        .isProcessingEnabled = properties.value("ProcessingEnabled").toBool(),
                        .consent = consentOf(string(properties, "Permission")),
                        .saveProblem = string(properties, "SaveProblem")};
-    for (const QVariantMap& map : maps(properties.value("Sources")))
-        state.sources.push_back(decodeSource(map));
+    state.sources = decodeSources(properties.value("Sources"));
     for (const QVariantMap& map : maps(properties.value("Outputs")))
         state.outputs.push_back({string(map, "id"), string(map, "name"), map.value("isDefault").toBool()});
     for (const QVariantMap& map : maps(properties.value("Presets")))
@@ -249,6 +310,34 @@ RunningState decodeState(const QVariantMap& properties) {
                                  .isBuiltIn = map.value("isBuiltIn").toBool(),
                                  .bandGains = gainsOf(map)});
     return state;
+}
+
+std::vector<SourceState> decodeSources(const QVariant& sources) {
+    std::vector<SourceState> states;
+    for (const QVariantMap& map : maps(sources))
+        states.push_back(decodeSource(map));
+    return states;
+}
+
+std::vector<PresetState> decodePresetLists(const PresetLists& lists) {
+    constexpr auto bands = static_cast<qsizetype>(EQSettings::bandCount);
+    if (lists.builtInNames.size() > lists.ids.size() || lists.gains.size() != lists.ids.size() * bands)
+        return {};
+    std::vector<PresetState> presets;
+    presets.reserve(static_cast<std::size_t>(lists.ids.size()));
+    for (qsizetype i = 0; i < lists.ids.size(); ++i) {
+        const bool isBuiltIn = i < lists.builtInNames.size();
+        const auto first = lists.gains.begin() + i * bands;
+        presets.push_back({.id = lists.ids[i].toStdString(),
+                           .name = (isBuiltIn ? lists.builtInNames[i] : lists.ids[i]).toStdString(),
+                           .isBuiltIn = isBuiltIn,
+                           .bandGains = {first, first + bands}});
+    }
+    return presets;
+}
+
+QList<double> decodeNumbers(const QVariant& numbers) {
+    return list<QList<double>>(numbers, "ad").value_or(QList<double>());
 }
 
 std::vector<MeterReading> decodeMeters(const QVariant& meters) {

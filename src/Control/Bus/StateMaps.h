@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <QMap>
+#include <QStringList>
 #include <QVariant>
 
 /// Converts the state and changes of settings to and from D-Bus types. Invalid UTF-8 becomes replacement
@@ -13,6 +14,7 @@
 namespace vello {
 
 using MapList = QList<QVariantMap>;
+using GainsByFrequency = QMap<uint, double>; ///< Hz, dB
 
 /// Registers the list types with the bus library. Call before sending or receiving any of them.
 void registerBusTypes();
@@ -22,6 +24,14 @@ MapList encodeOutputs(const std::vector<AudioOutputRoute>& outputs);
 MapList encodePresets(const std::vector<PresetState>& presets);
 MapList encodeMeters(const std::vector<SourceState>& sources);
 MapList encodeExemptStreams(const std::vector<ExemptStreamState>& streams);
+/// All presets in three lists, many times faster than encodePresets() when there are thousands.
+struct PresetLists {
+    QStringList ids;          ///< the built-in presets, then the user's
+    QStringList builtInNames; ///< for the user
+    QList<double> gains;      ///< dB, EQSettings::bandCount for each preset
+};
+/// A preset with another number of gains gets zeros for the missing ones.
+PresetLists encodePresetLists(const std::vector<PresetState>& presets);
 MapList encodeReadyApplications(const std::vector<ReadyApplicationState>& applications);
 QVariantMap encodeChange(const SettingsChange& change);
 
@@ -31,6 +41,10 @@ std::vector<MeterReading> decodeMeters(const QVariant& meters);
 /// These decode a list of maps, whether or not the bus library has already demarshalled it.
 std::vector<ExemptStreamState> decodeExemptStreams(const QVariant& streams);
 std::vector<ReadyApplicationState> decodeReadyApplications(const QVariant& applications);
+std::vector<SourceState> decodeSources(const QVariant& sources);
+/// Returns no presets if the lengths of the lists do not fit together.
+std::vector<PresetState> decodePresetLists(const PresetLists& lists);
+QList<double> decodeNumbers(const QVariant& numbers);
 /// Throws OutsideValueError for an unknown key or a value of the wrong type.
 SettingsChange decodeChange(const QVariantMap& change);
 

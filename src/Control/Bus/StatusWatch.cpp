@@ -6,8 +6,9 @@
 
 #include <algorithm>
 #include <exception>
-#include <stdexcept>
+#include <utility>
 
+#include <QDBusArgument>
 #include <QDBusServiceWatcher>
 #include <QEventLoop>
 #include <QTimer>
@@ -32,19 +33,25 @@ std::vector<MeterReading> meters(const RunningState& state) {
 
 } // namespace
 
-StatusWatch::StatusWatch(RunningInstance& instance) : instance_(instance) {
+StatusWatch::StatusWatch(RunningInstance& instance, Levels levels) : instance_(instance) {
     QDBusConnection& bus = instance_.bus();
     bus.connect(dbus::kService, dbus::kPath, dbus::kInterface, "Levels", this,
                 SLOT(levelsCameIn(QDBusMessage)));
     bus.connect(dbus::kService, dbus::kPath, dbus::kPropertiesInterface, "PropertiesChanged", this,
-                SLOT(propertiesChanged()));
+                SLOT(propertiesChanged(QDBusMessage)));
     bus.connect({}, "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local", "Disconnected", this,
                 SLOT(instanceEnded()));
     auto* watcher =
         new QDBusServiceWatcher(dbus::kService, bus, QDBusServiceWatcher::WatchForUnregistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, &StatusWatch::instanceEnded);
-    instance_.call("SubscribeLevels", {});
+    if (levels == Levels::told)
+        instance_.call("SubscribeLevels", {});
     state_ = instance_.state();
+}
+
+void StatusWatch::readPresets() {
+    hasPresets_ = true;
+    state_.presets = instance_.presets();
 }
 
 RunningState StatusWatch::once(std::chrono::milliseconds patience) {
@@ -61,28 +68,28 @@ RunningState StatusWatch::once(std::chrono::milliseconds patience) {
 }
 
 void StatusWatch::run(const Observer& observer) {
-    observer(state_);
     QEventLoop loop;
-    std::exception_ptr problem;
-    RunningState told = state_;
     onChange_ = [&] {
-        if (hasEnded_)
-            return loop.quit();
-        if (state_ == told)
-            return;
-        told = state_;
-        try {
-            observer(told);
-        } catch (...) { // must not propagate through the event loop
-            problem = std::current_exception();
+        if (hasEnded_ || isStopped_)
             loop.quit();
-        }
+        else
+            observer(state_);
     };
-    loop.exec();
+    observer(state_);
+    if (!hasEnded_ && !isStopped_)
+        loop.exec();
     onChange_ = [] {};
-    if (problem)
-        std::rethrow_exception(problem);
-    throw std::runtime_error("VELLO has ended; start it with: vello --headless");
+    if (hasEnded_)
+        throw notRunning("VELLO has ended; start it with: vello --headless");
+}
+
+void StatusWatch::changed() {
+    onChange_();
+}
+
+void StatusWatch::stop() {
+    isStopped_ = true;
+    onChange_();
 }
 
 void StatusWatch::levelsCameIn(const QDBusMessage& signal) {
@@ -90,14 +97,16 @@ void StatusWatch::levelsCameIn(const QDBusMessage& signal) {
     onChange_();
 }
 
-void StatusWatch::propertiesChanged() {
-    const auto readings = meters(state_);
+void StatusWatch::propertiesChanged(const QDBusMessage& signal) {
+    const auto names = qdbus_cast<QVariantMap>(signal.arguments().value(1));
     try {
-        state_ = instance_.state();
+        RunningState state = instance_.state();
+        setMeters(state, meters(state_));
+        state.presets = hasPresets_ && names.contains("Presets") ? instance_.presets() : state_.presets;
+        state_ = std::move(state);
     } catch (const std::exception&) {
         return instanceEnded();
     }
-    setMeters(state_, readings);
     onChange_();
 }
 

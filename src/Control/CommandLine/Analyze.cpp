@@ -8,14 +8,12 @@
 #include "FileFailure.h"
 #include "Foundation/JSONText.h"
 #include "SoundFile.h"
-#include "Terminal.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
 #include <ostream>
-#include <stdexcept>
 
 namespace vello {
 
@@ -57,13 +55,10 @@ int runAnalyze(const AnalyzeOptions& options, std::ostream& out, std::ostream& e
             play(file, ring);
             return file.format();
         });
-        out << writeJSON(analyze(ring, format), JSONLayout::compact) << '\n' << std::flush;
-        if (!out)
-            throw std::runtime_error("cannot write the result to standard output");
-        return kExitDone;
+        out << writeJSON(analyze(ring, format), JSONLayout::compact) << '\n';
+        return finishOutput(out, error, options.format, kExitDone);
     } catch (const std::exception& problem) {
-        error << "vello: " << oneLine(problem.what()) << '\n';
-        return kExitFailed;
+        return reportFailure(error, options.format, "failed", problem.what(), kExitFailed);
     }
 }
 

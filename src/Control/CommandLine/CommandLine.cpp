@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/CommandLine/CommandLine.h"
 
+#include "ClientCommand.h"
 #include "Control/CommandLine/Version.h"
-#include "Control/State/Numbers.h"
+#include "Control/State/Nearest.h"
+#include "FileCommands.h"
 #include "Foundation/Product.h"
-#include "Models/EQPreset.h"
-#include "Terminal.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <ostream>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -20,76 +20,8 @@ namespace vello {
 
 namespace {
 
-constexpr double kLargestRenderGain = 24.0;   // dB, in either direction
-constexpr double kLargestRenderVolume = 16.0; // linear
-
-/// Parses "g0,...,g7" within the limits of `render`.
-std::optional<std::vector<double>> renderGains(std::string_view text) {
-    const auto values = parseGains(text);
-    const auto isFit = [](double gain) { return std::abs(gain) <= kLargestRenderGain; };
-    return values && std::ranges::all_of(*values, isFit) ? values : std::nullopt;
-}
-
-std::string presetIDs() {
-    std::string list;
-    for (const EQPreset preset : EQPreset::allCases())
-        list.append(list.empty() ? "" : ", ").append(preset.id());
-    return list;
-}
-
-// Validators. They return an empty string for a valid value and otherwise an error message.
-
-std::string checkPreset(const std::string& text) {
-    return EQPreset::fromRawValue(text) ? "" : "there is no such preset; there are " + presetIDs();
-}
-
-std::string checkGains(const std::string& text) {
-    return renderGains(text) ? "" : "expected eight numbers between -24 and 24, separated by commas";
-}
-
-std::string checkVolume(const std::string& text) {
-    const auto value = parseNumber(text);
-    return value && *value >= 0 && *value <= kLargestRenderVolume ? "" : "expected a number between 0 and 16";
-}
-
 std::string checkFolder(const std::string& text) {
     return text.empty() ? "expected the name of a folder" : "";
-}
-
-/// The options of `render` as written by the user.
-struct RenderArguments {
-    std::string preset, gains, volume, initialVolume, input, output;
-    bool isBypassed = false;
-    std::size_t bufferFrames = RenderOptions().bufferFrames;
-};
-
-CLI::App* addRender(CLI::App& application, RenderArguments& arguments) {
-    CLI::App* render =
-        application.add_subcommand("render", "Run a sound file through the equalizer, offline");
-    auto* preset =
-        render->add_option("--preset", arguments.preset, "Built-in curve: " + presetIDs())->type_name("ID");
-    preset->check(CLI::Validator(checkPreset, "", "preset"));
-    render->add_option("--gains", arguments.gains, "Gain of each band in dB, 63 Hz to 8 kHz, -24 to 24")
-        ->type_name("g0,...,g7")
-        ->check(CLI::Validator(checkGains, "", "gains"))
-        ->excludes(preset);
-    render->add_option("--volume", arguments.volume, "Linear volume, 0 to 16 (default: 1)")
-        ->type_name("V")
-        ->check(CLI::Validator(checkVolume, "", "volume"));
-    render
-        ->add_option("--initial-volume", arguments.initialVolume,
-                     "Linear volume that the first buffer ramps from (default: that of --volume)")
-        ->type_name("V")
-        ->check(CLI::Validator(checkVolume, "", "volume"));
-    render->add_flag("--bypass", arguments.isBypassed, "Leave the curve out; the volume stays");
-    render->add_option("--buffer", arguments.bufferFrames, "Frames a buffer, 1 to 8192 (default: 480)")
-        ->type_name("FRAMES")
-        ->check(CLI::Range(std::size_t{1}, RenderOptions::maximumBufferFrames));
-    render->add_option("IN", arguments.input, "Sound file of 1 or 2 channels")->type_name("")->required();
-    render->add_option("OUT", arguments.output, "WAV file of 32-bit floats to be written")
-        ->type_name("")
-        ->required();
-    return render;
 }
 
 /// The arguments of `permission`.
@@ -98,94 +30,159 @@ const std::map<std::string, PermissionAction> kPermissionActions{{"allow", Permi
                                                                  {"deny", PermissionAction::deny},
                                                                  {"show", PermissionAction::show}};
 
-CLI::App* addPermission(CLI::App& application, std::string& action) {
+CLI::App* addPermission(CLI::App& application, std::string& action, OutputFormat& format) {
     CLI::App* permission =
         application.add_subcommand("permission", "Allow or deny the capture of what applications play");
-    permission
-        ->add_option("ACTION", action,
-                     "allow, deny, show what holds (the default), or ask for an answer here")
-        ->type_name("")
-        ->check(CLI::IsMember(kPermissionActions));
+    requireOneOf(
+        *permission->add_option("ACTION", action,
+                                "allow, deny, show what holds (the default), or ask for an answer here"),
+        {"allow", "ask", "deny", "show"});
+    addFormat(*permission, format, "One JSON object instead of a sentence");
     return permission;
 }
 
-RenderOptions renderOptions(const RenderArguments& arguments) {
-    RenderOptions options;
-    options.input = arguments.input;
-    options.output = arguments.output;
-    options.bufferFrames = arguments.bufferFrames;
-    options.settings.isBypassed = arguments.isBypassed;
-    if (const auto preset = EQPreset::fromRawValue(arguments.preset))
-        options.settings.bandGains.assign(preset->bandGains().begin(), preset->bandGains().end());
-    if (const auto chosen = renderGains(arguments.gains))
-        options.settings.bandGains = *chosen;
-    options.settings.volume = parseNumber(arguments.volume).value_or(options.settings.volume);
-    options.initialVolume = parseNumber(arguments.initialVolume);
-    return options;
+constexpr std::string_view kHint = "; try vello --help";
+
+std::vector<std::string> knownCommands(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::App* each : command.get_subcommands(nullptr))
+        names.push_back(each->get_name());
+    return names;
 }
 
-CLI::App* addAnalyze(CLI::App& application, std::string& input) {
-    CLI::App* analyze = application.add_subcommand(
-        "analyze", "Print the spectrum and the tempo at the end of a sound file as JSON");
-    analyze->add_option("IN", input, "Sound file of 1 or 2 channels")->type_name("")->required();
-    return analyze;
+std::vector<std::string> knownOptions(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options())
+        for (const std::string& name : option->get_lnames())
+            names.push_back("--" + name);
+    return names;
 }
 
-ParsedCommand finish(CLI::App& application, const CLI::ParseError& reason, std::ostream& out,
-                     std::ostream& error) {
+/// The command that the user has got to, such as "preset save".
+const CLI::App& innermost(const CLI::App& application) {
+    const auto parsed = application.get_subcommands();
+    return parsed.empty() ? application : innermost(*parsed.front());
+}
+
+/// What the first word that nobody expected was probably meant to be.
+std::string suggestion(const CLI::App& application) {
+    const CLI::App& command = innermost(application);
+    const auto unexpected = application.remaining(true);
+    if (unexpected.empty())
+        return "";
+    const std::string& word = unexpected.front();
+    const std::string question =
+        didYouMean(word, word.starts_with("-") ? knownOptions(command) : knownCommands(command));
+    return question.empty() ? "" : "; " + question.substr(0, question.size() - 1);
+}
+
+ParsedCommand finish(CLI::App& application, const CLI::ParseError& reason, OutputFormat format,
+                     std::ostream& out, std::ostream& error) {
     if (reason.get_exit_code() == 0) {
         application.exit(reason, out, error);
-        return {.exitCode = kExitDone};
+        return {.exitCode = finishOutput(out, error, format, kExitDone)};
     }
-    error << "vello: " << oneLine(reason.what()) << "; try vello --help\n";
-    return {.exitCode = kExitWrongUsage};
+    const std::string sentence = reason.what() + suggestion(application) + std::string(kHint);
+    return {.exitCode = reportFailure(error, format, "usage", sentence, kExitWrongUsage)};
+}
+
+/// A wrong option may keep the one for the format from being parsed.
+OutputFormat formatOf(std::span<const char* const> arguments) {
+    const auto isJSON = [](const char* word) { return std::string_view(word) == "--json"; };
+    return std::ranges::any_of(arguments, isJSON) ? OutputFormat::json : OutputFormat::text;
+}
+
+/// The commands and options of the program, and what the user wrote.
+struct Program {
+    Program();
+    ParsedCommand parsed() const;
+
+    CLI::App application{"Equalizes the sound of each application separately.", "vello"};
+    ParsedCommand written{.command = Command::panel};
+    bool isHeadless = false;
+    RenderArguments renderArguments;
+    AnalyzeArguments analyzeArguments;
+    std::string permissionAction = "show", shell;
+    CLI::App *render = nullptr, *analyze = nullptr, *permission = nullptr, *completion = nullptr;
+    std::optional<ClientArguments> client;
+};
+
+Program::Program() {
+    application.set_version_flag("--version", std::string(kApplicationName) + " " + kVersion);
+    CLI::Option* headless = application.add_flag("--headless", isHeadless,
+                                                 "Run the engine without a screen until SIGTERM or SIGINT");
+    CLI::Option* background = application
+                                  .add_flag("--background", written.isInBackground,
+                                            "Start with the tray item only, the panel closed")
+                                  ->excludes(headless);
+    CLI::Option* sync = application
+                            .add_option("--sync-folder", written.syncFolder,
+                                        "Folder that shares presets with the user's other machines")
+                            ->type_name("FOLDER")
+                            ->check(CLI::Validator(checkFolder, "", "folder"));
+    client.emplace(application);
+    render = addRender(application, renderArguments);
+    analyze = addAnalyze(application, analyzeArguments);
+    permission = addPermission(application, permissionAction, written.format);
+    completion =
+        application.add_subcommand("completion", "Print the completion of these commands for a shell");
+    requireOneOf(*completion->add_option("SHELL", shell, "The shell")->required(), completedShells());
+    for (CLI::App* command : application.get_subcommands({}))
+        command->excludes(headless)->excludes(background)->excludes(sync);
+    application.require_subcommand(0, 1);
+}
+
+ParsedCommand Program::parsed() const {
+    ParsedCommand result = written;
+    if (const auto request = client->request()) {
+        result.command = Command::client;
+        result.client = *request;
+    } else if (render->parsed()) {
+        result.command = Command::render;
+        result.render = renderOptions(renderArguments);
+    } else if (analyze->parsed()) {
+        result.command = Command::analyze;
+        result.analyze = {analyzeArguments.input, analyzeArguments.format};
+    } else if (permission->parsed()) {
+        result.command = Command::permission;
+        result.permission = kPermissionActions.at(permissionAction);
+    } else if (completion->parsed()) {
+        result.command = Command::none;
+    } else if (isHeadless) {
+        result.command = Command::headless;
+    }
+    return result;
+}
+
+constexpr std::string_view kComplete = "complete";
+
+/// `vello complete -- WORD...`: the shells' scripts ask what may stand in place of the last word. It is not
+/// parsed like other commands, because its words are those of an unfinished one.
+ParsedCommand completeWords(std::span<const char* const> arguments) {
+    const std::vector<std::string> words(arguments.begin(), arguments.end());
+    return {.command = Command::client,
+            .client = {.action = ClientRequest::Action::complete,
+                       .completion = completionOf(Program().application, words)}};
 }
 
 } // namespace
 
 ParsedCommand parseCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& error) {
-    CLI::App application("Equalizes the sound of each application separately.", "vello");
-    application.set_version_flag("--version", std::string(kApplicationName) + " " + kVersion);
-    bool isHeadless = false;
-    CLI::Option* headless = application.add_flag("--headless", isHeadless,
-                                                 "Run the engine without a screen until SIGTERM or SIGINT");
-    bool isInBackground = false;
-    CLI::Option* background =
-        application
-            .add_flag("--background", isInBackground, "Start with the tray item only, the panel closed")
-            ->excludes(headless);
-    std::string syncFolder;
-    CLI::Option* sync = application
-                            .add_option("--sync-folder", syncFolder,
-                                        "Folder that shares presets with the user's other machines")
-                            ->type_name("FOLDER")
-                            ->check(CLI::Validator(checkFolder, "", "folder"));
-    RenderArguments arguments;
-    CLI::App* render = addRender(application, arguments);
-    std::string analyzed;
-    CLI::App* analyze = addAnalyze(application, analyzed);
-    std::string permissionAction = "show";
-    CLI::App* permission = addPermission(application, permissionAction);
-    const ClientArguments client(application);
-    for (CLI::App* command : application.get_subcommands({}))
-        command->excludes(headless)->excludes(background)->excludes(sync);
-    application.require_subcommand(0, 1);
+    const std::span<const char* const> arguments(argv, static_cast<std::size_t>(argc));
+    if (argc > 3 && argv[1] == kComplete && std::string_view(argv[2]) == "--")
+        return completeWords(arguments.subspan(3));
+    Program program;
     try {
-        application.parse(argc, argv);
-        if (const auto request = client.request())
-            return {.command = Command::client, .client = *request};
+        program.application.parse(argc, argv);
+        ParsedCommand parsed = program.parsed();
+        if (program.completion->parsed()) {
+            out << completionScript(program.shell);
+            parsed.exitCode = finishOutput(out, error, OutputFormat::text, kExitDone);
+        }
+        return parsed;
     } catch (const CLI::ParseError& reason) {
-        return finish(application, reason, out, error);
+        return finish(program.application, reason, formatOf(arguments), out, error);
     }
-    if (render->parsed())
-        return {.command = Command::render, .render = renderOptions(arguments)};
-    if (analyze->parsed())
-        return {.command = Command::analyze, .analyze = {analyzed}};
-    if (permission->parsed())
-        return {.command = Command::permission, .permission = kPermissionActions.at(permissionAction)};
-    return {.command = isHeadless ? Command::headless : Command::panel,
-            .syncFolder = syncFolder,
-            .isInBackground = isInBackground};
 }
 
 } // namespace vello

@@ -15,6 +15,7 @@ namespace vello {
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitFailed = 1; ///< one line on standard error gives the reason and a remedy
 inline constexpr int kExitWrongUsage = 2;
+inline constexpr int kExitNotRunning = 3; ///< the command needs a running instance
 
 enum class Command {
     panel,    ///< no command was given: the tray application
@@ -32,6 +33,7 @@ struct ParsedCommand {
     AnalyzeOptions analyze = {};                          ///< for Command::analyze
     PermissionAction permission = PermissionAction::show; ///< for Command::permission
     ClientRequest client = {};                            ///< for Command::client
+    OutputFormat format = OutputFormat::text;             ///< for Command::permission
     std::string syncFolder = {}; ///< for Command::panel and Command::headless; empty: not given
     bool isInBackground = false; ///< for Command::panel: start with the panel closed
     int exitCode = kExitDone;

@@ -2,7 +2,7 @@
 #include "Control/CommandLine/Permission.h"
 
 #include "Control/CommandLine/CommandLine.h"
-#include "Terminal.h"
+#include "Control/State/StateJSON.h"
 
 #include <algorithm>
 #include <cctype>
@@ -56,20 +56,21 @@ Consent parseAnswer(std::string line) {
 
 } // namespace
 
-int runPermission(PermissionAction action, ConsentStore& store, const AskForConsent& ask, std::ostream& out,
-                  std::ostream& error) {
+int runPermission(PermissionAction action, OutputFormat format, ConsentStore& store, const AskForConsent& ask,
+                  std::ostream& out, std::ostream& error) {
     try {
         const Consent answer = answerTo(action, ask);
         if (answer != Consent::undecided)
             store.write(answer);
-        const bool isUnanswered = action == PermissionAction::ask && answer == Consent::undecided;
-        if (isUnanswered)
-            error << "vello: no answer was given; ";
-        (isUnanswered ? error : out) << sentence(store.read()) << '\n';
-        return isUnanswered ? kExitFailed : kExitDone;
+        const Consent consent = store.read();
+        if (action == PermissionAction::ask && answer == Consent::undecided)
+            return reportFailure(error, format, "unanswered",
+                                 std::string("no answer was given; ").append(sentence(consent)), kExitFailed);
+        out << (format == OutputFormat::json ? permissionJSON(consent) : std::string(sentence(consent)))
+            << '\n';
+        return finishOutput(out, error, format, kExitDone);
     } catch (const std::exception& reason) {
-        error << "vello: " << oneLine(reason.what()) << '\n';
-        return kExitFailed;
+        return reportFailure(error, format, "failed", reason.what(), kExitFailed);
     }
 }
 

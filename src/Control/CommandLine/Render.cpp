@@ -4,10 +4,11 @@
 #include "AudioEngine/Realtime/EQDSP.h"
 #include "AudioEngine/Realtime/TapRealtimeContext.h"
 #include "Control/CommandLine/CommandLine.h"
+#include "Control/State/Lookup.h"
 #include "FileFailure.h"
 #include "Foundation/ReplacingFile.h"
 #include "SoundFile.h"
-#include "Terminal.h"
+#include "Spool.h"
 
 #include <algorithm>
 #include <ostream>
@@ -63,14 +64,40 @@ void copyThrough(const RenderOptions& options, SoundFile& input, SoundFile& outp
     }
 }
 
+/// The file that is written: a regular one that appears when it is complete, or standard output.
+class RenderedFile {
+public:
+    explicit RenderedFile(const std::filesystem::path& path) {
+        if (isStandardStream(path))
+            nameless_ = namelessFile();
+        else
+            file_.emplace(path, ReplacingFile::Permissions::usual);
+    }
+
+    int descriptor() const { return file_ ? file_->descriptor() : nameless_.number(); }
+    void commit() {
+        if (file_)
+            file_->commit();
+        else
+            copyToStandardOutput(nameless_.number());
+    }
+
+private:
+    std::optional<ReplacingFile> file_;
+    Descriptor nameless_;
+};
+
+void checkIsNotInput(const RenderOptions& options) {
+    std::error_code ignored;
+    if (!isStandardStream(options.output) &&
+        std::filesystem::equivalent(options.input, options.output, ignored))
+        failAt("write", options.output, "it is the input; choose another name");
+}
+
 void render(const RenderOptions& options) {
     SoundFile input = onFile("read", options.input, [&] { return SoundFile::read(options.input); });
-    std::error_code ignored;
-    if (std::filesystem::equivalent(options.input, options.output, ignored))
-        failAt("write", options.output, "it is the input; choose another name");
-    ReplacingFile file = onFile("write", options.output, [&] {
-        return ReplacingFile(options.output, ReplacingFile::Permissions::usual);
-    });
+    checkIsNotInput(options);
+    RenderedFile file = onFile("write", options.output, [&] { return RenderedFile(options.output); });
     SoundFile output =
         onFile("write", options.output, [&] { return SoundFile::write(file.descriptor(), input.format()); });
     copyThrough(options, input, output);
@@ -80,15 +107,26 @@ void render(const RenderOptions& options) {
     });
 }
 
+/// With the curve of the preset that the options name.
+RenderOptions withPreset(RenderOptions options, const SavedPresets& savedPresets, std::ostream& error) {
+    if (options.preset.empty())
+        return options;
+    const auto presets = presetStates(savedPresets());
+    const std::string id = findPresetID(presets, options.preset, [&](const std::string& sentence) {
+        reportHint(error, options.format, sentence);
+    });
+    options.settings.bandGains = std::ranges::find(presets, id, &PresetState::id)->bandGains;
+    return options;
+}
+
 } // namespace
 
-int runRender(const RenderOptions& options, std::ostream& error) {
+int runRender(const RenderOptions& options, const SavedPresets& savedPresets, std::ostream& error) {
     try {
-        render(options);
+        render(withPreset(options, savedPresets, error));
         return kExitDone;
     } catch (const std::exception& problem) {
-        error << "vello: " << oneLine(problem.what()) << '\n';
-        return kExitFailed;
+        return reportFailure(error, options.format, "failed", problem.what(), kExitFailed);
     }
 }
 

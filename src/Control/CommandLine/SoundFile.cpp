@@ -1,27 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SoundFile.h"
 
+#include "Spool.h"
+
 #include <sndfile.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <fcntl.h>
 #include <limits>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unistd.h>
+#include <utility>
 
 namespace vello {
 
 namespace {
 
 /// The file size according to the RIFF header; 0 if the header does not specify it.
-std::uint64_t promisedSize(const std::filesystem::path& path) {
+std::uint64_t promisedSize(int descriptor) {
     constexpr std::uint32_t unknown = std::numeric_limits<std::uint32_t>::max();
     std::array<char, 8> header{};
-    std::ifstream file(path, std::ios::binary);
-    if (!file.read(header.data(), header.size()) || std::string_view(header.data(), 4) != "RIFF")
+    const bool isRead = ::pread(descriptor, header.data(), header.size(), 0) == ssize_t{header.size()};
+    if (!isRead || std::string_view(header.data(), 4) != "RIFF")
         return 0;
     std::uint32_t size = 0;
     for (std::size_t i = 0; i < 4; ++i)
@@ -29,8 +33,27 @@ std::uint64_t promisedSize(const std::filesystem::path& path) {
     return size == unknown ? 0 : std::uint64_t{size} + header.size();
 }
 
+/// Of a regular file, which is at its beginning afterwards.
+std::uint64_t sizeOf(int descriptor) {
+    const auto end = ::lseek(descriptor, 0, SEEK_END);
+    ::lseek(descriptor, 0, SEEK_SET);
+    return end > 0 ? static_cast<std::uint64_t>(end) : 0;
+}
+
 [[noreturn]] void fail(const std::string& reason) {
     throw std::runtime_error(reason);
+}
+
+Descriptor openForReading(const std::filesystem::path& path) {
+    const auto status = std::filesystem::status(path);
+    if (!std::filesystem::exists(status))
+        fail("there is no such file");
+    if (!std::filesystem::is_regular_file(status))
+        fail("it is not a file");
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen())
+        fail(std::strerror(errno));
+    return file;
 }
 
 } // namespace
@@ -40,19 +63,15 @@ void SoundFile::Close::operator()(sf_private_tag* file) const noexcept {
 }
 
 SoundFile SoundFile::read(const std::filesystem::path& path) {
-    const auto status = std::filesystem::status(path);
-    if (!std::filesystem::exists(status))
-        fail("there is no such file");
-    if (!std::filesystem::is_regular_file(status))
-        fail("it is not a file");
-    if (!std::ifstream(path))
-        fail(std::strerror(errno));
+    Descriptor descriptor = isStandardStream(path) ? spoolStandardInput() : openForReading(path);
+    const bool isCutShort = promisedSize(descriptor.number()) > sizeOf(descriptor.number());
     SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    SNDFILE* file = sf_open_fd(descriptor.number(), SFM_READ, &info, SF_FALSE);
     if (file == nullptr)
         fail("it is not a sound file that can be read (WAV, FLAC, AIFF, Ogg)");
     SoundFile sound(file, {.sampleRate = info.samplerate, .channels = info.channels, .frames = info.frames});
-    if (promisedSize(path) > std::filesystem::file_size(path))
+    sound.descriptor_ = std::move(descriptor);
+    if (isCutShort)
         fail("it is cut short: its header promises more than there is");
     if (info.channels > mostChannels)
         fail("it has " + std::to_string(info.channels) + " channels; mix it down to 1 or 2");

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -22,7 +24,7 @@ class SoundFile {
 public:
     static constexpr int mostChannels = 2;
 
-    /// Opens a file for reading. Throws if the file is shorter than its header says.
+    /// Opens a file for reading; "-" is standard input. Throws if the file is shorter than its header says.
     static SoundFile read(const std::filesystem::path& path);
     /// Starts a WAV file of 32-bit floats in an open, empty file. The caller keeps ownership of the
     /// descriptor.
@@ -41,6 +43,7 @@ private:
 
     explicit SoundFile(sf_private_tag* file, const SoundFormat& format) : file_(file), format_(format) {}
 
+    Descriptor descriptor_; ///< of a file that is read; must outlive file_
     std::unique_ptr<sf_private_tag, Close> file_;
     SoundFormat format_;
 };

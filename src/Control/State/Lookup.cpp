@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/State/Lookup.h"
 
+#include "Control/State/Nearest.h"
 #include "Foundation/Text.h"
 
 #include <algorithm>
@@ -16,9 +17,10 @@ std::string quoted(const std::string& word) {
     return std::string("\"").append(fittedText(word, kLongestQuote)).append("\"");
 }
 
-[[noreturn]] void failAbsent(const std::string& kind, const std::string& word, const std::string& command) {
+[[noreturn]] void failAbsent(const std::string& kind, const std::string& word,
+                             const std::vector<std::string>& known, const std::string& command) {
     throw std::runtime_error(std::string("there is no ").append(kind).append(" ").append(quoted(word)) +
-                             "; " + command + " lists the available ones");
+                             "; " + didYouMean(word, known) + command + " lists the available ones");
 }
 
 /// The entry with this id, or else the only entry with this name; null if there is no such entry.
@@ -49,16 +51,73 @@ const SourceState* findSourceOrNone(const RunningState& state, const std::string
                       "source");
 }
 
-/// One stream for each application that has exempt streams.
-std::vector<ExemptStreamState> exemptApplications(const RunningState& state) {
-    std::vector<ExemptStreamState> applications;
-    for (const ExemptStreamState& stream : state.exemptStreams.value_or(std::vector<ExemptStreamState>{})) {
-        const bool isKnown = std::ranges::find(applications, stream.sourceID, &ExemptStreamState::sourceID) !=
-                             applications.end();
-        if (!stream.sourceID.empty() && !isKnown)
-            applications.push_back(stream);
-    }
-    return applications;
+/// An application that is no source now.
+struct OtherApplication {
+    std::string id, name;
+};
+
+/// The applications that are held ready or have exempt streams, each once.
+std::vector<OtherApplication> otherApplications(const RunningState& state) {
+    std::vector<OtherApplication> all;
+    const auto add = [&all](const std::string& id, const std::string& name) {
+        if (!id.empty() && std::ranges::find(all, id, &OtherApplication::id) == all.end())
+            all.push_back({id, name});
+    };
+    for (const auto& application : state.readyApplications.value_or(std::vector<ReadyApplicationState>{}))
+        add(application.sourceID, application.name);
+    for (const auto& stream : state.exemptStreams.value_or(std::vector<ExemptStreamState>{}))
+        add(stream.sourceID, stream.name);
+    return all;
+}
+
+std::vector<std::string> storedIDs(const RunningState& state) {
+    std::vector<std::string> ids;
+    for (const SourceState& stored : state.storedSources.value_or(std::vector<SourceState>{}))
+        ids.push_back(stored.source.id);
+    return ids;
+}
+
+std::vector<std::string> sourceWords(const RunningState& state) {
+    std::vector<std::string> words{"system"};
+    for (const SourceState& entry : state.sources)
+        words.insert(words.end(), {entry.source.id, entry.source.name});
+    return words;
+}
+
+std::vector<std::string> allSourceWords(const RunningState& state) {
+    std::vector<std::string> words = sourceWords(state);
+    for (const OtherApplication& application : otherApplications(state))
+        words.insert(words.end(), {application.id, application.name});
+    std::ranges::copy(storedIDs(state), std::back_inserter(words));
+    return words;
+}
+
+template <class Entry, class ID, class Name>
+std::vector<std::string> idsAndNames(const std::vector<Entry>& entries, ID id, Name name) {
+    std::vector<std::string> words;
+    for (const Entry& entry : entries)
+        words.insert(words.end(), {std::invoke(id, entry), std::invoke(name, entry)});
+    return words;
+}
+
+/// The meanings of a word for a preset, the one that counts first.
+std::vector<const PresetState*> presetsMeant(const std::vector<PresetState>& presets,
+                                             const std::string& word) {
+    std::vector<const PresetState*> meant;
+    const auto add = [&](bool isBuiltIn, auto nameOf) {
+        for (const PresetState& preset : presets)
+            if (preset.isBuiltIn == isBuiltIn && std::invoke(nameOf, preset) == word)
+                return meant.push_back(&preset);
+    };
+    add(true, &PresetState::id);
+    add(false, &PresetState::id);
+    add(true, &PresetState::name);
+    return meant;
+}
+
+std::string described(const PresetState& preset) {
+    return preset.isBuiltIn ? "the built-in preset " + terminalText(preset.id)
+                            : "your saved preset " + quoted(preset.name);
 }
 
 } // namespace
@@ -66,25 +125,62 @@ std::vector<ExemptStreamState> exemptApplications(const RunningState& state) {
 const SourceState& findSource(const RunningState& state, const std::string& word) {
     const SourceState* found = findSourceOrNone(state, word);
     if (found == nullptr)
-        failAbsent("source", word, "vello status");
+        failAbsent("source", word, sourceWords(state), "vello status");
     return *found;
 }
 
-std::string findSourceID(const RunningState& state, const std::string& word) {
+std::optional<std::string> findKnownSourceID(const RunningState& state, const std::string& word) {
     if (const SourceState* found = findSourceOrNone(state, word))
         return found->source.id;
-    const auto exempt = exemptApplications(state);
-    const ExemptStreamState* found =
-        findUnique(exempt, word, &ExemptStreamState::sourceID, &ExemptStreamState::name, "source");
-    return found == nullptr ? word : found->sourceID;
+    const auto others = otherApplications(state);
+    if (const auto* found =
+            findUnique(others, word, &OtherApplication::id, &OtherApplication::name, "source"))
+        return found->id;
+    const auto stored = storedIDs(state);
+    const bool isStored = std::ranges::find(stored, word) != stored.end();
+    return isStored ? std::optional(word) : std::nullopt;
 }
 
-std::string findPresetID(const RunningState& state, const std::string& word) {
-    const PresetState* found =
-        findUnique(state.presets, word, &PresetState::id, &PresetState::name, "preset");
-    if (found == nullptr)
-        failAbsent("preset", word, "vello presets");
-    return found->id;
+std::string findSourceID(const RunningState& state, const std::string& word) {
+    if (auto known = findKnownSourceID(state, word))
+        return *std::move(known);
+    failAbsent("source", word, allSourceWords(state), "vello status --all");
+}
+
+std::vector<PresetState> presetStates(std::span<const UserEQPreset> userPresets) {
+    std::vector<PresetState> all;
+    all.reserve(EQPreset::allCases().size() + userPresets.size());
+    for (const EQPreset preset : EQPreset::allCases())
+        all.push_back({.id = std::string(preset.id()),
+                       .name = preset.displayName(),
+                       .isBuiltIn = true,
+                       .bandGains = {preset.bandGains().begin(), preset.bandGains().end()}});
+    for (const UserEQPreset& preset : userPresets)
+        all.push_back({.id = preset.id(), .name = preset.name, .bandGains = preset.bandGains});
+    return all;
+}
+
+std::string findPresetID(const std::vector<PresetState>& presets, const std::string& word,
+                         const TellChoice& tell) {
+    const auto meant = presetsMeant(presets, word);
+    if (meant.empty())
+        failAbsent("preset", word, idsAndNames(presets, &PresetState::id, &PresetState::name),
+                   "vello presets");
+    for (const PresetState* other : meant)
+        if (other->isBuiltIn != meant.front()->isBuiltIn || other->id != meant.front()->id)
+            tell(quoted(word) + " is taken for " + described(*meant.front()) + ", not for " +
+                 described(*other));
+    return meant.front()->id;
+}
+
+std::string findUserPresetID(const std::vector<PresetState>& presets, const std::string& word) {
+    std::vector<std::string> names;
+    for (const PresetState& preset : presets)
+        if (!preset.isBuiltIn)
+            names.push_back(preset.id);
+    if (std::ranges::find(names, word) == names.end())
+        failAbsent("saved preset", word, names, "vello presets");
+    return word;
 }
 
 std::string findOutputUID(const RunningState& state, const std::string& word) {
@@ -93,7 +189,8 @@ std::string findOutputUID(const RunningState& state, const std::string& word) {
     const AudioOutputRoute* found =
         findUnique(state.outputs, word, &AudioOutputRoute::id, &AudioOutputRoute::name, "output");
     if (found == nullptr)
-        failAbsent("output", word, "vello status --json");
+        failAbsent("output", word, idsAndNames(state.outputs, &AudioOutputRoute::id, &AudioOutputRoute::name),
+                   "vello outputs");
     return found->id;
 }
 

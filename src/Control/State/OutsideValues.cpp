@@ -2,6 +2,8 @@
 #include "Control/State/OutsideValues.h"
 
 #include "Foundation/DisplayText.h"
+#include "Foundation/Text.h"
+#include "Models/EQPreset.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,11 +25,14 @@ bool isWithin(double value, double lowest, double highest) {
 std::vector<double> presetGains(const std::string& id, std::span<const UserEQPreset> userPresets) {
     if (const auto preset = EQPreset::fromRawValue(id))
         return {preset->bandGains().begin(), preset->bandGains().end()};
-    const auto found = std::ranges::find(userPresets, id, &UserEQPreset::name);
-    if (found == userPresets.end())
+    if (const auto found = std::ranges::find(userPresets, id, &UserEQPreset::name);
+        found != userPresets.end())
+        return found->bandGains;
+    const auto title = std::ranges::find(EQPreset::allCases(), id, &EQPreset::displayName);
+    if (title == EQPreset::allCases().end())
         throw OutsideValueError(Kind::unknownPreset,
                                 "there is no such preset; vello presets lists the available ones");
-    return found->bandGains;
+    return {title->bandGains().begin(), title->bandGains().end()};
 }
 
 std::optional<std::vector<double>> chosenCurve(const SettingsChange& change,
@@ -47,8 +52,51 @@ std::optional<std::string> chosenOutput(const std::string& uid, std::span<const 
         return std::nullopt;
     if (std::ranges::find(routes, uid, &AudioOutputRoute::id) == routes.end())
         throw OutsideValueError(Kind::unknownOutput,
-                                "there is no such output; vello status --json lists the available ones");
+                                "there is no such output; vello outputs lists the available ones");
     return uid;
+}
+
+void changeBand(double& gain, const BandChange& change) {
+    const double most = change.isStep ? 2 * kLargestGain : kLargestGain;
+    if (!isWithin(change.decibels, -most, most))
+        throw OutsideValueError(Kind::invalidValue, "the gain of a band is a number of decibels from -12 to "
+                                                    "12, a step one from -24 to 24");
+    gain = change.isStep ? std::clamp(gain + change.decibels, -kLargestGain, kLargestGain) : change.decibels;
+}
+
+void changeBands(std::vector<double>& gains, std::span<const BandChange> changes) {
+    if (changes.empty())
+        return;
+    gains.resize(EQSettings::bandCount);
+    for (const BandChange& change : changes)
+        changeBand(gains[change.band], change);
+}
+
+double changedVolume(double volume, const SettingsChange& change) {
+    constexpr double largestFactor = 1000;
+    if (int{change.volume.has_value()} + int{change.volumeStep.has_value()} +
+            int{change.volumeFactor.has_value()} >
+        1)
+        throw OutsideValueError(Kind::invalidValue,
+                                "a volume, a step of it and a factor exclude each other; give one");
+    if (change.volume) {
+        checkVolume(*change.volume);
+        return *change.volume;
+    }
+    if (!isWithin(change.volumeStep.value_or(0), -kLargestVolume, kLargestVolume) ||
+        !isWithin(change.volumeFactor.value_or(1), 0, largestFactor))
+        throw OutsideValueError(Kind::invalidValue, "a step of the volume is a number from -1 to 1, a "
+                                                    "factor one from 0 to 1000");
+    if (!change.volumeStep && !change.volumeFactor)
+        return volume;
+    return std::clamp(volume * change.volumeFactor.value_or(1) + change.volumeStep.value_or(0), 0.0,
+                      kLargestVolume);
+}
+
+bool changedBypass(bool isBypassed, const SettingsChange& change) {
+    if (change.isBypassed && change.togglesBypass)
+        throw OutsideValueError(Kind::invalidValue, "a bypass and its toggle exclude each other; give one");
+    return change.togglesBypass ? !isBypassed : change.isBypassed.value_or(isBypassed);
 }
 
 /// Includes line breaks and bidirectional controls, but not the joiners within emoji.
@@ -91,29 +139,53 @@ void checkPresetName(std::string_view name) {
         throw OutsideValueError(Kind::invalidValue, "the preset's name is blank; give one that can be seen");
 }
 
-void checkImportedPresetName(std::string_view name) {
+void checkNewPresetName(std::string_view name) {
     checkPresetName(name);
     if (EQPreset::fromRawValue(trimmedWhiteSpace(name)))
         throw OutsideValueError(Kind::invalidValue,
-                                "the preset's name is the id of a built-in preset; give another one");
+                                "the preset's name is the id of a built-in preset; choose another one");
+}
+
+void checkNewSourceID(std::string_view id) {
+    const bool isWellFormed = hasVisibleText(id) && id.size() <= kLongestName && isPlainText(id) &&
+                              std::ranges::none_of(id, [](unsigned char c) { return c <= ' '; });
+    if (!isWellFormed)
+        throw OutsideValueError(Kind::invalidValue, "this cannot be the id of an application; an id is a "
+                                                    "text without blanks such as org.mozilla.firefox");
+    if (id.starts_with("pid."))
+        throw OutsideValueError(Kind::invalidValue,
+                                "settings for the number of a process are not kept; name an application");
+}
+
+std::size_t bandOf(double frequency) {
+    const auto& all = EQSettings::bandFrequencies;
+    const auto found = std::ranges::find(all, frequency);
+    if (found == all.end())
+        throw OutsideValueError(Kind::invalidValue, "there is no such band; the bands are 63, 125, 250, "
+                                                    "500, 1000, 2000, 4000 and 8000 Hz");
+    return static_cast<std::size_t>(found - all.begin());
+}
+
+bool SettingsChange::isRelative() const {
+    return !bands.empty() || volumeStep || volumeFactor || togglesBypass;
 }
 
 EQSettings changedSettings(EQSettings settings, const SettingsChange& change,
                            const SettingsChoices& choices) {
-    if (change == SettingsChange())
+    SettingsChange asked = change;
+    asked.isNew = false;
+    if (asked == SettingsChange())
         throw OutsideValueError(Kind::invalidValue, "there is nothing to change; give at least one setting");
     if (auto curve = chosenCurve(change, choices.userPresets)) {
         // Check presets too: one from a file or another machine may have invalid gains.
         checkGains(*curve);
         settings.bandGains = std::move(*curve);
     }
-    if (change.volume) {
-        checkVolume(*change.volume);
-        settings.volume = *change.volume;
-    }
+    changeBands(settings.bandGains, change.bands);
+    settings.volume = changedVolume(settings.volume, change);
     if (change.outputDeviceUID)
         settings.outputDeviceUID = chosenOutput(*change.outputDeviceUID, choices.outputRoutes);
-    settings.isBypassed = change.isBypassed.value_or(settings.isBypassed);
+    settings.isBypassed = changedBypass(settings.isBypassed, change);
     settings.downmixesSurround = change.downmixesSurround.value_or(settings.downmixesSurround);
     return settings;
 }

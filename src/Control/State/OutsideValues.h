@@ -38,18 +38,42 @@ void checkVolume(double volume);
 /// Valid UTF-8 with a visible character, at most kLongestPresetName bytes, no control characters.
 void checkPresetName(std::string_view name);
 inline constexpr std::size_t kLongestPresetName = 200;
-/// The name of a preset from a file: as above, and not the id of a built-in preset, which would hide it.
-void checkImportedPresetName(std::string_view name);
+/// checkPresetName(), and not the id of a built-in preset: the id would stand for that one everywhere.
+void checkNewPresetName(std::string_view name);
+/// Whether a source that has never played may have this id: a plain text of at most 200 bytes without white
+/// space, and not the number of a process, which is never saved.
+void checkNewSourceID(std::string_view id);
 
-/// An atomic change of one source's settings. Absent members are not changed.
+/// A change of one band.
+struct BandChange {
+    std::size_t band = 0; ///< below EQSettings::bandCount
+    double decibels = 0;  ///< -12 to 12; a step from -24 to 24
+    bool isStep = false;  ///< add to the gain instead of replacing it
+
+    friend bool operator==(const BandChange&, const BandChange&) = default;
+};
+
+/// The band whose centre is this frequency in Hz; throws OutsideValueError if there is none.
+std::size_t bandOf(double frequency);
+
+/// An atomic change of one source's settings. Absent members are not changed. Steps stop at the limits.
 struct SettingsChange {
     bool resetsCurve = false; ///< makes the curve flat
     std::optional<std::vector<double>> bandGains = {};
     std::optional<std::string> presetID = {};
+    std::vector<BandChange> bands = {}; ///< applied after a new curve
     std::optional<double> volume = {};
+    std::optional<double> volumeStep = {};   ///< linear, -1 to 1; added
+    std::optional<double> volumeFactor = {}; ///< linear, 0 to 1000; multiplied
     std::optional<bool> isBypassed = {};
+    bool togglesBypass = false;
     std::optional<std::string> outputDeviceUID = {}; ///< empty: automatic
     std::optional<bool> downmixesSurround = {};      ///< not for the system-wide source
+    bool isNew = false; ///< the source may be one that has neither played nor stored settings
+
+    /// Whether the result depends on the settings before. Such a change starts from the settings in force:
+    /// of a source without settings of its own, from the system-wide ones.
+    bool isRelative() const;
 
     friend bool operator==(const SettingsChange&, const SettingsChange&) = default;
 };

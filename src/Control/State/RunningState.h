@@ -36,7 +36,7 @@ struct SourceState {
     AppAudioSource source;
     EQSettings settings; ///< the source's own settings
     TapState tapState = TapState::none;
-    std::optional<std::string> deviceUID = {}; ///< the device that VELLO plays it on
+    std::optional<std::string> deviceUID = {}; ///< the device that it is heard on now
     /// Present while the meters are running and the source is audible.
     std::optional<MeterReading> meters = {};
 
@@ -87,6 +87,8 @@ struct RunningState {
     std::optional<std::vector<ExemptStreamState>> exemptStreams = {};
     /// Only present if requested.
     std::optional<std::vector<ReadyApplicationState>> readyApplications = {};
+    /// Sources with stored settings that do not play. Only present if requested.
+    std::optional<std::vector<SourceState>> storedSources = {};
 
     friend bool operator==(const RunningState&, const RunningState&) = default;
 };

@@ -4,6 +4,7 @@
 #include "Control/State/ExemptionWords.h"
 #include "Control/State/StateWords.h"
 #include "Foundation/Text.h"
+#include "Table.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,35 +22,6 @@ std::string formatted(const char* format, double value) {
     std::snprintf(text, sizeof text, format, value);
     return text;
 }
-
-/// A table whose first row holds the titles. Every column is as wide as its widest cell.
-class Table {
-public:
-    void add(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-
-    std::string text() const {
-        std::string result;
-        for (const auto& row : rows_) {
-            std::string line;
-            for (std::size_t column = 0; column < row.size(); ++column) {
-                line += row[column];
-                line.append(widthOf(column) - terminalWidth(row[column]) + 2, ' ');
-            }
-            result.append(line, 0, line.find_last_not_of(' ') + 1).append("\n");
-        }
-        return result;
-    }
-
-private:
-    std::size_t widthOf(std::size_t column) const {
-        std::size_t widest = 0;
-        for (const auto& row : rows_)
-            widest = std::max(widest, terminalWidth(row[column]));
-        return widest;
-    }
-
-    std::vector<std::vector<std::string>> rows_;
-};
 
 std::string decibels(std::span<const double> gains) {
     std::string text;
@@ -76,9 +48,11 @@ std::string outputName(const RunningState& state, const std::string& uid) {
 }
 
 std::string outputCell(const RunningState& state, const SourceState& entry) {
-    const auto uid = entry.deviceUID ? entry.deviceUID : entry.settings.outputDeviceUID;
-    return (uid ? outputName(state, *uid) : "automatic") +
-           (entry.settings.downmixesSurround ? ", downmixed" : "");
+    const auto& chosen = entry.settings.outputDeviceUID;
+    std::string text = entry.deviceUID ? outputName(state, *entry.deviceUID) : chosen ? "" : "automatic";
+    if (chosen && chosen != entry.deviceUID)
+        text.append(text.empty() ? "" : ", ").append("chosen: ").append(outputName(state, *chosen));
+    return text + (entry.settings.downmixesSurround ? ", downmixed" : "");
 }
 
 std::string levelCell(const SourceState& entry) {
@@ -122,8 +96,7 @@ std::string exemptText(const RunningState& state) {
         return "";
     if (state.exemptStreams->empty())
         return "\nNo stream is left as it is.\n";
-    Table table;
-    table.add({"SOURCE", "NAME", "STREAM", "PID", "OUTPUT", "PLAYS", "LEFT AS IT IS BECAUSE"});
+    Table table({"SOURCE", "NAME", "STREAM", "PID", "OUTPUT", "PLAYS", "LEFT AS IT IS BECAUSE"});
     for (const ExemptStreamState& stream : *state.exemptStreams)
         table.add(row(state, stream));
     return "\n" + table.text();
@@ -139,10 +112,27 @@ std::string readyText(const RunningState& state) {
         return "";
     if (state.readyApplications->empty())
         return "\nNo application is held ready.\n";
-    Table table;
-    table.add({"SOURCE", "NAME", "HELD READY ON"});
+    Table table({"SOURCE", "NAME", "HELD READY ON"});
     for (const ReadyApplicationState& application : *state.readyApplications)
         table.add(row(state, application));
+    return "\n" + table.text();
+}
+
+std::vector<std::string> storedRow(const RunningState& state, const SourceState& entry) {
+    const auto& chosen = entry.settings.outputDeviceUID;
+    return {fittedText(entry.source.id, kWidestID), formatted("%.0f %%", 100 * entry.settings.volume),
+            entry.settings.isBypassed ? "bypassed" : curve(state, entry.settings),
+            chosen ? outputName(state, *chosen) : "automatic"};
+}
+
+std::string storedText(const RunningState& state) {
+    if (!state.storedSources)
+        return "";
+    if (state.storedSources->empty())
+        return "\nNo other source has settings of its own.\n";
+    Table table({"DOES NOT PLAY", "VOLUME", "CURVE", "CHOSEN OUTPUT"});
+    for (const SourceState& entry : *state.storedSources)
+        table.add(storedRow(state, entry));
     return "\n" + table.text();
 }
 
@@ -161,8 +151,7 @@ std::string saveSentence(const RunningState& state) {
 } // namespace
 
 std::string statusText(const RunningState& state) {
-    Table table;
-    table.add({"SOURCE", "NAME", "PID", "TAP", "OUTPUT", "LEVEL", "VOLUME", "CURVE", "TEMPO"});
+    Table table({"SOURCE", "NAME", "PID", "TAP", "OUTPUT", "LEVEL", "VOLUME", "CURVE", "TEMPO"});
     for (const SourceState& entry : state.sources)
         table.add(row(state, entry));
     const std::string power = state.isProcessingEnabled ? "on" : "off";
@@ -172,15 +161,14 @@ std::string statusText(const RunningState& state) {
                .append(power)
                .append(".\n") +
            permissionSentence(state) + saveSentence(state) + "\n" + table.text() + exemptText(state) +
-           readyText(state);
+           readyText(state) + storedText(state);
 }
 
 std::string presetsText(const RunningState& state) {
-    Table table;
     std::vector<std::string> titles{"PRESET", "NAME"};
     for (std::size_t band = 0; band < EQSettings::bandCount; ++band)
         titles.push_back(EQSettings::bandLabel(band));
-    table.add(std::move(titles));
+    Table table(std::move(titles));
     for (const PresetState& preset : state.presets) {
         std::vector<std::string> cells{fittedText(preset.id, kWidestID),
                                        fittedText(preset.name, kWidestName)};
@@ -188,6 +176,14 @@ std::string presetsText(const RunningState& state) {
             cells.push_back(band < preset.bandGains.size() ? decibels({&preset.bandGains[band], 1}) : "-");
         table.add(std::move(cells));
     }
+    return table.text();
+}
+
+std::string outputsText(const RunningState& state) {
+    Table table({"OUTPUT", "NAME", "DEFAULT"});
+    for (const AudioOutputRoute& route : state.outputs)
+        table.add({fittedText(route.id, kWidestID), fittedText(route.name, kWidestName),
+                   route.isDefault ? "yes" : "no"});
     return table.text();
 }
 

@@ -9,8 +9,10 @@
 /// untrusted names.
 namespace vello {
 
-/// The overall state and a table of the sources, followed by a table of the exempt streams if present.
+/// The overall state and a table of the sources, followed by tables of the exempt streams, of what is held
+/// ready and of the sources with stored settings that do not play, each if present.
 std::string statusText(const RunningState& state);
 std::string presetsText(const RunningState& state);
+std::string outputsText(const RunningState& state);
 
 } // namespace vello

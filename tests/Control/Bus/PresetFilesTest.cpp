@@ -133,7 +133,7 @@ TEST_F(PresetFileCommands, OnlySayWhatAFileBecomesWithoutAnInstance) {
     EXPECT_THAT(result.output, AllOf(HasSubstr("Shelf\n"), HasSubstr("dB RMS, at most 2.86 dB at 40 Hz\n"),
                                      HasSubstr("Nothing was saved.\n")));
     const Run saving = run({"import", folder / "Shelf.txt"});
-    EXPECT_EQ(saving.exitCode, 1);
+    EXPECT_EQ(saving.exitCode, 3);
     EXPECT_THAT(saving.output, HasSubstr("vello: VELLO is not running"));
 }
 
@@ -158,6 +158,13 @@ TEST_F(PresetFileCommands, RefuseWhatCannotBeRead) {
     EXPECT_THAT(saved(), IsEmpty());
 }
 
+TEST_F(PresetFileCommands, SayWhatIsWrongAsJSONWhereJSONIsAskedFor) {
+    start();
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"import", "--json", folder / "nowhere.txt"}, {"export", "--json"}})
+        EXPECT_THAT(run(words).output, testing::StartsWith(R"({"error":{"kind":"failed","message":")"));
+}
+
 TEST_F(PresetFileCommands, ExportPresetsToStandardOutputOrAFile) {
     start();
     expectRefusal({"export"}, "no saved presets");
@@ -170,6 +177,7 @@ TEST_F(PresetFileCommands, ExportPresetsToStandardOutputOrAFile) {
     ASSERT_THAT(exported, SizeIs(1));
     EXPECT_EQ(exported[0].name, "Two");
     expectRefusal({"export", "Three"}, "no saved preset \"Three\"");
+    expectRefusal({"export", "Twoo"}, "did you mean \"Two\"?");
     expectRefusal({"export", "--output", folder / "nowhere/presets.json"}, "cannot write");
 }
 

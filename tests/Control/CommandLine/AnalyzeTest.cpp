@@ -30,7 +30,7 @@ protected:
     Result analyze(const std::filesystem::path& file) {
         std::ostringstream out;
         std::ostringstream error;
-        const int exitCode = runAnalyze({file}, out, error);
+        const int exitCode = runAnalyze({.input = file}, out, error);
         return {exitCode, out.str(), error.str()};
     }
 
@@ -101,7 +101,7 @@ TEST_F(Analyze, FailsWhenItsResultGoesNowhere) {
     std::ofstream full("/dev/full");
     std::ostringstream error;
     EXPECT_EQ(runAnalyze({folder_ / "in.wav"}, full, error), kExitFailed);
-    EXPECT_THAT(error.str(), HasSubstr("cannot write the result"));
+    EXPECT_THAT(error.str(), HasSubstr("cannot write to standard output"));
 }
 
 TEST_F(Analyze, ExitsAsTheCommandLinePromises) {

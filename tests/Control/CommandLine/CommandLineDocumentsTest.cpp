@@ -8,7 +8,9 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -114,7 +116,29 @@ protected:
                                    "((${#COMPREPLY[@]} == 0)) || printf '%s\\n' \"${COMPREPLY[@]}\"";
         std::vector<std::string> command{"bash", "-c", script, VELLO_COMPLETION, "vello"};
         command.insert(command.end(), words.begin(), words.end());
-        return lines(session::runProgram(command, session::ownEnvironment(), folder_.path()));
+        return lines(session::runProgram(command, environment(), folder_.path()));
+    }
+    /// Finds `vello` as an installed one is found, and no running instance.
+    session::Environment environment() const {
+        session::Environment result = session::ownEnvironment();
+        const auto programs = std::filesystem::path(VELLO_EXECUTABLE).parent_path().string();
+        result["PATH"] = programs + ":" + result["PATH"];
+        result.erase("DBUS_SESSION_BUS_ADDRESS");
+        result["XDG_RUNTIME_DIR"] = folder_ / "nowhere";
+        return result;
+    }
+    /// What a shell prints for `script`; nullopt if it is not installed. `script` sees the file as $1.
+    std::optional<std::string> printed(const std::string& shell, const std::string& file,
+                                       const std::string& script) {
+        if (!isInstalled(shell))
+            return std::nullopt;
+        std::vector<std::string> command{shell, "-c", script, file};
+        if (shell != "fish")
+            command.insert(command.begin() + 3, shell); // $0
+        return session::runProgram(command, environment(), folder_.path());
+    }
+    static bool isInstalled(const std::string& shell) {
+        return std::filesystem::exists("/usr/bin/" + shell) || std::filesystem::exists("/bin/" + shell);
     }
 
     TemporaryFolder folder_;
@@ -132,7 +156,8 @@ TEST_F(Completion, OffersEveryCommandAndNoOther) {
         if (!command.empty() && command.find(' ') == std::string::npos)
             commands.push_back(command);
     EXPECT_THAT(offered({""}), testing::UnorderedElementsAreArray(commands));
-    EXPECT_THAT(offered({"preset", ""}), testing::UnorderedElementsAre("save", "import", "export"));
+    EXPECT_THAT(offered({"preset", ""}),
+                testing::UnorderedElementsAre("delete", "export", "import", "rename", "save"));
 }
 
 TEST_F(Completion, OffersEveryOptionOfACommandAndNoOther) {
@@ -148,8 +173,10 @@ TEST_F(Completion, OffersEveryOptionOfACommandAndNoOther) {
 }
 
 TEST_F(Completion, OffersTheValuesThatAreFixed) {
-    EXPECT_THAT(offered({"set", "x", "--bypass", "o"}), testing::ElementsAre("on", "off"));
-    EXPECT_THAT(offered({"set", "x", "--downmix", "o"}), testing::ElementsAre("on", "off"));
+    EXPECT_THAT(offered({"set", "x", "--bypass", "o"}), testing::ElementsAre("off", "on"));
+    EXPECT_THAT(offered({"set", "x", "--bypass", "t"}), testing::ElementsAre("toggle"));
+    EXPECT_THAT(offered({"set", "x", "--downmix", "o"}), testing::ElementsAre("off", "on"));
+    EXPECT_THAT(offered({"completion", ""}), testing::ElementsAre("bash", "fish", "zsh"));
     EXPECT_THAT(offered({"permission", "a"}), testing::UnorderedElementsAre("allow", "ask"));
     EXPECT_THAT(offered({"render", "--preset", "v"}), testing::ElementsAre("vocal"));
     EXPECT_THAT(offered({"set", "x", "--volume", ""}), testing::IsEmpty());
@@ -157,8 +184,51 @@ TEST_F(Completion, OffersTheValuesThatAreFixed) {
 
 TEST_F(Completion, OffersFiles) {
     writeTestFile(folder_ / "a sound.wav", "");
-    EXPECT_THAT(offered({"render", (folder_ / "a s").string()}),
-                testing::ElementsAre((folder_ / "a sound.wav").string()));
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"render"}, {"preset", "import"}, {"preset", "export", "--output"}}) {
+        std::vector<std::string> unfinished = words;
+        unfinished.push_back((folder_ / "a s").string());
+        EXPECT_THAT(offered(unfinished), testing::ElementsAre((folder_ / "a sound.wav").string()));
+    }
+}
+
+TEST_F(Completion, IsPrintedByTheProgramAsItIsInstalled) {
+    for (const auto& [shell, file] :
+         {std::pair{"bash", "vello"}, {"zsh", "_vello"}, {"fish", "vello.fish"}}) {
+        const char* arguments[] = {"vello", "completion", shell};
+        std::ostringstream out;
+        parseCommandLine(3, arguments, out, out);
+        EXPECT_EQ(out.str(), readTestFile(std::filesystem::path(VELLO_COMPLETION).parent_path() / file))
+            << shell;
+    }
+}
+
+TEST_F(Completion, IsAcceptedByBash) {
+    const auto text = printed("bash", VELLO_COMPLETION, "source \"$1\"; complete -p vello");
+    ASSERT_TRUE(text) << "bash is a package of the tests";
+    EXPECT_EQ(*text, "complete -F _vello vello\n");
+}
+
+TEST_F(Completion, IsAcceptedByZshAndOffersCommands) {
+    const auto file = std::filesystem::path(VELLO_COMPLETION).parent_path() / "_vello";
+    // The completion system works in an interactive line only; its last step prints here what it would offer.
+    const auto text = printed("zsh", file,
+                              "compdef() { print \"$@\" }; _describe() { print -l ${(P)2} }; source $1; "
+                              "words=(vello preset ''); CURRENT=3; _vello");
+    if (!text)
+        GTEST_SKIP() << "zsh is not installed";
+    EXPECT_THAT(*text, testing::StartsWith("_vello vello\n"));
+    EXPECT_THAT(*text, testing::HasSubstr("\nrename:Give a saved curve another name\n"));
+}
+
+TEST_F(Completion, IsAcceptedByFishAndOffersCommands) {
+    const auto file = std::filesystem::path(VELLO_COMPLETION).parent_path() / "vello.fish";
+    const auto text = printed("fish", file, "source $argv[1]; complete -C 'vello preset '");
+    if (!text)
+        GTEST_SKIP() << "fish is not installed";
+    EXPECT_THAT(lines(*text),
+                testing::IsSupersetOf({"delete\tDelete a saved curve; sources that use it keep its gains",
+                                       "rename\tGive a saved curve another name"}));
 }
 
 } // namespace

@@ -139,9 +139,9 @@ TEST(CommandLine, ReadsEveryRenderOption) {
     EXPECT_EQ(parsed.render.bufferFrames, 64U);
 }
 
-TEST(CommandLine, TakesTheGainsOfAPreset) {
-    const Parsed parsed = parse({"render", "--preset", "reduceBass", "in", "out"});
-    EXPECT_THAT(parsed.render.settings.bandGains, ElementsAre(-6, -5, -3.5, -1.5, 0, 0, 0, 0));
+TEST(CommandLine, RendersWithAPresetByItsWord) {
+    EXPECT_EQ(parse({"render", "--preset", "Bass Boost", "in", "out"}).render.preset, "Bass Boost");
+    EXPECT_EQ(parse({"render", "in", "out"}).render.preset, "");
 }
 
 TEST(CommandLine, TakesFileNamesThatLookLikeOptionsAfterADoubleDash) {
@@ -159,7 +159,7 @@ TEST(CommandLine, RefusesWrongUsageInOneLine) {
     expectWrongUsage({"render", "in"});
     expectWrongUsage({"render", "in", "out", "more"});
     expectWrongUsage({"render", "--preset", "flat", "--gains", "1,2,3,4,5,6,7,8", "in", "out"});
-    expectWrongUsage({"render", "--preset", "Bass Boost", "in", "out"});
+    expectWrongUsage({"render", "--preset", "", "in", "out"});
     expectWrongUsage({"render", "line\nbreak", "\x1b[2J", "more", "\n"});
 }
 
@@ -183,9 +183,10 @@ TEST(CommandLine, AsksTheRunningInstanceForItsStatus) {
     const Parsed parsed = parse({"status", "--json", "--watch"});
     ASSERT_EQ(parsed.command, Command::client) << parsed.error;
     EXPECT_EQ(parsed.client.action, Action::status);
-    EXPECT_TRUE(parsed.client.isJSON);
+    EXPECT_EQ(parsed.client.format, OutputFormat::json);
     EXPECT_TRUE(parsed.client.keepsWatching);
-    EXPECT_FALSE(parse({"status"}).client.isJSON);
+    EXPECT_FALSE(parsed.client.showsLevels);
+    EXPECT_EQ(parse({"status"}).client.format, OutputFormat::text);
     EXPECT_FALSE(parse({"status"}).client.showsAll);
     EXPECT_TRUE(parse({"status", "--all", "--json"}).client.showsAll);
 }
@@ -213,10 +214,16 @@ TEST(CommandLine, ReadsTheOtherRequests) {
     EXPECT_EQ(parse({"on"}).client.action, Action::turnOn);
     EXPECT_EQ(parse({"off"}).client.action, Action::turnOff);
     EXPECT_EQ(parse({"presets"}).client.action, Action::listPresets);
-    EXPECT_TRUE(parse({"presets", "--json"}).client.isJSON);
+    EXPECT_EQ(parse({"presets", "--json"}).client.format, OutputFormat::json);
+    EXPECT_EQ(parse({"outputs"}).client.action, Action::listOutputs);
+    EXPECT_EQ(parse({"toggle"}).client.action, Action::toggle);
     const Parsed save = parse({"preset", "save", "Late night", "--from", "system"});
     EXPECT_EQ(save.client.action, Action::savePreset);
     EXPECT_EQ(save.client.presetName, "Late night");
+    EXPECT_EQ(save.client.source, "system");
+}
+
+TEST(CommandLine, ReadsWhichPresetFilesAreMeant) {
     const Parsed import = parse({"preset", "import", "-", "--name", "Mine", "--dry-run"});
     EXPECT_EQ(import.client.action, Action::importPresets);
     EXPECT_EQ(import.client.presetFile.file, "-");
@@ -227,7 +234,8 @@ TEST(CommandLine, ReadsTheOtherRequests) {
     EXPECT_EQ(exported.client.presetFile.file, "file.json");
     EXPECT_EQ(exported.client.presetFile.exportedNames, (std::vector<std::string>{"One", "Two"}));
     EXPECT_EQ(parse({"preset", "export"}).client.presetFile.file, "-");
-    EXPECT_EQ(save.client.source, "system");
+    EXPECT_EQ(parse({"preset", "import", "x", "--json"}).client.format, OutputFormat::json);
+    EXPECT_EQ(parse({"preset", "export", "--json"}).client.format, OutputFormat::json);
 }
 
 TEST(CommandLine, RefusesRequestsThatMakeNoSense) {
@@ -246,8 +254,30 @@ TEST(CommandLine, RefusesRequestsThatMakeNoSense) {
     for (const char* gains : {"", "1,2,3,4,5,6,7", "1,2,3,4,5,6,7,8,9", "1,2,3,4,5,6,7,12.1",
                               "1,2,3,4,5,6,7,nan", "1,2,3,4,5,6,7,-inf"})
         expectWrongUsage({"set", "x", "--gains", gains});
-    for (const char* volume : {"", "-0.1", "1.1", "nan", "inf", "50%"})
+    for (const char* volume : {"", "1.1", "101%", "3dB", "=-0.1", "=+1dB", "nan", "inf", "loud", "%", "dB",
+                               "+", "-", "5 %", "+101%", "-2", "+61dB", "++5%", "1e999%"})
         expectWrongUsage({"set", "x", "--volume", volume});
+    for (const char* band : {"", "1k", "=3", "1k=", "3k=1", "1k=13", "1k=-12.5", "1k+=25", "1k=loud", "k=3",
+                             "1k=nan", "1kk=3", "-1k=3"})
+        expectWrongUsage({"set", "x", "--band", band});
+    expectWrongUsage({"set", "x", "--band", "1k=3", "--band", "1000+=3"});
+    expectWrongUsage({"set", "x", "--new"});
+    expectWrongUsage({"status", "--levels"});
+    expectWrongUsage({"status", "--watch", "--rate", "5"});
+    for (const char* rate : {"", "0", "-1", "21", "nan", "often"})
+        expectWrongUsage({"status", "--watch", "--levels", "--rate", rate});
+    expectWrongUsage({"preset", "save", "x", "--from", "system", "--gains", "1,2,3,4,5,6,7,8"});
+    expectWrongUsage({"preset", "save", "x", "--gains", "1,2,3"});
+    expectWrongUsage({"preset", "save", "vocal", "--from", "system"});
+    expectWrongUsage({"preset", "save", " flat ", "--from", "system"});
+    expectWrongUsage({"preset", "rename", "x", "vocal"});
+    expectWrongUsage({"preset", "rename", "x"});
+    expectWrongUsage({"preset", "delete"});
+    expectWrongUsage({"follow"});
+    expectWrongUsage({"undo", ""});
+    expectWrongUsage({"forget"});
+    expectWrongUsage({"completion"});
+    expectWrongUsage({"completion", "tcsh"});
     expectWrongUsage({"preset"});
     expectWrongUsage({"preset", "save", "x"});
     expectWrongUsage({"preset", "import"});
@@ -260,6 +290,82 @@ TEST(CommandLine, RefusesRequestsThatMakeNoSense) {
     expectWrongUsage({"preset", "save", "two\nlines", "--from", "system"});
     expectWrongUsage({"--headless", "status"});
     expectWrongUsage({"on", "off"});
+}
+
+SettingsChange changeOf(const std::vector<const char*>& options) {
+    std::vector<const char*> arguments{"set", "x"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const Parsed parsed = parse(arguments);
+    EXPECT_EQ(parsed.client.action, Action::set) << parsed.error;
+    return parsed.client.change;
+}
+
+TEST(CommandLine, ReadsAVolumeInEveryUnit) {
+    EXPECT_EQ(changeOf({"--volume", "0.5"}), SettingsChange{.volume = 0.5});
+    EXPECT_EQ(changeOf({"--volume", "50%"}), SettingsChange{.volume = 0.5});
+    EXPECT_EQ(changeOf({"--volume", "+5%"}), SettingsChange{.volumeStep = 0.05});
+    EXPECT_EQ(changeOf({"--volume", "-0.25"}), SettingsChange{.volumeStep = -0.25});
+    EXPECT_NEAR(changeOf({"--volume", "-3dB"}).volumeFactor.value_or(0), 0.70795, 1e-5);
+    EXPECT_NEAR(changeOf({"--volume", "+3db"}).volumeFactor.value_or(0), 1.41254, 1e-5);
+    EXPECT_NEAR(changeOf({"--volume", "=-3dB"}).volume.value_or(0), 0.70795, 1e-5);
+    EXPECT_EQ(changeOf({"--volume", "0dB"}), SettingsChange{.volume = 1.0});
+}
+
+TEST(CommandLine, ReadsSingleBands) {
+    EXPECT_EQ(changeOf({"--band", "1k=+3"}), (SettingsChange{.bands = {{4, 3, false}}}));
+    EXPECT_EQ(changeOf({"--band", "63=-12", "--band", "8K+=1.5dB", "--band", "500-=2"}),
+              (SettingsChange{.bands = {{0, -12, false}, {7, 1.5, true}, {3, -2, true}}}));
+    EXPECT_EQ(changeOf({"--preset", "vocal", "--band", "2000=0"}),
+              (SettingsChange{.presetID = "vocal", .bands = {{5, 0, false}}}));
+}
+
+TEST(CommandLine, ReadsTheOtherChanges) {
+    EXPECT_EQ(changeOf({"--bypass", "toggle"}), SettingsChange{.togglesBypass = true});
+    EXPECT_EQ(changeOf({"--new", "--volume", "1"}), (SettingsChange{.volume = 1.0, .isNew = true}));
+    const auto action = [](const char* word) { return parse({word, "Player"}).client.action; };
+    EXPECT_EQ(action("follow"), Action::follow);
+    EXPECT_EQ(action("undo"), Action::undo);
+    EXPECT_EQ(action("forget"), Action::forget);
+}
+
+TEST(CommandLine, ReadsWhatToDoWithSavedPresets) {
+    const Parsed save = parse({"preset", "save", "Mine", "--gains", "1,2,3,4,5,6,7,8"});
+    EXPECT_THAT(save.client.change.bandGains.value(), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8));
+    EXPECT_EQ(save.client.source, "");
+    const Parsed remove = parse({"preset", "delete", "Mine"});
+    EXPECT_EQ(remove.client.action, Action::deletePreset);
+    EXPECT_EQ(remove.client.presetName, "Mine");
+    const Parsed rename = parse({"preset", "rename", "Mine", "Yours", "--json"});
+    EXPECT_EQ(rename.client.action, Action::renamePreset);
+    EXPECT_EQ(rename.client.presetName, "Mine");
+    EXPECT_EQ(rename.client.newName, "Yours");
+    EXPECT_EQ(rename.client.format, OutputFormat::json);
+}
+
+TEST(CommandLine, ReadsHowOftenLevelsAreWatched) {
+    const Parsed parsed = parse({"status", "--watch", "--json", "--levels", "--rate", "2.5"});
+    EXPECT_TRUE(parsed.client.showsLevels);
+    EXPECT_EQ(parsed.client.levelRate, 2.5);
+    EXPECT_EQ(parse({"status", "--watch", "--levels"}).client.levelRate, 20);
+}
+
+TEST(CommandLine, SaysWhatWasProbablyMeant) {
+    const auto error = [](const std::vector<const char*>& arguments) { return parse(arguments).error; };
+    EXPECT_THAT(error({"stauts"}), HasSubstr("did you mean \"status\"?"));
+    EXPECT_THAT(error({"preset", "remane", "x", "y"}), HasSubstr("did you mean \"rename\"?"));
+    EXPECT_THAT(error({"preset", "exprot"}), HasSubstr("did you mean \"export\"?"));
+    EXPECT_THAT(error({"preset", "import", "x", "--nmae", "y"}), HasSubstr("did you mean \"--name\"?"));
+    EXPECT_THAT(error({"set", "x", "--volum", "1"}), HasSubstr("did you mean \"--volume\"?"));
+    EXPECT_THAT(error({"set", "x", "--bypass", "togle"}), HasSubstr("did you mean \"toggle\"?"));
+    EXPECT_THAT(error({"permission", "alow"}), HasSubstr("did you mean \"allow\"?"));
+    EXPECT_THAT(error({"xyzzy"}), testing::Not(HasSubstr("did you mean")));
+}
+
+TEST(CommandLine, PrintsWrongUsageAsJSONWhereJSONIsAskedFor) {
+    const Parsed parsed = parse({"set", "x", "--volume", "loud", "--json"});
+    EXPECT_EQ(parsed.exitCode, 2);
+    EXPECT_THAT(parsed.error, testing::StartsWith(R"({"error":{"kind":"usage","message":")"));
+    EXPECT_THAT(parsed.error, testing::EndsWith("\"exitCode\":2}}\n"));
 }
 
 } // namespace

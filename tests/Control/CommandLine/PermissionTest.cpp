@@ -42,7 +42,7 @@ private:
 
 class PermissionTest : public testing::Test {
 protected:
-    int run(PermissionAction action) {
+    int run(PermissionAction action, OutputFormat format = OutputFormat::text) {
         out_.str("");
         error_.str("");
         const AskForConsent ask = [this] {
@@ -51,7 +51,7 @@ protected:
                 throw std::runtime_error("nobody to ask");
             return *answer_;
         };
-        return runPermission(action, store_, ask, out_, error_);
+        return runPermission(action, format, store_, ask, out_, error_);
     }
 
     FakeConsentStore store_;
@@ -138,6 +138,25 @@ TEST(AskOnTerminal, AnEndOfTheInputIsNoAnswer) {
     EXPECT_EQ(answerTyped(""), Consent::undecided);
     EXPECT_EQ(answerTyped("\n\n"), Consent::undecided);
     EXPECT_EQ(answerTyped(std::string(1000, '\n')), Consent::undecided) << "nor is a terminal that is stuck";
+}
+
+TEST_F(PermissionTest, PrintsJSONForPrograms) {
+    EXPECT_EQ(run(PermissionAction::allow, OutputFormat::json), 0);
+    EXPECT_EQ(out_.str(), "{\"permission\":\"authorized\"}\n");
+    store_.isBroken = true;
+    EXPECT_EQ(run(PermissionAction::show, OutputFormat::json), 1);
+    EXPECT_EQ(error_.str(), R"({"error":{"kind":"failed","message":"it is broken;?mend it","exitCode":1}})"
+                            "\n");
+}
+
+TEST_F(PermissionTest, SaysThatItCannotPrint) {
+    out_.setstate(std::ios::badbit);
+    std::ostringstream error;
+    EXPECT_EQ(runPermission(
+                  PermissionAction::show, OutputFormat::text, store_, [] { return Consent::undecided; }, out_,
+                  error),
+              1);
+    EXPECT_THAT(error.str(), HasSubstr("cannot write to standard output"));
 }
 
 } // namespace

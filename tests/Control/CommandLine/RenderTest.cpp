@@ -28,6 +28,10 @@ using test::Sound;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+std::vector<UserEQPreset> noPresets() {
+    return {};
+}
+
 class Render : public testing::Test {
 protected:
     Render() {
@@ -62,7 +66,7 @@ protected:
 
     void expectSuccess(const RenderOptions& options) {
         std::ostringstream error;
-        EXPECT_EQ(runRender(options, error), 0);
+        EXPECT_EQ(runRender(options, noPresets, error), 0);
         EXPECT_THAT(error.str(), IsEmpty());
     }
 
@@ -70,7 +74,7 @@ protected:
     void expectFailure(const RenderOptions& options, const std::string& reason) {
         const auto before = listing();
         std::ostringstream error;
-        EXPECT_EQ(runRender(options, error), 1);
+        EXPECT_EQ(runRender(options, noPresets, error), 1);
         EXPECT_THAT(error.str(), HasSubstr(reason));
         EXPECT_THAT(error.str(), testing::StartsWith("vello: cannot "));
         EXPECT_EQ(std::ranges::count(error.str(), '\n'), 1);
@@ -251,7 +255,7 @@ TEST_F(Render, LeavesTheOldOutputWhenTheNewOneDoesNotFit) {
     std::signal(SIGXFSZ, SIG_IGN);
     setrlimit(RLIMIT_FSIZE, &small);
     std::ostringstream error;
-    const int code = runRender(options(), error);
+    const int code = runRender(options(), noPresets, error);
     setrlimit(RLIMIT_FSIZE, &old);
     std::signal(SIGXFSZ, SIG_DFL);
     EXPECT_EQ(code, 1);
@@ -276,7 +280,7 @@ TEST_F(Render, KeepsAFileNameFromTheTerminal) {
     RenderOptions chosen = options();
     chosen.input = path("evil\n\x1b[2J.wav");
     std::ostringstream error;
-    EXPECT_EQ(runRender(chosen, error), 1);
+    EXPECT_EQ(runRender(chosen, noPresets, error), 1);
     EXPECT_EQ(std::ranges::count(error.str(), '\n'), 1);
     EXPECT_THAT(error.str(), testing::Not(HasSubstr("\x1b")));
 }
@@ -330,6 +334,92 @@ TEST_F(Render, TheProgramTellsItsUsersByExitCode) {
     EXPECT_EQ(runProgram({"render", path("missing.wav"), path("out.wav")}), 1);
     EXPECT_EQ(runProgram({}), 1);
     EXPECT_EQ(runProgram({"render", path("in.wav")}), 2);
+}
+
+// Presets
+
+TEST_F(Render, TakesABuiltInOrSavedPresetByItsIDOrName) {
+    write(path("in.wav"), {.samples = std::vector<float>(2048, 0.25F)});
+    const auto saved = [] {
+        return std::vector<UserEQPreset>{{"Mine", std::vector<double>(8, 6.0)},
+                                         {"vocal", std::vector<double>(8, -6.0)}};
+    };
+    const auto rendered = [&](const std::string& preset, std::string& note) {
+        RenderOptions chosen = options();
+        chosen.preset = preset;
+        std::ostringstream error;
+        EXPECT_EQ(runRender(chosen, saved, error), 0) << error.str();
+        note = error.str();
+        return read(path("out.wav")).samples;
+    };
+    std::string note;
+    const auto vocal = rendered("Vocal", note);
+    EXPECT_THAT(note, IsEmpty());
+    EXPECT_EQ(rendered("vocal", note), vocal);
+    EXPECT_THAT(note, HasSubstr("\"vocal\" is taken for the built-in preset vocal"));
+    EXPECT_NE(rendered("Mine", note), vocal);
+    EXPECT_NE(rendered("Mine", note), rendered("flat", note));
+}
+
+TEST_F(Render, SaysWhichPresetWasProbablyMeant) {
+    write(path("in.wav"), {.samples = std::vector<float>(16)});
+    RenderOptions chosen = options();
+    chosen.preset = "vocla";
+    std::ostringstream error;
+    EXPECT_EQ(runRender(chosen, noPresets, error), 1);
+    EXPECT_THAT(error.str(), HasSubstr("there is no preset \"vocla\"; did you mean \"vocal\"?"));
+    EXPECT_FALSE(fs::exists(path("out.wav")));
+}
+
+TEST_F(Render, ReadsSavedPresetsFromTheSettingsFile) {
+    write(path("in.wav"), {.samples = std::vector<float>(2048, 0.25F)});
+    const auto render = [&](const std::string& preset, const char* output) {
+        const std::string line = "XDG_DATA_HOME=" + folder_.string() + " " + VELLO_EXECUTABLE +
+                                 " render --preset '" + preset + "' " + path("in.wav").string() + " " +
+                                 path(output).string();
+        return test::runProgram("/bin/sh", {"-c", line});
+    };
+    EXPECT_THAT(render("Mine", "out.wav").error, HasSubstr("no preset \"Mine\""));
+    fs::create_directory(path("EQ by QUORVIN"));
+    std::ofstream(path("EQ by QUORVIN") / "settings.json")
+        << R"({"version":1,"sources":{},"userPresets":[{"name":7},{"name":"Mine","bandGains":[6,5,3.5,1.5,0,0,0,0]}]})";
+    EXPECT_EQ(render("Mine", "out.wav").exitCode, 0);
+    EXPECT_EQ(render("bassBoost", "built-in.wav").exitCode, 0);
+    EXPECT_EQ(read(path("out.wav")).samples, read(path("built-in.wav")).samples);
+    std::ofstream(path("EQ by QUORVIN") / "settings.json") << "{]";
+    EXPECT_THAT(render("Mine", "out.wav").error, HasSubstr("no preset \"Mine\""));
+    EXPECT_EQ(render("vocal", "out.wav").exitCode, 0);
+    EXPECT_FALSE(fs::exists(path("EQ by QUORVIN") / "settings.json.corrupt")) << "the file is VELLO's alone";
+}
+
+// Standard input and output
+
+TEST_F(Render, ReadsStandardInputAndWritesStandardOutput) {
+    write(path("in.wav"), {.samples = std::vector<float>(5000, 0.25F)});
+    const std::string program = VELLO_EXECUTABLE;
+    const auto shell = [&](const std::string& line) { return test::runProgram("/bin/sh", {"-c", line}); };
+    const std::string in = path("in.wav");
+    EXPECT_EQ(shell(program + " render --volume 0.5 " + in + " " + path("out.wav").string()).exitCode, 0);
+    const auto piped = shell("cat " + in + " | " + program + " render --volume 0.5 - - | cat > " +
+                             path("piped.wav").string());
+    EXPECT_THAT(piped.error, IsEmpty());
+    EXPECT_EQ(read(path("piped.wav")).samples, read(path("out.wav")).samples);
+    EXPECT_EQ(shell("cat " + in + " | " + program + " analyze -").out, shell(program + " analyze " + in).out);
+}
+
+TEST_F(Render, SaysWhatIsWrongWithStandardInputAndOutput) {
+    write(path("in.wav"), {.samples = std::vector<float>(5000, 0.25F)});
+    const std::string program = VELLO_EXECUTABLE;
+    const auto shell = [&](const std::string& line) { return test::runProgram("/bin/sh", {"-c", line}); };
+    const auto empty = shell(program + " render - " + path("out.wav").string() + " < /dev/null");
+    EXPECT_EQ(empty.exitCode, 1);
+    EXPECT_THAT(empty.error, HasSubstr("cannot read '-': it is not a sound file"));
+    const auto cut = shell("head -c 1000 " + path("in.wav").string() + " | " + program + " analyze -");
+    EXPECT_EQ(cut.exitCode, 1);
+    EXPECT_THAT(cut.error, HasSubstr("cut short"));
+    const auto full = shell(program + " render " + path("in.wav").string() + " - > /dev/full");
+    EXPECT_EQ(full.exitCode, 1);
+    EXPECT_THAT(full.error, HasSubstr("cannot write '-': No space left on device"));
 }
 
 } // namespace

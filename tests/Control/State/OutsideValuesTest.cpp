@@ -67,13 +67,6 @@ TEST(OutsideValues, RefusesNamesThatNobodyCouldReadOrType) {
     EXPECT_EQ(refusal([] { checkPresetName(std::string(201, 'x')); }), Kind::invalidValue);
 }
 
-TEST(OutsideValues, RefusesImportedNamesThatHideABuiltInPreset) {
-    for (const char* name : {"flat", "bassBoost", " vocal ", "", "two\nlines"})
-        EXPECT_EQ(refusal([&] { checkImportedPresetName(name); }), Kind::invalidValue) << name;
-    for (const char* name : {"Flat", "bass boost", "Mine"})
-        EXPECT_EQ(refusal([&] { checkImportedPresetName(name); }), std::nullopt) << name;
-}
-
 TEST(OutsideValues, ChangesEachSettingByItself) {
     const EQSettings before{.bandGains = kCurve, .isBypassed = true, .volume = 0.5, .outputDeviceUID = "old"};
     const std::vector<UserEQPreset> presets{{"Mine", std::vector<double>(8, 1.0)}};
@@ -115,6 +108,64 @@ TEST(OutsideValues, RefusesAChangeThatCannotBeMade) {
     EXPECT_EQ(refusalOfChange({.bandGains = kCurve, .presetID = "vocal"}), Kind::invalidValue);
     EXPECT_EQ(refusalOfChange({.resetsCurve = true, .bandGains = kCurve}), Kind::invalidValue);
     EXPECT_EQ(refusalOfChange({.volume = 2}), Kind::invalidValue);
+}
+
+TEST(OutsideValues, ChangesByStepsThatStopAtTheLimits) {
+    const EQSettings before{.bandGains = kCurve, .volume = 0.5};
+    const auto after = [&](const SettingsChange& change) {
+        return changedSettings(before, change, {{}, {}});
+    };
+    EXPECT_DOUBLE_EQ(after({.volumeStep = -0.125}).volume, 0.375);
+    EXPECT_EQ(after({.volumeStep = 1}).volume, 1);
+    EXPECT_EQ(after({.volumeStep = -1}).volume, 0);
+    EXPECT_EQ(after({.volumeFactor = 0.5}).volume, 0.25);
+    EXPECT_EQ(after({.volumeFactor = 1000}).volume, 1);
+    EXPECT_TRUE(after({.togglesBypass = true}).isBypassed);
+    EXPECT_THAT(after({.bands = {{2, -3, true}, {0, -24, true}, {7, 1, false}}}).bandGains,
+                testing::ElementsAre(-12, -6, -6, 0, 0.5, 3, 6, 1));
+    EXPECT_THAT(after({.presetID = "flat", .bands = {{1, 2, true}}}).bandGains,
+                testing::ElementsAre(0, 2, 0, 0, 0, 0, 0, 0));
+}
+
+TEST(OutsideValues, RefusesStepsThatMakeNoSense) {
+    const double nan = std::nan("");
+    for (const double step : {1.01, -1.01, nan})
+        EXPECT_EQ(refusalOfChange({.volumeStep = step}), Kind::invalidValue) << step;
+    for (const double factor : {-0.1, 1001.0, nan})
+        EXPECT_EQ(refusalOfChange({.volumeFactor = factor}), Kind::invalidValue) << factor;
+    EXPECT_EQ(refusalOfChange({.volume = 1, .volumeStep = 0}), Kind::invalidValue);
+    EXPECT_EQ(refusalOfChange({.volumeStep = 0, .volumeFactor = 1}), Kind::invalidValue);
+    EXPECT_EQ(refusalOfChange({.bands = {{0, 12.5, false}}}), Kind::invalidValue);
+    EXPECT_EQ(refusalOfChange({.bands = {{0, nan, true}}}), Kind::invalidValue);
+    EXPECT_EQ(refusalOfChange({.bands = {{0, 24.5, true}}}), Kind::invalidValue);
+    EXPECT_EQ(refusalOfChange({.isBypassed = true, .togglesBypass = true}), Kind::invalidValue);
+    EXPECT_EQ(refusalOfChange({.isNew = true}), Kind::invalidValue) << "nothing to change";
+    EXPECT_EQ(refusal([] { bandOf(64); }), Kind::invalidValue);
+    EXPECT_EQ(bandOf(8000), 7U);
+}
+
+TEST(OutsideValues, TakesATitleOfABuiltInPresetLast) {
+    const std::vector<UserEQPreset> presets{{"Vocal", kCurve}};
+    EXPECT_EQ(changedSettings({}, {.presetID = "Vocal"}, {presets, {}}).bandGains, kCurve);
+    EXPECT_THAT(changedSettings({}, {.presetID = "Vocal"}, {{}, {}}).bandGains,
+                testing::ElementsAreArray(EQPreset(EQPreset::vocal).bandGains()));
+}
+
+TEST(OutsideValues, RefusesTheIDsOfBuiltInPresetsAsNewNames) {
+    for (const char* name : {"vocal", " flat", "bassBoost\t", "two\nlines"})
+        EXPECT_EQ(refusal([&] { checkNewPresetName(name); }), Kind::invalidValue) << name;
+    for (const char* name : {"Vocal", "bass boost", "Mine"})
+        EXPECT_EQ(refusal([&] { checkNewPresetName(name); }), std::nullopt) << name;
+    EXPECT_EQ(refusal([] { checkNewPresetName(""); }), Kind::invalidValue);
+}
+
+TEST(OutsideValues, TakesNewSourceIDsThatAnApplicationCanHave) {
+    for (const char* id : {"org.example.player", "firefox", "Ночь"})
+        EXPECT_EQ(refusal([&] { checkNewSourceID(id); }), std::nullopt) << id;
+    for (const std::string id :
+         {"", " ", "two words", "tab\t", "pid.12", "escape\x1b[2J", "broken\xC3", "back\u202Ewards"})
+        EXPECT_EQ(refusal([&] { checkNewSourceID(id); }), Kind::invalidValue) << testing::PrintToString(id);
+    EXPECT_EQ(refusal([] { checkNewSourceID(std::string(201, 'x')); }), Kind::invalidValue);
 }
 
 } // namespace
