@@ -12,7 +12,8 @@ std::filesystem::path settingsFile(const PrivateAudioSession& session) {
     return session.dataHome() / "EQ by QUORVIN" / "settings.json";
 }
 
-void writeSettings(const PrivateAudioSession& session, const std::map<std::string, SourceSettings>& sources) {
+void writeSettings(const PrivateAudioSession& session, const std::map<std::string, SourceSettings>& sources,
+                   int presets) {
     nlohmann::json payload = {
         {"version", 1}, {"sources", nlohmann::json::object()}, {"userPresets", nlohmann::json::array()}};
     for (const auto& [source, settings] : sources) {
@@ -23,6 +24,9 @@ void writeSettings(const PrivateAudioSession& session, const std::map<std::strin
         if (!settings.output.empty())
             entry["outputDeviceUID"] = settings.output;
     }
+    for (int i = 0; i < presets; ++i)
+        payload["userPresets"].push_back({{"name", "Preset " + std::to_string(i)},
+                                          {"bandGains", {i % 12, i % 7, 0.5, 0, 0, -i % 11, -i % 5, 1}}});
     const auto file = settingsFile(session);
     std::filesystem::create_directories(file.parent_path());
     std::ofstream stream(file, std::ios::trunc);

@@ -26,6 +26,8 @@ inline constexpr const char* kTapPrefix = "EQ-by-QUORVIN-Tap-";
 
 std::filesystem::path settingsFile(const PrivateAudioSession& session);
 /// Writes the session's settings file, by source ID.
-void writeSettings(const PrivateAudioSession& session, const std::map<std::string, SourceSettings>& sources);
+/// With `presets` saved presets of the names "Preset 0" and so on, each with other gains.
+void writeSettings(const PrivateAudioSession& session, const std::map<std::string, SourceSettings>& sources,
+                   int presets = 0);
 
 } // namespace vello::session
