@@ -252,12 +252,15 @@ void ProcessTap::installObservers() {
     if (!processes)
         return;
     for (const AudioObjectID process : processes->ids)
-        appDeviceObservers_.push_back(std::make_unique<CoreAudioPropertyObserver>(
-            services_.hardware, services_.log, process, kAudioProcessPropertyDevices,
-            kAudioObjectPropertyScopeOutput, [this] {
-                if (automaticRouteWouldChangeDevice())
-                    run(onAppOutputDeviceChange_);
-            }));
+        if (attempt([&] {
+                return readProperty<std::int32_t>(services_.hardware, process, kAudioProcessPropertyPID);
+            }))
+            appDeviceObservers_.push_back(std::make_unique<CoreAudioPropertyObserver>(
+                services_.hardware, services_.log, process, kAudioProcessPropertyDevices,
+                kAudioObjectPropertyScopeOutput, [this] {
+                    if (automaticRouteWouldChangeDevice())
+                        run(onAppOutputDeviceChange_);
+                }));
 }
 
 // Output device

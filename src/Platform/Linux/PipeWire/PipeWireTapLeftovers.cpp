@@ -5,6 +5,7 @@
 #include "PipeWireQuirks.h"
 
 #include <algorithm>
+#include <malloc.h>
 #include <utility>
 
 namespace vello {
@@ -34,7 +35,11 @@ MainThread::Instant PipeWireTapLeftovers::dropAt(const Leftover& leftover) const
 
 void PipeWireTapLeftovers::drop() {
     const auto now = MainThread::Clock::now();
-    std::erase_if(leftovers_, [&](const Leftover& leftover) { return now >= dropAt(leftover); });
+    const auto dropped =
+        std::erase_if(leftovers_, [&](const Leftover& leftover) { return now >= dropAt(leftover); });
+    // The audio library's freed blocks lie between others, so the heap would keep their pages.
+    if (dropped > 0 && leftovers_.empty())
+        ::malloc_trim(0);
 }
 
 bool PipeWireTapLeftovers::hasCapture(const std::string& name) const {
