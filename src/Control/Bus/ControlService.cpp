@@ -252,7 +252,7 @@ std::string ControlService::sourceID(const QString& id, bool isNew) const {
 
 /// The settings that a change starts from.
 EQSettings ControlService::settingsBefore(const SettingsChange& change, const std::string& sourceID) const {
-    const EQSettings own = controller_.settings(sourceID);
+    EQSettings own = controller_.settings(sourceID);
     if (!change.isRelative())
         return own;
     return EQSettings::effective(own, controller_.settings(kSystemSourceID), sourceID == kSystemSourceID);
