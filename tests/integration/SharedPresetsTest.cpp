@@ -71,7 +71,7 @@ public:
     /// Names and gains of the user's presets, in their order.
     std::vector<std::pair<std::string, double>> list() const {
         std::vector<std::pair<std::string, double>> list;
-        for (const PresetState& preset : instance_->state().presets)
+        for (const PresetState& preset : instance_->presets())
             if (!preset.isBuiltIn)
                 list.emplace_back(preset.name, preset.bandGains.at(0));
         return list;
@@ -152,7 +152,8 @@ TEST_F(SharedPresets, AreNotLostWhenAProcessIsKilledInMidWrite) {
             Machine::waitUntil([&] { return Clock::now() >= end; }, 1s);
             victim.kill();
         });
-        for (int n = 0; Clock::now() < end + 20ms; ++n) {
+        const int before = unanswered;
+        for (int n = 0; unanswered == before || Clock::now() < end + 20ms; ++n) {
             const std::string number = std::to_string(i).append(".").append(std::to_string(n));
             const std::string its = std::string("victim").append(number);
             const std::string others = std::string("other").append(number);
@@ -169,7 +170,7 @@ TEST_F(SharedPresets, AreNotLostWhenAProcessIsKilledInMidWrite) {
         victim.start();
     }
     EXPECT_GE(unanswered, kKills) << "every kill came while presets were saved";
-    EXPECT_GT(saved.size(), 2U * kKills);
+    EXPECT_GT(saved.size(), std::size_t{kKills});
     const auto hasAll = [&](const Machine& machine) {
         return std::ranges::includes(machine.presets(), saved);
     };
