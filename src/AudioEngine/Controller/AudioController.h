@@ -103,10 +103,6 @@ public:
     /// Applies `settings` and schedules a save. The caller must have checked the values: eight gains, all
     /// numbers finite.
     void updateSettings(EQSettings settings, std::string sourceID);
-    /// A sentence for the user while the presets cannot be shared with the other machines.
-    const Published<std::optional<std::string>>& sharingProblem() const {
-        return presetCloudStore_.problem();
-    }
     /// Saves a curve under the trimmed `name` at the end of the list and removes any other with that name.
     /// Does nothing if the name is blank or there is not exactly one gain per band. The caller must have
     /// checked that the name is valid UTF-8 and the gains are finite.

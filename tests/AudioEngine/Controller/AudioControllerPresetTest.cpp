@@ -130,18 +130,6 @@ TEST_F(ControllerPresets, WhatAnotherMachineHasDeletedOrRenamedIsGoneHereAsWell)
     EXPECT_THAT(names(), ElementsAre("Rock", "C", "D", "E"));
 }
 
-TEST_F(ControllerPresets, WhileTheListCannotBeSharedThereIsAProblem) {
-    start();
-    cloud.failure = "the disk is full";
-    controller->saveUserPreset("A", kGains);
-    EXPECT_EQ(controller->sharingProblem().value(), "presets not shared, because the disk is full");
-    EXPECT_THAT(names(), ElementsAre("A"));
-    cloud.failure.reset();
-    mainThread.advance(1s);
-    EXPECT_EQ(controller->sharingProblem().value(), std::nullopt);
-    EXPECT_EQ(cloud.values["userEQPresets"], json({preset("A")}));
-}
-
 TEST_F(ControllerPresets, TheSameListAgainTellsNobody) {
     startWithStored({preset("A"), preset("B")});
     int told = 0;
