@@ -32,7 +32,7 @@ void ReadyTaps::keep(const std::string& sourceID, Entry entry) {
     entry.tap->setOnAppOutputDeviceChange(nullptr);
     entry.tap->setOnConnectionChange(nullptr);
     auto expiry = services_.mainThread.after(kReadyTime, [this, sourceID] { drop(sourceID); });
-    entry.tap->realtimeContext()->ringBuffer.releaseMemory();
+    entry.tap->realtimeContext()->ringBuffer.rest();
     ready_.insert_or_assign(sourceID, Ready{std::move(entry), services_.mainThread.now(), std::move(expiry)});
     if (ready_.size() > kMostReady)
         dropOldest();
@@ -49,7 +49,7 @@ std::optional<ReadyTaps::Entry> ReadyTaps::take(const std::string& sourceID) {
     auto ready = ready_.extract(sourceID);
     if (!ready)
         return std::nullopt;
-    ready.mapped().entry.tap->realtimeContext()->ringBuffer.populateMemory();
+    ready.mapped().entry.tap->realtimeContext()->ringBuffer.endRest();
     return std::move(ready.mapped().entry);
 }
 

@@ -36,6 +36,15 @@ void AudioSampleRingBuffer::write(const float* samples, std::size_t count) noexc
     writeCursor_.store(cursor + count, std::memory_order_release);
 }
 
+void AudioSampleRingBuffer::write(const float* samples, std::size_t count,
+                                  bool isSilent) noexcept VELLO_REALTIME {
+    if (isSilent && isResting_.load(std::memory_order_relaxed))
+        return;
+    if (!isSilent)
+        isResting_.store(false, std::memory_order_relaxed);
+    write(samples, count);
+}
+
 void AudioSampleRingBuffer::prefetch(std::size_t count) const noexcept VELLO_REALTIME {
     constexpr std::size_t samplesPerLine = 64 / sizeof(float);
     constexpr std::size_t worthwhile = 4096; // more would evict the first lines before they are written
@@ -44,13 +53,19 @@ void AudioSampleRingBuffer::prefetch(std::size_t count) const noexcept VELLO_REA
         __builtin_prefetch(storage_.get() + ((cursor + i) & mask_), 1);
 }
 
-void AudioSampleRingBuffer::releaseMemory() const noexcept {
+void AudioSampleRingBuffer::rest() noexcept {
+    isResting_.store(true, std::memory_order_relaxed);
     const std::size_t kept = std::min(kKeptSamples, capacity_);
     const std::size_t first = (writeCursor() + kept) & mask_; // behind the room for the writer
     const std::size_t count = capacity_ - kept;
     const std::size_t untilWrap = std::min(count, capacity_ - first);
     storage_.release(first, untilWrap);
     storage_.release(0, count - untilWrap);
+}
+
+void AudioSampleRingBuffer::endRest() noexcept {
+    isResting_.store(false, std::memory_order_relaxed);
+    storage_.populate();
 }
 
 std::optional<AudioSampleRingBuffer::Samples>

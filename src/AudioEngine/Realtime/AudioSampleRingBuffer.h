@@ -36,6 +36,9 @@ public:
 
     /// Appends samples. Ignores a block larger than the ring. Data thread only.
     void write(const float* samples, std::size_t count) noexcept VELLO_REALTIME;
+    /// As write(), but while the ring rests it ignores silence; a block with sound ends the rest. Data thread
+    /// only.
+    void write(const float* samples, std::size_t count, bool isSilent) noexcept VELLO_REALTIME;
     /// Prefetches the memory of the next `count` samples. The ring is larger than the caches, so write()
     /// would otherwise wait for memory. Data thread only.
     void prefetch(std::size_t count) const noexcept VELLO_REALTIME;
@@ -51,11 +54,11 @@ public:
     /// return nullopt or `destination` is null. Any thread.
     bool copyLatest(float* destination, std::size_t count) const noexcept;
 
-    /// For a ring that is not written for a while: gives back its memory, apart from room for the writer's
+    /// For a ring whose source is silent for a while: gives back its memory, apart from room for the writer's
     /// next third of a second of stereo. What it held reads as zeros. Any thread except the data thread.
-    void releaseMemory() const noexcept;
-    /// Call when the ring is written again, while there is still room.
-    void populateMemory() const noexcept { storage_.populate(); }
+    void rest() noexcept;
+    /// Makes the memory resident again, while there is still room. Any thread except the data thread.
+    void endRest() noexcept;
 
 private:
     std::size_t capacity_;
@@ -64,6 +67,7 @@ private:
     /// Stored with release after the samples and loaded with acquire by readers, so that all samples before
     /// it are visible.
     std::atomic<std::size_t> writeCursor_{0};
+    std::atomic<bool> isResting_{false};
 };
 
 } // namespace vello

@@ -83,6 +83,10 @@ std::uint32_t runFilters(TapRealtimeContext& context, const float* source, float
     return peak;
 }
 
+bool isSignal(std::uint32_t peakBits) noexcept {
+    return std::bit_cast<float>(peakBits) > kSignalThreshold;
+}
+
 void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept {
     context.levelBits.store(peakBits, std::memory_order_relaxed);
     if (peakBits == 0) {
@@ -90,7 +94,7 @@ void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept 
         return;
     }
     context.zeroBufferStreak.store(0, std::memory_order_relaxed);
-    if (std::bit_cast<float>(peakBits) > kSignalThreshold)
+    if (isSignal(peakBits))
         context.hasCarriedSignal.store(1, std::memory_order_relaxed);
 }
 
@@ -111,7 +115,7 @@ void processBuffer(TapRealtimeContext& context, const AudioBuffer& input, AudioB
         peakBits = 0;
     }
     publishLevel(context, peakBits);
-    context.ringBuffer.write(samples, sampleCount(output));
+    context.ringBuffer.write(samples, sampleCount(output), !isSignal(peakBits));
 }
 
 void silenceAndPassThrough(const AudioBufferList& input, AudioBufferList& output) noexcept {

@@ -137,12 +137,12 @@ TEST(AudioSampleRingBufferDeathTest, EndsTheProcessWithoutAPowerOfTwo) {
     EXPECT_DEATH(AudioSampleRingBuffer(12), "power of two");
 }
 
-TEST(AudioSampleRingBuffer, KeepsRoomForTheWriterWhenItsMemoryIsReleased) {
+TEST(AudioSampleRingBuffer, KeepsRoomForTheWriterWhileItRests) {
     constexpr std::size_t capacity = 1 << 18;
     AudioSampleRingBuffer ring(capacity);
     const std::vector<float> ones(capacity - 16384, 1.0F); // the room wraps around
     ring.write(ones.data(), ones.size());
-    ring.releaseMemory();
+    ring.rest();
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)) / sizeof(float);
     const float* storage = ring.range(0, 1)->older.data();
     const auto isResident = [&](std::size_t sample) {
@@ -153,8 +153,24 @@ TEST(AudioSampleRingBuffer, KeepsRoomForTheWriterWhenItsMemoryIsReleased) {
     for (std::size_t next = 0; next < 32768; next += page)
         EXPECT_TRUE(isResident((ones.size() + next) % capacity)) << next;
     EXPECT_FALSE(isResident(capacity / 2));
-    ring.populateMemory();
+    ring.endRest();
     EXPECT_TRUE(isResident(capacity / 2));
+}
+
+TEST(AudioSampleRingBuffer, IgnoresSilenceWhileItRests) {
+    AudioSampleRingBuffer ring(16);
+    const std::vector<float> zeros(4), ones(4, 1.0F);
+    ring.rest();
+    ring.write(zeros.data(), zeros.size(), true);
+    EXPECT_EQ(ring.writeCursor(), 0U);
+    ring.write(ones.data(), ones.size(), false);
+    EXPECT_EQ(ring.writeCursor(), 4U);
+    ring.write(zeros.data(), zeros.size(), true); // the sound has ended the rest
+    EXPECT_EQ(ring.writeCursor(), 8U);
+    ring.rest();
+    ring.endRest();
+    ring.write(zeros.data(), zeros.size(), true);
+    EXPECT_EQ(ring.writeCursor(), 12U);
 }
 
 } // namespace

@@ -67,6 +67,16 @@ TEST(Callback, OnlyCopiesAFormatThatItCannotProcessButTellsThatItRuns) {
     EXPECT_EQ(tap.zeroBufferStreak(), 0U);
 }
 
+TEST(Callback, WritesNoSilenceToARingThatRests) {
+    CallbackHarness tap;
+    tap.context.ringBuffer.rest();
+    tap.process(std::vector<float>(960, 0.0F));
+    EXPECT_EQ(tap.context.ringBuffer.writeCursor(), 0U);
+    tap.process(noise(960, 1));
+    tap.process(std::vector<float>(960, 0.0F));
+    EXPECT_EQ(tap.context.ringBuffer.writeCursor(), 1920U);
+}
+
 TEST(Callback, OnlyCopiesWithoutABufferToProcess) {
     CallbackHarness tap;
     std::vector<float> in{1, 2};

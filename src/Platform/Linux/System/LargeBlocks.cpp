@@ -7,7 +7,9 @@ namespace vello {
 
 namespace {
 
-constexpr int kMappedSize = 256 * 1024;
+/// The audio library has two blocks of 128 KiB for each node. In the heap, those that were freed join to
+/// places for its larger blocks, which stay resident there.
+constexpr int kMappedSize = 64 * 1024;
 
 } // namespace
 
