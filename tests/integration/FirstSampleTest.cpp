@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <iostream>
+#include <string>
+#include <string_view>
 
 namespace vello::session {
 namespace {
@@ -53,10 +55,19 @@ protected:
         startVello();
     }
     ChildProcess& playOne() { return play({.name = "player", .applicationID = kPlayerID}); }
-    /// A sound of a few milliseconds may be over before VELLO has read the list of applications again.
+    /// A list may name the player again when its process is another one, and a sound of a few milliseconds
+    /// may be over before VELLO has read the list. So only the newest one counts.
     [[nodiscard]] bool awaitStopped() {
-        const int starts = vello().timesOutput("Audio-producing apps: player\n");
-        return vello().awaitOutput("Audio-producing apps: \n", starts);
+        constexpr std::string_view list = "Audio-producing apps: ";
+        for (;;) {
+            const int lists = vello().timesOutput(std::string(list));
+            const std::string output = vello().output();
+            const auto newest = output.rfind(list);
+            if (newest != std::string::npos && output.substr(newest + list.size()).starts_with('\n'))
+                return true;
+            if (!vello().awaitOutput(std::string(list), lists + 1))
+                return false;
+        }
     }
     /// How long each of the sounds is heard directly, in ms.
     template <class Begin, class End> std::vector<double> hear(Begin begin, End end) {
