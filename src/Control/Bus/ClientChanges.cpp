@@ -35,8 +35,20 @@ std::string savedPreset(const RunningInstance& instance, const ClientRequest& re
     return isBuiltIn ? request.presetName : findUserPresetID(instance.presets(), request.presetName);
 }
 
-/// Calls a method that changes something. The change is on disk when this returns.
+/// Calls a method that changes settings. The change is on disk when this returns. Settings are not shared,
+/// so presets that cannot be shared are no failure of it.
 void callAndSave(const RunningInstance& instance, const char* method, const QVariantList& arguments) {
+    instance.call(method, arguments);
+    try {
+        instance.call("Save", {});
+    } catch (const InstanceError& error) {
+        if (!error.isNotShared())
+            throw;
+    }
+}
+
+/// Calls a method that changes presets. The change is on disk and in the shared folder when this returns.
+void callAndShare(const RunningInstance& instance, const char* method, const QVariantList& arguments) {
     instance.call(method, arguments);
     instance.call("Save", {});
 }
@@ -97,15 +109,15 @@ void savePreset(const RunningInstance& instance, const ClientRequest& request) {
         saved = effectiveSettings(state, findSource(state, request.source)).bandGains;
     }
     const QList<double> gains(saved.begin(), saved.end());
-    callAndSave(instance, "SavePreset", {text(request.presetName), QVariant::fromValue(gains)});
+    callAndShare(instance, "SavePreset", {text(request.presetName), QVariant::fromValue(gains)});
 }
 
 void deletePreset(const RunningInstance& instance, const ClientRequest& request) {
-    callAndSave(instance, "DeletePreset", {text(savedPreset(instance, request))});
+    callAndShare(instance, "DeletePreset", {text(savedPreset(instance, request))});
 }
 
 void renamePreset(const RunningInstance& instance, const ClientRequest& request) {
-    callAndSave(instance, "RenamePreset", {text(savedPreset(instance, request)), text(request.newName)});
+    callAndShare(instance, "RenamePreset", {text(savedPreset(instance, request)), text(request.newName)});
 }
 
 } // namespace vello

@@ -133,9 +133,12 @@ void ControlService::SavePreset(const QString& name, const QList<double>& bandGa
 }
 
 void ControlService::Save() {
-    if (const auto problem = controller_.save())
-        sendErrorReply(QString::fromLatin1(dbus::kErrorPrefix).append("NotSaved"),
+    if (const auto problem = controller_.save()) {
+        const bool isSaved = problem->kind == SaveProblem::Kind::notShared;
+        sendErrorReply(QString::fromLatin1(dbus::kErrorPrefix)
+                           .append(QLatin1String(isSaved ? dbus::kNotShared : dbus::kNotSaved)),
                        QString::fromStdString(sentence(*problem)));
+    }
 }
 
 QVariantMap ControlService::ImportPreset(const QString& name, const QByteArray& content) {

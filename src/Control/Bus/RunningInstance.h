@@ -22,6 +22,8 @@ public:
     /// interface, such as "unknownSource".
     const std::string& kind() const { return kind_; }
     bool isNotRunning() const { return kind_ == "notRunning"; }
+    /// What was to be saved is on disk, but saved presets are not shared with the user's other machines.
+    bool isNotShared() const { return kind_ == "notShared"; }
 
 private:
     std::string kind_;

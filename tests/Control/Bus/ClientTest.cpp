@@ -145,6 +145,41 @@ TEST_F(ClientTests, FailsWithEveryCommandWhoseChangeCannotBeSaved) {
     EXPECT_EQ(error["error"]["kind"], "notSaved");
 }
 
+TEST_F(ClientTests, FailsOverPresetsThatAreNotSharedOnlyWhenItChangesPresets) {
+    start();
+    cloud.failure = "the folder is away";
+    const std::string curve = folder / "curve.txt";
+    writeTestFile(curve, "GraphicEQ: 100 3; 1000 0");
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"preset", "save", "Mine", "--gains", "1,2,3,4,5,6,7,8"},
+          {"preset", "rename", "Mine", "Yours"},
+          {"preset", "import", curve},
+          {"preset", "delete", "Yours"}}) {
+        const Result result = run(words);
+        EXPECT_EQ(result.exitCode, 1) << words[1];
+        EXPECT_THAT(result.output, HasSubstr("vello: presets not shared, because the folder is away"))
+            << words[1];
+    }
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"set", "Player", "--volume", "0.5"},
+          {"undo", "Player"},
+          {"set", "Player", "--volume", "0.25", "--json"},
+          {"follow", "Player"},
+          {"forget", "Player"}}) {
+        const Result result = run(words);
+        EXPECT_EQ(result.exitCode, 0) << words[0] << ": " << result.output;
+        EXPECT_EQ(result.output, "") << words[0];
+    }
+    EXPECT_THAT(run({"status"}).output, HasSubstr("Settings: presets not shared, because "));
+    const auto error =
+        nlohmann::json::parse(run({"preset", "save", "Mine", "--gains", "1,2,3,4,5,6,7,8", "--json"}).output);
+    EXPECT_EQ(error["error"]["kind"], "notShared");
+
+    std::filesystem::remove(folder / "EQ by QUORVIN/settings.json");
+    std::filesystem::create_directories(folder / "EQ by QUORVIN/settings.json");
+    expectOneLine(run({"set", "Player", "--volume", "0.5"}), "not saved, because ");
+}
+
 TEST_F(ClientTests, SavesWhatEveryCommandChanges) {
     start();
     const auto saved = [&](const std::vector<std::string>& words) {

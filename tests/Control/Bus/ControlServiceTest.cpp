@@ -190,6 +190,21 @@ TEST_F(ControlServiceTests, SavesWhenAskedAndSaysWhyItCannot) {
     EXPECT_THAT(readTestFile(file), testing::HasSubstr("\"volume\": 0.25"));
 }
 
+TEST_F(ControlServiceTests, TellsPresetsThatAreNotSharedFromWhatIsNotSaved) {
+    start();
+    cloud.failure = "the folder is away";
+    ASSERT_THAT(call("SavePreset", {"Mine", gains(std::vector<double>(8, 1.0))}), IsDone());
+    const QDBusMessage refused = call("Save");
+    EXPECT_THAT(refused, IsRefused("NotShared"));
+    EXPECT_EQ(refused.errorMessage(), "presets not shared, because the folder is away");
+    EXPECT_EQ(state().saveProblem, "presets not shared, because the folder is away");
+    EXPECT_THAT(readTestFile(folder / "EQ by QUORVIN/settings.json"), testing::HasSubstr("Mine"));
+
+    cloud.failure.reset();
+    ASSERT_THAT(call("SavePreset", {"Mine", gains(std::vector<double>(8, 2.0))}), IsDone());
+    EXPECT_THAT(call("Save"), IsDone());
+}
+
 TEST_F(ControlServiceTests, AsksForThePermission) {
     start();
     EXPECT_THAT(call("RequestPermission"), IsDone());
