@@ -126,8 +126,7 @@ void PresetCloudStore::externalChange() {
 // Reading
 
 void PresetCloudStore::refresh() {
-    if (!std::exchange(isOwnJournalRead_, true))
-        readOwnJournal();
+    readLocalJournal();
     readJournals();
     const std::vector<List> lists = readLists();
     const PresetLedger::Written written = writtenOf(lists);
@@ -144,19 +143,30 @@ void PresetCloudStore::refresh() {
             view_.take(list.hash, list.presets);
 }
 
-void PresetCloudStore::readOwnJournal() {
-    const auto text = store_.localData(kJournalPrefix);
-    if (!text)
+/// Reads the journal at the start, and when another process has written it since.
+void PresetCloudStore::readLocalJournal() {
+    const bool isFirst = !std::exchange(isLocalJournalRead_, true);
+    const auto local = store_.localData(kJournalPrefix);
+    if (!local || (!isFirst && local->data == localJournal_))
         return;
+    localJournal_ = local->data;
+    machine_.clear();
     try {
-        PresetJournal journal = decodeJournal(*text);
-        machine_ = std::move(journal.machine);
-        ledger_ = std::move(journal.ledger);
-        ownJournal_ = *text;
+        takeLocalJournal(decodeJournal(local->data), isFirst && !local->isCopied);
     } catch (const CodingError& error) {
         // The machine goes on under another name; the others still have what was shared.
         logger_.error(std::string("This machine's journal of presets undecodable: ").append(error.what()));
     }
+}
+
+/// Two that count their edits under one name would take each other's for their own. So the name is kept only
+/// where nobody else can go on under it; what the journal knows holds in any case.
+void PresetCloudStore::takeLocalJournal(PresetJournal journal, bool isOwn) {
+    if (!isOwn)
+        return ledger_.join(journal.ledger);
+    machine_ = std::move(journal.machine);
+    ledger_ = std::move(journal.ledger);
+    ownJournal_ = localJournal_;
 }
 
 /// Joins the journals that are new. A name that another machine uses as well (a copied home folder) is given
@@ -301,6 +311,8 @@ std::optional<std::string> PresetCloudStore::writeJournalAndList() {
     ledger_.write(PresetLedger::hash(list));
     ownJournal_ = encodeJournal({machine_, ledger_});
     std::optional<std::string> local = store_.setLocalData(kJournalPrefix, ownJournal_);
+    if (!local)
+        localJournal_ = ownJournal_;
     if (auto failure = store_.setData(journalKey(machine_), ownJournal_, mergedJournals_))
         return failure;
     auto failure = store_.setData(kKey, list, mergedLists_);

@@ -76,7 +76,8 @@ private:
 
     void externalChange();
     void refresh();
-    void readOwnJournal();
+    void readLocalJournal();
+    void takeLocalJournal(PresetJournal journal, bool isOwn);
     void readJournals();
     std::shared_ptr<const PresetJournal> readJournal(const std::string& key, const Version& version);
     std::vector<List> readLists();
@@ -97,11 +98,12 @@ private:
     ExternalChangeAction onExternalChange_;
     Published<std::optional<std::string>> problem_;
 
-    bool isOwnJournalRead_ = false;
-    std::string machine_;    ///< empty until there is something to write
-    std::string ownJournal_; ///< as last written by this machine
-    PresetLedger ledger_;    ///< what the journals say
-    PresetLedger view_;      ///< the same with the lists of unknown origin
+    bool isLocalJournalRead_ = false;
+    std::string machine_;      ///< empty until there is something to write
+    std::string ownJournal_;   ///< as last written by this machine
+    std::string localJournal_; ///< the same as it is in the local data, read or written
+    PresetLedger ledger_;      ///< what the journals say
+    PresetLedger view_;        ///< the same with the lists of unknown origin
     bool hasList_ = false;
     bool isUnshared_ = false;             ///< the store lacks something that the ledger holds
     Journals journals_;                   ///< those of the store by their text, all of them joined

@@ -39,8 +39,15 @@ public:
     [[nodiscard]] virtual std::optional<std::string> setData(std::string_view key, std::string_view data,
                                                              std::span<const Version> merged) = 0;
 
-    /// Data of this machine, which is never shared; absent when it is missing or cannot be read.
-    virtual std::optional<std::string> localData(std::string_view key) = 0;
+    /// Data of this machine, which is never shared.
+    struct LocalData {
+        std::string data;
+        bool isCopied =
+            false; ///< not as this machine has written it here: copied from another one, or restored
+    };
+
+    /// Absent when it is missing or cannot be read.
+    virtual std::optional<LocalData> localData(std::string_view key) = 0;
     /// As setData(), without copies.
     [[nodiscard]] virtual std::optional<std::string> setLocalData(std::string_view key,
                                                                   std::string_view data) = 0;

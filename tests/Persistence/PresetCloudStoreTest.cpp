@@ -274,6 +274,31 @@ TEST_F(PresetCloudStoreTest, TwoMachinesOfTheSameNameComeToDifferentOnes) {
     EXPECT_EQ(copy.load(), cloud_->load());
 }
 
+TEST_F(PresetCloudStoreTest, ACopiedHomeGoesOnUnderANewName) {
+    cloud_->save({kRock});
+    store_.isLocalCopied = true;
+    restart();
+    EXPECT_THAT(cloud_->load(), Optional(ElementsAre(kRock)));
+    cloud_->save({kRock, kCalm}, {kCalm});
+    EXPECT_TRUE(store_.values.contains("userEQPresetsJournalm1"));
+    EXPECT_TRUE(store_.values.contains("userEQPresetsJournalm2"));
+    store_.isLocalCopied = false;
+    restart();
+    cloud_->save({kRock, kCalm, flat("A", 1)}, {flat("A", 1)});
+    EXPECT_EQ(names_, 2) << "the new name is kept";
+    EXPECT_THAT(cloud_->load(), Optional(testing::SizeIs(3)));
+}
+
+TEST_F(PresetCloudStoreTest, TwoThatUseOneHomeAtTheSameTimeHaveDifferentNames) {
+    cloud_->save({kRock});
+    PresetCloudStore other(store_, thread_, log_, name_);
+    other.save({kRock, kCalm}, {kCalm});
+    cloud_->save({kRock, flat("A", 1)}, {flat("A", 1)});
+    EXPECT_TRUE(store_.values.contains("userEQPresetsJournalm2"));
+    EXPECT_THAT(cloud_->load(), Optional(testing::SizeIs(3)));
+    EXPECT_EQ(other.load(), cloud_->load());
+}
+
 TEST_F(PresetCloudStoreTest, AJournalThatIsNotUnderstoodIsLoggedOnceAndKept) {
     for (
         const char* text :

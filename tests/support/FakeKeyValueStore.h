@@ -16,6 +16,7 @@ public:
     std::map<std::string, std::string, std::less<>> values;
     std::map<std::string, std::vector<std::string>, std::less<>> copies; ///< the oldest first
     std::map<std::string, std::string, std::less<>> local;
+    bool isLocalCopied = false;
     std::vector<std::string> calls;     ///< "setData KEY" and "synchronize"
     std::optional<std::string> failure; ///< what every write answers, without storing anything
 
@@ -49,9 +50,9 @@ public:
         values.insert_or_assign(std::string(key), std::string(data));
         return std::nullopt;
     }
-    std::optional<std::string> localData(std::string_view key) override {
+    std::optional<LocalData> localData(std::string_view key) override {
         const auto found = local.find(key);
-        return found == local.end() ? std::nullopt : std::optional(found->second);
+        return found == local.end() ? std::nullopt : std::optional(LocalData{found->second, isLocalCopied});
     }
     std::optional<std::string> setLocalData(std::string_view key, std::string_view data) override {
         local.insert_or_assign(std::string(key), std::string(data));

@@ -14,12 +14,15 @@
 #include <functional>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/stat.h>
 #include <utility>
 
 namespace vello {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::size_t kMostMarkBytes = 64;
 
 /// A safe file name for any key: letters and digits stay, every other byte becomes "%" and two hexadecimal
 /// digits.
@@ -62,6 +65,20 @@ template <class Visit> void forEachSharedFile(const fs::path& folder, Visit visi
 
 std::size_t hashOf(std::string_view content) {
     return std::hash<std::string_view>()(content);
+}
+
+/// When the file got its place or content, which no program can choose, for a copy neither. Absent if it is
+/// missing.
+std::optional<std::string> timeOfPlacement(const fs::path& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0)
+        return std::nullopt;
+    return std::to_string(status.st_ctim.tv_sec) + "." + std::to_string(status.st_ctim.tv_nsec);
+}
+
+/// Beside the file, so that it is copied with it.
+fs::path markOf(fs::path file) {
+    return file += ".placed";
 }
 
 bool isVisible(std::string_view name) {
@@ -151,14 +168,20 @@ void FolderKeyValueStore::replace(SharedFile& file, std::string_view data, std::
     file.removeLeftovers();
 }
 
-std::optional<std::string> FolderKeyValueStore::localData(std::string_view key) {
-    return readFile(folders_.local / fileName(key), SharedFile::mostBytes);
+std::optional<KeyValueStore::LocalData> FolderKeyValueStore::localData(std::string_view key) {
+    const fs::path file = folders_.local / fileName(key);
+    auto data = readFile(file, SharedFile::mostBytes);
+    if (!data)
+        return std::nullopt;
+    return LocalData{std::move(*data), readFile(markOf(file), kMostMarkBytes) != timeOfPlacement(file)};
 }
 
 std::optional<std::string> FolderKeyValueStore::setLocalData(std::string_view key, std::string_view data) {
     try {
         createPrivateFolder(folders_.local);
-        writeFileAtomically(folders_.local / fileName(key), data);
+        const fs::path file = folders_.local / fileName(key);
+        writeFileAtomically(file, data);
+        writeFileAtomically(markOf(file), timeOfPlacement(file).value_or(""));
         return std::nullopt;
     } catch (const std::exception& error) {
         return error.what();

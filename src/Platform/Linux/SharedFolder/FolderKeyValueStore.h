@@ -41,7 +41,7 @@ public:
     std::vector<Version> versions(std::string_view key) override;
     std::optional<std::string> setData(std::string_view key, std::string_view data,
                                        std::span<const Version> merged) override;
-    std::optional<std::string> localData(std::string_view key) override;
+    std::optional<LocalData> localData(std::string_view key) override;
     std::optional<std::string> setLocalData(std::string_view key, std::string_view data) override;
     void synchronize() override;
     void onDidChangeExternally(Action action) override;

@@ -15,6 +15,9 @@
 #include <random>
 #include <set>
 #include <sys/mount.h>
+#include <thread>
+#include <time.h>
+#include <utility>
 
 namespace vello {
 namespace {
@@ -33,6 +36,17 @@ std::vector<std::string> namesIn(const fs::path& folder) {
     for (const auto& entry : fs::directory_iterator(folder))
         names.push_back(entry.path().filename().string());
     return names;
+}
+
+/// What is written before and after it has different times, as when a person copies it.
+void awaitTickOfFileTimes() {
+    const auto now = [] {
+        timespec time{};
+        ::clock_gettime(CLOCK_REALTIME_COARSE, &time);
+        return std::pair(time.tv_sec, time.tv_nsec);
+    };
+    for (const auto begin = now(); now() == begin;)
+        std::this_thread::yield();
 }
 
 /// Replaces a file as synchronizing programs do.
@@ -148,11 +162,47 @@ TEST_F(FolderKeyValueStoreTest, KeepsTheDataOfThisMachineElsewhere) {
     FolderKeyValueStore store(folders(), mainThread_, log_);
     EXPECT_EQ(store.localData(kKey), std::nullopt);
     EXPECT_EQ(store.setLocalData(kKey, "[1]"), std::nullopt);
-    EXPECT_EQ(store.localData(kKey), "[1]");
+    ASSERT_TRUE(store.localData(kKey).has_value());
+    EXPECT_EQ(store.localData(kKey)->data, "[1]");
+    EXPECT_FALSE(store.localData(kKey)->isCopied);
     EXPECT_FALSE(fs::exists(folder_));
     fs::remove_all(temporary_ / "state");
     writeTestFile(temporary_ / "state", "a file where the folder should be");
     EXPECT_THAT(store.setLocalData(kKey, "[2]").value_or(""), StartsWith("cannot create the folder "));
+}
+
+TEST_F(FolderKeyValueStoreTest, KnowsACopiedHomeAndARestoredOne) {
+    const auto store = [&](const fs::path& local) {
+        return FolderKeyValueStore({folder_, local}, mainThread_, log_);
+    };
+    const fs::path local = temporary_ / "state";
+    const auto isCopied = [&](const fs::path& folder) {
+        const auto data = store(folder).localData(kKey);
+        EXPECT_TRUE(data.has_value());
+        return data && data->isCopied;
+    };
+    const auto copy = [&](const fs::path& from, const fs::path& to) {
+        awaitTickOfFileTimes();
+        fs::copy(from, to);
+        for (const std::string& name : namesIn(from))
+            fs::last_write_time(to / name, fs::last_write_time(from / name));
+    };
+    ASSERT_EQ(store(local).setLocalData(kKey, "[1]"), std::nullopt);
+    EXPECT_FALSE(isCopied(local)) << "the same one, started again";
+    copy(local, temporary_ / "copy");
+    EXPECT_TRUE(isCopied(temporary_ / "copy"));
+    EXPECT_FALSE(isCopied(local));
+
+    ASSERT_EQ(store(local).setLocalData(kKey, "[2]"), std::nullopt);
+    EXPECT_FALSE(isCopied(local));
+    fs::remove_all(local);
+    copy(temporary_ / "copy", local);
+    EXPECT_TRUE(isCopied(local)) << "restored";
+    ASSERT_EQ(store(local).setLocalData(kKey, "[3]"), std::nullopt);
+    EXPECT_FALSE(isCopied(local)) << "written here since";
+
+    fs::remove(local / "presets.placed");
+    EXPECT_TRUE(isCopied(local)) << "its writer was killed before it was done";
 }
 
 TEST_F(FolderKeyValueStoreTest, NoticesAFileThatAnotherProgramReplacedByRename) {
@@ -220,11 +270,19 @@ TEST_F(FolderKeyValueStoreTest, TakesInTheConflictingCopiesOfSynchronizingProgra
     writeTestFile(folder_ / "presets.sync-conflict-20260102-030405-ABCDEFG", R"(["carried"])");
     writeTestFile(folder_ / "presets (conflicted copy 2026-01-02 030405)", R"(["cloud"])");
     writeTestFile(folder_ / "presets (Anna's Conflicted Copy)", R"(["capital"])");
+    writeTestFile(folder_ / "presets (conflict_on_2026-01-02)", R"(["unison"])");
+    writeTestFile(folder_ / "presets (conflict #2_on_2026-01-02_was_deleted)", R"(["deleted"])");
+    writeTestFile(folder_ / ".bak.0.presets", R"(["backup"])");
+    writeTestFile(folder_ / "presets.0.bak", R"(["backup"])");
+    writeTestFile(folder_ / ".unison.presets.8a3fc96d3a629b2749bd4d2bab155823.unison.tmp", R"(["tempor)");
     Machine machine(*this);
-    EXPECT_TRUE(mainThread_.runUntil([&] { return machine.list.size() == 4; }, 2s));
+    EXPECT_TRUE(mainThread_.runUntil([&] { return machine.list.size() == 6; }, 2s));
     machine.save("new");
-    EXPECT_THAT(namesIn(folder_), ElementsAre(kKey));
-    EXPECT_THAT(everythingIn(folder_), UnorderedElementsAre("here", "carried", "cloud", "capital", "new"));
+    EXPECT_THAT(namesIn(folder_),
+                UnorderedElementsAre(kKey, ".bak.0.presets", "presets.0.bak",
+                                     ".unison.presets.8a3fc96d3a629b2749bd4d2bab155823.unison.tmp"));
+    const std::set<std::string> merged = nlohmann::json::parse(readTestFile(file_));
+    EXPECT_THAT(merged, ElementsAre("capital", "carried", "cloud", "deleted", "here", "new", "unison"));
 }
 
 TEST_F(FolderKeyValueStoreTest, HandsOutTheCopiesFromTheOldestToTheNewestAndTheFileLast) {
