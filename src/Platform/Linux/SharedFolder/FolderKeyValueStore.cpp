@@ -113,6 +113,11 @@ std::vector<std::string> FolderKeyValueStore::keys(std::string_view prefix) {
         if (name.starts_with(start))
             found.insert(keyOf(name));
     });
+    // Nobody asks for those that are gone, so they would differ from what is known again and again.
+    std::erase_if(known_, [&](const auto& entry) {
+        const auto name = SharedFile::sharedName(entry.first);
+        return name && name->starts_with(start) && !found.contains(keyOf(*name));
+    });
     return {found.begin(), found.end()};
 }
 

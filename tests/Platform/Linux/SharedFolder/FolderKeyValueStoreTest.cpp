@@ -205,6 +205,27 @@ TEST_F(FolderKeyValueStoreTest, KnowsACopiedHomeAndARestoredOne) {
     EXPECT_TRUE(isCopied(local)) << "its writer was killed before it was done";
 }
 
+TEST_F(FolderKeyValueStoreTest, ReportsOnceThatAllFilesAreGone) {
+    writeTestFile(folder_ / "presetsA", "[1]");
+    writeTestFile(folder_ / "presetsB", "[2]");
+    FolderKeyValueStore store(folders(), mainThread_, log_);
+    int reports = 0;
+    const auto read = [&] {
+        for (const std::string& key : store.keys(kKey))
+            store.versions(key);
+    };
+    read();
+    store.onDidChangeExternally([&] {
+        ++reports;
+        read();
+        store.synchronize(); // as after a save
+    });
+    fs::remove_all(folder_);
+    store.synchronize();
+    EXPECT_TRUE(mainThread_.runUntil([&] { return reports > 0; }, 2s));
+    EXPECT_FALSE(mainThread_.runUntil([&] { return reports > 1; }, 100ms));
+}
+
 TEST_F(FolderKeyValueStoreTest, NoticesAFileThatAnotherProgramReplacedByRename) {
     Machine machine(*this);
     machine.save("mine");
