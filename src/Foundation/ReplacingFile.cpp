@@ -39,7 +39,7 @@ fs::path finalPlace(fs::path file) {
     if (fs::is_directory(status))
         fail("cannot replace " + file.string(), EISDIR);
     if (fs::exists(status) && !fs::is_regular_file(status))
-        fail("cannot replace " + file.string(), EEXIST);
+        fail("cannot replace " + file.string(), ENOTSUP);
     return file;
 }
 

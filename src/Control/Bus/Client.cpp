@@ -24,7 +24,7 @@ void setProcessing(const RunningInstance& instance, Action action) {
 void perform(const ClientRequest& request, const ClientOutput& output) {
     // What an import would save can be told without an instance.
     if (request.action == Action::importPresets)
-        return importPresets(request.presetFile, output);
+        return importPresets(request, output);
     RunningInstance instance;
     switch (request.action) {
     case Action::status:
@@ -85,6 +85,8 @@ int runClient(const ClientRequest& request, const ClientOutput& output) {
     } catch (const InstanceError& error) {
         return reportFailure(output.error, request.format, error.kind(), error.what(),
                              error.isNotRunning() ? kExitNotRunning : kExitFailed);
+    } catch (const OutsideValueError& error) {
+        return reportFailure(output.error, request.format, word(error.kind()), error.what(), kExitFailed);
     } catch (const std::exception& error) {
         return reportFailure(output.error, request.format, "failed", error.what(), kExitFailed);
     }

@@ -20,18 +20,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const char* errorName(OutsideValueError::Kind kind) {
-    switch (kind) {
-    case OutsideValueError::Kind::unknownSource:
-        return "UnknownSource";
-    case OutsideValueError::Kind::unknownPreset:
-        return "UnknownPreset";
-    case OutsideValueError::Kind::unknownOutput:
-        return "UnknownOutput";
-    case OutsideValueError::Kind::invalidValue:
-        break;
-    }
-    return "InvalidValue";
+/// "UnknownSource" for the word "unknownSource".
+QString errorName(OutsideValueError::Kind kind) {
+    const std::string_view name = word(kind);
+    QString text = QString::fromLatin1(name.data(), static_cast<int>(name.size()));
+    text[0] = text[0].toUpper();
+    return text;
 }
 
 QString permissionText(Consent consent) {
@@ -104,7 +98,7 @@ template <class Action> void ControlService::answer(Action action) {
     try {
         action();
     } catch (const OutsideValueError& error) {
-        sendErrorReply(QString::fromLatin1(dbus::kErrorPrefix).append(QLatin1String(errorName(error.kind()))),
+        sendErrorReply(QString::fromLatin1(dbus::kErrorPrefix).append(errorName(error.kind())),
                        QString::fromUtf8(error.what()));
     }
 }

@@ -5,6 +5,7 @@
 #include "Control/State/Lookup.h"
 #include "Foundation/Descriptor.h"
 #include "Foundation/Files.h"
+#include "Foundation/JSONText.h"
 #include "Foundation/ReplacingFile.h"
 #include "Foundation/Text.h"
 #include "PresetFiles/PresetFile.h"
@@ -12,12 +13,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <iomanip>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace vello {
 namespace {
@@ -84,6 +88,30 @@ void describe(const ImportedPreset& preset, std::ostream& text) {
         text << "  note   " << terminalText(remark.text()) << '\n';
 }
 
+std::string described(const std::vector<ImportedPreset>& presets) {
+    std::ostringstream text;
+    text << std::fixed;
+    for (const ImportedPreset& preset : presets)
+        describe(preset, text);
+    return text.str();
+}
+
+std::string importJSON(const std::vector<ImportedPreset>& presets, bool isSaved) {
+    auto list = nlohmann::ordered_json::array();
+    for (const ImportedPreset& preset : presets) {
+        auto notes = nlohmann::ordered_json::array();
+        for (const PresetRemark& remark : preset.remarks)
+            notes.push_back(remark.text());
+        list.push_back({{"name", preset.name},
+                        {"bandGains", preset.bandGains},
+                        {"rmsError", preset.error.rms},
+                        {"largestError", preset.error.largest},
+                        {"atFrequency", preset.error.atFrequency},
+                        {"notes", std::move(notes)}});
+    }
+    return writeJSON({{"isSaved", isSaved}, {"presets", std::move(list)}}, JSONLayout::compact) + "\n";
+}
+
 void savePresets(const std::vector<ImportedPreset>& presets) {
     const RunningInstance instance;
     for (const ImportedPreset& preset : presets) {
@@ -110,6 +138,19 @@ std::vector<UserEQPreset> selected(const std::vector<PresetState>& presets,
     return result;
 }
 
+/// A device or a pipe takes what is written; a file is replaced as a whole.
+bool takesWriting(const std::string& file) {
+    std::error_code ignored;
+    const auto status = std::filesystem::status(file, ignored);
+    return std::filesystem::is_character_file(status) || std::filesystem::is_fifo(status);
+}
+
+void writeInto(const std::string& file, const std::string& content) {
+    Descriptor opened(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!opened.isOpen() || !writeAll(opened.number(), content) || !opened.close())
+        refuseFile("write", file, reasonOf(errno));
+}
+
 void replaceFile(const std::string& file, const std::string& content) {
     try {
         ReplacingFile replacing(file, ReplacingFile::Permissions::usual);
@@ -122,18 +163,19 @@ void replaceFile(const std::string& file, const std::string& content) {
 
 } // namespace
 
-void importPresets(const PresetFileRequest& request, const ClientOutput& output) {
-    std::vector<ImportedPreset> presets = presetsOf(request.file);
-    nameThem(presets, request);
-    std::ostringstream text;
-    text << std::fixed;
-    for (const ImportedPreset& preset : presets)
-        describe(preset, text);
-    print(output, text.str());
-    if (request.savesNothing)
-        return print(output, "Nothing was saved.\n");
-    savePresets(presets);
-    print(output, "Saved.\n");
+void importPresets(const ClientRequest& request, const ClientOutput& output) {
+    const bool isSaving = !request.presetFile.savesNothing;
+    const bool isText = request.format == OutputFormat::text;
+    std::vector<ImportedPreset> presets = presetsOf(request.presetFile.file);
+    nameThem(presets, request.presetFile);
+    if (isText)
+        print(output, described(presets));
+    if (isSaving)
+        savePresets(presets);
+    if (!isText)
+        print(output, importJSON(presets, isSaving));
+    else
+        print(output, isSaving ? "Saved.\n" : "Nothing was saved.\n");
 }
 
 void exportPresets(const RunningInstance& instance, const PresetFileRequest& request,
@@ -141,7 +183,10 @@ void exportPresets(const RunningInstance& instance, const PresetFileRequest& req
     const std::string content = writePresetFile(selected(instance.presets(), request.exportedNames));
     if (request.file == kStandardStream)
         return print(output, content);
-    replaceFile(request.file, content);
+    if (takesWriting(request.file))
+        writeInto(request.file, content);
+    else
+        replaceFile(request.file, content);
 }
 
 } // namespace vello

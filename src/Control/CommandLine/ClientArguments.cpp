@@ -53,7 +53,7 @@ void requireOneOf(CLI::Option& option, std::vector<std::string> words) {
         [words, shown](const std::string& text) {
             return std::ranges::find(words, text) != words.end()
                        ? std::string()
-                       : "expected one of " + shown + " " + didYouMean(text, words);
+                       : "expected one of " + shown + orDidYouMean(text, words);
         },
         "", "word"));
 }

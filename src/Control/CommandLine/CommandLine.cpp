@@ -6,6 +6,7 @@
 #include "Control/State/Nearest.h"
 #include "FileCommands.h"
 #include "Foundation/Product.h"
+#include "Foundation/Text.h"
 
 #include <CLI/CLI.hpp>
 
@@ -42,6 +43,7 @@ CLI::App* addPermission(CLI::App& application, std::string& action, OutputFormat
 }
 
 constexpr std::string_view kHint = "; try vello --help";
+constexpr std::size_t kLongestQuote = 60; ///< columns
 
 std::vector<std::string> knownCommands(const CLI::App& command) {
     std::vector<std::string> names;
@@ -64,16 +66,26 @@ const CLI::App& innermost(const CLI::App& application) {
     return parsed.empty() ? application : innermost(*parsed.front());
 }
 
-/// What the first word that nobody expected was probably meant to be.
-std::string suggestion(const CLI::App& application) {
-    const CLI::App& command = innermost(application);
+/// What to say of the first word that nobody expected; empty if there is no such word.
+std::string unexpectedWord(const CLI::App& application) {
     const auto unexpected = application.remaining(true);
     if (unexpected.empty())
         return "";
+    const CLI::App& command = innermost(application);
     const std::string& word = unexpected.front();
-    const std::string question =
-        didYouMean(word, word.starts_with("-") ? knownOptions(command) : knownCommands(command));
-    return question.empty() ? "" : "; " + question.substr(0, question.size() - 1);
+    const bool isOption = word.starts_with("-");
+    const std::vector<std::string> known = isOption ? knownOptions(command) : knownCommands(command);
+    const char* const kind = isOption ? "there is no option " : "there is no command ";
+    return (known.empty() ? "there is a word too many: " : kind) + std::string("\"") +
+           fittedText(word, kLongestQuote) + "\"" + orDidYouMean(word, known);
+}
+
+/// The parser's own words list all that follows the wrong one, too.
+std::string sentenceOf(const CLI::ParseError& reason, const CLI::App& application) {
+    const std::string unexpected = unexpectedWord(application);
+    const bool isAboutIt = dynamic_cast<const CLI::ExtrasError*>(&reason) != nullptr ||
+                           dynamic_cast<const CLI::RequiredError*>(&reason) != nullptr;
+    return isAboutIt && !unexpected.empty() ? unexpected : reason.what();
 }
 
 ParsedCommand finish(CLI::App& application, const CLI::ParseError& reason, OutputFormat format,
@@ -82,7 +94,7 @@ ParsedCommand finish(CLI::App& application, const CLI::ParseError& reason, Outpu
         application.exit(reason, out, error);
         return {.exitCode = finishOutput(out, error, format, kExitDone)};
     }
-    const std::string sentence = reason.what() + suggestion(application) + std::string(kHint);
+    const std::string sentence = sentenceOf(reason, application) + std::string(kHint);
     return {.exitCode = reportFailure(error, format, "usage", sentence, kExitWrongUsage)};
 }
 

@@ -96,7 +96,7 @@ void addImport(CLI::App& saved, ClientCommands& commands) {
                 ->type_name("NAME"),
            "name", checkNewPresetName);
     importing->add_flag("--dry-run", words.savesNothing, "Only say what would be saved");
-    addFormat(*importing, request->format, "Errors as JSON");
+    addFormat(*importing, request->format, "One JSON object instead of a text");
     commands.push_back({importing, [request] { return *request; }});
 }
 

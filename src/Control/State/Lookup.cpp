@@ -2,11 +2,11 @@
 #include "Control/State/Lookup.h"
 
 #include "Control/State/Nearest.h"
+#include "Control/State/OutsideValues.h"
 #include "Foundation/Text.h"
 
 #include <algorithm>
 #include <functional>
-#include <stdexcept>
 
 namespace vello {
 namespace {
@@ -17,10 +17,12 @@ std::string quoted(const std::string& word) {
     return std::string("\"").append(fittedText(word, kLongestQuote)).append("\"");
 }
 
-[[noreturn]] void failAbsent(const std::string& kind, const std::string& word,
+using Kind = OutsideValueError::Kind;
+
+[[noreturn]] void failAbsent(Kind kind, const std::string& what, const std::string& word,
                              const std::vector<std::string>& known, const std::string& command) {
-    throw std::runtime_error(std::string("there is no ").append(kind).append(" ").append(quoted(word)) +
-                             "; " + didYouMean(word, known) + command + " lists the available ones");
+    throw OutsideValueError(kind, std::string("there is no ").append(what).append(" ").append(quoted(word)) +
+                                      "; " + didYouMean(word, known) + command + " lists the available ones");
 }
 
 /// The entry with this id, or else the only entry with this name; null if there is no such entry.
@@ -41,7 +43,7 @@ const Entry* findUnique(const std::vector<Entry>& entries, const std::string& wo
     message += "; name one by its id: ";
     for (const Entry* entry : named)
         message.append(entry == named.front() ? "" : ", ").append(terminalText(std::invoke(id, *entry)));
-    throw std::runtime_error(message);
+    throw OutsideValueError(Kind::invalidValue, message);
 }
 
 const SourceState* findSourceOrNone(const RunningState& state, const std::string& word) {
@@ -125,7 +127,7 @@ std::string described(const PresetState& preset) {
 const SourceState& findSource(const RunningState& state, const std::string& word) {
     const SourceState* found = findSourceOrNone(state, word);
     if (found == nullptr)
-        failAbsent("source", word, sourceWords(state), "vello status");
+        failAbsent(Kind::unknownSource, "source", word, sourceWords(state), "vello status");
     return *found;
 }
 
@@ -144,7 +146,7 @@ std::optional<std::string> findKnownSourceID(const RunningState& state, const st
 std::string findSourceID(const RunningState& state, const std::string& word) {
     if (auto known = findKnownSourceID(state, word))
         return *std::move(known);
-    failAbsent("source", word, allSourceWords(state), "vello status --all");
+    failAbsent(Kind::unknownSource, "source", word, allSourceWords(state), "vello status --all");
 }
 
 std::vector<PresetState> presetStates(std::span<const UserEQPreset> userPresets) {
@@ -164,8 +166,8 @@ std::string findPresetID(const std::vector<PresetState>& presets, const std::str
                          const TellChoice& tell) {
     const auto meant = presetsMeant(presets, word);
     if (meant.empty())
-        failAbsent("preset", word, idsAndNames(presets, &PresetState::id, &PresetState::name),
-                   "vello presets");
+        failAbsent(Kind::unknownPreset, "preset", word,
+                   idsAndNames(presets, &PresetState::id, &PresetState::name), "vello presets");
     for (const PresetState* other : meant)
         if (other->isBuiltIn != meant.front()->isBuiltIn || other->id != meant.front()->id)
             tell(quoted(word) + " is taken for " + described(*meant.front()) + ", not for " +
@@ -179,7 +181,7 @@ std::string findUserPresetID(const std::vector<PresetState>& presets, const std:
         if (!preset.isBuiltIn)
             names.push_back(preset.id);
     if (std::ranges::find(names, word) == names.end())
-        failAbsent("saved preset", word, names, "vello presets");
+        failAbsent(Kind::unknownPreset, "saved preset", word, names, "vello presets");
     return word;
 }
 
@@ -189,7 +191,8 @@ std::string findOutputUID(const RunningState& state, const std::string& word) {
     const AudioOutputRoute* found =
         findUnique(state.outputs, word, &AudioOutputRoute::id, &AudioOutputRoute::name, "output");
     if (found == nullptr)
-        failAbsent("output", word, idsAndNames(state.outputs, &AudioOutputRoute::id, &AudioOutputRoute::name),
+        failAbsent(Kind::unknownOutput, "output", word,
+                   idsAndNames(state.outputs, &AudioOutputRoute::id, &AudioOutputRoute::name),
                    "vello outputs");
     return found->id;
 }

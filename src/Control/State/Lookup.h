@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-/// Resolves a user's word to an id. The functions throw std::runtime_error when the word is unknown or
+/// Resolves a user's word to an id. The functions throw OutsideValueError when the word is unknown or
 /// ambiguous, with one line that is safe for a terminal and names the nearest known word.
 namespace vello {
 

@@ -76,4 +76,9 @@ std::string didYouMean(std::string_view word, std::span<const std::string> known
     return std::string("did you mean \"").append(fittedText(nearest, kLongestNearWord)).append("\"? ");
 }
 
+std::string orDidYouMean(std::string_view word, std::span<const std::string> known) {
+    const std::string question = didYouMean(word, known);
+    return question.empty() ? "" : "; " + question.substr(0, question.size() - 1);
+}
+
 } // namespace vello

@@ -15,5 +15,7 @@ std::string nearestWord(std::string_view word, std::span<const std::string> know
 /// "did you mean ...?" and a space for the middle of a sentence; empty without a near word. Safe for a
 /// terminal.
 std::string didYouMean(std::string_view word, std::span<const std::string> known);
+/// The same for the end of a sentence: "; did you mean ...?" or empty.
+std::string orDidYouMean(std::string_view word, std::span<const std::string> known);
 
 } // namespace vello

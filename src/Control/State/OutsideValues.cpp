@@ -107,6 +107,20 @@ bool isControl(UChar32 character) {
 
 } // namespace
 
+std::string_view word(OutsideValueError::Kind kind) {
+    switch (kind) {
+    case OutsideValueError::Kind::unknownSource:
+        return "unknownSource";
+    case OutsideValueError::Kind::unknownPreset:
+        return "unknownPreset";
+    case OutsideValueError::Kind::unknownOutput:
+        return "unknownOutput";
+    case OutsideValueError::Kind::invalidValue:
+        break;
+    }
+    return "invalidValue";
+}
+
 void checkGains(std::span<const double> gains) {
     if (gains.size() != EQSettings::bandCount)
         throw OutsideValueError(Kind::invalidValue, "expected eight gains, one for each band");

@@ -28,6 +28,9 @@ private:
     Kind kind_;
 };
 
+/// A word for programs: "invalidValue", "unknownSource" and so on.
+std::string_view word(OutsideValueError::Kind kind);
+
 inline constexpr double kLargestGain = 12;  ///< dB, in either direction
 inline constexpr double kLargestVolume = 1; ///< linear
 

@@ -256,6 +256,13 @@ TEST_F(ClientTests, SaysWhatItCannotFind) {
     expectOneLine(run({"set", "Player", "--preset", "nothing"}), "no preset \"nothing\"");
     expectOneLine(run({"set", "Player", "--output", "attic"}), "no output \"attic\"");
     expectOneLine(run({"preset", "save", "Mine", "--from", "no\nbody"}), "no source \"no?body\"");
+    const auto kindOf = [&](std::vector<std::string> words) {
+        words.emplace_back("--json");
+        return nlohmann::json::parse(run(std::move(words)).output)["error"]["kind"];
+    };
+    EXPECT_EQ(kindOf({"set", "nobody", "--volume", "0.5"}), "unknownSource");
+    EXPECT_EQ(kindOf({"set", "Player", "--preset", "nothing"}), "unknownPreset");
+    EXPECT_EQ(kindOf({"set", "Player", "--output", "attic"}), "unknownOutput");
     EXPECT_THAT(controller->settingsBySourceID().value(), IsEmpty());
 }
 

@@ -4,6 +4,7 @@
 
 #include "PresetFiles/PresetFile.h"
 
+#include <nlohmann/json.hpp>
 #include <QStringList>
 #include <sys/wait.h>
 
@@ -114,6 +115,37 @@ TEST_F(PresetFileCommands, ImportAFileAndSayWhatItBecomes) {
         "  note   The file also changes the overall level by -6.2 dB. The bands cannot: use the volume.\n"
         "Saved.\n");
     EXPECT_THAT(saved(), ElementsAre(UserEQPreset{"Open Back", kGains}));
+}
+
+TEST_F(PresetFileCommands, SayAsJSONWhatAFileBecomes) {
+    start();
+    const std::string curve = file("Open Back ParametricEQ.txt", kCurve);
+    const auto parsed = [](const Run& result) {
+        EXPECT_EQ(result.exitCode, 0) << result.output;
+        return nlohmann::json::parse(result.output);
+    };
+    const auto tried = parsed(run({"import", curve, "--json", "--dry-run"}));
+    EXPECT_EQ(tried["isSaved"], false);
+    EXPECT_THAT(saved(), testing::IsEmpty());
+    const auto imported = parsed(run({"import", curve, "--json"}));
+    EXPECT_EQ(imported["isSaved"], true);
+    ASSERT_EQ(imported["presets"].size(), 1U);
+    EXPECT_EQ(imported["presets"][0]["name"], "Open Back");
+    EXPECT_EQ(imported["presets"][0]["bandGains"], nlohmann::json(kGains));
+    EXPECT_LT(imported["presets"][0]["rmsError"], 0.01);
+    EXPECT_EQ(imported["presets"][0]["notes"].size(), 1U);
+    EXPECT_THAT(saved(), ElementsAre(UserEQPreset{"Open Back", kGains}));
+}
+
+TEST_F(PresetFileCommands, ExportIntoADeviceOrAPipe) {
+    start();
+    ASSERT_THAT(call("SavePreset", {"Mine", gains({1, 2, 3, 4, 5, 6, 7, 8})}), IsDone());
+    const Run printed = run({"export", "--output", "/dev/stdout"});
+    EXPECT_EQ(printed.exitCode, 0);
+    EXPECT_THAT(printed.output, HasSubstr("\"Mine\""));
+    const Run full = run({"export", "--output", "/dev/full"});
+    EXPECT_EQ(full.exitCode, 1);
+    EXPECT_EQ(full.output, "vello: cannot write '/dev/full': No space left on device\n");
 }
 
 TEST_F(PresetFileCommands, ImportUnderAnotherNameAndFromStandardInput) {

@@ -359,6 +359,13 @@ TEST(CommandLine, SaysWhatWasProbablyMeant) {
     EXPECT_THAT(error({"set", "x", "--bypass", "togle"}), HasSubstr("did you mean \"toggle\"?"));
     EXPECT_THAT(error({"permission", "alow"}), HasSubstr("did you mean \"allow\"?"));
     EXPECT_THAT(error({"xyzzy"}), testing::Not(HasSubstr("did you mean")));
+    EXPECT_EQ(error({"statsu", "--all", "x"}),
+              "vello: there is no command \"statsu\"; did you mean \"status\"?; try vello --help\n");
+    EXPECT_EQ(error({"set", "x", "--vloume", "1"}),
+              "vello: there is no option \"--vloume\"; did you mean \"--volume\"?; try vello --help\n");
+    EXPECT_EQ(error({"forget", "x", "y"}), "vello: there is a word too many: \"y\"; try vello --help\n");
+    EXPECT_EQ(error({"preset"}), "vello: A subcommand is required; try vello --help\n");
+    EXPECT_THAT(error({"set", "x", "--bypass", "perhaps"}), HasSubstr("one of on|off|toggle; try"));
 }
 
 TEST(CommandLine, PrintsWrongUsageAsJSONWhereJSONIsAskedFor) {
