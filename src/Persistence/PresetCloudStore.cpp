@@ -4,8 +4,7 @@
 #include "Foundation/Product.h"
 #include "Foundation/RandomUUID.h"
 #include "Models/SettingsCoding.h"
-
-#include <nlohmann/json.hpp>
+#include "Persistence/PresetListText.h"
 
 #include <algorithm>
 #include <chrono>
@@ -17,32 +16,6 @@ using namespace std::chrono_literals;
 
 constexpr std::string_view kKey = "userEQPresets";
 constexpr std::string_view kJournalPrefix = "userEQPresetsJournal";
-
-std::vector<UserEQPreset> decodePresets(std::string_view text) {
-    const nlohmann::json list = parseJSON(text);
-    if (!list.is_array())
-        throw CodingError(std::string("the list of presets is ").append(list.type_name()));
-    std::vector<UserEQPreset> presets;
-    for (const nlohmann::json& value : list)
-        presets.push_back(decodeUserPreset(value));
-    return presets;
-}
-
-std::string encodePresets(const PresetCloudStore::Presets& presets) {
-    auto list = nlohmann::ordered_json::array();
-    for (const UserEQPreset& preset : presets)
-        list.push_back(encode(preset));
-    return writeJSON(list, JSONLayout::compact);
-}
-
-bool canBeEncoded(const UserEQPreset& preset) {
-    try {
-        encodePresets({preset});
-        return true;
-    } catch (const CodingError&) {
-        return false;
-    }
-}
 
 std::string journalKey(std::string_view machine) {
     return std::string(kJournalPrefix).append(machine);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Persistence/PresetLedger.h"
 
+#include "Persistence/PresetPlaces.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -24,114 +26,12 @@ std::vector<std::pair<PresetKey, const UserEQPreset*>> keyed(const PresetLedger:
     return result;
 }
 
-const PresetVersion& shownOf(const std::vector<PresetVersion>& versions) {
-    return *std::ranges::max_element(
-        versions, [](const auto& first, const auto& second) { return first.rank() < second.rank(); });
-}
-
-bool areAllIn(const PresetHistory& history, const std::vector<PresetVersion>& versions) {
-    return std::ranges::all_of(versions, [&](const auto& each) { return history.contains(each.edit); });
-}
-
-const PresetVersion* findEdit(const std::vector<PresetVersion>& versions, const PresetEdit& edit) {
-    const auto found = std::ranges::find(versions, edit, &PresetVersion::edit);
-    return found == versions.end() ? nullptr : &*found;
-}
-
-/// One version on its way through two machines. They differ only in what was recognized since, unless two
-/// machines use the same name.
-PresetVersion joined(const PresetVersion& first, const PresetVersion& second) {
-    PresetVersion result = first.rank() < second.rank() ? second : first;
-    result.after.clear();
-    std::ranges::set_intersection(first.after, second.after, std::inserter(result.after, result.after.end()));
-    return result;
-}
-
-/// Keeps what both have, and what the other one does not know of. What one has no longer, although it knows
-/// of it, was replaced there.
-std::vector<PresetVersion> joined(const std::vector<PresetVersion>& mine, const PresetHistory& seen,
-                                  const std::vector<PresetVersion>& theirs, const PresetHistory& theirSeen) {
-    std::vector<PresetVersion> result;
-    for (const PresetVersion& version : mine) {
-        if (const PresetVersion* same = findEdit(theirs, version.edit))
-            result.push_back(joined(version, *same));
-        else if (!theirSeen.contains(version.edit))
-            result.push_back(version);
-    }
-    for (const PresetVersion& version : theirs)
-        if (!seen.contains(version.edit))
-            result.push_back(version);
-    std::ranges::sort(result, {}, &PresetVersion::edit);
-    return result;
-}
-
 void join(PresetLedger::Taken& mine, const PresetLedger::Taken& theirs) {
     mine.at = std::max(mine.at, theirs.at);
     mine.seen.meet(theirs.seen);
     for (const auto& [key, change] : theirs.changes)
         if (const auto [known, isNew] = mine.changes.emplace(key, change); !isNew)
             known->second = std::max(known->second, change);
-}
-
-/// What is older than a version, now that some of the lists before it are recognized.
-struct Older {
-    PresetHistory surely;
-    PresetHistory perhaps; ///< if the list was seen when it was written for the last time
-};
-
-Older recognized(PresetVersion& version, const PresetLedger::Written& written) {
-    Older older;
-    std::set<std::string> visited;
-    std::vector<std::string> open(version.after.begin(), version.after.end());
-    version.after.clear();
-    while (!open.empty()) {
-        const std::string hash = std::move(open.back());
-        open.pop_back();
-        if (!visited.insert(hash).second)
-            continue;
-        if (const auto found = written.find(hash); found != written.end()) {
-            older.surely.join(found->second.first);
-            older.perhaps.join(found->second.seen);
-            open.insert(open.end(), found->second.after.begin(), found->second.after.end());
-        } else {
-            version.after.insert(hash);
-        }
-    }
-    return older;
-}
-
-using OlderBy = PresetHistory Older::*;
-/// A version and what is older than it.
-using Recognized = std::pair<PresetVersion, Older>;
-
-/// Drops the versions that are older than another one by `history`. Of two that are older than each other the
-/// greater one is kept, and one is kept in any case.
-void dropOlder(std::vector<Recognized>& versions, OlderBy history) {
-    const auto isOlder = [&](const Recognized& one, const Recognized& other) {
-        return &one != &other && (other.second.*history).contains(one.first.edit);
-    };
-    const auto isDropped = [&](const Recognized& one) {
-        return std::ranges::any_of(versions, [&](const Recognized& other) {
-            return isOlder(one, other) && (!isOlder(other, one) || one.first.rank() < other.first.rank());
-        });
-    };
-    std::vector<Recognized> kept;
-    std::ranges::remove_copy_if(versions, std::back_inserter(kept), isDropped);
-    if (!kept.empty())
-        versions = std::move(kept);
-}
-
-void recognizeIn(std::vector<PresetVersion>& versions, const PresetLedger::Written& written) {
-    std::vector<Recognized> all;
-    for (PresetVersion& version : versions) {
-        Older older = recognized(version, written);
-        all.emplace_back(std::move(version), std::move(older));
-    }
-    dropOlder(all, &Older::surely);
-    dropOlder(all, &Older::perhaps);
-    versions.clear();
-    for (Recognized& each : all)
-        versions.push_back(std::move(each.first));
 }
 
 /// Removes the entries with the smallest `age` beyond `most`.
@@ -144,71 +44,11 @@ template <class Map, class Age> void keepLatest(Map& map, std::size_t most, Age 
 
 } // namespace
 
-std::uint64_t PresetHistory::count(std::string_view machine) const {
-    const auto found = counts_.find(machine);
-    return found == counts_.end() ? 0 : found->second;
-}
-
-std::uint64_t PresetHistory::latest() const {
-    std::uint64_t latest = 0;
-    for (const auto& [machine, count] : counts_)
-        latest = std::max(latest, count);
-    return latest;
-}
-
-void PresetHistory::add(const PresetEdit& edit) {
-    std::uint64_t& count = counts_[edit.machine];
-    count = std::max(count, edit.count);
-}
-
-void PresetHistory::join(const PresetHistory& other) {
-    for (const auto& [machine, count] : other.counts_)
-        add({count, machine});
-}
-
-void PresetHistory::meet(const PresetHistory& other) {
-    for (auto& [machine, count] : counts_)
-        count = std::min(count, other.count(machine));
-    std::erase_if(counts_, [](const auto& entry) { return entry.second == 0; });
-}
-
-void PresetLedger::Origin::join(const Origin& other) {
-    first.meet(other.first);
-    seen.join(other.seen);
-    after.insert(other.after.begin(), other.after.end());
-}
-
 /// A preset as it is seen.
 struct PresetLedger::Shown {
     bool isDeleted = false;
     std::vector<double> bandGains;
     PresetOrder order;
-};
-
-/// The places in use, for finding free ones.
-class PresetLedger::Places {
-public:
-    /// `machine` is empty for places that all machines choose equally.
-    Places(std::uint64_t clock, std::string_view machine) : clock_(clock), machine_(machine) {}
-
-    void add(const PresetOrder& order) { used_.insert(order); }
-    PresetOrder after(const PresetOrder& order) {
-        const auto next = used_.upper_bound(order);
-        return use(next == used_.end() ? orderAfter(order, clock_) : orderBetween(order, *next));
-    }
-    PresetOrder atEnd() { return use(orderAfter(used_.empty() ? PresetOrder{} : *used_.rbegin(), clock_)); }
-
-private:
-    PresetOrder use(PresetOrder order) {
-        if (!machine_.empty())
-            order = orderOfMachine(std::move(order), machine_);
-        used_.insert(order);
-        return order;
-    }
-
-    const std::uint64_t clock_;
-    const std::string_view machine_;
-    std::set<PresetOrder> used_;
 };
 
 std::string PresetLedger::hash(std::string_view text) {
@@ -325,7 +165,7 @@ void PresetLedger::take(const std::string& hash, const Presets& list) {
     for (const auto& [key, preset] : keys)
         if (!isKnown(key, *preset))
             changed.insert(key);
-    Places places(clock(), {});
+    PresetPlaces places(clock(), {});
     for (const auto& [key, shown] : view)
         if (!shown.isDeleted && !changed.contains(key))
             places.add(shown.order);
@@ -377,7 +217,7 @@ void PresetLedger::edit(const std::string& machine, const Presets& list, const P
         versions_[key] = {
             {edit, kind, std::move(gains), std::move(order), replaces ? after : std::set<std::string>()}};
     };
-    Places places(edit.count, machine);
+    PresetPlaces places(edit.count, machine);
     for (const auto& [key, shown] : view)
         if (!shown.isDeleted && !isEdited(key))
             places.add(shown.order);

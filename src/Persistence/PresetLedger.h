@@ -2,79 +2,16 @@
 #pragma once
 
 #include "Models/EQPreset.h"
-#include "Persistence/PresetOrder.h"
+#include "Persistence/PresetVersion.h"
 
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <vector>
 
 namespace vello {
-
-/// One save of one machine. The counts of a machine grow; a save is counted higher than everything that its
-/// machine knew of.
-struct PresetEdit {
-    std::uint64_t count = 0;
-    std::string machine;
-
-    friend auto operator<=>(const PresetEdit&, const PresetEdit&) = default;
-};
-
-/// What a machine knows of: of each machine, all saves up to a count (a version vector).
-class PresetHistory {
-public:
-    using Counts = std::map<std::string, std::uint64_t, std::less<>>;
-
-    PresetHistory() = default;
-    explicit PresetHistory(Counts counts) : counts_(std::move(counts)) {}
-
-    bool contains(const PresetEdit& edit) const { return count(edit.machine) >= edit.count; }
-    std::uint64_t count(std::string_view machine) const;
-    std::uint64_t latest() const;
-    void add(const PresetEdit& edit);
-    void join(const PresetHistory& other);
-    /// Keeps what both contain.
-    void meet(const PresetHistory& other);
-    const Counts& counts() const { return counts_; }
-
-    friend bool operator==(const PresetHistory&, const PresetHistory&) = default;
-
-private:
-    Counts counts_;
-};
-
-/// Presets of the same name are told apart by their position among them.
-struct PresetKey {
-    std::string name;
-    std::uint32_t ordinal = 0;
-
-    friend auto operator<=>(const PresetKey&, const PresetKey&) = default;
-};
-
-/// What an edit made of a preset.
-struct PresetVersion {
-    /// Of versions that do not know of each other, the kind that comes last here is shown.
-    enum class Kind {
-        adopted, ///< a preset of one machine that was shared together with others, without having been edited
-        deleted,
-        saved,
-    };
-
-    PresetEdit edit;
-    Kind kind = Kind::saved;
-    std::vector<double> bandGains; ///< dB; of a deleted preset, those that it had
-    PresetOrder order;
-    /// Hashes of lists that the edit's machine had seen without knowing who wrote them.
-    std::set<std::string> after = {};
-
-    /// Which of two versions that do not know of each other is shown: the greater one.
-    auto rank() const { return std::tie(kind, edit, bandGains, order); }
-    friend bool operator==(const PresetVersion&, const PresetVersion&) = default;
-};
 
 /// The presets that all machines of a user share, with what is necessary to merge two of them: edits,
 /// deletions and who knew of them. Machines that know of the same edits have the same list, in whichever
@@ -87,17 +24,8 @@ struct PresetVersion {
 class PresetLedger {
 public:
     using Presets = std::vector<UserEQPreset>;
-    /// What the machines knew of that wrote a list. The same list may be written several times.
-    struct Origin {
-        PresetHistory first;         ///< all of them, each time
-        PresetHistory seen;          ///< at least one of them, at last
-        std::set<std::string> after; ///< hashes of the lists of unknown origin that it had seen
-
-        void join(const Origin& other);
-        friend bool operator==(const Origin&, const Origin&) = default;
-    };
-    /// Lists that ledgers have written, by hash.
-    using Written = std::map<std::string, Origin, std::less<>>;
+    using Origin = PresetListOrigin;
+    using Written = WrittenLists;
     using Versions = std::map<PresetKey, std::vector<PresetVersion>>;
 
     /// How a preset was changed by a list of unknown origin.
@@ -156,7 +84,6 @@ public:
 
 private:
     struct Shown;
-    class Places;
     using View = std::map<PresetKey, Shown>;
 
     View view() const;

@@ -5,13 +5,11 @@
 #include "Foundation/Product.h"
 #include "Foundation/ReplacingFile.h"
 #include "Models/SettingsCoding.h"
+#include "Persistence/SettingsFileText.h"
 #include "Persistence/SettingsMerge.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <system_error>
 #include <utility>
 
@@ -19,85 +17,9 @@ namespace vello {
 namespace {
 
 namespace fs = std::filesystem;
-using nlohmann::json;
 using namespace std::chrono_literals;
 
 constexpr auto kSaveDelay = 500ms;
-constexpr int kFormatVersion = 1;
-constexpr std::size_t kLargestFile = std::size_t{64} << 20;
-
-bool hasEveryBand(const std::vector<double>& gains) {
-    return gains.size() == EQSettings::bandCount;
-}
-
-bool isInteger(const json& value) {
-    return value.is_number_integer() ||
-           (value.is_number_float() && std::trunc(value.get<double>()) == value.get<double>());
-}
-
-const json& requireMember(const json& payload, const char* key) {
-    const auto member = payload.find(key);
-    if (member == payload.end() || member->is_null())
-        throw CodingError("\"" + std::string(key) + "\" is missing");
-    return *member;
-}
-
-void requireType(bool isRight, const char* key, const char* wanted) {
-    if (!isRight)
-        throw CodingError("\"" + std::string(key) + "\" is not " + wanted);
-}
-
-SettingsBySourceID decodeSources(const json& sources) {
-    requireType(sources.is_object(), "sources", "an object");
-    SettingsBySourceID result;
-    for (const auto& [sourceID, value] : sources.items()) {
-        EQSettings settings = decodeSettings(value);
-        if (hasEveryBand(settings.bandGains))
-            result.emplace(sourceID, std::move(settings));
-    }
-    return result;
-}
-
-std::vector<UserEQPreset> decodeUserPresets(const json& presets) {
-    requireType(presets.is_array(), "userPresets", "an array");
-    std::vector<UserEQPreset> result;
-    for (const json& value : presets) {
-        UserEQPreset preset = decodeUserPreset(value);
-        if (hasEveryBand(preset.bandGains) && !preset.name.empty())
-            result.push_back(std::move(preset));
-    }
-    return result;
-}
-
-/// The version is required, but any integer is accepted.
-StoredSettings decodePayload(std::string_view text) {
-    if (text.size() > kLargestFile)
-        throw CodingError("the file is too large");
-    const json payload = parseJSON(text);
-    requireType(payload.is_object(), "settings", "an object");
-    requireType(isInteger(requireMember(payload, "version")), "version", "an integer");
-    StoredSettings settings;
-    settings.sources = decodeSources(requireMember(payload, "sources"));
-    const auto presets = payload.find("userPresets");
-    if (presets != payload.end() && !presets->is_null())
-        settings.userPresets = decodeUserPresets(*presets);
-    return settings;
-}
-
-std::string encodePayload(const StoredSettings& settings) {
-    using Encoded = nlohmann::ordered_json;
-    // Filled as a list of members, because inserting by key into an ordered object takes quadratic time.
-    Encoded::object_t sources;
-    sources.reserve(settings.sources.size());
-    for (const auto& [sourceID, value] : settings.sources)
-        sources.emplace_back(sourceID, encode(value));
-    Encoded presets = Encoded::array();
-    for (const UserEQPreset& preset : settings.userPresets)
-        presets.push_back(encode(preset));
-    const Encoded payload{
-        {"version", kFormatVersion}, {"sources", std::move(sources)}, {"userPresets", presets}};
-    return writeJSON(payload, JSONLayout::prettySorted) + "\n";
-}
 
 fs::path withSuffix(fs::path file, const char* suffix) {
     return file += suffix;
@@ -141,7 +63,7 @@ StoredSettings SettingsStore::load() {
 
 SettingsStore::Found SettingsStore::find() const {
     using State = Found::State;
-    const auto content = readContent(fileURL_, kLargestFile + 1);
+    const auto content = readContent(fileURL_, kLargestSettingsFile + 1);
     const int error = errno;
     if (!content && (error == ENOENT || error == ENOTDIR))
         return {};
@@ -153,7 +75,8 @@ SettingsStore::Found SettingsStore::find() const {
         return {.state = State::unreadable,
                 .reason = fileURL_.string() + ": " + std::generic_category().message(error)};
     try {
-        return {.state = State::usable, .settings = decodePayload(content->text), .stamp = content->stamp};
+        return {
+            .state = State::usable, .settings = decodeStoredSettings(content->text), .stamp = content->stamp};
     } catch (const CodingError& failure) {
         return {.state = State::corrupt, .reason = failure.what()};
     }
@@ -235,7 +158,7 @@ void SettingsStore::write(const StoredSettings& settings) {
     const Found found = isAsKnown ? Found{} : find();
     const bool mustMerge = known_ && found.state == Found::State::usable;
     const StoredSettings content = mustMerge ? merged(*known_, settings, found.settings) : settings;
-    const std::string text = encodePayload(content);
+    const std::string text = encodeStoredSettings(content);
     keepAside(found);
     writeFileAtomically(fileURL_, text);
     known_ = settings;
