@@ -7,8 +7,10 @@
 #include "support/RecordingSystemLog.h"
 #include "support/VirtualMainThread.h"
 
-#include <chrono>
+#include <algorithm>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace vello::presetmodel {
 
@@ -46,6 +48,11 @@ public:
         process_->thread.runPosted();
     }
     const Presets& presets() const { return process_->list.presets().value(); }
+    /// Of all bands of a preset; absent if there is no such preset.
+    std::optional<double> gainOf(const std::string& name) const {
+        const auto found = std::ranges::find(presets(), name, &UserEQPreset::name);
+        return found == presets().end() ? std::nullopt : std::optional(found->bandGains.front());
+    }
     UserPresetList& list() { return process_->list; }
     ModelStore& store() { return process_->store; }
     VirtualMainThread& thread() { return process_->thread; }

@@ -4,18 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bitset>
-#include <set>
 
 namespace vello::presetmodel {
 namespace {
-
-bool has(const Machine& machine, const std::string& name) {
-    return std::ranges::find(machine.presets(), name, &UserEQPreset::name) != machine.presets().end();
-}
-double gainIn(const Machine& machine, const std::string& name) {
-    return std::ranges::find(machine.presets(), name, &UserEQPreset::name)->bandGains.front();
-}
 
 std::string listText(const Presets& presets) {
     std::string text;
@@ -27,14 +18,6 @@ std::string listText(const Presets& presets) {
                 R"(","bandGains":[)" + gains + "]}";
     }
     return text.empty() ? "[]" : text + "]";
-}
-
-std::string describe(const Machine& machine) {
-    std::ostringstream text;
-    for (const UserEQPreset& preset : machine.presets())
-        text << preset.name << "=" << preset.bandGains.front() << " ";
-    text << "\n";
-    return text.str();
 }
 
 } // namespace
@@ -59,29 +42,6 @@ void Schedule::run() {
     for (std::size_t i = 0; mayDiffer && i < machines_.size(); ++i)
         save(*machines_[i], "Last" + std::to_string(i));
     comeToRest();
-}
-
-std::string Schedule::verdict() const {
-    for (const auto& machine : machines_)
-        if (machine->presets() != machines_.front()->presets())
-            return "the lists differ:\n" + describe(*machines_.front()) + describe(*machine);
-    std::set<std::string> names;
-    for (const Edit& edit : edits_)
-        names.insert(edit.name);
-    for (const std::string& name : names)
-        if (!options_.hasOtherProgram && !isRight(name))
-            return "an edit of " + name + " is lost:\n" + describe(*machines_.front());
-    return {};
-}
-
-std::string Schedule::story() const {
-    std::ostringstream text;
-    for (const Edit& edit : edits_)
-        text << edit.name << "=" << edit.gain.value_or(0) << " after " << std::bitset<kMostEdits>(edit.known)
-             << (edit.isAcknowledged ? "" : " (killed)") << "\n";
-    for (const auto& machine : machines_)
-        text << machine->ownJournal() << "\n";
-    return world_.story.str() + text.str();
 }
 
 Machine& Schedule::anyMachine() {
@@ -152,14 +112,14 @@ void Schedule::edit(Machine& machine) {
     const std::string name = anyName();
     const std::string other = anyName();
     const int choice = world_.below(10);
-    if (!has(machine, name) || choice < 6)
+    if (!machine.gainOf(name) || choice < 6)
         save(machine, name);
     else if (choice < 8 || other == name)
         make(machine, "deletes " + name, {{name, std::nullopt}},
              [&](UserPresetList& list) { list.remove(name); });
     else
         make(machine, "renames " + name + " to " + other,
-             {{name, std::nullopt}, {other, gainIn(machine, name)}},
+             {{name, std::nullopt}, {other, machine.gainOf(name)}},
              [&](UserPresetList& list) { list.rename(name, other); });
 }
 
@@ -270,28 +230,6 @@ void Schedule::comeToRest() {
             return;
     }
     ADD_FAILURE() << "it does not come to rest\n" << story();
-}
-
-std::optional<double> Schedule::gainOf(const std::string& name) const {
-    const Machine& machine = *machines_.front();
-    return has(machine, name) ? std::optional(gainIn(machine, name)) : std::nullopt;
-}
-
-/// Whether the preset is what an edit made of it that no later acknowledged edit has replaced.
-bool Schedule::isRight(const std::string& name) const {
-    const auto shown = gainOf(name);
-    bool isEdited = false;
-    for (std::size_t i = 0; i < edits_.size(); ++i) {
-        const auto isLater = [&](const Edit& edit) {
-            return edit.isAcknowledged && edit.name == name && (edit.known >> i & 1U) != 0;
-        };
-        if (edits_[i].name != name)
-            continue;
-        isEdited = isEdited || edits_[i].isAcknowledged;
-        if (edits_[i].gain == shown && std::ranges::none_of(edits_, isLater))
-            return true;
-    }
-    return !isEdited && !shown;
 }
 
 } // namespace vello::presetmodel

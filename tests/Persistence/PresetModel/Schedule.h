@@ -58,7 +58,6 @@ private:
     void otherProgramSaves(std::size_t place);
     void comeToRest();
 
-    std::optional<double> gainOf(const std::string& name) const;
     bool isRight(const std::string& name) const;
 
     const Options options_;
