@@ -11,7 +11,7 @@ namespace vello {
 namespace {
 
 constexpr int kCallsAtOnce = 500;
-/// For so many calls, which take a tenth of a second on a machine with nothing else to do.
+/// For so many calls, which take about a second on a busy machine.
 constexpr std::chrono::seconds kLongestAttack{60};
 
 /// VELLO_HOSTILE_CALLS for a measurement. The usual number still reaches every member with every kind of
