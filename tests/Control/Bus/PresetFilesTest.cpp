@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Presets as files, over a real bus: the methods of the interface and the commands of the program.
-#include "ControlFixture.h"
+#include "ClientFixture.h"
 
 #include "PresetFiles/PresetFile.h"
 
-#include <nlohmann/json.hpp>
 #include <QStringList>
-#include <sys/wait.h>
 
 namespace vello {
 namespace {
@@ -23,7 +21,7 @@ const std::vector<double> kGains{3, 0, 0, 0, 0, 0, 0, -4.5};
 constexpr char kTwoPresets[] = R"([{"name": "One", "bandGains": [1, 0, 0, 0, 0, 0, 0, 0]},
                                    {"name": "Two", "bandGains": [2, 0, 0, 0, 0, 0, 0, 0]}])";
 
-struct PresetFilesOnTheBus : Control {
+struct PresetFilesOnTheBus : ClientTests {
     QDBusMessage import(const char* name, const char* content) {
         return call("ImportPreset", {name, QByteArray(content)});
     }
@@ -77,35 +75,22 @@ TEST_F(PresetFilesOnTheBus, AreExportedAsTheyCanBeImported) {
 
 /// The program's commands.
 struct PresetFileCommands : PresetFilesOnTheBus {
-    struct Run {
-        int exitCode = -1;
-        std::string output;
-    };
-
-    Run run(std::vector<std::string> words) {
-        words.insert(words.begin(), {VELLO_EXECUTABLE, "preset"});
-        session::ChildProcess program(words, bus.environment(), folder / ("run-" + std::to_string(++runs_)));
-        std::optional<int> status;
-        EXPECT_TRUE(waitUntil([&] { return (status = program.waitForExit(std::chrono::milliseconds(0))); }));
-        return {status && WIFEXITED(*status) ? WEXITSTATUS(*status) : -1, program.output()};
+    Result run(std::vector<std::string> words) {
+        words.insert(words.begin(), "preset");
+        return ClientTests::run(std::move(words));
     }
     std::string file(const std::string& name, const std::string& content) {
         writeTestFile(folder / name, content);
         return folder / name;
     }
     void expectRefusal(const std::vector<std::string>& words, const std::string& part) {
-        const Run result = run(words);
-        EXPECT_EQ(result.exitCode, 1) << result.output;
-        EXPECT_THAT(result.output, AllOf(testing::StartsWith("vello: "), HasSubstr(part)));
-        EXPECT_EQ(std::ranges::count(result.output, '\n'), 1) << result.output;
+        expectOneLine(run(words), part);
     }
-
-    int runs_ = 0;
 };
 
 TEST_F(PresetFileCommands, ImportAFileAndSayWhatItBecomes) {
     start();
-    const Run result = run({"import", file("Open Back ParametricEQ.txt", kCurve)});
+    const Result result = run({"import", file("Open Back ParametricEQ.txt", kCurve)});
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(
         result.output,
@@ -120,7 +105,7 @@ TEST_F(PresetFileCommands, ImportAFileAndSayWhatItBecomes) {
 TEST_F(PresetFileCommands, SayAsJSONWhatAFileBecomes) {
     start();
     const std::string curve = file("Open Back ParametricEQ.txt", kCurve);
-    const auto parsed = [](const Run& result) {
+    const auto parsed = [](const Result& result) {
         EXPECT_EQ(result.exitCode, 0) << result.output;
         return nlohmann::json::parse(result.output);
     };
@@ -140,10 +125,10 @@ TEST_F(PresetFileCommands, SayAsJSONWhatAFileBecomes) {
 TEST_F(PresetFileCommands, ExportIntoADeviceOrAPipe) {
     start();
     ASSERT_THAT(call("SavePreset", {"Mine", gains({1, 2, 3, 4, 5, 6, 7, 8})}), IsDone());
-    const Run printed = run({"export", "--output", "/dev/stdout"});
+    const Result printed = run({"export", "--output", "/dev/stdout"});
     EXPECT_EQ(printed.exitCode, 0);
     EXPECT_THAT(printed.output, HasSubstr("\"Mine\""));
-    const Run full = run({"export", "--output", "/dev/full"});
+    const Result full = run({"export", "--output", "/dev/full"});
     EXPECT_EQ(full.exitCode, 1);
     EXPECT_EQ(full.output, "vello: cannot write '/dev/full': No space left on device\n");
 }
@@ -159,12 +144,12 @@ TEST_F(PresetFileCommands, ImportUnderAnotherNameAndFromStandardInput) {
 }
 
 TEST_F(PresetFileCommands, OnlySayWhatAFileBecomesWithoutAnInstance) {
-    const Run result =
+    const Result result =
         run({"import", "--dry-run", file("Shelf.txt", "Filter: ON LSC Fc 105 Hz Gain 5 dB Q 0.7\n")});
     EXPECT_EQ(result.exitCode, 0) << result.output;
     EXPECT_THAT(result.output, AllOf(HasSubstr("Shelf\n"), HasSubstr("dB RMS, at most 2.86 dB at 40 Hz\n"),
                                      HasSubstr("Nothing was saved.\n")));
-    const Run saving = run({"import", folder / "Shelf.txt"});
+    const Result saving = run({"import", folder / "Shelf.txt"});
     EXPECT_EQ(saving.exitCode, 3);
     EXPECT_THAT(saving.output, HasSubstr("vello: VELLO is not running"));
 }
