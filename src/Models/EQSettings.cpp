@@ -15,6 +15,10 @@ bool EQSettings::isNeutral() const {
     return isFlat() && volume == 1.0 && !outputDeviceUID && !isBypassed;
 }
 
+bool EQSettings::followsSystem(std::string_view sourceID) const {
+    return isNeutral() && sourceID != kSystemSourceID;
+}
+
 void EQSettings::reset() {
     bandGains.assign(bandCount, 0.0);
 }

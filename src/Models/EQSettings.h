@@ -37,6 +37,8 @@ struct EQSettings {
     /// Whether the settings leave the sound unchanged: flat, volume exactly 1, no device chosen, not
     /// bypassed. Ignores downmixesSurround, which selects what is captured, not how it sounds.
     bool isNeutral() const;
+    /// Whether the source with these settings of its own uses those of the system-wide entry.
+    bool followsSystem(std::string_view sourceID) const;
     /// Makes the curve flat and changes nothing else.
     void reset();
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <vector>
 
 #include <Eigen/Dense>
@@ -39,7 +40,10 @@ BiquadCoefficients bandSection(std::size_t band, double gain) {
 }
 
 std::vector<SampleDelay> delaysOfGrid() {
-    return {fitFrequencies().begin(), fitFrequencies().end()};
+    std::vector<SampleDelay> delays;
+    std::ranges::transform(fitFrequencies(), std::back_inserter(delays),
+                           [](double frequency) { return SampleDelay(frequency, kFitSampleRate); });
+    return delays;
 }
 
 /// The response of one band at every frequency of the fit.
@@ -191,7 +195,7 @@ std::span<const double> fitFrequencies() {
 }
 
 double bandsResponse(const EQPreset::Gains& gains, double frequency) {
-    const SampleDelay delay(frequency);
+    const SampleDelay delay(frequency, kFitSampleRate);
     double sum = 0;
     for (std::size_t band = 0; band < gains.size(); ++band)
         sum += sectionGain(bandSection(band, gains[band]), delay);

@@ -62,7 +62,7 @@ public:
     }
 
     double gain(double frequency) const {
-        const SampleDelay delay(frequency);
+        const SampleDelay delay(frequency, kFitSampleRate);
         double sum = 0;
         for (const BiquadCoefficients& section : sections_)
             sum += sectionGain(section, delay);
@@ -192,26 +192,6 @@ private:
 };
 
 } // namespace
-
-SampleDelay::SampleDelay(double frequency) {
-    const double angle = kTwoPi * frequency / kFitSampleRate;
-    cosine1 = std::cos(angle);
-    sine1 = std::sin(angle);
-    cosine2 = std::cos(2 * angle);
-    sine2 = std::sin(2 * angle);
-}
-
-double sectionGain(const BiquadCoefficients& section, const SampleDelay& delay) {
-    const auto power = [&](double now, double first, double second) {
-        const double real = now + first * delay.cosine1 + second * delay.cosine2;
-        const double imaginary = first * delay.sine1 + second * delay.sine2;
-        return real * real + imaginary * imaginary;
-    };
-    // A notch that is deeper than the numbers are exact is not infinitely deep.
-    constexpr double smallest = 1e-30;
-    return 10 * std::log10((power(section.b0, section.b1, section.b2) + smallest) /
-                           (power(1, section.a1, section.a2) + smallest));
-}
 
 double qualityOfSlope(double slope, double gain) {
     const double amplitude = std::pow(10.0, std::abs(gain) / 40);

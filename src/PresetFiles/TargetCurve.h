@@ -2,6 +2,7 @@
 #pragma once
 
 #include "AudioEngine/Realtime/EQChainSnapshot.h"
+#include "AudioEngine/Realtime/FilterResponse.h"
 #include "PresetFiles/PresetFile.h"
 
 #include <optional>
@@ -11,16 +12,6 @@
 
 /// The curve that the file of another equalizer describes.
 namespace vello {
-
-/// The delay by one sample and by two, at one frequency and kFitSampleRate: cosine and sine of the angles.
-struct SampleDelay {
-    explicit SampleDelay(double frequency);
-
-    double cosine1, sine1, cosine2, sine2;
-};
-
-/// The gain of one section in dB.
-double sectionGain(const BiquadCoefficients& section, const SampleDelay& delay);
 
 /// A filter of another equalizer, by the "Cookbook formulae for audio EQ biquad filter coefficients"
 /// (R. Bristow-Johnson).

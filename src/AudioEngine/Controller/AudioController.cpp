@@ -78,9 +78,8 @@ void AudioController::loadStored() {
 void AudioController::observeProcesses() {
     processMonitor_.setOnChange(
         [this](const AudioProcessMonitor::Groups& groups) { applyProcessGroups(groups); });
-    processMonitor_.setUrgency([this](const std::string& sourceID) {
-        return !EQSettings::effective(settings(sourceID), settings(kSystemSourceID), false).isNeutral();
-    });
+    processMonitor_.setUrgency(
+        [this](const std::string& sourceID) { return !settingsInForce(sourceID).isNeutral(); });
     processMonitor_.setOnProcess([this](const std::string& sourceID, AudioObjectID process) {
         tapCoordinator_.processAppeared(sourceID, process);
     });
@@ -166,6 +165,10 @@ std::vector<ReadyApplication> AudioController::readyApplications() const {
 
 EQSettings AudioController::settings(std::string_view sourceID) const {
     return valueIn(settingsBySourceID_.value(), sourceID).value_or(EQSettings{});
+}
+
+EQSettings AudioController::settingsInForce(std::string_view sourceID) const {
+    return EQSettings::effective(settings(sourceID), settings(kSystemSourceID), sourceID == kSystemSourceID);
 }
 
 void AudioController::updateSettings(EQSettings settings, std::string sourceID) {
@@ -273,6 +276,12 @@ std::optional<std::string> AudioController::outputDeviceUID(std::string_view sou
 
 std::optional<float> AudioController::level(std::string_view sourceID) const {
     return valueIn(levels().value(), sourceID);
+}
+
+double AudioController::sampleRate(std::string_view sourceID) const {
+    const auto tap = taps().find(std::string(sourceID));
+    return tap != taps().end() && tap->second->sampleRate() > 0 ? tap->second->sampleRate()
+                                                                : kUsualSampleRate;
 }
 
 std::optional<TempoEstimate> AudioController::tempo(std::string_view sourceID) const {

@@ -46,6 +46,8 @@ struct AudioControllerPorts {
     SystemLog& systemLog;
 };
 
+inline constexpr double kUsualSampleRate = 48000; ///< Hz
+
 /// An application that has stopped playing and whose tap waits for its next sound.
 struct ReadyApplication {
     std::string sourceID;
@@ -78,6 +80,8 @@ public:
     /// Of the active source.
     const Published<SpectrumAnalyzer::Levels>& spectrum() const { return meters_.spectrum(); }
     const Published<TempoEstimates>& tempoEstimates() const { return meters_.tempoEstimates(); }
+    /// The sources whose processed sound was louder than full scale within the last 3 s.
+    const Published<SourceMeters::SourceIDs>& clippingSources() const { return meters_.clippingSources(); }
     /// When levels, spectrum and tempo were last read; changes with every reading, also if they do not.
     const Published<MainThread::Instant>& metersUpdatedAt() const { return meters_.updatedAt(); }
     /// The outputs that the user can choose, the default first.
@@ -98,6 +102,10 @@ public:
     void setProcessingEnabled(bool isEnabled);
     /// The stored settings, or neutral settings if there are none.
     EQSettings settings(std::string_view sourceID) const;
+    /// What is applied to the source: its own settings, or those of the system-wide entry that it follows.
+    EQSettings settingsInForce(std::string_view sourceID) const;
+    /// The sample rate in Hz of the source's filters; kUsualSampleRate while it has none.
+    double sampleRate(std::string_view sourceID) const;
     std::optional<float> level(std::string_view sourceID) const;
     std::optional<TempoEstimate> tempo(std::string_view sourceID) const;
     /// Applies `settings` and schedules a save. The caller must have checked the values: eight gains, all

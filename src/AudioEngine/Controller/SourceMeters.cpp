@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/Controller/SourceMeters.h"
 
+#include "AudioEngine/Realtime/HostTime.h"
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -13,6 +15,7 @@ namespace {
 
 constexpr float kSilence = 0.0001F;
 constexpr auto kLevelHold = 500ms;
+constexpr auto kClippingHold = 3s;
 constexpr auto kTempoPeriod = 500ms;
 constexpr auto kTempoHold = 4s;
 constexpr float kSpectrumDecay = 0.8F;
@@ -24,6 +27,13 @@ SpectrumAnalyzer::Levels smoothed(SpectrumAnalyzer::Levels spectrum, const Spect
                              ? newest[band]
                              : kSpectrumDecay * spectrum[band] + (1 - kSpectrumDecay) * newest[band];
     return spectrum;
+}
+
+bool hasClippedLately(const ProcessTap& tap, MainThread::Instant now) {
+    const auto& context = tap.realtimeContext();
+    const std::uint64_t clippedAt =
+        context ? context->lastClippedHostTime.load(std::memory_order_relaxed) : 0;
+    return clippedAt != 0 && clippedAt >= hostTime(now - kClippingHold);
 }
 
 SpectrumAnalyzer::Levels decayed(SpectrumAnalyzer::Levels spectrum) {
@@ -38,12 +48,17 @@ void SourceMeters::update(const TapCoordinator::Taps& taps, const std::optional<
                           MainThread::Instant now) {
     forgetAllBut([&](const std::string& sourceID) { return taps.contains(sourceID); });
     Levels levels;
-    for (const auto& [sourceID, tap] : taps)
+    SourceIDs clipping;
+    for (const auto& [sourceID, tap] : taps) {
         if (const auto level = measure(sourceID, *tap, now))
             levels.emplace_hint(levels.end(), sourceID, *level);
+        if (hasClippedLately(*tap, now))
+            clipping.emplace_hint(clipping.end(), sourceID);
+    }
     const auto magnitudes = analyze(taps, activeSourceID);
     // Publish last, because an observer may change the taps.
     publishTempo();
+    clippingSources_.set(std::move(clipping));
     levels_.set(std::move(levels));
     spectrum_.set(magnitudes ? smoothed(spectrum_.value(), *magnitudes) : decayed(spectrum_.value()));
     updatedAt_.set(now);
@@ -55,6 +70,9 @@ void SourceMeters::keepOnly(const Predicate& isKept) {
     Levels levels = levels_.value();
     std::erase_if(levels, [&](const auto& entry) { return !isKept(entry.first); });
     levels_.set(std::move(levels));
+    SourceIDs clipping = clippingSources_.value();
+    std::erase_if(clipping, [&](const std::string& sourceID) { return !isKept(sourceID); });
+    clippingSources_.set(std::move(clipping));
 }
 
 void SourceMeters::forgetAllBut(const Predicate& isKept) {

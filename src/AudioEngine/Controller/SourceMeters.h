@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace vello {
@@ -22,6 +23,7 @@ class SourceMeters {
 public:
     using Levels = std::map<std::string, float, std::less<>>;
     using TempoEstimates = std::map<std::string, TempoEstimate, std::less<>>;
+    using SourceIDs = std::set<std::string, std::less<>>;
     using Predicate = std::function<bool(const std::string& sourceID)>;
 
     /// 0 to 1, for audible sources only; a source without an entry is silent. A source that becomes silent
@@ -31,6 +33,8 @@ public:
     const Published<SpectrumAnalyzer::Levels>& spectrum() const { return spectrum_; }
     /// For audible sources, estimated twice a second. An estimate is kept for 4 s if there is no new one.
     const Published<TempoEstimates>& tempoEstimates() const { return tempoEstimates_; }
+    /// The sources whose processed peak was above 0 dBFS within the last 3 s, audible or not.
+    const Published<SourceIDs>& clippingSources() const { return clippingSources_; }
     /// The time of the latest update. Changes with every one, after all other values.
     const Published<MainThread::Instant>& updatedAt() const { return updatedAt_; }
 
@@ -62,6 +66,7 @@ private:
     Published<Levels> levels_;
     Published<SpectrumAnalyzer::Levels> spectrum_;
     Published<TempoEstimates> tempoEstimates_;
+    Published<SourceIDs> clippingSources_;
     Published<MainThread::Instant> updatedAt_;
     SpectrumAnalyzer spectrumAnalyzer_;
     TempoAnalyzer tempoAnalyzer_;

@@ -16,6 +16,7 @@ namespace {
 
 constexpr float kSignalThreshold = 0.0001F;
 constexpr std::uint32_t kInfinityBits = 0x7F800000;
+constexpr std::uint32_t kFullScaleBits = std::bit_cast<std::uint32_t>(1.0F);
 
 /// Zeroes the buffer starting at byte `offset`.
 void silence(AudioBuffer& buffer, std::size_t offset = 0) noexcept {
@@ -89,6 +90,9 @@ bool isSignal(std::uint32_t peakBits) noexcept {
 
 void publishLevel(TapRealtimeContext& context, std::uint32_t peakBits) noexcept {
     context.levelBits.store(peakBits, std::memory_order_relaxed);
+    if (peakBits > kFullScaleBits) // positive floats are ordered like their bits
+        context.lastClippedHostTime.store(context.lastCallbackHostTime.load(std::memory_order_relaxed),
+                                          std::memory_order_relaxed);
     if (peakBits == 0) {
         context.zeroBufferStreak.fetch_add(1, std::memory_order_relaxed);
         return;

@@ -53,6 +53,9 @@ struct TapRealtimeContext {
     // Written by the callback.
     std::atomic<std::uint32_t> levelBits{0};            ///< 32-bit float: peak of the last processed buffer
     std::atomic<std::uint64_t> lastCallbackHostTime{0}; ///< hostTime() at the start of the last callback
+    /// hostTime() of the last callback whose processed peak was above 0 dBFS; 0: none yet. Readers look 30
+    /// times a second and would miss most peaks in levelBits.
+    std::atomic<std::uint64_t> lastClippedHostTime{0};
     std::atomic<std::uint32_t> zeroBufferStreak{0}; ///< processed buffers in a row with a peak of exactly 0
     std::atomic<std::uint32_t> hasCarriedSignal{0}; ///< 1 once a processed buffer peaked above 0.0001
 

@@ -249,10 +249,7 @@ std::string ControlService::sourceID(const QString& id, bool isNew) const {
 
 /// The settings that a change starts from.
 EQSettings ControlService::settingsBefore(const SettingsChange& change, const std::string& sourceID) const {
-    EQSettings own = controller_.settings(sourceID);
-    if (!change.isRelative())
-        return own;
-    return EQSettings::effective(own, controller_.settings(kSystemSourceID), sourceID == kSystemSourceID);
+    return change.isRelative() ? controller_.settingsInForce(sourceID) : controller_.settings(sourceID);
 }
 
 /// A preset that came from a file may have the id of a built-in one, and can be got rid of.

@@ -14,7 +14,7 @@ bool changesOnlyCapture(const SettingsChange& change) {
 
 /// Neutral settings of its own hand a source back to the system-wide ones, also where neutral was the wish.
 bool isLeftToSystem(const SourceState& own, const EQSettings& inForce) {
-    return own.source.id != kSystemSourceID && own.settings.isNeutral() && !inForce.isNeutral();
+    return own.settings.followsSystem(own.source.id) && !inForce.isNeutral();
 }
 
 } // namespace

@@ -37,9 +37,8 @@ std::string curve(const RunningState& state, const EQSettings& settings) {
 }
 
 std::string curveCell(const RunningState& state, const SourceState& entry) {
-    const bool isFollowing = entry.settings.isNeutral() && entry.source.id != kSystemSourceID;
     const std::string text = curve(state, effectiveSettings(state, entry));
-    return isFollowing ? std::string("as System: ").append(text) : text;
+    return entry.settings.followsSystem(entry.source.id) ? std::string("as System: ").append(text) : text;
 }
 
 std::string outputName(const RunningState& state, const std::string& uid) {

@@ -2,6 +2,7 @@
 #include "AudioControllerMeterFixture.h"
 
 #include "AudioEngine/Controller/MeterAudience.h"
+#include "AudioEngine/Realtime/HostTime.h"
 
 namespace vello {
 namespace {
@@ -110,6 +111,48 @@ TEST_F(ControllerMeters, ALevelIsAtMostOne) {
     setLevel("player", 3.5F);
     tick();
     EXPECT_EQ(controller->level("player"), 1.0F);
+}
+
+// Clipping
+
+TEST_F(ControllerMeters, ASourceThatClippedIsNamedForThreeSeconds) {
+    startMeters();
+    tick();
+    EXPECT_THAT(controller->clippingSources().value(), IsEmpty());
+    context("player").lastClippedHostTime = hostTime(mainThread.now());
+    const auto clipped = mainThread.now();
+    tick();
+    EXPECT_THAT(controller->clippingSources().value(), ElementsAre("player"));
+    while (mainThread.now() + kTick <= clipped + 3s) {
+        tick();
+        ASSERT_THAT(controller->clippingSources().value(), ElementsAre("player"));
+    }
+    tick();
+    EXPECT_THAT(controller->clippingSources().value(), IsEmpty());
+}
+
+TEST_F(ControllerMeters, ClippingIsToldOnlyWhenItBeginsAndEnds) {
+    startMeters();
+    int told = 0;
+    const auto observation = controller->clippingSources().observe([&](const auto&) { ++told; });
+    tick(2);
+    EXPECT_EQ(told, 0);
+    for (int again = 0; again < 3; ++again) {
+        context("player").lastClippedHostTime = hostTime(mainThread.now());
+        tick();
+    }
+    EXPECT_EQ(told, 1);
+    ticksWithin(4s);
+    EXPECT_EQ(told, 2);
+}
+
+TEST_F(ControllerMeters, ASourceWithoutATapNoLongerClips) {
+    startMeters();
+    context("player").lastClippedHostTime = hostTime(mainThread.now());
+    tick();
+    controller->setProcessingEnabled(false);
+    tick();
+    EXPECT_THAT(controller->clippingSources().value(), IsEmpty());
 }
 
 TEST_F(ControllerMeters, ASourceThatWasNeverHeardHasNoLevel) {

@@ -218,6 +218,31 @@ TEST(Callback, ReportsThePeakOfAllChannels) {
     EXPECT_TRUE(tap.hasCarriedSignal());
 }
 
+TEST(Callback, RemembersWhenItWasLastLouderThanFullScale) {
+    CallbackHarness tap(1);
+    tap.process({1.0F, -1.0F});
+    EXPECT_EQ(tap.context.lastClippedHostTime.load(), 0U) << "above, not at, full scale";
+    tap.process({0.5F, -1.001F});
+    const std::uint64_t clippedAt = tap.context.lastClippedHostTime.load();
+    EXPECT_NE(clippedAt, 0U);
+    EXPECT_EQ(clippedAt, tap.context.lastCallbackHostTime.load());
+    tap.process({0.5F});
+    EXPECT_EQ(tap.context.lastClippedHostTime.load(), clippedAt) << "a quiet buffer does not take it back";
+}
+
+TEST(Callback, JudgesFullScaleAfterTheVolume) {
+    CallbackHarness tap(1, 0.5F);
+    tap.process({1.5F});
+    EXPECT_EQ(tap.context.lastClippedHostTime.load(), 0U);
+    tap.process({2.5F});
+    EXPECT_NE(tap.context.lastClippedHostTime.load(), 0U);
+}
+
+TEST(Callback, LetsWhatIsLouderThanFullScalePass) {
+    CallbackHarness tap(1);
+    EXPECT_EQ(tap.process({1.5F, -2.0F}), (std::vector<float>{1.5F, -2.0F})) << "it is only measured";
+}
+
 TEST(Callback, CountsSilentBuffersInARow) {
     CallbackHarness tap(1);
     tap.process({0, 0});
