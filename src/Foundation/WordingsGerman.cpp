@@ -31,6 +31,11 @@ constexpr auto kWordings = std::to_array<Wording>({
     {"%1, collapsed", "%1, zugeklappt"},
     {"Output: %1", "Ausgabe: %1"},
     {"EQ enabled for %1", "EQ für %1 aktiv"},
+    {"Follows System", "Folgt dem System"},
+    {"Follows System: %1", "Folgt dem System: %1"},
+    {"Clipping", "Übersteuert"},
+    {"Louder than full scale: lower the volume or the bands",
+     "Lauter als Vollaussteuerung: Lautstärke oder Bänder senken"},
     {"Bypass the equalizer for %1", "Equalizer für %1 umgehen"},
     // an equalizer
     {"Flat", "Linear"},

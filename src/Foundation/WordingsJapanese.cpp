@@ -31,6 +31,11 @@ constexpr auto kWordings = std::to_array<Wording>({
     {"%1, collapsed", "%1、折りたたみ中"},
     {"Output: %1", "出力先：%1"},
     {"EQ enabled for %1", "%1のEQ有効"},
+    {"Follows System", "システムに従います"},
+    {"Follows System: %1", "システムに従います: %1"},
+    {"Clipping", "クリップしています"},
+    {"Louder than full scale: lower the volume or the bands",
+     "最大レベルを超えています。音量またはバンドを下げてください"},
     {"Bypass the equalizer for %1", "%1のイコライザをバイパスします"},
     // an equalizer
     {"Flat", "フラット"},

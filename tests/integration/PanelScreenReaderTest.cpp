@@ -86,6 +86,9 @@ TEST_F(PanelForScreenReaders, ReadEveryControlOfTheListAndOfAnOpenCard) {
                                                           {"slider", "Volume"},
                                                           {"label", "120 beats per minute"}})
         EXPECT_NO_THROW(await(role, name)) << name;
+    EXPECT_EQ(tree().description(await("", "one, expanded")), "Follows System");
+    EXPECT_EQ(tree().description(await("push button", "Flat")), "Follows System: Flat");
+    EXPECT_EQ(tree().description(await("", "System, collapsed")), "");
     EXPECT_FALSE(find("", "Save"));
     EXPECT_FALSE(find("", "+12")) << "the scale is for the eye";
 }
@@ -96,6 +99,7 @@ TEST_F(PanelForScreenReaders, StepABandAndHearItsDecibels) {
     const auto slider = await("slider", "63 hertz band gain");
     tree().act(slider, "Increase");
     awaitDescription("63 hertz band gain", "1 decibels");
+    awaitDescription("one, expanded", ""); // it no longer follows the system entry
     EXPECT_EQ(tree().value(slider), 1.0);
     tree().setValue(slider, 3.4);
     awaitDescription("63 hertz band gain", "3 decibels");

@@ -13,6 +13,12 @@ namespace vello {
 std::optional<std::string> matchingPresetName(std::span<const double> gains,
                                               std::span<const UserEQPreset> userPresets);
 
+/// A gain in dB as the user reads it, with one decimal, formatted for `locale` (as in "de_DE"): "+3.5 dB".
+std::string decibelText(double gain, const std::string& locale);
+
+/// "63 Hz", "1 kHz".
+std::string frequencyText(double hertz);
+
 /// A linear volume as a percentage without decimals, formatted for `locale` (as in "de_DE").
 std::string percentage(double volume, const std::string& locale);
 

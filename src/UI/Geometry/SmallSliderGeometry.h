@@ -11,7 +11,7 @@ struct SmallSliderGeometry {
     static constexpr double trackHeight = 4.0;
     static constexpr double thumbDiameter = 15.0;
     static constexpr double step = 0.01; ///< level change of an arrow key
-    static constexpr double page = 0.1;  ///< level change of a Page key
+    static constexpr double page = 0.05; ///< level change of a Page key
 
     double width = 100.0;
     /// The slider starts at the right.
@@ -34,8 +34,8 @@ struct SmallSliderGeometry {
 
     /// The nearest level that the slider can show.
     static double shownLevel(double level) { return std::clamp(level, 0.0, 1.0); }
-    /// The level after `pages` presses of Page Up (negative: Page Down), clamped to the range.
-    static double pagedLevel(double level, int pages) { return shownLevel(level + pages * page); }
+    /// The level after a `change` up or down, clamped to the range.
+    static double movedLevel(double level, double change) { return shownLevel(level + change); }
 };
 
 } // namespace vello

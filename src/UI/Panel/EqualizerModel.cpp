@@ -12,6 +12,14 @@
 #include <utility>
 
 namespace vello {
+namespace {
+
+/// Settings from other sources may hold any number of gains.
+double gainOf(const EQSettings& settings, std::size_t band) {
+    return band < settings.bandGains.size() ? settings.bandGains[band] : 0.0;
+}
+
+} // namespace
 
 EqualizerModel::EqualizerModel(AudioController& controller, std::string sourceID, QObject* parent)
     : QObject(parent), controller_(controller), sourceID_(std::move(sourceID)),
@@ -26,6 +34,7 @@ EqualizerModel::EqualizerModel(AudioController& controller, std::string sourceID
     });
     connect(&routes_, &MenuModel::chosen, this, &EqualizerModel::chooseRoute);
     showGains();
+    refreshInForce(false);
     refreshPresets();
     refreshRoutes();
     refreshTempo();
@@ -33,7 +42,7 @@ EqualizerModel::EqualizerModel(AudioController& controller, std::string sourceID
 
 void EqualizerModel::makeBands() {
     for (std::size_t band = 0; band < EQSettings::bandCount; ++band) {
-        auto* const model = new BandModel(QString::fromStdString(EQSettings::bandLabel(band)), this);
+        auto* const model = new BandModel(band, this);
         connect(model, &BandModel::edited, this, [this, band](double decibels) { setGain(band, decibels); });
         bands_.append(model);
     }
@@ -50,9 +59,17 @@ QString EqualizerModel::volumeText() const {
     return QString::fromStdString(percentage(settings_.volume, QLocale().name().toStdString()));
 }
 
-QString EqualizerModel::currentPresetName() const {
-    const auto name = matchingPresetName(settings_.bandGains, controller_.userPresets().value());
+QString EqualizerModel::nameOf(std::span<const double> gains) const {
+    const auto name = matchingPresetName(gains, controller_.userPresets().value());
     return name ? QString::fromStdString(*name) : tr("Custom");
+}
+
+QString EqualizerModel::currentPresetName() const {
+    return nameOf(settings_.bandGains);
+}
+
+QString EqualizerModel::systemPresetName() const {
+    return nameOf(controller_.settings(kSystemSourceID).bandGains);
 }
 
 bool EqualizerModel::isUnsavedCustomCurve() const {
@@ -176,26 +193,33 @@ bool EqualizerModel::renamePreset(const QString& name, const QString& newName) {
 }
 
 void EqualizerModel::refreshSettings() {
-    EQSettings settings = controller_.settings(sourceID_);
-    if (settings == settings_)
+    const EQSettings before = std::exchange(settings_, controller_.settings(sourceID_));
+    refreshInForce(before.followsSystem(sourceID_) != isFollowingSystem());
+    if (settings_ == before)
         return;
-    const bool changesCurve = settings.bandGains != settings_.bandGains;
-    const bool changesRoute = settings.outputDeviceUID != settings_.outputDeviceUID;
-    settings_ = std::move(settings);
     showGains();
     emit settingsChanged();
-    if (changesCurve)
+    if (settings_.bandGains != before.bandGains)
         refreshPresets();
-    if (changesRoute)
+    if (settings_.outputDeviceUID != before.outputDeviceUID)
         refreshRoutes();
 }
 
 void EqualizerModel::showGains() {
-    for (qsizetype band = 0; band < bands_.size(); ++band) {
-        const auto place = static_cast<std::size_t>(band);
-        bands_[band]->show(place < settings_.bandGains.size() ? settings_.bandGains[place] : 0.0,
-                           isApplyingPreset_);
-    }
+    for (qsizetype band = 0; band < bands_.size(); ++band)
+        bands_[band]->show(gainOf(settings_, static_cast<std::size_t>(band)), isApplyingPreset_);
+}
+
+/// `hasOtherSource`: the settings in force are no longer the source's own, or are so again.
+void EqualizerModel::refreshInForce(bool hasOtherSource) {
+    const EQSettings before = std::exchange(inForce_, controller_.settingsInForce(sourceID_));
+    if (inForce_ == before && !hasOtherSource)
+        return;
+    const bool glides = isApplyingPreset_ || hasOtherSource || inForce_.isBypassed != before.isBypassed;
+    for (qsizetype band = 0; band < bands_.size(); ++band)
+        bands_[band]->showInForce(
+            inForce_.isBypassed ? 0.0 : gainOf(inForce_, static_cast<std::size_t>(band)), glides);
+    emit presetChanged();
 }
 
 std::vector<MenuEntry> EqualizerModel::presetEntries() const {
@@ -235,6 +259,12 @@ void EqualizerModel::refreshRoutes() {
     }
     routes_.setEntries(std::move(entries));
     emit routeChanged();
+}
+
+void EqualizerModel::refreshSpectrum() {
+    emit spectrumChanged();
+    if (std::exchange(sampleRate_, controller_.sampleRate(sourceID_)) != sampleRate_)
+        emit sampleRateChanged();
 }
 
 void EqualizerModel::refreshTempo() {

@@ -29,6 +29,12 @@ class EqualizerModel : public QObject {
     Q_PROPERTY(QString volumeText READ volumeText NOTIFY settingsChanged)
     Q_PROPERTY(QString currentPresetName READ currentPresetName NOTIFY presetChanged)
     Q_PROPERTY(bool isUnsavedCustomCurve READ isUnsavedCustomCurve NOTIFY presetChanged)
+    /// Whether the source has no settings of its own, so that those of the system-wide entry apply.
+    Q_PROPERTY(bool isFollowingSystem READ isFollowingSystem NOTIFY presetChanged)
+    /// Name of the curve of the system-wide entry.
+    Q_PROPERTY(QString systemPresetName READ systemPresetName NOTIFY presetChanged)
+    /// Of the filters, in Hz.
+    Q_PROPERTY(double sampleRate READ sampleRate NOTIFY sampleRateChanged)
     Q_PROPERTY(QString currentOutputRouteName READ currentOutputRouteName NOTIFY routeChanged)
     Q_PROPERTY(bool hasTempo READ hasTempo NOTIFY tempoChanged)
     /// The latest tempo, in beats per minute. Keeps its value when the tempo is lost.
@@ -52,6 +58,9 @@ public:
     QString volumeText() const;
     QString currentPresetName() const;
     bool isUnsavedCustomCurve() const;
+    bool isFollowingSystem() const { return settings_.followsSystem(sourceID_); }
+    QString systemPresetName() const;
+    double sampleRate() const { return sampleRate_; }
     QString currentOutputRouteName() const;
     bool hasTempo() const { return hasTempo_; }
     int beatsPerMinute() const { return beatsPerMinute_; }
@@ -76,7 +85,7 @@ public:
     void refreshPresets();
     void refreshRoutes();
     void refreshTempo();
-    void refreshSpectrum() { emit spectrumChanged(); }
+    void refreshSpectrum();
 
 signals:
     void settingsChanged();
@@ -87,6 +96,7 @@ signals:
     void routeChanged();
     void tempoChanged();
     void spectrumChanged();
+    void sampleRateChanged();
 
 private:
     struct DeletedPreset {
@@ -96,6 +106,8 @@ private:
 
     void makeBands();
     void showGains();
+    void refreshInForce(bool hasOtherSource);
+    QString nameOf(std::span<const double> gains) const;
     void setGain(std::size_t band, double decibels);
     void applyPreset(int row);
     const UserEQPreset* userPreset(int row) const;
@@ -109,6 +121,8 @@ private:
     AudioController& controller_;
     const std::string sourceID_;
     EQSettings settings_;
+    EQSettings inForce_;
+    double sampleRate_ = kUsualSampleRate;
     bool hasTempo_ = false;
     int beatsPerMinute_ = 0;
     bool isApplyingPreset_ = false;

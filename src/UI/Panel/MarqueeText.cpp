@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QLinearGradient>
 #include <QPainter>
+#include <QQuickWindow>
 
 #include <chrono>
 #include <cmath>
@@ -32,7 +33,7 @@ void MarqueeText::setText(const QString& text) {
         return;
     text_ = text;
     animationStart_.reset();
-    setOffset(0.0);
+    setOffset(0.0, 0.0);
     measure();
     emit textChanged();
 }
@@ -41,6 +42,7 @@ void MarqueeText::setColor(const QColor& color) {
     if (color == color_)
         return;
     color_ = color;
+    written_ = {};
     emit colorChanged();
     update();
 }
@@ -82,6 +84,7 @@ void MarqueeText::measure() {
     const QFontMetricsF metrics(font_);
     textWidth_ = std::ceil(metrics.horizontalAdvance(text_));
     setImplicitHeight(std::ceil(metrics.height()));
+    written_ = {};
     review();
     update();
 }
@@ -92,27 +95,43 @@ bool MarqueeText::moves() const {
 
 void MarqueeText::review() {
     if (!moves())
-        setOffset(0.0);
+        setOffset(0.0, 0.0);
 }
 
 void MarqueeText::tick() {
     if (!animationStart_)
         animationStart_ = clock_->now();
     const std::chrono::duration<double> elapsed = clock_->now() - *animationStart_;
-    if (isOnScreen_ && moves())
-        setOffset(geometry().marqueeOffset(elapsed.count()));
+    if (!isOnScreen_ || !moves())
+        return;
+    const double drawnPoints = (pixelsUntil(clock_->now()) - pixelsUntil(*animationStart_)) / pixelRatio();
+    setOffset(geometry().marqueeOffset(elapsed.count()),
+              geometry().marqueeOffset(drawnPoints / MarqueeGeometry::pointsPerSecond));
 }
 
-void MarqueeText::setOffset(double offset) {
+double MarqueeText::pixelRatio() const {
+    return window() ? window()->effectiveDevicePixelRatio() : 1.0;
+}
+
+double MarqueeText::pixelsUntil(FrameClock::Instant instant) const {
+    const std::chrono::duration<double> time = instant.time_since_epoch();
+    return std::floor(time.count() * MarqueeGeometry::pointsPerSecond * pixelRatio());
+}
+
+void MarqueeText::setOffset(double offset, double drawnOffset) {
+    if (drawnOffset != drawnOffset_)
+        update();
+    drawnOffset_ = drawnOffset;
     if (offset == offset_)
         return;
     offset_ = offset;
     emit offsetChanged();
-    update();
 }
 
 void MarqueeText::geometryChange(const QRectF& now, const QRectF& before) {
     QQuickPaintedItem::geometryChange(now, before);
+    if (now.height() != before.height())
+        written_ = {};
     review();
 }
 
@@ -120,27 +139,43 @@ void MarqueeText::itemChange(ItemChange change, const ItemChangeData& data) {
     QQuickPaintedItem::itemChange(change, data);
     if (change == ItemVisibleHasChanged || change == ItemSceneChange)
         review();
+    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange)
+        written_ = {};
 }
 
 double MarqueeText::left() const {
     const double room = width() - textWidth_;
     if (!geometry().overflows())
         return isMirrored_ ? room : 0.0;
-    return text_.isRightToLeft() ? room - offset_ : offset_;
+    return text_.isRightToLeft() ? room - drawnOffset_ : drawnOffset_;
+}
+
+QImage MarqueeText::writtenText() const {
+    const QSizeF room(textWidth_ + 1.0, height());
+    QImage image((room * pixelRatio()).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(pixelRatio());
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setFont(font_);
+    painter.setPen(color_);
+    painter.drawText(QRectF(QPointF(), room),
+                     Qt::AlignLeft | Qt::AlignAbsolute | Qt::AlignVCenter | Qt::TextSingleLine, text_);
+    return image;
 }
 
 void MarqueeText::paint(QPainter* painter) {
-    painter->setFont(font_);
-    painter->setPen(color_);
-    if (const auto fade = geometry().edgeFade()) {
-        QColor clear = color_;
-        clear.setAlpha(0);
-        QLinearGradient gradient(0.0, 0.0, width(), 0.0);
-        gradient.setStops({{0.0, clear}, {*fade, color_}, {1.0 - *fade, color_}, {1.0, clear}});
-        painter->setPen(QPen(QBrush(gradient), 1.0));
-    }
-    painter->drawText(QRectF(left(), 0.0, textWidth_ + 1.0, height()),
-                      Qt::AlignLeft | Qt::AlignAbsolute | Qt::AlignVCenter | Qt::TextSingleLine, text_);
+    if (written_.isNull())
+        written_ = writtenText();
+    const double ratio = pixelRatio();
+    painter->drawImage(QPointF(std::round(left() * ratio) / ratio, 0.0), written_);
+    const auto fade = geometry().edgeFade();
+    if (!fade)
+        return;
+    QLinearGradient mask(0.0, 0.0, width(), 0.0);
+    mask.setStops(
+        {{0.0, Qt::transparent}, {*fade, Qt::black}, {1.0 - *fade, Qt::black}, {1.0, Qt::transparent}});
+    painter->setCompositionMode(QPainter::CompositionMode_DestinationIn);
+    painter->fillRect(QRectF(0.0, 0.0, width(), height()), mask);
 }
 
 } // namespace vello

@@ -6,6 +6,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QImage>
 #include <QPointer>
 #include <QQuickPaintedItem>
 #include <QtQmlIntegration>
@@ -15,7 +16,8 @@
 namespace vello {
 
 /// One line of text as wide as the item. A text that does not fit scrolls to the left, or to the right when
-/// it is read from right to left, at the ticks of `clock`.
+/// it is read from right to left, at the ticks of `clock`. It is drawn at whole pixels, and all texts step to
+/// the next pixel at the same ticks, so that the window is not drawn for each of them.
 class MarqueeText : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
@@ -51,6 +53,8 @@ public:
     bool isMirrored() const { return isMirrored_; }
     void setMirrored(bool isMirrored);
     double offset() const { return offset_; }
+    /// The offset that is drawn: whole pixels, behind by less than one.
+    double drawnOffset() const { return drawnOffset_; }
 
     void paint(QPainter* painter) override;
 
@@ -70,14 +74,18 @@ protected:
 
 private:
     MarqueeGeometry geometry() const { return {textWidth_, width()}; }
+    double pixelRatio() const;
+    /// How many pixels a text has moved since the clock's beginning.
+    double pixelsUntil(FrameClock::Instant instant) const;
     /// Left edge of the text, from the item's left edge.
     double left() const;
+    QImage writtenText() const;
     void measure();
     bool moves() const;
     /// Returns the text to its start when it does not move.
     void review();
     void tick();
-    void setOffset(double offset);
+    void setOffset(double offset, double drawnOffset);
 
     QPointer<FrameClock> clock_;
     QString text_;
@@ -85,6 +93,8 @@ private:
     QFont font_;
     double textWidth_ = 0.0;
     double offset_ = 0.0;
+    double drawnOffset_ = 0.0;
+    QImage written_; ///< the whole text; null: to be written
     bool reduceMotion_ = false;
     bool isOnScreen_ = true;
     bool isMirrored_ = false;

@@ -3,6 +3,7 @@
 
 #include "Foundation/Product.h"
 #include "UI/Geometry/PanelGeometry.h"
+#include "UI/Geometry/ResponseGeometry.h"
 
 #include <QObject>
 #include <QtQmlIntegration>
@@ -17,6 +18,7 @@ class PanelMeasures : public QObject {
     QML_SINGLETON
     Q_PROPERTY(double panelWidth READ panelWidth CONSTANT)
     Q_PROPERTY(double maximumListHeight READ maximumListHeight CONSTANT)
+    Q_PROPERTY(bool showsResponse READ showsResponse CONSTANT)
     Q_PROPERTY(QUrl webSite READ webSite CONSTANT)
 
 public:
@@ -24,6 +26,7 @@ public:
 
     double panelWidth() const { return kPanelWidth; }
     double maximumListHeight() const { return kMaximumListHeight; }
+    bool showsResponse() const { return kShowsResponse; }
     QUrl webSite() const { return QUrl(QString::fromUtf8(kWebSite)); }
     Q_INVOKABLE double listHeight(double contentHeight) const { return vello::listHeight(contentHeight); }
     Q_INVOKABLE double titleScale(double expansion) const { return vello::titleScale(expansion); }

@@ -77,7 +77,12 @@ void PanelModel::observeMeters() {
     };
     keep(controller_.levels().observe(refreshing(&SourceItem::refreshLevel)));
     keep(controller_.tempoEstimates().observe(refreshing(&SourceItem::refreshTempo)));
-    keep(controller_.spectrum().observe(refreshing(&SourceItem::refreshSpectrum)));
+    keep(controller_.clippingSources().observe(refreshing(&SourceItem::refreshClipping)));
+    keep(controller_.spectrum().observe([this](const auto&) {
+        SourceItem* const open = seat_ ? openItem() : nullptr;
+        if (open)
+            open->refreshSpectrum();
+    }));
     keep(controller_.metersUpdatedAt().observe([this](FrameClock::Instant now) {
         if (seat_)
             clock_.tick(now);
@@ -107,13 +112,18 @@ QString PanelModel::saveProblem() const {
     return problem ? QString::fromStdString(shortSentence(problem->kind)) : QString();
 }
 
-MenuModel* PanelModel::openPresets() const {
-    MenuModel* open = nullptr;
+SourceItem* PanelModel::openItem() const {
+    SourceItem* open = nullptr;
     sources_.forEach([&open](SourceItem& item) {
         if (item.isExpanded())
-            open = item.equalizer()->presets();
+            open = &item;
     });
     return open;
+}
+
+MenuModel* PanelModel::openPresets() const {
+    SourceItem* const open = openItem();
+    return open ? open->equalizer()->presets() : nullptr;
 }
 
 void PanelModel::setShown(bool isShown) {
@@ -125,8 +135,8 @@ void PanelModel::setShown(bool isShown) {
     controller_.capturePermission().refresh();
     controller_.permissionStatusChanged();
     seat_ = meters_.join();
-    for (const Refresh refresh :
-         {&SourceItem::refreshLevel, &SourceItem::refreshTempo, &SourceItem::refreshSpectrum})
+    for (const Refresh refresh : {&SourceItem::refreshLevel, &SourceItem::refreshClipping,
+                                  &SourceItem::refreshTempo, &SourceItem::refreshSpectrum})
         refreshAll(refresh);
 }
 
@@ -140,6 +150,7 @@ void PanelModel::toggle(const std::string& sourceID) {
     expandedSourceID_ = wasExpanded ? std::nullopt : std::optional(sourceID);
     showExpansion();
     controller_.setActiveSource(expandedSourceID_);
+    refreshAll(&SourceItem::refreshSpectrum); // the card that closes has none any more
 }
 
 void PanelModel::refreshSources() {

@@ -82,6 +82,8 @@ private:
     void observe();
     void observeMeters();
     void refreshAll(Refresh refresh) const;
+    /// Null while no card of a listed source is open.
+    SourceItem* openItem() const;
     void refreshSources();
     void showExpansion();
     void toggle(const std::string& sourceID);

@@ -16,6 +16,7 @@ class SmallSliderShape : public QObject {
     Q_PROPERTY(double position MEMBER position_ NOTIFY changed)
     Q_PROPERTY(bool isMirrored MEMBER isMirrored_ NOTIFY changed)
     Q_PROPERTY(double step READ step CONSTANT)
+    Q_PROPERTY(double page READ page CONSTANT)
     Q_PROPERTY(double trackHeight READ trackHeight CONSTANT)
     Q_PROPERTY(double thumbDiameter READ thumbDiameter CONSTANT)
     Q_PROPERTY(double thumbLeft READ thumbLeft NOTIFY changed)
@@ -26,6 +27,7 @@ public:
     explicit SmallSliderShape(QObject* parent = nullptr) : QObject(parent) {}
 
     double step() const { return SmallSliderGeometry::step; }
+    double page() const { return SmallSliderGeometry::page; }
     double trackHeight() const { return SmallSliderGeometry::trackHeight; }
     double thumbDiameter() const { return SmallSliderGeometry::thumbDiameter; }
     double thumbLeft() const { return geometry().thumbLeft(position_); }
@@ -33,8 +35,8 @@ public:
     double barWidth() const { return geometry().valueBar(position_).width; }
 
     Q_INVOKABLE double shownLevel(double level) const { return SmallSliderGeometry::shownLevel(level); }
-    Q_INVOKABLE double pagedLevel(double level, int pages) const {
-        return SmallSliderGeometry::pagedLevel(level, pages);
+    Q_INVOKABLE double movedLevel(double level, double change) const {
+        return SmallSliderGeometry::movedLevel(level, change);
     }
 
 signals:

@@ -19,6 +19,7 @@ SourceItem::SourceItem(AudioController& controller, FrameClock& clock, AppAudioS
       equalizer_(controller, source_.id, nullptr) {
     refreshRouteName();
     refreshLevel();
+    refreshClipping();
 }
 
 void SourceItem::setSource(AppAudioSource source, QIcon icon) {
@@ -62,6 +63,14 @@ void SourceItem::refreshRouteName() {
         return;
     outputRouteName_ = name;
     emit routeChanged();
+}
+
+void SourceItem::refreshClipping() {
+    const bool isClipping = controller_.clippingSources().value().contains(source_.id);
+    if (isClipping == isClipping_)
+        return;
+    isClipping_ = isClipping;
+    emit clippingChanged();
 }
 
 void SourceItem::refreshLevel() {

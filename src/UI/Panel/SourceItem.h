@@ -23,6 +23,8 @@ class SourceItem : public QObject {
     Q_PROPERTY(bool hasLevel READ hasLevel NOTIFY levelChanged)
     /// Filled share of the meter, 0 to 1.
     Q_PROPERTY(double level READ level NOTIFY levelChanged)
+    /// The source was louder than full scale within the last 3 s.
+    Q_PROPERTY(bool isClipping READ isClipping NOTIFY clippingChanged)
     Q_PROPERTY(bool isEQEnabled READ isEQEnabled WRITE setEQEnabled NOTIFY settingsChanged)
     /// Name of the device chosen for this source; empty while it follows the automatic output.
     Q_PROPERTY(QString outputRouteName READ outputRouteName NOTIFY routeChanged)
@@ -43,6 +45,7 @@ public:
     bool hasIcon() const { return !icon_.isNull(); }
     bool hasLevel() const { return level_.has_value(); }
     double level() const { return level_.value_or(0.0); }
+    bool isClipping() const { return isClipping_; }
     bool isEQEnabled() const { return !equalizer_.isBypassed(); }
     void setEQEnabled(bool isEnabled);
     QString outputRouteName() const { return outputRouteName_; }
@@ -59,12 +62,14 @@ public:
     void refreshRoutes();
     void refreshPresets() { equalizer_.refreshPresets(); }
     void refreshLevel();
+    void refreshClipping();
     void refreshTempo() { equalizer_.refreshTempo(); }
     void refreshSpectrum() { equalizer_.refreshSpectrum(); }
 
 signals:
     void sourceChanged();
     void levelChanged();
+    void clippingChanged();
     void settingsChanged();
     void routeChanged();
     void expandedChanged();
@@ -78,6 +83,7 @@ private:
     AppAudioSource source_;
     QIcon icon_;
     std::optional<double> level_;
+    bool isClipping_ = false;
     QString outputRouteName_;
     bool isExpanded_ = false;
     EqualizerModel equalizer_;

@@ -51,6 +51,21 @@ Theme::Accents Theme::derivedAccents() const {
             .onFill = onFill};
 }
 
+QColor Theme::accentFillRim() const {
+    const auto isDistinct = [this](const QColor& ground) {
+        return contrastRatio(accentFill(), ground) >= kMarkContrast;
+    };
+    return std::ranges::all_of(grounds(), isDistinct) ? rim(white(0.22)) : controlRim();
+}
+
+QColor Theme::response(double saturation) const {
+    QColor grey = tertiary();
+    QColor coloured = accent();
+    grey.setAlphaF(0.25F);
+    coloured.setAlphaF(isContrastIncreased() ? 0.8F : 0.4F);
+    return mixed(grey, coloured, saturation);
+}
+
 QColor Theme::awayFromText(double share) const {
     return mixed(accentFill(), onAccent() == Qt::white ? Qt::black : Qt::white, share);
 }

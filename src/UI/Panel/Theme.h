@@ -37,6 +37,8 @@ class Theme : public QObject {
     Q_PROPERTY(QColor onAccent READ onAccent NOTIFY changed)
     Q_PROPERTY(QColor window READ window NOTIFY changed)
     Q_PROPERTY(QColor opaqueWindow READ opaqueWindow NOTIFY changed)
+    Q_PROPERTY(QColor controlRim READ controlRim NOTIFY changed)
+    Q_PROPERTY(QColor warning READ warning NOTIFY changed)
     Q_PROPERTY(QColor windowRim READ windowRim NOTIFY changed)
     Q_PROPERTY(QColor windowShadow READ windowShadow CONSTANT)
     Q_PROPERTY(QColor aboutWindow READ aboutWindow NOTIFY changed)
@@ -82,13 +84,16 @@ public:
     QColor secondary() const { return text(0.72, 0.68, 0.92); }  ///< less important text
     QColor tertiary() const { return text(0.58, 0.57, 0.8); }    ///< least important text, marks
     QColor quaternary() const { return text(0.16, 0.13, 0.35); } ///< tracks
+    /// The edge of a control whose fill hardly differs from the ground.
+    QColor controlRim() const { return rim(ink(0.44, 0.52)); }
+    QColor warning() const { return solid(0xff9f43, 0xc2410c); } ///< a mark
     /// The user's accent, made darker or lighter where its contrast is too low.
     QColor accent() const { return accents_.mark; }
     QColor accentText() const { return accents_.text; }
     QColor accentFill() const { return accents_.fill; } ///< background of text
     QColor accentFillHovered() const { return awayFromText(0.08); }
     QColor accentFillPressed() const { return awayFromText(0.2); }
-    QColor accentFillRim() const { return rim(white(0.22)); }
+    QColor accentFillRim() const;
     QColor onAccent() const { return accents_.onFill; } ///< text on `accentFill`
     QColor window() const { return isTransparencyReduced() ? opaqueWindow() : window(0.95); }
     QColor opaqueWindow() const { return window(1.0); } ///< for windows that cannot be translucent
@@ -110,10 +115,12 @@ public:
     QColor menu() const { return solid(0x2c2d32, 0xfafafb); }
     QColor menuShadow() const { return black(0.3); }
     QColor thumb() const; ///< of the sliders of the bands
-    QColor thumbRim() const { return rim(Qt::transparent); }
+    QColor thumbRim() const { return controlRim(); }
     QColor thumbShadow() const { return black(0.33); }
     QColor smallThumb() const { return solid(0xe8e9ee, 0xffffff); } ///< of a SmallSlider
-    QColor smallThumbRim() const { return rim(black(0.08)); }
+    /// Tells the thumb from the ground, or on dark, where the thumb is bright, from the bar that it stands
+    /// on.
+    QColor smallThumbRim() const { return isDark() ? black(0.7) : controlRim(); }
     QColor knobOn() const { return white(1.0); } ///< of a switch
     QColor knobOff() const { return solid(0xe4e5ea, 0xffffff); }
 
@@ -128,6 +135,8 @@ public:
 
     /// `size` in pixels of unscaled text, scaled by the user's font scale.
     Q_INVOKABLE int scaled(double size) const;
+    /// The curve behind the bands. `saturation` runs from 0 (grey) to 1.
+    Q_INVOKABLE QColor response(double saturation) const;
     /// `share` runs from 0 (`from`) to 1 (`to`).
     Q_INVOKABLE static QColor mixed(const QColor& from, const QColor& to, double share);
 

@@ -46,5 +46,20 @@ TEST(EQPanelTextsTest, WritesAVolumeAsTheLanguageDoes) {
     EXPECT_EQ(percentage(0.5, "C"), "50%");
 }
 
+TEST(EQPanelTextsTest, WritesAGainWithItsSignAndOneDecimal) {
+    EXPECT_EQ(decibelText(3.54, "en_US"), "+3.5\u00A0dB");
+    EXPECT_EQ(decibelText(-12.0, "en_US"), "\u221212.0\u00A0dB");
+    EXPECT_EQ(decibelText(0.0, "en_US"), "0.0\u00A0dB");
+    EXPECT_EQ(decibelText(-0.04, "en_US"), "0.0\u00A0dB") << "what is rounded to 0 has no sign";
+    EXPECT_EQ(decibelText(3.5, "de_DE"), "+3,5\u00A0dB");
+}
+
+TEST(EQPanelTextsTest, WritesAFrequencyWithItsUnit) {
+    EXPECT_EQ(frequencyText(63), "63\u00A0Hz");
+    EXPECT_EQ(frequencyText(500), "500\u00A0Hz");
+    EXPECT_EQ(frequencyText(1000), "1\u00A0kHz");
+    EXPECT_EQ(frequencyText(8000), "8\u00A0kHz");
+}
+
 } // namespace
 } // namespace vello

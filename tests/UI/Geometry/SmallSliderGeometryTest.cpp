@@ -21,7 +21,7 @@ TEST(SmallSliderGeometryTest, IsMadeForTheVolume) {
     EXPECT_EQ(SmallSliderGeometry::trackHeight, 4.0);
     EXPECT_EQ(SmallSliderGeometry::thumbDiameter, 15.0);
     EXPECT_EQ(SmallSliderGeometry::step, 0.01);
-    EXPECT_EQ(SmallSliderGeometry::page, 0.1);
+    EXPECT_EQ(SmallSliderGeometry::page, 0.05);
 }
 
 TEST(SmallSliderGeometryTest, MovesTheThumbFromOneEndToTheOther) {
@@ -47,12 +47,12 @@ TEST(SmallSliderGeometryTest, ShowsALevelBeyondItsRangeAtTheEnd) {
     EXPECT_EQ(SmallSliderGeometry::shownLevel(1.5), 1.0);
 }
 
-TEST(SmallSliderGeometryTest, ChangesTheLevelByATenthForAPage) {
-    EXPECT_EQ(SmallSliderGeometry::pagedLevel(0.5, 1), 0.6);
-    EXPECT_EQ(SmallSliderGeometry::pagedLevel(0.5, -1), 0.4);
-    EXPECT_EQ(SmallSliderGeometry::pagedLevel(0.95, 1), 1.0);
-    EXPECT_EQ(SmallSliderGeometry::pagedLevel(0.05, -1), 0.0);
-    EXPECT_EQ(SmallSliderGeometry::pagedLevel(1.5, -1), 1.0);
+TEST(SmallSliderGeometryTest, MovesALevelWithinItsRange) {
+    EXPECT_EQ(SmallSliderGeometry::movedLevel(0.5, 0.25), 0.75);
+    EXPECT_EQ(SmallSliderGeometry::movedLevel(0.5, -0.25), 0.25);
+    EXPECT_EQ(SmallSliderGeometry::movedLevel(0.95, 0.25), 1.0);
+    EXPECT_EQ(SmallSliderGeometry::movedLevel(0.05, -0.25), 0.0);
+    EXPECT_EQ(SmallSliderGeometry::movedLevel(1.5, -0.25), 1.0);
 }
 
 RC_GTEST_PROP(SmallSliderGeometryTest, KeepsTheThumbInside, ()) {

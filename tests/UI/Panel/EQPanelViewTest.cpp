@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PanelQuickTest.h"
 
+#include "UI/Panel/ResponseView.h"
 #include "UI/Panel/SpringFollower.h"
 
 #include <gmock/gmock.h>
@@ -183,16 +184,135 @@ TEST_F(EQPanelViewTest, GrowsTheShadowOfAThumbThatIsDragged) {
     EXPECT_EQ(shadow(), 1.0);
 }
 
-TEST_F(EQPanelViewTest, RingsTheThumbWithIncreasedContrastOnly) {
+TEST_F(EQPanelViewTest, RingsTheThumbMoreStronglyWithIncreasedContrast) {
     openPlayer();
     const auto ring = [&] {
         return only(QStringLiteral("SliderThumbGlassModifier"), &band("63"))
             .property("rimColor")
             .value<QColor>();
     };
-    EXPECT_EQ(ring().alpha(), 0);
+    EXPECT_EQ(ring().rgba(), scene.theme.controlRim().rgba());
+    const float usual = ring().alphaF();
     scene.theme.setAppearance({.isContrastIncreased = true});
     EXPECT_EQ(ring().rgba(), scene.theme.primary().rgba());
+    EXPECT_GT(ring().alphaF(), usual);
+}
+
+TEST_F(EQPanelViewTest, ShowsTheValueOfABandWhileItIsDraggedOrFocused) {
+    openPlayer();
+    EXPECT_TRUE(all(QStringLiteral("BandReadout")).empty());
+    QQuickItem& slider = band("1K");
+    QTest::mousePress(scene.window, Qt::LeftButton, {}, at(slider, 13, 33));
+    scene.settle();
+    const QQuickItem& readout = only(QStringLiteral("BandReadout"));
+    EXPECT_NO_THROW(showing(QStringLiteral("1\u00a0kHz"), &readout));
+    EXPECT_NO_THROW(showing(QStringLiteral("+6.0\u00a0dB"), &readout));
+    EXPECT_NEAR(place(readout).center().x(), place(slider).center().x(), 1.0);
+    EXPECT_LE(place(readout).bottom(), place(slider).top()) << "it covers no thumb";
+    QTest::mouseMove(scene.window, at(slider, 13, 99));
+    EXPECT_NO_THROW(showing(QStringLiteral("\u22126.0\u00a0dB"), &readout));
+    QTest::mouseRelease(scene.window, Qt::LeftButton, {}, at(slider, 13, 99));
+    EXPECT_TRUE(slider.hasActiveFocus()) << "a press on a band focuses it";
+    QTest::mouseMove(scene.window, {2, 2});
+    press(Qt::Key_Up);
+    EXPECT_NO_THROW(showing(QStringLiteral("\u22125.0\u00a0dB"), &readout)) << "it is focused";
+    controls().forceActiveFocus();
+    scene.settle();
+    EXPECT_TRUE(all(QStringLiteral("BandReadout")).empty());
+}
+
+TEST_F(EQPanelViewTest, ShowsTheValueOfABandUnderThePointerAfterAMoment) {
+    openPlayer();
+    edit(0, 2.5);
+    QTest::mouseMove(scene.window, at(band("63"), 13, 100));
+    QTest::mouseMove(scene.window, at(band("63"), 13, 102));
+    EXPECT_TRUE(all(QStringLiteral("BandReadout")).empty());
+    ASSERT_TRUE(waitUntil([&] { return !all(QStringLiteral("BandReadout")).empty(); }));
+    scene.settle();
+    const QQuickItem& readout = only(QStringLiteral("BandReadout"));
+    EXPECT_NO_THROW(showing(QStringLiteral("+2.5\u00a0dB"), &readout));
+    EXPECT_GE(place(readout).left(), place(only(QStringLiteral("ResponseView"))).left())
+        << "within the bands";
+    EXPECT_EQ(gains()[0], 2.5);
+    QTest::mouseMove(scene.window, {2, 2});
+    scene.settle();
+    EXPECT_TRUE(all(QStringLiteral("BandReadout")).empty());
+}
+
+TEST_F(EQPanelViewTest, MarksTheFocusOfABandOnlyForTheKeyboard) {
+    openPlayer();
+    const auto ring = [&] { return all(QStringLiteral("FocusRing"), &band("63")).size(); };
+    QTest::mouseClick(scene.window, Qt::LeftButton, {}, at(band("63"), 13, 33));
+    EXPECT_EQ(ring(), 0U);
+    press(Qt::Key_Up);
+    EXPECT_EQ(ring(), 1U);
+    QTest::mouseClick(scene.window, Qt::LeftButton, {}, at(band("63"), 13, 33));
+    EXPECT_EQ(ring(), 0U);
+    press(Qt::Key_Tab);
+    press(Qt::Key_Backtab);
+    EXPECT_EQ(ring(), 1U);
+}
+
+TEST_F(EQPanelViewTest, DrawsTheResponseBehindTheGlowAndTheBands) {
+    openPlayer();
+    const QQuickItem& response = only(QStringLiteral("ResponseView"));
+    const QQuickItem& glow = only(QStringLiteral("SpectrumGlowView"));
+    const QList<QQuickItem*> layers = response.parentItem()->childItems();
+    const auto columns = all(QStringLiteral("BandColumn"));
+    EXPECT_LT(layers.indexOf(&response), layers.indexOf(&glow));
+    EXPECT_LT(layers.indexOf(&glow), layers.indexOf(columns.front()->parentItem()));
+    EXPECT_NEAR(place(response).left(), place(*columns.front()).left(), 1e-9);
+    EXPECT_NEAR(place(response).right(), place(*columns.back()).right(), 1e-9);
+    EXPECT_EQ(response.height(), 132.0);
+    EXPECT_EQ(response.property("sampleRate").toDouble(), scene.controller->sampleRate("player"));
+}
+
+TEST_F(EQPanelViewTest, MovesTheResponseWithTheSliders) {
+    openPlayer();
+    const auto& response = static_cast<const ResponseView&>(only(QStringLiteral("ResponseView")));
+    edit(2, 4.5);
+    EXPECT_EQ(response.gains()[2], 4.5) << "an edit is followed at once";
+    scene.item("player")->equalizer()->presets()->choose(2);
+    EXPECT_LT(response.gains()[0], 6.0) << "a preset is approached";
+    QCoreApplication::processEvents(); // a frame
+    for (int index = 0; index < 8; ++index)
+        EXPECT_EQ(response.gains()[index],
+                  all(QStringLiteral("VerticalDBSlider"))[static_cast<std::size_t>(index)]
+                      ->property("shownGain")
+                      .toDouble())
+            << index;
+    scene.settle();
+    EXPECT_EQ(response.gains()[0], 6.0);
+}
+
+TEST_F(EQPanelViewTest, DrawsTheResponseOfWhatIsInForce) {
+    openPlayer();
+    const auto& response = static_cast<const ResponseView&>(only(QStringLiteral("ResponseView")));
+    EQSettings system;
+    system.bandGains = {6, 5, 4, 3, 2, 1, 0, -1};
+    scene.controller->updateSettings(system, std::string(kSystemSourceID));
+    scene.settle();
+    EXPECT_EQ(response.gains(), (QList<double>{6, 5, 4, 3, 2, 1, 0, -1})) << "those of the system entry";
+    EXPECT_EQ(band("63").property("gain").toDouble(), 0.0);
+    edit(7, 2.0);
+    EXPECT_EQ(response.gains(), (QList<double>{0, 0, 0, 0, 0, 0, 0, 2})) << "its own";
+    update([](EQSettings& settings) { settings.isBypassed = true; });
+    EXPECT_EQ(response.gains(), QList<double>(8, 0.0)) << "no filter";
+    update([](EQSettings& settings) { settings.isBypassed = false; });
+    EXPECT_EQ(response.gains()[7], 2.0);
+}
+
+TEST_F(EQPanelViewTest, SaysThatItFollowsTheSystemEntry) {
+    openPlayer();
+    scene.item(std::string(kSystemSourceID))->equalizer()->presets()->choose(2);
+    scene.settle();
+    const QQuickItem& capsule = only(QStringLiteral("CapsuleButton"));
+    EXPECT_EQ(capsule.property("hint").toString(), "Follows System: Bass Boost");
+    edit(0, 3.0);
+    EXPECT_EQ(capsule.property("hint").toString(), "");
+    scene.item("player")->equalizer()->reset();
+    scene.settle();
+    EXPECT_EQ(capsule.property("hint").toString(), "Follows System: Bass Boost");
 }
 
 TEST_F(EQPanelViewTest, TurnsGreyWhileItIsBypassed) {

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "UI/Geometry/ResponseGeometry.h"
 #include "UI/Panel/MarqueeText.h"
+#include "UI/Panel/ResponseView.h"
 #include "UI/Panel/SpectrumGlowView.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +10,7 @@
 #include <QPainter>
 #include <QQuickWindow>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 
@@ -144,6 +147,59 @@ TEST_F(MarqueeTextTest, StandsAtTheRightWhereOneReadsFromThere) {
     const QImage image = painted(text);
     EXPECT_EQ(inkIn(image, {0, 0, 20, 14}), 0);
     EXPECT_GT(inkIn(image, {52, 0, 20, 14}), 0);
+}
+
+class ResponseViewTest : public testing::Test {
+protected:
+    ResponseViewTest() {
+        view.setSize({266.0, 132.0});
+        view.setColor(Qt::black);
+        view.setSampleRate(48000.0);
+    }
+    /// The row with the most ink in this column: where the line is.
+    static int lineIn(const QImage& image, int x) {
+        int best = 0;
+        for (int y = 1; y < image.height(); ++y)
+            if (qAlpha(image.pixel(x, y)) > qAlpha(image.pixel(x, best)))
+                best = y;
+        return best;
+    }
+
+    ResponseView view;
+};
+
+TEST_F(ResponseViewTest, DrawsNothingWithoutAGainForEachBand) {
+    EXPECT_TRUE(isBlank(painted(view)));
+    view.setGains({1.0, 2.0});
+    EXPECT_TRUE(isBlank(painted(view)));
+}
+
+TEST_F(ResponseViewTest, DrawsTheGainOfTheFilterAtEachFrequency) {
+    view.setGains({0, 0, 0, 8, 0, 0, -6, 0});
+    const QImage image = painted(view);
+    const ResponseGeometry geometry{.width = 266.0, .height = 132.0};
+    const auto response = view.response();
+    ASSERT_EQ(response.size(), responseFrequencies().size());
+    for (std::size_t point = 12; point + 12 < response.size(); point += 4) { // beyond the faded ends
+        const auto x = static_cast<int>(geometry.horizontal(responseFrequencies()[point]));
+        EXPECT_NEAR(lineIn(image, x), geometry.vertical(response[point]), 3.0) << x;
+    }
+    EXPECT_NEAR(lineIn(image, 14 + 3 * 34), geometry.vertical(8.0), 2.0) << "the band itself";
+}
+
+TEST_F(ResponseViewTest, EndsGradually) {
+    view.setGains(QList<double>(8, 3.0));
+    const QImage image = painted(view);
+    EXPECT_LT(inkIn(image, column(image, 1)), inkIn(image, column(image, 30)) / 4);
+    EXPECT_LT(inkIn(image, column(image, 264)), inkIn(image, column(image, 236)) / 4);
+}
+
+TEST_F(ResponseViewTest, EndsWhereASlowDeviceDoes) {
+    view.setGains({0, 0, 0, 0, 0, 0, 6, 0});
+    view.setSampleRate(16000.0);
+    const auto response = view.response();
+    EXPECT_EQ(response.back(), response[response.size() - 10]) << "16 kHz is beyond what it carries";
+    EXPECT_TRUE(std::ranges::all_of(response, [](double gain) { return std::isfinite(gain); }));
 }
 
 class SpectrumGlowViewTest : public testing::Test {

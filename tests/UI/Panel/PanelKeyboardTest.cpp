@@ -170,12 +170,21 @@ TEST_F(PanelKeyboardTest, StepsTheVolumeByArrowsAndPages) {
     only(QStringLiteral("SmallSlider")).forceActiveFocus(Qt::TabFocusReason);
     const auto volume = [&] { return scene.controller->settings("player").volume; };
     press(Qt::Key_PageDown);
-    EXPECT_DOUBLE_EQ(volume(), 0.9);
+    EXPECT_DOUBLE_EQ(volume(), 0.95);
     press(Qt::Key_Left);
-    EXPECT_DOUBLE_EQ(volume(), 0.89);
+    EXPECT_DOUBLE_EQ(volume(), 0.94);
+    press(Qt::Key_Down);
+    EXPECT_DOUBLE_EQ(volume(), 0.93);
+    press(Qt::Key_Up);
+    EXPECT_DOUBLE_EQ(volume(), 0.94);
+    press(Qt::Key_Right);
+    EXPECT_DOUBLE_EQ(volume(), 0.95);
     press(Qt::Key_PageUp);
-    EXPECT_DOUBLE_EQ(volume(), 0.99);
     press(Qt::Key_PageUp);
+    EXPECT_EQ(volume(), 1.0);
+    press(Qt::Key_Home);
+    EXPECT_EQ(volume(), 0.0);
+    press(Qt::Key_End);
     EXPECT_EQ(volume(), 1.0);
 }
 
@@ -226,6 +235,17 @@ TEST_F(PanelKeyboardTest, TellsAScreenReaderTheGainOfABand) {
     EXPECT_EQ(slider.valueInterface()->minimumStepSize().toDouble(), 1.0);
 }
 
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0) // older versions do not report it
+TEST_F(PanelKeyboardTest, TellsAScreenReaderThatABandIsDisabled) {
+    openPlayer();
+    EXPECT_FALSE(face(kBand).state().disabled);
+    scene.item("player")->setEQEnabled(false);
+    scene.settle();
+    EXPECT_TRUE(face(kBand).state().disabled);
+    EXPECT_TRUE(face(QStringLiteral("Reset")).state().disabled);
+}
+#endif
+
 TEST_F(PanelKeyboardTest, LetsAScreenReaderStepABandWithoutSnapping) {
     openPlayer();
     scene.item("player")->equalizer()->findChildren<BandModel*>()[0]->edit(0.4);
@@ -268,6 +288,7 @@ TEST_F(PanelKeyboardTest, LetsAScreenReaderSetTheVolume) {
     QAccessible::queryAccessibleInterface(&slider)->valueInterface()->setCurrentValue(0.25);
     EXPECT_EQ(scene.controller->settings("player").volume, 0.25);
     scene.item("player")->equalizer()->setVolume(0.75);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&slider)->text(QAccessible::Description), "75%");
     EXPECT_EQ(slider.property("value").toDouble(), 0.75) << "it follows the volume also after it was set";
 }
 

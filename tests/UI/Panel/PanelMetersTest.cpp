@@ -4,8 +4,11 @@
 #include "UI/Panel/MarqueeText.h"
 #include "UI/Panel/SpectrumGlowView.h"
 
+#include <QAccessible>
+
 #include <algorithm>
 #include <functional>
+#include <iterator>
 
 namespace vello {
 namespace {
@@ -100,6 +103,88 @@ TEST_F(PanelMetersTest, StandStillOnCardsBeyondTheListsEdges) {
     EXPECT_EQ(shownLevel(0), 0.75);
     scrollTo(0);
     EXPECT_EQ(shownLevel(0), 0.5);
+}
+
+TEST_F(PanelMetersTest, WarnAtTheirEndForThreeSecondsAfterClipping) {
+    playMany(2);
+    sound(0.5F);
+    scene.tickMeters();
+    const QQuickItem& end = *only(QStringLiteral("LevelMeterView"), &row(0)).childItems()[2];
+    const auto words = [this](int number) {
+        return QAccessible::queryAccessibleInterface(&row(number))->text(QAccessible::Description);
+    };
+    EXPECT_FALSE(end.isVisible());
+    EXPECT_EQ(words(0), "Follows System");
+    scene.clip(identifier(0));
+    scene.tickMeters();
+    scene.settle();
+    EXPECT_TRUE(end.isVisible());
+    EXPECT_EQ(end.property("color").value<QColor>(), scene.theme.warning());
+    EXPECT_EQ(end.x() + end.width(), 36.0);
+    EXPECT_EQ(words(0), "Follows System, Clipping");
+    EXPECT_EQ(words(1), "Follows System") << "only where it clipped";
+    scene.mainThread.advance(std::chrono::milliseconds(2900));
+    EXPECT_TRUE(end.isVisible());
+    scene.mainThread.advance(std::chrono::milliseconds(200));
+    EXPECT_FALSE(end.isVisible());
+    EXPECT_EQ(words(0), "Follows System");
+}
+
+TEST_F(PanelMetersTest, TellTheSpectrumToTheOpenCardOnly) {
+    playMany(2);
+    click(row(1));
+    int toldTheOpen = 0;
+    int toldTheClosed = 0;
+    QObject::connect(scene.item(identifier(1))->equalizer(), &EqualizerModel::spectrumChanged,
+                     [&toldTheOpen] { ++toldTheOpen; });
+    QObject::connect(scene.item(identifier(0))->equalizer(), &EqualizerModel::spectrumChanged,
+                     [&toldTheClosed] { ++toldTheClosed; });
+    sound(0.5F);
+    for (int tick = 0; tick < 5; ++tick) {
+        scene.hearNoise(0.04);
+        scene.tickMeters();
+    }
+    EXPECT_EQ(toldTheOpen, 5);
+    EXPECT_EQ(toldTheClosed, 0);
+}
+
+TEST_F(PanelMetersTest, TakeTheSpectrumFromACardThatCloses) {
+    playMany(2);
+    click(row(1));
+    sound(0.5F);
+    scene.hearNoise(0.1);
+    scene.tickMeters();
+    const auto& glow = static_cast<SpectrumGlowView&>(only(QStringLiteral("SpectrumGlowView")));
+    ASSERT_FALSE(glow.magnitudes().isEmpty());
+    scene.item(identifier(1))->toggle();
+    EXPECT_TRUE(glow.magnitudes().isEmpty());
+}
+
+TEST_F(PanelMetersTest, StepAllNamesThatScrollAtTheSameTicks) {
+    playMany(4);
+    for (int number = 0; number < 4; ++number) {
+        route(number); // so that they start at different ticks
+        scene.settle();
+        scene.tickMeters();
+    }
+    std::vector<QQuickItem*> names = all(QStringLiteral("RouteLabel"));
+    ASSERT_EQ(names.size(), 4U);
+    int ticksWithAStep = 0;
+    for (int tick = 0; tick < 60; ++tick) {
+        scene.settle();
+        const auto drawn = [](const QQuickItem* name) {
+            return static_cast<const MarqueeText*>(name)->drawnOffset();
+        };
+        std::vector<double> before;
+        std::ranges::transform(names, std::back_inserter(before), drawn);
+        scene.tickMeters();
+        std::vector<bool> steps;
+        for (std::size_t index = 0; index < names.size(); ++index)
+            steps.push_back(drawn(names[index]) != before[index]);
+        EXPECT_EQ(std::ranges::count(steps, steps.front()), 4) << tick;
+        ticksWithAStep += steps.front() ? 1 : 0;
+    }
+    EXPECT_NEAR(ticksWithAStep, 60 * 0.033 * 18.4, 2.0) << "a pixel at a time";
 }
 
 TEST_F(PanelMetersTest, MoveOnACardOfWhichOnlyAnEdgeIsShown) {

@@ -96,6 +96,15 @@ void markEntry(PanelScene& scene, const char* name) {
     scene.settle();
 }
 
+/// Holds the thumb of a band.
+void dragBand(PanelScene& scene) {
+    scene.settle();
+    QQuickItem* const band = scene.named(QStringLiteral("125 hertz band gain"));
+    const QPointF place = band->mapToScene({band->width() / 2, band->height() * 0.35});
+    QMouseEvent press(QEvent::MouseButtonPress, place, place, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(scene.window, &press);
+}
+
 void offer(PanelScene& scene, const char* content) {
     scene.model->presetImport()->offer(QStringLiteral("Open Back 600 ParametricEQ.txt"), content);
 }
@@ -106,6 +115,22 @@ const std::map<std::string, Prepare> kScenes{
     {"empty", [](PanelScene&) {}},
     {"list", [](PanelScene& scene) { startPlaying(scene), showLevels(scene); }},
     {"open", [](PanelScene& scene) { startPlaying(scene), openCard(scene, kOwnCurve); }},
+    {"clipping",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, kOwnCurve);
+         scene.clip("rhythmbox"), scene.clip("videos with a rather long name of the window");
+         scene.tickMeters();
+     }},
+    {"dragged", [](PanelScene& scene) { startPlaying(scene), openCard(scene, kOwnCurve), dragBand(scene); }},
+    {"following",
+     [](PanelScene& scene) {
+         startPlaying(scene);
+         EQSettings system;
+         system.bandGains = {6, 5, 3, 1, 0, 0, 0, 0};
+         scene.controller->updateSettings(system, std::string(kSystemSourceID));
+         scene.item("videos with a rather long name of the window")->toggle();
+         showLevels(scene);
+     }},
     {"bypassed",
      [](PanelScene& scene) {
          startPlaying(scene), openCard(scene, kOwnCurve);

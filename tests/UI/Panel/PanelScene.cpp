@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PanelScene.h"
 
+#include "AudioEngine/Realtime/HostTime.h"
 #include "UI/Panel/SpringFollower.h"
 
 #include "support/WaitUntil.h"
@@ -122,6 +123,10 @@ void PanelScene::hearBeats(double beatsPerMinute, double seconds) {
 
 void PanelScene::setLevel(const std::string& sourceID, float level) const {
     controller->taps().at(sourceID)->realtimeContext()->levelBits = std::bit_cast<std::uint32_t>(level);
+}
+
+void PanelScene::clip(const std::string& sourceID) const {
+    controller->taps().at(sourceID)->realtimeContext()->lastClippedHostTime = hostTime(mainThread.now());
 }
 
 void PanelScene::tickMeters() {

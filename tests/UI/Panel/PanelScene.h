@@ -48,6 +48,8 @@ public:
     /// Feeds every tap with `seconds` of drum hits at this tempo.
     void hearBeats(double beatsPerMinute, double seconds);
     void setLevel(const std::string& sourceID, float level) const;
+    /// The source has just been louder than full scale.
+    void clip(const std::string& sourceID) const;
     /// Advances the model's clock by one tick of the meters.
     void tickMeters();
 

@@ -67,13 +67,18 @@ TEST(ThemeTest, RimsGlassFaintlyAndInThePrimaryColourWithMoreContrast) {
 }
 
 TEST(ThemeTest, RimsControlsInThePrimaryColourWithMoreContrast) {
-    const Theme usual(Appearance{});
-    EXPECT_EQ(usual.thumbRim().alpha(), 0);
-    EXPECT_EQ(usual.smallThumbRim(), QColor::fromRgbF(0.0F, 0.0F, 0.0F, 0.08F));
-    EXPECT_EQ(usual.accentFillRim(), QColor::fromRgbF(1.0F, 1.0F, 1.0F, 0.22F));
     const Theme contrast(Appearance{.isContrastIncreased = true});
-    for (const QColor& rim : {contrast.thumbRim(), contrast.smallThumbRim(), contrast.accentFillRim()})
+    for (const QColor& rim :
+         {contrast.controlRim(), contrast.thumbRim(), contrast.smallThumbRim(), contrast.accentFillRim()})
         EXPECT_EQ(rim, contrast.primary());
+}
+
+TEST(ThemeTest, HasEdgesAndWarningsThatCanBeSeen) {
+    for (const Appearance& look : looks()) {
+        const Theme theme(look);
+        EXPECT_GE(worstContrast(theme.controlRim(), theme), kMarkContrast) << nameOf(look);
+        EXPECT_GE(worstContrast(theme.warning(), theme), kMarkContrast) << nameOf(look);
+    }
 }
 
 TEST(ThemeTest, HasAnOpaqueWindowOfTheSameColour) {

@@ -23,6 +23,10 @@ PressControl {
     ringRadius: 11
     ringGap: -3
     Accessible.name: root.source.isExpanded ? qsTr("%1, expanded").arg(root.source.name) : qsTr("%1, collapsed").arg(root.source.name)
+    Accessible.description: root.followingText + (root.followingText !== "" && root.clippingText !== "" ? ", " : "") + root.clippingText
+
+    readonly property string clippingText: root.source.isClipping ? qsTr("Clipping") : ""
+    readonly property string followingText: root.source.equalizer.isFollowingSystem ? qsTr("Follows System") : ""
 
     contentItem: RowLayout {
         spacing: 10
@@ -60,6 +64,15 @@ PressControl {
         Item {
             Layout.fillWidth: true
             Layout.minimumWidth: 8
+
+            FollowingMark {
+                // Stands in the space after the name, and takes none of its own.
+                anchors.left: parent.left
+                anchors.leftMargin: -4
+                anchors.verticalCenter: parent.verticalCenter
+                visible: root.followingText !== ""
+                hint: root.followingText
+            }
         }
         RouteLabel {
             Layout.preferredWidth: 72
@@ -70,6 +83,7 @@ PressControl {
             text: root.source.outputRouteName
         }
         LevelMeterView {
+            isClipping: root.source.isClipping
             hasLevel: root.source.hasLevel
             level: root.source.level
             clock: root.source.clock

@@ -10,6 +10,9 @@ Item {
     readonly property BandModel band: root.modelData
     /// 1 is full colour, 0 is grey.
     property real saturation: 1
+    /// How much its value is wanted in view: being dragged more than being pointed at, and that more than the focus.
+    readonly property int attention: slider.isDragging ? 3 : slider.isHovered ? 2 : slider.activeFocus ? 1 : 0
+    readonly property alias shownGainInForce: glideInForce.value
 
     SpringFollower {
         id: glide
@@ -18,7 +21,16 @@ Item {
         response: 0.3
         isAnimated: root.band.isGliding && !Theme.isMotionReduced
     }
+    SpringFollower {
+        id: glideInForce
+
+        to: root.band.gainInForce
+        response: 0.3
+        isAnimated: root.band.isGlidingInForce && !Theme.isMotionReduced
+    }
     VerticalDBSlider {
+        id: slider
+
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.top: parent.top
         anchors.bottom: label.top

@@ -2,7 +2,7 @@
 import QtQuick
 import Vello
 
-/// The bands over the live spectrum, with the decibel scale on the left. Low frequencies are on the left in every
+/// The bands over the live spectrum and the response of the filter, with the decibel scale on the left. Low frequencies are on the left in every
 /// language.
 Item {
     id: root
@@ -41,6 +41,15 @@ Item {
             text: "\u221212"
         }
     }
+    ResponseView {
+        x: bands.x
+        width: bands.width
+        height: root.sliderHeight
+        visible: PanelMeasures.showsResponse
+        sampleRate: root.equalizer.sampleRate
+        gains: bands.gainsInForce
+        color: Theme.response(saturation.value)
+    }
     SpectrumGlowView {
         x: bands.x - bleed
         y: -bleed
@@ -54,6 +63,19 @@ Item {
         id: bands
 
         readonly property real columnWidth: (width + spacing) / Math.max(1, columns.count) - spacing
+        readonly property list<real> gainsInForce: bands.allColumns().map(column => column.shownGainInForce)
+        /// The one whose value is wanted in view; null: none.
+        readonly property BandColumn readColumn: bands.allColumns().reduce((most, column) => column.attention > (most?.attention ?? 0) ? column : most, null)
+
+        function allColumns(): var {
+            const found = [];
+            for (let index = 0; index < columns.count; ++index) {
+                const column = columns.itemAt(index) as BandColumn;
+                if (column)
+                    found.push(column);
+            }
+            return found;
+        }
 
         x: root.gutterWidth + root.spacing
         width: root.width - x
@@ -74,5 +96,9 @@ Item {
             delegate: BandColumn {
             }
         }
+    }
+    BandReadout {
+        column: bands.readColumn
+        bounds: bands
     }
 }

@@ -10,10 +10,12 @@ PressControl {
     required property string symbol
     /// May be a name chosen by the user. It is not the button's `text`, in which `&` would mark a mnemonic.
     required property string title
+    property string hint: ""
 
     implicitHeight: Math.max(24, implicitContentHeight + 6)
     horizontalPadding: 8
     Accessible.name: root.title
+    Accessible.description: root.hint
 
     contentItem: RowLayout {
         spacing: 5
@@ -42,7 +44,12 @@ PressControl {
     background: Rectangle {
         radius: height / 2
         color: root.hovered ? Theme.controlHovered : Theme.control
-        border.width: Theme.isContrastIncreased ? 1 : 0
-        border.color: Theme.primary
+        border.width: 1
+        border.color: Theme.controlRim
+    }
+
+    Hint {
+        text: root.hint
+        visible: root.hovered && !root.down && root.hint !== ""
     }
 }

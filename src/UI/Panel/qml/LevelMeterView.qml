@@ -2,12 +2,13 @@
 import QtQuick
 import Vello
 
-/// The level of a source as a thin bar; invisible while the source has no level.
+/// The level of a source as a thin bar; invisible while the source has no level. Its end warns of clipping.
 Item {
     id: root
 
     required property bool hasLevel
     required property real level
+    required property bool isClipping
     required property FrameClock clock
     required property bool isOnScreen
 
@@ -27,6 +28,23 @@ Item {
         height: parent.height
         radius: height / 2
         color: Theme.accent
+    }
+    Rectangle {
+        anchors.right: parent.right
+        width: 7
+        height: parent.height
+        radius: height / 2
+        visible: root.isClipping
+        color: Theme.warning
+    }
+    HoverHandler {
+        id: hover
+
+        margin: 6
+    }
+    Hint {
+        text: qsTr("Louder than full scale: lower the volume or the bands")
+        visible: hover.hovered && root.isClipping
     }
     LevelFollower {
         id: shown

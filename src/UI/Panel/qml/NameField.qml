@@ -29,7 +29,7 @@ T.TextField {
         radius: 6
         color: Theme.field
         border.width: root.activeFocus ? 2 : 1
-        border.color: root.activeFocus ? Theme.accent : Theme.quaternary
+        border.color: root.activeFocus ? Theme.accent : Theme.controlRim
     }
     Text {
         anchors.fill: parent

@@ -70,7 +70,7 @@ Column {
             text: qsTr("By QUORVIN")
             font.pixelSize: Theme.caption2
             color: Theme.tertiary
-            opacity: 0.85
+            opacity: Theme.isContrastIncreased ? 1 : 0.85
         }
         PressControl {
             id: quit

@@ -48,7 +48,7 @@ Item {
         minimumPixelSize: Math.round(Theme.headline * 0.75)
         maximumLineCount: 1
         scale: PanelMeasures.titleScale(headerTitleExpansion.value)
-        opacity: PanelMeasures.titleOpacity(headerTitleExpansion.value)
+        opacity: Math.max(PanelMeasures.titleOpacity(headerTitleExpansion.value), Theme.isContrastIncreased ? 0.75 : 0)
         Accessible.role: Accessible.Heading
     }
     Item {

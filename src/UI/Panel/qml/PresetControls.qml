@@ -46,6 +46,7 @@ Item {
             Layout.maximumWidth: Math.ceil(implicitWidth)
             symbol: "dial.medium"
             title: root.equalizer.currentPresetName
+            hint: root.equalizer.isFollowingSystem ? qsTr("Follows System: %1").arg(root.equalizer.systemPresetName) : ""
             onClicked: menu.open()
 
             PanelMenu {

@@ -24,11 +24,25 @@ T.Slider {
         if (!root.pressed && root.value !== root.shownLevel)
             root.moveRequested(root.value);
     }
+    // The template knows the arrow keys along the slider only.
+    Keys.onUpPressed: root.move(shape.step)
+    Keys.onDownPressed: root.move(-shape.step)
     Keys.onPressed: event => {
-        const pages = event.key === Qt.Key_PageUp ? 1 : event.key === Qt.Key_PageDown ? -1 : 0;
-        event.accepted = pages !== 0;
-        if (event.accepted)
-            root.moveRequested(shape.pagedLevel(root.level, pages));
+        event.accepted = true;
+        if (event.key === Qt.Key_PageUp)
+            root.move(shape.page);
+        else if (event.key === Qt.Key_PageDown)
+            root.move(-shape.page);
+        else if (event.key === Qt.Key_Home)
+            root.moveRequested(0);
+        else if (event.key === Qt.Key_End)
+            root.moveRequested(1);
+        else
+            event.accepted = false;
+    }
+
+    function move(change: real): void {
+        root.moveRequested(shape.movedLevel(root.level, change));
     }
 
     SmallSliderShape {

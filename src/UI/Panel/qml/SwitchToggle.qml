@@ -21,8 +21,8 @@ ToggleControl {
     background: Rectangle {
         radius: height / 2
         color: Theme.mixed(Theme.quaternary, Theme.accent, knobShare.value)
-        border.width: Theme.isContrastIncreased ? 1 : 0
-        border.color: Theme.primary
+        border.width: 1
+        border.color: root.isOn && !Theme.isContrastIncreased ? "transparent" : Theme.controlRim
 
         Rectangle {
             readonly property real inset: Math.max(1.5, root.trackHeight * 0.1)
@@ -33,6 +33,8 @@ ToggleControl {
             height: root.trackHeight - 2 * inset
             radius: height / 2
             color: root.isOn ? Theme.knobOn : Theme.knobOff
+            border.width: root.isOn ? 0 : 1
+            border.color: Theme.controlRim
         }
     }
 }

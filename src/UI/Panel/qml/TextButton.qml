@@ -21,7 +21,7 @@ PressControl {
     background: GlassSurface {
         radius: height / 2
         color: root.hovered ? Theme.controlHovered : Theme.control
-        rimColor: Theme.glassRim
+        rimColor: Theme.controlRim
         opacity: root.down ? 0.65 : 1
     }
 }

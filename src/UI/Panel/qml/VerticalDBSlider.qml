@@ -11,6 +11,10 @@ Item {
     /// The gain shown during the glide to a new curve.
     property real shownGain: root.gain
     property alias isDragging: pointer.pressed
+    /// The pointer has rested on the slider for a moment.
+    readonly property bool isHovered: hover.hovered && moment.isOver
+    /// A press gives the focus without its mark; the first key brings it.
+    property bool isFocusMarked: false
     /// 1 is full colour, 0 is grey.
     property real saturation: 1
 
@@ -47,13 +51,15 @@ Item {
             root.edited(shape.steppedGain(root.gain, decibels));
     }
 
-    Keys.onUpPressed: root.step(1)
-    Keys.onDownPressed: root.step(-1)
-    Keys.onRightPressed: root.step(1)
-    Keys.onLeftPressed: root.step(-1)
+    onActiveFocusChanged: root.isFocusMarked = root.activeFocus && !pointer.pressed
     Keys.onPressed: event => {
+        root.isFocusMarked = true;
         event.accepted = true;
-        if (event.key === Qt.Key_PageUp)
+        if (event.key === Qt.Key_Up || event.key === Qt.Key_Right)
+            root.step(1);
+        else if (event.key === Qt.Key_Down || event.key === Qt.Key_Left)
+            root.step(-1);
+        else if (event.key === Qt.Key_PageUp)
             root.step(3);
         else if (event.key === Qt.Key_PageDown)
             root.step(-3);
@@ -103,7 +109,7 @@ Item {
             dotDiameter: shape.thumbDotDiameter
             ink: root.ink
             isDragging: root.isDragging
-            isFocused: root.activeFocus && root.enabled
+            isFocused: root.isFocusMarked && root.enabled
         }
     }
     MouseArea {
@@ -111,7 +117,25 @@ Item {
 
         anchors.fill: parent
         preventStealing: true
-        onPressed: mouse => root.edited(shape.draggedGain(mouse.y))
+        onPressed: mouse => {
+            root.forceActiveFocus(Qt.MouseFocusReason);
+            root.isFocusMarked = false;
+            root.edited(shape.draggedGain(mouse.y));
+        }
         onPositionChanged: mouse => root.edited(shape.draggedGain(mouse.y))
+    }
+    HoverHandler {
+        id: hover
+
+        onHoveredChanged: moment.isOver = false
+    }
+    Timer {
+        id: moment
+
+        property bool isOver: false
+
+        interval: 400
+        running: hover.hovered && root.enabled && !moment.isOver
+        onTriggered: moment.isOver = true
     }
 }

@@ -33,6 +33,7 @@ RowLayout {
         Layout.fillWidth: true
         level: root.equalizer.volume
         Accessible.name: qsTr("Volume")
+        Accessible.description: root.equalizer.volumeText
         onMoveRequested: level => root.equalizer.volume = level
     }
     PanelText {
