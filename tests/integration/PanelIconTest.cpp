@@ -30,14 +30,17 @@ TEST_P(PanelOnHost, OpensBesideItsIconAndClosesByRealClicks) {
     startPanel();
     awaitOpen();
     const QRect icon = desktop().awaitTrayIcon();
-    screen().click(icon.center());
+    screen().clickApart(icon.center());
     awaitClosed();
     for (int i = 0; i < 2; ++i) {
-        screen().click(icon.center());
+        screen().clickApart(icon.center());
         expectBeside(awaitOpen().area, icon);
-        screen().click(icon.center());
+        screen().clickApart(icon.center());
         awaitClosed();
     }
+    screen().clickApart(icon.center());
+    screen().click(icon.center());
+    expectBeside(awaitOpen().area, icon); // a double click opens it once
 }
 
 INSTANTIATE_TEST_SUITE_P(, PanelOnHost,
@@ -108,7 +111,7 @@ TEST_F(Panel, ClosesAtEscapeAndAtAClickOutside) {
     const auto window = awaitOpen();
     screen().pressKeys({XK_Escape});
     awaitClosed();
-    screen().click(desktop().awaitTrayIcon().center());
+    screen().clickApart(desktop().awaitTrayIcon().center());
     awaitOpen();
     screen().click(window.area.center()); // inside the panel
     EXPECT_TRUE(find("", "Quit"));
@@ -149,7 +152,7 @@ TEST_F(Panel, FindsATrayThatComesLateAndOneThatComesBack) {
     awaitClosed();
     for (int i = 0; i < 2; ++i) {
         desktop().startTrayHost(TrayHost::xfcePanel);
-        screen().click(desktop().awaitTrayIcon().center());
+        screen().clickApart(desktop().awaitTrayIcon().center());
         awaitOpen();
         screen().pressKeys({XK_Escape});
         awaitClosed();

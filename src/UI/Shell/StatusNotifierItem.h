@@ -34,7 +34,9 @@ QDBusArgument& operator<<(QDBusArgument& out, const StatusNotifierToolTip& toolT
 const QDBusArgument& operator>>(const QDBusArgument& in, StatusNotifierToolTip& toolTip);
 
 /// The status item on the bus, with the interface org.kde.StatusNotifierItem. Registers with the current
-/// watcher, and again whenever a watcher starts.
+/// watcher, again whenever a watcher starts, and again when a watcher that has refused the item gets a host.
+/// It registers the connection's unique name: some watchers lose an item whose well-known name they first
+/// have to look up.
 class StatusNotifierItem : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
@@ -105,11 +107,11 @@ signals:
 
 private:
     void registerWithWatcher();
+    Q_SLOT void retryWithWatcher();
     void setRegistration(Registration registration);
 
     QDBusConnection connection_;
     Look look_;
-    QString service_;
     QDBusServiceWatcher watcher_;
     std::unique_ptr<QDBusPendingCallWatcher> request_; ///< answers to older requests are dropped
     Registration registration_ = Registration::asking;

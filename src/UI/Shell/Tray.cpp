@@ -5,6 +5,8 @@
 #include "UI/Shell/WindowSystem.h"
 
 #include <QCursor>
+#include <QGuiApplication>
+#include <QStyleHints>
 
 #include <utility>
 
@@ -22,7 +24,8 @@ Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu 
       item_(std::move(bus), menu_,
             {trayIcon(), symbolicTrayIconName(qEnvironmentVariable("XDG_CURRENT_DESKTOP"))}) {
     connect(&item_, &StatusNotifierItem::registrationChanged, this, &Tray::review);
-    connect(&item_, &StatusNotifierItem::activated, this, &Tray::activate);
+    connect(&item_, &StatusNotifierItem::activated, this,
+            [this](int x, int y) { activate(placeAround(x, y)); });
     connect(&item_, &StatusNotifierItem::menuRequested, this, [this](int x, int y) {
         if (const auto place = placeAround(x, y))
             showMenu(place->center());
@@ -31,13 +34,14 @@ Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu 
 
 Tray::~Tray() = default;
 
-void Tray::activate(int x, int y) {
+/// Hosts report every click of a double click, and some report the second one twice.
+void Tray::activate(std::optional<QRect> place) {
+    const std::chrono::milliseconds doubleClick(QGuiApplication::styleHints()->mouseDoubleClickInterval());
     const Clock::time_point now = now_();
-    const bool isSameClick =
-        !windows_.tellsButtons() && lastActivation_ && now - *lastActivation_ < shortestPause;
+    if (lastActivation_ && now - *lastActivation_ < doubleClick)
+        return;
     lastActivation_ = now;
-    if (!isSameClick)
-        emit activated(placeAround(x, y));
+    emit activated(place);
 }
 
 bool Tray::isShown() const {
@@ -77,7 +81,7 @@ void Tray::embed() {
                 if (reason == QSystemTrayIcon::Context)
                     showMenu(QCursor::pos());
                 else
-                    emit activated(geometry());
+                    activate(geometry());
             });
     embedded_->show();
 }

@@ -25,9 +25,6 @@ class Tray : public QObject {
 
 public:
     using Clock = std::chrono::steady_clock;
-    /// Shorter than any user's pause between clicks: bars on Wayland report the second click of a double
-    /// click twice.
-    static constexpr std::chrono::milliseconds shortestPause{40};
 
     /// `windows` must outlive the tray.
     Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu,
@@ -44,13 +41,13 @@ public:
     void invalidateMenu() { menu_.invalidate(); }
 
 signals:
-    /// The item was pressed, at this place if the desktop reports it.
+    /// The item was pressed, at this place if the desktop reports it. A double click counts as one press.
     void activated(std::optional<QRect> place);
 
 private:
     void review();
     void embed();
-    void activate(int x, int y);
+    void activate(std::optional<QRect> place);
     void showMenu(QPoint place);
     std::optional<QRect> placeAround(int x, int y) const;
 

@@ -6,7 +6,6 @@
 #include "UI/Shell/TrayIcon.h"
 
 #include <gtest/gtest.h>
-#include <QCoreApplication>
 #include <QPoint>
 
 #include <optional>
@@ -43,9 +42,8 @@ TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatIsThere) {
     const auto& item = makeItem();
     EXPECT_EQ(item.registration(), Registration::asking);
     ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
-    const auto name =
-        QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid());
-    EXPECT_EQ(watcher.items, QStringList(name));
+    EXPECT_EQ(watcher.items, QStringList(bus_.itemsSide().baseService()))
+        << "not a name that the watcher would have to look up";
 }
 
 TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatStartsLater) {
@@ -80,6 +78,18 @@ TEST_F(StatusNotifierItemTest, KnowsThatAWatcherTakesNoItems) {
     bus_.startWatcher(StatusNotifierWatcher::Mood::refusesItems);
     const auto& item = makeItem();
     EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
+}
+
+TEST_F(StatusNotifierItemTest, AsksAWatcherThatRefusedItAgainWhenAHostComes) {
+    auto& watcher = bus_.startWatcher(StatusNotifierWatcher::Mood::refusesItems);
+    const auto& item = makeItem();
+    ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
+    watcher.mood = StatusNotifierWatcher::Mood::takesItems;
+    emit watcher.StatusNotifierHostRegistered();
+    EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
+    emit watcher.StatusNotifierHostRegistered();
+    EXPECT_EQ(property("Status"), QStringLiteral("Active"));
+    EXPECT_EQ(watcher.items.size(), 2) << "an item that is registered is not registered again";
 }
 
 TEST_F(StatusNotifierItemTest, SaysWhatItIs) {
