@@ -157,7 +157,9 @@ void PanelPresenter::limitWindow() {
 
 void PanelPresenter::pressedAt(QPoint native) {
     const std::optional<QPoint> place = windows_.place(native);
-    if (!isPanelVisible() || (place && (isOnPanel(*place) || isSecondOfDoubleClick(*place))))
+    // An answer to the question for consent is a press outside too.
+    if (!isPanelVisible() || model_.isAskingForConsent() ||
+        (place && (isOnPanel(*place) || isSecondOfDoubleClick(*place))))
         return;
     closingPress_.pressed();
     closedFrom_ = place;

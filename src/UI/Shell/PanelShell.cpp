@@ -27,6 +27,11 @@ PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
     connect(&model_, &PanelModel::presetFileRequested, this, &PanelShell::choosePresetFile);
     connect(&tray_, &Tray::activated, &presenter_, &PanelPresenter::toggle);
     observeMenu();
+    observations_.push_back(controller_.capturePermission().status().observe([this](const auto&) {
+        // The question had the keyboard; the panel takes it back with the answer.
+        if (presenter_.isPanelVisible())
+            presenter_.show(std::nullopt);
+    }));
 }
 
 void PanelShell::observeMenu() {

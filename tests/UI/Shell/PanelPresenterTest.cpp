@@ -109,6 +109,21 @@ TEST_F(PanelPresenterTest, ClosesOnAClickOutsideAndStaysOnOneInside) {
     EXPECT_FALSE(presenter.isPanelVisible()) << "the clear margin is outside";
 }
 
+TEST_F(PanelPresenterTest, StaysOpenWhileTheUserIsAskedForConsentAndShowsTheAnswer) {
+    scene_.authorization.answer = Consent::undecided;
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    scene_.authorization.isQuestionOpen = true;
+    click(screen().bottomLeft()); // a button of the question
+    EXPECT_TRUE(presenter.isPanelVisible());
+    EXPECT_TRUE(scene_.model->isAskingForConsent());
+    scene_.authorization.isQuestionOpen = false;
+    scene_.authorization.change(Consent::allowed);
+    EXPECT_TRUE(scene_.model->isAuthorized());
+    click(screen().bottomLeft());
+    EXPECT_FALSE(presenter.isPanelVisible());
+}
+
 TEST_F(PanelPresenterTest, StaysClosedAfterTheClickOnTheItemThatClosedIt) {
     PanelPresenter& presenter = makePresenter();
     click(kIcon.center(), true);
