@@ -107,13 +107,23 @@ QString PanelModel::saveProblem() const {
     return problem ? QString::fromStdString(shortSentence(problem->kind)) : QString();
 }
 
-MenuModel* PanelModel::openPresets() const {
-    MenuModel* open = nullptr;
+SourceItem* PanelModel::openItem() const {
+    SourceItem* open = nullptr;
     sources_.forEach([&open](SourceItem& item) {
         if (item.isExpanded())
-            open = item.equalizer()->presets();
+            open = &item;
     });
     return open;
+}
+
+MenuModel* PanelModel::openPresets() const {
+    SourceItem* const open = openItem();
+    return open ? open->equalizer()->presets() : nullptr;
+}
+
+QString PanelModel::openSourceName() const {
+    const SourceItem* const open = openItem();
+    return open ? open->name() : QString();
 }
 
 void PanelModel::setShown(bool isShown) {

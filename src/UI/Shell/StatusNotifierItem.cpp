@@ -88,6 +88,11 @@ StatusNotifierItem::~StatusNotifierItem() {
     connection_.unregisterObject(kMenuPath);
 }
 
+void StatusNotifierItem::setLook(Look look) {
+    look_ = std::move(look);
+    emit NewIcon();
+}
+
 QString StatusNotifierItem::id() const {
     return QString::fromUtf8(kBundleIdentifier);
 }

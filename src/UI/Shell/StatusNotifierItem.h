@@ -45,8 +45,8 @@ class StatusNotifierItem : public QObject {
     Q_PROPERTY(QString Title READ title CONSTANT)
     Q_PROPERTY(QString Status READ status CONSTANT)
     Q_PROPERTY(int WindowId READ windowID CONSTANT)
-    Q_PROPERTY(QString IconName READ iconName CONSTANT)
-    Q_PROPERTY(QList<vello::StatusNotifierPixmap> IconPixmap READ iconPixmap CONSTANT)
+    Q_PROPERTY(QString IconName READ iconName)
+    Q_PROPERTY(QList<vello::StatusNotifierPixmap> IconPixmap READ iconPixmap)
     Q_PROPERTY(QString OverlayIconName READ noIconName CONSTANT)
     Q_PROPERTY(QString AttentionIconName READ noIconName CONSTANT)
     Q_PROPERTY(vello::StatusNotifierToolTip ToolTip READ toolTip CONSTANT)
@@ -69,6 +69,8 @@ public:
     StatusNotifierItem(QDBusConnection connection, DBusMenu& menu, Look look);
     ~StatusNotifierItem() override;
 
+    /// Also tells the host.
+    void setLook(Look look);
     Registration registration() const { return registration_; }
 
     QString category() const { return QStringLiteral("ApplicationStatus"); }

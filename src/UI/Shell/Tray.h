@@ -3,6 +3,7 @@
 
 #include "UI/Shell/DBusMenu.h"
 #include "UI/Shell/StatusNotifierItem.h"
+#include "UI/Shell/TrayIcon.h"
 
 #include <QMenu>
 #include <QObject>
@@ -40,6 +41,10 @@ public:
     /// Call when the content of the menu has changed.
     void invalidateMenu() { menu_.invalidate(); }
 
+    /// Draws the icon dimmed while the master switch is off.
+    void setLight(TrayIconLight light);
+    TrayIconLight light() const { return light_; }
+
 signals:
     /// The item was pressed, at this place if the desktop reports it. A double click counts as one press.
     void activated(std::optional<QRect> place);
@@ -54,6 +59,7 @@ private:
     const WindowSystem& windows_;
     std::function<Clock::time_point()> now_;
     std::optional<Clock::time_point> lastActivation_;
+    TrayIconLight light_ = TrayIconLight::full;
     DBusMenu::MakeMenu makeMenu_;
     DBusMenu menu_;
     StatusNotifierItem item_;

@@ -127,6 +127,28 @@ TEST_F(StatusNotifierItemTest, NamesAnIconOnlyWhereItWasGivenOne) {
     EXPECT_EQ(property("AttentionIconName"), QString());
 }
 
+/// Records the item's change signals.
+class IconListener : public QObject {
+    Q_OBJECT
+
+public:
+    int changes = 0;
+
+public slots:
+    void hear() { ++changes; }
+};
+
+TEST_F(StatusNotifierItemTest, TellsItsHostWhenItLooksDifferent) {
+    auto& item = makeItem(QStringLiteral("some-symbolic"));
+    IconListener listener;
+    QDBusConnection host = bus_.hostsSide();
+    ASSERT_TRUE(host.connect(bus_.itemsSide().baseService(), kItemPath, kItemInterface,
+                             QStringLiteral("NewIcon"), &listener, SLOT(hear())));
+    item.setLook({QIcon(), QStringLiteral("other-symbolic")});
+    ASSERT_TRUE(waitUntil([&] { return listener.changes == 1; }));
+    EXPECT_EQ(property("IconName"), QStringLiteral("other-symbolic"));
+}
+
 TEST_F(StatusNotifierItemTest, TellsWhereItWasActivated) {
     auto& item = makeItem();
     QList<QPoint> places;
@@ -165,3 +187,5 @@ TEST_F(StatusNotifierItemTest, LivesWithoutABus) {
 
 } // namespace
 } // namespace vello
+
+#include "StatusNotifierItemTest.moc"
