@@ -144,6 +144,27 @@ TEST_F(Panel, OpensAtLaunchAndAtTheNextStartWhereThereIsNoTray) {
     awaitOpen();
 }
 
+TEST_F(Panel, FollowsTheSettingsOfADesktopWithoutAPortal) {
+    openDesktop();
+    const auto file = session().folder() / "xsettingsd.conf";
+    const auto write = [&file](const std::string& theme) {
+        std::ofstream(file) << "Net/ThemeName \"" << theme << "\"\n";
+    };
+    write("Greybird-dark");
+    const auto manager = desktop().start("xsettingsd", {"xsettingsd", "--config", file.string()});
+    startPanel();
+    awaitOpen();
+    EXPECT_TRUE(screen().waitUntil([this] { return panelLightness() < 0.3; })) << panelLightness();
+    write("Greybird");
+    manager->signal(SIGHUP);
+    EXPECT_TRUE(screen().waitUntil([this] { return panelLightness() > 0.6; })) << panelLightness();
+    write("Greybird-dark");
+    manager->signal(SIGHUP);
+    EXPECT_TRUE(screen().waitUntil([this] { return panelLightness() < 0.3; })) << panelLightness();
+    manager->terminate();
+    EXPECT_TRUE(screen().waitUntil([this] { return panelLightness() > 0.6; })) << "without a manager";
+}
+
 TEST_F(Panel, FindsATrayThatComesLateAndOneThatComesBack) {
     openDesktop(TrayHost::none);
     startPanel();
