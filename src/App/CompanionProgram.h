@@ -6,7 +6,7 @@
 
 namespace vello {
 
-/// Makes vello-panel start with the panel closed.
+/// Makes `vello` and vello-panel start with the panel closed.
 inline constexpr const char* kInBackground = "--background";
 
 /// Path of the program `name` that `vello` starts: next to this one, or where an installation keeps its

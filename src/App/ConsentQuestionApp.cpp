@@ -3,6 +3,7 @@
 #include "Foundation/Product.h"
 #include "Platform/Linux/Consent/ConsentAnswerCodes.h"
 #include "Platform/Linux/System/CharacterEncoding.h"
+#include "UI/Appearance/DesktopAppearance.h"
 #include "UI/ConsentQuestion/ConsentQuestion.h"
 
 #include <QApplication>
@@ -22,6 +23,11 @@ int main(int argumentCount, char** arguments) {
     QGuiApplication::setApplicationDisplayName(vello::kApplicationName);
     QGuiApplication::setDesktopFileName(vello::kBundleIdentifier);
     vello::ConsentQuestion question;
+    const vello::DesktopAppearance desktop(QDBusConnection::sessionBus(),
+                                           qEnvironmentVariable("VELLO_APPEARANCE"));
+    const auto follow = [&] { question.setAppearance(desktop.appearance()); };
+    follow();
+    QObject::connect(&desktop, &vello::DesktopAppearance::changed, &question, follow);
     question.exec();
     switch (question.answer()) {
     case vello::Consent::allowed:

@@ -75,7 +75,8 @@ int runPanel(int argumentCount, char** arguments) {
     LinuxApplication application(instance.guard(),
                                  {.syncFolder = chosen ? chosen : "",
                                   .consentQuestion = {mainProgram().string(), "permission", "ask"}});
-    AutostartLoginItem loginItem(AutostartPlaces::fromEnvironment(processEnvironment()), mainProgram());
+    AutostartLoginItem loginItem(AutostartPlaces::fromEnvironment(processEnvironment()),
+                                 {mainProgram().string(), kInBackground});
     LaunchAtLoginController launchAtLogin(loginItem);
     launchAtLogin.refresh();
     PanelShell shell({application.controller(), application.meterAudience(), launchAtLogin,

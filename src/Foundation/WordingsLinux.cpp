@@ -10,6 +10,8 @@ constexpr auto kWordings = std::to_array<Wording>({
     {"macOS requires system audio access to equalize apps. Audio stays on your Mac and is never recorded.",
      "VELLO has to capture what apps play to equalize it. Audio stays on your computer and is never "
      "recorded."},
+    {"Per-app sound control,\nright from your menu bar.",
+     "Per-app sound control,\nright from your system tray."},
     {"Audio stays on your Mac", "Audio stays on your computer"},
     // Linux desktops have no settings page for this, so the button asks again.
     {"Open System Settings…", "Ask Again…"},

@@ -21,6 +21,8 @@ public:
     /// Asks the user. `completion` runs once, on any thread, when the user answers. It never runs if the user
     /// does not answer or the system cannot ask.
     virtual void request(Completion completion) = 0;
+    /// Whether a question to the user is open, in a window of its own.
+    virtual bool isAsking() const = 0;
     /// Opens the place where the user can change the consent.
     virtual void openSettings() = 0;
     /// `action` runs on the main thread, never inside another call, when the consent may have changed.

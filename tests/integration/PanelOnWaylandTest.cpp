@@ -73,10 +73,10 @@ TEST_F(PanelOnWayland, OpensInItsCornerAndClosesByRealClicksAndByEscape) {
     EXPECT_NEAR(atLaunch.width(), kPanelWidth, 2);
     EXPECT_NEAR(atLaunch.right(), PrivateScreen::width - 1 - kGap, 1);
     EXPECT_NEAR(atLaunch.top(), kBarHeight + kGap, 1);
-    screen().click(icon());
+    screen().clickApart(icon());
     ASSERT_TRUE(awaitClosed()) << "by the icon";
     for (int i = 0; i < 2; ++i) {
-        screen().click(icon());
+        screen().clickApart(icon());
         EXPECT_EQ(awaitOpen(), atLaunch);
         screen().pressKeys({XK_Escape});
         ASSERT_TRUE(awaitClosed()) << "by Escape: it has the keyboard as soon as it is open";

@@ -177,9 +177,25 @@ TEST_F(PanelForScreenReaders, GoThroughThePanelByKeyboardAlone) {
 /// A session whose user has not been asked for consent yet.
 class PanelWithoutConsent : public testing::Test {
 protected:
-    bool shows(const std::string& name) {
-        return desktop.screen().waitUntil(
-            [&] { return desktop.accessibleTree().find("VELLO", "", name).has_value(); });
+    QRect place(const std::string& name, const std::string& application) {
+        try {
+            const auto found = desktop.accessibleTree().find(application, "", name);
+            return found ? desktop.accessibleTree().extents(*found) : QRect();
+        } catch (const std::runtime_error&) {
+            return {}; // an element or a program vanished while the tree was read
+        }
+    }
+    bool shows(const std::string& name, const std::string& application = "VELLO") {
+        return desktop.screen().waitUntil([&] { return !place(name, application).isEmpty(); });
+    }
+    /// Clicks on a control in the middle once it is at rest.
+    void clickOn(const std::string& name, const std::string& application = "VELLO") {
+        QRect before;
+        ASSERT_TRUE(desktop.screen().waitUntil([&] {
+            const QRect now = place(name, application);
+            return !now.isEmpty() && now == std::exchange(before, now);
+        })) << name;
+        desktop.screen().click(before.center());
     }
 
     TemporaryFolder folder;
@@ -194,6 +210,22 @@ TEST_F(PanelWithoutConsent, OffersScreenReadersToAllowTheCapture) {
     EXPECT_TRUE(shows("VELLO needs System Audio access"));
     EXPECT_FALSE(desktop.accessibleTree().find("VELLO", "", "Equalizing enabled"));
     EXPECT_FALSE(desktop.accessibleTree().find("VELLO", "", "System, collapsed"));
+}
+
+TEST_F(PanelWithoutConsent, StaysOpenDuringTheQuestionAndShowsEachAnswerAtOnce) {
+    const std::string question = "vello-consent-question";
+    const auto panel = desktop.start("panel", {VELLO_PROGRAM});
+    clickOn("Allow Access");
+    clickOn("Don’t Allow", question);
+    EXPECT_TRUE(shows("Ask Again…")) << "the denied view";
+    clickOn("Ask Again…");
+    clickOn("Allow", question);
+    EXPECT_TRUE(shows("System, collapsed")) << "the list";
+    EXPECT_TRUE(desktop.screen().window("VELLO by QUORVIN"));
+    desktop.screen().click({200, 600});
+    EXPECT_TRUE(desktop.screen().waitUntil([&] { return !desktop.screen().window("VELLO by QUORVIN"); }))
+        << "with the answer the panel closes as usual";
+    expectNoToolkitWarnings(panel->output());
 }
 
 } // namespace

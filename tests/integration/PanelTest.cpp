@@ -62,6 +62,16 @@ void PanelTest::startPanel() {
     processes_.push_back(desktop().start(name, {VELLO_PROGRAM}));
 }
 
+double PanelTest::panelLightness() {
+    const auto window = panel();
+    require(window.has_value(), "the panel is closed");
+    const QColor middle = screen()
+                              .picture(window->area)
+                              .scaled(1, 1, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                              .pixelColor(0, 0);
+    return middle.lightnessF();
+}
+
 bool PanelTest::startAgain() {
     const auto status = desktop().start("panel-again", {VELLO_PROGRAM})->waitForExit(8s);
     return status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;

@@ -24,6 +24,8 @@ protected:
 
     /// Starts the panel as the desktop's application menu does.
     void startPanel();
+    /// Share of white in the picture of the panel, which is open: 0 is black.
+    double panelLightness();
     ChildProcess& panelProcess() { return *processes_.back(); }
     /// Checks that the panel's program, which has been asked to quit, exits in an orderly way.
     void expectQuit();

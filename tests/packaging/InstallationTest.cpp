@@ -74,6 +74,20 @@ TEST_F(InstallationTest, HoldsWhatDesktopsAndShellsLookFor) {
         EXPECT_TRUE(fs::is_regular_file(share(name))) << name;
 }
 
+TEST_F(InstallationTest, HasASymbolInTheColoursOfTheBarAndADimmedOne) {
+    for (const std::string folder : {"symbolic", "22x22", "24x24"}) {
+        const std::string symbol =
+            share("icons/hicolor/" + folder + "/apps/com.quorvin.Vello").append("-symbolic.svg");
+        const std::string on = readTestFile(symbol);
+        EXPECT_THAT(on, HasSubstr("<style id=\"current-color-scheme\"")) << folder;
+        EXPECT_THAT(on, HasSubstr("class=\"ColorScheme-Text\" fill=\"currentColor\"")) << folder;
+        EXPECT_THAT(on, Not(HasSubstr("opacity"))) << folder;
+        const std::string off =
+            readTestFile(share("icons/hicolor/" + folder + "/apps/com.quorvin.Vello-off-symbolic.svg"));
+        EXPECT_THAT(off, HasSubstr("opacity=\"0.45\" class=\"ColorScheme-Text\"")) << folder;
+    }
+}
+
 TEST_F(InstallationTest, HasItsIconInEverySize) {
     for (const int size : {16, 22, 24, 32, 48, 64, 128, 256, 512}) {
         const std::string side = std::to_string(size);

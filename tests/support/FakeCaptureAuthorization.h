@@ -14,6 +14,7 @@ class FakeCaptureAuthorization final : public CaptureAuthorization {
 public:
     Consent answer = Consent::undecided;  ///< of preflight()
     std::vector<Completion> openRequests; ///< in the order of the calls; the test answers them
+    bool isQuestionOpen = false;          ///< of isAsking()
     std::vector<std::string> calls;       ///< "preflight", "request", "openSettings"
 
     Consent preflight() override {
@@ -24,6 +25,7 @@ public:
         calls.emplace_back("request");
         openRequests.push_back(std::move(completion));
     }
+    bool isAsking() const override { return isQuestionOpen; }
     void openSettings() override { calls.emplace_back("openSettings"); }
     void onDidChange(Action action) override { didChange_ = std::move(action); }
 

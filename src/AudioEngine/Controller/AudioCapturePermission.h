@@ -32,6 +32,8 @@ public:
     void refresh();
     /// Asks the user. If the user answers, the answer becomes the status.
     void request();
+    /// Whether the question is open now.
+    bool isAsking() const { return authorization_.isAsking(); }
     /// Opens the place where the user can change the permission. A later refresh picks up the new status.
     void openSystemSettings();
 

@@ -57,23 +57,27 @@ AppearanceChoices toolkitChoices() {
 }
 
 DesktopAppearance::DesktopAppearance(const QDBusConnection& connection, const QString& words)
-    : portal_(connection, missingPortal()) {
+    : portal_(connection, missingPortal()), xSettings_(XSettingsWatch::ofToolkit()) {
     const AppearanceWords read = AppearanceWords::read(words);
     for (const QString& complaint : read.complaints)
         qWarning("VELLO_APPEARANCE: %s", qPrintable(complaint));
     words_ = read.choices;
     appearance_ = now();
     connect(&portal_, &SettingsPortal::changed, this, &DesktopAppearance::review);
+    if (xSettings_)
+        connect(xSettings_.get(), &XSettingsWatch::changed, this, &DesktopAppearance::review);
     connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &DesktopAppearance::review);
     qGuiApp->installEventFilter(this);
 }
 
 Appearance DesktopAppearance::now() const {
-    const AppearanceChoices toolkit = toolkitChoices();
+    const AppearanceChoices xSettings =
+        xSettings_ ? xSettingsChoices(xSettings_->settings()) : AppearanceChoices();
+    const AppearanceChoices desktop = xSettings.orElse(toolkitChoices());
     AppearanceChoices portal = portalChoices(portal_.settings());
     if (portal.fontScale)
-        portal.fontScale = std::max(*portal.fontScale / scaleFromScreen(), toolkit.fontScale.value_or(1.0));
-    return words_.orElse(portal).orElse(toolkit).appearance();
+        portal.fontScale = std::max(*portal.fontScale / scaleFromScreen(), desktop.fontScale.value_or(1.0));
+    return words_.orElse(portal).orElse(desktop).appearance();
 }
 
 void DesktopAppearance::review() {

@@ -3,8 +3,11 @@
 
 #include "UI/Appearance/AppearanceChoices.h"
 #include "UI/Appearance/SettingsPortal.h"
+#include "UI/Appearance/XSettingsWatch.h"
 
 #include <QObject>
+
+#include <memory>
 
 namespace vello {
 
@@ -12,8 +15,9 @@ namespace vello {
 /// QGuiApplication.
 AppearanceChoices toolkitChoices();
 
-/// The user's current choices. AppearanceWords take precedence over the portal, and the portal over the
-/// toolkit. The font scale is the larger of the portal's and the toolkit's. Follows every change. Main thread
+/// The user's current choices. AppearanceWords take precedence over the portal, the portal over the settings
+/// of an X11 desktop, and those over the toolkit. The font scale is the larger of the portal's and the
+/// desktop's. Follows every change. Main thread
 /// only. Requires a QGuiApplication that outlives it.
 class DesktopAppearance : public QObject {
     Q_OBJECT
@@ -36,6 +40,7 @@ private:
 
     AppearanceChoices words_;
     SettingsPortal portal_;
+    std::unique_ptr<XSettingsWatch> xSettings_; ///< null where there is no X11
     Appearance appearance_;
 };
 

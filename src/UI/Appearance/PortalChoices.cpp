@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Appearance/PortalChoices.h"
 
+#include "UI/Appearance/GtkTheme.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -69,8 +71,7 @@ std::optional<bool> isDark(const Reader& reader) {
     const QString preference = reader.text(kGnome, "color-scheme");
     if (preference == QLatin1String("prefer-dark") || preference == QLatin1String("prefer-light"))
         return preference == QLatin1String("prefer-dark");
-    const QString theme = reader.text(kGnome, "gtk-theme").toLower();
-    if (theme.endsWith(QLatin1String("-dark")) || theme == QLatin1String("highcontrastinverse"))
+    if (isDarkThemeName(reader.text(kGnome, "gtk-theme")))
         return true;
     return std::nullopt;
 }
@@ -118,8 +119,7 @@ std::optional<QColor> accent(const Reader& reader) {
 std::optional<bool> isContrastIncreased(const Reader& reader) {
     const std::optional<double> common = reader.number(kCommon, "contrast");
     const std::optional<bool> gnome = reader.flag(kGnomeAccess, "high-contrast");
-    const bool isThemed =
-        reader.text(kGnome, "gtk-theme").startsWith(QLatin1String("HighContrast"), Qt::CaseInsensitive);
+    const bool isThemed = isHighContrastThemeName(reader.text(kGnome, "gtk-theme"));
     if (common == 1.0 || gnome == true || isThemed)
         return true;
     return common == 0.0 || gnome ? std::optional(false) : std::nullopt;

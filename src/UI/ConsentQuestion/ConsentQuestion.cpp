@@ -5,6 +5,7 @@
 #include "Foundation/Product.h"
 
 #include <QDialogButtonBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -15,6 +16,13 @@ namespace {
 constexpr int kTextWidth = 420; // px
 constexpr int kMargin = 24;     // px
 constexpr int kSpacing = 12;    // px
+
+constexpr QRgb kLightGround = 0xffefefef;
+constexpr QRgb kDarkGround = 0xff303034;
+
+bool isDark(const QPalette& palette) {
+    return palette.color(QPalette::Window).lightnessF() < palette.color(QPalette::WindowText).lightnessF();
+}
 
 QString text(std::string_view english) {
     return QString::fromStdString(localized(english));
@@ -67,6 +75,15 @@ ConsentQuestion::ConsentQuestion() {
     layout->addWidget(paragraph(change));
     layout->addSpacing(kSpacing);
     layout->addWidget(buttons);
+}
+
+void ConsentQuestion::setAppearance(const Appearance& appearance) {
+    QPalette palette = QGuiApplication::palette();
+    if (isDark(palette) != appearance.isDark)
+        palette = QPalette(QColor::fromRgb(appearance.isDark ? kDarkGround : kLightGround));
+    if (appearance.accent.isValid())
+        palette.setColor(QPalette::Highlight, appearance.accent);
+    setPalette(palette);
 }
 
 void ConsentQuestion::choose(Consent answer) {

@@ -3,6 +3,8 @@
 
 #include "Ports/ConsentStore.h"
 
+#include "UI/Appearance/Appearance.h"
+
 #include <QDialog>
 
 namespace vello {
@@ -12,6 +14,9 @@ namespace vello {
 class ConsentQuestion : public QDialog {
 public:
     ConsentQuestion();
+
+    /// Makes the window as light or dark as the user wants, where the toolkit does not know it.
+    void setAppearance(const Appearance& appearance);
 
     /// The user's choice; undecided until the user chooses.
     Consent answer() const { return answer_; }

@@ -20,6 +20,7 @@ class PanelMeasures : public QObject {
     Q_PROPERTY(double maximumListHeight READ maximumListHeight CONSTANT)
     Q_PROPERTY(bool showsResponse READ showsResponse CONSTANT)
     Q_PROPERTY(QUrl webSite READ webSite CONSTANT)
+    Q_PROPERTY(QString version READ version CONSTANT)
 
 public:
     explicit PanelMeasures(QObject* parent = nullptr) : QObject(parent) {}
@@ -28,6 +29,7 @@ public:
     double maximumListHeight() const { return kMaximumListHeight; }
     bool showsResponse() const { return kShowsResponse; }
     QUrl webSite() const { return QUrl(QString::fromUtf8(kWebSite)); }
+    QString version() const { return QStringLiteral(VELLO_VERSION); }
     Q_INVOKABLE double listHeight(double contentHeight) const { return vello::listHeight(contentHeight); }
     Q_INVOKABLE double titleScale(double expansion) const { return vello::titleScale(expansion); }
     Q_INVOKABLE double titleOpacity(double expansion) const { return vello::titleOpacity(expansion); }

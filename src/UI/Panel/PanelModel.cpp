@@ -126,6 +126,11 @@ MenuModel* PanelModel::openPresets() const {
     return open ? open->equalizer()->presets() : nullptr;
 }
 
+QString PanelModel::openSourceName() const {
+    const SourceItem* const open = openItem();
+    return open ? open->name() : QString();
+}
+
 void PanelModel::setShown(bool isShown) {
     if (!isShown) {
         seat_.reset();

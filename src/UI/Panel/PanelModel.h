@@ -57,6 +57,10 @@ public:
 
     /// Presets of the open card's source; null while no card of a listed source is open.
     MenuModel* openPresets() const;
+    /// Name of that source; empty without one.
+    QString openSourceName() const;
+    /// Whether the question for the user's consent is open in a window of its own.
+    bool isAskingForConsent() const { return controller_.capturePermission().isAsking(); }
     /// Reports whether the panel is on the screen. Meters run only while it is.
     void setShown(bool isShown);
 

@@ -105,6 +105,8 @@ QVariantMap DBusMenu::properties(int id) const {
     // A single underscore marks a shortcut.
     QVariantMap properties{
         {QStringLiteral("label"), QString(line->label).replace(u'_', QStringLiteral("__"))}};
+    if (line->isHeading())
+        properties.insert(QStringLiteral("enabled"), false);
     if (line->isCheckable) {
         properties.insert(QStringLiteral("toggle-type"), QStringLiteral("checkmark"));
         properties.insert(QStringLiteral("toggle-state"), line->isChecked ? 1 : 0);

@@ -10,8 +10,10 @@
 #include <QQmlComponent>
 #include <QQmlExtensionPlugin>
 #include <QScreen>
+#include <QStyleHints>
 
 #include <algorithm>
+#include <chrono>
 #include <stdexcept>
 
 Q_IMPORT_QML_PLUGIN(VelloPlugin)
@@ -27,6 +29,10 @@ constexpr int kSlip = 16;
 PanelRectangle rectangle(const QRect& rect) {
     return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
             static_cast<double>(rect.height())};
+}
+
+bool isOn(const QRect& icon, QPoint place) {
+    return icon.adjusted(-kSlip, -kSlip, kSlip, kSlip).contains(place);
 }
 
 QScreen* screenAt(const std::optional<QRect>& icon) {
@@ -98,14 +104,15 @@ void PanelPresenter::hide() {
 }
 
 void PanelPresenter::toggle(std::optional<QRect> icon) {
-    const bool isWhereClosed =
-        !icon || !closedFrom_ || icon->adjusted(-kSlip, -kSlip, kSlip, kSlip).contains(*closedFrom_);
+    const bool isWhereClosed = !icon || !closedFrom_ || isOn(*icon, *closedFrom_);
     if (closingPress_.takeActivation(ClosingPress::Clock::now(), isWhereClosed))
         return;
     if (isPanelVisible())
-        hide();
-    else
-        show(icon);
+        return hide();
+    show(icon);
+    opening_.reset();
+    if (icon)
+        opening_ = {ClosingPress::Clock::now(), *icon};
 }
 
 void PanelPresenter::showAbout() {
@@ -150,7 +157,9 @@ void PanelPresenter::limitWindow() {
 
 void PanelPresenter::pressedAt(QPoint native) {
     const std::optional<QPoint> place = windows_.place(native);
-    if (!isPanelVisible() || (place && isOnPanel(*place)))
+    // An answer to the question for consent is a press outside too.
+    if (!isPanelVisible() || model_.isAskingForConsent() ||
+        (place && (isOnPanel(*place) || isSecondOfDoubleClick(*place))))
         return;
     closingPress_.pressed();
     closedFrom_ = place;
@@ -159,6 +168,12 @@ void PanelPresenter::pressedAt(QPoint native) {
 
 bool PanelPresenter::isOnPanel(QPoint place) const {
     return surface().translated(window_->position()).contains(place);
+}
+
+bool PanelPresenter::isSecondOfDoubleClick(QPoint place) const {
+    const std::chrono::milliseconds doubleClick(QGuiApplication::styleHints()->mouseDoubleClickInterval());
+    return opening_ && ClosingPress::Clock::now() - opening_->time < doubleClick &&
+           isOn(opening_->icon, place);
 }
 
 } // namespace vello

@@ -34,7 +34,7 @@ public:
     void show(std::optional<QRect> icon);
     Q_SLOT void hide();
     /// Handles a press on the icon. Closes an open panel; does not reopen a panel that this same press has
-    /// closed.
+    /// closed. The second press of a double click, which reaches the panel as one outside, does not close it.
     void toggle(std::optional<QRect> icon);
     void showAbout();
 
@@ -50,6 +50,7 @@ private:
     Q_SLOT void limitWindow();
     void pressedAt(QPoint native);
     bool isOnPanel(QPoint place) const;
+    bool isSecondOfDoubleClick(QPoint place) const;
     QRect surface() const;
 
     PanelModel& model_;
@@ -61,6 +62,12 @@ private:
     std::unique_ptr<QQuickWindow> window_;
     ClosingPress closingPress_;
     std::optional<QPoint> closedFrom_; ///< position of the press that closed the panel
+    /// The time and the item of the activation that opened the panel.
+    struct Opening {
+        ClosingPress::Clock::time_point time;
+        QRect icon;
+    };
+    std::optional<Opening> opening_;
 };
 
 } // namespace vello

@@ -27,6 +27,18 @@ PanelShell::PanelShell(const Parts& parts, std::function<void()> quit)
     connect(&model_, &PanelModel::presetFileRequested, this, &PanelShell::choosePresetFile);
     connect(&tray_, &Tray::activated, &presenter_, &PanelPresenter::toggle);
     observeMenu();
+    showMasterSwitch();
+    observations_.push_back(
+        controller_.isProcessingEnabled().observe([this](const auto&) { showMasterSwitch(); }));
+    observations_.push_back(controller_.capturePermission().status().observe([this](const auto&) {
+        // The question had the keyboard; the panel takes it back with the answer.
+        if (presenter_.isPanelVisible())
+            presenter_.show(std::nullopt);
+    }));
+}
+
+void PanelShell::showMasterSwitch() {
+    tray_.setLight(controller_.isProcessingEnabled().value() ? TrayIconLight::full : TrayIconLight::dimmed);
 }
 
 void PanelShell::observeMenu() {

@@ -53,6 +53,7 @@ public:
 
 private:
     void observeMenu();
+    void showMasterSwitch();
     void choosePresetFile();
 
     WordingTranslator wording_;

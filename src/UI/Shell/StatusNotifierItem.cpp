@@ -4,7 +4,6 @@
 #include "Foundation/Product.h"
 #include "UI/Shell/TrayIcon.h"
 
-#include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingReply>
@@ -62,7 +61,6 @@ const QDBusArgument& operator>>(const QDBusArgument& in, StatusNotifierToolTip& 
 
 StatusNotifierItem::StatusNotifierItem(QDBusConnection connection, DBusMenu& menu, Look look)
     : connection_(std::move(connection)), look_(std::move(look)),
-      service_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid())),
       watcher_(kWatcherName, connection_, QDBusServiceWatcher::WatchForOwnerChange) {
     qDBusRegisterMetaType<StatusNotifierPixmap>();
     qDBusRegisterMetaType<QList<StatusNotifierPixmap>>();
@@ -71,7 +69,8 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection connection, DBusMenu& men
                                QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties |
                                    QDBusConnection::ExportNonScriptableSignals);
     connection_.registerObject(kMenuPath, &menu, QDBusConnection::ExportAllContents);
-    connection_.registerService(service_);
+    connection_.connect(kWatcherName, kWatcherPath, kWatcherName,
+                        QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(retryWithWatcher()));
     connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString&, const QString&, const QString& owner) {
                 if (!owner.isEmpty())
@@ -85,9 +84,13 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection connection, DBusMenu& men
 StatusNotifierItem::~StatusNotifierItem() {
     if (!connection_.isConnected())
         return; // Qt does not support unregistering without a connection
-    connection_.unregisterService(service_);
     connection_.unregisterObject(kItemPath);
     connection_.unregisterObject(kMenuPath);
+}
+
+void StatusNotifierItem::setLook(Look look) {
+    look_ = std::move(look);
+    emit NewIcon();
 }
 
 QString StatusNotifierItem::id() const {
@@ -107,12 +110,17 @@ void StatusNotifierItem::registerWithWatcher() {
     }
     QDBusMessage call = QDBusMessage::createMethodCall(kWatcherName, kWatcherPath, kWatcherName,
                                                        QStringLiteral("RegisterStatusNotifierItem"));
-    call << service_;
+    call << connection_.baseService();
     request_ = std::make_unique<QDBusPendingCallWatcher>(connection_.asyncCall(call));
     connect(request_.get(), &QDBusPendingCallWatcher::finished, this, [this] {
         const bool isTaken = !QDBusPendingReply<>(*request_).isError();
         setRegistration(isTaken ? Registration::done : Registration::refused);
     });
+}
+
+void StatusNotifierItem::retryWithWatcher() {
+    if (registration_ == Registration::refused)
+        registerWithWatcher();
 }
 
 void StatusNotifierItem::setRegistration(Registration registration) {

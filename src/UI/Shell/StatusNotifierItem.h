@@ -34,7 +34,9 @@ QDBusArgument& operator<<(QDBusArgument& out, const StatusNotifierToolTip& toolT
 const QDBusArgument& operator>>(const QDBusArgument& in, StatusNotifierToolTip& toolTip);
 
 /// The status item on the bus, with the interface org.kde.StatusNotifierItem. Registers with the current
-/// watcher, and again whenever a watcher starts.
+/// watcher, again whenever a watcher starts, and again when a watcher that has refused the item gets a host.
+/// It registers the connection's unique name: some watchers lose an item whose well-known name they first
+/// have to look up.
 class StatusNotifierItem : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
@@ -43,8 +45,8 @@ class StatusNotifierItem : public QObject {
     Q_PROPERTY(QString Title READ title CONSTANT)
     Q_PROPERTY(QString Status READ status CONSTANT)
     Q_PROPERTY(int WindowId READ windowID CONSTANT)
-    Q_PROPERTY(QString IconName READ iconName CONSTANT)
-    Q_PROPERTY(QList<vello::StatusNotifierPixmap> IconPixmap READ iconPixmap CONSTANT)
+    Q_PROPERTY(QString IconName READ iconName)
+    Q_PROPERTY(QList<vello::StatusNotifierPixmap> IconPixmap READ iconPixmap)
     Q_PROPERTY(QString OverlayIconName READ noIconName CONSTANT)
     Q_PROPERTY(QString AttentionIconName READ noIconName CONSTANT)
     Q_PROPERTY(vello::StatusNotifierToolTip ToolTip READ toolTip CONSTANT)
@@ -67,6 +69,8 @@ public:
     StatusNotifierItem(QDBusConnection connection, DBusMenu& menu, Look look);
     ~StatusNotifierItem() override;
 
+    /// Also tells the host.
+    void setLook(Look look);
     Registration registration() const { return registration_; }
 
     QString category() const { return QStringLiteral("ApplicationStatus"); }
@@ -105,11 +109,11 @@ signals:
 
 private:
     void registerWithWatcher();
+    Q_SLOT void retryWithWatcher();
     void setRegistration(Registration registration);
 
     QDBusConnection connection_;
     Look look_;
-    QString service_;
     QDBusServiceWatcher watcher_;
     std::unique_ptr<QDBusPendingCallWatcher> request_; ///< answers to older requests are dropped
     Registration registration_ = Registration::asking;

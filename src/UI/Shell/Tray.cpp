@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Shell/Tray.h"
 
-#include "UI/Shell/TrayIcon.h"
 #include "UI/Shell/WindowSystem.h"
 
 #include <QCursor>
+#include <QGuiApplication>
+#include <QStyleHints>
 
 #include <utility>
 
@@ -14,15 +15,19 @@ namespace {
 /// In pixels: half the size of most items. Only the pointer's position is known, not the item's.
 constexpr int kReach = 11;
 
+StatusNotifierItem::Look look(TrayIconLight light) {
+    return {trayIcon(light), symbolicTrayIconName(qEnvironmentVariable("XDG_CURRENT_DESKTOP"), light)};
+}
+
 } // namespace
 
 Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu,
            std::function<Clock::time_point()> now)
     : windows_(windows), now_(std::move(now)), makeMenu_(makeMenu), menu_(std::move(makeMenu)),
-      item_(std::move(bus), menu_,
-            {trayIcon(), symbolicTrayIconName(qEnvironmentVariable("XDG_CURRENT_DESKTOP"))}) {
+      item_(std::move(bus), menu_, look(light_)) {
     connect(&item_, &StatusNotifierItem::registrationChanged, this, &Tray::review);
-    connect(&item_, &StatusNotifierItem::activated, this, &Tray::activate);
+    connect(&item_, &StatusNotifierItem::activated, this,
+            [this](int x, int y) { activate(placeAround(x, y)); });
     connect(&item_, &StatusNotifierItem::menuRequested, this, [this](int x, int y) {
         if (const auto place = placeAround(x, y))
             showMenu(place->center());
@@ -31,13 +36,23 @@ Tray::Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu 
 
 Tray::~Tray() = default;
 
-void Tray::activate(int x, int y) {
+void Tray::setLight(TrayIconLight light) {
+    if (light == light_)
+        return;
+    light_ = light;
+    item_.setLook(look(light));
+    if (embedded_)
+        embedded_->setIcon(trayIcon(light));
+}
+
+/// Hosts report every click of a double click, and some report the second one twice.
+void Tray::activate(std::optional<QRect> place) {
+    const std::chrono::milliseconds doubleClick(QGuiApplication::styleHints()->mouseDoubleClickInterval());
     const Clock::time_point now = now_();
-    const bool isSameClick =
-        !windows_.tellsButtons() && lastActivation_ && now - *lastActivation_ < shortestPause;
+    if (lastActivation_ && now - *lastActivation_ < doubleClick)
+        return;
     lastActivation_ = now;
-    if (!isSameClick)
-        emit activated(placeAround(x, y));
+    emit activated(place);
 }
 
 bool Tray::isShown() const {
@@ -69,7 +84,7 @@ void Tray::review() {
 }
 
 void Tray::embed() {
-    embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon());
+    embedded_ = std::make_unique<QSystemTrayIcon>(trayIcon(light_));
     embedded_->setToolTip(item_.title());
     connect(embedded_.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
@@ -77,7 +92,7 @@ void Tray::embed() {
                 if (reason == QSystemTrayIcon::Context)
                     showMenu(QCursor::pos());
                 else
-                    emit activated(geometry());
+                    activate(geometry());
             });
     embedded_->show();
 }
@@ -90,9 +105,11 @@ void Tray::showMenu(QPoint place) {
             continue;
         }
         QAction* const action = ownMenu_->addAction(QString(entry.label).replace(u'&', QStringLiteral("&&")));
+        action->setDisabled(entry.isHeading());
         action->setCheckable(entry.isCheckable);
         action->setChecked(entry.isChecked);
-        connect(action, &QAction::triggered, this, [choose = entry.choose] { choose(); });
+        if (entry.choose)
+            connect(action, &QAction::triggered, this, [choose = entry.choose] { choose(); });
     }
     ownMenu_->popup(place);
 }

@@ -3,6 +3,7 @@
 
 #include "UI/Shell/DBusMenu.h"
 #include "UI/Shell/StatusNotifierItem.h"
+#include "UI/Shell/TrayIcon.h"
 
 #include <QMenu>
 #include <QObject>
@@ -25,9 +26,6 @@ class Tray : public QObject {
 
 public:
     using Clock = std::chrono::steady_clock;
-    /// Shorter than any user's pause between clicks: bars on Wayland report the second click of a double
-    /// click twice.
-    static constexpr std::chrono::milliseconds shortestPause{40};
 
     /// `windows` must outlive the tray.
     Tray(QDBusConnection bus, const WindowSystem& windows, DBusMenu::MakeMenu makeMenu,
@@ -43,20 +41,25 @@ public:
     /// Call when the content of the menu has changed.
     void invalidateMenu() { menu_.invalidate(); }
 
+    /// Draws the icon dimmed while the master switch is off.
+    void setLight(TrayIconLight light);
+    TrayIconLight light() const { return light_; }
+
 signals:
-    /// The item was pressed, at this place if the desktop reports it.
+    /// The item was pressed, at this place if the desktop reports it. A double click counts as one press.
     void activated(std::optional<QRect> place);
 
 private:
     void review();
     void embed();
-    void activate(int x, int y);
+    void activate(std::optional<QRect> place);
     void showMenu(QPoint place);
     std::optional<QRect> placeAround(int x, int y) const;
 
     const WindowSystem& windows_;
     std::function<Clock::time_point()> now_;
     std::optional<Clock::time_point> lastActivation_;
+    TrayIconLight light_ = TrayIconLight::full;
     DBusMenu::MakeMenu makeMenu_;
     DBusMenu menu_;
     StatusNotifierItem item_;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/ConsentQuestion/ConsentQuestion.h"
 
+#include "UI/Appearance/ColorContrast.h"
+
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
@@ -73,6 +75,25 @@ TEST_F(ConsentQuestionTest, TheButtonsAnswer) {
     question_.show();
     button("Allow")->click();
     EXPECT_EQ(question_.answer(), Consent::allowed);
+}
+
+TEST_F(ConsentQuestionTest, IsAsDarkAsTheDesktopAndChangesWithIt) {
+    for (const bool isDark : {true, false, true}) {
+        question_.setAppearance({.isDark = isDark});
+        const QColor ground = question_.grab().toImage().pixelColor(2, 2);
+        EXPECT_EQ(ground.lightnessF() < 0.3F, isDark);
+        for (const auto* each : question_.findChildren<QWidget*>())
+            EXPECT_GE(contrastRatio(each->palette().color(each->foregroundRole()),
+                                    each->palette().color(each->backgroundRole())),
+                      kTextContrast)
+                << each->metaObject()->className();
+    }
+}
+
+TEST_F(ConsentQuestionTest, MarksWithTheAccentOfTheDesktop) {
+    question_.setAppearance({.accent = QColor(200, 30, 90)});
+    EXPECT_EQ(question_.findChild<QAbstractButton*>()->palette().color(QPalette::Highlight),
+              QColor(200, 30, 90));
 }
 
 TEST_F(ConsentQuestionTest, HasRoomForItsWholeText) {

@@ -270,7 +270,7 @@ TEST_F(PanelModelTest, SaysWhyChangesAreNotSavedInTheUsersLanguage) {
     EXPECT_EQ(scene.model->saveProblem(), "Not saved: another VELLO uses the settings.");
     setLanguage(Language::german);
     EXPECT_EQ(scene.model->saveProblem(),
-              QStringLiteral("Nicht gesichert: Ein anderes VELLO nutzt die Einstellungen."));
+              QStringLiteral("Nicht gespeichert: Ein anderes VELLO nutzt die Einstellungen."));
     setLanguage(Language::english);
 }
 

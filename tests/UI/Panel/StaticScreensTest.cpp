@@ -64,10 +64,11 @@ TEST_F(StaticScreensTest, StacksAboutTwelvePointsApart) {
     EXPECT_EQ(icon.size(), QSizeF(56.0, 56.0));
     const QQuickItem& stack = *icon.parentItem()->parentItem();
     EXPECT_EQ(gaps(stack), (std::vector<double>{12.0, 12.0}));
-    EXPECT_EQ(gaps(*item(QStringLiteral("By QUORVIN")).parentItem()), std::vector<double>{3.0});
+    EXPECT_EQ(gaps(*item(QStringLiteral("By QUORVIN")).parentItem()), (std::vector<double>{3.0, 3.0}));
     EXPECT_EQ(fontOf("VELLO").weight(), QFont::DemiBold);
     EXPECT_EQ(fontOf("VELLO").pixelSize(), scene.theme.title2());
     EXPECT_EQ(fontOf("By QUORVIN").pixelSize(), scene.theme.subheadline());
+    EXPECT_EQ(fontOf("Version " VELLO_VERSION ", Apache License 2.0").pixelSize(), scene.theme.caption());
 }
 
 TEST_F(StaticScreensTest, ListsThreeFeaturesTenPointsApart) {

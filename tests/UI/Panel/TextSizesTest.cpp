@@ -24,8 +24,10 @@ protected:
     }
 
     static QRectF written(const QQuickItem& text) {
-        const QSizeF size(text.property("contentWidth").toDouble(),
-                          text.property("contentHeight").toDouble());
+        const double scale = text.width() > 0.0 ? place(text).width() / text.width() : 1.0;
+        const QSizeF size =
+            QSizeF(text.property("contentWidth").toDouble(), text.property("contentHeight").toDouble()) *
+            scale;
         return QRectF(place(text).center() - QPointF(size.width(), size.height()) / 2.0, size);
     }
     /// Checks that no text of the view is truncated, leaves the window's surface or overlaps another one.
@@ -74,6 +76,7 @@ TEST_P(TextSizesTest, HaveRoomInAnOpenCard) {
         EXPECT_EQ(panel().width(), 344.0);
         expectRoomForTexts(QStringLiteral("EQPanelView"), place(only(QStringLiteral("EQPanelView"))));
         expectRoomForTexts(QStringLiteral("PanelHeader"), panel());
+        EXPECT_FALSE(showing(QString::fromStdString(localized("Custom"))).property("truncated").toBool());
         const QQuickItem& save = item(QString::fromStdString(localized("Save")));
         EXPECT_LT(place(save).right(), place(item(QString::fromStdString(localized("Reset")))).left());
         expectRoomForTexts(QStringLiteral("PanelFooter"), panel());

@@ -70,6 +70,8 @@ protected:
             {},
             {QStringLiteral("Enabled"), true, isEnabled_, [this] { isEnabled_ = !isEnabled_; }},
         };
+        if (!heading_.isEmpty())
+            made.push_back({heading_});
         for (const QString& preset : presets_)
             made.push_back(
                 {preset, true, false, [this, preset] { chosen_.push_back(preset.toStdString()); }});
@@ -87,6 +89,7 @@ protected:
 
     StatusNotifierBus bus_;
     bool isEnabled_ = true;
+    QString heading_;
     QStringList presets_;
     std::vector<std::string> chosen_;
     DBusMenu menu_{[this] { return entries(); }};
@@ -109,6 +112,14 @@ TEST_F(DBusMenuTest, ShowsItsLinesInOrderWithDividersAndMarks) {
                            {QStringLiteral("toggle-type"), QStringLiteral("checkmark")},
                            {QStringLiteral("toggle-state"), 1}}));
     EXPECT_EQ(shown.lines[3].properties, (QVariantMap{{QStringLiteral("label"), QStringLiteral("Quit")}}));
+}
+
+TEST_F(DBusMenuTest, ShowsAHeadingThatCannotBeChosen) {
+    heading_ = QStringLiteral("Music Player");
+    const Line heading = layout().labelled(heading_);
+    EXPECT_EQ(heading.properties.value(QStringLiteral("enabled")), false);
+    EXPECT_EQ(click(heading.id).type(), QDBusMessage::ReplyMessage);
+    EXPECT_THAT(chosen_, testing::IsEmpty());
 }
 
 TEST_F(DBusMenuTest, LeavesTheLinesOutWhereTheHostAsksForTheMenuAlone) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QStyleHints>
 
 #include <optional>
 
@@ -18,6 +19,12 @@ const QRect kIcon(389, 0, 22, 22);
 
 class PanelPresenterTest : public testing::Test {
 protected:
+    /// Clicks are not double clicks here unless a test says so.
+    PanelPresenterTest() { QGuiApplication::styleHints()->setMouseDoubleClickInterval(0); }
+    ~PanelPresenterTest() override {
+        QGuiApplication::styleHints()->setMouseDoubleClickInterval(doubleClickInterval_);
+    }
+
     PanelPresenter& makePresenter(ScreenCorner corner = ScreenCorner::topRight) {
         presenter_.emplace(*scene_.model, scene_.theme, windows_, corner);
         return *presenter_;
@@ -36,6 +43,7 @@ protected:
     }
     static QRect screen() { return QGuiApplication::primaryScreen()->availableGeometry(); }
 
+    const int doubleClickInterval_ = QGuiApplication::styleHints()->mouseDoubleClickInterval();
     PanelScene scene_;
     FakeWindowSystem windows_;
     std::optional<PanelPresenter> presenter_;
@@ -101,6 +109,21 @@ TEST_F(PanelPresenterTest, ClosesOnAClickOutsideAndStaysOnOneInside) {
     EXPECT_FALSE(presenter.isPanelVisible()) << "the clear margin is outside";
 }
 
+TEST_F(PanelPresenterTest, StaysOpenWhileTheUserIsAskedForConsentAndShowsTheAnswer) {
+    scene_.authorization.answer = Consent::undecided;
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    scene_.authorization.isQuestionOpen = true;
+    click(screen().bottomLeft()); // a button of the question
+    EXPECT_TRUE(presenter.isPanelVisible());
+    EXPECT_TRUE(scene_.model->isAskingForConsent());
+    scene_.authorization.isQuestionOpen = false;
+    scene_.authorization.change(Consent::allowed);
+    EXPECT_TRUE(scene_.model->isAuthorized());
+    click(screen().bottomLeft());
+    EXPECT_FALSE(presenter.isPanelVisible());
+}
+
 TEST_F(PanelPresenterTest, StaysClosedAfterTheClickOnTheItemThatClosedIt) {
     PanelPresenter& presenter = makePresenter();
     click(kIcon.center(), true);
@@ -109,6 +132,16 @@ TEST_F(PanelPresenterTest, StaysClosedAfterTheClickOnTheItemThatClosedIt) {
     EXPECT_FALSE(presenter.isPanelVisible());
     click(kIcon.center(), true);
     EXPECT_TRUE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, StaysOpenAtTheSecondPressOfADoubleClickOnTheItem) {
+    QGuiApplication::styleHints()->setMouseDoubleClickInterval(60'000);
+    PanelPresenter& presenter = makePresenter();
+    click(kIcon.center(), true);
+    click(kIcon.center());
+    EXPECT_TRUE(presenter.isPanelVisible());
+    click(screen().bottomLeft());
+    EXPECT_FALSE(presenter.isPanelVisible()) << "elsewhere it is a click of its own";
 }
 
 TEST_F(PanelPresenterTest, CountsClicksThatAreFasterThanTheItemsHost) {

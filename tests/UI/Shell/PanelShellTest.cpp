@@ -79,5 +79,38 @@ TEST_F(PanelShellTest, LetsTheUserChooseAFileAndAsksAboutItInThePanel) {
     EXPECT_EQ(model->presetImport()->suggestedName(), "Open Back");
 }
 
+TEST_F(PanelShellTest, DimsItsItemWhileTheMasterSwitchIsOff) {
+    PanelShell shell(parts(), [] {});
+    const auto isDimmed = [&] { return shell.tray().light() == TrayIconLight::dimmed; };
+    EXPECT_FALSE(isDimmed());
+    scene.controller->setProcessingEnabled(false);
+    EXPECT_TRUE(isDimmed());
+    scene.controller->setProcessingEnabled(true);
+    EXPECT_FALSE(isDimmed());
+}
+
+TEST_F(PanelShellTest, ListsThePresetsOfTheOpenCardBelowItsNameAndCutsLongOnes) {
+    const auto labels = [this] {
+        QStringList result;
+        for (const TrayMenuEntry& entry : trayMenu(*scene.controller, *scene.model, [] {}))
+            result.append(entry.label);
+        return result;
+    };
+    const QStringList closed{"Open VELLO", "Equalizing enabled", "", "About VELLO", "Quit"};
+    EXPECT_EQ(labels(), closed);
+
+    scene.play(1, "A player with a name that is too long for a menu");
+    const std::string family = "👨‍👩‍👧"; // one character of eight code units
+    scene.controller->saveUserPreset(std::string(38, 'a') + family + "b", std::vector<double>(8, 1.0));
+    scene.item("a player with a name that is too long for a menu")->toggle();
+    const QStringList open = labels();
+    EXPECT_EQ(open.value(3), "A player with a name that is too long fo…");
+    EXPECT_TRUE(open.contains(QString(38, u'a') + u'…')) << open.join(u'|').toStdString();
+    EXPECT_FALSE(trayMenu(*scene.controller, *scene.model, [] {})[3].choose) << "it only names the source";
+
+    scene.item("a player with a name that is too long for a menu")->toggle();
+    EXPECT_EQ(labels(), closed);
+}
+
 } // namespace
 } // namespace vello

@@ -19,9 +19,10 @@ const QString kHostsSide = QStringLiteral("hosts");
 
 } // namespace
 
-StatusNotifierWatcher::StatusNotifierWatcher(QDBusConnection connection, Mood mood)
-    : connection_(std::move(connection)), mood_(mood) {
-    connection_.registerObject(kWatcherPath, this, QDBusConnection::ExportAllSlots);
+StatusNotifierWatcher::StatusNotifierWatcher(QDBusConnection connection, Mood firstMood)
+    : mood(firstMood), connection_(std::move(connection)) {
+    connection_.registerObject(kWatcherPath, this,
+                               QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
     connection_.registerService(kWatcherName);
 }
 
@@ -32,7 +33,7 @@ StatusNotifierWatcher::~StatusNotifierWatcher() {
 
 void StatusNotifierWatcher::RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message) {
     items.append(service);
-    if (mood_ == Mood::refusesItems) {
+    if (mood == Mood::refusesItems) {
         message.setDelayedReply(true);
         connection_.send(message.createErrorReply(QDBusError::Failed, QStringLiteral("there is no room")));
     }

@@ -24,17 +24,20 @@ class StatusNotifierWatcher : public QObject {
 public:
     enum class Mood { takesItems, refusesItems };
 
-    explicit StatusNotifierWatcher(QDBusConnection connection, Mood mood = Mood::takesItems);
+    explicit StatusNotifierWatcher(QDBusConnection connection, Mood firstMood = Mood::takesItems);
     ~StatusNotifierWatcher() override;
 
     QStringList items;
+    Mood mood;
 
 public slots:
     void RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message);
 
+signals:
+    void StatusNotifierHostRegistered();
+
 private:
     QDBusConnection connection_;
-    Mood mood_;
 };
 
 /// A private bus with the item's side and the host's side.

@@ -6,7 +6,6 @@
 #include "UI/Shell/TrayIcon.h"
 
 #include <gtest/gtest.h>
-#include <QCoreApplication>
 #include <QPoint>
 
 #include <optional>
@@ -43,9 +42,8 @@ TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatIsThere) {
     const auto& item = makeItem();
     EXPECT_EQ(item.registration(), Registration::asking);
     ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
-    const auto name =
-        QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid());
-    EXPECT_EQ(watcher.items, QStringList(name));
+    EXPECT_EQ(watcher.items, QStringList(bus_.itemsSide().baseService()))
+        << "not a name that the watcher would have to look up";
 }
 
 TEST_F(StatusNotifierItemTest, RegistersWithAWatcherThatStartsLater) {
@@ -82,6 +80,18 @@ TEST_F(StatusNotifierItemTest, KnowsThatAWatcherTakesNoItems) {
     EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
 }
 
+TEST_F(StatusNotifierItemTest, AsksAWatcherThatRefusedItAgainWhenAHostComes) {
+    auto& watcher = bus_.startWatcher(StatusNotifierWatcher::Mood::refusesItems);
+    const auto& item = makeItem();
+    ASSERT_TRUE(waitUntil([&] { return item.registration() == Registration::refused; }));
+    watcher.mood = StatusNotifierWatcher::Mood::takesItems;
+    emit watcher.StatusNotifierHostRegistered();
+    EXPECT_TRUE(waitUntil([&] { return item.registration() == Registration::done; }));
+    emit watcher.StatusNotifierHostRegistered();
+    EXPECT_EQ(property("Status"), QStringLiteral("Active"));
+    EXPECT_EQ(watcher.items.size(), 2) << "an item that is registered is not registered again";
+}
+
 TEST_F(StatusNotifierItemTest, SaysWhatItIs) {
     makeItem();
     EXPECT_EQ(property("Title"), QStringLiteral("VELLO by QUORVIN"));
@@ -115,6 +125,28 @@ TEST_F(StatusNotifierItemTest, NamesAnIconOnlyWhereItWasGivenOne) {
     EXPECT_EQ(property("IconName"), QStringLiteral("some-symbolic"));
     EXPECT_EQ(property("OverlayIconName"), QString());
     EXPECT_EQ(property("AttentionIconName"), QString());
+}
+
+/// Records the item's change signals.
+class IconListener : public QObject {
+    Q_OBJECT
+
+public:
+    int changes = 0;
+
+public slots:
+    void hear() { ++changes; }
+};
+
+TEST_F(StatusNotifierItemTest, TellsItsHostWhenItLooksDifferent) {
+    auto& item = makeItem(QStringLiteral("some-symbolic"));
+    IconListener listener;
+    QDBusConnection host = bus_.hostsSide();
+    ASSERT_TRUE(host.connect(bus_.itemsSide().baseService(), kItemPath, kItemInterface,
+                             QStringLiteral("NewIcon"), &listener, SLOT(hear())));
+    item.setLook({QIcon(), QStringLiteral("other-symbolic")});
+    ASSERT_TRUE(waitUntil([&] { return listener.changes == 1; }));
+    EXPECT_EQ(property("IconName"), QStringLiteral("other-symbolic"));
 }
 
 TEST_F(StatusNotifierItemTest, TellsWhereItWasActivated) {
@@ -155,3 +187,5 @@ TEST_F(StatusNotifierItemTest, LivesWithoutABus) {
 
 } // namespace
 } // namespace vello
+
+#include "StatusNotifierItemTest.moc"

@@ -21,6 +21,7 @@ constexpr auto kStartLimit = 10s;
 constexpr auto kBetweenMoves = 5ms;
 constexpr auto kBeforePress = 150ms;
 constexpr auto kBeforeRelease = 30ms;
+constexpr auto kDoubleClickInterval = 400ms; ///< of toolkits, where the desktop sets none
 constexpr auto kBetweenKeys = 10ms;
 
 /// The server prints its display number on a separate line when it accepts connections.
@@ -171,12 +172,18 @@ void PrivateScreen::pressButton(int button) {
 
 void PrivateScreen::releaseButton(int button) {
     connection_->fake(XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button), kBeforeRelease);
+    lastRelease_ = std::chrono::steady_clock::now();
 }
 
 void PrivateScreen::click(QPoint place, int button) {
     movePointer(place);
     pressButton(button);
     releaseButton(button);
+}
+
+void PrivateScreen::clickApart(QPoint place) {
+    waitUntil([this] { return std::chrono::steady_clock::now() - lastRelease_ > kDoubleClickInterval; });
+    click(place);
 }
 
 void PrivateScreen::drag(QPoint from, QPoint to) {

@@ -80,6 +80,8 @@ public:
     void pressButton(int button = 1);
     void releaseButton(int button = 1);
     void click(QPoint place, int button = 1);
+    /// A click that programs do not take for the second one of a double click.
+    void clickApart(QPoint place);
     /// Presses the button, moves in steps and releases the button.
     void drag(QPoint from, QPoint to);
     /// Presses keys one after the other and then releases all: {XK_Control_L, XK_q}.
@@ -95,6 +97,7 @@ private:
     std::unique_ptr<ChildProcess> server_;
     std::string name_;
     std::unique_ptr<Connection> connection_;
+    std::chrono::steady_clock::time_point lastRelease_;
 };
 
 } // namespace vello::session

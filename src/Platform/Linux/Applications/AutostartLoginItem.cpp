@@ -18,6 +18,15 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMostBytes = 1U << 20;
+/// What the desktop's list of programs that start at login shows, in all languages: the list is in the
+/// language of the desktop, which may change after the entry was written. The same lines stand in the entry
+/// of the desktop's menu.
+constexpr std::string_view kDescription = "GenericName=Equalizer\n"
+                                          "GenericName[de]=Equalizer\n"
+                                          "GenericName[ja]=イコライザー\n"
+                                          "Comment=Equalizes the sound of each application separately\n"
+                                          "Comment[de]=Regelt den Klang jeder App einzeln\n"
+                                          "Comment[ja]=アプリごとに音を調整します\n";
 
 std::string entryName() {
     return std::string(kBundleIdentifier).append(".desktop");
@@ -37,11 +46,11 @@ std::string valueOf(const KeyFileGroup& entry, std::string_view key) {
     return value == entry.end() ? "" : unescapedValue(value->second);
 }
 
-/// A program as the only argument of an Exec value: quoted, with percent signs doubled, then escaped as any
+/// A program or an argument in an Exec value: quoted, with percent signs doubled, then escaped as any
 /// text of the file.
-std::string execValue(const std::string& program) {
+std::string execValue(const std::string& argument) {
     std::string quoted = "\"";
-    for (const char character : program) {
+    for (const char character : argument) {
         if (std::string_view("\"`$\\").find(character) != std::string_view::npos)
             quoted += '\\';
         quoted += character;
@@ -58,14 +67,17 @@ std::string execValue(const std::string& program) {
     return value;
 }
 
-std::string entryThatStarts(const fs::path& executable) {
-    return std::string("[Desktop Entry]\nType=Application\nName=")
-        .append(kApplicationName)
-        .append("\nComment=Equalizes the sound of each application\nIcon=")
-        .append(kBundleIdentifier)
-        .append("\nExec=")
-        .append(execValue(executable.string()))
-        .append("\nTerminal=false\nX-GNOME-Autostart-enabled=true\n");
+std::string entryThatStarts(const std::vector<std::string>& command) {
+    std::string entry = std::string("[Desktop Entry]\nType=Application\nName=")
+                            .append(kApplicationName)
+                            .append("\n")
+                            .append(kDescription)
+                            .append("Icon=")
+                            .append(kBundleIdentifier)
+                            .append("\nExec=");
+    for (const std::string& argument : command)
+        entry.append(execValue(argument)).append(" ");
+    return entry.append("\nTerminal=false\nX-GNOME-Autostart-enabled=true\n");
 }
 
 std::string entryThatHides() {
@@ -136,12 +148,13 @@ bool AutostartLoginItem::canStart(const std::string& program) const {
 }
 
 void AutostartLoginItem::registerItem() {
-    if (!executable_.is_absolute() || !isProgram(executable_))
-        throw std::runtime_error("the program " + executable_.string() +
+    const fs::path program = command_.front();
+    if (!program.is_absolute() || !isProgram(program))
+        throw std::runtime_error("the program " + program.string() +
                                  " is not there any more; start VELLO again");
-    write(entryThatStarts(executable_));
+    write(entryThatStarts(command_));
     const auto entry = parseDesktopEntry(kBundleIdentifier, effectiveEntry().value_or(""), {});
-    if (status() != Status::enabled || entry->command != std::vector<std::string>{executable_.string()})
+    if (status() != Status::enabled || entry->command != command_)
         throw std::runtime_error(userEntry().string() + " does not start VELLO; remove it and try again");
 }
 

@@ -26,8 +26,9 @@ struct AutostartPlaces {
 /// name.
 class AutostartLoginItem final : public LoginItem {
 public:
-    AutostartLoginItem(AutostartPlaces places, std::filesystem::path executable)
-        : places_(std::move(places)), executable_(std::move(executable)) {}
+    /// `command`: the absolute path of the program to start, and its arguments.
+    AutostartLoginItem(AutostartPlaces places, std::vector<std::string> command)
+        : places_(std::move(places)), command_(std::move(command)) {}
 
     /// Entries that are not for the current desktop also count as switched off.
     Status status() override;
@@ -46,7 +47,7 @@ private:
     void write(const std::string& entry) const;
 
     const AutostartPlaces places_;
-    const Path executable_;
+    const std::vector<std::string> command_;
 };
 
 } // namespace vello

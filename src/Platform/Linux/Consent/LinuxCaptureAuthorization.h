@@ -28,6 +28,7 @@ public:
     Consent preflight() override;
     /// A question that is open already is not put a second time.
     void request(Completion completion) override;
+    bool isAsking() const override { return question_.isOpen(); }
     /// Puts the question again: there is no other place to change the answer that all desktops have.
     void openSettings() override;
     void onDidChange(Action action) override;

@@ -29,6 +29,7 @@ public:
     /// Asks; while the question is open, `onEnd` joins it. Throws std::system_error when the program cannot
     /// be started.
     void ask(OnEnd onEnd);
+    bool isOpen() const { return !waiting_.empty(); }
 
 private:
     void start();

@@ -49,6 +49,12 @@ Rectangle {
                     text: qsTr("By QUORVIN")
                     font.pixelSize: Theme.subheadline
                 }
+                PanelText {
+                    anchors.left: parent.left
+                    text: qsTr("Version %1, Apache License 2.0").arg(PanelMeasures.version)
+                    font.pixelSize: Theme.caption
+                    color: Theme.secondary
+                }
             }
         }
         PanelText {

@@ -16,7 +16,8 @@ Item {
         menuButton.forceActiveFocus();
     }
 
-    readonly property real smallestTitleWidth: Theme.scaled(60)
+    /// The word for an unsaved curve is always whole: beside it are the controls that save the curve.
+    readonly property real smallestTitleWidth: Math.ceil(menuButton.implicitWidth - title.advanceWidth + custom.advanceWidth) + 1
     /// The width with everything that may appear in the row, so that nothing moves when a tempo or a custom curve
     /// appears.
     readonly property real largestWidth: root.smallestTitleWidth + Theme.scaled(48) + save.implicitWidth + divider.implicitWidth + reset.implicitWidth + 4 * row.spacing
@@ -30,6 +31,18 @@ Item {
     }
     implicitHeight: row.implicitHeight + (root.isBroken ? 4 + secondRow.implicitHeight : 0)
 
+    TextMetrics {
+        id: title
+
+        text: menuButton.title
+        font: custom.font
+    }
+    TextMetrics {
+        id: custom
+
+        text: qsTr("Custom")
+        font.pixelSize: Theme.callout
+    }
     RowLayout {
         id: row
 
@@ -119,6 +132,9 @@ Item {
 
         anchors.right: parent.right
         anchors.bottom: parent.bottom
+        // Long words in the largest texts are drawn smaller.
+        transformOrigin: LayoutMirroring.enabled ? Item.Left : Item.Right
+        scale: Math.min(1, root.width / Math.max(1, implicitWidth))
         spacing: row.spacing
     }
 }

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <stdexcept>
 
 namespace vello {
@@ -25,7 +26,7 @@ protected:
         writeTestFile(file, "#!/bin/sh\n");
         fs::permissions(file, fs::perms(0755));
     }
-    AutostartLoginItem item() const { return {places_, program_}; }
+    AutostartLoginItem item() const { return {places_, {program_.string(), "--background"}}; }
     /// Status of a user's entry with these lines in addition to those that start VELLO.
     Status statusWith(const std::string& lines) {
         item().registerItem();
@@ -55,7 +56,7 @@ TEST_F(AutostartLoginItemTest, IsNotRegisteredWithoutAnEntry) {
 TEST_F(AutostartLoginItemTest, RegistersTheRunningProgramByItsAbsoluteName) {
     item().registerItem();
     EXPECT_EQ(item().status(), Status::enabled);
-    EXPECT_THAT(command(), ElementsAre(program_.string()));
+    EXPECT_THAT(command(), ElementsAre(program_.string(), "--background"));
     item().unregisterItem();
     EXPECT_EQ(item().status(), Status::notRegistered);
     EXPECT_FALSE(fs::exists(entry_));
@@ -68,12 +69,25 @@ TEST_F(AutostartLoginItemTest, QuotesWhatADesktopEntryCouldMisread) {
         writeProgram(program_);
         item().registerItem();
         EXPECT_EQ(item().status(), Status::enabled) << name;
-        EXPECT_THAT(command(), ElementsAre(program_.string()));
+        EXPECT_THAT(command(), ElementsAre(program_.string(), "--background"));
     }
     program_ = folder_ / "odd/x$y";
     writeProgram(program_);
     item().registerItem();
-    EXPECT_THAT(readTestFile(entry_), HasSubstr("Exec=\"" + (folder_ / "odd/x").string() + "\\\\$y\"\n"));
+    EXPECT_THAT(readTestFile(entry_),
+                HasSubstr("Exec=\"" + (folder_ / "odd/x").string() + "\\\\$y\" \"--background\" \n"));
+}
+
+TEST_F(AutostartLoginItemTest, DescribesItselfInEveryLanguageAsTheMenuEntryDoes) {
+    item().registerItem();
+    std::istringstream menuEntry(readTestFile(VELLO_MENU_ENTRY));
+    int lines = 0;
+    for (std::string line; std::getline(menuEntry, line);)
+        if (line.starts_with("GenericName") || line.starts_with("Comment")) {
+            EXPECT_THAT(readTestFile(entry_), HasSubstr("\n" + line + "\n"));
+            ++lines;
+        }
+    EXPECT_EQ(lines, 6);
 }
 
 TEST_F(AutostartLoginItemTest, AnEntryThatWasSwitchedOffIsNotEnabled) {

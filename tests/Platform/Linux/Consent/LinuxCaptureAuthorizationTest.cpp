@@ -234,7 +234,9 @@ TEST_F(LinuxCaptureAuthorizationTest, AnswersARequestWithWhatTheUserAnswered) {
     int answers = 0;
     running->request([&](bool isGranted) { answers += isGranted ? 1 : 100; });
     running->request([&](bool isGranted) { answers += isGranted ? 1 : 100; });
+    EXPECT_TRUE(running->isAsking());
     EXPECT_TRUE(waitUntil([&] { return answers == 2; }));
+    EXPECT_FALSE(running->isAsking());
     EXPECT_TRUE(becomes(running, Consent::allowed));
     running->openSettings();
     EXPECT_THAT(log_.messages(), IsEmpty());
