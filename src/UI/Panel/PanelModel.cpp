@@ -117,6 +117,7 @@ MenuModel* PanelModel::openPresets() const {
 }
 
 void PanelModel::setShown(bool isShown) {
+    sources_.setShown(isShown);
     if (!isShown) {
         seat_.reset();
         return;
