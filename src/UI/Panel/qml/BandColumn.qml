@@ -10,6 +10,7 @@ Item {
     readonly property BandModel band: root.modelData
     /// 1 is full colour, 0 is grey.
     property real saturation: 1
+    property alias numberSize: label.size
 
     SpringFollower {
         id: glide
@@ -32,6 +33,7 @@ Item {
     ScaleLabel {
         id: label
 
+        size: Theme.caption2
         anchors.bottom: parent.bottom
         height: Theme.scaled(12)
         text: root.band.label

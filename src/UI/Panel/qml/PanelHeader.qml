@@ -47,6 +47,7 @@ Item {
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: Math.round(Theme.headline * 0.75)
         maximumLineCount: 1
+        renderType: Text.QtRendering // native letters are not made for a scale
         scale: PanelMeasures.titleScale(headerTitleExpansion.value)
         opacity: PanelMeasures.titleOpacity(headerTitleExpansion.value)
         Accessible.role: Accessible.Heading

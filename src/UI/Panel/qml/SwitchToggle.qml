@@ -18,13 +18,13 @@ ToggleControl {
         response: 0.25
     }
 
-    background: Rectangle {
+    // The software renderer draws round rectangles whose sides are not whole pixels with bumps, glass without.
+    background: GlassSurface {
         radius: height / 2
         color: Theme.mixed(Theme.quaternary, Theme.accent, knobShare.value)
-        border.width: Theme.isContrastIncreased ? 1 : 0
-        border.color: Theme.primary
+        rimColor: Theme.isContrastIncreased ? Theme.primary : "transparent"
 
-        Rectangle {
+        GlassSurface {
             readonly property real inset: Math.max(1.5, root.trackHeight * 0.1)
 
             x: inset + (root.mirrored ? 1 - knobShare.value : knobShare.value) * (parent.width - width - 2 * inset)
