@@ -14,8 +14,9 @@ constexpr double kSmallestNumberSize = 8.0;
 
 } // namespace
 
-double listHeight(double contentHeight) noexcept {
-    return std::clamp(contentHeight, kMinimumListHeight, kMaximumListHeight);
+double listHeight(double contentHeight, double room) noexcept {
+    const double largest = std::clamp(room, kMinimumListHeight, kMaximumListHeight);
+    return std::clamp(contentHeight, kMinimumListHeight, largest);
 }
 
 double titleScale(double expansion) noexcept {
@@ -37,6 +38,10 @@ double symbolSize(double textSize, double side) noexcept {
 int numberSize(int largest, double width) noexcept {
     const double fitting = std::floor(width / kNumberWidthPerSize);
     return static_cast<int>(std::max(kSmallestNumberSize, std::min<double>(largest, fitting)));
+}
+
+double numberWidth(int size) noexcept {
+    return std::ceil(size * kNumberWidthPerSize);
 }
 
 std::optional<ScreenCorner> screenCorner(std::string_view name) {

@@ -11,8 +11,9 @@ inline constexpr double kPanelWidth = 344.0;
 inline constexpr double kMinimumListHeight = 52.0;
 inline constexpr double kMaximumListHeight = 460.0;
 
-/// Height of the list's viewport.
-double listHeight(double contentHeight) noexcept;
+/// Height of the list's viewport where the screen leaves `room` for it. It is never below the minimum, even
+/// where the screen has no room.
+double listHeight(double contentHeight, double room) noexcept;
 
 /// Scale of the title while a card opens; `expansion` runs from 0 to 1 and may overshoot.
 double titleScale(double expansion) noexcept;
@@ -25,6 +26,8 @@ double symbolSize(double textSize, double side) noexcept;
 /// Pixel size of the numbers at the bands: `largest`, or less, but at least 8, where the longest number would
 /// be wider than `width`.
 int numberSize(int largest, double width) noexcept;
+/// Width of the longest number of this pixel size, in whole points.
+double numberWidth(int size) noexcept;
 
 struct PanelPoint {
     double x = 0.0;

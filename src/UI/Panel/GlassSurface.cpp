@@ -67,15 +67,22 @@ double GlassSurface::patchSide() const {
     return 2.0 * (std::ceil(radius_ * kCornerReach) + shadowMargin()) + 2.0;
 }
 
+QPointF GlassSurface::lookOrigin(const QSizeF& imageSize) const {
+    if (!isWhole())
+        return {shadowMargin(), shadowMargin()};
+    // In the middle of an image of whole pixels, so that all its sides look alike.
+    return {(imageSize.width() - width()) / 2.0, (imageSize.height() - height()) / 2.0};
+}
+
 QImage GlassSurface::drawLook(double pixelRatio) const {
     const double margin = shadowMargin();
     const QSizeF side = isWhole() ? size() : QSizeF(patchSide(), patchSide());
-    const QRectF bounds(QPointF(margin, margin), side);
     const QSize pixels(static_cast<int>(std::ceil((side.width() + 2.0 * margin) * pixelRatio)),
                        static_cast<int>(std::ceil((side.height() + 2.0 * margin) * pixelRatio)));
     QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(pixelRatio);
     image.fill(Qt::transparent);
+    const QRectF bounds(lookOrigin(image.deviceIndependentSize()), side);
     const QPainterPath shape = roundedPath(bounds, radius_);
     if (margin > 0.0) {
         QPainter painter(&image);
@@ -94,6 +101,11 @@ QImage GlassSurface::drawLook(double pixelRatio) const {
     constexpr double inset = kRimWidth / 2.0;
     painter.strokePath(roundedPath(bounds.adjusted(inset, inset, -inset, -inset), radius_ - inset),
                        QPen(rimColor_, kRimWidth));
+    if (dotDiameter_ > 0.0) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(dotColor_);
+        painter.drawEllipse(bounds.center(), dotDiameter_ / 2.0, dotDiameter_ / 2.0);
+    }
     return image;
 }
 
@@ -122,7 +134,7 @@ QSGNode* GlassSurface::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     // A look drawn as a whole must not be scaled by a fraction of a pixel.
     const QSizeF extent = isWhole() ? drawnSize_ : size() + QSizeF(2.0 * margin, 2.0 * margin);
     node->setDevicePixelRatio(pixelRatio);
-    node->setBounds(QRectF(QPointF(-margin, -margin), extent));
+    node->setBounds(QRectF(-lookOrigin(drawnSize_), extent));
     node->update();
     return node;
 }

@@ -22,6 +22,10 @@ class GlassSurface : public QQuickItem {
     Q_PROPERTY(double shadowRadius MEMBER shadowRadius_ NOTIFY lookChanged)
     /// Positive is downwards.
     Q_PROPERTY(double shadowOffset MEMBER shadowOffset_ NOTIFY lookChanged)
+    /// Of a dot in the middle of a small surface; 0: no dot. It is part of the same image, because two images
+    /// could be moved to the grid of pixels in different directions.
+    Q_PROPERTY(double dotDiameter MEMBER dotDiameter_ NOTIFY lookChanged)
+    Q_PROPERTY(QColor dotColor MEMBER dotColor_ NOTIFY lookChanged)
 
 public:
     explicit GlassSurface(QQuickItem* parent = nullptr);
@@ -41,6 +45,8 @@ private:
     /// Whether the item is too small for the patch, so that its look is drawn as a whole.
     bool isWhole() const { return std::min(width(), height()) < patchSide(); }
     QImage drawLook(double pixelRatio) const;
+    /// From the image's edge to the surface, in points.
+    QPointF lookOrigin(const QSizeF& imageSize) const;
 
     double radius_ = 0.0;
     QColor color_ = Qt::transparent;
@@ -48,6 +54,8 @@ private:
     QColor shadowColor_ = Qt::transparent;
     double shadowRadius_ = 0.0;
     double shadowOffset_ = 0.0;
+    double dotDiameter_ = 0.0;
+    QColor dotColor_ = Qt::transparent;
     bool lookIsDrawn_ = false;
     QSizeF drawnSize_; ///< in points
 };

@@ -30,10 +30,13 @@ public:
     bool showsResponse() const { return kShowsResponse; }
     QUrl webSite() const { return QUrl(QString::fromUtf8(kWebSite)); }
     QString version() const { return QStringLiteral(VELLO_VERSION); }
-    Q_INVOKABLE double listHeight(double contentHeight) const { return vello::listHeight(contentHeight); }
+    Q_INVOKABLE double listHeight(double contentHeight, double room) const {
+        return vello::listHeight(contentHeight, room);
+    }
     Q_INVOKABLE double titleScale(double expansion) const { return vello::titleScale(expansion); }
     Q_INVOKABLE double titleOpacity(double expansion) const { return vello::titleOpacity(expansion); }
     Q_INVOKABLE double symbolSize(double size, double side) const { return vello::symbolSize(size, side); }
+    Q_INVOKABLE double numberWidth(int size) const { return vello::numberWidth(size); }
     Q_INVOKABLE int numberSize(int largest, double width) const { return vello::numberSize(largest, width); }
 };
 

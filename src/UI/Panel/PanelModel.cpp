@@ -132,6 +132,7 @@ QString PanelModel::openSourceName() const {
 }
 
 void PanelModel::setShown(bool isShown) {
+    sources_.setShown(isShown);
     if (!isShown) {
         seat_.reset();
         return;

@@ -43,6 +43,20 @@ void SourceItem::setExpanded(bool isExpanded) {
     emit expandedChanged();
 }
 
+void SourceItem::setHeld(bool isHeld) {
+    if (isHeld == isHeld_)
+        return;
+    isHeld_ = isHeld;
+    emit heldChanged();
+}
+
+void SourceItem::setLeaving(bool isLeaving) {
+    if (isLeaving == isLeaving_)
+        return;
+    isLeaving_ = isLeaving;
+    emit leavingChanged();
+}
+
 void SourceItem::refreshSettings() {
     const bool wasEnabled = isEQEnabled();
     equalizer_.refreshSettings();

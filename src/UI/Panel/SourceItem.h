@@ -29,6 +29,10 @@ class SourceItem : public QObject {
     /// Name of the device chosen for this source; empty while it follows the automatic output.
     Q_PROPERTY(QString outputRouteName READ outputRouteName NOTIFY routeChanged)
     Q_PROPERTY(bool isExpanded READ isExpanded NOTIFY expandedChanged)
+    /// Whether the user's pointer or keyboard is in the card, which therefore stays. Set by the view.
+    Q_PROPERTY(bool isHeld READ isHeld WRITE setHeld NOTIFY heldChanged)
+    /// Whether the source is gone and the card is on its way out. The view then calls leave().
+    Q_PROPERTY(bool isLeaving READ isLeaving NOTIFY leavingChanged)
     Q_PROPERTY(vello::EqualizerModel* equalizer READ equalizer CONSTANT)
     Q_PROPERTY(vello::FrameClock* clock READ clock CONSTANT)
 
@@ -51,11 +55,17 @@ public:
     QString outputRouteName() const { return outputRouteName_; }
     bool isExpanded() const { return isExpanded_; }
     void setExpanded(bool isExpanded);
+    bool isHeld() const { return isHeld_; }
+    void setHeld(bool isHeld);
+    bool isLeaving() const { return isLeaving_; }
+    void setLeaving(bool isLeaving);
     EqualizerModel* equalizer() { return &equalizer_; }
     FrameClock* clock() const { return &clock_; }
 
     /// Opens the card and closes any other one, or closes the card when it is open.
     Q_INVOKABLE void toggle() { emit toggled(); }
+    /// The card of a source that is gone is not visible any more.
+    Q_INVOKABLE void leave() { emit left(); }
 
     // These read what the controller has published since the last call.
     void refreshSettings();
@@ -73,6 +83,9 @@ signals:
     void settingsChanged();
     void routeChanged();
     void expandedChanged();
+    void heldChanged();
+    void leavingChanged();
+    void left();
     void toggled();
 
 private:
@@ -86,6 +99,8 @@ private:
     bool isClipping_ = false;
     QString outputRouteName_;
     bool isExpanded_ = false;
+    bool isHeld_ = false;
+    bool isLeaving_ = false;
     EqualizerModel equalizer_;
 };
 

@@ -8,6 +8,13 @@
 #include <algorithm>
 
 namespace vello {
+namespace {
+
+bool isListed(const SourceItem& item, const std::vector<AppAudioSource>& sources) {
+    return std::ranges::find(sources, item.source().id, &AppAudioSource::id) != sources.end();
+}
+
+} // namespace
 
 SourceListModel::SourceListModel(AudioController& controller, AppIconProvider& icons, FrameClock& clock)
     : controller_(controller), icons_(icons), clock_(clock) {
@@ -22,36 +29,66 @@ void SourceListModel::refreshSources() {
     const std::vector<AppAudioSource> sources = controller_.sources().value();
     const int before = count();
     removeAbsent(sources);
-    for (std::size_t row = 0; row < sources.size(); ++row)
-        place(sources[row], static_cast<int>(row));
+    int row = 0;
+    for (const AppAudioSource& source : sources) {
+        // A row that stays without its source keeps its place.
+        while (row < rowCount() && !isListed(item(row), sources))
+            ++row;
+        place(source, row++);
+    }
     if (count() != before)
         emit countChanged();
 }
 
+void SourceListModel::setShown(bool isShown) {
+    isShown_ = isShown;
+    refreshSources();
+}
+
 void SourceListModel::removeAbsent(const std::vector<AppAudioSource>& sources) {
-    for (int row = count() - 1; row >= 0; --row) {
-        const std::string& id = items_[static_cast<std::size_t>(row)]->source().id;
-        if (std::ranges::find(sources, id, &AppAudioSource::id) != sources.end())
-            continue;
-        beginRemoveRows({}, row, row);
-        // Deleted later, because the row's delegate must release the item first.
-        items_[static_cast<std::size_t>(row)].release()->deleteLater();
-        items_.erase(items_.begin() + row);
-        endRemoveRows();
+    for (int row = rowCount() - 1; row >= 0; --row) {
+        SourceItem& present = item(row);
+        const bool stays = isListed(present, sources) || (isShown_ && present.isHeld());
+        if (stays || isShown_)
+            present.setLeaving(!stays);
+        else
+            remove(row);
     }
+}
+
+void SourceListModel::remove(int row) {
+    beginRemoveRows({}, row, row);
+    // Deleted later, because the row's delegate must release the item first.
+    items_[static_cast<std::size_t>(row)].release()->deleteLater();
+    items_.erase(items_.begin() + row);
+    endRemoveRows();
+}
+
+std::unique_ptr<SourceItem> SourceListModel::make(const AppAudioSource& source) {
+    auto owned = std::make_unique<SourceItem>(controller_, clock_, source, icons_.icon(source));
+    SourceItem* const made = owned.get();
+    QJSEngine::setObjectOwnership(made, QJSEngine::CppOwnership);
+    QJSEngine::setObjectOwnership(made->equalizer(), QJSEngine::CppOwnership);
+    connect(made, &SourceItem::toggled, this, [this, made] { emit toggled(made->source().id); });
+    connect(made->equalizer(), &EqualizerModel::importRequested, this, &SourceListModel::importRequested);
+    // Queued, because the view must not lose the card while it handles an event of it.
+    connect(made, &SourceItem::heldChanged, this, &SourceListModel::refreshSources, Qt::QueuedConnection);
+    connect(
+        made, &SourceItem::left, this,
+        [this, made] {
+            const int row = rowOf(made->source().id);
+            if (row >= 0 && item(row).isLeaving())
+                remove(row);
+        },
+        Qt::QueuedConnection);
+    return owned;
 }
 
 void SourceListModel::place(const AppAudioSource& source, int row) {
     const int present = rowOf(source.id);
     if (present < 0) {
-        auto item = std::make_unique<SourceItem>(controller_, clock_, source, icons_.icon(source));
-        QJSEngine::setObjectOwnership(item.get(), QJSEngine::CppOwnership);
-        QJSEngine::setObjectOwnership(item->equalizer(), QJSEngine::CppOwnership);
-        SourceItem* const added = item.get();
-        connect(added, &SourceItem::toggled, this, [this, added] { emit toggled(added->source().id); });
-        connect(item->equalizer(), &EqualizerModel::importRequested, this, &SourceListModel::importRequested);
         beginInsertRows({}, row, row);
-        items_.insert(items_.begin() + row, std::move(item));
+        items_.insert(items_.begin() + row, make(source));
         endInsertRows();
         return;
     }
@@ -60,7 +97,7 @@ void SourceListModel::place(const AppAudioSource& source, int row) {
         std::rotate(items_.begin() + row, items_.begin() + present, items_.begin() + present + 1);
         endMoveRows();
     }
-    items_[static_cast<std::size_t>(row)]->setSource(source, icons_.icon(source));
+    item(row).setSource(source, icons_.icon(source));
 }
 
 int SourceListModel::rowOf(const std::string& id) const {
@@ -74,8 +111,13 @@ void SourceListModel::forEach(const std::function<void(SourceItem&)>& action) co
         action(*item);
 }
 
+int SourceListModel::count() const {
+    return static_cast<int>(
+        std::ranges::count(items_, false, [](const auto& item) { return item->isLeaving(); }));
+}
+
 int SourceListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : count();
+    return parent.isValid() ? 0 : static_cast<int>(items_.size());
 }
 
 QVariant SourceListModel::data(const QModelIndex& index, int role) const {

@@ -68,6 +68,14 @@ bool SpringFollower::isMoving() const {
     return clock_->state() == QAbstractAnimation::Running;
 }
 
+void SpringFollower::startFrom(double value) {
+    if (!isAnimated_ || value == to_)
+        return;
+    motion_.jump(value);
+    setValue(value);
+    begin();
+}
+
 void SpringFollower::componentComplete() {
     isComplete_ = true;
     jump();

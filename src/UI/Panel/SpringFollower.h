@@ -44,6 +44,9 @@ public:
     void setAnimated(bool isAnimated);
     bool isMoving() const;
 
+    /// Moves from `value`, at rest there, to the target; stays at the target when it is not animated.
+    Q_INVOKABLE void startFrom(double value);
+
     void classBegin() override { isComplete_ = false; }
     void componentComplete() override;
 

@@ -46,6 +46,7 @@ class Theme : public QObject {
     Q_PROPERTY(QColor glassHovered READ glassHovered NOTIFY changed)
     Q_PROPERTY(QColor glassRim READ glassRim NOTIFY changed)
     Q_PROPERTY(QColor glassShadow READ glassShadow NOTIFY changed)
+    Q_PROPERTY(QColor veil READ veil NOTIFY changed)
     Q_PROPERTY(QColor control READ control NOTIFY changed)
     Q_PROPERTY(QColor controlHovered READ controlHovered NOTIFY changed)
     Q_PROPERTY(QColor field READ field NOTIFY changed)
@@ -109,6 +110,8 @@ public:
     QList<QColor> grounds() const;
     QColor glassRim() const { return rim(white(0.1)); }
     QColor glassShadow() const { return black(isDark() ? 0.26 : 0.13); }
+    /// Laid over the cards while everything is switched off.
+    QColor veil() const { return window(isContrastIncreased() ? 0.3 : 0.5); }
     QColor control() const { return ink(0.11, 0.07); } ///< background of bordered buttons
     QColor controlHovered() const { return ink(0.17, 0.11); }
     QColor field() const { return isDark() ? black(0.25) : white(0.85); } ///< background of text fields

@@ -136,6 +136,8 @@ QRect PanelPresenter::surface() const {
 void PanelPresenter::prepare(const std::optional<QRect>& icon) {
     const QScreen* const screen = screenAt(icon);
     const QRect available = screen ? screen->availableGeometry() : QRect();
+    if (screen)
+        window_->setProperty("availableHeight", available.height() - 2.0 * PanelPlacement::gap);
     const QRect panel = surface();
     const PanelPlacement placement{rectangle(available),
                                    {static_cast<double>(panel.width()), static_cast<double>(panel.height())}};

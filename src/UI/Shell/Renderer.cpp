@@ -22,6 +22,8 @@ bool hasGraphicsDevice() {
 } // namespace
 
 void chooseRenderer() {
+    // Small letters are crisper than those that Qt Quick scales from its own shapes.
+    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     const bool isChosen =
         qEnvironmentVariableIsSet("QT_QUICK_BACKEND") || qEnvironmentVariableIsSet("QSG_RHI_BACKEND");
     if (!isChosen && !hasGraphicsDevice())

@@ -27,10 +27,13 @@ PanelPoint placed(const PanelRectangle& available, const PanelRectangle& icon, P
 
 TEST(PanelGeometryTest, LetsTheListGrowWithItsContentWithinBounds) {
     EXPECT_EQ(kPanelWidth, 344.0);
-    EXPECT_EQ(listHeight(0.0), 52.0);
-    EXPECT_EQ(listHeight(51.9), 52.0);
-    EXPECT_EQ(listHeight(200.0), 200.0);
-    EXPECT_EQ(listHeight(460.1), 460.0);
+    EXPECT_EQ(listHeight(0.0, 1000.0), 52.0);
+    EXPECT_EQ(listHeight(51.9, 1000.0), 52.0);
+    EXPECT_EQ(listHeight(200.0, 1000.0), 200.0);
+    EXPECT_EQ(listHeight(460.1, 1000.0), 460.0);
+    EXPECT_EQ(listHeight(460.0, 383.0), 383.0);
+    EXPECT_EQ(listHeight(200.0, 383.0), 200.0);
+    EXPECT_EQ(listHeight(460.0, 20.0), 52.0) << "something of the list is always shown";
 }
 
 TEST(PanelGeometryTest, LetsTheTitleRecedeWhileACardIsOpen) {

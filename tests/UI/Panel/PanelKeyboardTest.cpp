@@ -196,6 +196,42 @@ TEST_F(PanelKeyboardTest, AsksToBeClosedByEscape) {
     EXPECT_EQ(dismissed.count(), 1);
 }
 
+TEST_F(PanelKeyboardTest, IsClosedByEscapeWhenTheFocusedControlHasVanished) {
+    openPlayer();
+    scene.item("player")->equalizer()->findChildren<BandModel*>()[1]->edit(2.5);
+    scene.settle();
+    QSignalSpy dismissed(scene.window, SIGNAL(dismissed()));
+    int expected = 0;
+    const auto expectClosedByEscape = [&](const char* after) {
+        press(Qt::Key_Escape);
+        EXPECT_EQ(dismissed.count(), ++expected) << after;
+    };
+    item(QStringLiteral("Reset")).forceActiveFocus(Qt::TabFocusReason);
+    press(Qt::Key_Space);
+    ASSERT_FALSE(item(QStringLiteral("Reset")).isEnabled());
+    expectClosedByEscape("a button that is disabled");
+    item(kBand).forceActiveFocus(Qt::TabFocusReason);
+    scene.item("player")->setEQEnabled(false);
+    scene.settle();
+    expectClosedByEscape("a band that is bypassed");
+    item(QStringLiteral("Output route")).forceActiveFocus(Qt::TabFocusReason);
+    scene.item("player")->toggle();
+    scene.settle();
+    expectClosedByEscape("a card that has closed");
+    click(playerRow());
+    ASSERT_TRUE(playerRow("expanded").hasActiveFocus());
+    scene.stop(101);
+    scene.settle();
+    ASSERT_TRUE(all(QStringLiteral("SourceSection")).size() == 1);
+    expectClosedByEscape("a card that has gone");
+    item(QStringLiteral("Equalizing enabled")).forceActiveFocus(Qt::TabFocusReason);
+    scene.authorization.answer = Consent::denied;
+    scene.controller->capturePermission().refresh();
+    scene.settle();
+    ASSERT_FALSE(scene.named(QStringLiteral("Equalizing enabled")));
+    expectClosedByEscape("the master switch");
+}
+
 TEST_F(PanelKeyboardTest, ClosesAnOpenMenuByEscapeAndNothingElse) {
     openPlayer();
     QSignalSpy dismissed(scene.window, SIGNAL(dismissed()));

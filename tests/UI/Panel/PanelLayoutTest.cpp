@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 namespace vello {
 namespace {
 
@@ -268,6 +270,61 @@ TEST_F(PanelLayoutTest, StandsTheOtherWayRoundWhereOneReadsFromTheRight) {
     EXPECT_GT(place(*symbols[0]).left(), place(*symbols[1]).left());
     EXPECT_LT(place(item(QStringLiteral("63 hertz band gain"))).left(),
               place(item(QStringLiteral("8K hertz band gain"))).left());
+}
+
+TEST_F(PanelLayoutTest, WritesTheScaleOfDecibelsInTheSizeThatTheNumbersOfTheBandsHave) {
+    openPlayer();
+    const auto sizeOf = [this](const char* number) {
+        return showing(QString::fromUtf8(number)).property("font").value<QFont>().pixelSize();
+    };
+    for (const auto& [scale, size] :
+         {std::pair(1.0, 10), std::pair(1.25, 13), std::pair(1.5, 14), std::pair(2.0, 14)}) {
+        scene.theme.setAppearance({.isMotionReduced = true, .fontScale = scale});
+        scene.settle();
+        for (const char* number : {"+12", "0", "\u221212", "63", "125", "8K"}) {
+            EXPECT_EQ(sizeOf(number), size) << number << " at " << scale;
+            const QQuickItem& label = showing(QString::fromUtf8(number));
+            EXPECT_LE(label.property("contentWidth").toDouble(), label.width()) << number << " at " << scale;
+        }
+    }
+}
+
+/// Centre of what is as `weight` says in `picture`, in pixels from its middle.
+template <class Weight> QPointF centreOf(const QImage& picture, Weight weight) {
+    QPointF sum;
+    double total = 0.0;
+    const QPointF middle(picture.width() / 2.0, picture.height() / 2.0);
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) {
+            const QPointF place = QPointF(x + 0.5, y + 0.5) - middle;
+            const double amount = weight(picture.pixelColor(x, y), std::hypot(place.x(), place.y()));
+            sum += place * amount;
+            total += amount;
+        }
+    return sum / total;
+}
+
+TEST_F(PanelLayoutTest, CentresTheDotOfAThumbWhereverTheThumbIs) {
+    scene.theme.setAppearance({.isDark = true, .isContrastIncreased = true, .isTransparencyReduced = true});
+    openPlayer();
+    scene.controller->updateSettings({.bandGains = {0, 1.3, 2.1, 3.7, -4.4, -5.9, 7.05, -8.6}}, "player");
+    scene.settle();
+    const QImage picture = scene.picture();
+    const auto thumbs = all(QStringLiteral("SliderThumb"));
+    ASSERT_EQ(thumbs.size(), 8U);
+    for (const QQuickItem* const thumb : thumbs) {
+        const QPoint corner = place(*thumb).center().toPoint() - QPoint(12, 12);
+        const QImage part = picture.copy(QRect(corner, QSize(24, 24)));
+        // The ring is white, the dot blue.
+        const QPointF ring = centreOf(part, [](const QColor& color, double distance) {
+            return distance > 7.5 && distance < 11.5 && color.red() > 140 ? color.redF() : 0.0F;
+        });
+        const QPointF dot = centreOf(part, [](const QColor& color, double distance) {
+            return distance < 6.5 ? std::max(0.0F, color.blueF() - color.redF() - 0.1F) : 0.0F;
+        });
+        EXPECT_NEAR(dot.x(), ring.x(), 0.2) << place(*thumb).y();
+        EXPECT_NEAR(dot.y(), ring.y(), 0.2) << place(*thumb).y();
+    }
 }
 
 class PanelWithIconsTest : public PanelQuickTest {

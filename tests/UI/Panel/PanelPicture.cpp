@@ -190,6 +190,20 @@ const std::map<std::string, Prepare> kScenes{
          startPlaying(scene);
          openCard(scene, {-2, -1, 0, 2, 4, 4, 2, 0});
      }},
+    {"off",
+     [](PanelScene& scene) {
+         startPlaying(scene), openCard(scene, kOwnCurve);
+         scene.model->setProcessingEnabled(false);
+     }},
+    {"low",
+     [](PanelScene& scene) {
+         scene.window->setProperty("availableHeight", 492.0);
+         for (int number = 0; number < 30; ++number)
+             scene.controller->saveUserPreset("Preset " + std::to_string(number),
+                                              std::vector<double>(EQSettings::bandCount, number + 1.0));
+         startPlaying(scene), openCard(scene, {0, 0, 0, 0, 0, 0, 0, 0});
+         press(scene, EQPreset(EQPreset::flat).displayName());
+     }},
     {"many",
      [](PanelScene& scene) {
          for (int number = 0; number < 16; ++number)

@@ -147,6 +147,22 @@ TEST_F(PanelQuickTest, KeepsAnUnfinishedNameUntilTheCardIsClosed) {
     EXPECT_TRUE(scene.controller->userPresets().value().empty());
 }
 
+TEST_F(PanelQuickTest, SelectsTheNameOfTheLastPresetWhenAnotherIsSaved) {
+    openPlayer();
+    const auto saveAs = [this](double gain, Qt::Key name) {
+        scene.item("player")->equalizer()->findChildren<BandModel*>()[1]->edit(gain);
+        scene.settle();
+        click(item(QStringLiteral("Save")));
+        press(name);
+        press(Qt::Key_Return);
+    };
+    saveAs(2.5, Qt::Key_A);
+    saveAs(3.5, Qt::Key_B);
+    ASSERT_EQ(scene.controller->userPresets().value().size(), 2U);
+    EXPECT_EQ(scene.controller->userPresets().value()[0].name, "a");
+    EXPECT_EQ(scene.controller->userPresets().value()[1].name, "b");
+}
+
 TEST_F(PanelQuickTest, ChoosesAPresetFromItsMenu) {
     openPlayer();
     click(item(QStringLiteral("Flat")));

@@ -86,7 +86,8 @@ private:
     static QString typeOf(const QQuickItem& item) {
         QString name =
             QString::fromLatin1(item.metaObject()->className()).section(QStringLiteral("_QML"), 0, 0);
-        if (name == QLatin1String("PanelText") || name == QLatin1String("ScaleLabel"))
+        if (name == QLatin1String("PanelText") || name == QLatin1String("ScaleLabel") ||
+            name == QLatin1String("NameText"))
             return QStringLiteral("Text");
         return name.remove(QStringLiteral("vello::")).remove(QStringLiteral("QQuick"));
     }

@@ -81,7 +81,12 @@ PanelScene::~PanelScene() {
 void PanelScene::play(std::int32_t pid, const std::string& name, const std::string& iconName) {
     applications.applications[pid] = {lowerCase(name), name,
                                       iconName.empty() ? std::nullopt : std::optional(iconName)};
-    hardware.addProcess({.pid = pid});
+    processes_[pid] = hardware.addProcess({.pid = pid});
+    mainThread.advance(std::chrono::milliseconds(300));
+}
+
+void PanelScene::stop(std::int32_t pid) {
+    hardware.removeObject(processes_.at(pid));
     mainThread.advance(std::chrono::milliseconds(300));
 }
 

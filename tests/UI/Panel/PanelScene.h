@@ -26,6 +26,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
@@ -43,6 +44,8 @@ public:
 
     /// An application starts to play; its ID is its name in lower case.
     void play(std::int32_t pid, const std::string& name, const std::string& iconName = {});
+    /// The application stops to play.
+    void stop(std::int32_t pid);
     /// Feeds every tap with `seconds` of noise that is louder in its low bands.
     void hearNoise(double seconds);
     /// Feeds every tap with `seconds` of drum hits at this tempo.
@@ -93,6 +96,7 @@ private:
     void hear(const std::vector<float>& samples);
 
     std::mt19937 random_{7};
+    std::map<std::int32_t, AudioObjectID> processes_;
 };
 
 } // namespace vello

@@ -59,6 +59,21 @@ TEST_F(PanelPresenterTest, OpensThePanelUnderTheItemAndClosesItAgain) {
     EXPECT_FALSE(presenter.isPanelVisible());
 }
 
+TEST_F(PanelPresenterTest, TellsThePanelHowHighTheScreenIs) {
+    PanelPresenter& presenter = makePresenter(ScreenCorner::bottomLeft);
+    for (int number = 0; number < 30; ++number)
+        scene_.play(200 + number, "App " + std::to_string(number));
+    presenter.show(std::nullopt);
+    EXPECT_EQ(presenter.window()->property("availableHeight").toInt(), screen().height() - 16);
+    EXPECT_LE(panel().height(), screen().height() - 16);
+    EXPECT_LE(presenter.window()->height(), screen().height() - 16 + 40);
+}
+
+TEST_F(PanelPresenterTest, WritesCrispLettersOnEveryRenderer) {
+    makePresenter();
+    EXPECT_EQ(QQuickWindow::textRenderType(), QQuickWindow::NativeTextRendering);
+}
+
 TEST_F(PanelPresenterTest, OpensThePanelInTheChosenCornerWhereTheItemsPlaceIsNotKnown) {
     PanelPresenter& presenter = makePresenter(ScreenCorner::bottomLeft);
     presenter.show(std::nullopt);

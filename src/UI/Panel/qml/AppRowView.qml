@@ -48,18 +48,13 @@ PressControl {
                 color: root.source.isSystem ? Theme.accent : Theme.secondary
             }
         }
-        Text {
+        NameText {
             Layout.fillWidth: true
             // Layouts round to whole points. A name narrower by a fraction would be elided.
             Layout.preferredWidth: Math.ceil(implicitWidth)
             Layout.maximumWidth: Math.ceil(implicitWidth)
             text: root.source.name
-            textFormat: Text.PlainText
-            elide: Text.ElideRight
-            maximumLineCount: 1
-            font.pixelSize: Theme.callout
             font.weight: root.source.isSystem ? Font.Medium : Font.Normal
-            color: Theme.primary
         }
         Item {
             Layout.fillWidth: true

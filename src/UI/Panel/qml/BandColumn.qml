@@ -10,6 +10,7 @@ Item {
     readonly property BandModel band: root.modelData
     /// 1 is full colour, 0 is grey.
     property real saturation: 1
+    property alias numberSize: label.size
     /// How much its value is wanted in view: being dragged more than being pointed at, and that more than the focus.
     readonly property int attention: slider.isDragging ? 3 : slider.isHovered ? 2 : slider.activeFocus ? 1 : 0
     readonly property alias shownGainInForce: glideInForce.value
@@ -44,6 +45,7 @@ Item {
     ScaleLabel {
         id: label
 
+        size: Theme.caption2
         anchors.bottom: parent.bottom
         height: Theme.scaled(12)
         text: root.band.label

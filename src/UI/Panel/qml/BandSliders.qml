@@ -10,7 +10,9 @@ Item {
     required property EqualizerModel equalizer
     required property bool isOnScreen
     readonly property real sliderHeight: 132
-    readonly property real gutterWidth: 26
+    /// All numbers have the size that fits the columns. Larger numbers widen the gutter.
+    readonly property int numberSize: PanelMeasures.numberSize(Theme.caption2, 26)
+    readonly property real gutterWidth: Math.max(26, PanelMeasures.numberWidth(root.numberSize) + 2)
     readonly property real spacing: 6
 
     implicitHeight: root.sliderHeight + 4 + Theme.scaled(12)
@@ -30,14 +32,17 @@ Item {
 
         ScaleLabel {
             anchors.top: parent.top
+            size: root.numberSize
             text: "+12"
         }
         ScaleLabel {
             anchors.verticalCenter: parent.verticalCenter
+            size: root.numberSize
             text: "0"
         }
         ScaleLabel {
             anchors.bottom: parent.bottom
+            size: root.numberSize
             text: "\u221212"
         }
     }
@@ -90,6 +95,7 @@ Item {
                 const column = item as BandColumn;
                 column.width = Qt.binding(() => bands.columnWidth);
                 column.height = Qt.binding(() => root.height);
+                column.numberSize = Qt.binding(() => root.numberSize);
                 column.saturation = Qt.binding(() => saturation.value);
             }
 

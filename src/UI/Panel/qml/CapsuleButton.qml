@@ -26,14 +26,9 @@ PressControl {
             pointSize: Theme.body
             color: Theme.primary
         }
-        Text {
+        NameText {
             Layout.fillWidth: true
             text: root.title
-            textFormat: Text.PlainText
-            elide: Text.ElideRight
-            maximumLineCount: 1
-            font.pixelSize: Theme.callout
-            color: Theme.primary
         }
         Symbol {
             name: "chevron.down"

@@ -26,7 +26,6 @@ Column {
         root.renamedPreset = name;
         root.presetName = name;
         showNaming();
-        naming.selectName();
     }
     function showNaming(): void {
         namingShare.response = 0.3;

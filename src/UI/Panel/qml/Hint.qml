@@ -7,6 +7,15 @@ import Vello
 T.ToolTip {
     id: root
 
+    required property bool isWanted
+    /// Whether it explains an entry of the open menu. No other hint is shown then, because it could cover the menu.
+    property bool isOfMenu: false
+    readonly property bool hasMenu: ((root.parent?.Window.window as PanelWindow)?.openMenu ?? null) !== null
+
+    /// It is shown when this lasts for a moment.
+    readonly property bool isDue: root.isWanted && root.text !== "" && root.hasMenu === root.isOfMenu
+
+    visible: root.isDue
     parent: T.Overlay.overlay ? root.parent : null
     delay: 700
     timeout: 8000

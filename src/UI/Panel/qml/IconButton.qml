@@ -27,6 +27,6 @@ PressControl {
     }
     Hint {
         text: root.hint
-        visible: root.hovered && !root.down && root.hint !== ""
+        isWanted: root.hovered && !root.down
     }
 }

@@ -9,6 +9,9 @@ PanelText {
     required property url address
 
     activeFocusOnTab: true
+    containmentMask: HitArea {
+        control: root
+    }
     font.pixelSize: Theme.body
     font.underline: hover.hovered
     color: Theme.accentText

@@ -15,6 +15,7 @@ Item {
     required property bool isAction
     required property MenuModel menu
     readonly property bool isCurrent: root.ListView.isCurrentItem
+    readonly property alias isCut: label.truncated
     readonly property color ink: root.isCurrent ? Theme.onAccent : root.isDeleted ? Theme.secondary : root.isChecked && !root.menu.showsCheckMarks ? Theme.accentText : Theme.primary
     readonly property real lineHeight: Math.max(25, label.implicitHeight + 8)
 
@@ -81,12 +82,12 @@ Item {
             anchors.left: parent.left
             anchors.leftMargin: root.menu.showsCheckMarks ? 7 + Theme.scaled(18) : 10
             anchors.right: actions.visible ? actions.left : undo.visible ? undo.left : parent.right
-            anchors.rightMargin: 8
+            anchors.rightMargin: actions.visible ? 8 - actions.reach : 8
             anchors.verticalCenter: parent.verticalCenter
             horizontalAlignment: Text.AlignLeft
             text: root.title
             textFormat: Text.PlainText
-            elide: Text.ElideRight
+            elide: (root.ListView.view as MenuList)?.elide ?? Text.ElideRight
             font.pixelSize: Theme.callout
             font.strikeout: root.isDeleted
             color: root.ink
@@ -110,7 +111,7 @@ Item {
 
             visible: root.isCurrent && root.isEditable
             anchors.right: parent.right
-            anchors.rightMargin: 4
+            anchors.rightMargin: 4 - reach
             anchors.verticalCenter: parent.verticalCenter
             title: root.title
             ink: root.ink

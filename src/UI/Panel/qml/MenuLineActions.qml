@@ -8,6 +8,11 @@ Row {
 
     required property string title
     required property color ink
+    /// The buttons are side by side, so what takes the pointer extends to the outside.
+    readonly property real reach: Math.max(0, 24 - Theme.scaled(20))
+
+    leftPadding: root.reach
+    rightPadding: root.reach
 
     signal renamingRequested
     signal deletionRequested
@@ -16,7 +21,12 @@ Row {
         id: action
 
         required property color ink
+        required property bool isFirst
 
+        containmentMask: HitArea {
+            control: action
+            x: action.isFirst !== action.mirrored ? action.width - width : 0
+        }
         implicitWidth: Theme.scaled(20)
         implicitHeight: Theme.scaled(20)
         ringGap: -1
@@ -28,12 +38,14 @@ Row {
     }
     Action {
         ink: root.ink
+        isFirst: true
         symbol: "pencil"
         label: qsTr("Rename %1").arg(root.title)
         onClicked: root.renamingRequested()
     }
     Action {
         ink: root.ink
+        isFirst: false
         symbol: "trash"
         label: qsTr("Delete %1").arg(root.title)
         onClicked: root.deletionRequested()

@@ -7,6 +7,8 @@ ListView {
     id: root
 
     required property MenuModel entries
+    required property int elide
+    readonly property MenuLine marked: root.currentItem as MenuLine
 
     focus: true
     implicitHeight: contentHeight
@@ -21,5 +23,20 @@ ListView {
 
     delegate: MenuLine {
         width: ListView.view ? ListView.view.width : 0
+    }
+
+    Hint {
+        readonly property real gap: 11
+
+        // Below the menu or above it, because it must not cover other entries.
+        y: hasRoomBelow() ? root.height + gap : -implicitHeight - gap
+        isOfMenu: true
+        isWanted: root.marked?.isCut ?? false
+        text: root.marked?.title ?? ""
+
+        function hasRoomBelow(): bool {
+            const panel = (root.Window.window as PanelWindow)?.surface;
+            return !isWanted || !panel || root.mapToItem(null, 0, root.height).y + gap + implicitHeight < panel.bottom;
+        }
     }
 }

@@ -8,9 +8,13 @@ FocusScope {
 
     required property PanelModel panel
     property bool isTranslucent: true
+    /// Height of the part of the screen that the panel may fill.
+    property real availableHeight: Infinity
     readonly property real padding: 12
+    /// The height without the list.
+    readonly property real frameHeight: 2 * root.padding + header.height + footer.height + 2 * stack.spacing
     /// The height with a list of maximum height.
-    readonly property real largestHeight: 2 * root.padding + header.height + footer.height + 2 * stack.spacing + PanelMeasures.maximumListHeight
+    readonly property real largestHeight: root.frameHeight + PanelMeasures.listHeight(Infinity, list.room)
 
     implicitWidth: PanelMeasures.panelWidth
     implicitHeight: stack.implicitHeight + 2 * root.padding
@@ -62,6 +66,9 @@ FocusScope {
             width: parent.width
             visible: root.panel.isAuthorized && !root.panel.presetImport.isOpen
             panel: root.panel
+            room: root.availableHeight - root.frameHeight
+            // The presenter asks for the height before the window is polished.
+            onHeightChanged: stack.forceLayout()
         }
         PresetImportView {
             width: parent.width

@@ -39,6 +39,12 @@ Column {
             trackHeight: 18
             isOn: root.panel.launchesAtLogin
             label: launchText.text
+            // Its text belongs to it.
+            containmentMask: HitArea {
+                control: launch
+                x: Math.min(0, launchText.x - launch.x)
+                width: launchText.width + launch.anchors.leftMargin + launch.width
+            }
             onSwitched: isOn => root.panel.launchesAtLogin = isOn
         }
     }

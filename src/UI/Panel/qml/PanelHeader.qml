@@ -47,6 +47,7 @@ Item {
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: Math.round(Theme.headline * 0.75)
         maximumLineCount: 1
+        renderType: Text.QtRendering // native letters are not made for a scale
         scale: PanelMeasures.titleScale(headerTitleExpansion.value)
         opacity: Math.max(PanelMeasures.titleOpacity(headerTitleExpansion.value), Theme.isContrastIncreased ? 0.75 : 0)
         Accessible.role: Accessible.Heading

@@ -11,18 +11,29 @@ T.Popup {
     required property string label
     /// The button that opens the menu and gets the focus when the menu closes.
     required property T.AbstractButton button
-    /// The lowest panel with an open card has this much room below each of its menu buttons.
-    readonly property real largestHeight: 260
+    /// How entries are cut that are too long.
+    property int elide: Text.ElideRight
+    readonly property QtObject window: root.button.Window.window
+    /// The panel, in points of the window. Outside of it clicks go through the window.
+    readonly property rect panel: (root.window as PanelWindow)?.surface ?? Qt.rect(0, 0, 0, 0)
+    readonly property real gap: 8
+    readonly property real largestHeight: Math.min(260, root.panel.height - 2 * root.gap)
 
     x: root.button.mirrored ? root.button.width - width : 0
     y: root.button.height + 4
     padding: 5
-    margins: 8
+    margins: root.gap
+    topMargin: root.panel.y + root.gap
+    bottomMargin: ((root.window as PanelWindow)?.height ?? 0) - root.panel.y - root.panel.height + root.gap
     focus: true
     implicitWidth: Math.min(300, Math.max(150, longest.advanceWidth + (root.entries.showsCheckMarks ? 32 + Theme.scaled(18) : root.entries.isEditable ? 36 + Theme.scaled(44) : 36) + leftPadding + rightPadding))
     implicitHeight: Math.min(implicitContentHeight + topPadding + bottomPadding, root.largestHeight)
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
-    onClosed: root.button.forceActiveFocus(Qt.PopupFocusReason)
+    onAboutToShow: (root.window as PanelWindow).openMenu = root
+    onClosed: {
+        (root.window as PanelWindow).openMenu = null;
+        root.button.forceActiveFocus(Qt.PopupFocusReason);
+    }
 
     enter: Transition {
         NumberAnimation {
@@ -47,9 +58,10 @@ T.Popup {
         shadowRadius: 7
         shadowOffset: 4
     }
-    contentItem: MenuList {
+    contentItem: MenuBody {
         entries: root.entries
-        Accessible.name: root.label
+        label: root.label
+        elide: root.elide
     }
 
     TextMetrics {

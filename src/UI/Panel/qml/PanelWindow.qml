@@ -12,6 +12,10 @@ Window {
     property bool growsUpwards: false
     /// Whether windows can be translucent. Without translucency the panel has no shadow and no margin for it.
     property bool isTranslucent: true
+    /// Height of the part of the screen that the panel may fill.
+    property real availableHeight: Infinity
+    /// The open menu of the panel, if any.
+    property PanelMenu openMenu: null
     readonly property real margin: root.isTranslucent ? 20 : 0
     readonly property rect surface: Qt.rect(content.x, content.y, content.width, content.height)
 
@@ -23,7 +27,7 @@ Window {
     LayoutMirroring.childrenInherit: true
     color: "transparent"
     width: content.implicitWidth + 2 * root.margin
-    height: Math.max(620, Math.ceil(content.largestHeight)) + 2 * root.margin
+    height: Math.min(root.availableHeight, Math.max(620, Math.ceil(content.largestHeight))) + 2 * root.margin
 
     MenuPanelView {
         id: content
@@ -35,6 +39,7 @@ Window {
         focus: true
         panel: root.panel
         isTranslucent: root.isTranslucent
+        availableHeight: root.availableHeight
         Keys.onEscapePressed: root.dismissed()
     }
 }

@@ -15,11 +15,9 @@ RowLayout {
     signal committed
     signal canceled
 
+    /// A name that is there already is replaced by the next one that is typed.
     function takeFocus(): void {
         field.forceActiveFocus();
-    }
-
-    function selectName(): void {
         field.selectAll();
     }
 

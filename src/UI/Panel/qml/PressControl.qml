@@ -13,6 +13,9 @@ T.AbstractButton {
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     hoverEnabled: true
+    containmentMask: HitArea {
+        control: root
+    }
     Accessible.name: root.text
 
     PressActions {

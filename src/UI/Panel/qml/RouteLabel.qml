@@ -18,6 +18,6 @@ MarqueeText {
     }
     Hint {
         text: root.text
-        visible: hover.hovered && root.visible
+        isWanted: hover.hovered && root.visible
     }
 }

@@ -14,13 +14,8 @@ Item {
     SliderThumbGlassModifier {
         anchors.fill: parent
         shadowRadius: root.isDragging ? 3 : 1
-    }
-    Rectangle {
-        anchors.centerIn: parent
-        width: root.dotDiameter
-        height: width
-        radius: width / 2
-        color: root.ink
+        dotDiameter: root.dotDiameter
+        dotColor: root.ink
     }
     FocusRing {
         isShown: root.isFocused

@@ -16,6 +16,9 @@ T.Slider {
     implicitWidth: 100
     implicitHeight: 18
     hoverEnabled: true
+    containmentMask: HitArea {
+        control: root
+    }
     value: root.shownLevel
     onShownLevelChanged: root.value = root.shownLevel
     onMoved: root.moveRequested(root.value)

@@ -9,11 +9,18 @@ Item {
     id: root
 
     required property SourceItem source
-    /// The part of the list that is on the screen, in coordinates of the list.
-    property real shownTop: 0
-    property real shownBottom: 0
-    readonly property bool isOnScreen: y < root.shownBottom && y + height > root.shownTop
+    required property bool isOnScreen
+    required property real dimming
     readonly property real padding: 8 + 4 * spring.value
+
+    readonly property bool isExpanded: root.source.isExpanded
+
+    signal opened
+
+    onIsExpandedChanged: {
+        if (root.isExpanded)
+            root.opened();
+    }
 
     implicitHeight: 2 * root.padding + row.lineHeight + spring.value * (12 + body.height)
 
@@ -68,5 +75,13 @@ Item {
                 }
             }
         }
+    }
+    GlassSurface {
+        // A veil. Translucent parts of a card would shine through each other if the card were translucent.
+        anchors.fill: parent
+        visible: root.dimming > 0
+        radius: 14 + 6 * spring.share
+        color: Theme.veil
+        opacity: root.dimming
     }
 }

@@ -18,13 +18,13 @@ ToggleControl {
         response: 0.25
     }
 
-    background: Rectangle {
+    // The software renderer draws round rectangles whose sides are not whole pixels with bumps, glass without.
+    background: GlassSurface {
         radius: height / 2
         color: Theme.mixed(Theme.quaternary, Theme.accent, knobShare.value)
-        border.width: 1
-        border.color: root.isOn && !Theme.isContrastIncreased ? "transparent" : Theme.controlRim
+        rimColor: root.isOn && !Theme.isContrastIncreased ? "transparent" : Theme.controlRim
 
-        Rectangle {
+        GlassSurface {
             readonly property real inset: Math.max(1.5, root.trackHeight * 0.1)
 
             x: inset + (root.mirrored ? 1 - knobShare.value : knobShare.value) * (parent.width - width - 2 * inset)

@@ -15,6 +15,9 @@ T.CheckBox {
     signal switched(bool isOn)
 
     hoverEnabled: true
+    containmentMask: HitArea {
+        control: root
+    }
     checked: root.isOn
     nextCheckState: () => root.isOn ? Qt.Checked : Qt.Unchecked
     Accessible.name: root.label
@@ -31,6 +34,6 @@ T.CheckBox {
     }
     Hint {
         text: root.hint
-        visible: root.hovered && !root.down && root.hint !== ""
+        isWanted: root.hovered && !root.down
     }
 }

@@ -27,6 +27,8 @@ RowLayout {
             button: outputButton
             entries: root.equalizer.routes
             label: outputButton.label
+            // Names of similar devices differ at their ends.
+            elide: Text.ElideMiddle
         }
     }
     SmallSlider {
