@@ -49,6 +49,7 @@ PanelPresenter::PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& wi
     connect(&windows_, &WindowSystem::buttonPressed, this, &PanelPresenter::pressedAt);
     connect(&windows_, &WindowSystem::buttonReleased, this,
             [this] { closingPress_.released(ClosingPress::Clock::now()); });
+    connect(&windows_, &WindowSystem::pressedOutside, this, &PanelPresenter::hide);
     connect(&windows_, &WindowSystem::keyboardLost, this, &PanelPresenter::loseKeyboard);
     connect(&windows_, &WindowSystem::translucencyChanged, &settling_, qOverload<>(&QTimer::start));
     connect(&windows_, &WindowSystem::windowClosed, this, [this] {

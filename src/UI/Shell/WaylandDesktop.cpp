@@ -2,8 +2,8 @@
 #include "WaylandDesktop.h"
 
 #include "LayerShell.h"
+#include "PressCatcher.h"
 #include "UI/Shell/WorkArea.h"
-#include "WaylandKeyboard.h"
 
 #include <QGuiApplication>
 #include <qpa/qplatformnativeinterface.h>
@@ -24,10 +24,6 @@ bool isSway() {
     return !qEnvironmentVariableIsEmpty("SWAYSOCK");
 }
 
-bool hasKeyboard() {
-    return QGuiApplication::platformNativeInterface()->nativeResourceForIntegration("wl_keyboard") != nullptr;
-}
-
 wl_surface* surfaceOf(QWindow& window) {
     return static_cast<wl_surface*>(
         QGuiApplication::platformNativeInterface()->nativeResourceForWindow("surface", &window));
@@ -44,7 +40,8 @@ std::unique_ptr<WaylandDesktop> WaylandDesktop::ofToolkit() {
 }
 
 WaylandDesktop::WaylandDesktop(wl_display* display) : shell_(LayerShell::find(display)) {
-    watchKeyboard();
+    if (!isSway())
+        watchKeyboard();
 }
 
 WaylandDesktop::~WaylandDesktop() = default;
@@ -63,6 +60,7 @@ std::optional<QRect> WaylandDesktop::workArea(const QScreen& screen) const {
 /// Not every compositor counts the desktop's own bars among those that it keeps layers clear of.
 LayerPlace WaylandDesktop::layerPlace(const WindowPlace& place) const {
     LayerPlace layer{place.corner, place.horizontal, place.vertical, outputOf(place.screen)};
+    layer.isTopmost = isSway(); // compositors disagree about the order of the layers among those of bars
     const auto area = place.screen ? workArea(*place.screen) : std::nullopt;
     if (!area)
         return layer;
@@ -82,29 +80,11 @@ void WaylandDesktop::adopt(QWindow& window) {
     // The role must be destroyed before the surface, which Qt destroys when it hides the window.
     connect(&window, &QWindow::visibleChanged, this, [this](bool isVisible) {
         if (!isVisible)
-            panel_.reset();
+            removeLayers();
     });
     connect(&window, &QWindow::activeChanged, this, [this, &window] {
-        if (panel_ && window.isActive())
+        if (panel_ && !catcher_ && window.isActive())
             panel_->releaseKeyboard();
-    });
-    if (isSway() && hasKeyboard())
-        watchReturningKeyboard(window);
-}
-
-/// At a press on another window, sway 1.7 takes the keyboard from a layer and gives it back at once.
-void WaylandDesktop::watchReturningKeyboard(QWindow& window) {
-    auto* const seat = static_cast<wl_seat*>(
-        QGuiApplication::platformNativeInterface()->nativeResourceForIntegration("wl_seat"));
-    keyboard_ = std::make_unique<WaylandKeyboard>(seat, [this, &window](const wl_surface* surface) {
-        if (panel_ && surface == surfaceOf(window))
-            QMetaObject::invokeMethod(
-                this,
-                [this, &window] {
-                    if (window.isActive())
-                        emit keyboardLost();
-                },
-                Qt::QueuedConnection);
     });
 }
 
@@ -116,8 +96,31 @@ void WaylandDesktop::prepare(QWindow& window, const WindowPlace& place) {
         window.destroy();
         window.create();
     }
+    if (isSway())
+        catchPresses(place.screen);
     panel_ = shell_->makeSurface(surfaceOf(window), layerPlace(place), window.size());
     connect(panel_.get(), &LayerSurface::closed, this, &WaylandDesktop::windowClosed, Qt::QueuedConnection);
+}
+
+/// On sway the keyboard follows the pointer: it leaves the panel when the pointer only passes over another
+/// window, also on the way from the bar to the panel. So there the panel keeps the keyboard, and a press
+/// outside is caught.
+void WaylandDesktop::catchPresses(QScreen* screen) {
+    removeLayers();
+    catcher_ = std::make_unique<PressCatcher>();
+    catcher_->create();
+    outside_ = shell_->fill(surfaceOf(*catcher_), outputOf(screen));
+    connect(catcher_.get(), &PressCatcher::pressed, this, &WaylandDesktop::pressedOutside,
+            Qt::QueuedConnection);
+    catcher_->resize(outside_->size());
+    catcher_->show();
+}
+
+/// The roles are removed before the surfaces.
+void WaylandDesktop::removeLayers() {
+    panel_.reset();
+    outside_.reset();
+    catcher_.reset();
 }
 
 void WaylandDesktop::limit(QWindow& window, const QRect& panel, int, double) {

@@ -9,7 +9,7 @@ namespace vello {
 
 class LayerShell;
 class LayerSurface;
-class WaylandKeyboard;
+class PressCatcher;
 struct LayerPlace;
 
 /// A Wayland compositor. With a layer shell, the panel is a layer surface with keyboard focus, anchored to a
@@ -31,12 +31,14 @@ public:
 
 private:
     explicit WaylandDesktop(wl_display* display);
-    void watchReturningKeyboard(QWindow& window);
+    void catchPresses(QScreen* screen);
+    void removeLayers();
     LayerPlace layerPlace(const WindowPlace& place) const;
 
     std::unique_ptr<LayerShell> shell_; ///< null without a layer shell
     std::unique_ptr<LayerSurface> panel_;
-    std::unique_ptr<WaylandKeyboard> keyboard_; ///< on sway
+    std::unique_ptr<PressCatcher> catcher_; ///< on sway
+    std::unique_ptr<LayerSurface> outside_; ///< the catcher's
 };
 
 } // namespace vello

@@ -76,6 +76,9 @@ signals:
     /// No window of this program has the keyboard any more. Emitted where a press on another program's window
     /// is noticed in no other way.
     void keyboardLost();
+    /// The first pointer button was pressed on another program's window or the desktop, which did not get the
+    /// press.
+    void pressedOutside();
     /// hasTranslucency() has changed.
     void translucencyChanged();
     /// The system shows the window no longer, for instance because its screen is gone.

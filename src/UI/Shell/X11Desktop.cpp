@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "X11Desktop.h"
 
+#include "X11Replies.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSocketNotifier>
@@ -9,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <xcb/xcb.h>
@@ -19,11 +20,6 @@
 namespace vello {
 namespace {
 
-struct Free {
-    void operator()(void* reply) const { std::free(reply); }
-};
-template <typename Reply> using Owned = std::unique_ptr<Reply, Free>;
-
 constexpr std::uint32_t kRawButtons =
     XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
 /// The number of the button that closes the panel outside of it. The others open menus there; a wheel has
@@ -31,11 +27,6 @@ constexpr std::uint32_t kRawButtons =
 constexpr std::uint32_t kFirstButton = 1;
 /// Longer IDs of starts do not exist.
 constexpr std::size_t kLongestStart = 512;
-
-Owned<xcb_intern_atom_reply_t> atom(xcb_connection_t* connection, const std::string& name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    return Owned<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection, cookie, nullptr));
-}
 
 int typeOf(const xcb_generic_event_t& event) {
     return event.response_type & 0x7f;
@@ -180,8 +171,12 @@ X11Desktop::X11Desktop(std::unique_ptr<Connection> connection) : connection_(std
         std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection_->xcb), QSocketNotifier::Read);
     connect(connection_->notifier.get(), &QSocketNotifier::activated, this, &X11Desktop::readEvents);
     connection_->listenToCompositor();
-    if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
-        watchKeyboard();
+    if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return;
+    watchKeyboard();
+    // GNOME's desktop takes the keyboard from no window.
+    if (qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QLatin1String("GNOME")))
+        backdrop_.emplace(connection_->xcb, connection_->screenNumber);
 }
 
 X11Desktop::~X11Desktop() = default;
@@ -229,6 +224,13 @@ std::optional<QPoint> X11Desktop::place(QPoint native) const {
             return logical.topLeft() + (QPointF(native - logical.topLeft()) / scale).toPoint();
     }
     return std::nullopt;
+}
+
+void X11Desktop::adopt(QWindow& window) {
+    connect(&window, &QWindow::visibleChanged, this, [this](bool isVisible) {
+        if (backdrop_)
+            backdrop_->setShown(isVisible);
+    });
 }
 
 void X11Desktop::prepare(QWindow& window, const WindowPlace& place) {

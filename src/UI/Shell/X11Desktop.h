@@ -2,6 +2,7 @@
 #pragma once
 
 #include "UI/Shell/WindowSystem.h"
+#include "X11Backdrop.h"
 
 namespace vello {
 
@@ -20,6 +21,7 @@ public:
     bool hasEmbeddedItems() const override { return true; }
     bool tellsButtons() const override { return true; }
     std::optional<QPoint> place(QPoint native) const override;
+    void adopt(QWindow& window) override;
     void prepare(QWindow& window, const WindowPlace& place) override;
     void limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) override;
     void acceptStart(const std::string& token) override;
@@ -33,6 +35,7 @@ private:
     void setMargins(unsigned long window, int width) const;
 
     std::unique_ptr<Connection> connection_;
+    std::optional<X11Backdrop> backdrop_; ///< on GNOME's X server
 };
 
 } // namespace vello

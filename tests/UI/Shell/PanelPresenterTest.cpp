@@ -153,6 +153,15 @@ TEST_F(PanelPresenterTest, ClosesWhenItLosesTheKeyboardAndStaysClosedAtTheSameCl
     EXPECT_TRUE(presenter.isPanelVisible());
 }
 
+TEST_F(PanelPresenterTest, ClosesAtAPressThatTheWindowSystemCaughtOutside) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    emit windows_.pressedOutside();
+    EXPECT_FALSE(presenter.isPanelVisible());
+    presenter.toggle(kIcon);
+    EXPECT_TRUE(presenter.isPanelVisible()) << "the press was not on the item";
+}
+
 TEST_F(PanelPresenterTest, TakesTheShapeAndPlaceThatAStoppedCompositorLeavesIt) {
     PanelPresenter& presenter = makePresenter();
     presenter.show(kIcon);
