@@ -44,14 +44,13 @@ void endApplication() {
 }
 
 /// The corner where the panel opens when the place of the status item is not known.
-ScreenCorner chosenCorner() {
+std::optional<ScreenCorner> chosenCorner() {
     const char* const name = std::getenv("VELLO_PANEL_CORNER");
     const auto corner = name ? screenCorner(name) : std::nullopt;
     if (name && *name && !corner)
-        std::fprintf(stderr,
-                     "vello: VELLO_PANEL_CORNER is \"%s\", which is not one of %s. Using top-right.\n", name,
+        std::fprintf(stderr, "vello: VELLO_PANEL_CORNER is \"%s\", which is not one of %s.\n", name,
                      std::string(kScreenCornerNames).c_str());
-    return corner.value_or(ScreenCorner::topRight);
+    return corner;
 }
 
 void introduce() {
@@ -69,7 +68,10 @@ int runPanel(int argumentCount, char** arguments) {
     if (!hasScreen())
         throw std::runtime_error("there is no screen here; run vello --headless");
     TerminationSignals::block(); // Qt starts threads, which inherit the mask
+    const bool isPlatformChosen = WindowSystem::chooseForToolkit();
     QApplication toolkit(argumentCount, arguments);
+    if (isPlatformChosen)
+        qunsetenv("QT_QPA_PLATFORM"); // programs that this one starts choose for themselves
     introduce();
     const char* const chosen = std::getenv("VELLO_SYNC_FOLDER");
     LinuxApplication application(instance.guard(),

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The status item and the panel that it opens, operated with real clicks and keys on real tray hosts.
 #include "PanelTest.h"
+#include "ScreenConnection.h"
 
 #include <algorithm>
 #include <csignal>
@@ -13,6 +14,11 @@ namespace vello::session {
 namespace {
 
 constexpr QPoint emptyPlace(200, 600);
+constexpr int wheelUp = 4;
+constexpr int wheelDown = 5;
+
+/// The width of the shadow around the panel, in pixels.
+constexpr int kShadow = 20;
 
 /// Checks the position of the panel relative to an icon in a bar at the top.
 void expectBeside(const QRect& panel, const QRect& icon) {
@@ -58,6 +64,20 @@ bool isBlockedInAllThreads(pid_t process, int signal) {
                 return false;
     }
     return true;
+}
+
+/// Whether a program has told the launchers that the start with this ID is over.
+bool tellsEndOfStart(const PrivateScreen::Connection& listener, const std::string& start) {
+    const std::string expected = "remove: ID=\"" + start + '"';
+    std::string told;
+    while (const XReply<xcb_generic_event_t> event{xcb_poll_for_event(listener.xcb())}) {
+        if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
+            continue;
+        const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(*event);
+        if (message.format == 8)
+            told.append(reinterpret_cast<const char*>(message.data.data8), sizeof message.data);
+    }
+    return told.starts_with(expected + '\0');
 }
 
 class Panel : public PanelTest {
@@ -114,12 +134,36 @@ TEST_F(Panel, ClosesAtEscapeAndAtAClickOutside) {
     screen().clickApart(desktop().awaitTrayIcon().center());
     awaitOpen();
     screen().click(window.area.center()); // inside the panel
+    for (const int button : {2, 3, wheelUp, wheelDown})
+        screen().click(emptyPlace, button);
     EXPECT_TRUE(find("", "Quit"));
+    EXPECT_EQ(awaitOpen().area, window.area) << "only the first button closes it";
     screen().click(emptyPlace);
     awaitClosed();
     // Even an immediate press is a different one from the press that closed the panel.
     screen().click(desktop().awaitTrayIcon().center());
     awaitOpen();
+}
+
+TEST_F(Panel, IsWholeWhenTheCompositorStopsAndStartsAgain) {
+    openDesktop();
+    const auto startCompositor = [this] {
+        auto compositor = desktop().start("compositor", {"xcompmgr"});
+        require(screen().waitUntil([this] { return screen().hasCompositor(); }), "no compositor starts");
+        return compositor;
+    };
+    const auto awaitWidth = [this](const QRect& panel, int shadow) {
+        const QRect expected = panel.adjusted(-shadow, -shadow, shadow, shadow);
+        return screen().waitUntil([&] { return this->panel() && this->panel()->area == expected; });
+    };
+    startPanel();
+    const QRect bare = awaitOpen().area;
+    for (int i = 0; i < 2; ++i) {
+        auto compositor = startCompositor();
+        EXPECT_TRUE(awaitWidth(bare, kShadow)) << "it has a shadow";
+        compositor.reset();
+        EXPECT_TRUE(awaitWidth(bare, 0)) << "it has no edge of the shadow's width";
+    }
 }
 
 TEST_F(Panel, StaysOpenWhenAnotherWindowComesToTheFront) {
@@ -136,7 +180,9 @@ TEST_F(Panel, OpensAtLaunchAndAtTheNextStartWhereThereIsNoTray) {
     openDesktop(TrayHost::none);
     startPanel();
     awaitOpen();
-    EXPECT_TRUE(startAgain());
+    const PrivateScreen::Connection listener(screen().name());
+    EXPECT_TRUE(startAgain("launcher-7_TIME0"));
+    EXPECT_TRUE(screen().waitUntil([&] { return tellsEndOfStart(listener, "launcher-7_TIME0"); }));
     EXPECT_TRUE(find("", "Quit")) << "a second start is no switch";
     screen().pressKeys({XK_Escape});
     awaitClosed();

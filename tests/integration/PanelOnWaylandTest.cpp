@@ -15,6 +15,7 @@ constexpr auto kRest = 150ms;
 /// The panel's width and its distance from bars and edges, in pixels.
 constexpr int kPanelWidth = 344;
 constexpr int kGap = 8;
+constexpr QPoint kOutside(200, 600);
 
 class PanelOnWayland : public VelloTest {
 protected:
@@ -81,6 +82,10 @@ TEST_F(PanelOnWayland, OpensInItsCornerAndClosesByRealClicksAndByEscape) {
         screen().pressKeys({XK_Escape});
         ASSERT_TRUE(awaitClosed()) << "by Escape: it has the keyboard as soon as it is open";
     }
+    screen().click(icon());
+    awaitOpen();
+    screen().click(kOutside);
+    ASSERT_TRUE(awaitClosed()) << "by a click outside";
 }
 
 TEST_F(PanelOnWayland, StandsInTheCornerOfTheUsersChoiceAndGrowsFromThere) {

@@ -72,8 +72,10 @@ double PanelTest::panelLightness() {
     return middle.lightnessF();
 }
 
-bool PanelTest::startAgain() {
-    const auto status = desktop().start("panel-again", {VELLO_PROGRAM})->waitForExit(8s);
+bool PanelTest::startAgain(const std::string& startupID) {
+    const auto again =
+        desktop().start("panel-again", {"env", "DESKTOP_STARTUP_ID=" + startupID, VELLO_PROGRAM});
+    const auto status = again->waitForExit(8s);
     return status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;
 }
 

@@ -29,9 +29,9 @@ protected:
     ChildProcess& panelProcess() { return *processes_.back(); }
     /// Checks that the panel's program, which has been asked to quit, exits in an orderly way.
     void expectQuit();
-    /// Starts VELLO once more while it runs, and waits until the second process exits. Returns true when that
-    /// process found the running one.
-    bool startAgain();
+    /// Starts VELLO once more while it runs, as a launcher that calls this start `startupID`, and waits until
+    /// the second process exits. Returns true when that process found the running one.
+    bool startAgain(const std::string& startupID = "");
 
     /// The panel's window; absent while it is closed.
     std::optional<ScreenWindow> panel() { return screen().window("VELLO by QUORVIN"); }

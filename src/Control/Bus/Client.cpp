@@ -21,6 +21,13 @@ void setProcessing(const RunningInstance& instance, Action action) {
     instance.call("SetProcessingEnabled", {isEnabled});
 }
 
+/// What the desktop gave to this start of the program: lets it end its feedback about the start, and give the
+/// panel the keyboard.
+QString startOfThisProcess() {
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
+
 void perform(const ClientRequest& request, const ClientOutput& output) {
     // What an import would save can be told without an instance.
     if (request.action == Action::importPresets)
@@ -55,7 +62,7 @@ void perform(const ClientRequest& request, const ClientOutput& output) {
     case Action::exportPresets:
         return exportPresets(instance, request.presetFile, output);
     case Action::showPanel:
-        return instance.call("ShowPanel", {qEnvironmentVariable("XDG_ACTIVATION_TOKEN")});
+        return instance.call("ShowPanel", {startOfThisProcess()});
     case Action::importPresets:
     case Action::complete:
         break;

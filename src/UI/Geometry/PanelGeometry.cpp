@@ -64,23 +64,83 @@ bool isTop(ScreenCorner corner) noexcept {
     return corner == ScreenCorner::topLeft || corner == ScreenCorner::topRight;
 }
 
-PanelPoint PanelPlacement::beside(const PanelRectangle& icon) const {
-    const PanelPoint centre = icon.centre();
-    const double besideY = centre.y - panel.height / 2.0;
-    if (centre.x < available.x)
-        return clamped({available.x + gap, besideY});
-    if (centre.x > available.right())
-        return clamped({available.right() - gap - panel.width, besideY});
-
-    const double x = centre.x - panel.width / 2.0;
-    if (centre.y < available.centre().y)
-        return clamped({x, std::max(icon.bottom(), available.y) + gap});
-    return clamped({x, std::min(icon.y, available.bottom()) - gap - panel.height});
+std::optional<ScreenEdge> barEdge(const PanelRectangle& screen, const PanelRectangle& available) {
+    if (available.y > screen.y)
+        return ScreenEdge::top;
+    if (available.bottom() < screen.bottom())
+        return ScreenEdge::bottom;
+    if (available.x > screen.x)
+        return ScreenEdge::left;
+    if (available.right() < screen.right())
+        return ScreenEdge::right;
+    return std::nullopt;
 }
 
-bool PanelPlacement::growsUpwards(const PanelRectangle& icon) const {
-    const PanelPoint corner = beside(icon);
-    return corner.y + panel.height / 2.0 < icon.centre().y && corner.y + panel.height > available.centre().y;
+ScreenCorner statusCorner(ScreenEdge bar, bool isRightToLeft) noexcept {
+    switch (bar) {
+    case ScreenEdge::top:
+        return isRightToLeft ? ScreenCorner::topLeft : ScreenCorner::topRight;
+    case ScreenEdge::bottom:
+        return isRightToLeft ? ScreenCorner::bottomLeft : ScreenCorner::bottomRight;
+    case ScreenEdge::left:
+        return ScreenCorner::bottomLeft;
+    case ScreenEdge::right:
+        break;
+    }
+    return ScreenCorner::bottomRight;
+}
+
+/// A bar that reserves no room, or whose room is not known, is at the nearest edge.
+ScreenEdge PanelPlacement::bar(const PanelRectangle& icon) const {
+    const PanelPoint centre = icon.centre();
+    if (centre.x < available.x)
+        return ScreenEdge::left;
+    if (centre.x > available.right())
+        return ScreenEdge::right;
+    const bool isLower = centre.y >= available.centre().y;
+    const bool isRight = centre.x >= available.centre().x;
+    const double fromHorizontal = isLower ? available.bottom() - centre.y : centre.y - available.y;
+    const double fromVertical = isRight ? available.right() - centre.x : centre.x - available.x;
+    if (fromVertical < fromHorizontal)
+        return isRight ? ScreenEdge::right : ScreenEdge::left;
+    return isLower ? ScreenEdge::bottom : ScreenEdge::top;
+}
+
+PanelPoint PanelPlacement::beside(const PanelRectangle& icon) const {
+    const PanelPoint centre = icon.centre();
+    const double besideX = centre.x - panel.width / 2.0;
+    const double besideY = centre.y - panel.height / 2.0;
+    switch (bar(icon)) {
+    case ScreenEdge::left:
+        return clamped({std::max(icon.right(), available.x) + gap, besideY});
+    case ScreenEdge::right:
+        return clamped({std::min(icon.x, available.right()) - gap - panel.width, besideY});
+    case ScreenEdge::top:
+        return clamped({besideX, std::max(icon.bottom(), available.y) + gap});
+    case ScreenEdge::bottom:
+        break;
+    }
+    return clamped({besideX, std::min(icon.y, available.bottom()) - gap - panel.height});
+}
+
+PanelAnchor PanelPlacement::anchor(const PanelRectangle& icon) const {
+    const ScreenEdge edge = bar(icon);
+    const PanelPoint place = beside(icon);
+    const PanelPoint centre{place.x + panel.width / 2.0, place.y + panel.height / 2.0};
+    const double fromLeft = place.x - available.x;
+    const double fromTop = place.y - available.y;
+    if (edge == ScreenEdge::left || edge == ScreenEdge::right) {
+        const bool isLeft = edge == ScreenEdge::left;
+        if (centre.y < available.centre().y)
+            return {isLeft ? ScreenCorner::topLeft : ScreenCorner::topRight, gap, fromTop};
+        return {isLeft ? ScreenCorner::bottomLeft : ScreenCorner::bottomRight, gap,
+                available.height - fromTop - panel.height};
+    }
+    const bool isTop = edge == ScreenEdge::top;
+    if (centre.x < available.centre().x)
+        return {isTop ? ScreenCorner::topLeft : ScreenCorner::bottomLeft, fromLeft, gap};
+    return {isTop ? ScreenCorner::topRight : ScreenCorner::bottomRight,
+            available.width - fromLeft - panel.width, gap};
 }
 
 PanelPoint PanelPlacement::in(ScreenCorner corner) const {

@@ -58,6 +58,23 @@ std::optional<ScreenCorner> screenCorner(std::string_view name);
 bool isLeft(ScreenCorner corner) noexcept;
 bool isTop(ScreenCorner corner) noexcept;
 
+enum class ScreenEdge { top, bottom, left, right };
+
+/// The edge of `screen` with a bar, which leaves `available` of it. Where there are several, the bar that
+/// usually has the status items: the top one, else the bottom one. Absent without a bar.
+std::optional<ScreenEdge> barEdge(const PanelRectangle& screen, const PanelRectangle& available);
+/// The corner where a bar at this edge usually has its status items.
+ScreenCorner statusCorner(ScreenEdge bar, bool isRightToLeft) noexcept;
+
+/// A corner of the screen, and how far from its two edges the panel is.
+struct PanelAnchor {
+    ScreenCorner corner = ScreenCorner::topRight;
+    double horizontal = 0.0; ///< from the left or right edge
+    double vertical = 0.0;   ///< from the top or bottom edge
+
+    friend bool operator==(const PanelAnchor&, const PanelAnchor&) = default;
+};
+
 /// Places the panel on a screen. `available` is the part of the screen that no bar covers.
 struct PanelPlacement {
     static constexpr double gap = 8.0; ///< distance to the bar with the icon and to the screen's edges
@@ -68,11 +85,13 @@ struct PanelPlacement {
     /// Top left corner of the panel next to `icon`: below or above it when its bar is horizontal, beside it
     /// when the bar is at the left or right edge; inside `available` as far as the panel fits.
     PanelPoint beside(const PanelRectangle& icon) const;
-    /// Whether a panel next to `icon` has more room above than below.
-    bool growsUpwards(const PanelRectangle& icon) const;
+    /// The same place for a window system that keeps windows clear of bars by itself: distances are measured
+    /// from the bar. The panel grows away from the corner, where it has the most room.
+    PanelAnchor anchor(const PanelRectangle& icon) const;
     PanelPoint in(ScreenCorner corner) const;
 
 private:
+    ScreenEdge bar(const PanelRectangle& icon) const;
     PanelPoint clamped(PanelPoint wanted) const;
 };
 

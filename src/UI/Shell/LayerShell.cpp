@@ -63,17 +63,36 @@ LayerShell::~LayerShell() {
     wl_event_queue_destroy(queue_);
 }
 
-std::unique_ptr<LayerSurface> LayerShell::makeSurface(wl_surface* surface, ScreenCorner corner, int inset,
+bool LayerShell::isMissing() {
+    const std::unique_ptr<wl_display, decltype(&wl_display_disconnect)> display(wl_display_connect(nullptr),
+                                                                                wl_display_disconnect);
+    return display && !find(display.get());
+}
+
+std::unique_ptr<LayerSurface> LayerShell::makeSurface(wl_surface* surface, const LayerPlace& place,
                                                       QSize size) const {
-    // Without an output of our choice, the compositor uses the user's current one.
     zwlr_layer_surface_v1* const layer = zwlr_layer_shell_v1_get_layer_surface(
-        shell_, surface, nullptr, ZWLR_LAYER_SHELL_V1_LAYER_TOP, "vello-panel");
+        shell_, surface, place.output,
+        place.isTopmost ? ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY : ZWLR_LAYER_SHELL_V1_LAYER_TOP, "vello-panel");
     std::unique_ptr<LayerSurface> made(new LayerSurface(layer, surface));
-    zwlr_layer_surface_v1_set_anchor(layer, anchors(corner));
-    zwlr_layer_surface_v1_set_margin(layer, inset, inset, inset, inset);
+    zwlr_layer_surface_v1_set_anchor(layer, anchors(place.corner));
+    zwlr_layer_surface_v1_set_exclusive_zone(layer, place.isOverBars ? -1 : 0);
+    zwlr_layer_surface_v1_set_margin(layer, place.vertical, place.horizontal, place.vertical,
+                                     place.horizontal);
     zwlr_layer_surface_v1_set_keyboard_interactivity(layer,
                                                      ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE);
     made->resize(size);
+    made->awaitConfiguration(display_, queue_);
+    return made;
+}
+
+std::unique_ptr<LayerSurface> LayerShell::fill(wl_surface* surface, wl_output* output) const {
+    zwlr_layer_surface_v1* const layer = zwlr_layer_shell_v1_get_layer_surface(
+        shell_, surface, output, ZWLR_LAYER_SHELL_V1_LAYER_TOP, "vello-outside");
+    std::unique_ptr<LayerSurface> made(new LayerSurface(layer, surface));
+    zwlr_layer_surface_v1_set_anchor(layer,
+                                     anchors(ScreenCorner::topLeft) | anchors(ScreenCorner::bottomRight));
+    made->resize({0, 0});
     made->awaitConfiguration(display_, queue_);
     return made;
 }
@@ -110,11 +129,12 @@ void LayerSurface::resize(QSize size) {
     wl_surface_commit(surface_);
 }
 
-/// The panel keeps its own size, whatever the compositor suggests.
-void LayerSurface::configure(void* self, zwlr_layer_surface_v1* layer, std::uint32_t serial, std::uint32_t,
-                             std::uint32_t) {
+void LayerSurface::configure(void* self, zwlr_layer_surface_v1* layer, std::uint32_t serial,
+                             std::uint32_t width, std::uint32_t height) {
     zwlr_layer_surface_v1_ack_configure(layer, serial);
-    static_cast<LayerSurface*>(self)->isAnswered_ = true;
+    auto* const surface = static_cast<LayerSurface*>(self);
+    surface->size_ = {static_cast<int>(width), static_cast<int>(height)};
+    surface->isAnswered_ = true;
 }
 
 void LayerSurface::close(void* self, zwlr_layer_surface_v1*) {

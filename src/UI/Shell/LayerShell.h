@@ -11,6 +11,7 @@
 
 struct wl_display;
 struct wl_event_queue;
+struct wl_output;
 struct wl_surface;
 struct zwlr_layer_shell_v1;
 struct zwlr_layer_surface_v1;
@@ -29,6 +30,8 @@ public:
     /// window. Does nothing when the compositor does not support focus on demand.
     void releaseKeyboard();
     void resize(QSize size);
+    /// The size that the compositor has chosen, or the layer's own.
+    QSize size() const { return size_; }
 
 signals:
     /// The compositor no longer shows the surface, for instance because its output is gone.
@@ -46,6 +49,20 @@ private:
     zwlr_layer_surface_v1* layer_;
     wl_surface* surface_;
     bool isAnswered_ = false;
+    QSize size_;
+};
+
+/// Where a layer is: a corner of an output, and the distances from the edges that meet there.
+struct LayerPlace {
+    ScreenCorner corner = ScreenCorner::topRight;
+    int horizontal = 0;
+    int vertical = 0;
+    wl_output* output = nullptr; ///< null: the compositor chooses
+    /// Whether the distances are measured from the output's edges, instead of from bars that the compositor
+    /// knows there.
+    bool isOverBars = false;
+    /// Whether it is above all other layers; else it is among those of bars.
+    bool isTopmost = false;
 };
 
 /// The compositor's layer shell, on Qt's Wayland connection. Main thread only.
@@ -53,15 +70,18 @@ class LayerShell {
 public:
     /// Queries the compositor; null when it has no layer shell.
     static std::unique_ptr<LayerShell> find(wl_display* display);
+    /// Whether the compositor of this session, which answers, has no layer shell. Uses its own connection.
+    static bool isMissing();
     ~LayerShell();
     LayerShell(const LayerShell&) = delete;
     LayerShell& operator=(const LayerShell&) = delete;
 
-    /// Makes `surface`, which must not have a role yet, a layer in `corner`. `inset` is the distance to the
-    /// edges of the area that bars leave free. Blocks until the compositor has configured it; the surface may
-    /// be drawn on return.
-    std::unique_ptr<LayerSurface> makeSurface(wl_surface* surface, ScreenCorner corner, int inset,
-                                              QSize size) const;
+    /// Makes `surface`, which must not have a role yet, a layer. Blocks until the compositor has configured
+    /// it; the surface may be drawn on return.
+    std::unique_ptr<LayerSurface> makeSurface(wl_surface* surface, const LayerPlace& place, QSize size) const;
+    /// The same for a layer that fills what bars leave free of `output` and does not get the keyboard. The
+    /// compositor chooses its size.
+    std::unique_ptr<LayerSurface> fill(wl_surface* surface, wl_output* output) const;
 
 private:
     LayerShell(wl_display* display, wl_event_queue* queue) : display_(display), queue_(queue) {}

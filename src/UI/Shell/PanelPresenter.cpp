@@ -4,7 +4,6 @@
 #include "Renderer.h"
 #include "UI/Panel/PanelModel.h"
 #include "UI/Panel/Theme.h"
-#include "UI/Shell/WindowSystem.h"
 
 #include <QGuiApplication>
 #include <QQmlComponent>
@@ -12,7 +11,6 @@
 #include <QScreen>
 #include <QStyleHints>
 
-#include <algorithm>
 #include <chrono>
 #include <stdexcept>
 
@@ -25,6 +23,8 @@ constexpr double kWindowRadius = 16.0;
 /// In pixels. Tolerance for the pointer's motion while its button is down and for an inexact place of an
 /// item.
 constexpr int kSlip = 16;
+/// A desktop reports one change of its screens in several steps: the screen, its bars, its scale.
+constexpr std::chrono::milliseconds kSettlingTime{100};
 
 PanelRectangle rectangle(const QRect& rect) {
     return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
@@ -36,20 +36,40 @@ bool isOn(const QRect& icon, QPoint place) {
 }
 
 QScreen* screenAt(const std::optional<QRect>& icon) {
-    QScreen* const screen = icon ? QGuiApplication::screenAt(icon->center()) : nullptr;
-    return screen ? screen : QGuiApplication::primaryScreen();
+    return icon ? QGuiApplication::screenAt(icon->center()) : nullptr;
+}
+
+ScreenCorner cornerAtBar(const PanelRectangle& screen, const PanelRectangle& available) {
+    return statusCorner(barEdge(screen, available).value_or(ScreenEdge::top),
+                        QGuiApplication::isRightToLeft());
 }
 
 } // namespace
 
-PanelPresenter::PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows, ScreenCorner corner)
+PanelPresenter::PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows,
+                               std::optional<ScreenCorner> corner)
     : model_(model), windows_(windows), corner_(corner), theme_(theme) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     chooseRenderer();
     connect(&windows_, &WindowSystem::buttonPressed, this, &PanelPresenter::pressedAt);
     connect(&windows_, &WindowSystem::buttonReleased, this,
             [this] { closingPress_.released(ClosingPress::Clock::now()); });
+    connect(&windows_, &WindowSystem::pressedOutside, this, &PanelPresenter::hide);
+    connect(&windows_, &WindowSystem::keyboardLost, this, &PanelPresenter::loseKeyboard);
+    connect(&windows_, &WindowSystem::translucencyChanged, &settling_, qOverload<>(&QTimer::start));
+    connect(&windows_, &WindowSystem::windowClosed, this, [this] {
+        isClosedByTheSystem_ = isPanelVisible();
+        hide();
+    });
     connect(&model_, &PanelModel::aboutRequested, this, &PanelPresenter::showAbout);
+    settling_.setSingleShot(true);
+    settling_.setInterval(kSettlingTime);
+    connect(&settling_, &QTimer::timeout, this, &PanelPresenter::settle);
+    for (QScreen* const screen : QGuiApplication::screens())
+        watch(screen);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, &PanelPresenter::watch);
+    connect(qGuiApp, &QGuiApplication::screenAdded, &settling_, qOverload<>(&QTimer::start));
+    connect(qGuiApp, &QGuiApplication::screenRemoved, &settling_, qOverload<>(&QTimer::start));
 }
 
 PanelPresenter::~PanelPresenter() {
@@ -66,6 +86,8 @@ QQuickWindow* PanelPresenter::make(const QString& component, const QVariantMap& 
         engine_->addImportPath(QStringLiteral("qrc:/qt/qml"));
     }
     QQmlComponent source(engine_.get(), QUrl(QStringLiteral("qrc:/qt/qml/Vello/%1.qml").arg(component)));
+    if (!source.isReady()) // or Qt 6.4 would not survive the next call
+        throw std::runtime_error(source.errorString().toStdString());
     QObject* const made = source.createWithInitialProperties(properties);
     auto* const window = qobject_cast<QQuickWindow*>(made);
     if (!window)
@@ -79,6 +101,8 @@ void PanelPresenter::makeWindow() {
     windows_.adopt(*window_);
     connect(window_.get(), SIGNAL(dismissed()), this, SLOT(hide()));
     connect(window_.get(), SIGNAL(surfaceChanged()), this, SLOT(limitWindow()));
+    connect(window_.get(), &QWindow::activeChanged, this,
+            [this] { hasHadKeyboard_ = hasHadKeyboard_ || window_->isActive(); });
     connect(window_.get(), &QWindow::visibleChanged, this, [this](bool isVisible) {
         model_.setShown(isVisible);
         emit visibleChanged(isVisible);
@@ -89,8 +113,11 @@ void PanelPresenter::show(std::optional<QRect> icon) {
     if (!window_)
         makeWindow();
     if (!isPanelVisible()) {
-        window_->setProperty("isTranslucent", windows_.hasTranslucency());
-        prepare(icon);
+        if (screenAt(icon))
+            lastIcon_ = icon;
+        hasHadKeyboard_ = false;
+        isClosedByTheSystem_ = false;
+        place();
         window_->show();
     }
     limitWindow();
@@ -133,23 +160,41 @@ QRect PanelPresenter::surface() const {
     return window_->property("surface").toRectF().toAlignedRect();
 }
 
-void PanelPresenter::prepare(const std::optional<QRect>& icon) {
-    const QScreen* const screen = screenAt(icon);
-    const QRect available = screen ? screen->availableGeometry() : QRect();
-    if (screen)
-        window_->setProperty("availableHeight", available.height() - 2.0 * PanelPlacement::gap);
+WindowPlace PanelPresenter::choosePlace() {
+    QScreen* const screenOfIcon = screenAt(lastIcon_);
+    QScreen* const screen = screenOfIcon ? screenOfIcon : QGuiApplication::primaryScreen();
+    if (!screen)
+        return {};
+    const std::optional<QRect> workArea = windows_.workArea(*screen);
+    const PanelRectangle available = rectangle(workArea.value_or(screen->geometry()));
+    window_->setProperty("availableHeight", available.height - 2.0 * PanelPlacement::gap);
     const QRect panel = surface();
-    const PanelPlacement placement{rectangle(available),
+    const PanelPlacement placement{available,
                                    {static_cast<double>(panel.width()), static_cast<double>(panel.height())}};
-    const PanelPoint corner = icon ? placement.beside(rectangle(*icon)) : placement.in(corner_);
-    const bool growsUpwards = icon ? placement.growsUpwards(rectangle(*icon)) : !isTop(corner_);
+    PanelAnchor anchor{corner_.value_or(cornerAtBar(rectangle(screen->geometry()), available)),
+                       PanelPlacement::gap, PanelPlacement::gap};
+    PanelPoint corner = placement.in(anchor.corner);
+    if (screenOfIcon) {
+        anchor = placement.anchor(rectangle(*lastIcon_));
+        corner = placement.beside(rectangle(*lastIcon_));
+    }
     const int margin = panel.x();
-    const int left = static_cast<int>(corner.x) - margin;
     const int top = static_cast<int>(corner.y);
-    window_->setProperty("growsUpwards", growsUpwards);
-    const QPoint position(left,
-                          growsUpwards ? top + panel.height() + margin - window_->height() : top - margin);
-    windows_.prepare(*window_, {position, corner_, static_cast<int>(PanelPlacement::gap) - margin});
+    const int windowTop =
+        isTop(anchor.corner) ? top - margin : top + panel.height() + margin - window_->height();
+    return {{static_cast<int>(corner.x) - margin, windowTop},
+            margin,
+            anchor.corner,
+            static_cast<int>(anchor.horizontal) - margin,
+            static_cast<int>(anchor.vertical) - margin,
+            screenOfIcon || workArea ? screen : nullptr};
+}
+
+void PanelPresenter::place() {
+    window_->setProperty("isTranslucent", windows_.hasTranslucency());
+    place_ = choosePlace();
+    window_->setProperty("growsUpwards", !isTop(place_.corner));
+    windows_.prepare(*window_, place_);
 }
 
 void PanelPresenter::limitWindow() {
@@ -166,6 +211,35 @@ void PanelPresenter::pressedAt(QPoint native) {
     closingPress_.pressed();
     closedFrom_ = place;
     hide();
+}
+
+/// A press outside took the keyboard away, or the question for consent did; whether a button is held or
+/// released is not known.
+void PanelPresenter::loseKeyboard() {
+    if (!isPanelVisible() || !hasHadKeyboard_ || model_.isAskingForConsent())
+        return;
+    closingPress_.pressed();
+    closingPress_.released(ClosingPress::Clock::now());
+    closedFrom_.reset();
+    hide();
+}
+
+void PanelPresenter::watch(QScreen* screen) {
+    const auto start = qOverload<>(&QTimer::start);
+    connect(screen, &QScreen::geometryChanged, &settling_, start);
+    connect(screen, &QScreen::availableGeometryChanged, &settling_, start);
+    connect(screen, &QScreen::logicalDotsPerInchChanged, &settling_, start);
+}
+
+/// Puts an open panel where it belongs now. Hiding and showing it works on every window system.
+void PanelPresenter::settle() {
+    const bool isMoved =
+        isPanelVisible() && (place_ != choosePlace() ||
+                             window_->property("isTranslucent").toBool() != windows_.hasTranslucency());
+    if (isMoved)
+        hide();
+    if (isMoved || isClosedByTheSystem_)
+        show(std::nullopt);
 }
 
 bool PanelPresenter::isOnPanel(QPoint place) const {

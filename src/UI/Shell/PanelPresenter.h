@@ -4,10 +4,12 @@
 #include "UI/Geometry/ClosingPress.h"
 #include "UI/Geometry/PanelGeometry.h"
 #include "UI/Panel/PanelEngine.h"
+#include "UI/Shell/WindowSystem.h"
 
 #include <QObject>
 #include <QQuickWindow>
 #include <QRect>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -16,21 +18,22 @@ namespace vello {
 
 class PanelModel;
 class Theme;
-class WindowSystem;
 
-/// Shows and hides the panel's window and the About window. Each is created on first use and kept.
+/// Shows and hides the panel's window and the About window. Each is created on first use and kept. An open
+/// panel stays whole and on a screen when the screens or the desktop's translucency change.
 class PanelPresenter : public QObject {
     Q_OBJECT
 
 public:
     /// `model`, `theme` and `windows` must outlive the presenter. The panel opens in `corner` while the
-    /// status item's place is not known.
-    PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows, ScreenCorner corner);
+    /// status item's place is not known; without one, in the corner at the bar.
+    PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& windows,
+                   std::optional<ScreenCorner> corner);
     ~PanelPresenter() override;
 
     bool isPanelVisible() const;
-    /// Shows the panel beside `icon`, or in the corner. Takes the keyboard focus. An open panel stays where
-    /// it is.
+    /// Shows the panel beside `icon`, or where the icon was last, or in the corner. Takes the keyboard focus.
+    /// An open panel stays where it is.
     void show(std::optional<QRect> icon);
     Q_SLOT void hide();
     /// Handles a press on the icon. Closes an open panel; does not reopen a panel that this same press has
@@ -46,16 +49,20 @@ signals:
 private:
     QQuickWindow* make(const QString& component, const QVariantMap& properties);
     void makeWindow();
-    void prepare(const std::optional<QRect>& icon);
+    WindowPlace choosePlace();
+    void place();
     Q_SLOT void limitWindow();
     void pressedAt(QPoint native);
+    void loseKeyboard();
+    void watch(QScreen* screen);
+    void settle();
     bool isOnPanel(QPoint place) const;
     bool isSecondOfDoubleClick(QPoint place) const;
     QRect surface() const;
 
     PanelModel& model_;
     WindowSystem& windows_;
-    const ScreenCorner corner_;
+    const std::optional<ScreenCorner> corner_;
     Theme& theme_;
     std::unique_ptr<PanelEngine> engine_;
     std::unique_ptr<QQuickWindow> about_;
@@ -68,6 +75,11 @@ private:
         QRect icon;
     };
     std::optional<Opening> opening_;
+    std::optional<QRect> lastIcon_;
+    WindowPlace place_;
+    bool hasHadKeyboard_ = false;      ///< since the panel was shown
+    bool isClosedByTheSystem_ = false; ///< and not by the user
+    QTimer settling_;
 };
 
 } // namespace vello

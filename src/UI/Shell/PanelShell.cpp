@@ -66,10 +66,8 @@ void PanelShell::presentAtLaunch() {
 }
 
 void PanelShell::reopen(const std::string& activationToken) {
-    if (!activationToken.empty())
-        qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(activationToken));
-    if (!presenter_.isPanelVisible())
-        presenter_.show(tray_.geometry());
+    windows_->acceptStart(activationToken);
+    presenter_.show(tray_.geometry());
 }
 
 } // namespace vello

@@ -17,6 +17,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,8 +37,8 @@ public:
         RunningApplications& runningApplications;
         MainThread& mainThread;
         std::filesystem::path iconProgram; ///< kApplicationIconProgram
-        /// The panel opens here while the status item's place is not known.
-        ScreenCorner corner = ScreenCorner::topRight;
+        /// The panel opens here while the status item's place is not known; without one, at the bar.
+        std::optional<ScreenCorner> corner = {};
         QDBusConnection sessionBus = QDBusConnection::sessionBus();
     };
     /// `quit` ends the application.
@@ -45,7 +46,8 @@ public:
 
     /// Opens the panel as soon as there is a status item, or in the corner of the screen when none appears.
     void presentAtLaunch();
-    /// Call when the application is started again: opens the panel if it is closed.
+    /// Call when the application is started again: opens the panel, or brings an open one to the front.
+    /// `activationToken` is what the desktop gave to that start, or empty.
     void reopen(const std::string& activationToken);
 
     PanelPresenter& presenter() { return presenter_; }

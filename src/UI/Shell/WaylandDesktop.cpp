@@ -2,12 +2,27 @@
 #include "WaylandDesktop.h"
 
 #include "LayerShell.h"
+#include "PressCatcher.h"
+#include "UI/Shell/WorkArea.h"
 
 #include <QGuiApplication>
 #include <qpa/qplatformnativeinterface.h>
 
 namespace vello {
 namespace {
+
+/// Larger than an item of a bar, in pixels.
+constexpr int kLargestItem = 48;
+
+wl_output* outputOf(QScreen* screen) {
+    return screen ? static_cast<wl_output*>(
+                        QGuiApplication::platformNativeInterface()->nativeResourceForScreen("output", screen))
+                  : nullptr;
+}
+
+bool isSway() {
+    return !qEnvironmentVariableIsEmpty("SWAYSOCK");
+}
 
 wl_surface* surfaceOf(QWindow& window) {
     return static_cast<wl_surface*>(
@@ -24,9 +39,37 @@ std::unique_ptr<WaylandDesktop> WaylandDesktop::ofToolkit() {
     return display ? std::unique_ptr<WaylandDesktop>(new WaylandDesktop(display)) : nullptr;
 }
 
-WaylandDesktop::WaylandDesktop(wl_display* display) : shell_(LayerShell::find(display)) {}
+WaylandDesktop::WaylandDesktop(wl_display* display) : shell_(LayerShell::find(display)) {
+    if (!isSway())
+        watchKeyboard();
+}
 
 WaylandDesktop::~WaylandDesktop() = default;
+
+/// Hosts that know where their bar is report the compositor's own coordinates. The others report where the
+/// pointer was on the item, which says nothing about the screen.
+std::optional<QPoint> WaylandDesktop::place(QPoint native) const {
+    const bool isOnItem = native.x() < kLargestItem && native.y() < kLargestItem;
+    return isOnItem || !QGuiApplication::screenAt(native) ? std::nullopt : std::optional(native);
+}
+
+std::optional<QRect> WaylandDesktop::workArea(const QScreen& screen) const {
+    return workAreaOfDesktop(screen, QDBusConnection::sessionBus());
+}
+
+/// Not every compositor counts the desktop's own bars among those that it keeps layers clear of.
+LayerPlace WaylandDesktop::layerPlace(const WindowPlace& place) const {
+    LayerPlace layer{place.corner, place.horizontal, place.vertical, outputOf(place.screen)};
+    layer.isTopmost = isSway(); // compositors disagree about the order of the layers among those of bars
+    const auto area = place.screen ? workArea(*place.screen) : std::nullopt;
+    if (!area)
+        return layer;
+    const QRect screen = place.screen->geometry();
+    layer.isOverBars = true;
+    layer.horizontal += isLeft(place.corner) ? area->left() - screen.left() : screen.right() - area->right();
+    layer.vertical += isTop(place.corner) ? area->top() - screen.top() : screen.bottom() - area->bottom();
+    return layer;
+}
 
 void WaylandDesktop::adopt(QWindow& window) {
     if (!shell_)
@@ -37,10 +80,10 @@ void WaylandDesktop::adopt(QWindow& window) {
     // The role must be destroyed before the surface, which Qt destroys when it hides the window.
     connect(&window, &QWindow::visibleChanged, this, [this](bool isVisible) {
         if (!isVisible)
-            panel_.reset();
+            removeLayers();
     });
     connect(&window, &QWindow::activeChanged, this, [this, &window] {
-        if (panel_ && window.isActive())
+        if (panel_ && !catcher_ && window.isActive())
             panel_->releaseKeyboard();
     });
 }
@@ -53,12 +96,41 @@ void WaylandDesktop::prepare(QWindow& window, const WindowPlace& place) {
         window.destroy();
         window.create();
     }
-    panel_ = shell_->makeSurface(surfaceOf(window), place.corner, place.inset, window.size());
-    connect(panel_.get(), &LayerSurface::closed, &window, &QWindow::hide, Qt::QueuedConnection);
+    if (isSway())
+        catchPresses(place.screen);
+    panel_ = shell_->makeSurface(surfaceOf(window), layerPlace(place), window.size());
+    connect(panel_.get(), &LayerSurface::closed, this, &WaylandDesktop::windowClosed, Qt::QueuedConnection);
+}
+
+/// On sway the keyboard follows the pointer: it leaves the panel when the pointer only passes over another
+/// window, also on the way from the bar to the panel. So there the panel keeps the keyboard, and a press
+/// outside is caught.
+void WaylandDesktop::catchPresses(QScreen* screen) {
+    removeLayers();
+    catcher_ = std::make_unique<PressCatcher>();
+    catcher_->create();
+    outside_ = shell_->fill(surfaceOf(*catcher_), outputOf(screen));
+    connect(catcher_.get(), &PressCatcher::pressed, this, &WaylandDesktop::pressedOutside,
+            Qt::QueuedConnection);
+    catcher_->resize(outside_->size());
+    catcher_->show();
+}
+
+/// The roles are removed before the surfaces.
+void WaylandDesktop::removeLayers() {
+    panel_.reset();
+    outside_.reset();
+    catcher_.reset();
 }
 
 void WaylandDesktop::limit(QWindow& window, const QRect& panel, int, double) {
     window.setMask(panel); // on Wayland the mask only limits where clicks count
+}
+
+/// Qt passes the token on when it activates the window.
+void WaylandDesktop::acceptStart(const std::string& token) {
+    if (!token.empty())
+        qputenv("XDG_ACTIVATION_TOKEN", QByteArray::fromStdString(token));
 }
 
 } // namespace vello

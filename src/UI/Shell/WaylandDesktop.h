@@ -9,10 +9,11 @@ namespace vello {
 
 class LayerShell;
 class LayerSurface;
+class PressCatcher;
+struct LayerPlace;
 
 /// A Wayland compositor. With a layer shell, the panel is a layer surface with keyboard focus, anchored to a
-/// corner of the output that the compositor chooses. Without one, the panel is an ordinary window that the
-/// compositor places.
+/// corner of an output. Without one, the panel is an ordinary window that the compositor places.
 class WaylandDesktop : public WindowSystem {
     Q_OBJECT
 
@@ -21,15 +22,23 @@ public:
     static std::unique_ptr<WaylandDesktop> ofToolkit();
     ~WaylandDesktop() override;
 
+    std::optional<QRect> workArea(const QScreen& screen) const override;
+    std::optional<QPoint> place(QPoint native) const override;
     void adopt(QWindow& window) override;
     void prepare(QWindow& window, const WindowPlace& place) override;
     void limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) override;
+    void acceptStart(const std::string& token) override;
 
 private:
     explicit WaylandDesktop(wl_display* display);
+    void catchPresses(QScreen* screen);
+    void removeLayers();
+    LayerPlace layerPlace(const WindowPlace& place) const;
 
     std::unique_ptr<LayerShell> shell_; ///< null without a layer shell
     std::unique_ptr<LayerSurface> panel_;
+    std::unique_ptr<PressCatcher> catcher_; ///< on sway
+    std::unique_ptr<LayerSurface> outside_; ///< the catcher's
 };
 
 } // namespace vello

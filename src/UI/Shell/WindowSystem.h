@@ -6,21 +6,28 @@
 #include <QObject>
 #include <QPoint>
 #include <QRect>
+#include <QScreen>
 #include <QWindow>
 
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace vello {
 
 /// The requested place of the panel's window.
 struct WindowPlace {
     QPoint position = {}; ///< its top left corner, on systems where windows set their own position
-    /// On other systems: the corner of the screen, and the distance of the window's edges from the screen's
-    /// edges that meet there. A negative distance puts a transparent part of the window beyond the screen's
-    /// edges.
+    int margin = 0;       ///< the width of the transparent part at each of the window's edges
+    /// On other systems: the corner of the work area, and the distances of the window's edges from the work
+    /// area's edges that meet there. A negative distance puts a transparent part of the window beyond them.
     ScreenCorner corner = ScreenCorner::topRight;
-    int inset = 0;
+    int horizontal = 0; ///< from the left or right edge
+    int vertical = 0;   ///< from the top or bottom edge
+    /// The screen; null where the system may choose it, for instance as the one that the user works on.
+    QScreen* screen = nullptr;
+
+    friend bool operator==(const WindowPlace&, const WindowPlace&) = default;
 };
 
 /// What the panel's window and the status item need of the window system beyond Qt. This base class leaves
@@ -30,6 +37,9 @@ class WindowSystem : public QObject {
     Q_OBJECT
 
 public:
+    /// Where Qt can run on two window systems, and only one of them lets the panel choose its place, sets
+    /// QT_QPA_PLATFORM to that one and returns true. Call before the application object is created.
+    static bool chooseForToolkit();
     /// The window system that Qt runs on.
     static std::unique_ptr<WindowSystem> ofToolkit();
 
@@ -39,9 +49,12 @@ public:
     /// is on no screen, or when the system does not reveal positions of other programs.
     virtual std::optional<QPoint> place(QPoint native) const;
 
+    /// The part of `screen` that bars leave free, if the system reveals it.
+    virtual std::optional<QRect> workArea(const QScreen& screen) const;
+
     /// Whether bars may embed one of our windows as a status item.
     virtual bool hasEmbeddedItems() const { return false; }
-    /// Whether the signals below are emitted.
+    /// Whether buttonPressed() and buttonReleased() are emitted.
     virtual bool tellsButtons() const { return false; }
 
     /// Prepares `window` to be the panel's. Call before its platform window is created.
@@ -51,12 +64,29 @@ public:
     /// Passes clicks outside `panel`, the visible part of `window`, to the windows behind it. `shadow` is how
     /// far the panel's shadow extends beyond it. With a positive `cornerRadius` the rest is not drawn either.
     virtual void limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius);
+    /// The user has started the application again, and the window is shown for that. `token` is what the
+    /// desktop gave to that start: a token of XDG_ACTIVATION_TOKEN or an ID of DESKTOP_STARTUP_ID; or empty.
+    virtual void acceptStart(const std::string& token);
 
 signals:
-    /// A pointer button was pressed over any window, at `native` in the system's own pixels; or released.
-    /// Only emitted when tellsButtons().
+    /// The first pointer button was pressed over any window, at `native` in the system's own pixels; or
+    /// released. Only emitted when tellsButtons().
     void buttonPressed(QPoint native);
     void buttonReleased();
+    /// No window of this program has the keyboard any more. Emitted where a press on another program's window
+    /// is noticed in no other way.
+    void keyboardLost();
+    /// The first pointer button was pressed on another program's window or the desktop, which did not get the
+    /// press.
+    void pressedOutside();
+    /// hasTranslucency() has changed.
+    void translucencyChanged();
+    /// The system shows the window no longer, for instance because its screen is gone.
+    void windowClosed();
+
+protected:
+    /// Emits keyboardLost() from now on.
+    void watchKeyboard();
 };
 
 } // namespace vello

@@ -1,32 +1,58 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "X11Desktop.h"
 
+#include "X11Replies.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 #include <QSocketNotifier>
+#include <QtGui/private/qtx11extras_p.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <string>
 #include <utility>
 #include <xcb/xcb.h>
+#include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
 namespace vello {
 namespace {
 
-struct Free {
-    void operator()(void* reply) const { std::free(reply); }
-};
-template <typename Reply> using Owned = std::unique_ptr<Reply, Free>;
-
 constexpr std::uint32_t kRawButtons =
     XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE;
+/// The number of the button that closes the panel outside of it. The others open menus there; a wheel has
+/// numbers too.
+constexpr std::uint32_t kFirstButton = 1;
+/// Longer IDs of starts do not exist.
+constexpr std::size_t kLongestStart = 512;
 
-Owned<xcb_intern_atom_reply_t> atom(xcb_connection_t* connection, const std::string& name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    return Owned<xcb_intern_atom_reply_t>(xcb_intern_atom_reply(connection, cookie, nullptr));
+int typeOf(const xcb_generic_event_t& event) {
+    return event.response_type & 0x7f;
+}
+
+std::string selectionOfCompositor(int screenNumber) {
+    return "_NET_WM_CM_S" + std::to_string(screenNumber);
+}
+
+/// The end of a start in the format of startup notifications, which are read by every window manager.
+std::string endOfStart(const std::string& id) {
+    std::string message = "remove: ID=\"";
+    for (const char character : id) {
+        if (character == '"' || character == '\\')
+            message += '\\';
+        message += character;
+    }
+    return message + '"';
+}
+
+/// The raw event of the first button that this is; 0 for any other event.
+int firstButtonEvent(const xcb_generic_event_t& event) {
+    if (typeOf(event) != XCB_GE_GENERIC)
+        return 0;
+    const auto& button = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event);
+    return button.detail == kFirstButton ? button.event_type : 0;
 }
 
 /// The pixels that a rounded rectangle covers completely. Partly covered pixels would show the window's
@@ -45,7 +71,8 @@ QRegion rounded(const QRect& rect, double radius) {
 
 } // namespace
 
-struct X11Desktop::Connection {
+class X11Desktop::Connection {
+public:
     Connection() : xcb(xcb_connect(nullptr, &screenNumber)) {}
     ~Connection() {
         notifier.reset();
@@ -77,10 +104,56 @@ struct X11Desktop::Connection {
         xcb_flush(xcb);
         return true;
     }
+    /// Listens to the start and the end of the compositor. Without the extension, a change is noticed when
+    /// the panel is opened.
+    void listenToCompositor() {
+        const auto* const extension = xcb_get_extension_data(xcb, &xcb_xfixes_id);
+        const auto selection = atom(xcb, selectionOfCompositor(screenNumber));
+        if (!extension || !extension->present || !selection)
+            return;
+        const auto version = xcb_xfixes_query_version(xcb, 1, 0);
+        const Owned<xcb_xfixes_query_version_reply_t> reply(
+            xcb_xfixes_query_version_reply(xcb, version, nullptr));
+        compositorChanged = static_cast<std::uint8_t>(extension->first_event + XCB_XFIXES_SELECTION_NOTIFY);
+        xcb_xfixes_select_selection_input(xcb, root, selection->atom,
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+        xcb_flush(xcb);
+    }
+    bool tellsCompositor(const xcb_generic_event_t& event) const {
+        return compositorChanged != 0 && typeOf(event) == compositorChanged;
+    }
+    /// Sends a text to every program that reads startup notifications.
+    void broadcast(const std::string& text) const {
+        const auto begin = atom(xcb, "_NET_STARTUP_INFO_BEGIN");
+        const auto more = atom(xcb, "_NET_STARTUP_INFO");
+        if (!begin || !more)
+            return;
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 8;
+        event.window = xcb_generate_id(xcb);
+        event.type = begin->atom;
+        xcb_create_window(xcb, 0, event.window, root, -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
+                          XCB_COPY_FROM_PARENT, 0, nullptr);
+        // The text ends with a zero byte, which may need a message of its own.
+        for (std::size_t sent = 0; sent <= text.size(); sent += sizeof event.data) {
+            const std::string part = text.substr(sent, sizeof event.data);
+            std::ranges::fill(event.data.data8, std::uint8_t{0});
+            std::ranges::copy(part, event.data.data8);
+            xcb_send_event(xcb, 0, root, XCB_EVENT_MASK_PROPERTY_CHANGE,
+                           reinterpret_cast<const char*>(&event));
+            event.type = more->atom;
+        }
+        xcb_destroy_window(xcb, event.window);
+        xcb_flush(xcb);
+    }
 
     int screenNumber = 0;
     xcb_connection_t* xcb;
     xcb_window_t root = XCB_NONE;
+    std::uint8_t compositorChanged = 0; ///< the number of that event; 0 without it
     std::unique_ptr<QSocketNotifier> notifier;
 };
 
@@ -97,19 +170,29 @@ X11Desktop::X11Desktop(std::unique_ptr<Connection> connection) : connection_(std
     connection_->notifier =
         std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection_->xcb), QSocketNotifier::Read);
     connect(connection_->notifier.get(), &QSocketNotifier::activated, this, &X11Desktop::readEvents);
+    connection_->listenToCompositor();
+    if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        return;
+    watchKeyboard();
+    // GNOME's desktop takes the keyboard from no window.
+    if (qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QLatin1String("GNOME")))
+        backdrop_.emplace(connection_->xcb, connection_->screenNumber);
 }
 
 X11Desktop::~X11Desktop() = default;
 
 void X11Desktop::readEvents() {
     while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_->xcb)}) {
-        if ((event->response_type & 0x7f) != XCB_GE_GENERIC)
-            continue;
-        const auto* const generic = reinterpret_cast<const xcb_ge_generic_event_t*>(event.get());
-        if (generic->event_type == XCB_INPUT_RAW_BUTTON_PRESS)
+        if (connection_->tellsCompositor(*event))
+            emit translucencyChanged();
+        switch (firstButtonEvent(*event)) {
+        case XCB_INPUT_RAW_BUTTON_PRESS:
             emit buttonPressed(pointerPosition());
-        else if (generic->event_type == XCB_INPUT_RAW_BUTTON_RELEASE)
+            break;
+        case XCB_INPUT_RAW_BUTTON_RELEASE:
             emit buttonReleased();
+            break;
+        }
     }
     if (!connection_->isUsable())
         connection_->notifier->setEnabled(false);
@@ -122,7 +205,7 @@ QPoint X11Desktop::pointerPosition() const {
 }
 
 bool X11Desktop::hasTranslucency() const {
-    const auto selection = atom(connection_->xcb, "_NET_WM_CM_S" + std::to_string(connection_->screenNumber));
+    const auto selection = atom(connection_->xcb, selectionOfCompositor(connection_->screenNumber));
     if (!selection)
         return false;
     const auto cookie = xcb_get_selection_owner(connection_->xcb, selection->atom);
@@ -143,11 +226,23 @@ std::optional<QPoint> X11Desktop::place(QPoint native) const {
     return std::nullopt;
 }
 
+void X11Desktop::adopt(QWindow& window) {
+    connect(&window, &QWindow::visibleChanged, this, [this](bool isVisible) {
+        if (backdrop_)
+            backdrop_->setShown(isVisible);
+    });
+}
+
 void X11Desktop::prepare(QWindow& window, const WindowPlace& place) {
     WindowSystem::prepare(window, place);
     window.create();
     QGuiApplication::sync(); // makes the window known to our own connection
     hideFromTaskbars(window.winId());
+    setMargins(window.winId(), static_cast<int>(std::lround(place.margin * window.devicePixelRatio())));
+    // The panel opens because the user asked for it, so window managers may give it the keyboard, however
+    // long ago the user last used it.
+    QX11Info::setAppTime(QX11Info::getTimestamp());
+    QX11Info::setAppUserTime(QX11Info::appTime());
 }
 
 void X11Desktop::limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) {
@@ -173,6 +268,25 @@ void X11Desktop::hideFromTaskbars(unsigned long window) const {
         XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(count), values.data());
     // Waits for completion, because Qt adds its own states afterwards.
     const Owned<xcb_generic_error_t> error(xcb_request_check(connection_->xcb, cookie));
+}
+
+/// Window managers that keep windows clear of bars leave this part of the window out.
+void X11Desktop::setMargins(unsigned long window, int width) const {
+    const auto extents = atom(connection_->xcb, "_GTK_FRAME_EXTENTS");
+    if (!extents)
+        return;
+    const std::array<std::uint32_t, 4> margins{
+        static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(width),
+        static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(width)};
+    const auto cookie = xcb_change_property_checked(
+        connection_->xcb, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window), extents->atom,
+        XCB_ATOM_CARDINAL, 32, static_cast<std::uint32_t>(margins.size()), margins.data());
+    const Owned<xcb_generic_error_t> error(xcb_request_check(connection_->xcb, cookie));
+}
+
+void X11Desktop::acceptStart(const std::string& token) {
+    if (!token.empty() && token.size() <= kLongestStart)
+        connection_->broadcast(endOfStart(token));
 }
 
 } // namespace vello

@@ -93,13 +93,45 @@ TEST(PanelGeometryTest, FindsItsCornerWhereThereIsNoIcon) {
 }
 
 TEST(PanelGeometryTest, LetsThePanelGrowAwayFromTheBarOfItsIcon) {
-    const auto growsUpwards = [](const PanelRectangle& available, const PanelRectangle& icon) {
-        return PanelPlacement{available, kPanel}.growsUpwards(icon);
+    const auto grows = [](const PanelRectangle& available, const PanelRectangle& icon) {
+        return PanelPlacement{available, kPanel}.anchor(icon).corner;
     };
-    EXPECT_FALSE(growsUpwards(kUnderTopBar, {1000, 3, 24, 24}));
-    EXPECT_TRUE(growsUpwards(kOverBottomBar, {1000, 1053, 24, 24}));
-    EXPECT_FALSE(growsUpwards(kBesideLeftBar, {18, 500, 24, 24}));
-    EXPECT_TRUE(growsUpwards(kBesideLeftBar, {18, 1050, 24, 24}));
+    EXPECT_EQ(grows(kUnderTopBar, {1000, 3, 24, 24}), ScreenCorner::topRight);
+    EXPECT_EQ(grows(kUnderTopBar, {100, 3, 24, 24}), ScreenCorner::topLeft);
+    EXPECT_EQ(grows(kOverBottomBar, {1000, 1053, 24, 24}), ScreenCorner::bottomRight);
+    EXPECT_EQ(grows(kBesideLeftBar, {18, 500, 24, 24}), ScreenCorner::topLeft);
+    EXPECT_EQ(grows(kBesideLeftBar, {18, 1050, 24, 24}), ScreenCorner::bottomLeft);
+    EXPECT_EQ(grows(kBesideRightBar, {1878, 800, 24, 24}), ScreenCorner::bottomRight);
+}
+
+TEST(PanelGeometryTest, MeasuresFromTheBarWhereTheSystemKeepsWindowsClearOfIt) {
+    const PanelPlacement placement{{0, 0, 1920, 1080}, kPanel};
+    EXPECT_EQ(placement.anchor({1700, 1047, 22, 22}),
+              (PanelAnchor{ScreenCorner::bottomRight, 1920 - 1711 - 172, 8}));
+    EXPECT_EQ(placement.anchor({300, 3, 22, 22}), (PanelAnchor{ScreenCorner::topLeft, 311 - 172, 8}));
+    EXPECT_EQ(placement.anchor({1890, 3, 22, 22}), (PanelAnchor{ScreenCorner::topRight, 8, 8}));
+    EXPECT_EQ(placement.anchor({10, 700, 22, 22}),
+              (PanelAnchor{ScreenCorner::bottomLeft, 8, 1080 - 711 - 200}));
+    EXPECT_EQ(placement.anchor({1885, 1045, 22, 22}), (PanelAnchor{ScreenCorner::bottomRight, 8, 8}));
+}
+
+TEST(PanelGeometryTest, FindsTheBarInTheRoomThatItTakesFromTheScreen) {
+    const PanelRectangle screen{0, 0, 1920, 1080};
+    EXPECT_EQ(barEdge(screen, screen), std::nullopt);
+    EXPECT_EQ(barEdge(screen, kUnderTopBar), ScreenEdge::top);
+    EXPECT_EQ(barEdge(screen, kOverBottomBar), ScreenEdge::bottom);
+    EXPECT_EQ(barEdge(screen, kBesideLeftBar), ScreenEdge::left);
+    EXPECT_EQ(barEdge(screen, kBesideRightBar), ScreenEdge::right);
+    EXPECT_EQ(barEdge(screen, {60, 30, 1860, 1050}), ScreenEdge::top) << "a top bar and a dock at the left";
+}
+
+TEST(PanelGeometryTest, KnowsWhereBarsHaveTheirStatusItems) {
+    EXPECT_EQ(statusCorner(ScreenEdge::top, false), ScreenCorner::topRight);
+    EXPECT_EQ(statusCorner(ScreenEdge::top, true), ScreenCorner::topLeft);
+    EXPECT_EQ(statusCorner(ScreenEdge::bottom, false), ScreenCorner::bottomRight);
+    EXPECT_EQ(statusCorner(ScreenEdge::bottom, true), ScreenCorner::bottomLeft);
+    EXPECT_EQ(statusCorner(ScreenEdge::left, false), ScreenCorner::bottomLeft);
+    EXPECT_EQ(statusCorner(ScreenEdge::right, true), ScreenCorner::bottomRight);
 }
 
 TEST(PanelGeometryTest, TakesTheCornersByTheirNames) {

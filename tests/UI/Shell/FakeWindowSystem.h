@@ -22,6 +22,9 @@ public:
     std::optional<QPoint> place(QPoint native) const override {
         return knowsPlaces ? std::optional(native / 2) : std::nullopt;
     }
+    std::optional<QRect> workArea(const QScreen& screen) const override {
+        return screen.geometry().marginsRemoved(bars);
+    }
     void adopt(QWindow& window) override { adopted.append(&window); }
     void prepare(QWindow& window, const WindowPlace& place) override {
         wasVisibleWhenPrepared = wasVisibleWhenPrepared || window.isVisible();
@@ -32,6 +35,7 @@ public:
         limits = {panel, shadow, cornerRadius};
     }
 
+    QMargins bars = {};
     bool isTranslucent = true;
     bool embedsItems = true;
     bool knowsPlaces = true;

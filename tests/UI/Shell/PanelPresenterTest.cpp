@@ -3,6 +3,7 @@
 
 #include "FakeWindowSystem.h"
 #include "PanelScene.h"
+#include "support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <QGuiApplication>
@@ -25,7 +26,7 @@ protected:
         QGuiApplication::styleHints()->setMouseDoubleClickInterval(doubleClickInterval_);
     }
 
-    PanelPresenter& makePresenter(ScreenCorner corner = ScreenCorner::topRight) {
+    PanelPresenter& makePresenter(std::optional<ScreenCorner> corner = {}) {
         presenter_.emplace(*scene_.model, scene_.theme, windows_, corner);
         return *presenter_;
     }
@@ -81,8 +82,44 @@ TEST_F(PanelPresenterTest, OpensThePanelInTheChosenCornerWhereTheItemsPlaceIsNot
     EXPECT_EQ(panel().bottom(), screen().bottom() - 8);
     ASSERT_EQ(windows_.prepared.size(), 1);
     EXPECT_EQ(windows_.prepared.first().corner, ScreenCorner::bottomLeft);
-    EXPECT_EQ(windows_.prepared.first().inset, 8 - panel().left() + presenter.window()->x())
+    const int inset = 8 - panel().left() + presenter.window()->x();
+    EXPECT_EQ(windows_.prepared.first().horizontal, inset)
         << "so that the panel, not its clear margin, stands 8 from the edges";
+    EXPECT_EQ(windows_.prepared.first().vertical, inset);
+}
+
+TEST_F(PanelPresenterTest, OpensThePanelAtTheBarWhereTheItemsPlaceIsNotKnown) {
+    PanelPresenter& presenter = makePresenter();
+    for (const auto& [bars, corner] : {std::pair(QMargins(0, 30, 0, 0), ScreenCorner::topRight),
+                                       std::pair(QMargins(0, 0, 0, 40), ScreenCorner::bottomRight),
+                                       std::pair(QMargins(60, 0, 0, 0), ScreenCorner::bottomLeft),
+                                       std::pair(QMargins(0, 0, 60, 0), ScreenCorner::bottomRight)}) {
+        windows_.bars = bars;
+        presenter.show(std::nullopt);
+        EXPECT_EQ(windows_.prepared.last().corner, corner);
+        const QRect area = screen().marginsRemoved(bars).adjusted(8, 8, -8, -8);
+        EXPECT_TRUE(area.contains(panel()));
+        EXPECT_EQ(isTop(corner) ? panel().top() : panel().bottom(),
+                  isTop(corner) ? area.top() : area.bottom());
+        EXPECT_EQ(isLeft(corner) ? panel().left() : panel().right(),
+                  isLeft(corner) ? area.left() : area.right());
+        presenter.hide();
+    }
+}
+
+TEST_F(PanelPresenterTest, RemembersWhereTheItemWas) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.toggle(kIcon);
+    const QRect before = panel();
+    presenter.toggle(kIcon);
+    presenter.show(std::nullopt);
+    EXPECT_EQ(panel(), before);
+}
+
+TEST_F(PanelPresenterTest, ForgetsAPlaceThatIsOnNoScreen) {
+    PanelPresenter& presenter = makePresenter(ScreenCorner::bottomLeft);
+    presenter.show(kIcon.translated(10'000, 0));
+    EXPECT_EQ(panel().left(), screen().left() + 8);
 }
 
 TEST_F(PanelPresenterTest, HandsTheWindowToTheWindowSystemBeforeItIsShown) {
@@ -129,7 +166,9 @@ TEST_F(PanelPresenterTest, StaysOpenWhileTheUserIsAskedForConsentAndShowsTheAnsw
     PanelPresenter& presenter = makePresenter();
     presenter.show(kIcon);
     scene_.authorization.isQuestionOpen = true;
+    QCoreApplication::processEvents();
     click(screen().bottomLeft()); // a button of the question
+    emit windows_.keyboardLost();
     EXPECT_TRUE(presenter.isPanelVisible());
     EXPECT_TRUE(scene_.model->isAskingForConsent());
     scene_.authorization.isQuestionOpen = false;
@@ -137,6 +176,63 @@ TEST_F(PanelPresenterTest, StaysOpenWhileTheUserIsAskedForConsentAndShowsTheAnsw
     EXPECT_TRUE(scene_.model->isAuthorized());
     click(screen().bottomLeft());
     EXPECT_FALSE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, ClosesWhenItLosesTheKeyboardAndStaysClosedAtTheSameClick) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    emit windows_.keyboardLost();
+    EXPECT_TRUE(presenter.isPanelVisible()) << "it does not have the keyboard yet";
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(presenter.window()->isActive());
+    emit windows_.keyboardLost();
+    EXPECT_FALSE(presenter.isPanelVisible());
+    presenter.toggle(kIcon); // the press that took the keyboard was on the item
+    EXPECT_FALSE(presenter.isPanelVisible());
+    presenter.toggle(kIcon);
+    EXPECT_TRUE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, ClosesAtAPressThatTheWindowSystemCaughtOutside) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    emit windows_.pressedOutside();
+    EXPECT_FALSE(presenter.isPanelVisible());
+    presenter.toggle(kIcon);
+    EXPECT_TRUE(presenter.isPanelVisible()) << "the press was not on the item";
+}
+
+TEST_F(PanelPresenterTest, TakesTheShapeAndPlaceThatAStoppedCompositorLeavesIt) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    const QRect before = panel();
+    windows_.isTranslucent = false;
+    emit windows_.translucencyChanged();
+    EXPECT_TRUE(waitUntil([this] { return windows_.limits.cornerRadius > 0.0; }));
+    EXPECT_TRUE(presenter.isPanelVisible());
+    EXPECT_EQ(panel(), before);
+}
+
+TEST_F(PanelPresenterTest, StandsOnAScreenAgainAfterItsScreenWentAway) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(std::nullopt);
+    emit windows_.windowClosed();
+    EXPECT_FALSE(presenter.isPanelVisible());
+    emit qGuiApp->screenRemoved(QGuiApplication::primaryScreen());
+    EXPECT_TRUE(waitUntil([&] { return presenter.isPanelVisible(); }));
+}
+
+TEST_F(PanelPresenterTest, FollowsTheBarOfItsScreen) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(std::nullopt);
+    ASSERT_EQ(panel().top(), screen().top() + 8);
+    windows_.bars = {0, 0, 0, 40};
+    emit QGuiApplication::primaryScreen()->availableGeometryChanged({});
+    EXPECT_TRUE(waitUntil([this] { return panel().bottom() == screen().bottom() - 48; }));
+    EXPECT_TRUE(presenter.isPanelVisible());
+    emit QGuiApplication::primaryScreen()->availableGeometryChanged({});
+    presenter.hide();
+    EXPECT_EQ(windows_.prepared.size(), 2);
 }
 
 TEST_F(PanelPresenterTest, StaysClosedAfterTheClickOnTheItemThatClosedIt) {

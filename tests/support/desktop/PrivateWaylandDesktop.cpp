@@ -76,6 +76,7 @@ PrivateWaylandDesktop::PrivateWaylandDesktop(const Environment& session, std::fi
     startCompositor(session);
     environment_.erase("DISPLAY");
     environment_["WAYLAND_DISPLAY"] = socketIn(compositorFolder_);
+    environment_["SWAYSOCK"] = compositorFolder_ / "sway";
     const Environment desktop{
         {"XDG_SESSION_TYPE", "wayland"},  {"GDK_BACKEND", "wayland"},
         {"GSETTINGS_BACKEND", "memory"},  {"QT_QPA_PLATFORM", "wayland"},
@@ -104,6 +105,7 @@ void PrivateWaylandDesktop::startCompositor(const Environment& session) {
     environment["DISPLAY"] = screen_.name();
     environment["HOME"] = compositorFolder_;
     environment["XDG_RUNTIME_DIR"] = compositorFolder_;
+    environment["SWAYSOCK"] = compositorFolder_ / "sway";
     environment.insert({{"WLR_BACKENDS", "x11"}, {"WLR_RENDERER", "pixman"}, {"LIBSEAT_BACKEND", "noop"}});
     const auto command = asOrdinaryUser({"sway", "--config", (compositorFolder_ / "config").string()});
     compositor_ = std::make_unique<ChildProcess>(command, environment, folder_ / "sway.log");

@@ -29,6 +29,7 @@ PressControl {
         NameText {
             Layout.fillWidth: true
             text: root.title
+            isHintWanted: root.hint === "" // which has the whole name
         }
         Symbol {
             name: "chevron.down"
@@ -45,6 +46,6 @@ PressControl {
 
     Hint {
         text: root.hint
-        visible: root.hovered && !root.down && root.hint !== ""
+        isWanted: root.hovered && !root.down
     }
 }

@@ -19,6 +19,6 @@ Symbol {
     }
     Hint {
         text: root.hint
-        visible: hover.hovered && root.visible
+        isWanted: hover.hovered && root.visible
     }
 }

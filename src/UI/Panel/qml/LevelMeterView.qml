@@ -44,7 +44,7 @@ Item {
     }
     Hint {
         text: qsTr("Louder than full scale: lower the volume or the bands")
-        visible: hover.hovered && root.isClipping
+        isWanted: hover.hovered && root.isClipping
     }
     LevelFollower {
         id: shown

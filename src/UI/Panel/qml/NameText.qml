@@ -6,6 +6,8 @@ import Vello
 Text {
     id: root
 
+    property bool isHintWanted: true
+
     textFormat: Text.PlainText
     elide: Text.ElideRight
     maximumLineCount: 1
@@ -16,7 +18,7 @@ Text {
         id: hover
     }
     Hint {
-        isWanted: hover.hovered && root.truncated
+        isWanted: hover.hovered && root.truncated && root.isHintWanted
         text: root.text
     }
 }

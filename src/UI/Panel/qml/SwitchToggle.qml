@@ -33,8 +33,7 @@ ToggleControl {
             height: root.trackHeight - 2 * inset
             radius: height / 2
             color: root.isOn ? Theme.knobOn : Theme.knobOff
-            border.width: root.isOn ? 0 : 1
-            border.color: Theme.controlRim
+            rimColor: root.isOn ? "transparent" : Theme.controlRim
         }
     }
 }
