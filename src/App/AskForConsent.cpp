@@ -8,6 +8,7 @@
 #include "Platform/Linux/System/SpawnedProgram.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
 #include <unistd.h>
@@ -27,6 +28,12 @@ bool isOnTerminal() {
            ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
 }
 
+/// The window for the question comes with the panel, which an installation need not have.
+bool canAskOnScreen() {
+    return (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY")) &&
+           std::filesystem::exists(companionProgram(kConsentQuestionProgram));
+}
+
 Consent askOnScreen() {
     switch (awaitExitCode(spawnProgram({companionProgram(kConsentQuestionProgram).string()}))) {
     case kExitConsentAllowed:
@@ -43,7 +50,7 @@ Consent askOnScreen() {
 Consent askForConsent() {
     if (isOnTerminal())
         return askOnTerminal(std::cin, std::cerr);
-    if (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY"))
+    if (canAskOnScreen())
         return askOnScreen();
     throw std::runtime_error("there is neither a terminal nor a screen to ask on; to allow VELLO to capture "
                              "what applications play: vello permission allow");

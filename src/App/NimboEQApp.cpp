@@ -44,7 +44,7 @@ int startPanel(const ParsedCommand& parsed, char** arguments) {
     std::string background = kInBackground;
     char* const words[] = {arguments[0], parsed.isInBackground ? background.data() : nullptr, nullptr};
     ::execv(program.c_str(), words);
-    return failure("its program vello-panel is missing; install VELLO again");
+    return failure("its program vello-panel is missing; install the package vello-panel, or VELLO again");
 }
 
 int runPermissionCommand(const ParsedCommand& parsed) {

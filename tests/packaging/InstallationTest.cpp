@@ -155,6 +155,19 @@ TEST_F(InstallationTest, SaysThatThereIsNoScreen) {
     EXPECT_THAT(vello.output(), HasSubstr("there is no screen here; run vello --headless"));
 }
 
+TEST_F(InstallationTest, SaysWhatToDoWithoutThePanel) {
+    for (const char* const name : {"vello-panel", "vello-consent-question"})
+        fs::remove(installed("libexec/vello") / name);
+    auto environment = bareEnvironment();
+    environment["DISPLAY"] = "none";
+    ChildProcess panel({program()}, environment, outputs_ / "panel.log");
+    ASSERT_TRUE(panel.waitForExit(10s));
+    EXPECT_THAT(panel.output(), HasSubstr("install the package vello-panel"));
+    ChildProcess question({program(), "permission", "ask"}, environment, outputs_ / "question.log");
+    ASSERT_TRUE(question.waitForExit(10s));
+    EXPECT_THAT(question.output(), HasSubstr("vello permission allow"));
+}
+
 TEST_F(InstallationTest, DescribesItselfAsDesktopsUnderstandIt) {
     EXPECT_EQ(
         run({"desktop-file-validate", share("applications/com.quorvin.Vello.desktop")}, bareEnvironment()),
