@@ -192,6 +192,8 @@ void X11Desktop::readEvents() {
         case XCB_INPUT_RAW_BUTTON_RELEASE:
             emit buttonReleased();
             break;
+        default:
+            break;
         }
     }
     if (!connection_->isUsable())

@@ -227,10 +227,11 @@ TEST_F(PanelPresenterTest, FollowsTheBarOfItsScreen) {
     presenter.show(std::nullopt);
     ASSERT_EQ(panel().top(), screen().top() + 8);
     windows_.bars = {0, 0, 0, 40};
-    emit QGuiApplication::primaryScreen()->availableGeometryChanged({});
+    QScreen& itsScreen = *QGuiApplication::primaryScreen();
+    emit itsScreen.availableGeometryChanged({});
     EXPECT_TRUE(waitUntil([this] { return panel().bottom() == screen().bottom() - 48; }));
     EXPECT_TRUE(presenter.isPanelVisible());
-    emit QGuiApplication::primaryScreen()->availableGeometryChanged({});
+    emit itsScreen.availableGeometryChanged({});
     presenter.hide();
     EXPECT_EQ(windows_.prepared.size(), 2);
 }

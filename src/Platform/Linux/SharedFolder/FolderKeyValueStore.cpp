@@ -70,7 +70,7 @@ std::size_t hashOf(std::string_view content) {
 /// When the file got its place or content, which no program can choose, for a copy neither. Absent if it is
 /// missing.
 std::optional<std::string> timeOfPlacement(const fs::path& file) {
-    struct stat status {};
+    struct stat status = {};
     if (::stat(file.c_str(), &status) != 0)
         return std::nullopt;
     return std::to_string(status.st_ctim.tv_sec) + "." + std::to_string(status.st_ctim.tv_nsec);
