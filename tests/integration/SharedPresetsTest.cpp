@@ -246,12 +246,18 @@ public:
     }
 
     std::filesystem::path place(std::size_t i) const { return folder_ / ("place" + std::to_string(i)); }
+    /// The second starts when the first listens. If both called before the other listened, they would not try
+    /// again for minutes.
     void start() {
-        for (std::size_t i = 0; i < 2; ++i)
+        ++starts_;
+        for (std::size_t i = 0; i < 2; ++i) {
             programs_[i] = std::make_unique<ChildProcess>(
                 std::vector<std::string>{"syncthing", "--home=" + home(i).string(), "--no-browser",
                                          "--no-restart"},
                 environment(), folder_ / "syncthing.log");
+            EXPECT_TRUE(programs_[i]->awaitOutput(
+                "TCP listener (127.0.0.1:" + std::to_string(ports_[i]) + ") starting", starts_, 20s));
+        }
     }
     void stop() {
         for (auto& program : programs_)
@@ -297,6 +303,7 @@ private:
     std::string devices_;
     std::string members_;
     std::array<std::unique_ptr<ChildProcess>, 2> programs_;
+    int starts_ = 0;
 };
 
 TEST(SharedPresetsOverSyncthing, MachinesThatEditedApartHaveTheSameList) {
