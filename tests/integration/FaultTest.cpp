@@ -67,6 +67,23 @@ TEST_F(VelloFaults, EndsSoonWhileTheSessionManagerStandsStill) {
     }));
 }
 
+/// The captured samples of many cycles have nowhere to go.
+TEST_F(VelloFaults, PlaysAgainAfterItsOutputTookNothingForManyCycles) {
+    openSession();
+    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
+    play({.name = "player", .applicationID = "org.example.player"});
+    startVello();
+    ASSERT_TRUE(awaitWay("output-a", Way::tapped));
+    const auto tap = captures(graph().state()).front() + "-output";
+    session().sessionManager().signal(SIGSTOP); // nothing is linked anew until it continues
+    graph().unlink(tap, "output-a");
+    graph().suspend(tap);
+    monitor("output-a").record(12 * 1024);
+    connectByHand(tap, "output-a");
+    session().sessionManager().signal(SIGCONT);
+    EXPECT_TRUE(awaitWay("output-a", Way::tapped));
+}
+
 TEST_F(VelloFaults, BringsEveryTapBackAfterTheServerWasKilled) {
     openSession();
     writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});

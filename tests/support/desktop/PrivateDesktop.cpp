@@ -80,7 +80,8 @@ void PrivateDesktop::startWindowManager() {
     const auto file = folder_ / "openbox.xml";
     std::ofstream(file) << kWindowManagerConfiguration;
     windowManager_ = start("openbox", {"openbox", "--sm-disable", "--config-file", file.string()});
-    require([this] { return screen_.hasWindowManager(); }, "the window manager");
+    require([this] { return screen_.hasWindowManager() && screen_.awaitWindowsShown(1s); },
+            "the window manager");
 }
 
 void PrivateDesktop::startTrayHost(TrayHost host) {

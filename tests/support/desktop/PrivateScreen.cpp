@@ -129,7 +129,7 @@ bool PrivateScreen::hasKeyboard(const ScreenWindow& window) const {
     return reply && reply->focus == window.id;
 }
 
-void PrivateScreen::openWindow(const std::string& name, QRect area) {
+std::uint32_t PrivateScreen::makeWindow(const std::string& name, QRect area) const {
     auto* const xcb = connection_->xcb();
     const xcb_window_t window = xcb_generate_id(xcb);
     xcb_create_window(xcb, XCB_COPY_FROM_PARENT, window, connection_->root(),
@@ -139,8 +139,25 @@ void PrivateScreen::openWindow(const std::string& name, QRect area) {
                       &connection_->screen().white_pixel);
     xcb_change_property(xcb, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                         static_cast<std::uint32_t>(name.size()), name.c_str());
-    xcb_map_window(xcb, window);
+    return window;
+}
+
+void PrivateScreen::openWindow(const std::string& name, QRect area) {
+    xcb_map_window(connection_->xcb(), makeWindow(name, area));
     connection_->synchronize();
+}
+
+bool PrivateScreen::awaitWindowsShown(std::chrono::milliseconds timeout) const {
+    const xcb_window_t window = makeWindow("probe", {0, 0, 1, 1});
+    const bool isShown = waitUntil(
+        [&] {
+            xcb_map_window(connection_->xcb(), window);
+            return isViewable(*connection_, window);
+        },
+        timeout);
+    xcb_destroy_window(connection_->xcb(), window);
+    connection_->synchronize();
+    return isShown;
 }
 
 bool PrivateScreen::hasWindowManager() const {

@@ -56,6 +56,9 @@ public:
     /// Shows a plain window of the test, which is closed with the screen.
     void openWindow(const std::string& name, QRect area);
     bool hasWindowManager() const;
+    /// Waits until the window manager shows a window that asks for it. A window manager owns the screen some
+    /// time before that, and may drop what is asked of it in between. Returns false on timeout.
+    bool awaitWindowsShown(std::chrono::milliseconds timeout) const;
     bool hasCompositor() const;
     /// Whether a program embeds icons with the old X11 tray protocol.
     bool hasEmbeddingTray() const;
@@ -92,6 +95,7 @@ public:
     class Connection;
 
 private:
+    std::uint32_t makeWindow(const std::string& name, QRect area) const;
     void awaitEvent(std::chrono::milliseconds timeout) const;
 
     std::unique_ptr<ChildProcess> server_;

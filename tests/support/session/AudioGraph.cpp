@@ -123,6 +123,18 @@ void AudioGraph::link(const std::string& outputPort, const std::string& inputPor
     mirror_->createLink(*output, *input);
 }
 
+void AudioGraph::unlink(const std::string& outputName, const std::string& inputName) {
+    const auto known = state();
+    const auto* output = known.nodeNamed(outputName);
+    const auto* input = known.nodeNamed(inputName);
+    if (output == nullptr || input == nullptr)
+        throw std::runtime_error("no nodes " + outputName + " and " + inputName);
+    for (const auto& [id, link] : known.links)
+        if (link.outputNode == output->id && link.inputNode == input->id)
+            mirror_->destroyObject(id);
+    waitUntil([&](const GraphState& later) { return !later.isLinked(outputName, inputName); });
+}
+
 void AudioGraph::chooseDefaultOutput(const std::string& outputName) {
     const nlohmann::json value = {{"name", outputName}};
     setMetadata(0, "default.configured.audio.sink", "Spa:String:JSON", value.dump());
@@ -141,6 +153,14 @@ void AudioGraph::destroyOutput(const std::string& name) {
         throw std::runtime_error("no output " + name);
     mirror_->destroyObject(output->id);
     waitUntil([&](const GraphState& later) { return later.nodeNamed(name) == nullptr; });
+}
+
+void AudioGraph::suspend(const std::string& name) {
+    const auto known = state();
+    const auto* node = known.nodeNamed(name);
+    if (node == nullptr)
+        throw std::runtime_error("no node " + name);
+    mirror_->suspendNode(node->id);
 }
 
 void AudioGraph::forceSampleRate(int sampleRate) {

@@ -100,11 +100,15 @@ public:
     /// Links an output port to an input port, both "NODE:PORT", as soon as they exist, as a patchbay does.
     /// The link stays until one of the nodes is gone.
     void link(const std::string& outputPort, const std::string& inputPort);
+    /// Destroys all links from one node to another.
+    void unlink(const std::string& outputName, const std::string& inputName);
     /// Chooses the default output as a settings panel does for the user.
     void chooseDefaultOutput(const std::string& outputName);
     /// Creates another virtual output, which stays until destroyOutput. Returns once the server lists it.
     void createOutput(const std::string& name, const std::string& description);
     void destroyOutput(const std::string& name);
+    /// Takes a node's format and buffers, as a session manager does before it gives it other ports.
+    void suspend(const std::string& name);
     /// Forces the rate of the graph, in Hz.
     void forceSampleRate(int sampleRate);
     /// Forces the quantum of the graph, in frames.

@@ -316,6 +316,12 @@ void AudioGraph::Mirror::createLink(std::uint32_t outputPort, std::uint32_t inpu
     created_.push_back(static_cast<pw_proxy*>(proxy));
 }
 
+void AudioGraph::Mirror::suspendNode(std::uint32_t id) {
+    const PipeWireConnection::Guard guard(connection_);
+    const spa_command suspend = SPA_NODE_COMMAND_INIT(SPA_NODE_COMMAND_Suspend);
+    callInterface(bound_.at(id)->proxy, &pw_node_methods::send_command, &suspend);
+}
+
 void AudioGraph::Mirror::destroyObject(std::uint32_t id) {
     const PipeWireConnection::Guard guard(connection_);
     callInterface(registry_, &pw_registry_methods::destroy, id);

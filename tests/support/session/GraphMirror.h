@@ -36,6 +36,7 @@ public:
     void createOutput(const std::string& name, const std::string& description);
     void createLink(std::uint32_t outputPort, std::uint32_t inputPort);
     void destroyObject(std::uint32_t id);
+    void suspendNode(std::uint32_t id);
 
 private:
     /// One object of the server with a listener.

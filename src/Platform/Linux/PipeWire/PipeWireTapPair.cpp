@@ -99,10 +99,7 @@ pw_buffer* newestBuffer(pw_stream* capture) noexcept {
 } // namespace
 
 struct PipeWireTapPair::Callbacks {
-    /// The capture side has received its samples. The playback side processes them in the same cycle.
-    static void captured(void* data) {
-        pw_stream_trigger_process(static_cast<PipeWireTapPair*>(data)->playback_);
-    }
+    static void captured(void* data) { static_cast<PipeWireTapPair*>(data)->captured(); }
     static void process(void* data) { static_cast<PipeWireTapPair*>(data)->process(); }
     static void parameterChanged(void* data, std::uint32_t id, const spa_pod* parameter) {
         if (id == SPA_PARAM_Format && parameter != nullptr)
@@ -222,7 +219,21 @@ void PipeWireTapPair::exchange(const IOProc* next) noexcept {
         std::this_thread::yield();
 }
 
+void PipeWireTapPair::captured() noexcept {
+    ++cyclesWaiting_;
+    pw_stream_trigger_process(playback_);
+    // A playback side without links has no buffers of its own and processes nothing. Once every buffer of the
+    // capture side waited for it, the capture side would never be called again, and the application stay
+    // silent for good.
+    if (cyclesWaiting_ < quirks::kStreamBuffers - 1)
+        return;
+    cyclesWaiting_ = 0;
+    if (pw_buffer* unwanted = newestBuffer(capture_))
+        pw_stream_queue_buffer(capture_, unwanted);
+}
+
 void PipeWireTapPair::process() noexcept {
+    cyclesWaiting_ = 0;
     const auto bytesPerFrame = channels_ * static_cast<std::uint32_t>(sizeof(float));
     pw_buffer* captured = newestBuffer(capture_);
     pw_buffer* played = pw_stream_dequeue_buffer(playback_);

@@ -85,6 +85,8 @@ private:
     pw_stream* makeCapture(pw_core* core, const Description& description);
     pw_stream* makePlayback(pw_core* core, const Description& description);
     void exchange(const IOProc* next) noexcept;
+    /// The capture side has received its samples. The playback side processes them in the same cycle.
+    void captured() noexcept;
     void process() noexcept;
     void formatKnown(const spa_pod* format);
 
@@ -96,6 +98,8 @@ private:
     spa_hook captureHook_{};
     spa_hook playbackHook_{};
     double sampleRate_ = 0;
+    /// Cycles captured since the playback side processed one. Used by the data thread only.
+    int cyclesWaiting_ = 0;
 
     // The callback in use, and the one before it. Both atomics are sequentially consistent: exchange() writes
     // one and then waits for the other; process() sets the other and then reads the first. So at least one of
