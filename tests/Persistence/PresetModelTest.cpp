@@ -2,21 +2,15 @@
 // Two to four machines edit their presets, are killed, and exchange files in any order and in every way in
 // which programs do that.
 #include "PresetModel/Schedule.h"
+#include "support/CaseCount.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace vello::presetmodel {
 namespace {
 
 int schedules() {
-    const char* const wanted = std::getenv("VELLO_SCHEDULES");
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return wanted != nullptr ? std::atoi(wanted) : 1000;
-#else
-    return wanted != nullptr ? std::atoi(wanted) : 10000;
-#endif
+    return test::caseCount("VELLO_SCHEDULES", 10000);
 }
 
 void runSchedules(unsigned firstSeed, int count, const Schedule::Options& options) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SettingsStoreFixture.h"
+#include "support/CaseCount.h"
 
 #include <array>
 #include <random>
@@ -9,7 +10,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kFiles = 100'000;
 constexpr int kFilesPerSave = 1'000; ///< a save waits for the disk, a load does not
 
 constexpr std::array<std::string_view, 24> kTokens{
@@ -91,9 +91,10 @@ protected:
 };
 
 TEST_F(SettingsMutationTest, AMutatedFileLoadsOrIsKeptAsideWhole) {
+    const int files = test::caseCount("VELLO_MUTATED_FILES", 100'000);
     Mutator mutator;
     int loaded = 0;
-    for (int i = 0; i < kFiles; ++i) {
+    for (int i = 0; i < files; ++i) {
         const std::string content = mutator.next();
         writeFile(content);
         const StoredSettings settings = store_.load();
@@ -112,8 +113,8 @@ TEST_F(SettingsMutationTest, AMutatedFileLoadsOrIsKeptAsideWhole) {
         fs::remove(aside_);
         log_.clear();
     }
-    EXPECT_GT(loaded, kFiles / 10);
-    EXPECT_LT(loaded, kFiles - kFiles / 10);
+    EXPECT_GT(loaded, files / 10);
+    EXPECT_LT(loaded, files - files / 10);
 }
 
 } // namespace
