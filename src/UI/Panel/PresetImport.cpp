@@ -46,7 +46,8 @@ QString PresetImport::summary() const {
         return failure_;
     if (presets_.size() > 1)
         return canSave({})
-                   ? tr("The file holds %1 presets.").arg(presets_.size())
+                   ? QString::fromStdString(localizedPlural("The file holds %1 preset.",
+                                                            "The file holds %1 presets.", presets_.size()))
                    : tr("A preset in the file has a name that cannot be used. Correct it in the file.");
     const FitError& error = presets_.front().error;
     if (error.largest < 0.05)

@@ -102,6 +102,7 @@ Item {
         LabelButton {
             id: reset
 
+            // TRANSLATORS: Sets all bands to zero.
             text: qsTr("Reset")
             symbol: "arrow.counterclockwise"
             enabled: !root.equalizer.isFlat
