@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <optional>
+#include <unicode/locid.h>
 
 namespace vello {
 namespace {
@@ -92,6 +93,10 @@ std::string_view preferredLanguage(const Environment& environment) {
 
 void setLanguage(std::string_view language) noexcept {
     catalogueInUse.store(catalogueOf(language), std::memory_order_relaxed);
+}
+
+bool isLanguageRightToLeft() {
+    return icu::Locale(std::string(catalogue().language).c_str()).isRightToLeft() != 0;
 }
 
 std::string localized(std::string_view english) {

@@ -36,6 +36,9 @@ std::string_view preferredLanguage(const Environment& environment);
 /// startup: texts already on screen do not change. Any thread.
 void setLanguage(std::string_view language) noexcept;
 
+/// Whether that language is written from right to left.
+bool isLanguageRightToLeft();
+
 /// Marks a text that is looked up later, where it is shown; it needs a translation, too.
 constexpr std::string_view wordingKey(std::string_view english) noexcept {
     return english;

@@ -37,7 +37,7 @@ TEST_F(LocalizationTest, RewordsEveryTextThatNamesAnotherSystem) {
         for (const Wording& entry : wordings(language)) {
             EXPECT_EQ(localized(entry.english), entry.wording);
             EXPECT_EQ(entry.wording.find("Mac"), std::string_view::npos) << entry.wording;
-            EXPECT_EQ(entry.wording.find("mac"), std::string_view::npos) << entry.wording;
+            EXPECT_EQ(entry.wording.find("macOS"), std::string_view::npos) << entry.wording;
         }
     }
 }
@@ -79,11 +79,27 @@ TEST_F(LocalizationTest, TakesTheFormOfAPlural) {
     EXPECT_EQ(presets(1000), "Die Datei enthält 1000 Presets.");
     setLanguage("ja");
     EXPECT_EQ(presets(1), "ファイルには1個のプリセットがあります。");
+    setLanguage("pl");
+    EXPECT_EQ(presets(1), "Plik zawiera 1 preset.");
+    EXPECT_EQ(presets(22), "Plik zawiera 22 presety.");
+    EXPECT_EQ(presets(12), "Plik zawiera 12 presetów.");
+    setLanguage("ar");
+    EXPECT_EQ(presets(3), "في الملف 3 إعدادات مسبقة.");
+    EXPECT_EQ(presets(11), "في الملف 11 إعدادًا مسبقًا.");
+    EXPECT_EQ(presets(100), "في الملف 100 إعداد مسبق.");
 }
 
 TEST_F(LocalizationTest, AnswersTheEnglishTextInAContextThatHasNoTranslation) {
     setLanguage("de");
     EXPECT_EQ(localizedInContext("of a shelf", "Flat"), "Flat");
+}
+
+TEST_F(LocalizationTest, TellsWhereALanguageBegins) {
+    EXPECT_FALSE(isLanguageRightToLeft());
+    setLanguage("ar");
+    EXPECT_TRUE(isLanguageRightToLeft());
+    setLanguage("zh_CN");
+    EXPECT_FALSE(isLanguageRightToLeft());
 }
 
 TEST_F(LocalizationTest, AnswersInALanguageThatIsNotTheUsers) {
@@ -99,13 +115,23 @@ TEST_F(LocalizationTest, TakesTheLanguageFromTheLocaleOfMessages) {
     EXPECT_EQ(preferredWith({{"LC_ALL", "de@euro"}, {"LC_MESSAGES", "ja_JP"}}), "de");
     EXPECT_EQ(preferredWith({{"LC_ALL", ""}, {"LANG", "ja"}}), "ja");
     EXPECT_EQ(preferredWith({{"LANG", "den_CA"}}), "en");
+    EXPECT_EQ(preferredWith({{"LANG", "ar_EG.UTF-8"}}), "ar");
+    EXPECT_EQ(preferredWith({{"LANG", "es_MX.UTF-8"}}), "es");
     EXPECT_EQ(preferredWith({}), "en");
 }
 
+TEST_F(LocalizationTest, TakesALanguageOfACountryOnlyForThatOne) {
+    EXPECT_EQ(preferredWith({{"LANG", "pt_BR.UTF-8"}}), "pt_BR");
+    EXPECT_EQ(preferredWith({{"LANG", "pt_PT.UTF-8"}}), "en");
+    EXPECT_EQ(preferredWith({{"LANG", "pt_PT.UTF-8"}, {"LANGUAGE", "pt_PT:pt"}}), "pt_BR");
+    EXPECT_EQ(preferredWith({{"LANG", "zh_CN.GB18030"}}), "zh_CN");
+    EXPECT_EQ(preferredWith({{"LANG", "zh_TW.UTF-8"}}), "en");
+}
+
 TEST_F(LocalizationTest, TakesTheFirstLanguageOfTheUsersListThatItHas) {
-    EXPECT_EQ(preferredWith({{"LANG", "en_US"}, {"LANGUAGE", "fr:ja:de"}}), "ja");
-    EXPECT_EQ(preferredWith({{"LANG", "de_DE"}, {"LANGUAGE", "fr::en_GB"}}), "en");
-    EXPECT_EQ(preferredWith({{"LANG", "de_DE"}, {"LANGUAGE", "fr:"}}), "de");
+    EXPECT_EQ(preferredWith({{"LANG", "en_US"}, {"LANGUAGE", "da:ja:de"}}), "ja");
+    EXPECT_EQ(preferredWith({{"LANG", "de_DE"}, {"LANGUAGE", "da::en_GB"}}), "en");
+    EXPECT_EQ(preferredWith({{"LANG", "de_DE"}, {"LANGUAGE", "da:"}}), "de");
     EXPECT_EQ(preferredWith({{"LANG", "C"}, {"LANGUAGE", "de"}}), "en");
 }
 
