@@ -3,6 +3,7 @@
 
 #include "PanelScene.h"
 #include "UI/Appearance/AppearanceWords.h"
+#include "UI/Appearance/DesktopAppearance.h"
 #include "Wallpaper.h"
 
 #include <QGuiApplication>
@@ -258,6 +259,7 @@ int main(int argumentCount, char** arguments) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication application(argumentCount, arguments);
     vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
+    vello::adoptLayoutDirection();
     if (argumentCount != 4 && argumentCount != 5) {
         std::fprintf(stderr, "panel_picture SCENE LOOK FILE.png [dusk|dawn|white|black|busy]\n");
         return 2;
@@ -266,7 +268,7 @@ int main(int argumentCount, char** arguments) {
     for (const QString& complaint : look.complaints)
         std::fprintf(stderr, "%s\n", qPrintable(complaint));
     if (!look.choices.isRightToLeft)
-        look.choices.isRightToLeft = vello::isLanguageRightToLeft();
+        look.choices.isRightToLeft = QGuiApplication::isRightToLeft();
     vello::Appearance appearance = look.choices.appearance();
     appearance.isMotionReduced = true; // no animation is caught halfway
     const char* const behind = argumentCount == 5 ? arguments[4] : appearance.isDark ? "dusk" : "dawn";
