@@ -2,6 +2,7 @@
 # What the project takes from Debian, as imported targets.
 
 find_package(PkgConfig REQUIRED)
+find_program(MSGFMT msgfmt REQUIRED) # of gettext, for the translations
 pkg_check_modules(HIGHWAY REQUIRED IMPORTED_TARGET libhwy)
 find_package(Eigen3 REQUIRED NO_MODULE)
 find_package(nlohmann_json REQUIRED)

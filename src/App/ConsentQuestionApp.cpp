@@ -20,6 +20,7 @@ int main(int argumentCount, char** arguments) {
     vello::useUTF8();
     const QApplication application(argumentCount, arguments);
     vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
+    vello::adoptLayoutDirection();
     QGuiApplication::setApplicationDisplayName(vello::kApplicationName);
     QGuiApplication::setDesktopFileName(vello::kBundleIdentifier);
     vello::ConsentQuestion question;

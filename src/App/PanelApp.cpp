@@ -7,6 +7,7 @@
 #include "OnlyInstance.h"
 #include "Platform/Linux/Applications/AutostartLoginItem.h"
 #include "Platform/Linux/System/CharacterEncoding.h"
+#include "UI/Appearance/DesktopAppearance.h"
 #include "UI/ApplicationIcons/ApplicationIconImages.h"
 #include "UI/Shell/PanelShell.h"
 
@@ -77,6 +78,7 @@ int runPanel(int argumentCount, char** arguments) {
     LinuxApplication application(instance.guard(),
                                  {.syncFolder = chosen ? chosen : "",
                                   .consentQuestion = {mainProgram().string(), "permission", "ask"}});
+    adoptLayoutDirection();
     AutostartLoginItem loginItem(AutostartPlaces::fromEnvironment(processEnvironment()),
                                  {mainProgram().string(), kInBackground});
     LaunchAtLoginController launchAtLogin(loginItem);

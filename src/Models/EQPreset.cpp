@@ -17,12 +17,15 @@ struct Curve {
 };
 
 constexpr std::array<Curve, 6> kCurves{{
-    {EQPreset::flat, "flat", "Flat", {0, 0, 0, 0, 0, 0, 0, 0}},
-    {EQPreset::reduceBass, "reduceBass", "Reduce Bass", {-6, -5, -3.5, -1.5, 0, 0, 0, 0}},
-    {EQPreset::bassBoost, "bassBoost", "Bass Boost", {6, 5, 3.5, 1.5, 0, 0, 0, 0}},
-    {EQPreset::vocal, "vocal", "Vocal", {-2, -1, 0, 2, 4, 4, 2, 0}},
-    {EQPreset::podcast, "podcast", "Podcast", {-6, -2, 1, 3, 4, 3, 2, 0}},
-    {EQPreset::bright, "bright", "Bright", {0, 0, 0, 0, 1, 3, 5, 6}},
+    // TRANSLATORS: A curve that changes nothing.
+    {EQPreset::flat, "flat", wordingKey("Flat"), {0, 0, 0, 0, 0, 0, 0, 0}},
+    {EQPreset::reduceBass, "reduceBass", wordingKey("Reduce Bass"), {-6, -5, -3.5, -1.5, 0, 0, 0, 0}},
+    {EQPreset::bassBoost, "bassBoost", wordingKey("Bass Boost"), {6, 5, 3.5, 1.5, 0, 0, 0, 0}},
+    // TRANSLATORS: A curve for singing.
+    {EQPreset::vocal, "vocal", wordingKey("Vocal"), {-2, -1, 0, 2, 4, 4, 2, 0}},
+    {EQPreset::podcast, "podcast", wordingKey("Podcast"), {-6, -2, 1, 3, 4, 3, 2, 0}},
+    // TRANSLATORS: A curve with more treble.
+    {EQPreset::bright, "bright", wordingKey("Bright"), {0, 0, 0, 0, 1, 3, 5, 6}},
 }};
 
 template <std::size_t... Index> constexpr auto presets(std::index_sequence<Index...>) {

@@ -37,6 +37,7 @@ double numberIn(const json& object, const std::string& key, double lowest, doubl
     const json* member = memberOf(object, key);
     const double number = member && member->is_number() ? member->get<double>() : std::nan("");
     if (!(number >= lowest && number <= highest))
+        // TRANSLATORS: %1 is a place in the file, such as equalizer#0.left.
         failAt(wordingKey("%1 is missing in the file, or is not a usable number. Export the preset again."),
                place + " " + key);
     return number;
@@ -105,6 +106,7 @@ private:
             return;
         const auto shape = shapeOfType(type);
         if (!shape) {
+            // TRANSLATORS: Bell and shelf are forms of a filter’s response.
             remarkOnce(wordingKey("Filters of other types than bell and shelf are left out, such as %1."),
                        place);
             return;

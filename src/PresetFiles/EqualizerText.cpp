@@ -322,6 +322,7 @@ private:
             throw PresetFileError(
                 {wordingKey("The file has no curve for left or right: no GraphicEQ line, and no bell "
                             "or shelf that is on. Choose another.")});
+        // TRANSLATORS: Bell and shelf are forms of a filter’s response. %1 are numbers of lines.
         remark(wordingKey("Filters of other types than bell and shelf are left out. Their lines: %1."),
                unknownTypes_);
         remark(wordingKey("Filters at 24 kHz and above are left out. Their lines: %1."), tooHigh_);

@@ -37,6 +37,7 @@ std::string displayName(const std::optional<std::string>& localizedName,
     const auto component = lastComponent(bundleID ? *bundleID : std::string_view{});
     if (hasVisibleText(component))
         return boundedName(component);
+    // TRANSLATORS: The name of an application that has none; %1 is its number.
     return localized("Process %1", pid > 0 ? std::to_string(pid) : "?");
 }
 

@@ -22,6 +22,7 @@ constexpr auto kMeterPeriod = 33ms;
 constexpr std::string_view kProcessSourcePrefix = "pid.";
 
 AppAudioSource systemSource() {
+    // TRANSLATORS: The entry of the list whose settings all applications without their own follow.
     return {std::string(kSystemSourceID), std::nullopt, localized("System"), std::nullopt};
 }
 
@@ -251,6 +252,7 @@ StoredSettings AudioController::persistable() const {
 
 std::string AudioController::outputRouteName(const std::optional<std::string>& uid) const {
     if (!uid)
+        // TRANSLATORS: The output that the system chooses.
         return localized("Automatic");
     const auto& routes = outputRoutes().value();
     const auto route = std::ranges::find(routes, *uid, &AudioOutputRoute::id);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Appearance/DesktopAppearance.h"
 
+#include "Foundation/Localization.h"
 #include "UI/Appearance/AppearanceWords.h"
 
 #include <QEvent>
@@ -21,7 +22,7 @@ constexpr double kNormalFontSize = 11.0 * 96.0 / 72.0;
 /// The highlight of the toolkit's built-in palette. It is not the user's choice.
 constexpr QRgb kToolkitHighlight = 0xff308cc6;
 
-bool isLanguageRightToLeft() {
+bool isSessionRightToLeft() {
     const QStringList languages = QLocale::system().uiLanguages();
     return !languages.isEmpty() && QLocale(languages.first()).textDirection() == Qt::RightToLeft;
 }
@@ -43,6 +44,11 @@ SettingsPortal::Missing missingPortal() {
 
 } // namespace
 
+void adoptLayoutDirection() {
+    if (isLanguageRightToLeft())
+        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+}
+
 AppearanceChoices toolkitChoices() {
     const QPalette palette = QGuiApplication::palette();
     AppearanceChoices choices;
@@ -51,7 +57,7 @@ AppearanceChoices toolkitChoices() {
     const QColor highlight = palette.color(QPalette::Active, QPalette::Highlight);
     if (highlight.rgb() != kToolkitHighlight)
         choices.accent = QColor::fromRgb(highlight.rgb());
-    choices.isRightToLeft = QGuiApplication::layoutDirection() == Qt::RightToLeft || isLanguageRightToLeft();
+    choices.isRightToLeft = QGuiApplication::layoutDirection() == Qt::RightToLeft || isSessionRightToLeft();
     choices.fontScale = QFontInfo(QGuiApplication::font()).pixelSize() / kNormalFontSize;
     return choices;
 }

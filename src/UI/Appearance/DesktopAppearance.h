@@ -11,6 +11,10 @@
 
 namespace vello {
 
+/// Gives the toolkit's windows and menus the direction of the language of VELLO's texts, which the toolkit
+/// does not know. Call it after setLanguage(), before there is a window. Requires a QGuiApplication.
+void adoptLayoutDirection();
+
 /// The user's choices according to the toolkit's palette, font and layout direction. Requires a
 /// QGuiApplication.
 AppearanceChoices toolkitChoices();

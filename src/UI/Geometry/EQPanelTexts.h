@@ -13,13 +13,19 @@ namespace vello {
 std::optional<std::string> matchingPresetName(std::span<const double> gains,
                                               std::span<const UserEQPreset> userPresets);
 
-/// A gain in dB as the user reads it, with one decimal, formatted for `locale` (as in "de_DE"): "+3.5 dB".
+// Numbers are formatted for a locale (as in "de_DE"), but have the digits 0 to 9 in every language, as the
+// scale at the bands does.
+
+/// A number with this many decimals.
+std::string decimalText(double number, int decimals, const std::string& locale);
+
+/// A gain in dB as the user reads it, with one decimal: "+3.5 dB".
 std::string decibelText(double gain, const std::string& locale);
 
 /// "63 Hz", "1 kHz".
 std::string frequencyText(double hertz);
 
-/// A linear volume as a percentage without decimals, formatted for `locale` (as in "de_DE").
+/// A linear volume as a percentage without decimals.
 std::string percentage(double volume, const std::string& locale);
 
 } // namespace vello

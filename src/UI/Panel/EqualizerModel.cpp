@@ -61,6 +61,7 @@ QString EqualizerModel::volumeText() const {
 
 QString EqualizerModel::nameOf(std::span<const double> gains) const {
     const auto name = matchingPresetName(gains, controller_.userPresets().value());
+    // TRANSLATORS: The name of a curve that is no preset.
     return name ? QString::fromStdString(*name) : tr("Custom");
 }
 
@@ -241,6 +242,7 @@ std::vector<MenuEntry> EqualizerModel::presetEntries() const {
     }
     if (entries.size() > builtInCount)
         entries[builtInCount].startsGroup = true;
+    // TRANSLATORS: Reads presets from a file.
     entries.push_back({tr("Import…"), false, true, Kind::action});
     return entries;
 }
@@ -255,6 +257,7 @@ void EqualizerModel::refreshRoutes() {
     std::vector<MenuEntry> entries{{tr("Automatic"), !chosen, false}};
     for (const AudioOutputRoute& route : controller_.outputRoutes().value()) {
         const QString name = QString::fromStdString(route.name);
+        // TRANSLATORS: The output %1 is the default output of the system.
         entries.push_back({route.isDefault ? tr("%1 (Default)").arg(name) : name, chosen == route.id, false});
     }
     routes_.setEntries(std::move(entries));

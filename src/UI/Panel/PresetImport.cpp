@@ -5,6 +5,7 @@
 #include "Foundation/Files.h"
 #include "Foundation/Localization.h"
 #include "Foundation/Text.h"
+#include "UI/Geometry/EQPanelTexts.h"
 
 #include <QLocale>
 
@@ -13,15 +14,15 @@
 namespace vello {
 namespace {
 
-QString decibels(double value) {
-    return QLocale().toString(value, 'f', 1);
+QString number(double value, int decimals) {
+    return QString::fromStdString(decimalText(value, decimals, QLocale().name().toStdString()));
 }
 
 /// A remark's number as the user's language writes it; another argument as it is.
 std::string shownArgument(const std::string& argument) {
     bool isNumber = false;
     const double value = QLocale::c().toDouble(QString::fromStdString(argument), &isNumber);
-    return isNumber && argument.find('.') != argument.npos ? decibels(value).toStdString() : argument;
+    return isNumber && argument.find('.') != argument.npos ? number(value, 1).toStdString() : argument;
 }
 
 QString shownRemark(const PresetRemark& remark) {
@@ -46,13 +47,14 @@ QString PresetImport::summary() const {
         return failure_;
     if (presets_.size() > 1)
         return canSave({})
-                   ? tr("The file holds %1 presets.").arg(presets_.size())
+                   ? QString::fromStdString(localizedPlural("The file holds %1 preset.",
+                                                            "The file holds %1 presets.", presets_.size()))
                    : tr("A preset in the file has a name that cannot be used. Correct it in the file.");
     const FitError& error = presets_.front().error;
     if (error.largest < 0.05)
         return tr("The bands follow the file’s curve exactly.");
     return tr("The bands differ from the file’s curve by %1 dB RMS, at most by %2 dB at %3 Hz.")
-        .arg(decibels(error.rms), decibels(error.largest), QLocale().toString(error.atFrequency, 'f', 0));
+        .arg(number(error.rms, 1), number(error.largest, 1), number(error.atFrequency, 0));
 }
 
 QStringList PresetImport::notes() const {

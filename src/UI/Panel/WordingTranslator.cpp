@@ -16,8 +16,10 @@ WordingTranslator::~WordingTranslator() {
 }
 
 QString WordingTranslator::translate(const char* /*context*/, const char* sourceText,
-                                     const char* /*disambiguation*/, int /*number*/) const {
-    const std::string wording = localized(sourceText);
+                                     const char* disambiguation, int /*number*/) const {
+    const bool hasContext = disambiguation != nullptr && *disambiguation != '\0';
+    const std::string wording =
+        hasContext ? localizedInContext(disambiguation, sourceText) : localized(sourceText);
     return wording == sourceText ? QString() : QString::fromStdString(wording);
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Appearance/DesktopAppearance.h"
 
+#include "Foundation/Localization.h"
+
 #include "PrivateBus.h"
 #include "support/FakeSettingsPortal.h"
 #include "support/TemporaryFolder.h"
@@ -24,6 +26,7 @@ protected:
         QGuiApplication::setPalette(palette);
         QGuiApplication::setFont(font);
         QGuiApplication::setLayoutDirection(Qt::LayoutDirectionAuto);
+        setLanguage("en");
         QDBusConnection::disconnectFromBus(kConnection);
     }
 
@@ -125,6 +128,17 @@ TEST_F(DesktopAppearanceTest, FollowsTheToolkitsFontAndLayoutDirection) {
     QGuiApplication::setFont(large);
     EXPECT_TRUE(waitUntil([&] { return desktop.appearance().fontScale > 1.4; }));
     QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    EXPECT_TRUE(waitUntil([&] { return desktop.appearance().isRightToLeft; }));
+}
+
+TEST_F(DesktopAppearanceTest, FollowsTheDirectionOfTheLanguage) {
+    const DesktopAppearance desktop(connection(), {});
+    setLanguage("de");
+    adoptLayoutDirection();
+    EXPECT_FALSE(desktop.appearance().isRightToLeft);
+    setLanguage("ar");
+    adoptLayoutDirection();
+    EXPECT_TRUE(QGuiApplication::isRightToLeft());
     EXPECT_TRUE(waitUntil([&] { return desktop.appearance().isRightToLeft; }));
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/ConsentQuestion/ConsentQuestion.h"
 
+#include "Foundation/Localization.h"
 #include "UI/Appearance/ColorContrast.h"
 
 #include <gtest/gtest.h>
@@ -96,11 +97,19 @@ TEST_F(ConsentQuestionTest, MarksWithTheAccentOfTheDesktop) {
               QColor(200, 30, 90));
 }
 
-TEST_F(ConsentQuestionTest, HasRoomForItsWholeText) {
-    for (const auto* label : question_.findChildren<QLabel*>()) {
-        EXPECT_LE(label->minimumSizeHint().width(), label->width()) << label->text().toStdString();
-        EXPECT_LE(label->heightForWidth(label->width()), label->height()) << label->text().toStdString();
+TEST_F(ConsentQuestionTest, HasRoomForItsWholeTextInEveryLanguage) {
+    for (const std::string_view language : languages()) {
+        setLanguage(language);
+        ConsentQuestion question;
+        question.show();
+        for (const auto* label : question.findChildren<QLabel*>()) {
+            EXPECT_LE(label->minimumSizeHint().width(), label->width()) << label->text().toStdString();
+            EXPECT_LE(label->heightForWidth(label->width()), label->height()) << label->text().toStdString();
+        }
+        for (const auto* each : question.findChildren<QAbstractButton*>())
+            EXPECT_LE(each->sizeHint().width(), each->width()) << each->text().toStdString();
     }
+    setLanguage("en");
 }
 
 TEST_F(ConsentQuestionTest, TellsAScreenReaderTheQuestionAndItsReason) {

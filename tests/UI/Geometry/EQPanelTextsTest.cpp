@@ -54,6 +54,17 @@ TEST(EQPanelTextsTest, WritesAGainWithItsSignAndOneDecimal) {
     EXPECT_EQ(decibelText(3.5, "de_DE"), "+3,5\u00A0dB");
 }
 
+TEST(EQPanelTextsTest, HasTheSameDigitsInEveryLanguage) {
+    constexpr char leftToRight[] = "\u200e";
+    EXPECT_EQ(decibelText(3.5, "ar_EG"), leftToRight + std::string("+3.5\u00A0dB"));
+    EXPECT_EQ(decibelText(-12.0, "ar_SA"), leftToRight + std::string("\u221212.0\u00A0dB"));
+    EXPECT_EQ(percentage(0.8, "ar_EG"), std::string("80") + leftToRight + "%" + leftToRight);
+    EXPECT_EQ(decimalText(1234.5, 1, "ar"), "1,234.5");
+    EXPECT_EQ(decimalText(1234.5, 1, "de_DE"), "1.234,5");
+    EXPECT_EQ(decimalText(0.05, 1, "en_US"), "0.1");
+    EXPECT_EQ(decimalText(80.0, 0, "pl_PL"), "80");
+}
+
 TEST(EQPanelTextsTest, WritesAFrequencyWithItsUnit) {
     EXPECT_EQ(frequencyText(63), "63\u00A0Hz");
     EXPECT_EQ(frequencyText(500), "500\u00A0Hz");

@@ -268,10 +268,10 @@ TEST_F(PanelModelTest, SaysWhyChangesAreNotSavedInTheUsersLanguage) {
     EXPECT_TRUE(scene.controller->save());
     EXPECT_EQ(changes.size(), 1);
     EXPECT_EQ(scene.model->saveProblem(), "Not saved: another VELLO uses the settings.");
-    setLanguage(Language::german);
+    setLanguage("de");
     EXPECT_EQ(scene.model->saveProblem(),
               QStringLiteral("Nicht gespeichert: Ein anderes VELLO nutzt die Einstellungen."));
-    setLanguage(Language::english);
+    setLanguage("en");
 }
 
 TEST_F(PanelModelTest, SwitchesAllEqualizing) {

@@ -3,6 +3,7 @@
 
 #include "PanelScene.h"
 #include "UI/Appearance/AppearanceWords.h"
+#include "UI/Appearance/DesktopAppearance.h"
 #include "Wallpaper.h"
 
 #include <QGuiApplication>
@@ -99,7 +100,7 @@ void markEntry(PanelScene& scene, const char* name) {
 /// Holds the thumb of a band.
 void dragBand(PanelScene& scene) {
     scene.settle();
-    QQuickItem* const band = scene.named(QStringLiteral("125 hertz band gain"));
+    QQuickItem* const band = scene.named(QString::fromStdString(localized("%1 hertz band gain", "125")));
     const QPointF place = band->mapToScene({band->width() / 2, band->height() * 0.35});
     QMouseEvent press(QEvent::MouseButtonPress, place, place, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     QCoreApplication::sendEvent(scene.window, &press);
@@ -139,7 +140,7 @@ const std::map<std::string, Prepare> kScenes{
     {"menu",
      [](PanelScene& scene) {
          startPlaying(scene), openCard(scene, {0, 0, 0, 0, 0, 0, 0, 0});
-         press(scene, "Flat");
+         press(scene, EQPreset(EQPreset::flat).displayName());
      }},
     {"presets", [](PanelScene& scene) { openUsersMenu(scene), markEntry(scene, "Late night"); }},
     {"deleted",
@@ -162,12 +163,12 @@ const std::map<std::string, Prepare> kScenes{
     {"routes",
      [](PanelScene& scene) {
          startPlaying(scene), openCard(scene, kOwnCurve);
-         press(scene, "Output route");
+         press(scene, localized("Output route"));
      }},
     {"naming",
      [](PanelScene& scene) {
          startPlaying(scene), openCard(scene, kOwnCurve);
-         press(scene, "Save");
+         press(scene, localized("Save"));
      }},
     {"foreign",
      [](PanelScene& scene) {
@@ -258,13 +259,16 @@ int main(int argumentCount, char** arguments) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication application(argumentCount, arguments);
     vello::setLanguage(vello::preferredLanguage([](const char* name) { return std::getenv(name); }));
+    vello::adoptLayoutDirection();
     if (argumentCount != 4 && argumentCount != 5) {
         std::fprintf(stderr, "panel_picture SCENE LOOK FILE.png [dusk|dawn|white|black|busy]\n");
         return 2;
     }
-    const auto look = vello::AppearanceWords::read(QString::fromLocal8Bit(arguments[2]).replace(u'-', u','));
+    auto look = vello::AppearanceWords::read(QString::fromLocal8Bit(arguments[2]).replace(u'-', u','));
     for (const QString& complaint : look.complaints)
         std::fprintf(stderr, "%s\n", qPrintable(complaint));
+    if (!look.choices.isRightToLeft)
+        look.choices.isRightToLeft = QGuiApplication::isRightToLeft();
     vello::Appearance appearance = look.choices.appearance();
     appearance.isMotionReduced = true; // no animation is caught halfway
     const char* const behind = argumentCount == 5 ? arguments[4] : appearance.isDark ? "dusk" : "dawn";

@@ -6,20 +6,24 @@
 namespace vello {
 namespace {
 
-const auto kLanguages = testing::Values(Language::english, Language::german, Language::japanese);
+const auto kLanguages = testing::ValuesIn(languages());
 
-std::string nameOf(const testing::TestParamInfo<Language>& info) {
-    return info.param == Language::german     ? "German"
-           : info.param == Language::japanese ? "Japanese"
-                                              : "English";
+std::string nameOf(const testing::TestParamInfo<std::string_view>& info) {
+    return std::string(info.param);
 }
 
+constexpr char kUsersName[] = "Mine"; ///< may be cut
+
+constexpr char kTwoPresets[] = R"({"format": "vello-presets", "version": 1, "presets": [
+    {"name": "One", "bandGains": [0, 0, 0, 0, 0, 0, 0, 1]},
+    {"name": "Two", "bandGains": [0, 0, 0, 0, 0, 0, 0, 2]}]})";
+
 /// The panel with as much content as possible, in each language and at each text size.
-class TextSizesTest : public PanelQuickTest, public testing::WithParamInterface<Language> {
+class TextSizesTest : public PanelQuickTest, public testing::WithParamInterface<std::string_view> {
 protected:
     void SetUp() override { setLanguage(GetParam()); }
     void TearDown() override {
-        setLanguage(Language::english);
+        setLanguage("en");
         PanelQuickTest::TearDown();
     }
 
@@ -30,7 +34,7 @@ protected:
             scale;
         return QRectF(place(text).center() - QPointF(size.width(), size.height()) / 2.0, size);
     }
-    /// Checks that no text of the view is truncated, leaves the window's surface or overlaps another one.
+    /// Checks that no text of the view is cut, leaves the window's surface or overlaps another one.
     void expectRoomForTexts(const QString& view, const QRectF& surface) {
         const std::vector<QQuickItem*> texts = all(QStringLiteral("Text"), &only(view));
         ASSERT_FALSE(texts.empty());
@@ -38,6 +42,7 @@ protected:
             const std::string said = texts[one]->property("text").toString().toStdString();
             const QRectF room = place(*texts[one]);
             EXPECT_LE(written(*texts[one]).width(), room.width() + 1.0) << said;
+            EXPECT_FALSE(texts[one]->property("truncated").toBool() && said != kUsersName) << said;
             EXPECT_GE(room.left(), surface.left()) << said;
             EXPECT_LE(room.right(), surface.right()) << said;
             for (std::size_t other = 0; other < one; ++other)
@@ -49,7 +54,8 @@ protected:
     template <class Check> void atEachSize(Check check) {
         for (const double scale : {1.0, 1.25, 1.5, 2.0}) {
             SCOPED_TRACE(scale);
-            scene.theme.setAppearance({.isMotionReduced = true, .fontScale = scale});
+            scene.theme.setAppearance(
+                {.isMotionReduced = true, .isRightToLeft = isLanguageRightToLeft(), .fontScale = scale});
             scene.settle();
             check();
         }
@@ -78,7 +84,9 @@ TEST_P(TextSizesTest, HaveRoomInAnOpenCard) {
         expectRoomForTexts(QStringLiteral("PanelHeader"), panel());
         EXPECT_FALSE(showing(QString::fromStdString(localized("Custom"))).property("truncated").toBool());
         const QQuickItem& save = item(QString::fromStdString(localized("Save")));
-        EXPECT_LT(place(save).right(), place(item(QString::fromStdString(localized("Reset")))).left());
+        const QQuickItem& reset = item(QString::fromStdString(localized("Reset")));
+        EXPECT_FALSE(place(save).intersects(place(reset)));
+        EXPECT_EQ(place(save).center().x() > place(reset).center().x(), isLanguageRightToLeft());
         expectRoomForTexts(QStringLiteral("PanelFooter"), panel());
     });
 }
@@ -97,7 +105,74 @@ TEST_P(TextSizesTest, HaveRoomInTheAboutWindow) {
     });
 }
 
+TEST_P(TextSizesTest, HaveRoomInAPanelWithoutSoundThatReportsProblems) {
+    std::filesystem::create_directories(scene.folder / "EQ by QUORVIN");
+    SettingsLock other(scene.folder / "EQ by QUORVIN/settings.json.lock");
+    ASSERT_EQ(other.acquire(), SettingsLock::State::held);
+    scene.loginItem.failsToChange = true;
+    open();
+    scene.model->setLaunchesAtLogin(true);
+    scene.controller->updateSettings({.volume = 0.5}, std::string(kSystemSourceID));
+    scene.mainThread.advance(std::chrono::seconds(5)); // the settings cannot be saved
+    scene.settle();
+    showing(QString::fromStdString(localized("Not saved: another VELLO uses the settings.")));
+    showing(QString::fromStdString(localized("Could not update launch setting.")));
+    showing(QString::fromStdString(localized("No apps are playing audio right now.")));
+    atEachSize([this] { expectRoomForTexts(QStringLiteral("MenuPanelView"), panel()); });
+}
+
+TEST_P(TextSizesTest, HaveRoomInTheImportOfPresets) {
+    open();
+    for (const char* file :
+         {"Preamp: -6.2 dB\nFilter 1: ON LSC Fc 105 Hz Gain 5.0 dB Q 0.70\nFilter 3: ON NO Fc 50 Hz\n",
+          "Filter 1: ON PK Fc loud\n", kTwoPresets}) {
+        scene.model->presetImport()->offer(QStringLiteral("Headphones.txt"), file);
+        atEachSize([this] { expectRoomForTexts(QStringLiteral("PresetImportView"), panel()); });
+    }
+}
+
+TEST_P(TextSizesTest, HaveRoomInTheMenusAndWhereAPresetIsNamed) {
+    scene.play(101, "Player");
+    scene.controller->saveUserPreset(kUsersName, std::vector<double>{2, 1, 0, 0, 1, 1, 0, -2});
+    open();
+    scene.item("player")->toggle();
+    scene.settle();
+    const auto hasRoomIn = [this](const QString& view) {
+        atEachSize([this, &view] { expectRoomForTexts(view, panel()); });
+    };
+    click(item(QString::fromStdString(EQPreset(EQPreset::flat).displayName())));
+    hasRoomIn(QStringLiteral("MenuList"));
+    MenuModel& presets = *scene.item("player")->equalizer()->presets();
+    const auto mine = std::ranges::find(presets.entries(), QString::fromUtf8(kUsersName), &MenuEntry::title);
+    presets.requestDeletion(static_cast<int>(mine - presets.entries().begin()));
+    scene.settle();
+    showing(QString::fromStdString(localized("Undo")));
+    hasRoomIn(QStringLiteral("MenuList"));
+    press(Qt::Key_Escape);
+    click(item(QString::fromStdString(localized("Output route"))));
+    showing(QString::fromStdString(localized("Automatic")), &only(QStringLiteral("MenuList")));
+    press(Qt::Key_Escape);
+    EQSettings settings = scene.controller->settings("player");
+    settings.bandGains.front() = 3.5;
+    scene.controller->updateSettings(settings, "player");
+    scene.settle();
+    click(item(QString::fromStdString(localized("Save"))));
+    hasRoomIn(QStringLiteral("PresetNamingRow"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Languages, TextSizesTest, kLanguages, nameOf);
+
+class UndecidedTextSizesTest : public TextSizesTest {
+protected:
+    UndecidedTextSizesTest() { scene.authorization.answer = Consent::undecided; }
+};
+
+TEST_P(UndecidedTextSizesTest, HaveRoomBeforeTheQuestionForTheConsent) {
+    open();
+    atEachSize([this] { expectRoomForTexts(QStringLiteral("MenuPanelView"), panel()); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Languages, UndecidedTextSizesTest, kLanguages, nameOf);
 
 /// While the panel asks for consent.
 class DeniedTextSizesTest : public TextSizesTest {
@@ -107,7 +182,7 @@ protected:
 
 TEST_P(DeniedTextSizesTest, HaveRoomInTheQuestionForTheConsent) {
     open();
-    atEachSize([this] { expectRoomForTexts(QStringLiteral("PermissionOnboardingView"), panel()); });
+    atEachSize([this] { expectRoomForTexts(QStringLiteral("MenuPanelView"), panel()); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, DeniedTextSizesTest, kLanguages, nameOf);

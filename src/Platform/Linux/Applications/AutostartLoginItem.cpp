@@ -2,6 +2,7 @@
 #include "Platform/Linux/Applications/AutostartLoginItem.h"
 
 #include "Foundation/Files.h"
+#include "Foundation/Localization.h"
 #include "Foundation/Product.h"
 #include "Platform/Linux/Applications/DesktopEntry.h"
 #include "Platform/Linux/System/Command.h"
@@ -18,16 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMostBytes = 1U << 20;
-/// What the desktop's list of programs that start at login shows, in all languages: the list is in the
-/// language of the desktop, which may change after the entry was written. The same lines stand in the entry
-/// of the desktop's menu.
-constexpr std::string_view kDescription = "GenericName=Equalizer\n"
-                                          "GenericName[de]=Equalizer\n"
-                                          "GenericName[ja]=イコライザー\n"
-                                          "Comment=Equalizes the sound of each application separately\n"
-                                          "Comment[de]=Regelt den Klang jeder App einzeln\n"
-                                          "Comment[ja]=アプリごとに音を調整します\n";
-
 std::string entryName() {
     return std::string(kBundleIdentifier).append(".desktop");
 }
@@ -67,11 +58,27 @@ std::string execValue(const std::string& argument) {
     return value;
 }
 
+/// A value in all languages: the desktop's list of programs that start at login is in the language of the
+/// desktop, which may change after the entry was written.
+std::string linesOf(std::string_view key, std::string_view english) {
+    std::string lines = std::string(key).append("=").append(english).append("\n");
+    for (const std::string_view language : languages())
+        if (const std::string wording = localizedIn(language, english); language != "en")
+            lines.append(key).append("[").append(language).append("]=").append(wording).append("\n");
+    return lines;
+}
+
+/// What that list shows, as the entry of the desktop's menu has it.
+std::string description() {
+    return linesOf("GenericName", wordingKey("Equalizer")) +
+           linesOf("Comment", wordingKey("Equalizes the sound of each application separately"));
+}
+
 std::string entryThatStarts(const std::vector<std::string>& command) {
     std::string entry = std::string("[Desktop Entry]\nType=Application\nName=")
                             .append(kApplicationName)
                             .append("\n")
-                            .append(kDescription)
+                            .append(description())
                             .append("Icon=")
                             .append(kBundleIdentifier)
                             .append("\nExec=");
@@ -94,14 +101,14 @@ bool isProgram(const fs::path& file) {
 } // namespace
 
 AutostartPlaces AutostartPlaces::fromEnvironment(const Environment& environment) {
-    const auto text = [&](const char* name) {
+    const auto variable = [&](const char* name) {
         const char* value = environment(name);
         return std::string(value == nullptr ? "" : value);
     };
     AutostartPlaces places{.userFolder = userConfigurationFolder(environment) / "autostart",
                            .systemFolders = systemConfigurationFolders(environment),
-                           .programFolders = absolutePaths(text("PATH")),
-                           .desktops = split(text("XDG_CURRENT_DESKTOP"), ':')};
+                           .programFolders = absolutePaths(variable("PATH")),
+                           .desktops = split(variable("XDG_CURRENT_DESKTOP"), ':')};
     for (fs::path& folder : places.systemFolders)
         folder /= "autostart";
     return places;

@@ -46,6 +46,7 @@ Rectangle {
                 }
                 PanelText {
                     anchors.left: parent.left
+                    // TRANSLATORS: QUORVIN makes VELLO.
                     text: qsTr("By QUORVIN")
                     font.pixelSize: Theme.subheadline
                 }
@@ -60,6 +61,7 @@ Rectangle {
         PanelText {
             anchors.left: parent.left
             horizontalAlignment: Text.AlignLeft
+            // TRANSLATORS: On Linux: “right from your system tray”. Two lines of at most 30 letters.
             text: qsTr("Per-app sound control,\nright from your menu bar.")
             font.pixelSize: Theme.headline
             font.weight: Font.Bold
@@ -83,6 +85,7 @@ Rectangle {
             AboutFeature {
                 anchors.left: parent.left
                 icon: "lock"
+                // TRANSLATORS: On Linux: “Audio stays on your computer”.
                 title: qsTr("Audio stays on your Mac")
                 detail: qsTr("VELLO processes audio locally\nand does not record or store it.")
             }
@@ -92,6 +95,7 @@ Rectangle {
         anchors.left: parent.left
         anchors.leftMargin: 36
         anchors.verticalCenter: done.verticalCenter
+        // TRANSLATORS: A link to a page with more about VELLO.
         text: qsTr("About")
         address: PanelMeasures.webSite
     }

@@ -22,10 +22,13 @@ PressControl {
     horizontalPadding: 12
     ringRadius: 11
     ringGap: -3
+    // TRANSLATORS: %1 is an application, whose card is open or closed. For screen readers.
     Accessible.name: root.source.isExpanded ? qsTr("%1, expanded").arg(root.source.name) : qsTr("%1, collapsed").arg(root.source.name)
     Accessible.description: root.followingText + (root.followingText !== "" && root.clippingText !== "" ? ", " : "") + root.clippingText
 
+    // TRANSLATORS: The sound is louder than full scale. For screen readers.
     readonly property string clippingText: root.source.isClipping ? qsTr("Clipping") : ""
+    // TRANSLATORS: The application uses the settings of the entry “System”.
     readonly property string followingText: root.source.equalizer.isFollowingSystem ? qsTr("Follows System") : ""
 
     contentItem: RowLayout {

@@ -39,6 +39,7 @@ Item {
         gain: root.band.gain
         shownGain: glide.value
         saturation: root.saturation
+        // TRANSLATORS: %1 is 63, 125, … 8K. For screen readers.
         label: qsTr("%1 hertz band gain").arg(root.band.label)
         onEdited: gain => root.band.edit(gain)
     }

@@ -14,6 +14,8 @@ T.TextField {
     implicitHeight: Math.max(24, contentHeight + 8)
     leftPadding: root.isMirrored ? root.trailingPadding : root.leadingPadding
     rightPadding: root.isMirrored ? root.leadingPadding : root.trailingPadding
+    // At the start of the line, whichever direction the name has; an empty field has none.
+    horizontalAlignment: TextInput.AlignLeft
     verticalAlignment: TextInput.AlignVCenter
     placeholderText: qsTr("Preset name")
     placeholderTextColor: Theme.tertiary
@@ -35,12 +37,15 @@ T.TextField {
         anchors.fill: parent
         leftPadding: root.leftPadding
         rightPadding: root.rightPadding
+        horizontalAlignment: Text.AlignLeft
         verticalAlignment: Text.AlignVCenter
         visible: root.text === "" && root.preeditText === ""
         text: root.placeholderText
         textFormat: Text.PlainText
         elide: Text.ElideRight
         font: root.font
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: 10
         color: root.placeholderTextColor
         Accessible.ignored: true
     }

@@ -41,6 +41,8 @@ Column {
             width: Math.min(236, parent.width)
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
+            // TRANSLATORS: On Linux: “VELLO has to capture what apps play to equalize it. Audio stays on your computer and is
+            // never recorded.”
             text: qsTr("macOS requires system audio access to equalize apps. Audio stays on your Mac and is never recorded.")
             font.pixelSize: Theme.caption
         }
@@ -56,6 +58,7 @@ Column {
         anchors.horizontalCenter: parent.horizontalCenter
         visible: root.isDenied
         width: Math.min(implicitWidth, root.width - 2 * root.padding)
+        // TRANSLATORS: On Linux: “Ask Again…”, which asks for the permission once more.
         text: qsTr("Open System Settings…")
         onClicked: root.openSettings()
     }
@@ -64,6 +67,8 @@ Column {
         visible: root.isDenied
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.Wrap
+        // TRANSLATORS: On Linux: “Or run “vello permission allow” in a terminal, then come back.” The command is not
+        // translated.
         text: qsTr("Enable VELLO under Screen & System Audio Recording, then come back.")
         font.pixelSize: Theme.caption2
         color: Theme.tertiary

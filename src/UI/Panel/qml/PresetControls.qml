@@ -46,8 +46,14 @@ Item {
     RowLayout {
         id: row
 
+        /// With a title that is cut as far as it may be.
+        readonly property real smallestWidth: root.smallestTitleWidth + (tempo.visible ? tempo.implicitWidth + spacing : 0)
+
         x: root.isBroken ? (LayoutMirroring.enabled ? root.width - width : 0) : (root.width - width) / 2
-        width: Math.min(implicitWidth, root.width)
+        width: Math.min(implicitWidth, Math.max(root.width, root.isBroken ? smallestWidth : 0))
+        // Long words in the largest texts are drawn smaller.
+        transformOrigin: LayoutMirroring.enabled ? Item.Right : Item.Left
+        scale: Math.min(1, root.width / Math.max(1, width))
         spacing: 8
 
         CapsuleButton {
@@ -79,6 +85,8 @@ Item {
             }
         }
         TempoReadout {
+            id: tempo
+
             Layout.preferredWidth: implicitWidth
             Layout.rightMargin: -row.spacing * (1 - share)
             isPresent: root.equalizer.hasTempo
@@ -102,6 +110,7 @@ Item {
         LabelButton {
             id: reset
 
+            // TRANSLATORS: Sets all bands to zero.
             text: qsTr("Reset")
             symbol: "arrow.counterclockwise"
             enabled: !root.equalizer.isFlat
@@ -132,7 +141,6 @@ Item {
 
         anchors.right: parent.right
         anchors.bottom: parent.bottom
-        // Long words in the largest texts are drawn smaller.
         transformOrigin: LayoutMirroring.enabled ? Item.Left : Item.Right
         scale: Math.min(1, root.width / Math.max(1, implicitWidth))
         spacing: row.spacing

@@ -26,6 +26,7 @@ Item {
         id: reading
 
         anchors.left: parent.left
+        // TRANSLATORS: Beats per minute. Beside it is little room.
         text: qsTr("%1 BPM").arg(root.beatsPerMinute)
         font.pixelSize: Theme.caption2
         font.weight: Font.Medium

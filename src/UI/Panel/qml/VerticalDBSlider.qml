@@ -26,6 +26,7 @@ Item {
     activeFocusOnTab: true
     Accessible.role: Accessible.Slider
     Accessible.name: root.label
+    // TRANSLATORS: %1 is a whole number, such as 3 or −12. For screen readers.
     Accessible.description: qsTr("%1 decibels").arg(shape.spokenDecibels(root.gain))
     Accessible.focusable: true
     Accessible.onIncreaseAction: root.step(1)

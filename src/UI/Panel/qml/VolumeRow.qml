@@ -17,6 +17,7 @@ RowLayout {
         id: outputButton
 
         symbol: "speaker.wave.2.fill"
+        // TRANSLATORS: The device that plays an application. For screen readers.
         label: qsTr("Output route")
         hint: root.equalizer.currentOutputRouteName
         onClicked: menu.open()
