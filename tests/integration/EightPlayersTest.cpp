@@ -40,7 +40,7 @@ std::string processState(pid_t process) {
     return end != std::string::npos ? line.substr(end + 2) : std::string{};
 }
 
-void EightPlayersTest::playEight() {
+void EightPlayersTest::playEight(int seconds) {
     eight_.clear();
     for (int i = 0; i < constantCode::kApplications; ++i) {
         const auto number = std::to_string(i);
@@ -48,7 +48,7 @@ void EightPlayersTest::playEight() {
                                 .applicationID = "org.example.player" + number,
                                 .signal = constantSignal(constantCode::emitted(i)),
                                 .output = outputOf(i)},
-                               i % 2 == 0 ? PlayerKind::native : PlayerKind::pulseAudio));
+                               i % 2 == 0 ? PlayerKind::native : PlayerKind::pulseAudio, seconds));
     }
 }
 

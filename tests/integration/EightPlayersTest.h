@@ -16,7 +16,8 @@ protected:
     static constexpr int tapped = 1;
     static constexpr int direct = 2;
 
-    void playEight();
+    /// `seconds`: for how long those of PulseAudio play.
+    void playEight(int seconds = 30);
     static std::string outputOf(int application) { return application < 4 ? "output-a" : "output-b"; }
 
     /// Waits until all applications have the state `digit`.
