@@ -132,6 +132,22 @@ TEST_F(Service, GivesEveryStreamBackWhenItIsKilledForGood) {
     expectNothingLeft();
 }
 
+TEST_F(Service, DoesNotTakeTheGuardWithIt) {
+    manager().configure(kUnit, "Restart=no\n");
+    startEqualizing();
+    const auto guard = guardOf(velloProcess());
+    ASSERT_TRUE(guard);
+    // A guard that needs its time, as on a busy machine.
+    ASSERT_EQ(::kill(*guard, SIGSTOP), 0);
+    ASSERT_EQ(::kill(velloProcess(), SIGKILL), 0);
+    ASSERT_TRUE(awaitState("failed"));
+    ASSERT_TRUE(isAlive(*guard)) << "the service manager has killed it";
+    ASSERT_EQ(::kill(*guard, SIGCONT), 0);
+    EXPECT_TRUE(awaitAll(direct));
+    expectNothingLeft();
+    EXPECT_TRUE(await([&] { return !isAlive(*guard); }));
+}
+
 TEST_F(Service, RunsAgainAfterItsDataThreadGotStuck) {
     startEqualizing();
     const pid_t former = velloProcess();
