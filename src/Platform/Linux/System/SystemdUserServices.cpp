@@ -72,7 +72,7 @@ Message ask(const Bus& bus, const char* method, const std::string& unit) {
 /// Reads one string or object path.
 std::string textOf(const Message& answer, char type) {
     const char* text = nullptr;
-    if (!answer || ::sd_bus_message_read_basic(answer.get(), type, &text) < 0)
+    if (!answer || ::sd_bus_message_read_basic(answer.get(), type, static_cast<void*>(&text)) < 0)
         return "";
     return text;
 }
