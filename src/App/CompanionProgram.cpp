@@ -23,4 +23,8 @@ fs::path mainProgram() {
                                        : (ownFolder() / VELLO_FROM_COMPANIONS / "vello").lexically_normal();
 }
 
+bool isInstalled() {
+    return mainProgram() == fs::path(VELLO_INSTALLED_PROGRAM).lexically_normal();
+}
+
 } // namespace vello

@@ -17,4 +17,8 @@ std::filesystem::path companionProgram(std::string_view name);
 /// Path of the program `vello`, for use in a companion program.
 std::filesystem::path mainProgram();
 
+/// Whether `vello` is where the build was configured to install it. Only there do the units of the service
+/// manager start this VELLO and not another one.
+bool isInstalled();
+
 } // namespace vello

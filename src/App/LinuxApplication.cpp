@@ -35,12 +35,16 @@ LinuxApplication::LinuxApplication(PipeWireRedirectGuard& guard, const Options& 
       presence_(mainThread_, log_),
       delegate_(onlyOn(presence_,
                        {hardware_, mainThread_, applications_, termination_, authorization_, shared_, log_}),
-                userDataFolder(environment_)) {}
+                userDataFolder(environment_)),
+      // After a freeze the guard has given the streams back until both threads run again. Where the main
+      // thread runs and the data thread does not, only a restart helps.
+      notifier_(mainThread_, [&guard] { return !guard.isGivenUp(); }) {}
 
 void LinuxApplication::publish(ControlService::ShowPanelAction showPanel) {
     service_.emplace(controller(), meterAudience(), mainThread_, std::move(showPanel));
     if (!presence_.publish(*service_))
         throw AlreadyRunning();
+    notifier_.start();
 }
 
 } // namespace vello

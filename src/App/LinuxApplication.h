@@ -10,6 +10,7 @@
 #include "Platform/Linux/PipeWire/PipeWireRedirectGuard.h"
 #include "Platform/Linux/SharedFolder/FolderKeyValueStore.h"
 #include "Platform/Linux/System/JournalSystemLog.h"
+#include "Platform/Linux/System/ServiceNotifier.h"
 #include "Platform/Linux/System/TerminationSignals.h"
 #include "Platform/Linux/System/UserFolders.h"
 #include "Platform/Qt/QtMainThread.h"
@@ -36,8 +37,8 @@ public:
     /// outlive the application.
     LinuxApplication(PipeWireRedirectGuard& guard, const Options& options);
 
-    /// Takes the bus name and serves calls. An empty `showPanel` means that there is no panel. Call once.
-    /// Throws AlreadyRunning.
+    /// Takes the bus name and serves calls; the service manager, if any, learns that VELLO is ready once the
+    /// event loop runs. An empty `showPanel` means that there is no panel. Call once. Throws AlreadyRunning.
     void publish(ControlService::ShowPanelAction showPanel);
 
     AudioController& controller() { return delegate_.controller(); }
@@ -59,6 +60,7 @@ private:
     BusPresence presence_;
     AppDelegate delegate_;
     std::optional<ControlService> service_;
+    ServiceNotifier notifier_;
 };
 
 } // namespace vello

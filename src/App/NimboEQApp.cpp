@@ -76,6 +76,8 @@ int main(int argumentCount, char** arguments) {
         case vello::Command::none:
             return parsed.exitCode;
         }
+    } catch (const vello::AlreadyRunning& other) {
+        return vello::leavesTheSessionTo(other) ? 0 : vello::failure(other.what());
     } catch (const std::exception& error) {
         return vello::failure(error.what());
     }

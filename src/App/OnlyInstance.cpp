@@ -4,6 +4,7 @@
 #include "CompanionProgram.h"
 #include "Platform/Linux/System/DescriptorLimit.h"
 #include "Platform/Linux/System/LargeBlocks.h"
+#include "Platform/Linux/System/ServiceNotifier.h"
 #include "Platform/Linux/System/UserFolders.h"
 
 #include <csignal>
@@ -34,6 +35,13 @@ SingleInstance acquireInstance(const std::filesystem::path& runtimeFolder) {
 
 AlreadyRunning::AlreadyRunning()
     : std::runtime_error("VELLO is already running in this session; end that one first") {}
+
+bool leavesTheSessionTo(const AlreadyRunning& other) {
+    if (!ServiceManager::fromEnvironment().isPresent)
+        return false;
+    reportNothingToDo(other.what());
+    return true;
+}
 
 OnlyInstance::OnlyInstance()
     : runtimeFolder_(prepareProcess()), instance_(acquireInstance(runtimeFolder_)),

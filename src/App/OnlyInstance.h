@@ -15,6 +15,10 @@ public:
     AlreadyRunning();
 };
 
+/// Whether a service manager started this process. If so, tells it that there is nothing to do: the process
+/// should then end with success, since a failure would be repeated.
+bool leavesTheSessionTo(const AlreadyRunning& other);
+
 /// Makes this process the session's only VELLO for the lifetime of the object. Constructed on the main thread
 /// before other threads start, and destroyed on the main thread.
 class OnlyInstance {

@@ -6,7 +6,9 @@
 #include "LinuxApplication.h"
 #include "OnlyInstance.h"
 #include "Platform/Linux/Applications/AutostartLoginItem.h"
+#include "Platform/Linux/Applications/ServiceLoginItem.h"
 #include "Platform/Linux/System/CharacterEncoding.h"
+#include "Platform/Linux/System/SystemdUserServices.h"
 #include "UI/Appearance/DesktopAppearance.h"
 #include "UI/ApplicationIcons/ApplicationIconImages.h"
 #include "UI/Shell/PanelShell.h"
@@ -79,9 +81,11 @@ int runPanel(int argumentCount, char** arguments) {
                                  {.syncFolder = chosen ? chosen : "",
                                   .consentQuestion = {mainProgram().string(), "permission", "ask"}});
     adoptLayoutDirection();
-    AutostartLoginItem loginItem(AutostartPlaces::fromEnvironment(processEnvironment()),
+    AutostartLoginItem autostart(AutostartPlaces::fromEnvironment(processEnvironment()),
                                  {mainProgram().string(), kInBackground});
-    LaunchAtLoginController launchAtLogin(loginItem);
+    SystemdUserServices services;
+    ServiceLoginItem service(services, autostart, "vello-panel.service", "graphical-session.target");
+    LaunchAtLoginController launchAtLogin(isInstalled() ? static_cast<LoginItem&>(service) : autostart);
     launchAtLogin.refresh();
     PanelShell shell({application.controller(), application.meterAudience(), launchAtLogin,
                       application.runningApplications(), application.mainThread(),
@@ -102,8 +106,8 @@ int main(int argumentCount, char** arguments) {
     vello::useUTF8();
     try {
         return vello::runPanel(argumentCount, arguments);
-    } catch (const vello::AlreadyRunning&) {
-        if (vello::isInBackground(argumentCount, arguments))
+    } catch (const vello::AlreadyRunning& other) {
+        if (vello::leavesTheSessionTo(other) || vello::isInBackground(argumentCount, arguments))
             return 0;
         vello::ClientRequest request;
         request.action = vello::ClientRequest::Action::showPanel;

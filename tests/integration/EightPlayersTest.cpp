@@ -40,7 +40,7 @@ std::string processState(pid_t process) {
     return end != std::string::npos ? line.substr(end + 2) : std::string{};
 }
 
-void EightPlayersTest::playEight() {
+void EightPlayersTest::playEight(int seconds) {
     eight_.clear();
     for (int i = 0; i < constantCode::kApplications; ++i) {
         const auto number = std::to_string(i);
@@ -48,7 +48,7 @@ void EightPlayersTest::playEight() {
                                 .applicationID = "org.example.player" + number,
                                 .signal = constantSignal(constantCode::emitted(i)),
                                 .output = outputOf(i)},
-                               i % 2 == 0 ? PlayerKind::native : PlayerKind::pulseAudio));
+                               i % 2 == 0 ? PlayerKind::native : PlayerKind::pulseAudio, seconds));
     }
 }
 
@@ -130,10 +130,10 @@ void EightPlayersTest::expectNothingLeft() {
     })) << "something of VELLO is left";
 }
 
-std::optional<pid_t> EightPlayersTest::guardOfVello() {
+std::optional<pid_t> EightPlayersTest::guardOf(pid_t vello) {
     for (const auto& folder : std::filesystem::directory_iterator("/proc")) {
         const auto process = numberOf(folder.path());
-        if (!process || parentOf(*process) != vello().pid())
+        if (!process || parentOf(*process) != vello)
             continue;
         std::error_code error;
         const auto executable = std::filesystem::read_symlink(folder.path() / "exe", error);
@@ -146,7 +146,7 @@ std::optional<pid_t> EightPlayersTest::guardOfVello() {
 pid_t EightPlayersTest::awaitGuard(pid_t former) {
     std::optional<pid_t> guard;
     const bool hasCome = await([&] {
-        guard = guardOfVello();
+        guard = guardOf(vello().pid());
         return guard && *guard != former;
     });
     // No number stands for it: a signal to -1 would reach every process of the user.
@@ -165,7 +165,7 @@ bool EightPlayersTest::awaitClientOf(pid_t process) {
 }
 
 void EightPlayersTest::signalAll(int number) {
-    const auto guard = guardOfVello();
+    const auto guard = guardOf(vello().pid());
     session().signalServers(number);
     for (const ChildProcess* player : eight_)
         player->signal(number);

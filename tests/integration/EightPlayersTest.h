@@ -16,7 +16,8 @@ protected:
     static constexpr int tapped = 1;
     static constexpr int direct = 2;
 
-    void playEight();
+    /// `seconds`: for how long those of PulseAudio play.
+    void playEight(int seconds = 30);
     static std::string outputOf(int application) { return application < 4 ? "output-a" : "output-b"; }
 
     /// Waits until all applications have the state `digit`.
@@ -30,6 +31,8 @@ protected:
     double millisecondsOfTheSessionManager();
     void expectNothingLeft();
 
+    /// The guard of that VELLO, if it has one now.
+    static std::optional<pid_t> guardOf(pid_t vello);
     /// The guard of the running VELLO, other than `former`. Waits for it; throws std::runtime_error on
     /// timeout.
     pid_t awaitGuard(pid_t former = 0);
@@ -44,7 +47,6 @@ protected:
     void signalAll(int number);
 
 private:
-    std::optional<pid_t> guardOfVello();
     /// Whether each application has the state `digit` in the frame on its own output, and is not heard on the
     /// other.
     static bool areAll(const Recording& recording, std::size_t frame, const std::string& output, int digit);

@@ -1,36 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // What users hear when VELLO is frozen.
 #include "EightPlayersTest.h"
-#include "ProcessUsage.h"
+#include "HeldThread.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
-
-#include <sys/ptrace.h>
-#include <sys/wait.h>
 
 namespace vello::session {
 namespace {
 
 constexpr auto kDirectWithin = 4s;
 constexpr auto kAgainWithin = 2s;
-
-/// Stops one thread of a process, as a debugger does, for its lifetime.
-class HeldThread {
-public:
-    explicit HeldThread(pid_t thread) : thread_(thread) {
-        EXPECT_EQ(::ptrace(PTRACE_SEIZE, thread, nullptr, nullptr), 0);
-        EXPECT_EQ(::ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr), 0);
-        EXPECT_EQ(::waitpid(thread, nullptr, __WALL), thread);
-    }
-    ~HeldThread() { ::ptrace(PTRACE_DETACH, thread_, nullptr, nullptr); }
-    HeldThread(const HeldThread&) = delete;
-    HeldThread& operator=(const HeldThread&) = delete;
-
-private:
-    pid_t thread_;
-};
 
 class VelloStands : public EightPlayersTest {
 protected:
@@ -53,14 +33,6 @@ protected:
         startVello();
         ASSERT_TRUE(awaitAll(tapped));
         awaitGuard();
-    }
-    /// The thread of VELLO that waits most often: once a cycle of the graph for each tap. It cannot be found
-    /// by name, because each version of PipeWire names it differently.
-    pid_t dataThread() {
-        const auto counts = waits(vello().pid());
-        const auto busiest =
-            std::ranges::max_element(counts, {}, [](const auto& count) { return count.second; });
-        return std::stoi(busiest->first);
     }
     void expectDirectSoon() {
         const auto moment = std::chrono::steady_clock::now();
@@ -103,7 +75,7 @@ TEST_F(VelloFreezes, AndIsKilledThen) {
 
 TEST_F(VelloFreezes, InItsDataThreadAlone) {
     {
-        const HeldThread held(dataThread());
+        const HeldThread held(dataThreadOf(vello().pid()));
         expectDirectSoon();
     }
     expectTappedSoon();

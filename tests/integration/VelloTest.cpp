@@ -51,9 +51,9 @@ void VelloTest::stopVello() {
     EXPECT_TRUE(vello_->terminate(5s)) << "VELLO does not end at SIGTERM";
 }
 
-ChildProcess& VelloTest::play(const PlayerOptions& options, PlayerKind kind) {
+ChildProcess& VelloTest::play(const PlayerOptions& options, PlayerKind kind, int seconds) {
     auto& place = players_[options.name];
-    place = startPlayer(*session_, kind, options);
+    place = startPlayer(*session_, kind, options, seconds);
     return *place;
 }
 

@@ -43,7 +43,8 @@ protected:
     /// Requests VELLO to end; the test fails when it does not.
     void stopVello();
 
-    ChildProcess& play(const PlayerOptions& options, PlayerKind kind = PlayerKind::native);
+    /// `seconds`: for how long, except for the kinds that play for ever.
+    ChildProcess& play(const PlayerOptions& options, PlayerKind kind = PlayerKind::native, int seconds = 30);
     /// Links the front channels of a player to those of the output, as a patchbay does.
     void connectByHand(const std::string& player, const std::string& output);
     /// Ends a player and waits until its stream is gone.

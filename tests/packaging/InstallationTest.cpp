@@ -68,10 +68,39 @@ TEST_F(InstallationTest, HoldsWhatDesktopsAndShellsLookFor) {
         EXPECT_EQ(::access(installed(name).c_str(), X_OK), 0) << name;
     for (const char* const name :
          {"applications/com.quorvin.Vello.desktop", "metainfo/com.quorvin.Vello.metainfo.xml",
-          "dbus-1/interfaces/com.quorvin.Vello1.xml", "man/man1/vello.1", "bash-completion/completions/vello",
-          "doc/vello/LICENSE", "doc/vello/README.md", "icons/hicolor/scalable/apps/com.quorvin.Vello.svg",
+          "dbus-1/interfaces/com.quorvin.Vello1.xml", "dbus-1/services/com.quorvin.Vello.service",
+          "man/man1/vello.1", "bash-completion/completions/vello", "doc/vello/LICENSE", "doc/vello/README.md",
+          "icons/hicolor/scalable/apps/com.quorvin.Vello.svg",
           "icons/hicolor/symbolic/apps/com.quorvin.Vello-symbolic.svg"})
         EXPECT_TRUE(fs::is_regular_file(share(name))) << name;
+}
+
+TEST_F(InstallationTest, HasUnitsThatStartWhatIsInstalled) {
+    const auto unit = [this](const std::string& name) {
+        return readTestFile(installed("lib/systemd/user/" + name + ".service"));
+    };
+    EXPECT_THAT(unit("vello"), HasSubstr("\nExecStart=/usr/bin/vello --headless\n"));
+    EXPECT_THAT(unit("vello-panel"), HasSubstr("\nExecStart=/usr/bin/vello --background\n"));
+    // The unit for the bus is the one without a screen, unless the user enables the other one.
+    const std::string activated = std::string("dbus-").append(kIdentifier);
+    EXPECT_EQ(unit(activated), unit("vello"));
+    EXPECT_THAT(unit("vello-panel"), HasSubstr("\nAlias=" + activated + ".service\n"));
+    const std::string service = readTestFile(share("dbus-1/services/com.quorvin.Vello.service"));
+    EXPECT_THAT(service, HasSubstr("\nExec=/usr/bin/vello --headless\n"));
+    EXPECT_THAT(service, HasSubstr("\nSystemdService=" + activated + ".service\n"));
+}
+
+TEST_F(InstallationTest, HasUnitsThatSystemdUnderstands) {
+    std::vector<std::string> command{"systemd-analyze", "--user", "--man=no", "verify"};
+    for (const char* const name : {"vello.service", "vello-panel.service", "vello-given-up@.service"}) {
+        std::string unit = readTestFile(installed("lib/systemd/user") / name);
+        // The program is checked, too, and is not where the unit says: it has another root.
+        if (const auto program = unit.find("=/usr/bin/vello"); program != std::string::npos)
+            unit.insert(program + 1, root_.path().string());
+        command.push_back((outputs_ / name).string());
+        writeTestFile(command.back(), unit);
+    }
+    EXPECT_EQ(run(command, bareEnvironment()), "");
 }
 
 TEST_F(InstallationTest, HasASymbolInTheColoursOfTheBarAndADimmedOne) {

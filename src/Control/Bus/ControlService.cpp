@@ -192,8 +192,10 @@ void ControlService::RequestPermission() {
 void ControlService::ShowPanel(const QString& activationToken) {
     if (showPanel_)
         return showPanel_(activationToken.toStdString());
-    sendErrorReply(QString::fromLatin1(dbus::kErrorPrefix).append("NoPanel"),
-                   "VELLO runs without a panel (vello --headless); end it and start vello");
+    sendErrorReply(
+        QString::fromLatin1(dbus::kErrorPrefix).append("NoPanel"),
+        "VELLO runs without a panel (vello --headless); end it (a service: systemctl --user stop vello) "
+        "and start vello");
 }
 
 QList<QVariantMap> ControlService::ListExemptStreams() const {
