@@ -74,13 +74,22 @@ FocusScope {
             width: parent.width
             visible: root.panel.isAuthorized && root.panel.presetImport.isOpen
             presetImport: root.panel.presetImport
+            room: root.availableHeight - root.frameHeight
         }
-        PermissionOnboardingView {
+        ScrollArea {
             width: parent.width
             visible: !root.panel.isAuthorized
-            isDenied: root.panel.isDenied
-            onAllow: root.panel.allowCapture()
-            onOpenSettings: root.panel.openCaptureSettings()
+            room: root.availableHeight - root.frameHeight
+            contentHeight: onboarding.implicitHeight
+
+            PermissionOnboardingView {
+                id: onboarding
+
+                width: parent.width
+                isDenied: root.panel.isDenied
+                onAllow: root.panel.allowCapture()
+                onOpenSettings: root.panel.openCaptureSettings()
+            }
         }
         PanelText {
             width: parent.width
