@@ -2,7 +2,6 @@
 #include "UI/ConsentQuestion/ConsentQuestion.h"
 
 #include "Foundation/Localization.h"
-
 #include "support/PictureContrast.h"
 
 #include <gtest/gtest.h>

@@ -35,7 +35,11 @@ FocusScope {
         keys: ["text/uri-list"]
         enabled: root.panel.isAuthorized
         onEntered: drag => drag.accepted = drag.urls.length === 1
-        onDropped: drop => root.panel.presetImport.openFile(drop.urls[0])
+        onDropped: drop => {
+            root.panel.presetImport.openFile(drop.urls[0]);
+            // The window that the file came from has the keyboard.
+            root.Window.window.requestActivate();
+        }
 
         Rectangle {
             anchors.fill: parent
