@@ -5,17 +5,22 @@
 #include "Foundation/Product.h"
 
 #include <QDialogButtonBox>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <cmath>
+
 namespace vello {
 namespace {
 
-constexpr int kTextWidth = 420; // px
-constexpr int kMargin = 24;     // px
-constexpr int kSpacing = 12;    // px
+constexpr int kTextWidth = 420; // px, at least
+constexpr int kLettersPerLine = 52;
+constexpr int kMargin = 24;  // px
+constexpr int kSpacing = 12; // px
 
 constexpr QRgb kLightGround = 0xffefefef;
 constexpr QRgb kDarkGround = 0xff303034;
@@ -28,11 +33,17 @@ QString text(std::string_view english) {
     return QString::fromStdString(localized(english));
 }
 
+/// Large texts get longer lines instead of more lines, because screens are wide.
+int textWidth() {
+    const QFontMetricsF letters(QGuiApplication::font());
+    return std::max(kTextWidth, static_cast<int>(std::lround(kLettersPerLine * letters.averageCharWidth())));
+}
+
 QLabel* paragraph(const QString& content) {
     auto* label = new QLabel(content);
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
-    label->setFixedWidth(kTextWidth);
+    label->setFixedWidth(textWidth());
     return label;
 }
 

@@ -13,6 +13,7 @@
 
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 Q_IMPORT_QML_PLUGIN(VelloPlugin)
 
@@ -52,8 +53,7 @@ PanelPresenter::PanelPresenter(PanelModel& model, Theme& theme, WindowSystem& wi
     QQuickWindow::setDefaultAlphaBuffer(true);
     chooseRenderer();
     connect(&windows_, &WindowSystem::buttonPressed, this, &PanelPresenter::pressedAt);
-    connect(&windows_, &WindowSystem::buttonReleased, this,
-            [this] { closingPress_.released(ClosingPress::Clock::now()); });
+    connect(&windows_, &WindowSystem::buttonReleased, this, &PanelPresenter::releasedAt);
     connect(&windows_, &WindowSystem::pressedOutside, this, &PanelPresenter::hide);
     connect(&windows_, &WindowSystem::keyboardLost, this, &PanelPresenter::loseKeyboard);
     connect(&windows_, &WindowSystem::translucencyChanged, &settling_, qOverload<>(&QTimer::start));
@@ -116,6 +116,7 @@ void PanelPresenter::show(std::optional<QRect> icon) {
         if (screenAt(icon))
             lastIcon_ = icon;
         hasHadKeyboard_ = false;
+        isPressedOutside_ = false;
         isClosedByTheSystem_ = false;
         place();
         window_->show();
@@ -203,6 +204,7 @@ void PanelPresenter::limitWindow() {
 }
 
 void PanelPresenter::pressedAt(QPoint native) {
+    isPressedOutside_ = false; // the former release may not have been reported
     const std::optional<QPoint> place = windows_.place(native);
     // An answer to the question for consent is a press outside too.
     if (!isPanelVisible() || model_.isAskingForConsent() ||
@@ -210,13 +212,24 @@ void PanelPresenter::pressedAt(QPoint native) {
         return;
     closingPress_.pressed();
     closedFrom_ = place;
-    hide();
+    isPressedOutside_ = true;
 }
 
-/// A press outside took the keyboard away, or the question for consent did; whether a button is held or
-/// released is not known.
+/// A press outside closes the panel when its button is released, because until then it may become a drag. One
+/// that ends on the panel has dropped something there.
+void PanelPresenter::releasedAt(QPoint native) {
+    closingPress_.released(ClosingPress::Clock::now());
+    if (!std::exchange(isPressedOutside_, false))
+        return;
+    const std::optional<QPoint> place = windows_.place(native);
+    if (!place || !isOnPanel(*place))
+        hide();
+}
+
+/// A press outside took the keyboard away, or the question for consent did. Unless the press was seen,
+/// whether its button is held or released is not known.
 void PanelPresenter::loseKeyboard() {
-    if (!isPanelVisible() || !hasHadKeyboard_ || model_.isAskingForConsent())
+    if (!isPanelVisible() || !hasHadKeyboard_ || isPressedOutside_ || model_.isAskingForConsent())
         return;
     closingPress_.pressed();
     closingPress_.released(ClosingPress::Clock::now());

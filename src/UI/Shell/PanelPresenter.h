@@ -53,6 +53,7 @@ private:
     void place();
     Q_SLOT void limitWindow();
     void pressedAt(QPoint native);
+    void releasedAt(QPoint native);
     void loseKeyboard();
     void watch(QScreen* screen);
     void settle();
@@ -78,6 +79,7 @@ private:
     std::optional<QRect> lastIcon_;
     WindowPlace place_;
     bool hasHadKeyboard_ = false;      ///< since the panel was shown
+    bool isPressedOutside_ = false;    ///< a button is held that closes the panel unless released on it
     bool isClosedByTheSystem_ = false; ///< and not by the user
     QTimer settling_;
 };

@@ -69,10 +69,10 @@ public:
     virtual void acceptStart(const std::string& token);
 
 signals:
-    /// The first pointer button was pressed over any window, at `native` in the system's own pixels; or
-    /// released. Only emitted when tellsButtons().
+    /// The first pointer button was pressed or released over any window, at `native` in the system's own
+    /// pixels. Only emitted when tellsButtons().
     void buttonPressed(QPoint native);
-    void buttonReleased();
+    void buttonReleased(QPoint native);
     /// No window of this program has the keyboard any more. Emitted where a press on another program's window
     /// is noticed in no other way.
     void keyboardLost();

@@ -190,7 +190,7 @@ void X11Desktop::readEvents() {
             emit buttonPressed(pointerPosition());
             break;
         case XCB_INPUT_RAW_BUTTON_RELEASE:
-            emit buttonReleased();
+            emit buttonReleased(pointerPosition());
             break;
         default:
             break;

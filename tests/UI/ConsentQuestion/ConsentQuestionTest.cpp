@@ -2,7 +2,7 @@
 #include "UI/ConsentQuestion/ConsentQuestion.h"
 
 #include "Foundation/Localization.h"
-#include "UI/Appearance/ColorContrast.h"
+#include "support/PictureContrast.h"
 
 #include <gtest/gtest.h>
 
@@ -37,6 +37,21 @@ protected:
             QKeyEvent event(type, key, Qt::NoModifier);
             QCoreApplication::sendEvent(target, &event);
         }
+    }
+    /// With three pixels a point, so that strokes of letters reach their own colour.
+    QImage picture() {
+        constexpr int scale = 3;
+        QImage image(question_.size() * scale, QImage::Format_RGB32);
+        image.setDevicePixelRatio(scale);
+        question_.render(&image);
+        return image;
+    }
+    double contrastIn(const QWidget& widget) {
+        const QImage image = picture();
+        const auto scale = static_cast<int>(image.devicePixelRatio());
+        const QPoint corner = widget.mapTo(&question_, QPoint(4, 4));
+        return PictureColors(image.copy(QRect(corner * scale, (widget.size() - QSize(8, 8)) * scale)))
+            .contrast();
     }
     QAbstractButton* button(const QString& text) {
         for (auto* each : question_.findChildren<QAbstractButton*>())
@@ -81,14 +96,35 @@ TEST_F(ConsentQuestionTest, TheButtonsAnswer) {
 TEST_F(ConsentQuestionTest, IsAsDarkAsTheDesktopAndChangesWithIt) {
     for (const bool isDark : {true, false, true}) {
         question_.setAppearance({.isDark = isDark});
-        const QColor ground = question_.grab().toImage().pixelColor(2, 2);
-        EXPECT_EQ(ground.lightnessF() < 0.3F, isDark);
-        for (const auto* each : question_.findChildren<QWidget*>())
-            EXPECT_GE(contrastRatio(each->palette().color(each->foregroundRole()),
-                                    each->palette().color(each->backgroundRole())),
-                      kTextContrast)
-                << each->metaObject()->className();
+        EXPECT_EQ(picture().pixelColor(2, 2).lightnessF() < 0.3F, isDark);
     }
+}
+
+TEST_F(ConsentQuestionTest, HasEnoughContrastInItsPicture) {
+    for (const bool isDark : {true, false}) {
+        question_.setAppearance({.isDark = isDark});
+        for (const auto* label : question_.findChildren<QLabel*>())
+            EXPECT_GE(contrastIn(*label), kTextContrast) << label->text().toStdString();
+        for (const auto* each : question_.findChildren<QAbstractButton*>())
+            EXPECT_GE(contrastIn(*each), kTextContrast) << each->text().toStdString();
+    }
+}
+
+TEST_F(ConsentQuestionTest, FitsOnALowScreenWithLargeTexts) {
+    constexpr QSize lowScreen(960, 540);
+    constexpr QSize frameAndBar(16, 80);
+    const QFont usual = QApplication::font();
+    for (const double scale : {1.0, 1.5, 2.0}) {
+        QFont font = usual;
+        font.setPointSizeF(11.0 * scale);
+        QApplication::setFont(font);
+        ConsentQuestion question;
+        question.show();
+        const QSize room = lowScreen - frameAndBar;
+        EXPECT_LE(question.width(), room.width()) << scale;
+        EXPECT_LE(question.height(), room.height()) << scale;
+    }
+    QApplication::setFont(usual);
 }
 
 TEST_F(ConsentQuestionTest, MarksWithTheAccentOfTheDesktop) {

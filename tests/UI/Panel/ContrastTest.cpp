@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PanelQuickTest.h"
 
-#include "UI/Appearance/ColorContrast.h"
-
-#include <map>
+#include "support/PictureContrast.h"
 
 namespace vello {
 namespace {
@@ -14,26 +12,14 @@ constexpr int kScale = 3;
 /// reach their own colour there.
 [[maybe_unused]] const bool kIsEnlarged = qputenv("QT_SCALE_FACTOR", QByteArray::number(kScale));
 
-QRgb mostFrequent(const QImage& image) {
-    std::map<QRgb, int> counts;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            ++counts[image.pixel(x, y)];
-    return std::ranges::max_element(counts, {}, &std::pair<const QRgb, int>::second)->first;
-}
-
-double largestContrast(const QImage& image, const QColor& ground) {
-    double largest = 1.0;
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            largest = std::max(largest, contrastRatio(QColor(image.pixel(x, y)), ground));
-    return largest;
-}
-
 /// Contrasts as they are in the picture, in every look, over the brightest and the darkest wallpaper.
 class ContrastTest : public PanelQuickTest {
 protected:
+    /// Frames of motions would be drawn in this large scale too, which takes most of the time.
+    ContrastTest() { scene.theme.setAppearance({.isMotionReduced = true}); }
+
     template <class Check> void inEveryLook(Check check) {
+        scene.settle();
         for (const bool isDark : {false, true})
             for (const bool isContrastIncreased : {false, true})
                 for (const QColor wallpaper : {QColor(Qt::white), QColor(Qt::black)}) {
@@ -45,7 +31,8 @@ protected:
                                           .isMotionReduced = true};
                     scene.theme.setAppearance(look);
                     scene.window->setColor(wallpaper);
-                    picture_ = scene.picture().convertToFormat(QImage::Format_RGB32);
+                    // Nothing moves, so that what is grabbed is at rest, and is drawn only once.
+                    picture_ = scene.window->grabWindow().convertToFormat(QImage::Format_RGB32);
                     picture_.setDevicePixelRatio(1.0);
                     ASSERT_EQ(picture_.width(), kScale * scene.window->width());
                     check(look);
@@ -56,16 +43,15 @@ protected:
         return picture_.copy(QRectF(part.topLeft() * kScale, part.size() * kScale).toAlignedRect() &
                              picture_.rect());
     }
+    PictureColors colorsIn(const QRectF& part) const { return PictureColors(cut(part)); }
     /// Of what is drawn within the part to its most frequent colour.
-    double contrastIn(const QRectF& part) const {
-        const QImage image = cut(part);
-        return largestContrast(image, QColor(mostFrequent(image)));
-    }
+    double contrastIn(const QRectF& part) const { return colorsIn(part).contrast(); }
     /// Of the left edge of a shape, at its middle, to what is left of it.
     double edgeContrast(const QRectF& shape) const {
         const QPointF middle(shape.left(), shape.center().y());
-        const QColor ground(mostFrequent(cut(QRectF(middle - QPointF(5.0, 4.0), QSizeF(1.0, 8.0)))));
-        return largestContrast(cut(QRectF(middle - QPointF(0.5, 0.0), QSizeF(2.5, 0.5))), ground);
+        const QRectF beside(middle - QPointF(5.0, 4.0), QSizeF(1.0, 8.0));
+        const QRectF edge(middle - QPointF(0.5, 0.0), QSizeF(2.5, 0.5));
+        return colorsIn(edge).largestContrastTo(colorsIn(beside).mostFrequent());
     }
     void expectTextsToBeRead(const Appearance& look) {
         const auto texts = all(QStringLiteral("Text"));
@@ -122,8 +108,9 @@ TEST_F(ContrastTest, IsEnoughInAnOpenCard) {
         const QRectF thumb =
             place(*only(QStringLiteral("SmallSlider")).property("handle").value<QQuickItem*>());
         EXPECT_GE(edgeContrast(thumb), kMarkContrast) << "of the volume's thumb, to the card";
-        const QImage onBar = cut(QRectF(thumb.left() - 3.0, thumb.center().y() - 0.5, 6.0, 1.0));
-        EXPECT_GE(largestContrast(onBar, onBar.pixelColor(0, 0)), kMarkContrast) << "to its bar";
+        const QRectF onBar(thumb.left() - 3.0, thumb.center().y() - 0.5, 6.0, 1.0);
+        const QColor bar = cut(onBar).pixelColor(0, 0);
+        EXPECT_GE(colorsIn(onBar).largestContrastTo(bar), kMarkContrast) << "to its bar";
         const QQuickItem& meter = only(QStringLiteral("LevelMeterView"), &playerRow("expanded"));
         EXPECT_GE(contrastIn(place(*meter.childItems()[2]).adjusted(0, -6, 0, 6)), kMarkContrast);
     });
@@ -152,7 +139,6 @@ TEST_F(ContrastTest, IsEnoughWhileAPresetIsNamed) {
 
 TEST_F(ContrastTest, IsEnoughInAMenu) {
     openPlayer();
-    scene.theme.setAppearance({.isMotionReduced = true}); // the menu is there at once
     click(item(QStringLiteral("Flat")));
     ASSERT_TRUE(waitUntil([&] { return !all(QStringLiteral("MenuList")).empty(); }));
     inEveryLook([this](const Appearance&) {
@@ -161,6 +147,60 @@ TEST_F(ContrastTest, IsEnoughInAMenu) {
                 << text->property("text").toString().toStdString();
     });
 }
+
+TEST_F(ContrastTest, IsEnoughInAHint) {
+    open();
+    QQuickItem& button = item(QStringLiteral("Equalizing enabled"));
+    // It comes at once, and stays for as long as the pictures take.
+    for (QObject* const hint : button.findChildren<QObject*>(Qt::FindDirectChildrenOnly))
+        if (hint->property("isWanted").isValid())
+            hint->setProperty("delay", 0), hint->setProperty("timeout", -1);
+    QTest::mouseMove(scene.window, place(button).center().toPoint());
+    const QString said = button.property("hint").toString();
+    const auto isShown = [&](QQuickItem* text) { return text->property("text").toString() == said; };
+    ASSERT_TRUE(waitUntil([&] { return std::ranges::any_of(all(QStringLiteral("Text")), isShown); }));
+    inEveryLook([&](const Appearance&) { EXPECT_GE(contrastIn(place(showing(said))), kTextContrast); });
+}
+
+TEST_F(ContrastTest, IsEnoughWhileAFileIsImported) {
+    open();
+    scene.model->presetImport()->offer(QStringLiteral("Open Back.txt"),
+                                       "Filter 1: ON LSC Fc 105 Hz Gain 5 dB Q 0.70\n"
+                                       "Filter 2: ON NO Fc 50 Hz\n");
+    scene.settle();
+    ASSERT_GE(scene.model->presetImport()->notes().size(), 2);
+    inEveryLook([this](const Appearance& look) {
+        expectTextsToBeRead(look);
+        for (const char* type : {"NameField", "TextButton", "ProminentButton"})
+            expectEdgesToBeSeen(type);
+    });
+}
+
+TEST_F(ContrastTest, IsEnoughWhenAFileCannotBeImported) {
+    open();
+    scene.model->presetImport()->offer(QStringLiteral("x.txt"), "Filter 1: ON PK Fc loud\n");
+    scene.settle();
+    inEveryLook([this](const Appearance& look) {
+        expectTextsToBeRead(look);
+        expectEdgesToBeSeen("TextButton");
+    });
+}
+
+class ConsentContrastTest : public ContrastTest, public testing::WithParamInterface<Consent> {};
+
+TEST_P(ConsentContrastTest, IsEnoughWithoutConsent) {
+    scene.authorization.answer = GetParam();
+    open();
+    inEveryLook([this](const Appearance& look) {
+        expectTextsToBeRead(look);
+        expectEdgesToBeSeen("ProminentButton");
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(, ConsentContrastTest, testing::Values(Consent::undecided, Consent::denied),
+                         [](const auto& consent) {
+                             return consent.param == Consent::denied ? "Denied" : "Undecided";
+                         });
 
 TEST_F(ContrastTest, IsEnoughInAbout) {
     scene.openAbout();

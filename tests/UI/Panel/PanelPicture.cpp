@@ -110,6 +110,10 @@ void offer(PanelScene& scene, const char* content) {
     scene.model->presetImport()->offer(QStringLiteral("Open Back 600 ParametricEQ.txt"), content);
 }
 
+void limitToLowScreen(PanelScene& scene) {
+    scene.window->setProperty("availableHeight", 492.0);
+}
+
 const std::vector<double> kOwnCurve{6, 4.5, 2, -1.5, 0, 1.5, 4, 12};
 
 const std::map<std::string, Prepare> kScenes{
@@ -159,6 +163,13 @@ const std::map<std::string, Prepare> kScenes{
          offer(scene, "Preamp: -6.2 dB\nFilter 1: ON LSC Fc 105 Hz Gain 5.0 dB Q 0.70\n"
                       "Filter 2: ON PK Fc 2800 Hz Gain -3.1 dB Q 1.80\nFilter 3: ON NO Fc 50 Hz\n");
      }},
+    {"low-import",
+     [](PanelScene& scene) {
+         limitToLowScreen(scene);
+         offer(scene, "Preamp: -6.2 dB\nFilter 1: ON LSC Fc 105 Hz Gain 36.0 dB Q 0.70\n"
+                      "Filter 2: ON PK Fc 30000 Hz Gain -3.1 dB Q 1.80\nFilter 3: ON NO Fc 50 Hz\n");
+     }},
+    {"low-denied", limitToLowScreen},
     {"refused", [](PanelScene& scene) { startPlaying(scene), offer(scene, "Filter 1: ON PK Fc loud\n"); }},
     {"routes",
      [](PanelScene& scene) {
@@ -198,7 +209,7 @@ const std::map<std::string, Prepare> kScenes{
      }},
     {"low",
      [](PanelScene& scene) {
-         scene.window->setProperty("availableHeight", 492.0);
+         limitToLowScreen(scene);
          for (int number = 0; number < 30; ++number)
              scene.controller->saveUserPreset("Preset " + std::to_string(number),
                                               std::vector<double>(EQSettings::bandCount, number + 1.0));
@@ -230,12 +241,10 @@ private:
 
 int takePicture(const std::string& scene, const Appearance& appearance, const QString& file,
                 const QString& behind) {
-    const bool isOnboarding = scene == "onboarding" || scene == "denied";
-    PanelScene panel(appearance,
-                     !isOnboarding       ? Consent::allowed
-                     : scene == "denied" ? Consent::denied
-                                         : Consent::undecided,
-                     VELLO_ICON_PROGRAM);
+    const Consent consent = scene == "onboarding"       ? Consent::undecided
+                            : scene.ends_with("denied") ? Consent::denied
+                                                        : Consent::allowed;
+    PanelScene panel(appearance, consent, VELLO_ICON_PROGRAM);
     scene == "about" ? panel.openAbout() : panel.openPanel();
     const Backdrop backdrop(*panel.window, behind);
     if (backdrop.isNull()) {

@@ -18,6 +18,9 @@ constexpr char kTwoPresets[] = R"({"format": "vello-presets", "version": 1, "pre
     {"name": "One", "bandGains": [0, 0, 0, 0, 0, 0, 0, 1]},
     {"name": "Two", "bandGains": [0, 0, 0, 0, 0, 0, 0, 2]}]})";
 
+/// What a screen of 540 points leaves beside a bar of 32 and the gaps at both edges.
+constexpr double kLowScreen = 492.0;
+
 /// The panel with as much content as possible, in each language and at each text size.
 class TextSizesTest : public PanelQuickTest, public testing::WithParamInterface<std::string_view> {
 protected:
@@ -61,6 +64,10 @@ protected:
         }
     }
     QRectF panel() { return place(only(QStringLiteral("MenuPanelView"))); }
+    void expectOnLowScreen() {
+        EXPECT_LE(panel().height(), kLowScreen);
+        EXPECT_LE(place(only(QStringLiteral("PanelFooter"))).bottom(), panel().bottom() - 11.0);
+    }
 };
 
 TEST_P(TextSizesTest, HaveRoomInAnOpenCard) {
@@ -95,6 +102,38 @@ TEST_P(TextSizesTest, LeaveANameWholeThatHasRoom) {
     scene.play(101, "Player");
     open();
     atEachSize([this] { EXPECT_FALSE(showing(QStringLiteral("Player")).property("truncated").toBool()); });
+}
+
+/// With a note of every kind.
+constexpr char kManyNotes[] = "Preamp: -6.2 dB\n"
+                              "Channel: L\n"
+                              "Filter 1: ON LSC Fc 105 Hz Gain 36 dB Q 0.70\n"
+                              "Channel: all\n"
+                              "Filter 2: ON NO Fc 50 Hz\n"
+                              "Filter 3: ON PK Fc 30000 Hz Gain 3 dB Q 1\n"
+                              "Filter 4: ON HSC Fc 15000 Hz Gain 20 dB Q 0.70\n"
+                              "Convolution: room.wav\n";
+
+TEST_P(TextSizesTest, HaveRoomForAnImportOnALowScreen) {
+    open();
+    scene.window->setProperty("availableHeight", kLowScreen);
+    PresetImport& import = *scene.model->presetImport();
+    import.offer(QStringLiteral("Open Back.txt"), kManyNotes);
+    ASSERT_GE(import.notes().size(), 7);
+    atEachSize([&] {
+        expectOnLowScreen();
+        const QQuickItem& view = only(QStringLiteral("PresetImportView"));
+        const QRectF save = place(only(QStringLiteral("ProminentButton"), &view));
+        EXPECT_LE(save.bottom(), place(view).bottom() - 12.0);
+        const QQuickItem& report = only(QStringLiteral("ScrollArea"), &view);
+        EXPECT_LE(place(report).bottom(), save.top());
+        EXPECT_GE(place(showing(import.summary(), &report)).top(), place(report).top() - 0.5);
+        for (int step = 0; step < 100; ++step)
+            QTest::keyClick(scene.window, Qt::Key_Down);
+        EXPECT_LE(place(showing(import.notes().last(), &report)).bottom(), place(report).bottom() + 0.5);
+        for (int step = 0; step < 100; ++step)
+            QTest::keyClick(scene.window, Qt::Key_Up);
+    });
 }
 
 TEST_P(TextSizesTest, HaveRoomInTheAboutWindow) {
@@ -174,7 +213,7 @@ TEST_P(UndecidedTextSizesTest, HaveRoomBeforeTheQuestionForTheConsent) {
 
 INSTANTIATE_TEST_SUITE_P(Languages, UndecidedTextSizesTest, kLanguages, nameOf);
 
-/// While the panel asks for consent.
+/// While the panel asks for consent. The view is highest after it was denied.
 class DeniedTextSizesTest : public TextSizesTest {
 protected:
     DeniedTextSizesTest() { scene.authorization.answer = Consent::denied; }
@@ -183,6 +222,22 @@ protected:
 TEST_P(DeniedTextSizesTest, HaveRoomInTheQuestionForTheConsent) {
     open();
     atEachSize([this] { expectRoomForTexts(QStringLiteral("MenuPanelView"), panel()); });
+}
+
+TEST_P(DeniedTextSizesTest, HaveRoomForTheQuestionOnALowScreen) {
+    open();
+    scene.window->setProperty("availableHeight", kLowScreen);
+    atEachSize([this] {
+        expectRoomForTexts(QStringLiteral("PermissionOnboardingView"), panel());
+        expectOnLowScreen();
+        only(QStringLiteral("ProminentButton")).forceActiveFocus(Qt::TabFocusReason);
+        const QRectF view =
+            place(*only(QStringLiteral("PermissionOnboardingView")).parentItem()->parentItem());
+        const QRectF button = place(only(QStringLiteral("ProminentButton")));
+        EXPECT_GE(button.top(), view.top());
+        EXPECT_LE(button.bottom(), view.bottom());
+        item(QString::fromStdString(localized("Quit"))).forceActiveFocus(Qt::TabFocusReason);
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Languages, DeniedTextSizesTest, kLanguages, nameOf);

@@ -38,7 +38,7 @@ protected:
     /// A complete click at `place`, in logical pixels; on the item also the activation that its host reports.
     void click(QPoint place, bool isOnItem = false) {
         emit windows_.buttonPressed(place * 2);
-        emit windows_.buttonReleased();
+        emit windows_.buttonReleased(place * 2);
         if (isOnItem)
             presenter_->toggle(kIcon);
     }
@@ -159,6 +159,32 @@ TEST_F(PanelPresenterTest, ClosesOnAClickOutsideAndStaysOnOneInside) {
     EXPECT_TRUE(presenter.isPanelVisible());
     click(panel().bottomRight() + QPoint(10, 0));
     EXPECT_FALSE(presenter.isPanelVisible()) << "the clear margin is outside";
+}
+
+TEST_F(PanelPresenterTest, StaysOpenForADragThatBeginsOutsideAndEndsOnIt) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    QCoreApplication::processEvents();
+    ASSERT_TRUE(presenter.window()->isActive());
+    emit windows_.buttonPressed(screen().bottomLeft() * 2);
+    emit windows_.keyboardLost(); // the window under the press has taken it
+    EXPECT_TRUE(presenter.isPanelVisible());
+    emit windows_.buttonReleased(panel().center() * 2);
+    EXPECT_TRUE(presenter.isPanelVisible());
+    emit windows_.buttonPressed(screen().bottomLeft() * 2);
+    EXPECT_TRUE(presenter.isPanelVisible()) << "it may become a drag";
+    emit windows_.buttonReleased(screen().topLeft() * 2);
+    EXPECT_FALSE(presenter.isPanelVisible());
+}
+
+TEST_F(PanelPresenterTest, ForgetsAPressOutsideWhenItIsShownAnew) {
+    PanelPresenter& presenter = makePresenter();
+    presenter.show(kIcon);
+    emit windows_.buttonPressed(screen().bottomLeft() * 2);
+    presenter.hide();
+    presenter.show(kIcon);
+    emit windows_.buttonReleased(screen().bottomLeft() * 2);
+    EXPECT_TRUE(presenter.isPanelVisible());
 }
 
 TEST_F(PanelPresenterTest, StaysOpenWhileTheUserIsAskedForConsentAndShowsTheAnswer) {

@@ -35,7 +35,11 @@ FocusScope {
         keys: ["text/uri-list"]
         enabled: root.panel.isAuthorized
         onEntered: drag => drag.accepted = drag.urls.length === 1
-        onDropped: drop => root.panel.presetImport.openFile(drop.urls[0])
+        onDropped: drop => {
+            root.panel.presetImport.openFile(drop.urls[0]);
+            // The window that the file came from has the keyboard.
+            root.Window.window.requestActivate();
+        }
 
         Rectangle {
             anchors.fill: parent
@@ -74,13 +78,22 @@ FocusScope {
             width: parent.width
             visible: root.panel.isAuthorized && root.panel.presetImport.isOpen
             presetImport: root.panel.presetImport
+            room: root.availableHeight - root.frameHeight
         }
-        PermissionOnboardingView {
+        ScrollArea {
             width: parent.width
             visible: !root.panel.isAuthorized
-            isDenied: root.panel.isDenied
-            onAllow: root.panel.allowCapture()
-            onOpenSettings: root.panel.openCaptureSettings()
+            room: root.availableHeight - root.frameHeight
+            contentHeight: onboarding.implicitHeight
+
+            PermissionOnboardingView {
+                id: onboarding
+
+                width: parent.width
+                isDenied: root.panel.isDenied
+                onAllow: root.panel.allowCapture()
+                onOpenSettings: root.panel.openCaptureSettings()
+            }
         }
         PanelText {
             width: parent.width

@@ -9,13 +9,17 @@ FocusScope {
     id: root
 
     required property PresetImport presetImport
+    /// Height that the screen leaves for the view.
+    required property real room
     readonly property bool canSave: root.presetImport.hasPresets && root.presetImport.canSave(name.text)
+    readonly property real heightBesideReport: title.height + (name.visible ? name.height + content.spacing : 0) + buttons.height + 2 * content.spacing
 
     function commit(): void {
         root.presetImport.save(name.text);
     }
     function begin(): void {
         name.text = root.presetImport.suggestedName;
+        report.scrollTo(0);
         if (!root.presetImport.isOpen)
             return;
         if (root.presetImport.hasOnePreset)
@@ -30,6 +34,8 @@ FocusScope {
     Accessible.role: Accessible.Pane
     Accessible.name: title.text
     Keys.onEscapePressed: root.presetImport.close()
+    Keys.onUpPressed: report.scrollByLines(-1)
+    Keys.onDownPressed: report.scrollByLines(1)
     Component.onCompleted: root.begin()
 
     Connections {
@@ -72,35 +78,53 @@ FocusScope {
             visible: root.presetImport.hasOnePreset
             onAccepted: root.commit()
         }
-        PanelText {
+        ScrollArea {
+            id: report
+
             width: parent.width
-            horizontalAlignment: Text.AlignLeft
-            text: root.presetImport.summary
-            wrapMode: Text.Wrap
-            font.pixelSize: Theme.callout
-        }
-        Column {
-            width: parent.width
-            spacing: 4
+            // At least one line of it is in view, and always the buttons.
+            room: Math.max(2 * Theme.caption, root.room - 2 * content.y - root.heightBesideReport)
+            contentHeight: lines.implicitHeight
 
-            Repeater {
-                model: root.presetImport.notes
+            Column {
+                id: lines
 
-                delegate: PanelText {
-                    required property string modelData
+                width: report.width
+                spacing: 10
 
-                    width: parent ? parent.width : 0
+                PanelText {
+                    width: parent.width
                     horizontalAlignment: Text.AlignLeft
-                    text: modelData
+                    text: root.presetImport.summary
                     wrapMode: Text.Wrap
-                    maximumLineCount: 4
-                    elide: Text.ElideRight
-                    font.pixelSize: Theme.caption
-                    color: Theme.secondary
+                    font.pixelSize: Theme.callout
+                }
+                Column {
+                    width: parent.width
+                    spacing: 4
+
+                    Repeater {
+                        model: root.presetImport.notes
+
+                        delegate: PanelText {
+                            required property string modelData
+
+                            width: parent ? parent.width : 0
+                            horizontalAlignment: Text.AlignLeft
+                            text: modelData
+                            wrapMode: Text.Wrap
+                            maximumLineCount: 4
+                            elide: Text.ElideRight
+                            font.pixelSize: Theme.caption
+                            color: Theme.secondary
+                        }
+                    }
                 }
             }
         }
         Row {
+            id: buttons
+
             anchors.right: parent.right
             topPadding: 2
             spacing: 10
