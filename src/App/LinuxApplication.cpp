@@ -41,7 +41,9 @@ LinuxApplication::LinuxApplication(PipeWireRedirectGuard& guard, const Options& 
       notifier_(mainThread_, [&guard] { return !guard.isGivenUp(); }) {}
 
 void LinuxApplication::publish(ControlService::ShowPanelAction showPanel) {
-    service_.emplace(controller(), meterAudience(), mainThread_, std::move(showPanel));
+    service_.emplace(controller(), meterAudience(), mainThread_, std::move(showPanel), [this] {
+        return InstanceHealth{.missedCycles = hardware_.missedCycles(), .errors = log_.lines()};
+    });
     if (!presence_.publish(*service_))
         throw AlreadyRunning();
     notifier_.start();

@@ -10,6 +10,7 @@
 #include "Platform/Linux/PipeWire/PipeWireRedirectGuard.h"
 #include "Platform/Linux/SharedFolder/FolderKeyValueStore.h"
 #include "Platform/Linux/System/JournalSystemLog.h"
+#include "Platform/Linux/System/RecentErrors.h"
 #include "Platform/Linux/System/ServiceNotifier.h"
 #include "Platform/Linux/System/TerminationSignals.h"
 #include "Platform/Linux/System/UserFolders.h"
@@ -52,7 +53,8 @@ private:
     const Environment environment_;
     QtMainThread mainThread_;
     TerminationSignals termination_;
-    JournalSystemLog log_;
+    JournalSystemLog systemLog_;
+    RecentErrors log_{systemLog_};
     PipeWireAudioHardware hardware_;
     DesktopRunningApplications applications_;
     LinuxCaptureAuthorization authorization_;

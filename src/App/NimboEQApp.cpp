@@ -3,6 +3,7 @@
 #include "AskRunningInstance.h"
 #include "CompanionProgram.h"
 #include "Control/CommandLine/CommandLine.h"
+#include "Doctor.h"
 #include "LinuxApplication.h"
 #include "OnlyInstance.h"
 #include "Platform/Linux/Consent/LinuxConsentStore.h"
@@ -69,6 +70,8 @@ int main(int argumentCount, char** arguments) {
             return vello::runAnalyze(parsed.analyze, std::cout, std::cerr);
         case vello::Command::permission:
             return vello::runPermissionCommand(parsed);
+        case vello::Command::doctor:
+            vello::runDoctor(parsed.showsNames, argumentCount, arguments);
         case vello::Command::client:
             vello::askRunningInstance(parsed.client, argumentCount, arguments);
         case vello::Command::panel:

@@ -7,7 +7,9 @@
 #include "OnlyInstance.h"
 #include "Platform/Linux/Applications/AutostartLoginItem.h"
 #include "Platform/Linux/Applications/ServiceLoginItem.h"
+#include "Platform/Linux/Portals/PortalLoginItem.h"
 #include "Platform/Linux/System/CharacterEncoding.h"
+#include "Platform/Linux/System/MachineFacts.h"
 #include "Platform/Linux/System/SystemdUserServices.h"
 #include "UI/Appearance/DesktopAppearance.h"
 #include "UI/ApplicationIcons/ApplicationIconImages.h"
@@ -20,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <span>
 #include <stdexcept>
 #include <string_view>
@@ -66,6 +69,17 @@ void introduce() {
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
+/// The folder of autostart entries that a sandboxed program sees is its own. Null outside of a sandbox.
+std::unique_ptr<PortalLoginItem> portalLoginItem() {
+    if (!isInFlatpak())
+        return nullptr;
+    const Environment environment = processEnvironment();
+    return std::make_unique<PortalLoginItem>(
+        PortalLoginItem::Places{sessionBusAddress(environment),
+                                userStateFolder(environment) / kApplicationFolder / "start-at-login"},
+        std::vector<std::string>{"vello", kInBackground});
+}
+
 int runPanel(int argumentCount, char** arguments) {
     OnlyInstance instance;
     if (!hasScreen())
@@ -85,7 +99,10 @@ int runPanel(int argumentCount, char** arguments) {
                                  {mainProgram().string(), kInBackground});
     SystemdUserServices services;
     ServiceLoginItem service(services, autostart, "vello-panel.service", "graphical-session.target");
-    LaunchAtLoginController launchAtLogin(isInstalled() ? static_cast<LoginItem&>(service) : autostart);
+    const auto portal = portalLoginItem();
+    LaunchAtLoginController launchAtLogin(portal          ? static_cast<LoginItem&>(*portal)
+                                          : isInstalled() ? static_cast<LoginItem&>(service)
+                                                          : autostart);
     launchAtLogin.refresh();
     PanelShell shell({application.controller(), application.meterAudience(), launchAtLogin,
                       application.runningApplications(), application.mainThread(),

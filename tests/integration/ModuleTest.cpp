@@ -4,7 +4,6 @@
 #include "DesignedResponse.h"
 #include "VelloTest.h"
 
-#include <fstream>
 #include <memory>
 
 namespace vello::session {
@@ -20,30 +19,14 @@ protected:
         writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     }
 
-    /// Loads a module in a separate client, as users do with a configuration file.
-    void load(const std::string& module, const std::string& arguments) {
-        const auto file = session().folder() / (module + ".conf");
-        std::ofstream(file) << "context.properties = { log.level = 2 }\n"
-                               "context.spa-libs = { audio.convert.* = audioconvert/libspa-audioconvert\n"
-                               "    support.* = support/libspa-support }\n"
-                               "context.modules = [\n"
-                               "    { name = libpipewire-module-rt args = { } flags = [ ifexists nofail ] }\n"
-                               "    { name = libpipewire-module-protocol-native }\n"
-                               "    { name = libpipewire-module-client-node }\n"
-                               "    { name = libpipewire-module-adapter }\n"
-                               "    { name = libpipewire-module-"
-                            << module << " args = {\n"
-                            << arguments << " } } ]\n";
-        modules_.push_back(session().start(module, {"pipewire", "-c", file.string()}));
-    }
     /// A virtual output that plays its input on `output`.
     void loadLoopback(const std::string& output) {
-        load("loopback", "node.description = Virtual\n"
-                         "capture.props = { node.name = virtual media.class = Audio/Sink\n"
-                         "    audio.position = [ FL FR ] }\n"
-                         "playback.props = { node.name = virtual-output audio.position = [ FL FR ]\n"
-                         "    target.object = " +
-                             output + " }");
+        loadModule("loopback", "node.description = Virtual\n"
+                               "capture.props = { node.name = virtual media.class = Audio/Sink\n"
+                               "    audio.position = [ FL FR ] }\n"
+                               "playback.props = { node.name = virtual-output audio.position = [ FL FR ]\n"
+                               "    target.object = " +
+                                   output + " }");
         ASSERT_TRUE(awaitLinked("virtual-output", output));
     }
     [[nodiscard]] bool awaitLinked(const std::string& from, const std::string& to) {
@@ -60,7 +43,6 @@ protected:
     }
 
 private:
-    std::vector<std::unique_ptr<ChildProcess>> modules_;
 };
 
 TEST_F(VelloAndModules, EqualizesOnceWhatPlaysIntoALoopback) {
@@ -114,14 +96,15 @@ TEST_F(VelloAndModules, EqualizesOnceWhatALoopbackOfThePulseAudioServerPassesOn)
 
 TEST_F(VelloAndModules, LeavesAnotherEqualizerInTheChainAsItIs) {
     constexpr double otherGain = -6; // dB, at the test's frequency
-    load("filter-chain", "node.description = Equalizer\n"
-                         "filter.graph = { nodes = [ { type = builtin name = bell label = bq_peaking\n"
-                         "    control = { Freq = 1000.0 Q = 1.0 Gain = " +
-                             std::to_string(otherGain) +
-                             " } } ] }\n"
-                             "audio.channels = 2 audio.position = [ FL FR ]\n"
-                             "capture.props = { node.name = equalizer media.class = Audio/Sink }\n"
-                             "playback.props = { node.name = equalizer-output target.object = output-a }");
+    loadModule("filter-chain",
+               "node.description = Equalizer\n"
+               "filter.graph = { nodes = [ { type = builtin name = bell label = bq_peaking\n"
+               "    control = { Freq = 1000.0 Q = 1.0 Gain = " +
+                   std::to_string(otherGain) +
+                   " } } ] }\n"
+                   "audio.channels = 2 audio.position = [ FL FR ]\n"
+                   "capture.props = { node.name = equalizer media.class = Audio/Sink }\n"
+                   "playback.props = { node.name = equalizer-output target.object = output-a }");
     ASSERT_TRUE(awaitLinked("equalizer-output", "output-a"));
     graph().chooseDefaultOutput("equalizer");
     play({.name = "player", .applicationID = "org.example.player", .signal = tone()});
@@ -136,12 +119,12 @@ TEST_F(VelloAndModules, LeavesAnotherEqualizerInTheChainAsItIs) {
 }
 
 TEST_F(VelloAndModules, LeavesEchoCancellingAsItIs) {
-    load("echo-cancel", "library.name = aec/libspa-aec-null\n"
-                        "capture.props = { node.name = aec-capture stream.capture.sink = true\n"
-                        "    target.object = output-b }\n"
-                        "source.props = { node.name = aec-source }\n"
-                        "sink.props = { node.name = aec-sink }\n"
-                        "playback.props = { node.name = aec-playback target.object = output-a }");
+    loadModule("echo-cancel", "library.name = aec/libspa-aec-null\n"
+                              "capture.props = { node.name = aec-capture stream.capture.sink = true\n"
+                              "    target.object = output-b }\n"
+                              "source.props = { node.name = aec-source }\n"
+                              "sink.props = { node.name = aec-sink }\n"
+                              "playback.props = { node.name = aec-playback target.object = output-a }");
     ASSERT_TRUE(awaitLinked("aec-playback", "output-a"));
     ASSERT_TRUE(awaitLinked("output-b", "aec-capture"));
     play({.name = "player", .applicationID = "org.example.player", .output = "aec-sink"});

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
 
 namespace vello::session {
 namespace {
@@ -66,6 +67,22 @@ void VelloTest::connectByHand(const std::string& player, const std::string& outp
 void VelloTest::endPlayer(const std::string& name) {
     players_.erase(name);
     EXPECT_TRUE(graph_->waitUntil([&](const GraphState& state) { return state.nodeNamed(name) == nullptr; }));
+}
+
+void VelloTest::loadModule(const std::string& module, const std::string& arguments) {
+    const auto file = session_->folder() / (module + ".conf");
+    std::ofstream(file) << "context.properties = { log.level = 2 }\n"
+                           "context.spa-libs = { audio.convert.* = audioconvert/libspa-audioconvert\n"
+                           "    support.* = support/libspa-support }\n"
+                           "context.modules = [\n"
+                           "    { name = libpipewire-module-rt args = { } flags = [ ifexists nofail ] }\n"
+                           "    { name = libpipewire-module-protocol-native }\n"
+                           "    { name = libpipewire-module-client-node }\n"
+                           "    { name = libpipewire-module-adapter }\n"
+                           "    { name = libpipewire-module-"
+                        << module << " args = {\n"
+                        << arguments << " } } ]\n";
+    modules_.push_back(session_->start(module, {"pipewire", "-c", file.string()}));
 }
 
 MonitorRecorder& VelloTest::monitor(const std::string& output) {

@@ -51,6 +51,9 @@ protected:
     void endPlayer(const std::string& name);
     void endPlayers() { players_.clear(); }
 
+    /// Loads a module of the audio system in a separate client, as users do with a configuration file.
+    void loadModule(const std::string& module, const std::string& arguments);
+
     /// The recorder of an output, created on first use.
     MonitorRecorder& monitor(const std::string& output);
     void forgetMonitors() { monitors_.clear(); }
@@ -65,6 +68,7 @@ private:
     std::unique_ptr<AudioGraph> graph_;
     std::map<std::string, std::unique_ptr<MonitorRecorder>> monitors_;
     std::map<std::string, std::unique_ptr<ChildProcess>> players_;
+    std::vector<std::unique_ptr<ChildProcess>> modules_;
     std::unique_ptr<ChildProcess> vello_;
     int velloStarts_ = 0;
 };

@@ -291,7 +291,7 @@ private:
             {"SetSettings", "SetProcessingEnabled", "SavePreset", "Save", "ShowPanel", "RequestPermission",
              "SubscribeLevels", "UnsubscribeLevels", "ListExemptStreams", "ListReadyApplications",
              "ImportPreset", "ExportPresets", "DeletePreset", "RenamePreset", "UndoSettings", "ForgetSource",
-             "ListStoredSources", "ListPresets"}));
+             "ListStoredSources", "ListPresets", "Diagnose"}));
         const std::int64_t number = std::numeric_limits<std::int64_t>::min();
         for (std::size_t i = 0; i <= below(20); ++i)
             call.add('x', &number);

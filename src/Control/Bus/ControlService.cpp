@@ -41,8 +41,9 @@ void checkFitsSource(const SettingsChange& change, std::string_view sourceID) {
 } // namespace
 
 ControlService::ControlService(AudioController& controller, MeterAudience& audience, MainThread& mainThread,
-                               ShowPanelAction showPanel)
+                               ShowPanelAction showPanel, ReadHealth readHealth)
     : controller_(controller), mainThread_(mainThread), showPanel_(std::move(showPanel)),
+      readHealth_(std::move(readHealth)),
       subscriptions_(audience, mainThread, [this] { return encodeMeters(sourceStates(controller_)); }) {
     registerBusTypes();
     auto* adaptor = new ControlAdaptor(this);
@@ -183,6 +184,10 @@ void ControlService::ForgetSource(const QString& source) {
                                     "there are no stored settings of such a source; vello status --all "
                                     "lists those that have some");
     });
+}
+
+QVariantMap ControlService::Diagnose() const {
+    return encodeHealth(readHealth_());
 }
 
 void ControlService::RequestPermission() {

@@ -4,6 +4,7 @@
 #include "AudioEngine/Controller/AudioController.h"
 #include "AudioEngine/Controller/MeterAudience.h"
 #include "Control/Bus/LevelSubscriptions.h"
+#include "Control/State/InstanceHealth.h"
 #include "Control/State/OutsideValues.h"
 #include "Control/State/RunningState.h"
 #include "Ports/MainThread.h"
@@ -36,8 +37,9 @@ public:
     using ShowPanelAction = std::function<void(const std::string& activationToken)>;
 
     /// `showPanel` is empty if this instance has no panel. The references must outlive the object.
-    ControlService(AudioController& controller, MeterAudience& audience, MainThread& mainThread,
-                   ShowPanelAction showPanel);
+    ControlService(
+        AudioController& controller, MeterAudience& audience, MainThread& mainThread,
+        ShowPanelAction showPanel, ReadHealth readHealth = [] { return InstanceHealth(); });
 
     /// Registers the object on a bus and starts signalling changes there. Returns false if the registration
     /// fails.
@@ -66,6 +68,7 @@ public:
     void RenamePreset(const QString& name, const QString& newName);
     void UndoSettings(const QString& source);
     void ForgetSource(const QString& source);
+    QVariantMap Diagnose() const;
     void RequestPermission();
     void ShowPanel(const QString& activationToken);
     QList<QVariantMap> ListExemptStreams() const;
@@ -89,6 +92,7 @@ private:
     AudioController& controller_;
     MainThread& mainThread_;
     ShowPanelAction showPanel_;
+    ReadHealth readHealth_;
     LevelSubscriptions subscriptions_;
     std::optional<QDBusConnection> bus_;
     RunningState told_; ///< the state last sent to the bus

@@ -6,15 +6,12 @@
 #include "Foundation/Environment.h"
 #include "Foundation/Text.h"
 
-#include <QDBusMessage>
 #include <QDBusReply>
 #include <QDBusVariant>
 #include <QUuid>
 
 namespace vello {
 namespace {
-
-constexpr int kPatience = 5000; // milliseconds
 
 QString addressOfEnvironment() {
     const std::string address = sessionBusAddress(processEnvironment());
@@ -53,36 +50,12 @@ InstanceError failure(const QDBusMessage& reply) {
     return {"refused", "VELLO refuses: " + message};
 }
 
-QDBusMessage answer(const QDBusConnection& bus, QDBusMessage question, const QVariantList& arguments) {
-    question.setAutoStartService(false);
-    question.setArguments(arguments);
-    const QDBusMessage reply = bus.call(question, QDBus::Block, kPatience);
-    if (reply.type() != QDBusMessage::ReplyMessage)
-        throw failure(reply);
-    return reply;
-}
-
-/// The reply to a method of the interface without arguments.
-QVariantList answers(const QDBusConnection& bus, const char* method) {
-    const auto question =
-        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface, method);
-    return answer(bus, question, {}).arguments();
-}
-
-/// One property. All of them at once would include the presets, which take long when there are thousands.
-QVariant property(const QDBusConnection& bus, const char* name) {
-    const auto question =
-        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kPropertiesInterface, "Get");
-    const QDBusReply<QDBusVariant> reply =
-        answer(bus, question, {QString::fromLatin1(dbus::kInterface), QString::fromLatin1(name)});
-    return reply.value().variant();
-}
-
 } // namespace
 
 RunningInstance::RunningInstance() : RunningInstance(addressOfEnvironment()) {}
 
-RunningInstance::RunningInstance(const QString& busAddress) : bus_(connection(busAddress)) {
+RunningInstance::RunningInstance(const QString& busAddress, std::chrono::milliseconds patience)
+    : bus_(connection(busAddress)), patience_(patience) {
     registerBusTypes();
 }
 
@@ -98,34 +71,72 @@ RunningState RunningInstance::state() const {
     QVariantMap properties;
     for (const char* name :
          {"Version", "ProcessingEnabled", "Permission", "SaveProblem", "Sources", "Outputs"})
-        properties.insert(QString::fromLatin1(name), property(bus_, name));
+        properties.insert(QString::fromLatin1(name), property(name));
     return decodeState(properties);
 }
 
 std::vector<PresetState> RunningInstance::presets() const {
-    const QVariantList lists = answers(bus_, "ListPresets");
+    const QVariantList lists = answers("ListPresets");
     return decodePresetLists({.ids = lists.value(0).toStringList(),
                               .builtInNames = lists.value(1).toStringList(),
                               .gains = decodeNumbers(lists.value(2))});
 }
 
 std::vector<SourceState> RunningInstance::storedSources() const {
-    return decodeSources(answers(bus_, "ListStoredSources").value(0));
+    return decodeSources(answers("ListStoredSources").value(0));
 }
 
 std::vector<ExemptStreamState> RunningInstance::exemptStreams() const {
-    return decodeExemptStreams(answers(bus_, "ListExemptStreams").value(0));
+    return decodeExemptStreams(answers("ListExemptStreams").value(0));
 }
 
 std::vector<ReadyApplicationState> RunningInstance::readyApplications() const {
-    return decodeReadyApplications(answers(bus_, "ListReadyApplications").value(0));
+    return decodeReadyApplications(answers("ListReadyApplications").value(0));
+}
+
+InstanceHealth RunningInstance::health() const {
+    return decodeHealth(answers("Diagnose").value(0));
+}
+
+std::optional<std::int32_t> RunningInstance::pid() const {
+    const auto question =
+        QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                       "org.freedesktop.DBus", "GetConnectionUnixProcessID");
+    bool isNumber = false;
+    const uint pid =
+        ask(question, {QString::fromLatin1(dbus::kService)}).arguments().value(0).toUInt(&isNumber);
+    return isNumber ? std::optional(static_cast<std::int32_t>(pid)) : std::nullopt;
 }
 
 void RunningInstance::call(const char* method, const QVariantList& arguments) const {
-    answer(bus_,
-           QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface,
-                                          QString::fromLatin1(method)),
-           arguments);
+    ask(QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface,
+                                       QString::fromLatin1(method)),
+        arguments);
+}
+
+QDBusMessage RunningInstance::ask(QDBusMessage question, const QVariantList& arguments) const {
+    question.setAutoStartService(false);
+    question.setArguments(arguments);
+    const QDBusMessage reply = bus_.call(question, QDBus::Block, static_cast<int>(patience_.count()));
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        throw failure(reply);
+    return reply;
+}
+
+/// The reply to a method of the interface without arguments.
+QVariantList RunningInstance::answers(const char* method) const {
+    const auto question =
+        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kInterface, method);
+    return ask(question, {}).arguments();
+}
+
+/// One property. All of them at once would include the presets, which take long when there are thousands.
+QVariant RunningInstance::property(const char* name) const {
+    const auto question =
+        QDBusMessage::createMethodCall(dbus::kService, dbus::kPath, dbus::kPropertiesInterface, "Get");
+    const QDBusReply<QDBusVariant> reply =
+        ask(question, {QString::fromLatin1(dbus::kInterface), QString::fromLatin1(name)});
+    return reply.value().variant();
 }
 
 } // namespace vello

@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Control/State/InstanceHealth.h"
 #include "Control/State/RunningState.h"
 
+#include <chrono>
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QVariant>
 
 namespace vello {
@@ -35,10 +40,13 @@ InstanceError notRunning(const std::string& sentence);
 /// Client-side proxy of the running instance. Every failure is an InstanceError.
 class RunningInstance {
 public:
+    static constexpr std::chrono::seconds longestWait{5};
+
     /// Connects to the session bus of the environment; throws if there is no bus. Does not check whether an
     /// instance is running; the first call fails if not.
     RunningInstance();
-    explicit RunningInstance(const QString& busAddress);
+    /// No call waits for longer than `patience`.
+    explicit RunningInstance(const QString& busAddress, std::chrono::milliseconds patience = longestWait);
     ~RunningInstance();
     RunningInstance(const RunningInstance&) = delete;
     RunningInstance& operator=(const RunningInstance&) = delete;
@@ -53,12 +61,21 @@ public:
     std::vector<ExemptStreamState> exemptStreams() const;
     /// The applications that are held ready. Blocks until the reply.
     std::vector<ReadyApplicationState> readyApplications() const;
+    /// For a report. Blocks until the reply.
+    InstanceHealth health() const;
+    /// The instance's process; absent when the bus does not know it. Blocks until the reply.
+    std::optional<std::int32_t> pid() const;
     /// Calls a method of the interface that has no return value. Blocks until the reply.
     void call(const char* method, const QVariantList& arguments) const;
     QDBusConnection& bus() { return bus_; }
 
 private:
+    QDBusMessage ask(QDBusMessage question, const QVariantList& arguments) const;
+    QVariantList answers(const char* method) const;
+    QVariant property(const char* name) const;
+
     QDBusConnection bus_;
+    std::chrono::milliseconds patience_;
 };
 
 } // namespace vello

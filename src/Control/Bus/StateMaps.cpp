@@ -168,4 +168,11 @@ QVariantMap encodeChange(const SettingsChange& change) {
     return map;
 }
 
+QVariantMap encodeHealth(const InstanceHealth& health) {
+    QStringList errors;
+    for (const std::string& error : health.errors)
+        errors.append(QString::fromStdString(error));
+    return {{"missedCycles", QVariant::fromValue<qulonglong>(health.missedCycles)}, {"errors", errors}};
+}
+
 } // namespace vello

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Control/State/InstanceHealth.h"
 #include "Control/State/OutsideValues.h"
 #include "Control/State/RunningState.h"
 
@@ -34,6 +35,7 @@ struct PresetLists {
 PresetLists encodePresetLists(const std::vector<PresetState>& presets);
 MapList encodeReadyApplications(const std::vector<ReadyApplicationState>& applications);
 QVariantMap encodeChange(const SettingsChange& change);
+QVariantMap encodeHealth(const InstanceHealth& health);
 
 /// Decodes all properties of the interface. A property that is missing or of the wrong type gets its default.
 RunningState decodeState(const QVariantMap& properties);
@@ -45,6 +47,8 @@ std::vector<SourceState> decodeSources(const QVariant& sources);
 /// Returns no presets if the lengths of the lists do not fit together.
 std::vector<PresetState> decodePresetLists(const PresetLists& lists);
 QList<double> decodeNumbers(const QVariant& numbers);
+/// A value that is missing or of the wrong type gets its default.
+InstanceHealth decodeHealth(const QVariant& health);
 /// Throws OutsideValueError for an unknown key or a value of the wrong type.
 SettingsChange decodeChange(const QVariantMap& change);
 

@@ -219,4 +219,14 @@ SettingsChange decodeChange(const QVariantMap& change) {
     return result;
 }
 
+InstanceHealth decodeHealth(const QVariant& health) {
+    const auto map = health.metaType() == QMetaType::fromType<QDBusArgument>()
+                         ? qdbus_cast<QVariantMap>(health)
+                         : health.toMap();
+    InstanceHealth decoded{.missedCycles = map.value("missedCycles").toULongLong()};
+    for (const QString& error : map.value("errors").toStringList())
+        decoded.errors.push_back(error.toStdString());
+    return decoded;
+}
+
 } // namespace vello

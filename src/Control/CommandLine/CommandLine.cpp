@@ -42,6 +42,13 @@ CLI::App* addPermission(CLI::App& application, std::string& action, OutputFormat
     return permission;
 }
 
+CLI::App* addDoctor(CLI::App& application, bool& showsNames) {
+    CLI::App* doctor = application.add_subcommand(
+        "doctor", "Find what keeps VELLO from equalizing; print a page for a report");
+    doctor->add_flag("--names", showsNames, "With the names of applications and of what they play");
+    return doctor;
+}
+
 constexpr std::string_view kHint = "; try vello --help";
 constexpr std::size_t kLongestQuote = 60; ///< columns
 
@@ -115,7 +122,8 @@ struct Program {
     RenderArguments renderArguments;
     AnalyzeArguments analyzeArguments;
     std::string permissionAction = "show", shell;
-    CLI::App *render = nullptr, *analyze = nullptr, *permission = nullptr, *completion = nullptr;
+    CLI::App *render = nullptr, *analyze = nullptr, *permission = nullptr, *doctor = nullptr,
+             *completion = nullptr;
     std::optional<ClientArguments> client;
 };
 
@@ -136,6 +144,7 @@ Program::Program() {
     render = addRender(application, renderArguments);
     analyze = addAnalyze(application, analyzeArguments);
     permission = addPermission(application, permissionAction, written.format);
+    doctor = addDoctor(application, written.showsNames);
     completion =
         application.add_subcommand("completion", "Print the completion of these commands for a shell");
     requireOneOf(*completion->add_option("SHELL", shell, "The shell")->required(), completedShells());
@@ -158,6 +167,8 @@ ParsedCommand Program::parsed() const {
     } else if (permission->parsed()) {
         result.command = Command::permission;
         result.permission = kPermissionActions.at(permissionAction);
+    } else if (doctor->parsed()) {
+        result.command = Command::doctor;
     } else if (completion->parsed()) {
         result.command = Command::none;
     } else if (isHeadless) {

@@ -23,6 +23,7 @@ enum class Command {
     render,
     analyze,
     permission,
+    doctor, ///< the diagnosis
     client, ///< a request to the running instance
     none,   ///< help or version was printed, or the usage was wrong: exit with `exitCode`
 };
@@ -34,6 +35,7 @@ struct ParsedCommand {
     PermissionAction permission = PermissionAction::show; ///< for Command::permission
     ClientRequest client = {};                            ///< for Command::client
     OutputFormat format = OutputFormat::text;             ///< for Command::permission
+    bool showsNames = false;                              ///< for Command::doctor: of applications
     std::string syncFolder = {}; ///< for Command::panel and Command::headless; empty: not given
     bool isInBackground = false; ///< for Command::panel: start with the panel closed
     int exitCode = kExitDone;

@@ -3,8 +3,8 @@
 
 #include "Control/State/ExemptionWords.h"
 #include "Control/State/StateWords.h"
+#include "Control/State/Table.h"
 #include "Foundation/Text.h"
-#include "Table.h"
 
 #include <algorithm>
 #include <cmath>

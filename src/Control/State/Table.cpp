@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Table.h"
+#include "Control/State/Table.h"
 
 #include "Foundation/Text.h"
 

@@ -59,7 +59,7 @@ protected:
             AudioControllerPorts{hardware, mainThread, applications, events, authorization, cloud, log},
             folder.path());
         audience = std::make_unique<MeterAudience>(*controller);
-        service = std::make_unique<ControlService>(*controller, *audience, mainThread, showPanel);
+        service = std::make_unique<ControlService>(*controller, *audience, mainThread, showPanel, readHealth);
         ASSERT_TRUE(presence->publish(*service));
         ASSERT_TRUE(waitUntil([this] {
             const auto found = controller->tapStates().value().find("org.example.player");
@@ -133,6 +133,7 @@ protected:
     FakeKeyValueStore cloud;
     RecordingSystemLog log;
     ControlService::ShowPanelAction showPanel;
+    ReadHealth readHealth = [] { return InstanceHealth(); };
     std::unique_ptr<AudioController> controller;
     std::unique_ptr<MeterAudience> audience;
     std::unique_ptr<ControlService> service;

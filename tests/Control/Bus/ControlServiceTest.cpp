@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Control/Bus/StateMaps.h"
+
 #include "ControlFixture.h"
 
 #include <QElapsedTimer>
@@ -337,7 +339,7 @@ TEST_F(ControlServiceTests, IsWhatTheInstalledInterfaceSays) {
     std::ifstream file(VELLO_INTERFACE_FILE);
     const std::string installed{std::istreambuf_iterator<char>(file), {}};
     const QDBusMessage reply = ask("org.freedesktop.DBus.Introspectable", "Introspect", {});
-    EXPECT_THAT(members(QString::fromStdString(installed)), SizeIs(26));
+    EXPECT_THAT(members(QString::fromStdString(installed)), SizeIs(27));
     EXPECT_EQ(members(reply.arguments().value(0).toString()), members(QString::fromStdString(installed)));
 }
 
@@ -348,6 +350,15 @@ TEST_F(ControlServiceTests, KeepsNothingThatTheBusLibraryLetsOthersWrite) {
     ask("org.freedesktop.DBus.Properties", "Set", {interface, "objectName", name});
     const QDBusMessage reply = ask("org.freedesktop.DBus.Properties", "Get", {interface, "objectName"});
     EXPECT_EQ(qvariant_cast<QDBusVariant>(reply.arguments().value(0)).variant(), QString());
+}
+
+TEST_F(ControlServiceTests, SaysHowItIsForAReport) {
+    readHealth = [] { return InstanceHealth{.missedCycles = 7, .errors = {"no space"}}; };
+    start();
+    const QDBusMessage reply = ask("com.quorvin.Vello1", "Diagnose", {});
+    const InstanceHealth health = decodeHealth(reply.arguments().value(0));
+    EXPECT_EQ(health, (InstanceHealth{.missedCycles = 7, .errors = {"no space"}}));
+    EXPECT_EQ(decodeHealth({}), InstanceHealth());
 }
 
 TEST_F(ControlServiceTests, IsThereOnce) {

@@ -25,6 +25,7 @@ struct SessionOptions {
     int minimumQuantum = 32;            ///< frames
     int maximumQuantum = 2048;          ///< frames
     std::vector<VirtualOutput> outputs = {{"output-a", "Output A"}, {"output-b", "Output B"}};
+    std::string restrictedProgram = {}; ///< absolute name of one that may look but not touch; empty: none
 };
 
 /// A private sound server: bus, PipeWire, session manager and PulseAudio server in private folders, with

@@ -21,11 +21,9 @@ context.modules = [
     { name = libpipewire-module-spa-node-factory }
     { name = libpipewire-module-client-node }
     { name = libpipewire-module-client-device }
-    { name = libpipewire-module-access args = { } }
     { name = libpipewire-module-adapter }
     { name = libpipewire-module-link-factory }
     { name = libpipewire-module-session-manager }
-]
 )";
 
 constexpr const char* kIdleDrivers = R"(
@@ -59,7 +57,10 @@ std::string serverConfiguration(const SessionOptions& options) {
          << "    default.clock.min-quantum = " << std::min(options.quantum, options.minimumQuantum) << "\n"
          << "    default.clock.max-quantum = " << std::max(options.quantum, options.maximumQuantum) << "\n"
          << "    default.clock.quantum-limit = 8192\n}\n"
-         << kServerModules << "context.objects = [" << kIdleDrivers;
+         << kServerModules
+         << "    { name = libpipewire-module-access args = { access.legacy = true access.restricted = [ "
+         << options.restrictedProgram << " ] } }\n]\n"
+         << "context.objects = [" << kIdleDrivers;
     // Earlier outputs have a higher priority, so that the first one is the default.
     int priority = 2000;
     for (const auto& output : options.outputs) {

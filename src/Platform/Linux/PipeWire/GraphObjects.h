@@ -96,5 +96,7 @@ struct MetadataValue {
 /// The metadata's keys for the output of a stream: by node name or serial, and by node ID.
 inline constexpr char kTargetObjectKey[] = "target.object";
 inline constexpr char kTargetNodeKey[] = "target.node";
+/// The metadata's key for the default output.
+inline constexpr char kDefaultSinkKey[] = "default.audio.sink";
 
 } // namespace vello

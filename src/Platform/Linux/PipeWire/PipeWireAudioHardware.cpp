@@ -231,6 +231,10 @@ OSStatus PipeWireAudioHardware::removePropertyListener(AudioObjectID object,
                : kAudioHardwareBadObjectError;
 }
 
+std::uint64_t PipeWireAudioHardware::missedCycles() const {
+    return implementation_->taps.missedCycles();
+}
+
 OSStatus PipeWireAudioHardware::createProcessTap(const TapDescription& description, AudioObjectID& tap) {
     PipeWireLock lock(implementation_->connection);
     return implementation_->taps.createTap(description, tap);

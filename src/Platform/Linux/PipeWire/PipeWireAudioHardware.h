@@ -5,6 +5,7 @@
 #include "Ports/MainThread.h"
 #include "Ports/SystemLog.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -28,6 +29,10 @@ public:
     PipeWireAudioHardware(MainThread& mainThread, SystemLog& log, std::string remoteName = {},
                           PipeWireRedirectGuard* guard = nullptr);
     ~PipeWireAudioHardware() override;
+
+    /// Xruns: the graph's cycles that a tap was not ready for, of all taps since this object was made. Any
+    /// thread.
+    std::uint64_t missedCycles() const;
 
     OSStatus getPropertyDataSize(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                  std::uint32_t& size) const override;

@@ -114,8 +114,9 @@ void PipeWireConnection::sync() {
 }
 
 pw_core* PipeWireConnection::connect(CoreListener& listener, const pw_core_events& events) {
-    pw_properties* properties =
-        remoteName_.empty() ? nullptr : pw_properties_new(PW_KEY_REMOTE_NAME, remoteName_.c_str(), nullptr);
+    pw_properties* properties = pw_properties_new(PW_KEY_MEDIA_CATEGORY, quirks::kMediaCategory, nullptr);
+    if (!remoteName_.empty())
+        pw_properties_set(properties, PW_KEY_REMOTE_NAME, remoteName_.c_str());
     pw_core* core = pw_context_connect(context_, properties, 0);
     if (core != nullptr)
         vello_core_add_listener(core, &listener.hook, &events, this);

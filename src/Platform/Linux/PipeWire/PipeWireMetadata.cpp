@@ -3,30 +3,16 @@
 
 #include "PipeWireBinding.h"
 #include "PipeWireQuirks.h"
+#include "PipeWireValues.h"
 
 #include <cstring>
 #include <map>
 #include <set>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 namespace vello {
 
 namespace {
-
-constexpr char kDefaultSinkKey[] = "default.audio.sink";
-
-/// The name in a value such as {"name":"alsa_output.pci"}; empty when the value has no name.
-std::string nameInJson(const char* value) {
-    if (value == nullptr)
-        return {};
-    const auto parsed = nlohmann::json::parse(value, nullptr, false);
-    if (!parsed.is_object())
-        return {};
-    const auto name = parsed.find("name");
-    return name != parsed.end() && name->is_string() ? name->get<std::string>() : std::string{};
-}
 
 std::optional<MetadataValue> metadataValue(const char* type, const char* value) {
     if (value == nullptr)

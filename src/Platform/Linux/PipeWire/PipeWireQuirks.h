@@ -49,4 +49,8 @@ inline constexpr std::chrono::seconds kLongestPulseAnswer{3};
 /// --gtest_filter='VelloQuantum.Changes*'` with two, on 1.4.
 inline constexpr int kStreamBuffers = 4;
 
+/// A client in Flatpak's sandbox may redirect streams only if it says that it is a manager, before the
+/// session manager decides on its rights. Reproduce: `doctor_test --gtest_filter='*Sandbox*'` without it.
+inline constexpr const char* kMediaCategory = "Manager";
+
 } // namespace vello::quirks

@@ -113,7 +113,7 @@ void PipeWireTapDevice::makePair(pw_core* core, const std::string& captureName,
                                      .targetSink = target_,
                                      .channels = channels_,
                                      .latency = latency_},
-        std::move(sampleRateChanged));
+        context_.missedCycles, std::move(sampleRateChanged));
     if (startedProc_ != 0)
         startPair();
 }

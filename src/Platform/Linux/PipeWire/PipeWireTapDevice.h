@@ -7,6 +7,7 @@
 #include "Ports/AudioHardware.h"
 #include "Ports/MainThread.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -41,6 +42,7 @@ public:
         PipeWireStreamDirector& director;
         const PipeWireTapFormats& formats;
         const PropertyChanged& propertyChanged;
+        std::atomic<std::uint64_t>& missedCycles; ///< of all pairs, see MissedCycles
     };
     /// How long a pair counts as being worked on by the session manager.
     static constexpr std::chrono::seconds workPatience{2};

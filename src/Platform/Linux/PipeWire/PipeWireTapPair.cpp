@@ -105,12 +105,17 @@ struct PipeWireTapPair::Callbacks {
         if (id == SPA_PARAM_Format && parameter != nullptr)
             static_cast<PipeWireTapPair*>(data)->formatKnown(parameter);
     }
+    static void stateChanged(void* data, pw_stream_state, pw_stream_state state, const char*) {
+        if (state != PW_STREAM_STATE_STREAMING)
+            static_cast<PipeWireTapPair*>(data)->missedCycles_.restart();
+    }
 };
 
 PipeWireTapPair::PipeWireTapPair(pw_core* core, const Description& description,
+                                 std::atomic<std::uint64_t>& missedCycles,
                                  std::function<void()> sampleRateChanged)
     : sampleRateChanged_(std::move(sampleRateChanged)), captureName_(description.captureName),
-      channels_(description.channels) {
+      channels_(description.channels), missedCycles_(missedCycles) {
     // The playback side comes first because the capture side's events use it.
     playback_ = makePlayback(core, description);
     if (playback_ != nullptr)
@@ -129,6 +134,7 @@ pw_stream* PipeWireTapPair::makeCapture(pw_core* core, const Description& descri
     static const pw_stream_events events = [] {
         pw_stream_events table{};
         table.version = PW_VERSION_STREAM_EVENTS;
+        table.state_changed = Callbacks::stateChanged;
         table.process = Callbacks::captured;
         return table;
     }();
@@ -232,6 +238,12 @@ void PipeWireTapPair::captured() noexcept {
         pw_stream_queue_buffer(capture_, unwanted);
 }
 
+void PipeWireTapPair::countMissedCycles(std::uint32_t frames) noexcept {
+    pw_time time{};
+    if (pw_stream_get_time_n(capture_, &time, sizeof time) == 0)
+        missedCycles_.cycle(time.ticks, frames);
+}
+
 void PipeWireTapPair::process() noexcept {
     cyclesWaiting_ = 0;
     const auto bytesPerFrame = channels_ * static_cast<std::uint32_t>(sizeof(float));
@@ -249,6 +261,7 @@ void PipeWireTapPair::process() noexcept {
             if (data.data != nullptr)
                 input.buffers[0].mData = static_cast<std::byte*>(data.data) + offset;
             capturedFrames = input.buffers[0].mDataByteSize / bytesPerFrame;
+            countMissedCycles(capturedFrames);
         }
         const spa_data& data = played->buffer->datas[0];
         // Use the number of frames captured in this cycle. The playback side may still request a cycle of the

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "GraphObjects.h"
+#include "Platform/Linux/PipeWire/MissedCycles.h"
 #include "Ports/AudioHardware.h"
 
 #include <array>
@@ -44,8 +45,10 @@ public:
         std::optional<GraphLatency> latency = {};
     };
 
-    /// `sampleRateChanged` runs on the control loop's thread with its lock held.
-    PipeWireTapPair(pw_core* core, const Description& description, std::function<void()> sampleRateChanged);
+    /// `missedCycles` counts those of all pairs and must outlive the object. `sampleRateChanged` runs on the
+    /// control loop's thread with its lock held.
+    PipeWireTapPair(pw_core* core, const Description& description, std::atomic<std::uint64_t>& missedCycles,
+                    std::function<void()> sampleRateChanged);
     ~PipeWireTapPair();
     PipeWireTapPair(const PipeWireTapPair&) = delete;
     PipeWireTapPair& operator=(const PipeWireTapPair&) = delete;
@@ -87,6 +90,7 @@ private:
     void exchange(const IOProc* next) noexcept;
     /// The capture side has received its samples. The playback side processes them in the same cycle.
     void captured() noexcept;
+    void countMissedCycles(std::uint32_t frames) noexcept;
     void process() noexcept;
     void formatKnown(const spa_pod* format);
 
@@ -100,6 +104,7 @@ private:
     double sampleRate_ = 0;
     /// Cycles captured since the playback side processed one. Used by the data thread only.
     int cyclesWaiting_ = 0;
+    MissedCycles missedCycles_;
 
     // The callback in use, and the one before it. Both atomics are sequentially consistent: exchange() writes
     // one and then waits for the other; process() sets the other and then reads the first. So at least one of

@@ -32,8 +32,8 @@ PipeWireTaps::PipeWireTaps(PipeWireConnection& connection, PipeWireGraph& graph,
                            std::function<AudioObjectID()> nextObjectID, PropertyChanged propertyChanged)
     : connection_(connection), graph_(graph), nextObjectID_(std::move(nextObjectID)),
       propertyChanged_(std::move(propertyChanged)), formats_(graph, director.rights()),
-      context_(graph, director, formats_, propertyChanged_), handover_(connection, graph.links(), mainThread),
-      devices_(connection, context_) {}
+      context_(graph, director, formats_, propertyChanged_, missedCycles_),
+      handover_(connection, graph.links(), mainThread), devices_(connection, context_) {}
 
 // Taps and devices
 

@@ -9,6 +9,7 @@
 #include "Ports/AudioHardware.h"
 #include "Ports/MainThread.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -50,6 +51,9 @@ public:
     /// Null when there is no such device.
     const PipeWireTapDevice* device(AudioObjectID id) const { return devices_.find(id); }
 
+    /// The graph's cycles that the taps were not ready for, since this object was made. Any thread.
+    std::uint64_t missedCycles() const { return missedCycles_.load(std::memory_order_relaxed); }
+
     void linksChanged();
     /// Call when streams appear or change their kind, or an output changes its channels.
     void streamsChanged();
@@ -72,6 +76,7 @@ private:
     std::function<AudioObjectID()> nextObjectID_;
     PropertyChanged propertyChanged_;
     PipeWireTapFormats formats_;
+    std::atomic<std::uint64_t> missedCycles_{0};
     PipeWireTapDevice::Context context_;
     PipeWireTapHandover handover_;
     std::map<AudioObjectID, ProcessTap> taps_;

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstring>
 
+#include <nlohmann/json.hpp>
 #include <spa/pod/iter.h>
 #include <spa/utils/dict.h>
 
@@ -24,6 +25,16 @@ std::optional<std::uint32_t> propertyNumber(const spa_dict& properties, const ch
     if (parsed.ec != std::errc{} || parsed.ptr != end)
         return std::nullopt;
     return number;
+}
+
+std::string nameInJson(const char* value) {
+    if (value == nullptr)
+        return {};
+    const auto parsed = nlohmann::json::parse(value, nullptr, false);
+    if (!parsed.is_object())
+        return {};
+    const auto name = parsed.find("name");
+    return name != parsed.end() && name->is_string() ? name->get<std::string>() : std::string{};
 }
 
 std::uint32_t formatInteger(const spa_pod* format, std::uint32_t key) {
