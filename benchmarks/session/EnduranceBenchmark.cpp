@@ -103,23 +103,29 @@ public:
                 .actions = actions_};
     }
 
-    /// Grown memory in MB after 64 more players have come and gone.
+    /// Grown memory in MB after 64 more players have come and gone. Before and after, as many taps are held
+    /// ready.
     double growthByMany() {
-        const double before = sample().memory;
-        for (int number = kPlayers; number < kPlayers + kManyPlayers; ++number)
-            play(number);
-        await([](const GraphState& state) { return captures(state) == kPlayers + kManyPlayers; }, "72 taps");
-        for (int number = kPlayers; number < kPlayers + kManyPlayers; ++number)
-            players_.erase(number);
-        await([](const GraphState& state) { return captures(state) == kPlayers + kHeldReady; }, "16 taps");
-        std::this_thread::sleep_for(kSettling);
-        return static_cast<double>(proportionalMemory(vello_->pid())) / kMegabyte - before;
+        sample();
+        const double before = memoryAfter(kHeldReady);
+        return memoryAfter(kManyPlayers) - before;
     }
 
     int errors() const { return vello_->timesOutput("error "); }
     std::string log() const { return vello_->output(); }
 
 private:
+    /// Memory in MB after that many more players have come and gone.
+    double memoryAfter(int more) {
+        for (int number = kPlayers; number < kPlayers + more; ++number)
+            play(number);
+        await([more](const GraphState& state) { return captures(state) >= kPlayers + more; }, "all taps");
+        for (int number = kPlayers; number < kPlayers + more; ++number)
+            players_.erase(number);
+        await([](const GraphState& state) { return captures(state) == kPlayers + kHeldReady; }, "16 taps");
+        std::this_thread::sleep_for(kSettling);
+        return static_cast<double>(proportionalMemory(vello_->pid())) / kMegabyte;
+    }
     static int captures(const GraphState& state) {
         return static_cast<int>(std::ranges::count_if(state.nodes, [](const auto& node) {
             return node.second.name().starts_with(kTapPrefix) && !node.second.name().ends_with("-output");

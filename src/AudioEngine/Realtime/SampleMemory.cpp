@@ -70,7 +70,7 @@ SampleMemory::SampleMemory(std::size_t count) : samples_(spares().take(count)) {
     if (samples_.empty())
         samples_ = mapSamples(count);
     else
-        populate(); // the former ring may have released some
+        populate(); // the former ring has released them
 }
 
 void SampleMemory::release(std::size_t first, std::size_t count) const noexcept {
@@ -88,6 +88,7 @@ void SampleMemory::populate() const noexcept {
 }
 
 SampleMemory::~SampleMemory() {
+    release(0, samples_.size()); // a spare costs no memory while it waits
     if (!spares().keep(samples_))
         unmapSamples(samples_);
 }
