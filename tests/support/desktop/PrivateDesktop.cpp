@@ -57,7 +57,7 @@ PrivateDesktop::PrivateDesktop(const Environment& session, std::filesystem::path
 }
 
 template <class Condition> void PrivateDesktop::require(Condition condition, const std::string& what) const {
-    if (!screen_.waitUntil(condition, 10s))
+    if (!screen_.waitUntil(condition, 30s)) // two tests may start their programs at the same time
         throw std::runtime_error(std::string(what)
                                      .append(" does not start:\n")
                                      .append(logs())

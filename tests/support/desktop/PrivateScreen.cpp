@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kStartLimit = 10s;
+constexpr auto kStartLimit = 30s;
 
 constexpr auto kBetweenMoves = 5ms;
 constexpr auto kBeforePress = 150ms;

@@ -96,7 +96,7 @@ PrivateWaylandDesktop::~PrivateWaylandDesktop() {
 
 template <class Condition>
 void PrivateWaylandDesktop::require(Condition condition, const std::string& what) const {
-    if (!screen_.waitUntil(condition, 10s))
+    if (!screen_.waitUntil(condition, 30s))
         throw std::runtime_error(std::string(what).append(" does not start:\n").append(logs()));
 }
 

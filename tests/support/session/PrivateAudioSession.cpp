@@ -18,7 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 namespace files = std::filesystem;
 
-constexpr auto kStartLimit = 10s;
+constexpr auto kStartLimit = 30s;
 
 files::path makeFolder() {
     std::string name = (files::temp_directory_path() / "vello-session-XXXXXX").string();
