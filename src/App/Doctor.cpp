@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -44,10 +45,21 @@ std::filesystem::path pulseSocket(const Environment& environment) {
     return folder ? *folder / "pulse" / "native" : std::filesystem::path();
 }
 
+/// From 0.5 on, the library of WirePlumber 0.5.8 is 0.508.0.
+std::string wirePlumberVersion(const std::string& ofLibrary) {
+    int major = 0;
+    int joined = 0;
+    if (std::sscanf(ofLibrary.c_str(), "%d.%d", &major, &joined) != 2 || joined < 100)
+        return ofLibrary;
+    return std::to_string(major) + "." + std::to_string(joined / 100) + "." + std::to_string(joined % 100);
+}
+
 SessionManagerFacts sessionManager(const AudioServerFacts& server) {
     for (const AudioClientFacts& client : server.clients) {
         if (client.name == "WirePlumber" || client.binary == "wireplumber")
-            return {"WirePlumber", client.pid ? loadedLibraryVersion(*client.pid, "libwireplumber-") : ""};
+            return {
+                "WirePlumber",
+                wirePlumberVersion(client.pid ? loadedLibraryVersion(*client.pid, "libwireplumber-") : "")};
         if (client.binary == "pipewire-media-session")
             return {client.binary, ""};
     }

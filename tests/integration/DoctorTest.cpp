@@ -8,6 +8,7 @@
 #include <csignal>
 #include <fstream>
 
+#include <pipewire/version.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -73,7 +74,7 @@ TEST_F(Doctor, FindsNothingWhereVelloEqualizes) {
     EXPECT_THAT(printed, StartsWith(hasRealtime ? kNoTrouble : "Trouble: VELLO gets no realtime priority"));
     EXPECT_THAT(printed,
                 AllOf(ContainsRegex("PipeWire +[0-9]+[.][0-9]+"),
-                      ContainsRegex("Session manager +WirePlumber 0[.][45][.]"),
+                      ContainsRegex("Session manager +WirePlumber 0[.][45][.][0-9][0-9]?\n"),
                       ContainsRegex("Running VELLO +runs"), ContainsRegex("Xruns since start +[0-9]"),
                       ContainsRegex("application 1 +yes +VELLO, then Output A +equalized"),
                       Not(HasSubstr("player"))));
@@ -168,12 +169,15 @@ TEST_F(Doctor, NamesAMissingAndAnOldSessionManager) {
                 StartsWith("Trouble: the session manager WirePlumber 0.4.8 is too old"));
 }
 
+// Later servers leave it to the session manager whom they restrict, and it knows no programs.
+#if !PW_CHECK_VERSION(1, 0, 0)
 TEST_F(Doctor, NamesMissingRights) {
     openSession({.restrictedProgram = VELLO_PROGRAM});
     play({.name = "player", .signal = "constant=0.5"});
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
     EXPECT_THAT(page(), StartsWith("Trouble: VELLO has no right to redirect streams"));
 }
+#endif
 
 TEST_F(Doctor, NamesADeniedConsent) {
     openPlayingSession();

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include <nlohmann/json.hpp>
+#include <pipewire/version.h>
 
 namespace vello::session {
 namespace {
@@ -69,6 +70,8 @@ TEST_F(VelloInASandbox, Equalizes) {
     EXPECT_TRUE(awaitWay("output-a", Way::direct));
 }
 
+// Later servers leave it to the session manager whom they restrict, and it knows no programs.
+#if !PW_CHECK_VERSION(1, 0, 0)
 TEST_F(VelloInASandbox, SaysWhichPermissionIsMissing) {
     openSession({.restrictedProgram = VELLO_PROGRAM});
     play({.name = "player", .applicationID = "org.example.player"});
@@ -86,6 +89,7 @@ TEST_F(VelloInASandbox, SaysWhichPermissionIsMissing) {
                            "the permissions w and m"));
     stopVello();
 }
+#endif
 
 } // namespace
 } // namespace vello::session
