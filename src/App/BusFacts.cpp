@@ -49,7 +49,7 @@ private:
 
 namespace {
 
-constexpr auto kPatienceForACall = 1s;
+constexpr std::chrono::milliseconds kPatienceForACall = 1s;
 
 QDBusMessage ask(const QDBusConnection& bus, QDBusMessage question) {
     question.setAutoStartService(false);
