@@ -29,6 +29,8 @@ target_compile_options(vello_flags INTERFACE
 if(VELLO_WARNINGS_AS_ERRORS)
     target_compile_options(vello_flags INTERFACE -Werror)
 endif()
+# A library whose symbols a program does not use would still be loaded into it, with all that the library needs.
+target_link_options(vello_flags INTERFACE LINKER:--as-needed)
 if(VELLO_HARDENING AND NOT VELLO_SANITIZE)
     # Fortified functions need an optimizer.
     target_compile_options(vello_flags INTERFACE

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "UI/Appearance/AppearanceWords.h"
 
-#include <QRegularExpression>
-
 #include <algorithm>
 #include <array>
 
@@ -44,8 +42,7 @@ QString readScale(const QString& value, AppearanceChoices& choices) {
 }
 
 QString readAccent(const QString& value, AppearanceChoices& choices) {
-    static const QRegularExpression hexadecimal(QStringLiteral("^#[0-9a-fA-F]{6}$"));
-    if (!hexadecimal.match(value).hasMatch())
+    if (value.size() != 7 || !value.startsWith(u'#') || !QColor::isValidColor(value))
         return QStringLiteral("\"accent=%1\" is not a colour as in \"accent=#3584e4\"").arg(value);
     choices.accent = QColor(value);
     return {};
@@ -74,9 +71,9 @@ QString readWord(const QString& word, AppearanceChoices& choices) {
 } // namespace
 
 AppearanceWords AppearanceWords::read(const QString& words) {
-    static const QRegularExpression separators(QStringLiteral("[,\\s]+"));
     AppearanceWords result;
-    for (const QString& word : words.toLower().split(separators, Qt::SkipEmptyParts)) {
+    const QString spaced = words.toLower().replace(u',', u' ').simplified();
+    for (const QString& word : spaced.split(u' ', Qt::SkipEmptyParts)) {
         const QString complaint = readWord(word, result.choices);
         if (!complaint.isEmpty())
             result.complaints.append(complaint);

@@ -23,9 +23,9 @@ QString fileOf(const QString& theme) {
 } // namespace
 
 bool isDarkThemeName(const QString& theme) {
-    static const QRegularExpression dark(QStringLiteral("-dark(-|$)|^highcontrastinverse$"),
-                                         QRegularExpression::CaseInsensitiveOption);
-    return dark.match(theme).hasMatch();
+    return theme.endsWith(QLatin1String("-dark"), Qt::CaseInsensitive) ||
+           theme.contains(QLatin1String("-dark-"), Qt::CaseInsensitive) ||
+           theme.compare(QLatin1String("HighContrastInverse"), Qt::CaseInsensitive) == 0;
 }
 
 bool isHighContrastThemeName(const QString& theme) {
