@@ -21,8 +21,6 @@ class Subject {
 public:
     virtual ~Subject() = default;
     virtual void process(std::vector<float>& source) = 0;
-    /// Whether process() itself lets denormals be zero. The benchmark does so for the others.
-    virtual bool setsDenormals() const { return false; }
 };
 
 } // namespace vello

@@ -2,6 +2,7 @@
 #include "ChannelMatrix.h"
 
 #include "DesignedResponse.h"
+#include "LongEnough.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +22,6 @@ constexpr double kTolerance = 0.1;    // dB
 constexpr double kSilence = -60;      // dB relative to the emitted level
 constexpr double kAudible = -20;      // dB relative to the emitted level
 constexpr double kSilenceMargin = 1;  // dB between silent and audible
-constexpr auto kLimit = 6s;
 
 /// By position. The first tone lies where an upmix passes sound to the LFE.
 constexpr std::array<double, kMostChannels> kFirstTones = {50, 430, 830, 1630, 2430, 3830, 5630, 8030};
@@ -109,7 +109,7 @@ std::string wronglyTaken(const GraphState& state, const std::vector<ToneStream>&
 
 /// `wrong` describes what does not match yet; empty when all links match.
 void awaitLinks(AudioGraph& graph, const std::function<std::string(const GraphState&)>& wrong) {
-    graph.waitUntil([&](const GraphState& state) { return wrong(state).empty(); }, kLimit);
+    graph.waitUntil([&](const GraphState& state) { return wrong(state).empty(); }, kLongEnough);
     EXPECT_EQ(wrong(graph.state()), "");
 }
 
@@ -186,7 +186,7 @@ void ChannelMatrixTest::endAll(const std::vector<ToneStream>& streams) {
 ToneMatrix ChannelMatrixTest::measureDirect(const std::vector<ToneStream>& streams,
                                             const VirtualOutput& device) {
     awaitLinks(graph(), [&](const GraphState& state) { return notDirect(state, streams, device.name); });
-    const auto deadline = std::chrono::steady_clock::now() + kLimit;
+    const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
     auto last = measure(streams, device.name);
     std::string change;
     do {
@@ -224,7 +224,7 @@ ToneMatrix ChannelMatrixTest::measure(const std::vector<ToneStream>& streams, co
 }
 
 void ChannelMatrixTest::expectHeard(const ToneMatrix& wanted, const std::string& output) {
-    const auto deadline = std::chrono::steady_clock::now() + kLimit;
+    const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
     std::string last;
     int inARow = 0;
     do {

@@ -3,6 +3,7 @@
 
 #include "AudioGraph.h"
 #include "Consent.h"
+#include "LongEnough.h"
 #include "MonitorRecorder.h"
 #include "Passage.h"
 #include "Players.h"
@@ -59,9 +60,10 @@ protected:
     void forgetMonitors() { monitors_.clear(); }
     /// Waits until the output's sound has taken that way for `frames` frames.
     [[nodiscard]] bool awaitWay(const std::string& output, Way way, std::size_t frames = 8192,
-                                std::chrono::milliseconds timeout = 8s);
+                                std::chrono::milliseconds timeout = kLongEnough);
     /// Waits until every stream of this name is linked only to a capture of VELLO.
-    [[nodiscard]] bool awaitTapped(const std::string& player, std::chrono::milliseconds timeout = 8s);
+    [[nodiscard]] bool awaitTapped(const std::string& player,
+                                   std::chrono::milliseconds timeout = kLongEnough);
 
 private:
     std::unique_ptr<PrivateAudioSession> session_;

@@ -45,14 +45,6 @@ void AudioSampleRingBuffer::write(const float* samples, std::size_t count,
     write(samples, count);
 }
 
-void AudioSampleRingBuffer::prefetch(std::size_t count) const noexcept VELLO_REALTIME {
-    constexpr std::size_t samplesPerLine = 64 / sizeof(float);
-    constexpr std::size_t worthwhile = 4096; // more would evict the first lines before they are written
-    const std::size_t cursor = writeCursor_.load(std::memory_order_relaxed);
-    for (std::size_t i = 0; i < std::min(count, worthwhile); i += samplesPerLine)
-        __builtin_prefetch(storage_.get() + ((cursor + i) & mask_), 1);
-}
-
 void AudioSampleRingBuffer::rest() noexcept {
     isResting_.store(true, std::memory_order_relaxed);
     const std::size_t kept = std::min(kKeptSamples, capacity_);

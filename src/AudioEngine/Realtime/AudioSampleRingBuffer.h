@@ -39,9 +39,6 @@ public:
     /// As write(), but while the ring rests it ignores silence; a block with sound ends the rest. Data thread
     /// only.
     void write(const float* samples, std::size_t count, bool isSilent) noexcept VELLO_REALTIME;
-    /// Prefetches the memory of the next `count` samples. The ring is larger than the caches, so write()
-    /// would otherwise wait for memory. Data thread only.
-    void prefetch(std::size_t count) const noexcept VELLO_REALTIME;
 
     /// The newest `count` samples without a copy, for a reader that reads them once. Meanwhile the writer may
     /// overwrite them, the oldest first. Returns nullopt when fewer samples have been written, or when

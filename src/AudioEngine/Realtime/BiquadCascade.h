@@ -24,7 +24,8 @@ struct BiquadCoefficients {
 ///     w[n] = c x[n] - c x[n-2] - a2 w[n-2] - a1 w[n-1]        y[n] = x[n] + w[n]
 ///
 /// Two of the five multiplications are by the same coefficient, and a flat band is bit-exact. c x[n-2] is
-/// known before x[n] is, so the section's output waits for one operation less than with c (x[n] - x[n-2]).
+/// known before x[n] is, so the section's output waits for one operation less than with c (x[n] - x[n-2]),
+/// which has one multiplication less.
 class BiquadSetup {
 public:
     using Sections = std::array<BiquadCoefficients, kSectionCount>;
@@ -63,7 +64,7 @@ struct CascadeState {
 };
 
 /// Reference implementation: runs one sample of one channel through all sections in double precision. The
-/// faster variants differ only by fused multiply-adds.
+/// faster variants differ only by fused multiply-adds and the order of the first two terms.
 double processSample(const BiquadSetup& setup, CascadeState& state, double sample) noexcept VELLO_REALTIME;
 
 } // namespace vello

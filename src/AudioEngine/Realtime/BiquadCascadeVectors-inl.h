@@ -220,7 +220,7 @@ struct Skews {
 
 constexpr Skews skewsFor(std::size_t lanes, std::size_t channels) {
     if (lanes == 8)
-        return {.ofLongBlocks = 5, .ofShortBlocks = 3, .longBlock = 36};
+        return {.ofLongBlocks = 5, .ofShortBlocks = 3, .longBlock = 100};
     if (lanes == 4 && channels == 1)
         return {.ofLongBlocks = 6, .ofShortBlocks = 3, .longBlock = 60};
     if (lanes == 4)

@@ -99,10 +99,8 @@ HWY_INLINE std::uint32_t deliver(const BlockJob& job, Samples samples, std::size
     const std::size_t count = frames * kChannels;
     float* destination = job.destination + first * kChannels;
 
-    HWY_ALIGN float frameOfLane[hn::MaxLanes(d)];
-    for (std::size_t lane = 0; lane < lanes; ++lane)
-        frameOfLane[lane] = static_cast<float>(first + lane / kChannels);
-    auto frame = hn::Load(d, frameOfLane);
+    const auto frameOfLane = hn::Floor(hn::Mul(hn::Iota(d, 0), hn::Set(d, 1.0F / kChannels)));
+    auto frame = hn::Add(hn::Set(d, static_cast<float>(first)), frameOfLane);
     const auto framesPerVector = hn::Set(d, static_cast<float>(lanes / kChannels));
     const auto start = hn::Set(d, job.gainStart);
     const auto step = hn::Set(d, job.gainStep);

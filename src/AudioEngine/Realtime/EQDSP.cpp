@@ -109,7 +109,6 @@ void processBuffer(TapRealtimeContext& context, const AudioBuffer& input, AudioB
     silence(output, frames * channels * sizeof(float));
     if (frames < 1)
         return;
-    context.ringBuffer.prefetch(sampleCount(output));
     float* samples = static_cast<float*>(output.mData);
     const float* source = bridgeFrames(context, input, samples, frames);
     std::uint32_t peakBits = runFilters(context, source, samples, frames);

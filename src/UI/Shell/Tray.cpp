@@ -48,11 +48,11 @@ void Tray::setLight(TrayIconLight light) {
 /// Hosts report every click of a double click, and some report the second one twice.
 void Tray::activate(std::optional<QRect> place) {
     const std::chrono::milliseconds doubleClick(QGuiApplication::styleHints()->mouseDoubleClickInterval());
-    const Clock::time_point now = now_();
-    if (lastActivation_ && now - *lastActivation_ < doubleClick)
+    if (lastActivation_ && now_() - *lastActivation_ < doubleClick)
         return;
-    lastActivation_ = now;
     emit activated(place);
+    // The second click waits meanwhile: the first opening may take longer than a double click.
+    lastActivation_ = now_();
 }
 
 bool Tray::isShown() const {

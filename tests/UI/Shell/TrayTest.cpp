@@ -99,6 +99,13 @@ TEST_F(TrayTest, TellsNoPlaceThatItsHostDoesNotKnow) {
     EXPECT_EQ(places_, (std::vector<std::optional<QRect>>{std::nullopt, std::nullopt}));
 }
 
+TEST_F(TrayTest, TakesADoubleClickForOneClickHoweverLongThePanelTakesToOpen) {
+    QObject::connect(&makeTray(), &Tray::activated, [this] { now_ += std::chrono::seconds(2); });
+    callItem("Activate", 2000, 30);
+    callItem("Activate", 2000, 30);
+    EXPECT_EQ(places_.size(), 1U);
+}
+
 TEST_F(TrayTest, TakesADoubleClickForOneClickHoweverOftenItsHostTellsIt) {
     const std::chrono::milliseconds doubleClick(QGuiApplication::styleHints()->mouseDoubleClickInterval());
     makeTray();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ChildProcess.h"
+#include "LongEnough.h"
 
 #include <QImage>
 #include <QPoint>
@@ -66,7 +67,7 @@ public:
     /// Evaluates the condition whenever windows appear or vanish, and every few milliseconds for changes that
     /// the screen does not report. Returns false on timeout.
     template <class Condition>
-    bool waitUntil(Condition condition, std::chrono::milliseconds timeout = std::chrono::seconds(8)) const {
+    bool waitUntil(Condition condition, std::chrono::milliseconds timeout = kLongEnough) const {
         const auto deadline = std::chrono::steady_clock::now() + timeout;
         while (!condition()) {
             if (std::chrono::steady_clock::now() > deadline)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "LongEnough.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -90,7 +92,7 @@ public:
     /// All events since the beginning, in order.
     std::vector<GraphEvent> events() const;
     /// Returns true as soon as the predicate holds, which is evaluated after every change; false on timeout.
-    bool waitUntil(const Predicate& predicate, std::chrono::milliseconds timeout = std::chrono::seconds(5));
+    bool waitUntil(const Predicate& predicate, std::chrono::milliseconds timeout = kLongEnough);
 
     /// Sets a value in the metadata object "default"; an empty value removes the key.
     void setMetadata(std::uint32_t subject, const std::string& key, const std::string& type,

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "LongEnough.h"
+
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -45,7 +47,7 @@ public:
     int timesOutput(const std::string& text) const;
     /// Waits until the output contains the text so often; false on timeout.
     [[nodiscard]] bool awaitOutput(const std::string& text, int times = 1,
-                                   std::chrono::milliseconds timeout = std::chrono::seconds(8)) const;
+                                   std::chrono::milliseconds timeout = kLongEnough) const;
 
 private:
     std::filesystem::path output_;

@@ -63,7 +63,11 @@ PipeWireConnection::PipeWireConnection(PipeWireConnectionHandler& handler, Syste
         pw_log_set_level(SPA_LOG_LEVEL_NONE);
     threadLoop_ = pw_thread_loop_new("vello-control", nullptr);
     context_ = pw_context_new(
-        loop(), pw_properties_new(PW_KEY_CONFIG_NAME, quirks::clientConfigurationName(), nullptr), 0);
+        loop(),
+        pw_properties_new(PW_KEY_CONFIG_NAME, quirks::clientConfigurationName(),
+                          // On the data thread, where the callback would switch in every cycle.
+                          "cpu.zero.denormals", "true", nullptr),
+        0);
     if (context_ == nullptr)
         throw std::runtime_error(
             "PipeWire's client configuration cannot be loaded; is the package pipewire installed?");

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
 #include <thread>
@@ -25,10 +26,14 @@ inline constexpr char kCaptureName[] = "EQ-by-QUORVIN-Tap-Player.1";
 /// Counts its calls and plays what it captures.
 struct CountingCallback {
     std::atomic<int> calls{0};
+    std::atomic<bool> hasDenormals{true}; ///< in the arithmetic of the last call's thread
 
     static OSStatus run(AudioObjectID, const AudioBufferList* input, AudioBufferList* output,
                         void* data) noexcept {
-        ++static_cast<CountingCallback*>(data)->calls;
+        auto& self = *static_cast<CountingCallback*>(data);
+        const volatile float smallest = std::numeric_limits<float>::min();
+        self.hasDenormals = smallest / 2 > 0.0F;
+        ++self.calls;
         const AudioBuffer& captured = input->buffers()[0];
         const AudioBuffer& played = output->buffers()[0];
         std::memset(played.mData, 0, played.mDataByteSize);
