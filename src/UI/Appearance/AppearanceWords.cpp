@@ -42,7 +42,7 @@ QString readScale(const QString& value, AppearanceChoices& choices) {
 }
 
 QString readAccent(const QString& value, AppearanceChoices& choices) {
-    if (value.size() != 7 || !value.startsWith(u'#') || !QColor::isValidColor(value))
+    if (value.size() != 7 || !value.startsWith(u'#') || !QColor::isValidColorName(value))
         return QStringLiteral("\"accent=%1\" is not a colour as in \"accent=#3584e4\"").arg(value);
     choices.accent = QColor(value);
     return {};
