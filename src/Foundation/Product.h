@@ -10,6 +10,8 @@ inline constexpr char kApplicationFolder[] = "EQ by QUORVIN";
 inline constexpr char kBundleIdentifier[] = "com.quorvin.Vello";
 /// The manufacturer's web site.
 inline constexpr char kWebSite[] = "https://quorvin.example/vello";
+/// The guide for users on it: docs/guide.md.
+inline constexpr char kGuide[] = "https://quorvin.example/vello/guide";
 /// The names of this application's aggregate devices start with this prefix; no other name does.
 inline constexpr char kTapNamePrefix[] = "EQ-by-QUORVIN-Tap-";
 

@@ -20,6 +20,7 @@ class PanelMeasures : public QObject {
     Q_PROPERTY(double maximumListHeight READ maximumListHeight CONSTANT)
     Q_PROPERTY(bool showsResponse READ showsResponse CONSTANT)
     Q_PROPERTY(QUrl webSite READ webSite CONSTANT)
+    Q_PROPERTY(QUrl guide READ guide CONSTANT)
     Q_PROPERTY(QString version READ version CONSTANT)
 
 public:
@@ -29,6 +30,7 @@ public:
     double maximumListHeight() const { return kMaximumListHeight; }
     bool showsResponse() const { return kShowsResponse; }
     QUrl webSite() const { return QUrl(QString::fromUtf8(kWebSite)); }
+    QUrl guide() const { return QUrl(QString::fromUtf8(kGuide)); }
     QString version() const { return QStringLiteral(VELLO_VERSION); }
     Q_INVOKABLE double listHeight(double contentHeight, double room) const {
         return vello::listHeight(contentHeight, room);

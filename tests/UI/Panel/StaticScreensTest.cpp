@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "Foundation/Product.h"
 #include "PanelQuickTest.h"
+
+#include <QDesktopServices>
 
 namespace vello {
 namespace {
@@ -89,12 +92,33 @@ TEST_F(StaticScreensTest, ListsThreeFeaturesTenPointsApart) {
     EXPECT_EQ(fontOf("Shape each app").pixelSize(), scene.theme.subheadline());
 }
 
+/// Takes the place of the browser.
+class Browser : public QObject {
+    Q_OBJECT
+public:
+    Browser() { QDesktopServices::setUrlHandler(QStringLiteral("https"), this, "open"); }
+    ~Browser() override { QDesktopServices::unsetUrlHandler(QStringLiteral("https")); }
+    Q_SLOT void open(const QUrl& address) { opened.append(address.toString()); }
+
+    QStringList opened;
+};
+
+TEST_F(StaticScreensTest, LinksAboutToTheWebSiteAndToTheGuide) {
+    const Browser browser;
+    openAbout();
+    for (QQuickItem* const link : all(QStringLiteral("LinkText")))
+        click(*link);
+    EXPECT_EQ(browser.opened, (QStringList{QString::fromUtf8(kWebSite), QString::fromUtf8(kGuide)}));
+}
+
 TEST_F(StaticScreensTest, HasRoomForAboutInLargeText) {
     scene.theme.setAppearance({.fontScale = 2.0});
     openAbout();
     const QRectF done = place(item(QStringLiteral("Done")));
     for (const QQuickItem* const text : all(QStringLiteral("Text"), all(QStringLiteral("Column")).front()))
         EXPECT_FALSE(place(*text).intersects(done)) << qPrintable(text->property("text").toString());
+    for (const QQuickItem* const link : all(QStringLiteral("LinkText")))
+        EXPECT_LT(place(*link).right(), done.left());
     EXPECT_LE(done.bottom(), scene.window->height());
 }
 
@@ -108,3 +132,5 @@ TEST_F(StaticScreensTest, ClosesAboutByEscapeAndShowsItAgainAtItsSize) {
 
 } // namespace
 } // namespace vello
+
+#include "StaticScreensTest.moc"

@@ -8,7 +8,7 @@ Rectangle {
 
     signal dismiss
 
-    implicitWidth: Math.max(360, content.implicitWidth + 72)
+    implicitWidth: Math.max(360, content.implicitWidth + 72, links.implicitWidth + done.implicitWidth + 88)
     implicitHeight: Math.max(420, content.y + content.implicitHeight + done.implicitHeight + 40)
     color: Theme.aboutWindow
 
@@ -91,13 +91,24 @@ Rectangle {
             }
         }
     }
-    LinkText {
+    Row {
+        id: links
+
         anchors.left: parent.left
         anchors.leftMargin: 36
         anchors.verticalCenter: done.verticalCenter
-        // TRANSLATORS: A link to a page with more about VELLO.
-        text: qsTr("About")
-        address: PanelMeasures.webSite
+        spacing: 16
+
+        LinkText {
+            // TRANSLATORS: A link to a page with more about VELLO.
+            text: qsTr("About")
+            address: PanelMeasures.webSite
+        }
+        LinkText {
+            // TRANSLATORS: A link to the guide for users.
+            text: qsTr("Help")
+            address: PanelMeasures.guide
+        }
     }
     ProminentButton {
         id: done
