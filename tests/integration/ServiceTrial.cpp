@@ -18,6 +18,8 @@ constexpr const char* kUnit = "vello.service";
 constexpr const char* kPanelUnit = "vello-panel.service";
 constexpr const char* kNameOnTheBus = "com.quorvin.Vello";
 constexpr auto kAgainWithin = 8s;
+/// What millisecondsUntilAll returns while not all are heard so, in seconds.
+constexpr double kNever = 1e6;
 constexpr std::chrono::milliseconds kLongestSilence = 1s;
 
 bool isAlive(pid_t process) {
@@ -72,8 +74,16 @@ protected:
             },
             20s))
             << "it was not started again";
-        EXPECT_TRUE(awaitAll(tapped, 20s)) << "it does not equalize again";
-        return millisecondsUntilAll(tapped, moment) / 1000;
+        // Once more when a busy machine misses a cycle between the two looks: the time is then that after it.
+        double seconds = kNever;
+        EXPECT_TRUE(await(
+            [&] {
+                seconds = awaitAll(tapped, 20s) ? millisecondsUntilAll(tapped, moment) / 1000 : kNever;
+                return seconds < kNever;
+            },
+            20s))
+            << "it does not equalize again";
+        return seconds;
     }
     /// Of any application on its own output.
     std::chrono::milliseconds longestSilenceSince(std::chrono::steady_clock::time_point moment) {

@@ -4,9 +4,9 @@
 #include "X11Replies.h"
 
 #include <QGuiApplication>
+#include <qpa/qplatformnativeinterface.h>
 #include <QScreen>
 #include <QSocketNotifier>
-#include <QtGui/private/qtx11extras_p.h>
 
 #include <algorithm>
 #include <array>
@@ -45,6 +45,21 @@ std::string endOfStart(const std::string& id) {
         message += character;
     }
     return message + '"';
+}
+
+/// Tells Qt's X11 plugin that the user does something now. The plugin is asked by name, because the functions
+/// of QX11Info, which do the same, would tie the program to one patch release of Qt.
+void noteUserAction() {
+    auto* const plugin = QGuiApplication::platformNativeInterface();
+    auto* const screen = QGuiApplication::primaryScreen();
+    const auto now = static_cast<xcb_timestamp_t>(
+        reinterpret_cast<std::uintptr_t>(plugin->nativeResourceForScreen("gettimestamp", screen)));
+    for (const char* const name : {"setapptime", "setappusertime"}) {
+        using SetTime = void (*)(QScreen*, xcb_timestamp_t);
+        auto* const function = reinterpret_cast<void*>(plugin->nativeResourceFunctionForScreen(name));
+        if (function != nullptr)
+            reinterpret_cast<SetTime>(function)(screen, now);
+    }
 }
 
 /// The raw event of the first button that this is; 0 for any other event.
@@ -243,8 +258,7 @@ void X11Desktop::prepare(QWindow& window, const WindowPlace& place) {
     setMargins(window.winId(), static_cast<int>(std::lround(place.margin * window.devicePixelRatio())));
     // The panel opens because the user asked for it, so window managers may give it the keyboard, however
     // long ago the user last used it.
-    QX11Info::setAppTime(QX11Info::getTimestamp());
-    QX11Info::setAppUserTime(QX11Info::appTime());
+    noteUserAction();
 }
 
 void X11Desktop::limit(QWindow& window, const QRect& panel, int shadow, double cornerRadius) {

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <string>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -66,13 +67,15 @@ public:
     GuardSpawn(const GuardSpawn&) = delete;
     GuardSpawn& operator=(const GuardSpawn&) = delete;
 
-    /// The process ID, or -1.
-    pid_t start(const std::filesystem::path& program) const {
-        std::string name = program.filename().string();
+    /// Starts the program in the open file `program`. The process ID, or -1.
+    pid_t start(int program) const {
+        // Named through this process, because the new one has closed its copy of the descriptor by then.
+        const std::string file = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(program);
+        std::string name = kRedirectGuardProgram;
         const std::array<char*, 2> arguments{name.data(), nullptr};
         pid_t process = -1;
         const int error =
-            posix_spawn(&process, program.c_str(), &files_, &attributes_, arguments.data(), environ);
+            posix_spawn(&process, file.c_str(), &files_, &attributes_, arguments.data(), environ);
         return error == 0 ? process : -1;
     }
 
@@ -90,8 +93,8 @@ std::int64_t monotonicNanoseconds() noexcept {
 } // namespace
 
 PipeWireRedirectGuard::PipeWireRedirectGuard(const std::filesystem::path& program)
-    : program_(program), shared_(std::make_unique<SharedGuardBoard>(SharedGuardBoard::make())),
-      board_(shared_->get()) {
+    : program_(open(program.c_str(), O_PATH | O_CLOEXEC)),
+      shared_(std::make_unique<SharedGuardBoard>(SharedGuardBoard::make())), board_(shared_->get()) {
     if (board_ == nullptr)
         return;
     {
@@ -128,7 +131,7 @@ void PipeWireRedirectGuard::startThread() {
 }
 
 void PipeWireRedirectGuard::startGuard(const Lock&) {
-    guard_ = GuardSpawn(shared_->descriptor(), connection_.channelEnd()).start(program_);
+    guard_ = GuardSpawn(shared_->descriptor(), connection_.channelEnd()).start(program_.number());
 }
 
 void PipeWireRedirectGuard::awaitGuardsEnd(Lock& lock) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Foundation/Descriptor.h"
 #include "Platform/Linux/PipeWire/HeldSockets.h"
 #include "Platform/Linux/PipeWire/RedirectKeeper.h"
 
@@ -31,7 +32,9 @@ inline constexpr const char* kRedirectGuardProgram = "vello-redirect-guard";
 /// captures is silent. The guard removes the redirects at once.
 ///
 /// The guard is a separate program and is started, not forked. It is replaced when it ends, and by then this
-/// process has threads, whose locks a fork would inherit in an unknown state.
+/// process has threads, whose locks a fork would inherit in an unknown state. The file of the program is held
+/// open: after an upgrade under a running process, its next guard is still the one that it was built with,
+/// which knows the memory that both share.
 class PipeWireRedirectGuard final : public RedirectKeeper {
 public:
     /// Starts `program`. Construct on the main thread, which must outlive all others. When the system cannot
@@ -85,7 +88,7 @@ private:
     /// Waits until `number` is not 0, at most until `deadline` of the monotonic clock.
     static void awaitNumber(SharedNumber& number, std::int64_t deadline) noexcept;
 
-    const std::filesystem::path program_;
+    const Descriptor program_;
     const std::unique_ptr<SharedGuardBoard> shared_;
     HeldSockets connection_;
     RedirectGuardBoard* const board_;

@@ -74,7 +74,16 @@ TEST_F(PipeWireRedirectGuardTest, GoesWithoutAGuardWhereItsProgramIsMissing) {
 
 TEST_F(PipeWireRedirectGuardTest, StartsAnotherOneForEachThatEnds) {
     const PipeWireRedirectGuard guard(guardThat("echo started"));
-    EXPECT_NE(awaitWord("started", 4), "");
+    EXPECT_EQ(awaitWord("started\n", 4), "started\nstarted\nstarted\nstarted\n");
+}
+
+TEST_F(PipeWireRedirectGuardTest, StaysWithItsOwnGuardAfterAnUpgrade) {
+    const auto program = guardThat("echo old");
+    const PipeWireRedirectGuard guard(program);
+    ASSERT_EQ(awaitWord("old\n"), "old\n");
+    std::filesystem::remove(program);
+    guardThat("echo new");
+    EXPECT_EQ(awaitWord("old\n", 3), "old\nold\nold\n");
 }
 
 TEST_F(PipeWireRedirectGuardTest, DoesNotWaitForEverForAGuardThatStays) {
