@@ -19,7 +19,7 @@ constexpr int kSampleRate = 48000; // Hz
 constexpr std::size_t kTuneSeconds = 120;
 
 Environment appearance(const char* look) {
-    return {{"VELLO_APPEARANCE", look}};
+    return {{"VELLO_APPEARANCE", look}, {"FONTCONFIG_FILE", VELLO_DEMO_FONTS}};
 }
 
 std::string tuneFile(const PrivateAudioSession& session, const char* name, const Tune& tune) {
@@ -40,7 +40,7 @@ void playAndPicture(const char* look, const files::path& list, const files::path
     allowCapture(session);
     const auto film =
         session.start("mpv", {"mpv", "--no-config", "--no-video", "--ao=pipewire", "--loop",
-                              tuneFile(session, "film", {.beatsPerMinute = 96, .key = 49, .loudness = 0.5})});
+                              tuneFile(session, "film", {.beatsPerMinute = 90, .key = 49, .loudness = 0.5})});
     const auto music = session.start(
         "audacious", {"audacious", "--headless", "--play", tuneFile(session, "music", {.loudness = 0.35})});
     PanelStage stage(session, appearance(look));
@@ -50,6 +50,7 @@ void playAndPicture(const char* look, const files::path& list, const files::path
     equalize(session, {"mpv Media Player", "--gains", "6,4.5,2,-1.5,0,1.5,4,3", "--volume", "0.85"});
     stage.takePicture(list);
     stage.openCard("mpv Media Player");
+    stage.await("90 beats per minute");
     stage.takePicture(open);
 }
 

@@ -34,13 +34,25 @@ QVariant plain(QVariant value) {
     return QVariantList{red, green, blue};
 }
 
-PortalSettings plain(const PortalSettings& told) {
+/// Reads a{sa{sv}}. Where several desktops are installed, version 1.16 of the portal sends a namespace once
+/// for each of them. The first one, of the running desktop, decides; a map of Qt would keep the last one.
+PortalSettings read(const QDBusArgument& answer) {
     PortalSettings result;
-    for (const QString& space : portalNamespaces()) {
-        const QVariantMap values = told.value(space);
+    answer.beginMap();
+    while (!answer.atEnd()) {
+        QString space;
+        QVariantMap values;
+        answer.beginMapEntry();
+        answer >> space >> values;
+        answer.endMapEntry();
+        if (!portalNamespaces().contains(space))
+            continue;
+        QVariantMap& kept = result[space];
         for (auto value = values.begin(); value != values.end(); ++value)
-            result[space][value.key()] = plain(value.value());
+            if (!kept.contains(value.key()))
+                kept[value.key()] = plain(value.value());
     }
+    answer.endMap();
     return result;
 }
 
@@ -83,7 +95,7 @@ void SettingsPortal::takeAnswer(QDBusPendingCallWatcher& answer) {
                      qPrintable(answer.reply().signature()), qPrintable(kService));
         return;
     }
-    PortalSettings told = plain(reply.value());
+    PortalSettings told = read(answer.reply().arguments().constFirst().value<QDBusArgument>());
     if (told == settings_)
         return;
     settings_ = std::move(told);

@@ -88,6 +88,24 @@ TEST_F(SettingsPortalTest, LeavesOutWhatItDidNotAskFor) {
     EXPECT_FALSE(portal.settings().contains(QStringLiteral("org.example")));
 }
 
+TEST_F(SettingsPortalTest, TheFirstOfSeveralDesktopsDecides) {
+    fake.oddAnswer = [] {
+        QDBusArgument twice;
+        twice.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<QVariantMap>());
+        for (const uint scheme : {1U, 2U}) {
+            twice.beginMapEntry();
+            twice << kCommon << QVariantMap{{kScheme, scheme}};
+            twice.endMapEntry();
+        }
+        twice.endMap();
+        return QVariant::fromValue(twice);
+    };
+    fake.appear();
+    const SettingsPortal portal(connection(), SettingsPortal::Missing::awaited);
+    ASSERT_TRUE(waitUntil([&] { return scheme(portal).isValid(); }));
+    EXPECT_EQ(scheme(portal), QVariant(1U));
+}
+
 TEST_F(SettingsPortalTest, UnpacksColoursAndVariantsInVariants) {
     const QString accent = QStringLiteral("accent-color");
     fake.settings[kCommon][accent] = FakeSettingsPortal::color(0.25, 0.5, 1.0);
