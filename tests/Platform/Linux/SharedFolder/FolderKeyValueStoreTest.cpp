@@ -15,8 +15,7 @@
 #include <random>
 #include <set>
 #include <sys/mount.h>
-#include <thread>
-#include <time.h>
+#include <sys/stat.h>
 #include <utility>
 
 namespace vello {
@@ -38,15 +37,18 @@ std::vector<std::string> namesIn(const fs::path& folder) {
     return names;
 }
 
-/// What is written before and after it has different times, as when a person copies it.
-void awaitTickOfFileTimes() {
-    const auto now = [] {
-        timespec time{};
-        ::clock_gettime(CLOCK_REALTIME_COARSE, &time);
-        return std::pair(time.tv_sec, time.tv_nsec);
+/// What is written from now on has a later time than `file`, as when a person copies it. Waiting for a tick
+/// of the clock is not enough: systems hand out times between two ticks, and the same one to several files.
+void awaitTimeAfter(const fs::path& file) {
+    const auto changedAt = [](const fs::path& changed) {
+        struct stat status = {};
+        EXPECT_EQ(::stat(changed.c_str(), &status), 0) << changed;
+        return std::pair(status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
     };
-    for (const auto begin = now(); now() == begin;)
-        std::this_thread::yield();
+    const TemporaryFolder elsewhere;
+    do {
+        writeTestFile(elsewhere / "now", "");
+    } while (changedAt(elsewhere / "now") <= changedAt(file));
 }
 
 /// Replaces a file as synchronizing programs do.
@@ -182,7 +184,7 @@ TEST_F(FolderKeyValueStoreTest, KnowsACopiedHomeAndARestoredOne) {
         return data && data->isCopied;
     };
     const auto copy = [&](const fs::path& from, const fs::path& to) {
-        awaitTickOfFileTimes();
+        awaitTimeAfter(from / kKey);
         fs::copy(from, to);
         for (const std::string& name : namesIn(from))
             fs::last_write_time(to / name, fs::last_write_time(from / name));
