@@ -4,11 +4,21 @@
 #include "Foundation/Precondition.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 namespace vello {
 
 static_assert(EQSettings::bandCount == kSectionCount);
+
+namespace {
+
+std::uint64_t nextSerialNumber() noexcept {
+    static std::atomic<std::uint64_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+} // namespace
 
 BiquadCoefficients peakingSection(double gain, double frequency, double sampleRate) noexcept {
     constexpr double twoPi = 6.283185307179586;
@@ -26,7 +36,8 @@ BiquadCoefficients peakingSection(double gain, double frequency, double sampleRa
 }
 
 EQChainSnapshot::EQChainSnapshot(const EQSettings& settings, double sampleRate)
-    : framesPerStep_(std::max<std::size_t>(1, static_cast<std::size_t>(std::max(0.0, sampleRate) * 0.0005))) {
+    : serialNumber_(nextSerialNumber()),
+      framesPerStep_(std::max<std::size_t>(1, static_cast<std::size_t>(std::max(0.0, sampleRate) * 0.0005))) {
     if (settings.isBypassed || settings.isFlat() || !(sampleRate > 0.0))
         return;
     precondition(settings.bandGains.size() >= kSectionCount, "settings hold a gain for every band");

@@ -5,6 +5,7 @@
 #include "Models/EQSettings.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 
 namespace vello {
@@ -22,8 +23,11 @@ public:
     const BiquadSetup* biquadSetup() const noexcept { return setup_ ? &*setup_ : nullptr; }
     /// The length of a step on the way to these filters, 0.5 ms; at least one frame.
     std::size_t framesPerStep() const noexcept { return framesPerStep_; }
+    /// Above 0; differs from that of every snapshot before, also of one that had the same address.
+    std::uint64_t serialNumber() const noexcept { return serialNumber_; }
 
 private:
+    std::uint64_t serialNumber_;
     std::optional<BiquadSetup> setup_;
     std::size_t framesPerStep_;
 };

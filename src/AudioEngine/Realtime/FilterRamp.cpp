@@ -2,9 +2,7 @@
 #include "AudioEngine/Realtime/FilterRamp.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstdint>
 #include <numbers>
 
 namespace vello {
@@ -14,19 +12,8 @@ namespace {
 /// -160 dBFS. Filters whose remaining output is below this can end without being heard.
 constexpr double kInaudible = 1e-8;
 
-using Coefficients = std::array<double, kSectionCount>;
-
-/// Zero if they have the same bits. Without a branch, because every callback compares its setup.
-std::uint64_t difference(const Coefficients& left, const Coefficients& right) noexcept {
-    std::uint64_t bits = 0;
-    for (std::size_t k = 0; k < kSectionCount; ++k)
-        bits |= std::bit_cast<std::uint64_t>(left[k]) ^ std::bit_cast<std::uint64_t>(right[k]);
-    return bits;
-}
-
 bool isSame(const BiquadSetup& left, const BiquadSetup& right) noexcept {
-    return (difference(left.excess, right.excess) | difference(left.a1, right.a1) |
-            difference(left.a2, right.a2)) == 0;
+    return left.excess == right.excess && left.a1 == right.a1 && left.a2 == right.a2;
 }
 
 } // namespace
@@ -37,22 +24,21 @@ FilterRamp::FilterRamp() : origin_({}), target_({}), current_({}) {
     shares_.back() = 1.0;
 }
 
-void FilterRamp::follow(const EQChainSnapshot* snapshot) noexcept VELLO_REALTIME {
+void FilterRamp::change(const EQChainSnapshot* snapshot) noexcept VELLO_REALTIME {
     const BiquadSetup* setup = snapshot != nullptr ? snapshot->biquadSetup() : nullptr;
     if (snapshot != nullptr)
         framesPerStep_ = snapshot->framesPerStep();
-    // A new snapshot may have the address of an older one, so the contents count.
     const bool isNew = setup != nullptr ? !hasTarget_ || !isSame(*setup, target_) : hasTarget_;
     if (isNew)
         aim(setup);
-    hasBegun_ = true;
+    followed_ = serialNumberOf(snapshot);
 }
 
 void FilterRamp::aim(const BiquadSetup* setup) noexcept VELLO_REALTIME {
     hasTarget_ = setup != nullptr;
     if (hasTarget_)
         target_ = *setup;
-    if (!hasBegun_) {
+    if (!followed_) {
         current_ = target_;
         isFiltering_ = hasTarget_;
         return;
@@ -69,7 +55,7 @@ void FilterRamp::aim(const BiquadSetup* setup) noexcept VELLO_REALTIME {
     framesLeftOfStep_ = 0;
 }
 
-FilterRamp::Stretch FilterRamp::next(std::size_t frames) noexcept VELLO_REALTIME {
+std::size_t FilterRamp::advance(std::size_t frames) noexcept VELLO_REALTIME {
     if (framesLeftOfStep_ == 0 && isOnItsWay()) {
         mix(shares_[step_++]);
         framesLeftOfStep_ = framesPerStep_;
@@ -78,7 +64,7 @@ FilterRamp::Stretch FilterRamp::next(std::size_t frames) noexcept VELLO_REALTIME
         frames = std::min(frames, framesLeftOfStep_);
         framesLeftOfStep_ -= frames;
     }
-    return {isFiltering_ ? &current_ : nullptr, frames};
+    return frames;
 }
 
 void FilterRamp::mix(double share) noexcept VELLO_REALTIME {
@@ -93,9 +79,7 @@ void FilterRamp::mix(double share) noexcept VELLO_REALTIME {
     }
 }
 
-void FilterRamp::settle(std::span<const CascadeState> states) noexcept VELLO_REALTIME {
-    if (hasTarget_ || !isFiltering_ || isOnItsWay())
-        return;
+void FilterRamp::endIfInaudible(std::span<const CascadeState> states) noexcept VELLO_REALTIME {
     for (const CascadeState& state : states)
         for (const auto& differences : state.differences)
             for (const double difference : differences)

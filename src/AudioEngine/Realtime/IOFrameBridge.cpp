@@ -64,7 +64,10 @@ void IOFrameBridge::dropOldest(std::size_t frameCount) noexcept {
 }
 
 void IOFrameBridge::keepLastFrame(const float* frame) noexcept {
-    std::copy_n(frame, channelCount_, lastFrame_.get());
+    if (channelCount_ == 2) // nearly always: a copy of known length needs no call
+        std::memcpy(lastFrame_.get(), frame, 2 * sizeof(float));
+    else
+        std::copy_n(frame, channelCount_, lastFrame_.get());
 }
 
 } // namespace vello

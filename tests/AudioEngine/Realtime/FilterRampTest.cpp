@@ -12,8 +12,10 @@
 #include <cmath>
 #include <iostream>
 #include <numbers>
+#include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 namespace vello {
 namespace {
@@ -191,6 +193,19 @@ TEST(FilterRamp, TheFirstCurveIsThereAtOnce) {
     const auto played = tap.process(samples);
     for (std::size_t i = 0; i < samples.size(); ++i)
         ASSERT_NEAR(double{played[i]}, static_cast<double>(textbook.process(samples[i])), 1e-7) << i;
+}
+
+TEST(FilterRamp, TakesACurveWhereAnEarlierOneWas) {
+    FilterRamp ramp;
+    std::optional<EQChainSnapshot> place(std::in_place, loudBass(), kRate);
+    ramp.follow(&*place);
+    EXPECT_EQ(ramp.next(kBlock).frames, kBlock);
+    place.emplace(loudBass(), kRate);
+    ramp.follow(&*place);
+    EXPECT_EQ(ramp.next(kBlock).frames, kBlock) << "the same curve is no change";
+    place.emplace(bypassed(loudBass()), kRate);
+    ramp.follow(&*place);
+    EXPECT_LT(ramp.next(kBlock).frames, kBlock) << "on its way";
 }
 
 TEST(FilterRamp, ABypassedCurveEndsInTheSamplesThemselves) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <vector>
@@ -27,6 +28,20 @@ TEST(SampleMemory, IsResidentFromTheStart) {
     constexpr std::size_t unusual = kRing + 4096; // no spare has this size
     const SampleMemory memory(unusual);
     EXPECT_TRUE(isResident(memory, unusual));
+}
+
+TEST(SampleMemory, OfARingFitsHugePages) {
+    const SampleMemory memory(kRing);
+    const SampleMemory another(kRing);
+    for (const SampleMemory* each : {&memory, &another})
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(each->get()) % (2 << 20), 0U);
+}
+
+TEST(SampleMemory, OfAFewSamplesIsResidentToo) {
+    const SampleMemory memory(5);
+    EXPECT_TRUE(isResident(memory, 5));
+    memory.get()[4] = 1.0F;
+    EXPECT_EQ(memory.get()[4], 1.0F);
 }
 
 TEST(SampleMemory, OfARingThatHasGoneIsUsedByTheNextOne) {
