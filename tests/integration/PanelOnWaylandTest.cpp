@@ -15,7 +15,7 @@ constexpr auto kRest = 150ms;
 /// The panel's width and its distance from bars and edges, in pixels.
 constexpr int kPanelWidth = 344;
 constexpr int kGap = 8;
-constexpr QPoint kOutside(200, 600);
+constexpr QPoint kOutside(200, 700); ///< also of the second monitor
 
 class PanelOnWayland : public VelloTest {
 protected:
@@ -101,6 +101,36 @@ TEST_F(PanelOnWayland, StandsInTheCornerOfTheUsersChoiceAndGrowsFromThere) {
     EXPECT_EQ(after.left(), before.left());
     EXPECT_EQ(after.bottom(), before.bottom());
     EXPECT_EQ(after.width(), before.width());
+}
+
+TEST_F(PanelOnWayland, OpensOnTheMonitorInUseAndAClickOnAnotherOneClosesIt) {
+    startPanel("top-right");
+    awaitOpen();
+    const QPoint iconOnTheFirst = icon();
+    screen().pressKeys({XK_Escape});
+    ASSERT_TRUE(awaitClosed());
+    desktop_->plugIn();
+    const auto again = desktop_->start("again", {VELLO_PROGRAM});
+    EXPECT_NEAR(awaitOpen().right(), PrivateWaylandDesktop::secondWidth - 1 - kGap, 1);
+    screen().click(kOutside);
+    ASSERT_TRUE(awaitClosed());
+    screen().clickApart(iconOnTheFirst);
+    EXPECT_NEAR(awaitOpen().right(), PrivateScreen::width - 1 - kGap, 1) << "where the icon was clicked";
+}
+
+TEST_F(PanelOnWayland, IsOnTheMonitorThatIsLeftWhenItsOwnIsUnplugged) {
+    desktop_->plugIn();
+    startPanel("top-right");
+    const QRect onTheSecond = awaitOpen();
+    ASSERT_FALSE(onTheSecond.isEmpty());
+    desktop_->unplug();
+    const QRect onTheFirst = awaitOpen();
+    EXPECT_EQ(onTheFirst.size(), onTheSecond.size());
+    EXPECT_NEAR(onTheFirst.right(), PrivateScreen::width - 1 - kGap, 1);
+    screen().pressKeys({XK_Escape});
+    ASSERT_TRUE(awaitClosed()) << "it has the keyboard there too";
+    screen().clickApart(icon());
+    EXPECT_EQ(awaitOpen(), onTheFirst);
 }
 
 } // namespace

@@ -5,6 +5,9 @@
 
 #include "support/TemporaryFolder.h"
 
+#include <QLibraryInfo>
+#include <QVersionNumber>
+
 #include <X11/keysym.h>
 
 namespace vello::session {
@@ -119,6 +122,19 @@ TEST_F(PanelForScreenReaders, SwitchAnEqualizerOffAndOnAgain) {
     awaitState("EQ enabled for one", AccessibleState::checked, true);
     act("check box", "Equalizing enabled", "Toggle");
     awaitState("Equalizing enabled", AccessibleState::checked, false);
+}
+
+TEST_F(PanelForScreenReaders, HearThatTheBandsOfABypassedCardAreDisabled) {
+    if (QLibraryInfo::version() < QVersionNumber(6, 8))
+        GTEST_SKIP() << "Qt before 6.8 does not tell screen readers what is disabled";
+    openPanel();
+    act("", "one, collapsed", "Press");
+    const std::string band = "63 hertz band gain";
+    awaitState(band, AccessibleState::enabled, true);
+    act("check box", "EQ enabled for one", "Toggle");
+    awaitState(band, AccessibleState::enabled, false);
+    act("check box", "EQ enabled for one", "Toggle");
+    awaitState(band, AccessibleState::enabled, true);
 }
 
 TEST_F(PanelForScreenReaders, NameAndCancelAPresetAndRouteAnApplication) {

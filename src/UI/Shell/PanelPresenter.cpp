@@ -163,7 +163,7 @@ QRect PanelPresenter::surface() const {
 
 WindowPlace PanelPresenter::choosePlace() {
     QScreen* const screenOfIcon = screenAt(lastIcon_);
-    QScreen* const screen = screenOfIcon ? screenOfIcon : QGuiApplication::primaryScreen();
+    QScreen* const screen = screenOfIcon ? screenOfIcon : windows_.activeScreen();
     if (!screen)
         return {};
     const std::optional<QRect> workArea = windows_.workArea(*screen);

@@ -8,6 +8,8 @@
 #include <QGuiApplication>
 #include <qpa/qplatformnativeinterface.h>
 
+#include <utility>
+
 namespace vello {
 namespace {
 
@@ -53,6 +55,15 @@ std::optional<QPoint> WaylandDesktop::place(QPoint native) const {
     return isOnItem || !QGuiApplication::screenAt(native) ? std::nullopt : std::optional(native);
 }
 
+/// On sway each monitor has a bar. Elsewhere the bar with the items is on the primary one.
+QScreen* WaylandDesktop::activeScreen() const {
+    if (const auto output = focusedOutputOfDesktop())
+        for (QScreen* const screen : QGuiApplication::screens())
+            if (screen->name() == *output)
+                return screen;
+    return WindowSystem::activeScreen();
+}
+
 std::optional<QRect> WaylandDesktop::workArea(const QScreen& screen) const {
     return workAreaOfDesktop(screen, QDBusConnection::sessionBus());
 }
@@ -83,7 +94,7 @@ void WaylandDesktop::adopt(QWindow& window) {
             removeLayers();
     });
     connect(&window, &QWindow::activeChanged, this, [this, &window] {
-        if (panel_ && !catcher_ && window.isActive())
+        if (panel_ && outside_.empty() && window.isActive())
             panel_->releaseKeyboard();
     });
 }
@@ -97,30 +108,33 @@ void WaylandDesktop::prepare(QWindow& window, const WindowPlace& place) {
         window.create();
     }
     if (isSway())
-        catchPresses(place.screen);
+        catchPresses();
     panel_ = shell_->makeSurface(surfaceOf(window), layerPlace(place), window.size());
     connect(panel_.get(), &LayerSurface::closed, this, &WaylandDesktop::windowClosed, Qt::QueuedConnection);
 }
 
 /// On sway the keyboard follows the pointer: it leaves the panel when the pointer only passes over another
 /// window, also on the way from the bar to the panel. So there the panel keeps the keyboard, and a press
-/// outside is caught.
-void WaylandDesktop::catchPresses(QScreen* screen) {
+/// outside is caught, on every screen.
+void WaylandDesktop::catchPresses() {
     removeLayers();
-    catcher_ = std::make_unique<PressCatcher>();
-    catcher_->create();
-    outside_ = shell_->fill(surfaceOf(*catcher_), outputOf(screen));
-    connect(catcher_.get(), &PressCatcher::pressed, this, &WaylandDesktop::pressedOutside,
-            Qt::QueuedConnection);
-    catcher_->resize(outside_->size());
-    catcher_->show();
+    for (QScreen* const screen : QGuiApplication::screens()) {
+        auto catcher = std::make_unique<PressCatcher>();
+        catcher->setScreen(screen);
+        catcher->create();
+        auto layer = shell_->fill(surfaceOf(*catcher), outputOf(screen));
+        connect(catcher.get(), &PressCatcher::pressed, this, &WaylandDesktop::pressedOutside,
+                Qt::QueuedConnection);
+        catcher->resize(layer->size());
+        catcher->show();
+        outside_.push_back({std::move(catcher), std::move(layer)});
+    }
 }
 
 /// The roles are removed before the surfaces.
 void WaylandDesktop::removeLayers() {
     panel_.reset();
-    outside_.reset();
-    catcher_.reset();
+    outside_.clear();
 }
 
 void WaylandDesktop::limit(QWindow& window, const QRect& panel, int, double) {

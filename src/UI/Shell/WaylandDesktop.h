@@ -3,6 +3,8 @@
 
 #include "UI/Shell/WindowSystem.h"
 
+#include <vector>
+
 struct wl_display;
 
 namespace vello {
@@ -22,6 +24,7 @@ public:
     static std::unique_ptr<WaylandDesktop> ofToolkit();
     ~WaylandDesktop() override;
 
+    QScreen* activeScreen() const override;
     std::optional<QRect> workArea(const QScreen& screen) const override;
     std::optional<QPoint> place(QPoint native) const override;
     void adopt(QWindow& window) override;
@@ -31,14 +34,18 @@ public:
 
 private:
     explicit WaylandDesktop(wl_display* display);
-    void catchPresses(QScreen* screen);
+    void catchPresses();
     void removeLayers();
     LayerPlace layerPlace(const WindowPlace& place) const;
 
     std::unique_ptr<LayerShell> shell_; ///< null without a layer shell
     std::unique_ptr<LayerSurface> panel_;
-    std::unique_ptr<PressCatcher> catcher_; ///< on sway
-    std::unique_ptr<LayerSurface> outside_; ///< the catcher's
+    /// Covers a screen behind the panel.
+    struct Outside {
+        std::unique_ptr<PressCatcher> catcher;
+        std::unique_ptr<LayerSurface> layer; ///< destroyed first
+    };
+    std::vector<Outside> outside_; ///< on sway
 };
 
 } // namespace vello

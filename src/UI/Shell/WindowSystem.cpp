@@ -30,6 +30,10 @@ std::optional<QPoint> WindowSystem::place(QPoint) const {
     return std::nullopt;
 }
 
+QScreen* WindowSystem::activeScreen() const {
+    return QGuiApplication::primaryScreen();
+}
+
 std::optional<QRect> WindowSystem::workArea(const QScreen& screen) const {
     return screen.availableGeometry();
 }

@@ -49,6 +49,8 @@ public:
     /// is on no screen, or when the system does not reveal positions of other programs.
     virtual std::optional<QPoint> place(QPoint native) const;
 
+    /// The screen for a panel that does not open at the status item; null when there is no screen.
+    virtual QScreen* activeScreen() const;
     /// The part of `screen` that bars leave free, if the system reveals it.
     virtual std::optional<QRect> workArea(const QScreen& screen) const;
 

@@ -97,4 +97,16 @@ std::optional<QRect> workAreaOfDesktop(const QScreen& screen, const QDBusConnect
     return area && *area != screen.geometry() && screen.geometry().contains(*area) ? area : std::nullopt;
 }
 
+std::optional<QString> focusedOutputOfWorkspaces(const QByteArray& answer) {
+    for (const QJsonValue& workspace : QJsonDocument::fromJson(answer).array())
+        if (workspace[u"focused"].toBool())
+            return workspace[u"output"].toString();
+    return std::nullopt;
+}
+
+std::optional<QString> focusedOutputOfDesktop() {
+    const auto answer = askSway();
+    return answer ? focusedOutputOfWorkspaces(*answer) : std::nullopt;
+}
+
 } // namespace vello

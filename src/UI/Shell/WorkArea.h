@@ -4,6 +4,7 @@
 #include <QDBusConnection>
 #include <QRect>
 #include <QScreen>
+#include <QString>
 
 #include <optional>
 
@@ -18,5 +19,12 @@ std::optional<QRect> workAreaOfDesktop(const QScreen& screen, const QDBusConnect
 /// workspaces". `screen` is the output's whole area. The gaps that sway leaves at all edges are not a bar.
 std::optional<QRect> workAreaOfWorkspaces(const QByteArray& answer, const QString& output,
                                           const QRect& screen);
+
+/// The name of the output that the user works on, as sway reports it. Absent on other desktops. Main thread
+/// only; waits as workAreaOfDesktop().
+std::optional<QString> focusedOutputOfDesktop();
+
+/// The output of the workspace that has the focus, in the same answer.
+std::optional<QString> focusedOutputOfWorkspaces(const QByteArray& answer);
 
 } // namespace vello

@@ -30,6 +30,14 @@ TEST(WorkAreaTest, DoesNotTakeTheGapsAtAllEdgesForBars) {
     EXPECT_EQ(workAreaOfWorkspaces(answer, "DP-2", kScreen), QRect(1920, 30, 1920, 1050));
 }
 
+TEST(WorkAreaTest, TheFocusedOutputIsThatOfTheFocusedWorkspace) {
+    EXPECT_EQ(focusedOutputOfWorkspaces(R"([{"focused": false, "output": "eDP-1"},
+                                            {"focused": true, "output": "DP-2"}])"),
+              QStringLiteral("DP-2"));
+    for (const char* const answer : {"", "[1]", "[{}]", R"([{"focused": false, "output": "DP-2"}])"})
+        EXPECT_EQ(focusedOutputOfWorkspaces(answer), std::nullopt) << answer;
+}
+
 TEST(WorkAreaTest, IsAbsentForAnAnswerThatIsNotUnderstood) {
     for (const char* const answer :
          {"", "{}", "[", "[1]", "[{}]", R"([{"visible": true, "output": "DP-2"}])"})

@@ -92,6 +92,10 @@ PrivateScreen::PrivateScreen(const Environment& environment, const std::filesyst
                                        environment, folder / "screen.log");
     name_ = std::string(":").append(awaitNumber(*server_));
     connection_ = std::make_unique<Connection>(name_);
+    // Window managers have made these known on other screens, and some programs do not make them known
+    // themselves.
+    for (const char* name : {"_NET_WM_NAME", "UTF8_STRING", "WM_PROTOCOLS", "WM_DELETE_WINDOW"})
+        connection_->atom(name);
 }
 
 PrivateScreen::~PrivateScreen() {
@@ -144,6 +148,18 @@ std::uint32_t PrivateScreen::makeWindow(const std::string& name, QRect area) con
 
 void PrivateScreen::openWindow(const std::string& name, QRect area) {
     xcb_map_window(connection_->xcb(), makeWindow(name, area));
+    connection_->synchronize();
+}
+
+void PrivateScreen::closeWindow(const ScreenWindow& window) {
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window.id;
+    message.type = connection_->atom("WM_PROTOCOLS");
+    message.data.data32[0] = connection_->atom("WM_DELETE_WINDOW");
+    xcb_send_event(connection_->xcb(), 0, window.id, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char*>(&message));
     connection_->synchronize();
 }
 

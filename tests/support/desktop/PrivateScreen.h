@@ -56,6 +56,8 @@ public:
     bool hasKeyboard(const ScreenWindow& window) const;
     /// Shows a plain window of the test, which is closed with the screen.
     void openWindow(const std::string& name, QRect area);
+    /// Asks the program to close its window, as the button of a window manager does.
+    void closeWindow(const ScreenWindow& window);
     bool hasWindowManager() const;
     /// Waits until the window manager shows a window that asks for it. A window manager owns the screen some
     /// time before that, and may drop what is asked of it in between. Returns false on timeout.

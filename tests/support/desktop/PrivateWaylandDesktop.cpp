@@ -22,8 +22,13 @@ using namespace std::chrono_literals;
 constexpr uid_t kNobody = 65534;
 
 constexpr char kCompositorConfiguration[] = R"(xwayland disable
-output * resolution 1280x900 position 0,0
+output * resolution 1280x900
+output X11-1 position 0,0
+output X11-2 resolution 800x600
 )";
+
+/// The window that is the compositor's second monitor.
+constexpr char kSecondMonitor[] = "wlroots - X11-2";
 
 constexpr char kBarConfiguration[] = R"({
     "layer": "top",
@@ -118,6 +123,10 @@ void PrivateWaylandDesktop::startBar() {
     std::ofstream(folder_ / "waybar.css") << kBarStyle;
     bar_ = start("waybar", {"waybar", "--config", (folder_ / "waybar.json").string(), "--style",
                             (folder_ / "waybar.css").string()});
+    awaitBar();
+}
+
+void PrivateWaylandDesktop::awaitBar() {
     const BusClient bus(environment_.at("DBUS_SESSION_BUS_ADDRESS"));
     require(
         [&] {
@@ -125,6 +134,22 @@ void PrivateWaylandDesktop::startBar() {
             return bus.hasOwner("org.kde.StatusNotifierWatcher") && bar.pixel(10, 10) == qRgb(32, 32, 32);
         },
         "the bar");
+}
+
+void PrivateWaylandDesktop::plugIn() {
+    runProgram({"swaymsg", "create_output"}, environment_, folder_);
+    require([this] { return screen_.window(kSecondMonitor).has_value(); }, "the second monitor");
+    useSecondMonitor();
+    awaitBar();
+}
+
+void PrivateWaylandDesktop::useSecondMonitor() const {
+    runProgram({"swaymsg", "focus", "output", "X11-2"}, environment_, folder_);
+}
+
+void PrivateWaylandDesktop::unplug() {
+    screen_.closeWindow(screen_.window(kSecondMonitor).value());
+    require([this] { return !screen_.window(kSecondMonitor); }, "the end of the second monitor");
 }
 
 std::unique_ptr<ChildProcess> PrivateWaylandDesktop::start(const std::string& name,

@@ -28,6 +28,14 @@ public:
                                         const Environment& more = {}) const;
 
     PrivateScreen& screen() { return screen_; }
+    static constexpr int secondWidth = 800;
+    /// Plugs a second monitor in, which has a bar as well. It covers the top left part of the first one, and
+    /// is then the one in use.
+    void plugIn();
+    /// As when the pointer goes there, or a key sends the focus there.
+    void useSecondMonitor() const;
+    /// Unplugs the second monitor.
+    void unplug();
     /// The area that the tray's icons cover on the screen; empty without icons.
     QRect trayIcons() const;
     /// The area of everything else on the screen; empty when there is nothing else.
@@ -38,6 +46,7 @@ public:
 
 private:
     template <class Condition> void require(Condition condition, const std::string& what) const;
+    void awaitBar();
     void startCompositor(const Environment& session);
     void startBar();
 
