@@ -153,6 +153,26 @@ TEST_F(PanelForScreenReaders, NameAndCancelAPresetAndRouteAnApplication) {
     await("label", "Output: Output B");
 }
 
+TEST_F(PanelForScreenReaders, SaveAndDeleteAPreset) {
+    openPanel();
+    act("", "one, collapsed", "Press");
+    tree().act(await("slider", "63 hertz band gain"), "Increase");
+    act("push button", "Save", "Press");
+    await("", "Preset name");
+    screen().type("Mine");
+    screen().pressKeys({XK_Return});
+    act("push button", "Mine", "Press");
+    await("menu item", "Import…");
+    // To the entry before the last one; a preset of the user has controls while it is marked.
+    screen().pressKeys({XK_Up});
+    screen().pressKeys({XK_Up});
+    await("push button", "Rename Mine");
+    act("push button", "Delete Mine", "Press");
+    awaitGone("Delete Mine");
+    screen().pressKeys({XK_Escape});
+    await("push button", "Custom");
+}
+
 TEST_F(PanelForScreenReaders, OpenAboutAndCloseItWhenItIsDone) {
     openPanel();
     act("push button", "About VELLO", "Press");
