@@ -28,7 +28,7 @@ double titleOpacity(double expansion) noexcept {
 }
 
 double symbolSide(double textSize) noexcept {
-    return textSize * kSymbolSidePerSize;
+    return std::round(textSize * kSymbolSidePerSize);
 }
 
 double symbolSize(double textSize, double side) noexcept {

@@ -19,7 +19,8 @@ double listHeight(double contentHeight, double room) noexcept;
 double titleScale(double expansion) noexcept;
 double titleOpacity(double expansion) noexcept;
 
-/// Side of a symbol's square beside a text of this size, chosen so that strokes look as heavy as letters.
+/// Side of a symbol's square beside a text of this size, chosen so that strokes look as heavy as letters. A
+/// whole number, so that they fit the pixels.
 double symbolSide(double textSize) noexcept;
 /// `textSize`, or less where the symbol's square would be wider than `side`.
 double symbolSize(double textSize, double side) noexcept;

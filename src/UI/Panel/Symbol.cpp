@@ -4,13 +4,30 @@
 #include "UI/Geometry/PanelGeometry.h"
 
 #include <QPainter>
+#include <QQuickWindow>
 #include <QSvgRenderer>
+
+#include <cmath>
 
 namespace vello {
 
 Symbol::Symbol(QQuickItem* parent) : QQuickPaintedItem(parent) {
     setPointSize(13.0);
     connect(this, &Symbol::lookChanged, this, [this] { update(); });
+    connect(this, &Symbol::rotationChanged, this, &Symbol::chooseFilter);
+}
+
+void Symbol::itemChange(ItemChange change, const ItemChangeData& data) {
+    QQuickPaintedItem::itemChange(change, data);
+    if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged)
+        chooseFilter();
+}
+
+/// A symbol may stand between two pixels. OpenGL would mix them, which blurs its thin lines.
+void Symbol::chooseFilter() {
+    const double ratio = window() ? window()->effectiveDevicePixelRatio() : 1.0;
+    const bool fitsPixels = ratio == std::floor(ratio) && std::fmod(rotation(), 180.0) == 0.0;
+    setSmooth(!fitsPixels);
 }
 
 void Symbol::setPointSize(double pointSize) {

@@ -25,11 +25,16 @@ public:
 
     void paint(QPainter* painter) override;
 
+protected:
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+
 signals:
     void lookChanged();
     void pointSizeChanged();
 
 private:
+    void chooseFilter();
+
     QString name_;
     QColor color_ = Qt::black;
     double pointSize_ = 0.0;

@@ -46,7 +46,8 @@ TEST(PanelGeometryTest, LetsTheTitleRecedeWhileACardIsOpen) {
 }
 
 TEST(PanelGeometryTest, MakesSymbolsLargerThanTheirTexts) {
-    EXPECT_DOUBLE_EQ(symbolSide(10.0), 13.0);
+    EXPECT_EQ(symbolSide(10.0), 13.0);
+    EXPECT_EQ(symbolSide(13.0), 17.0) << "16.9";
     EXPECT_EQ(symbolSize(13.0, 28.0), 13.0);
     EXPECT_DOUBLE_EQ(symbolSize(26.0, 26.0), 20.0);
     EXPECT_DOUBLE_EQ(symbolSide(symbolSize(26.0, 28.0)), 28.0);

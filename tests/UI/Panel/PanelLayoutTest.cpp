@@ -80,6 +80,20 @@ TEST_F(PanelLayoutTest, StacksHeaderListAndFooterTenPointsApartWithinTwelve) {
     EXPECT_NEAR(panel().bottom() - place(footer()).bottom(), 12.0, 1.0); // it ends at a whole pixel
 }
 
+TEST_F(PanelLayoutTest, MixesNoPixelsOfASymbolUnlessItTurns) {
+    open();
+    ASSERT_EQ(scene.window->effectiveDevicePixelRatio(), 1.0);
+    for (QQuickItem* const symbol : all(QStringLiteral("Symbol"))) {
+        const QString name = symbol->property("name").toString();
+        EXPECT_EQ(symbol->width(), std::round(symbol->width())) << name.toStdString();
+        EXPECT_FALSE(symbol->smooth()) << name.toStdString();
+        symbol->setRotation(100.0);
+        EXPECT_TRUE(symbol->smooth()) << name.toStdString();
+        symbol->setRotation(180.0);
+        EXPECT_FALSE(symbol->smooth()) << name.toStdString();
+    }
+}
+
 TEST_F(PanelLayoutTest, CentresTheTitleBetweenTwoSlots) {
     open();
     const QRectF bounds = place(header());
