@@ -5,8 +5,7 @@
 
 #include "support/TemporaryFolder.h"
 
-#include <QLibraryInfo>
-#include <QVersionNumber>
+#include <QtGlobal>
 
 #include <X11/keysym.h>
 
@@ -124,9 +123,9 @@ TEST_F(PanelForScreenReaders, SwitchAnEqualizerOffAndOnAgain) {
     awaitState("Equalizing enabled", AccessibleState::checked, false);
 }
 
+// Qt before 6.8 does not tell screen readers what is disabled.
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
 TEST_F(PanelForScreenReaders, HearThatTheBandsOfABypassedCardAreDisabled) {
-    if (QLibraryInfo::version() < QVersionNumber(6, 8))
-        GTEST_SKIP() << "Qt before 6.8 does not tell screen readers what is disabled";
     openPanel();
     act("", "one, collapsed", "Press");
     const std::string band = "63 hertz band gain";
@@ -136,6 +135,7 @@ TEST_F(PanelForScreenReaders, HearThatTheBandsOfABypassedCardAreDisabled) {
     act("check box", "EQ enabled for one", "Toggle");
     awaitState(band, AccessibleState::enabled, true);
 }
+#endif
 
 TEST_F(PanelForScreenReaders, NameAndCancelAPresetAndRouteAnApplication) {
     openPanel();
