@@ -74,13 +74,13 @@ protected:
     template <class Begin, class End> std::vector<double> hear(Begin begin, End end) {
         std::vector<double> milliseconds;
         for (int number = 0; number < repetitions(10); ++number) {
+            forgetMonitors(); // they have recorded the sound before
             monitor("output-a").record(1);
             begin();
             EXPECT_TRUE(awaitWay("output-a", Way::tapped, 2400)) << "sound " << number;
             milliseconds.push_back(directMilliseconds(monitor("output-a").recording()));
             end();
             EXPECT_TRUE(awaitStopped());
-            forgetMonitors();
         }
         std::ranges::sort(milliseconds);
         print(milliseconds);
