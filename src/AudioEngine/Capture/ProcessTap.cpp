@@ -169,6 +169,7 @@ ProcessTap::ActivationStep ProcessTap::waitUntilAggregateIsAlive(int attempt) {
         livenessObserver_ = std::make_unique<CoreAudioPropertyObserver>(
             services_.hardware, services_.log, aggregateDeviceID_, kAudioDevicePropertyDeviceIsAlive,
             kAudioObjectPropertyScopeGlobal, [this] { checkLivenessAfter(0ms, livenessAttempt_); });
+    prepareRing();
     checkLivenessAfter(kLivenessPeriod, attempt + 1);
     return ActivationStep::waiting;
 }
@@ -211,17 +212,26 @@ ProcessTap::ActivationStep ProcessTap::startProcessing() {
     return ActivationStep::last;
 }
 
+/// The system takes milliseconds for this memory. While the device is not alive they delay no sound.
+void ProcessTap::prepareRing() {
+    if (!ringMemory_)
+        ringMemory_.emplace(TapRealtimeContext::ringCapacity);
+}
+
 void ProcessTap::createRealtimeContext() {
     const bool supportsEQ = formatSupportsEQ(*streamDescription_);
     if (!supportsEQ)
         logger_.error("Tap format for " + label_ +
                       " is not interleaved Float32; EQ bypassed, passthrough only");
     const auto channels = static_cast<int>(streamDescription_->mChannelsPerFrame);
+    prepareRing();
     realtimeContext_ =
         supportsEQ && isDeviceContinued()
-            ? std::make_shared<TapRealtimeContext>(succession_->filters, linearVolume(settings_))
+            ? std::make_shared<TapRealtimeContext>(succession_->filters, linearVolume(settings_),
+                                                   std::move(*ringMemory_))
             : std::make_shared<TapRealtimeContext>(supportsEQ, channels, linearVolume(settings_),
-                                                   services_.kernel);
+                                                   services_.kernel, std::move(*ringMemory_));
+    ringMemory_.reset();
     succession_.reset();
     publishSnapshot();
 }

@@ -133,6 +133,7 @@ private:
     ActivationStep waitUntilAggregateIsAlive(int attempt);
     void checkLivenessAfter(MainThread::Duration delay, int attempt);
     ActivationStep startProcessing();
+    void prepareRing();
     void createRealtimeContext();
     bool isDeviceContinued() const;
     void startCallback();
@@ -167,6 +168,7 @@ private:
     std::shared_ptr<const EQChainSnapshot> currentSnapshot_;
     std::vector<RetiredSnapshot> retiredSnapshots_;
     std::vector<std::unique_ptr<CoreAudioPropertyObserver>> appDeviceObservers_;
+    std::optional<SampleMemory> ringMemory_; ///< until the context takes it
     std::shared_ptr<TapRealtimeContext> realtimeContext_;
     std::optional<AudioStreamBasicDescription> streamDescription_;
     std::optional<MainThread::Instant> activatedAt_;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace vello {
 
@@ -22,7 +23,10 @@ std::size_t checkedCapacity(std::size_t capacity) {
 } // namespace
 
 AudioSampleRingBuffer::AudioSampleRingBuffer(std::size_t capacityPowerOfTwo)
-    : capacity_(checkedCapacity(capacityPowerOfTwo)), mask_(capacityPowerOfTwo - 1), storage_(capacity_) {}
+    : AudioSampleRingBuffer(SampleMemory(checkedCapacity(capacityPowerOfTwo))) {}
+
+AudioSampleRingBuffer::AudioSampleRingBuffer(SampleMemory memory)
+    : capacity_(checkedCapacity(memory.count())), mask_(capacity_ - 1), storage_(std::move(memory)) {}
 
 void AudioSampleRingBuffer::write(const float* samples, std::size_t count) noexcept VELLO_REALTIME {
     if (count < 1 || count > capacity_)

@@ -29,6 +29,8 @@ public:
 
     /// Aborts the process if the capacity, in samples, is not a power of two.
     explicit AudioSampleRingBuffer(std::size_t capacityPowerOfTwo);
+    /// The same with memory for that many samples.
+    explicit AudioSampleRingBuffer(SampleMemory memory);
 
     std::size_t capacity() const noexcept { return capacity_; }
     /// Total number of samples written.

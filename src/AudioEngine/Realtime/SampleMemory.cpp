@@ -65,10 +65,20 @@ void* mapPages(std::size_t bytes) {
     return pages;
 }
 
+/// False if the system cannot: a kernel before 5.14.
+bool makeResident([[maybe_unused]] std::span<float> samples) noexcept {
+#ifdef MADV_POPULATE_WRITE
+    const InHugePages inHugePages(samples);
+    return ::madvise(samples.data(), samples.size_bytes(), MADV_POPULATE_WRITE) == 0;
+#else
+    return false;
+#endif
+}
+
 std::span<float> mapSamples(std::size_t count) {
     const std::span samples(static_cast<float*>(mapPages(count * sizeof(float))), count);
-    const InHugePages inHugePages(samples);
-    std::ranges::fill(samples, 0.0F);
+    if (!makeResident(samples))
+        std::ranges::fill(samples, 0.0F);
     return samples;
 }
 
@@ -128,13 +138,12 @@ void SampleMemory::release(std::size_t first, std::size_t count) const noexcept 
 }
 
 void SampleMemory::populate() const noexcept {
-#ifdef MADV_POPULATE_WRITE
-    const InHugePages inHugePages(samples_);
-    ::madvise(get(), samples_.size_bytes(), MADV_POPULATE_WRITE);
-#endif
+    makeResident(samples_);
 }
 
 SampleMemory::~SampleMemory() {
+    if (samples_.empty())
+        return;
     release(0, samples_.size()); // a spare costs no memory while it waits
     if (!spares().keep(samples_))
         unmapSamples(samples_);

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <span>
+#include <utility>
 
 namespace vello {
 
@@ -15,11 +16,13 @@ class SampleMemory {
 public:
     /// Room for `count` samples, at least one, of any value. Throws std::bad_alloc when there is no memory.
     explicit SampleMemory(std::size_t count);
+    /// Leaves no samples behind.
+    SampleMemory(SampleMemory&& other) noexcept : samples_(std::exchange(other.samples_, {})) {}
     ~SampleMemory();
-    SampleMemory(const SampleMemory&) = delete;
-    SampleMemory& operator=(const SampleMemory&) = delete;
+    SampleMemory& operator=(SampleMemory&&) = delete;
 
     float* get() const noexcept { return samples_.data(); }
+    std::size_t count() const noexcept { return samples_.size(); }
 
     /// Gives the whole pages within these samples back to the system. They read as zeros until something is
     /// written.

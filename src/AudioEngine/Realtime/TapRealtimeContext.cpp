@@ -20,14 +20,17 @@ double* alignedWithin(std::vector<double>& memory) {
 
 } // namespace
 
-TapRealtimeContext::TapRealtimeContext(bool canProcess, int channels, float initialVolume, BlockKernel kernel)
+TapRealtimeContext::TapRealtimeContext(bool canProcess, int channels, float initialVolume, BlockKernel kernel,
+                                       SampleMemory ringMemory)
     : supportsEQ(canProcess), channelCount(std::max(channels, 1)),
-      volumeTargetBits(std::bit_cast<std::uint32_t>(initialVolume)),
+      volumeTargetBits(std::bit_cast<std::uint32_t>(initialVolume)), ringBuffer(std::move(ringMemory)),
       rt(std::make_shared<Realtime>(static_cast<std::size_t>(channelCount), initialVolume, kernel)) {}
 
-TapRealtimeContext::TapRealtimeContext(std::shared_ptr<Realtime> continued, float volume)
+TapRealtimeContext::TapRealtimeContext(std::shared_ptr<Realtime> continued, float volume,
+                                       SampleMemory ringMemory)
     : supportsEQ(true), channelCount(static_cast<int>(continued->ioBridge.channelCount())),
-      volumeTargetBits(std::bit_cast<std::uint32_t>(volume)), rt(std::move(continued)) {}
+      volumeTargetBits(std::bit_cast<std::uint32_t>(volume)), ringBuffer(std::move(ringMemory)),
+      rt(std::move(continued)) {}
 
 TapRealtimeContext::Realtime::Realtime(std::size_t channels, float initialVolume, BlockKernel blockKernel)
     : delays(channels), scratchMemory(kScratchSamples + kScratchAlignment / sizeof(double)),

@@ -29,11 +29,14 @@ struct TapRealtimeContext {
 
     /// `canProcess` means that the tap's format is interleaved 32-bit float; otherwise the callback only
     /// copies. `channels` below 1 counts as 1. `initialVolume` is linear; the first buffer ramps from it.
+    /// `ringMemory` has room for ringCapacity samples.
     TapRealtimeContext(bool canProcess, int channels, float initialVolume,
-                       BlockKernel kernel = processBlockKernel().chosen.kernel);
+                       BlockKernel kernel = processBlockKernel().chosen.kernel,
+                       SampleMemory ringMemory = SampleMemory(ringCapacity));
     /// Continues where the callback of another context has ended: its filters and its volume go on without a
     /// jump. `volume` is linear.
-    TapRealtimeContext(std::shared_ptr<Realtime> continued, float volume);
+    TapRealtimeContext(std::shared_ptr<Realtime> continued, float volume,
+                       SampleMemory ringMemory = SampleMemory(ringCapacity));
 
     std::size_t delayCapacityBytes() const noexcept { return rt->delays.size() * sizeof(CascadeState); }
 
@@ -60,7 +63,7 @@ struct TapRealtimeContext {
     std::atomic<std::uint32_t> hasCarriedSignal{0}; ///< 1 once a processed buffer peaked above 0.0001
 
     /// Processed samples, interleaved. Readable from any thread.
-    AudioSampleRingBuffer ringBuffer{ringCapacity};
+    AudioSampleRingBuffer ringBuffer;
 
     /// Accessed by the callback only, and by the callback of the next context that continues it.
     struct Realtime {

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/Realtime/SampleMemory.h"
 
+#include "AudioEngine/Realtime/AudioSampleRingBuffer.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <sys/mman.h>
@@ -47,6 +50,17 @@ TEST(SampleMemory, OfAFewSamplesIsResidentToo) {
 TEST(SampleMemory, OfARingThatHasGoneIsUsedByTheNextOne) {
     const float* former = SampleMemory(kRing).get();
     EXPECT_EQ(SampleMemory(kRing).get(), former);
+}
+
+TEST(SampleMemory, MovesToARing) {
+    SampleMemory memory(kRing);
+    const float* samples = memory.get();
+    AudioSampleRingBuffer ring(std::move(memory));
+    EXPECT_EQ(memory.count(), 0U) << "nothing is left to give back twice";
+    EXPECT_EQ(ring.capacity(), kRing);
+    const float sample = 0.5F;
+    ring.write(&sample, 1);
+    EXPECT_EQ(ring.latest(1)->older.data(), samples);
 }
 
 TEST(SampleMemory, OfAFormerRingIsResidentAlsoIfThatReleasedIt) {
