@@ -2,6 +2,7 @@
 #include "ProcessTapFixture.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace vello {
 namespace {
@@ -23,6 +24,28 @@ TEST_F(Tap, WaitsUntilTheAggregateIsAlive) {
     EXPECT_EQ(failure, "");
     EXPECT_EQ(hardware.liveIOProcCount(), 1U);
     EXPECT_EQ(mainThread.pendingTaskCount(), 0U);
+}
+
+TEST_F(Tap, MakesItsRingWhileItWaits) {
+    constexpr std::size_t capacity = TapRealtimeContext::ringCapacity;
+    // The memory of the last ring that has gone, with no other one kept, is that of the next ring.
+    std::vector<SampleMemory> others;
+    for (int i = 0; i < 3; ++i)
+        others.emplace_back(capacity);
+    const float* const next = others.back().get();
+    others.pop_back();
+
+    hardware.setReadsUntilAlive(3);
+    const auto tap = makeTap();
+    activate(*tap);
+    EXPECT_EQ(tap->realtimeContext(), nullptr);
+    EXPECT_NE(SampleMemory(capacity).get(), next) << "the tap has it already";
+    mainThread.advance(150ms);
+    ASSERT_NE(tap->realtimeContext(), nullptr);
+    const float sample = 0.5F;
+    AudioSampleRingBuffer& ring = tap->realtimeContext()->ringBuffer;
+    ring.write(&sample, 1);
+    EXPECT_EQ(ring.latest(1)->older.data(), next);
 }
 
 TEST_F(Tap, AliveAtTheLastAttemptIsEarlyEnough) {

@@ -139,12 +139,8 @@ void PrivateWaylandDesktop::awaitBar() {
 void PrivateWaylandDesktop::plugIn() {
     runProgram({"swaymsg", "create_output"}, environment_, folder_);
     require([this] { return screen_.window(kSecondMonitor).has_value(); }, "the second monitor");
-    useSecondMonitor();
-    awaitBar();
-}
-
-void PrivateWaylandDesktop::useSecondMonitor() const {
     runProgram({"swaymsg", "focus", "output", "X11-2"}, environment_, folder_);
+    awaitBar();
 }
 
 void PrivateWaylandDesktop::unplug() {

@@ -32,8 +32,6 @@ public:
     /// Plugs a second monitor in, which has a bar as well. It covers the top left part of the first one, and
     /// is then the one in use.
     void plugIn();
-    /// As when the pointer goes there, or a key sends the focus there.
-    void useSecondMonitor() const;
     /// Unplugs the second monitor.
     void unplug();
     /// The area that the tray's icons cover on the screen; empty without icons.
