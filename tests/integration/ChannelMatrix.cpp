@@ -209,7 +209,9 @@ void ChannelMatrixTest::expectEqualized(const ToneMatrix& direct, const SourceSe
     const auto wrong = [&](const GraphState& state) { return wronglyTaken(state, direct.streams, device); };
     awaitLinks(graph(), wrong);
     expectHeard(equalized(direct, settings, device.channels), device.name);
-    EXPECT_EQ(wrong(graph().state()), "") << "later, on " << device.name;
+    // While a tap with other channels replaces the tap that was heard, a stream has no link for a moment.
+    SCOPED_TRACE("later, on " + device.name);
+    awaitLinks(graph(), wrong);
 }
 
 ToneMatrix ChannelMatrixTest::measure(const std::vector<ToneStream>& streams, const std::string& output) {

@@ -67,6 +67,7 @@ void TapCoordinator::teardownAll() {
     watchdog_.stop();
     deviceObservers_.stop();
     rebuildDebounceTask_.reset();
+    readyRenewalTask_.reset();
     sourceRebuildTasks_.clear();
     sourceRebuildCooldownUntil_.clear();
     chosenOutputRebuilds_.clear();
@@ -297,7 +298,8 @@ void TapCoordinator::performFullRebuild(const std::string& reason) {
         destroyForSuccessor(sourceID);
     deviceObservers_.followDefaultDevice();
     reconcile();
-    readyTaps_.renewAll();
+    // After the activations that have just begun, because those are heard.
+    readyRenewalTask_ = services_.mainThread.after(0ms, [this] { readyTaps_.renewAll(); });
 }
 
 void TapCoordinator::scheduleSourceRebuild(const std::string& sourceID, const std::string& reason) {

@@ -147,6 +147,7 @@ private:
     SourceRateLimit chosenOutputRebuilds_;
     ReadyTaps readyTaps_;
     TaskHandle rebuildDebounceTask_;
+    TaskHandle readyRenewalTask_;
     std::map<std::string, TaskHandle> sourceRebuildTasks_;
     std::map<std::string, MainThread::Instant> sourceRebuildCooldownUntil_;
 };

@@ -193,6 +193,16 @@ TEST_F(Ready, ATapFollowsTheDefaultOutputAndTheFormat) {
     expectPlatformTaps(1);
 }
 
+TEST_F(Ready, AFullRebuildBeginsWithTheTapsThatAreHeard) {
+    settings["b"].volume = 0.25;
+    startWith({a, b});
+    coordinator->updateGroups({b});
+    hardware.setDefaultOutputDevice(headset);
+    mainThread.advance(1s);
+    EXPECT_EQ(ready()->resolvedOutputDeviceUID(), "headset");
+    EXPECT_LT(tap("b")->tapID(), ready()->tapID());
+}
+
 TEST_F(Ready, ATapWhoseProcessesAreGoneIsReplacedWithoutThem) {
     startAndStop();
     hardware.removeObject(a.objectIDs.front());

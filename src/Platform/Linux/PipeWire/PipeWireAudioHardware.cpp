@@ -260,6 +260,7 @@ OSStatus PipeWireAudioHardware::startDevice(AudioObjectID device, AudioDeviceIOP
 void PipeWireAudioHardware::prepareToTerminate() {
     PipeWireLock lock(implementation_->connection);
     implementation_->connection.limitWaits(MainThread::Clock::now() + kTerminationPatience);
+    implementation_->taps.prepareToTerminate();
 }
 
 OSStatus PipeWireAudioHardware::stopDevice(AudioObjectID device, AudioDeviceIOProcID procID) {

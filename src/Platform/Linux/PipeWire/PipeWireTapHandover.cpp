@@ -13,8 +13,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// How long a stopping tap waits for the main thread to announce a replacement.
-constexpr auto kAnnouncementPatience = 150ms;
+/// How long a stopping tap waits for a main thread that is not free to announce a replacement. Until then the
+/// old tap plays on, so that on a busy machine nothing is heard without its settings.
+constexpr auto kAnnouncementPatience = 2500ms;
 /// Stops in such quick succession belong to one teardown and share that wait.
 constexpr auto kStopBurstGap = 50ms;
 /// How long the replacement may take to start: slightly longer than its creator waits for its device.
@@ -44,6 +45,8 @@ void PipeWireTapHandover::awaitSuccessor(const std::function<Progress()>& progre
 }
 
 void PipeWireTapHandover::awaitAnnouncement(const std::function<Progress()>& progress) {
+    if (isEnding_)
+        return;
     const auto now = MainThread::Clock::now();
     if (now > lastStopEnded_ + kStopBurstGap)
         stopBurstDeadline_ = now + kAnnouncementPatience;

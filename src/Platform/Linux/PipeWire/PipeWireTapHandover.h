@@ -29,6 +29,9 @@ public:
     void awaitSuccessor(const std::function<Progress()>& progress);
     /// Waits until the session manager has moved the streams back.
     void awaitRelease(const std::function<bool()>& isReleased) const;
+    /// Call before the process ends: no newer tap will come, and the main thread may wait for the end of all.
+    /// Lock held.
+    void prepareToTerminate() { isEnding_ = true; }
     /// Call when the old device has stopped. Stops in quick succession belong to one teardown.
     void stopped() { lastStopEnded_ = MainThread::Clock::now(); }
 
@@ -42,6 +45,7 @@ private:
     MainThread::Instant stopBurstDeadline_{};
     MainThread::Instant lastStopEnded_{};
     bool isBarrierPending_ = false;
+    bool isEnding_ = false;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

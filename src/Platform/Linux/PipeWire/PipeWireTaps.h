@@ -59,6 +59,8 @@ public:
     void streamsChanged();
     /// Call when the stream requests another latency, or has ended and requests none.
     void latencyChanged(const GraphStream& stream);
+    /// Call before the process ends: what stops from now on has no successor.
+    void prepareToTerminate() { handover_.prepareToTerminate(); }
     /// All taps and devices become invalid; no callback runs any more.
     void connectionLost();
     /// Waits until the streams of destroyed taps are audible at their new place. Takes the lock. Not on the

@@ -70,6 +70,26 @@ TEST_F(PipeWireTapSuccessionTest, TheOldDeviceWaitsForTheNewOneToStart) {
     destroyInBackground(fresh);
 }
 
+TEST_F(PipeWireTapSuccessionTest, TheOldDeviceWaitsForABusyMainThread) {
+    playIntoATap();
+    std::atomic<bool> isGone = false;
+    std::thread queue([&] {
+        destroy(old);
+        isGone = true;
+    });
+    // Meanwhile the main thread does nothing.
+    const auto isReleased = [](const GraphState& state) { return state.isLinked("player", "output-a"); };
+    EXPECT_FALSE(graph.waitUntil(isReleased, 500ms));
+    EXPECT_FALSE(isGone);
+    Tap fresh = makeTap("new", "output-a", false, old.device);
+    EXPECT_TRUE(continuesPredecessor(fresh));
+    start(fresh, later);
+    EXPECT_TRUE(mainThread.runUntil([&] { return isGone.load(); }));
+    queue.join();
+    EXPECT_TRUE(isOnSameNodes());
+    destroyInBackground(fresh);
+}
+
 TEST_F(PipeWireTapSuccessionTest, AnotherOutputMovesTheNodes) {
     playIntoATap();
     const std::string playback = std::string(kCaptureName) + "-output";
