@@ -47,14 +47,23 @@ TEST(Session, LeavesNothingBehind) {
     EXPECT_NE(::kill(server, 0), 0);
 }
 
-/// Records a second, and another one while the graph misses cycles by itself, as it does now and then without
-/// realtime priority. Gives up after ten.
+/// Whether every frame is the one that was played a constant time before. A player that was not ready for a
+/// cycle leaves silence there.
+bool hasEveryFrame(const Recording& recording) {
+    for (std::size_t frame = 0; frame < recording.frames(); frame += 17)
+        if (!recording.delay(frame) || recording.delay(frame) != recording.delay(0))
+            return false;
+    return true;
+}
+
+/// Records a second, and another one while the graph or the player misses cycles by itself, as they do now
+/// and then without realtime priority. Gives up after ten.
 Recording secondWithEveryCycle(MonitorRecorder& recorder) {
     for (int second = 1;; ++second) {
         const auto start = recorder.frames();
         recorder.record(48000);
         auto recording = recorder.recording(start);
-        if (recording.lostFrames() == 0 || second == 10)
+        if ((recording.lostFrames() == 0 && hasEveryFrame(recording)) || second == 10)
             return recording;
     }
 }
@@ -73,8 +82,7 @@ TEST_P(SessionQuantum, RecordsADirectPlayerWithoutALostFrame) {
         EXPECT_EQ(cycle.frames, quantum);
     EXPECT_EQ(recording.lostFrames(), 0U);
     // The player fills its buffer exactly one cycle ahead.
-    for (std::size_t frame = 0; frame < recording.frames(); frame += 17)
-        ASSERT_EQ(recording.delay(frame), recording.delay(0)) << frame;
+    EXPECT_TRUE(hasEveryFrame(recording));
 }
 
 INSTANTIATE_TEST_SUITE_P(, SessionQuantum, testing::Values(256, 1024));
