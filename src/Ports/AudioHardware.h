@@ -44,6 +44,11 @@ inline constexpr FourCharCode kAudioHardwarePropertyDevices = fourCharCode("dev#
 inline constexpr FourCharCode kAudioHardwarePropertyDefaultOutputDevice = fourCharCode("dOut");
 inline constexpr FourCharCode kAudioHardwarePropertyProcessObjectList = fourCharCode("prs#");
 
+/// uint32_t, of the system object, settable. Non-zero: whatever takes time about an aggregate device is done
+/// in advance for the next one, so that it is alive as soon as it is created. Reads as 1 once that is done.
+/// Setting it again while it reads as 0 asks for it immediately. Initially 0.
+inline constexpr FourCharCode kAudioHardwarePropertySpareDevice = fourCharCode("spar");
+
 // Properties of a device. Strings are UTF-8 bytes without a terminator: the size is the byte count.
 inline constexpr FourCharCode kAudioDevicePropertyDeviceUID = fourCharCode("uid ");
 inline constexpr FourCharCode kAudioObjectPropertyName = fourCharCode("lnam");

@@ -46,6 +46,7 @@ FakeAudioHardware::FakeAudioHardware(MainThread& mainThread) : mainThread_(mainT
     for (const FourCharCode list : kLists)
         objects_[kAudioObjectSystemObject][{list, kGlobal}] = {};
     setProperty(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice, kAudioObjectUnknown);
+    setProperty(kAudioObjectSystemObject, kAudioHardwarePropertySpareDevice, std::uint32_t{0});
 }
 
 // What exists
@@ -207,6 +208,11 @@ void FakeAudioHardware::setReadsUntilAlive(int reads) {
 void FakeAudioHardware::setContinuesPredecessors(bool isContinued) {
     const Lock lock(mutex_);
     continuesPredecessors_ = isContinued;
+}
+
+void FakeAudioHardware::setSpareIsImmediate(bool isImmediate) {
+    const Lock lock(mutex_);
+    spareIsImmediate_ = isImmediate;
 }
 
 void FakeAudioHardware::setTapFormat(const AudioStreamBasicDescription& format) {

@@ -105,6 +105,9 @@ public:
     void setReadsUntilAlive(int reads);
     /// Whether aggregates created from now on take over the connections of their predecessors.
     void setContinuesPredecessors(bool isContinued);
+    /// Whether the spare device is ready as soon as it is requested, which is the default. Otherwise the test
+    /// sets kAudioHardwarePropertySpareDevice when it is.
+    void setSpareIsImmediate(bool isImmediate);
     /// The stream format of taps created from now on; the default is interleaved 32-bit float, stereo, 48
     /// kHz.
     void setTapFormat(const AudioStreamBasicDescription& format);
@@ -214,6 +217,7 @@ private:
     std::set<HardwareCall> withoutObject_;
     int readsUntilAliveOfNew_ = 0;
     bool continuesPredecessors_ = false;
+    bool spareIsImmediate_ = true;
     AudioStreamBasicDescription tapFormat_ = floatFormat(2, 48000);
     mutable std::vector<Call> calls_;
     std::function<void(const Call&)> onCall_;

@@ -71,12 +71,14 @@ OSStatus FakeAudioHardware::setPropertyData(AudioObjectID object, const AudioObj
     const Lock lock(mutex_);
     OSStatus status = kAudioHardwareNoError;
     const auto* bytes = find(object, {address.mSelector, address.mScope}, status);
-    if (bytes != nullptr && address.mSelector != kAudioProcessPropertyDownmix)
+    if (bytes != nullptr && address.mSelector != kAudioProcessPropertyDownmix &&
+        address.mSelector != kAudioHardwarePropertySpareDevice)
         status = kAudioHardwareUnknownPropertyError;
     else if (bytes != nullptr && bytes->size() != size)
         status = kAudioHardwareBadPropertySizeError;
     status = scriptedFailure(HardwareCall::setPropertyData, object, address.mSelector).value_or(status);
-    if (status == kAudioHardwareNoError) {
+    const bool isLater = address.mSelector == kAudioHardwarePropertySpareDevice && !spareIsImmediate_;
+    if (status == kAudioHardwareNoError && !isLater) {
         const auto* first = static_cast<const unsigned char*>(data);
         setPropertyBytes(object, address.mSelector, address.mScope, {first, first + size});
     }

@@ -140,8 +140,9 @@ void AudioGraph::chooseDefaultOutput(const std::string& outputName) {
     setMetadata(0, "default.configured.audio.sink", "Spa:String:JSON", value.dump());
 }
 
-void AudioGraph::createOutput(const std::string& name, const std::string& description) {
-    mirror_->createOutput(name, description);
+void AudioGraph::createOutput(const std::string& name, const std::string& description,
+                              const std::string& positions) {
+    mirror_->createOutput(name, description, positions);
     if (!waitUntil([&](const GraphState& known) { return known.nodeNamed(name) != nullptr; }))
         throw std::runtime_error("the server does not make the output " + name);
 }

@@ -106,8 +106,10 @@ public:
     void unlink(const std::string& outputName, const std::string& inputName);
     /// Chooses the default output as a settings panel does for the user.
     void chooseDefaultOutput(const std::string& outputName);
-    /// Creates another virtual output, which stays until destroyOutput. Returns once the server lists it.
-    void createOutput(const std::string& name, const std::string& description);
+    /// Creates another virtual output with these channels, which stays until destroyOutput. Returns once the
+    /// server lists it.
+    void createOutput(const std::string& name, const std::string& description,
+                      const std::string& positions = "FL,FR");
     void destroyOutput(const std::string& name);
     /// Takes a node's format and buffers, as a session manager does before it gives it other ports.
     void suspend(const std::string& name);

@@ -289,13 +289,14 @@ void AudioGraph::Mirror::setMetadata(const std::string& metadata, std::uint32_t 
     throw std::runtime_error("the server has no metadata " + metadata);
 }
 
-void AudioGraph::Mirror::createOutput(const std::string& name, const std::string& description) {
+void AudioGraph::Mirror::createOutput(const std::string& name, const std::string& description,
+                                      const std::string& positions) {
     const PipeWireConnection::Guard guard(connection_);
     auto* properties = makeProperties({{"factory.name", "support.null-audio-sink"},
                                        {PW_KEY_MEDIA_CLASS, "Audio/Sink"},
                                        {PW_KEY_NODE_NAME, name},
                                        {PW_KEY_NODE_DESCRIPTION, description},
-                                       {"audio.position", "FL,FR"},
+                                       {"audio.position", positions},
                                        {PW_KEY_PRIORITY_SESSION, "1000"},
                                        {PW_KEY_PRIORITY_DRIVER, "1000"},
                                        {PW_KEY_OBJECT_LINGER, "true"}});

@@ -33,7 +33,7 @@ public:
 
     void setMetadata(const std::string& metadata, std::uint32_t subject, const std::string& key,
                      const std::string& type, const std::string& value);
-    void createOutput(const std::string& name, const std::string& description);
+    void createOutput(const std::string& name, const std::string& description, const std::string& positions);
     void createLink(std::uint32_t outputPort, std::uint32_t inputPort);
     void destroyObject(std::uint32_t id);
     void suspendNode(std::uint32_t id);

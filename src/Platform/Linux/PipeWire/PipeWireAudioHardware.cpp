@@ -91,16 +91,21 @@ public:
     std::optional<PipeWireHeartbeat> heartbeat;
 
     OSStatus setProperty(AudioObjectID object, FourCharCode selector, std::uint32_t size, const void* data) {
-        if (graph.clients().process(object) == nullptr)
+        const bool isSystem = object == kAudioObjectSystemObject;
+        if (!isSystem && graph.clients().process(object) == nullptr)
             return kAudioHardwareBadObjectError;
-        if (selector != kAudioProcessPropertyDownmix)
+        if (selector != (isSystem ? kAudioHardwarePropertySpareDevice : kAudioProcessPropertyDownmix))
             return kAudioHardwareUnknownPropertyError;
         std::uint32_t value = 0;
         if (size != sizeof value)
             return kAudioHardwareBadPropertySizeError;
         std::memcpy(&value, data, size);
-        graph.clients().setDownmix(object, value != 0);
-        director.reconsider();
+        if (isSystem) {
+            taps.setKeepsSpare(value != 0);
+        } else {
+            graph.clients().setDownmix(object, value != 0);
+            director.reconsider();
+        }
         return kAudioHardwareNoError;
     }
 
@@ -160,7 +165,10 @@ private:
         director.streamRunningChanged(stream);
         taps.latencyChanged(stream);
     }
-    void streamVanished(std::uint32_t nodeID) override { director.streamVanished(nodeID); }
+    void streamVanished(std::uint32_t nodeID) override {
+        director.streamVanished(nodeID);
+        taps.streamsChanged();
+    }
     void linksChanged() override { taps.linksChanged(); }
     void metadataRequested() override { connection.sync(); }
     /// All links of the session manager are gone, including those through the taps. A new session manager

@@ -84,6 +84,8 @@ PipeWireProperties::Result PipeWireProperties::ofSystem(FourCharCode selector) c
         const GraphSink* sink = graph_.defaultSink();
         return dataOf(sink != nullptr ? sink->objectID : kAudioObjectUnknown);
     }
+    case kAudioHardwarePropertySpareDevice:
+        return dataOf(std::uint32_t{taps_.hasSpare()});
     default:
         return std::nullopt;
     }

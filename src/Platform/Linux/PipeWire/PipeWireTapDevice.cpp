@@ -91,6 +91,7 @@ void PipeWireTapDevice::directWhenLinked() {
                               .output = description_.mainSubDevice,
                               .isOutputChosen = description_.isMainSubDeviceChosen,
                               .followsDefault = followsDefault()});
+    restWithoutStreams();
 }
 
 bool PipeWireTapDevice::hasStreams() const {
@@ -121,13 +122,29 @@ void PipeWireTapDevice::makePair(pw_core* core, const std::string& captureName,
 void PipeWireTapDevice::adoptPair(PipeWireTapDevice& predecessor, std::function<void()> sampleRateChanged) {
     if (predecessor.startedProc_ == 0 || !predecessor.isDirected_ || predecessor.channels_ != channels_)
         return;
-    pair_ = std::move(predecessor.pair_);
-    pair_->setSampleRateChanged(std::move(sampleRateChanged));
     predecessor.adopter_ = id_;
     continuesPredecessor_ = true;
     target_ = predecessor.target_;
     latency_ = predecessor.latency_;
     workGivenAt_ = predecessor.workGivenAt_;
+    usePair(std::move(predecessor.pair_), std::move(sampleRateChanged));
+}
+
+void PipeWireTapDevice::useSparePair(std::unique_ptr<PipeWireTapPair> pair,
+                                     std::function<void()> sampleRateChanged) {
+    workGivenAt_ = MainThread::Clock::now();
+    pair->setDescription(description_.name);
+    usePair(std::move(pair), std::move(sampleRateChanged));
+    if (startedProc_ == 0)
+        return;
+    startPair();
+    directWhenLinked();
+}
+
+void PipeWireTapDevice::usePair(std::unique_ptr<PipeWireTapPair> pair,
+                                std::function<void()> sampleRateChanged) {
+    pair_ = std::move(pair);
+    pair_->setSampleRateChanged(std::move(sampleRateChanged));
     wasLinkedOut_ = isLinkedOut();
     announcedSampleRate_ = sampleRate();
     moveToTarget();
@@ -191,7 +208,15 @@ void PipeWireTapDevice::linksChanged() {
         context_.graph.metadata().doubt();
     if (isLinkedOut())
         retry_.linked();
+    restWithoutStreams();
     reportLinks();
+}
+
+/// A pair at rest costs nothing in the cycles of its output device, and is moved to another one unheard by
+/// what plays there. It runs again when a stream appears, before anything plays into it.
+void PipeWireTapDevice::restWithoutStreams() {
+    if (isDirected_ && isLinkedOut())
+        pair_->setActive(isLinkedInto() || context_.formats.haveStreams(processes_));
 }
 
 void PipeWireTapDevice::reportLinks() {

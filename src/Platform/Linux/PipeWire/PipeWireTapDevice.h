@@ -77,6 +77,9 @@ public:
     bool hasPair() const { return pair_ != nullptr; }
     /// `sampleRateChanged` must call sampleRateChanged() while the device exists.
     void makePair(pw_core* core, const std::string& captureName, std::function<void()> sampleRateChanged);
+    /// Takes a pair that was made for no device in particular and follows the default output.
+    /// `sampleRateChanged` as above.
+    void useSparePair(std::unique_ptr<PipeWireTapPair> pair, std::function<void()> sampleRateChanged);
     /// Takes over the pair of the device that it replaces, if that carries sound of the same channels. The
     /// callback of that device runs until this one is started.
     void adoptPair(PipeWireTapDevice& predecessor, std::function<void()> sampleRateChanged);
@@ -114,6 +117,8 @@ public:
     double sampleRate() const;
 
     void linksChanged();
+    /// Call when streams appear or vanish. The graph does not run its pair while its processes have none.
+    void restWithoutStreams();
     void sampleRateChanged();
     /// Call when a stream of its processes requests another latency, or has ended and requests none.
     void latencyChanged();
@@ -136,6 +141,7 @@ private:
     /// Node name of the output device; empty when the pair follows the default output.
     std::string targetSink() const;
     bool followsDefault() const { return target_.empty(); }
+    void usePair(std::unique_ptr<PipeWireTapPair> pair, std::function<void()> sampleRateChanged);
     void moveToTarget();
     void startPair();
     void directWhenLinked();

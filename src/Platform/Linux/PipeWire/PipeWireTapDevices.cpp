@@ -38,7 +38,9 @@ PipeWireTapDevices::PipeWireTapDevices(PipeWireConnection& connection,
                                        const PipeWireTapDevice::Context& context)
     : connection_(connection), context_(context),
       turnTimer_(connection.loop(), [this] { makeWaitingPairs(); }),
-      retryTimer_(connection.loop(), [this] { retryRefused(); }), leftovers_(context.graph) {}
+      retryTimer_(connection.loop(), [this] { retryRefused(); }), leftovers_(context.graph),
+      spare_(connection, context, leftovers_,
+             [this](const std::string& deviceName) { return freeCaptureName(deviceName); }) {}
 
 void PipeWireTapDevices::add(AudioObjectID id, const AggregateDeviceDescription& description,
                              AudioObjectID tap, const ProcessTap& tapped) {
@@ -62,6 +64,7 @@ bool PipeWireTapDevices::remove(AudioObjectID id) {
 }
 
 void PipeWireTapDevices::clear() {
+    spare_.clear();
     leftovers_.clear();
     devices_.clear();
 }
@@ -101,16 +104,27 @@ bool PipeWireTapDevices::isHandedOver(const PipeWireTapDevice& device) const {
            std::ranges::any_of(std::views::values(devices_), hasTakenOver);
 }
 
+void PipeWireTapDevices::setKeepsSpare(bool keepsSpare) {
+    spare_.setWanted(keepsSpare);
+    startRetryTimer();
+}
+
 void PipeWireTapDevices::latencyChanged(AudioObjectID process) {
     for (PipeWireTapDevice& device : std::views::values(devices_))
         if (device.captures(process))
             device.latencyChanged();
 }
 
+void PipeWireTapDevices::streamsChanged() {
+    for (PipeWireTapDevice& device : std::views::values(devices_))
+        device.restWithoutStreams();
+}
+
 void PipeWireTapDevices::linksChanged() {
     for (PipeWireTapDevice& device : std::views::values(devices_))
         device.linksChanged();
     leftovers_.drop();
+    spare_.linksChanged();
     makeWaitingPairs();
     startRetryTimer();
 }
@@ -133,8 +147,11 @@ void PipeWireTapDevices::makeWaitingPairs() {
 }
 
 void PipeWireTapDevices::makePair(AudioObjectID id, PipeWireTapDevice& device) {
-    device.makePair(connection_.nodeCore(), freeCaptureName(device.description().name),
-                    sampleRateChangedOf(id));
+    if (auto spare = spare_.take(device.channels()))
+        device.useSparePair(std::move(spare), sampleRateChangedOf(id));
+    else
+        device.makePair(connection_.nodeCore(), freeCaptureName(device.description().name),
+                        sampleRateChangedOf(id));
     startRetryTimer();
 }
 
@@ -152,7 +169,8 @@ std::string PipeWireTapDevices::freeCaptureName(const std::string& deviceName) c
     for (int number = 1;; ++number) {
         std::string name = nodeName(deviceName) + "." + std::to_string(number);
         const auto hasName = [&](const PipeWireTapDevice& device) { return device.captureName() == name; };
-        if (std::ranges::none_of(std::views::values(devices_), hasName) && !leftovers_.hasCapture(name))
+        if (std::ranges::none_of(std::views::values(devices_), hasName) && !leftovers_.hasCapture(name) &&
+            !spare_.hasCapture(name))
             return name;
     }
 }

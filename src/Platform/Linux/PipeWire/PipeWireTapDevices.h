@@ -3,6 +3,7 @@
 
 #include "PipeWireTapDevice.h"
 #include "PipeWireTapLeftovers.h"
+#include "PipeWireTapSpare.h"
 #include "PipeWireTimer.h"
 #include "Ports/AudioHardware.h"
 #include "Ports/MainThread.h"
@@ -42,7 +43,13 @@ public:
     /// When the streams of removed devices are audible at their new place.
     MainThread::Instant settledAt() const { return leftovers_.settledAt(); }
 
+    /// Whether nodes are kept ready for the next device.
+    void setKeepsSpare(bool keepsSpare);
+    bool hasSpare() const { return spare_.isReady(); }
+
     void linksChanged();
+    /// Call when streams appear or vanish.
+    void streamsChanged();
     /// Call when a stream of the process requests another latency, or has ended and requests none.
     void latencyChanged(AudioObjectID process);
 
@@ -68,6 +75,7 @@ private:
     PipeWireTimer retryTimer_;
     std::map<AudioObjectID, PipeWireTapDevice> devices_;
     PipeWireTapLeftovers leftovers_;
+    PipeWireTapSpare spare_;
 };
 
 } // namespace vello

@@ -34,6 +34,10 @@ std::optional<GraphLatency> PipeWireTapFormats::latency(const std::vector<AudioO
     return least;
 }
 
+bool PipeWireTapFormats::haveStreams(const std::vector<AudioObjectID>& processes) const {
+    return !streamsOf(processes).empty();
+}
+
 double PipeWireTapFormats::sampleRate(const std::string& outputName) const {
     for (const GraphSink* sink : {graph_.sinks().named(outputName), graph_.defaultSink()})
         if (sink != nullptr && sink->sampleRate > 0)

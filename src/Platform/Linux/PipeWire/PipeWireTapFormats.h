@@ -23,6 +23,8 @@ public:
     /// 1 when the output with this node name has one channel, or all streams of the processes are mono;
     /// otherwise 2. Mixing a stream to two channels and then to one makes it louder than mixing it to one.
     std::uint32_t channels(const std::vector<AudioObjectID>& processes, const std::string& outputName) const;
+    /// Whether the processes have a stream, playing or not.
+    bool haveStreams(const std::vector<AudioObjectID>& processes) const;
     /// The lowest latency that a playing stream of the processes requests.
     std::optional<GraphLatency> latency(const std::vector<AudioObjectID>& processes) const;
     /// The rate in Hz of the device with this name, else of the default output, else a usual rate.

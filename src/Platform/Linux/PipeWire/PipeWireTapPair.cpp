@@ -43,6 +43,12 @@ std::string text(const GraphLatency& latency) {
     return std::to_string(latency.frames) + "/" + std::to_string(latency.rate);
 }
 
+void setProperty(pw_stream* stream, const char* key, const std::string& value) {
+    const spa_dict_item item{key, value.c_str()};
+    const spa_dict properties{0, 1, &item};
+    pw_stream_update_properties(stream, &properties);
+}
+
 /// Interleaved 32-bit float, mono or front left and right, at the graph's rate, with enough buffers.
 std::array<const spa_pod*, 2> streamParameters(spa_pod_builder& builder, std::uint32_t channels) {
     spa_audio_info_raw format{};
@@ -176,6 +182,10 @@ pw_stream* PipeWireTapPair::makePlayback(pw_core* core, const Description& descr
                      PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_TRIGGER);
 }
 
+bool PipeWireTapPair::hasNodes() const {
+    return isConnected() && captureNodeID() != PW_ID_ANY && playbackNodeID() != PW_ID_ANY;
+}
+
 std::uint32_t PipeWireTapPair::captureNodeID() const {
     return pw_stream_get_node_id(capture_);
 }
@@ -192,11 +202,18 @@ bool PipeWireTapPair::isLinkedInto(const PipeWireGraph& graph) const {
     return graph.links().hasLinkInto(captureNodeID());
 }
 
+void PipeWireTapPair::setActive(bool isActive) {
+    for (pw_stream* stream : {capture_, playback_})
+        pw_stream_set_active(stream, isActive);
+}
+
+void PipeWireTapPair::setDescription(const std::string& description) {
+    for (pw_stream* stream : {capture_, playback_})
+        setProperty(stream, PW_KEY_NODE_DESCRIPTION, description);
+}
+
 void PipeWireTapPair::setLatency(const GraphLatency& latency) {
-    const std::string value = text(latency);
-    const spa_dict_item item{PW_KEY_NODE_LATENCY, value.c_str()};
-    const spa_dict properties{0, 1, &item};
-    pw_stream_update_properties(playback_, &properties);
+    setProperty(playback_, PW_KEY_NODE_LATENCY, text(latency));
 }
 
 void PipeWireTapPair::formatKnown(const spa_pod* format) {

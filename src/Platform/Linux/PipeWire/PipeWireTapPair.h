@@ -55,6 +55,8 @@ public:
 
     /// False when the server has rejected one of the streams.
     bool isConnected() const { return capture_ != nullptr && playback_ != nullptr; }
+    /// Whether the server has given both streams their node IDs.
+    bool hasNodes() const;
     std::uint32_t captureNodeID() const;
     std::uint32_t playbackNodeID() const;
     const std::string& captureName() const { return captureName_; }
@@ -66,6 +68,10 @@ public:
     /// Negotiated rate of the playback side in Hz; 0 before the negotiation.
     double sampleRate() const { return sampleRate_; }
 
+    /// A pair that is not active keeps its links, but the graph does not run it. Initially active.
+    void setActive(bool isActive);
+    /// What a mixer or patchbay shows as the name of both nodes.
+    void setDescription(const std::string& description);
     /// Call when the streams request another latency.
     void setLatency(const GraphLatency& latency);
 

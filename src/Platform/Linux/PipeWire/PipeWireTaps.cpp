@@ -171,6 +171,7 @@ void PipeWireTaps::streamsChanged() {
         tap.channels = 2;
         propertyChanged_(id, kAudioTapPropertyFormat);
     }
+    devices_.streamsChanged();
 }
 
 void PipeWireTaps::linksChanged() {

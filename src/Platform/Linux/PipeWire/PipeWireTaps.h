@@ -54,8 +54,12 @@ public:
     /// The graph's cycles that the taps were not ready for, since this object was made. Any thread.
     std::uint64_t missedCycles() const { return missedCycles_.load(std::memory_order_relaxed); }
 
+    /// Whether nodes are kept ready for the next device. Initially not.
+    void setKeepsSpare(bool keepsSpare) { devices_.setKeepsSpare(keepsSpare); }
+    bool hasSpare() const { return devices_.hasSpare(); }
+
     void linksChanged();
-    /// Call when streams appear or change their kind, or an output changes its channels.
+    /// Call when streams appear, vanish or change their kind, or an output changes its channels.
     void streamsChanged();
     /// Call when the stream requests another latency, or has ended and requests none.
     void latencyChanged(const GraphStream& stream);
