@@ -27,10 +27,11 @@ void print(const std::vector<double>& sorted) {
 
 class VelloFirstSample : public VelloTest {};
 
-TEST_F(VelloFirstSample, OfANewApplicationIsSoonHeardWithItsSettings) {
+TEST_F(VelloFirstSample, OfANewApplicationIsHeardWithItsSettings) {
     openSession({.quantum = 256});
     writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     startVello();
+    ASSERT_TRUE(awaitSpare());
     std::vector<double> milliseconds;
     for (int number = 0; number < repetitions(7); ++number) {
         const std::string name = "player-" + std::to_string(number);
@@ -42,9 +43,8 @@ TEST_F(VelloFirstSample, OfANewApplicationIsSoonHeardWithItsSettings) {
         forgetMonitors();
     }
     std::ranges::sort(milliseconds);
-    const double median = milliseconds[milliseconds.size() / 2];
     print(milliseconds);
-    EXPECT_LT(median, 150.0) << "the list of applications is read too late";
+    EXPECT_LE(median(milliseconds), 40.0);
 }
 
 /// One application whose sounds come and go, at 50 % volume.
@@ -56,6 +56,10 @@ protected:
         startVello();
     }
     ChildProcess& playOne() { return play({.name = "player", .applicationID = kPlayerID}); }
+    int capturesWithSpare() {
+        EXPECT_TRUE(awaitSpare());
+        return capturesMade(graph());
+    }
     /// A list may name the player again when its process is another one, and a sound of a few milliseconds
     /// may be over before VELLO has read the list. So only the newest one counts.
     [[nodiscard]] bool awaitStopped() {
@@ -96,9 +100,10 @@ TEST_F(VelloNextSound, OfAProcess) {
     ASSERT_TRUE(awaitTapped("player"));
     player.writeLine("pause");
     ASSERT_TRUE(awaitStopped());
+    const int made = capturesWithSpare();
     const auto heard = hear([&] { player.writeLine("resume"); }, [&] { player.writeLine("pause"); });
     EXPECT_EQ(median(heard), 0);
-    EXPECT_EQ(capturesMade(graph()), 1);
+    EXPECT_EQ(capturesMade(graph()), made);
 }
 
 TEST_F(VelloNextSound, IsAwaitedByATapThatKeepsNothingRunning) {
@@ -125,9 +130,10 @@ TEST_F(VelloNextSound, OfANewProcess) {
     ASSERT_TRUE(awaitTapped("player"));
     endPlayer("player");
     ASSERT_TRUE(awaitStopped());
+    const int made = capturesWithSpare();
     const auto heard = hear([&] { playOne(); }, [&] { endPlayer("player"); });
     EXPECT_LE(median(heard), 1000.0 * quantum() / 48000);
-    EXPECT_EQ(capturesMade(graph()), 1);
+    EXPECT_EQ(capturesMade(graph()), made);
 }
 
 class VelloNextSoundOfKind : public VelloNextSound, public testing::WithParamInterface<PlayerKind> {};

@@ -128,6 +128,7 @@ TEST_F(Vello, TakesAnApplicationsSecondStreamIntoItsTapAtOnce) {
         return [sum](const Recording& last) { return last.sample(last.frames() - 1, 0) == sum; };
     };
     ASSERT_TRUE(monitor("output-a").recordUntil(sumIs(0.125F), 4096, 8s));
+    ASSERT_TRUE(awaitSpare());
     const int madeBefore = capturesMade(graph());
     const auto start = monitor("output-a").frames();
     player.writeLine("open");

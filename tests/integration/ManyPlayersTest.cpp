@@ -54,6 +54,7 @@ TEST_F(VelloWithManyPlayers, SurvivesTwoHundredStartsAndStops) {
             8s));
         // Resources that are acquired once and kept are visible after the first rounds.
         if (round == 1) {
+            ASSERT_TRUE(awaitSpare());
             descriptors = openDescriptors(process);
             threadsBefore = threads(process);
         }

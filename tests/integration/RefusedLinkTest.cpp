@@ -55,7 +55,6 @@ private:
 
 TEST_F(VelloAndAFullOutput, TriesAgainAfterGrowingPausesAndLeavesTheApplicationAudible) {
     openSession();
-    writeSettings(session(), {{kSystemSource, {.volume = 0.5}}});
     play({.name = "player", .applicationID = "org.example.player"});
     ASSERT_TRUE(awaitWay("output-a", Way::direct));
     fill("output-a", {"FL", "FR"});
@@ -72,6 +71,7 @@ TEST_F(VelloAndAFullOutput, TriesAgainAfterGrowingPausesAndLeavesTheApplicationA
     const auto meanwhile = monitor("output-a").recording(start);
     EXPECT_TRUE(endsWith(meanwhile, Way::direct, meanwhile.frames()));
     EXPECT_FALSE(isTouched(graph().state(), "player"));
+    session().run({"env", VELLO_PROGRAM, "set", "system", "--volume", "50%"});
     makeRoom();
     EXPECT_TRUE(awaitWay("output-a", Way::tapped, 8192, 10s));
 }

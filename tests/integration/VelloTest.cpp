@@ -103,6 +103,16 @@ bool VelloTest::awaitTapped(const std::string& player, std::chrono::milliseconds
     return graph_->waitUntil([&](const GraphState& state) { return isTapped(state, player); }, timeout);
 }
 
+bool VelloTest::awaitSpare() {
+    return graph_->waitUntil([](const GraphState& state) {
+        return std::ranges::any_of(state.nodes, [&](const auto& spare) {
+            return isSpare(spare.second) && std::ranges::any_of(state.links, [&](const auto& link) {
+                       return link.second.outputNode == spare.first;
+                   });
+        });
+    });
+}
+
 int repetitions(int usual) {
     const char* const wanted = std::getenv("VELLO_REPETITIONS");
     return wanted != nullptr ? std::atoi(wanted) : usual;
@@ -112,10 +122,14 @@ bool isVellos(const GraphNode& node) {
     return node.name().starts_with(kTapPrefix);
 }
 
+bool isSpare(const GraphNode& node) {
+    return node.property("node.description").starts_with(kTapPrefix + std::string("spare"));
+}
+
 std::vector<std::string> captures(const GraphState& state) {
     std::vector<std::string> result;
     for (const auto& [id, node] : state.nodes)
-        if (isVellos(node) && node.mediaClass() == kCaptureClass)
+        if (isVellos(node) && !isSpare(node) && node.mediaClass() == kCaptureClass)
             result.push_back(node.name());
     return result;
 }

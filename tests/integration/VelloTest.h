@@ -64,6 +64,8 @@ protected:
     /// Waits until every stream of this name is linked only to a capture of VELLO.
     [[nodiscard]] bool awaitTapped(const std::string& player,
                                    std::chrono::milliseconds timeout = kLongEnough);
+    /// Waits until VELLO has made the pair of its next tap in advance.
+    [[nodiscard]] bool awaitSpare();
 
 private:
     std::unique_ptr<PrivateAudioSession> session_;
@@ -79,7 +81,9 @@ private:
 int repetitions(int usual);
 /// Whether the node belongs to VELLO.
 bool isVellos(const GraphNode& node);
-/// Names of VELLO's current captures.
+/// Whether the node belongs to the pair that VELLO makes in advance, and no tap has taken it yet.
+bool isSpare(const GraphNode& node);
+/// Names of the captures of VELLO's current taps.
 std::vector<std::string> captures(const GraphState& state);
 /// Names of the nodes that the player's streams are linked to, sorted.
 std::vector<std::string> destinations(const GraphState& state, const std::string& player);
@@ -90,7 +94,7 @@ bool isTouched(const GraphState& state, const std::string& player);
 bool isLeftAlone(const GraphState& state, const std::string& player, const std::string& output);
 /// Number of streams whose target in the metadata is a capture of VELLO.
 int redirects(const GraphState& state);
-/// Number of captures that VELLO has made since the graph was first observed.
+/// Number of captures that VELLO has made since the graph was first observed, also in advance.
 int capturesMade(const AudioGraph& graph);
 
 } // namespace vello::session

@@ -25,6 +25,15 @@ std::string joined(const AudioProcessMonitor::Groups& groups) {
     return text;
 }
 
+/// With the process alone.
+AudioProcessGroup groupOf(ApplicationIdentity identity, AudioObjectID process) {
+    return {std::move(identity.key),
+            std::move(identity.displayName),
+            std::move(identity.bundleID),
+            identity.pid,
+            {process}};
+}
+
 } // namespace
 
 /// Builds the groups of one reload.
@@ -32,12 +41,10 @@ class AudioProcessMonitor::GroupBuilders {
 public:
     void add(AudioObjectID process, ApplicationIdentity identity) {
         const auto [entry, isNew] = indexByKey_.try_emplace(identity.key, groups_.size());
-        if (isNew)
-            groups_.push_back({std::move(identity.key),
-                               std::move(identity.displayName),
-                               std::move(identity.bundleID),
-                               identity.pid,
-                               {}});
+        if (isNew) {
+            groups_.push_back(groupOf(std::move(identity), process));
+            return;
+        }
         AudioProcessGroup& group = groups_[entry->second];
         group.objectIDs.push_back(process);
         if (group.representativePID == 0)
@@ -104,8 +111,8 @@ void AudioProcessMonitor::processAppeared(AudioObjectID process) try {
     if (identities_.isOwn(pid))
         return;
     observeOutputState(process);
-    if (const auto identity = identities_.identify(process, pid); identity && onProcess_)
-        onProcess_(identity->key, process);
+    if (auto identity = identities_.identify(process, pid); identity && onProcess_)
+        onProcess_(groupOf(std::move(*identity), process));
     reloadIfUrgent(process);
 } catch (const CoreAudioError&) {
 }

@@ -29,7 +29,7 @@ public:
     using Groups = std::vector<AudioProcessGroup>;
     using SourceIDs = DownmixedProcesses::SourceIDs;
     using ChangeAction = std::function<void(const Groups&)>;
-    using ProcessAction = std::function<void(const std::string& sourceID, AudioObjectID process)>;
+    using ProcessAction = std::function<void(AudioProcessGroup group)>;
     using Urgency = std::function<bool(const std::string& sourceID)>;
 
     /// All four must outlive the monitor.
@@ -44,7 +44,8 @@ public:
     /// The list is read immediately, at most every 0.25 s, when one of these applications begins to produce
     /// output, so that it is not heard with the wrong settings while further changes are awaited.
     void setUrgency(Urgency isUrgent) { isUrgent_ = std::move(isUrgent); }
-    /// `action` runs when a process of an application appears, before the list is read.
+    /// `action` runs when a process of an application appears, before the list is read. Its group has this
+    /// process alone.
     void setOnProcess(ProcessAction action) { onProcess_ = std::move(action); }
     /// Starts listening and reads the list immediately. A second call does nothing.
     void start();

@@ -22,7 +22,8 @@ constexpr auto kRenewalDebounce = 300ms; ///< changes of a format come in bursts
 } // namespace
 
 ReadyTaps::ReadyTaps(const TapServices& services, SettingsProvider settingsInForce)
-    : services_(services), settingsInForce_(std::move(settingsInForce)) {}
+    : services_(services), settingsInForce_(std::move(settingsInForce)),
+      spare_(services.hardware, services.log, [this] { spareIsReady(); }) {}
 
 void ReadyTaps::keep(const std::string& sourceID, Entry entry) {
     if (!entry.tap->activatedAt() || !entry.tap->isDeviceAlive() || settingsInForce_(sourceID).isNeutral())
@@ -45,6 +46,8 @@ void ReadyTaps::dropOldest() {
 }
 
 std::optional<ReadyTaps::Entry> ReadyTaps::take(const std::string& sourceID) {
+    if (awaitingSpare_ && awaitingSpare_->id == sourceID)
+        awaitingSpare_.reset();
     dropDead();
     auto ready = ready_.extract(sourceID);
     if (!ready)
@@ -65,15 +68,43 @@ std::vector<std::string> ReadyTaps::sourceIDs() const {
     return {keys.begin(), keys.end()};
 }
 
-void ReadyTaps::processAppeared(const std::string& sourceID, AudioObjectID process) {
-    const auto found = ready_.find(sourceID);
+void ReadyTaps::setExpectsApplications(bool expectsApplications) {
+    if (!expectsApplications)
+        awaitingSpare_.reset();
+    spare_.setWanted(expectsApplications);
+}
+
+void ReadyTaps::processAppeared(AudioProcessGroup group) {
+    const auto found = ready_.find(group.id);
     if (found == ready_.end())
+        return prepare(std::move(group));
+    const AudioObjectID process = group.objectIDs.front();
+    AudioProcessGroup extended = found->second.entry.group;
+    if (std::ranges::find(extended.objectIDs, process) != extended.objectIDs.end())
         return;
-    AudioProcessGroup group = found->second.entry.group;
-    if (std::ranges::find(group.objectIDs, process) != group.objectIDs.end())
+    extended.objectIDs.push_back(process);
+    renew(group.id, std::move(extended));
+}
+
+/// Only with the spare device. Any other would be alive too late, and dozens of applications that begin
+/// together would replace each other's taps here before they play.
+void ReadyTaps::prepare(AudioProcessGroup group) {
+    const EQSettings settings = settingsInForce_(group.id);
+    if (settings.isNeutral() || !spare_.isWanted())
         return;
-    group.objectIDs.push_back(process);
-    renew(sourceID, std::move(group));
+    if (!spare_.isReady()) {
+        awaitingSpare_ = std::move(group);
+        return spare_.request();
+    }
+    const auto tap = std::make_shared<ProcessTap>(services_, ProcessTap::Processes{group.objectIDs},
+                                                  group.displayName, settings);
+    activate(tap, std::move(group));
+}
+
+void ReadyTaps::spareIsReady() {
+    if (auto group = std::exchange(awaitingSpare_, std::nullopt);
+        group && isProcess(group->objectIDs.front()))
+        prepare(std::move(*group));
 }
 
 bool ReadyTaps::isProcess(AudioObjectID object) const {
@@ -140,12 +171,17 @@ void ReadyTaps::renew(const std::string& sourceID, AudioProcessGroup group) {
     const auto tap =
         std::make_shared<ProcessTap>(services_, ProcessTap::Processes{group.objectIDs}, replaced.label(),
                                      settingsInForce_(sourceID), replaced.succession());
-    tap->activate([this, id = std::string(sourceID), group = std::move(group),
+    activate(tap, std::move(group));
+    replaced.invalidate();
+}
+
+/// Keeps the tap if its device is alive at once, and lets go of it otherwise.
+void ReadyTaps::activate(const std::shared_ptr<ProcessTap>& tap, AudioProcessGroup group) {
+    tap->activate([this, group = std::move(group),
                    weakTap = std::weak_ptr(tap)](const std::optional<CoreAudioError>& error) {
         if (const auto activated = weakTap.lock(); activated && !error)
-            keep(id, {activated, group});
+            keep(group.id, {activated, group});
     });
-    replaced.invalidate();
 }
 
 } // namespace vello

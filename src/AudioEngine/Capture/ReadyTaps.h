@@ -3,6 +3,7 @@
 
 #include "AudioEngine/Capture/AudioProcessGroup.h"
 #include "AudioEngine/Capture/ProcessTap.h"
+#include "AudioEngine/Capture/SpareDevice.h"
 #include "AudioEngine/Capture/TapServices.h"
 
 #include <functional>
@@ -14,10 +15,10 @@
 
 namespace vello {
 
-/// Running taps of applications that have stopped playing. The last eight stay for ten minutes each, so that
-/// the next sound of an application is heard with its settings from the first sample. Meanwhile nothing plays
-/// into a tap, its callback does not run, and most of its memory is released. A tap whose application has
-/// neutral settings is not kept. Main thread only.
+/// Running taps of applications that do not play: they have stopped, or have just appeared. The last eight
+/// stay for ten minutes each, so that the next sound of an application is heard with its settings from the
+/// first sample. Meanwhile nothing plays into a tap, its callback does not run, and most of its memory is
+/// released. A tap whose application has neutral settings is not kept. Main thread only.
 class ReadyTaps {
 public:
     /// Returns the settings in force for a source.
@@ -36,8 +37,13 @@ public:
     std::optional<Entry> take(const std::string& sourceID);
     std::vector<const Entry*> entries() const;
 
-    /// Call when a process of an application has appeared. The application's tap captures it, too.
-    void processAppeared(const std::string& sourceID, AudioObjectID process);
+    /// Whether applications that have no tap may need one soon. The audio system then makes a device for the
+    /// next one in advance. Initially not.
+    void setExpectsApplications(bool expectsApplications);
+    /// Call when a process of an application that does not play has appeared; the group has this process
+    /// alone. The application's tap captures it, too. An application that has no tap gets one, with that
+    /// device.
+    void processAppeared(AudioProcessGroup group);
     /// Call after the settings of this source have changed; those of the system may affect every application.
     void settingsDidChange(const std::string& sourceID);
     /// Call when an output device or its format has changed: replaces every tap.
@@ -61,11 +67,16 @@ private:
     void applySettings(const std::string& sourceID);
     void renew(const std::string& sourceID, AudioProcessGroup group);
     void renewSoon(const std::string& sourceID);
+    void prepare(AudioProcessGroup group);
+    void activate(const std::shared_ptr<ProcessTap>& tap, AudioProcessGroup group);
     bool isProcess(AudioObjectID object) const;
+    void spareIsReady();
 
     const TapServices services_;
     const SettingsProvider settingsInForce_;
     std::map<std::string, Ready> ready_;
+    SpareDevice spare_;
+    std::optional<AudioProcessGroup> awaitingSpare_; ///< gets a tap as soon as the spare device is ready
 };
 
 } // namespace vello

@@ -64,6 +64,7 @@ void TapCoordinator::logRefusedKernels() const {
 void TapCoordinator::teardownAll() {
     // Late reports of the monitor or a device must not create a tap again.
     isEnabled_ = false;
+    readyTaps_.setExpectsApplications(false);
     watchdog_.stop();
     deviceObservers_.stop();
     rebuildDebounceTask_.reset();
@@ -82,6 +83,17 @@ void TapCoordinator::setEnabled(bool isEnabled) {
         return;
     isEnabled_ = isEnabled;
     reconcile();
+    readyTaps_.setExpectsApplications(isEnabled_ && expectsApplications_);
+}
+
+void TapCoordinator::setExpectsApplications(bool expectsApplications) {
+    expectsApplications_ = expectsApplications;
+    readyTaps_.setExpectsApplications(isEnabled_ && expectsApplications_);
+}
+
+void TapCoordinator::processAppeared(AudioProcessGroup group) {
+    if (isEnabled_ && !taps_.contains(group.id))
+        readyTaps_.processAppeared(std::move(group));
 }
 
 void TapCoordinator::updateGroups(const std::vector<AudioProcessGroup>& groups) {

@@ -72,11 +72,11 @@ public:
     void setEnabled(bool isEnabled);
     /// Sets the applications that currently play.
     void updateGroups(const std::vector<AudioProcessGroup>& groups);
-    /// Call when a process of an application appears, before it plays. If the application played lately, the
-    /// process is captured at once.
-    void processAppeared(const std::string& sourceID, AudioObjectID process) {
-        readyTaps_.processAppeared(sourceID, process);
-    }
+    /// Whether an application may begin to play that has settings in force, and no tap yet. Initially not.
+    void setExpectsApplications(bool expectsApplications);
+    /// Call when a process of an application appears, before it plays; the group has this process alone. If
+    /// the application does not play, the process is captured at once where that is possible.
+    void processAppeared(AudioProcessGroup group);
     /// Sets the source that the user has open. A change only triggers reconcile().
     void setFocusedSource(std::optional<std::string> sourceID);
     /// Call after the settings of this source have changed.
@@ -133,6 +133,7 @@ private:
     TapServices services_;
     const BlockKernelChoice& kernel_;
     bool isEnabled_ = false;
+    bool expectsApplications_ = false;
     Taps taps_;
     Published<TapStates> tapStates_;
     SettingsProvider settingsProvider_;

@@ -81,10 +81,10 @@ void AudioController::observeProcesses() {
         [this](const AudioProcessMonitor::Groups& groups) { applyProcessGroups(groups); });
     processMonitor_.setUrgency(
         [this](const std::string& sourceID) { return !settingsInForce(sourceID).isNeutral(); });
-    processMonitor_.setOnProcess([this](const std::string& sourceID, AudioObjectID process) {
-        tapCoordinator_.processAppeared(sourceID, process);
-    });
+    processMonitor_.setOnProcess(
+        [this](AudioProcessGroup group) { tapCoordinator_.processAppeared(std::move(group)); });
     syncDownmixedSources();
+    syncExpectedApplications();
     processMonitor_.start();
     applyProcessGroups(processMonitor_.groups());
 }
@@ -139,6 +139,11 @@ void AudioController::syncDownmixedSources() {
         if (settings.downmixesSurround)
             sourceIDs.insert(sourceID);
     processMonitor_.setDownmixedSources(std::move(sourceIDs));
+}
+
+void AudioController::syncExpectedApplications() {
+    const auto isInForce = [](const auto& entry) { return !entry.second.isNeutral(); };
+    tapCoordinator_.setExpectsApplications(std::ranges::any_of(settingsBySourceID_.value(), isInForce));
 }
 
 void AudioController::setActiveSource(std::optional<std::string> sourceID) {
@@ -209,6 +214,7 @@ void AudioController::publishSettings(SettingsBySourceID changed, const std::str
     settingsBySourceID_.set(std::move(changed));
     tapCoordinator_.settingsDidChange(sourceID);
     syncDownmixedSources();
+    syncExpectedApplications();
     settingsStore_.scheduleSave(persistable());
 }
 

@@ -167,6 +167,7 @@ private:
     void publishSettings(SettingsBySourceID changed, const std::string& sourceID);
     void syncSaveProblem();
     void syncDownmixedSources();
+    void syncExpectedApplications();
     void applyProcessGroups(const AudioProcessMonitor::Groups& groups);
     void scheduleMeterTick();
     StoredSettings persistable() const;

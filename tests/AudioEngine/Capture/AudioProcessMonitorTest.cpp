@@ -182,15 +182,15 @@ TEST_F(ProcessMonitor, DoesNotWaitWhenAnUrgentApplicationPlaysSoonAfterItAppeare
 }
 
 TEST_F(ProcessMonitor, ReportsAProcessWhenItAppears) {
-    std::vector<std::pair<std::string, AudioObjectID>> appeared;
-    monitor->setOnProcess(
-        [&](const std::string& id, AudioObjectID process) { appeared.emplace_back(id, process); });
+    std::vector<AudioProcessGroup> appeared;
+    monitor->setOnProcess([&](AudioProcessGroup group) { appeared.push_back(std::move(group)); });
     play(50, "org.example.known");
     monitor->start();
     const auto process =
         hardware.addProcess({.pid = 60, .bundleID = "org.example.new", .isRunningOutput = false});
     mainThread.advance(0ms);
-    EXPECT_THAT(appeared, ElementsAre(std::pair(std::string("org.example.new"), process)));
+    EXPECT_THAT(appeared,
+                ElementsAre(AudioProcessGroup{"org.example.new", "new", "org.example.new", 60, {process}}));
     mainThread.advance(10s);
     EXPECT_THAT(appeared, SizeIs(1));
     EXPECT_THAT(names(), ElementsAre("known"));

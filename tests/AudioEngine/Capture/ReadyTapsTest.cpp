@@ -24,6 +24,9 @@ struct Ready : Coordinator {
         coordinator->updateGroups({});
         EXPECT_THAT(coordinator->taps(), IsEmpty());
     }
+    void appear(const std::string& id, AudioObjectID process) {
+        coordinator->processAppeared({id, "Name of " + id, id, 51, {process}});
+    }
     std::shared_ptr<ProcessTap> ready() const {
         const auto entries = coordinator->readyTaps().entries();
         return entries.empty() ? nullptr : entries.front()->tap;
@@ -104,7 +107,7 @@ TEST_F(Ready, AnotherProcessOfTheApplicationContinuesTheTap) {
     const auto filters = ready()->realtimeContext()->rt;
     hardware.removeObject(a.objectIDs.front());
     const AudioObjectID next = hardware.addProcess({.pid = 51});
-    coordinator->processAppeared("a", next);
+    appear("a", next);
     EXPECT_THAT(std::get<ProcessTap::Processes>(ready()->target()).ids, ElementsAre(next));
     EXPECT_EQ(hardware.aggregateDescription(ready()->aggregateDeviceID()).predecessor, device);
     EXPECT_EQ(ready()->realtimeContext()->rt, filters);
@@ -119,13 +122,13 @@ TEST_F(Ready, AnotherProcessOfTheApplicationContinuesTheTap) {
 TEST_F(Ready, AProcessThatIsStillThereStaysCaptured) {
     startAndStop();
     const AudioObjectID next = hardware.addProcess({.pid = 51});
-    coordinator->processAppeared("a", next);
+    appear("a", next);
     EXPECT_THAT(std::get<ProcessTap::Processes>(ready()->target()).ids,
                 ElementsAre(a.objectIDs.front(), next));
     const auto kept = ready();
-    coordinator->processAppeared("a", next);
+    appear("a", next);
     EXPECT_EQ(ready(), kept) << "it was captured already";
-    coordinator->processAppeared("b", next);
+    appear("b", next);
     EXPECT_EQ(ready(), kept);
 }
 
@@ -216,7 +219,7 @@ TEST_F(Ready, ATapWhoseProcessesAreGoneIsReplacedWithoutThem) {
 TEST_F(Ready, ATapThatCannotBeReplacedIsGivenUp) {
     startAndStop();
     hardware.fail({.call = HardwareCall::createProcessTap});
-    coordinator->processAppeared("a", hardware.addProcess({.pid = 51}));
+    appear("a", hardware.addProcess({.pid = 51}));
     EXPECT_EQ(ready(), nullptr);
     expectPlatformTaps(0);
 }

@@ -303,6 +303,30 @@ TEST_F(Controller, TheEndSavesBeforeItWaitsForTheAudioSystem) {
     EXPECT_TRUE(wasSavedBefore);
 }
 
+TEST_F(Controller, ASpareDeviceIsWantedWhileAnySettingsAreInForce) {
+    const auto isWanted = [this] {
+        return hardware.listenerCount(kAudioObjectSystemObject, kAudioHardwarePropertySpareDevice) == 1;
+    };
+    start();
+    EXPECT_FALSE(isWanted());
+    controller->updateSettings({.volume = 0.5}, "player");
+    EXPECT_TRUE(isWanted());
+    controller->setProcessingEnabled(false);
+    EXPECT_FALSE(isWanted());
+    controller->setProcessingEnabled(true);
+    EXPECT_TRUE(isWanted());
+    controller->updateSettings({}, "player");
+    EXPECT_FALSE(isWanted());
+    controller->updateSettings({.volume = 0.5}, std::string(kSystemSourceID));
+    controller->save();
+    controller.reset();
+    EXPECT_FALSE(isWanted());
+    start();
+    EXPECT_TRUE(isWanted()) << "stored settings count";
+    events.fireWillTerminate();
+    EXPECT_FALSE(isWanted());
+}
+
 TEST_F(Controller, TheEndStopsListeningForOutputs) {
     start();
     events.fireWillTerminate();
