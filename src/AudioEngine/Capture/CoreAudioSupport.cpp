@@ -107,6 +107,11 @@ void readFixedSize(const AudioHardware& hardware, AudioObjectID object, FourChar
         throw CoreAudioError::status(kAudioHardwareBadPropertySizeError, kPropertyRead.data);
 }
 
+OSStatus writeNumber(AudioHardware& hardware, AudioObjectID object, FourCharCode selector,
+                     std::uint32_t value) {
+    return hardware.setPropertyData(object, globalAddress(selector), sizeof value, &value);
+}
+
 double readNominalSampleRate(const AudioHardware& hardware, AudioObjectID device) {
     return readProperty<double>(hardware, device, kAudioDevicePropertyNominalSampleRate);
 }

@@ -35,6 +35,10 @@ T readProperty(const AudioHardware& hardware, AudioObjectID object, FourCharCode
     return value;
 }
 
+/// Sets a number of the object in the global scope.
+OSStatus writeNumber(AudioHardware& hardware, AudioObjectID object, FourCharCode selector,
+                     std::uint32_t value);
+
 /// The result of a read, or nullopt when it throws CoreAudioError.
 template <class Read> auto attempt(Read read) -> std::optional<decltype(read())> {
     try {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AudioEngine/Capture/DownmixedProcesses.h"
 
+#include "AudioEngine/Capture/CoreAudioSupport.h"
 #include "Foundation/Product.h"
 
 #include <algorithm>
-#include <cstdint>
 
 namespace vello {
 
@@ -19,11 +19,7 @@ void DownmixedProcesses::update(AudioObjectID process, std::string_view sourceID
         downmixed_.insert(process);
     else
         downmixed_.erase(process);
-    const std::uint32_t value = isWanted ? 1 : 0;
-    const OSStatus status = hardware_.setPropertyData(
-        process,
-        {kAudioProcessPropertyDownmix, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain},
-        sizeof value, &value);
+    const OSStatus status = writeNumber(hardware_, process, kAudioProcessPropertyDownmix, isWanted ? 1 : 0);
     if (status != kAudioHardwareNoError)
         logger_.error("Failed to switch the downmix of a process: " + std::to_string(status));
 }

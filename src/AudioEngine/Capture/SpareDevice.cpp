@@ -48,11 +48,8 @@ void SpareDevice::changed() {
 }
 
 void SpareDevice::write(bool isWanted) {
-    const std::uint32_t value = isWanted ? 1 : 0;
-    const OSStatus status = hardware_.setPropertyData(
-        kAudioObjectSystemObject,
-        {kAudioHardwarePropertySpareDevice, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain},
-        sizeof value, &value);
+    const OSStatus status =
+        writeNumber(hardware_, kAudioObjectSystemObject, kAudioHardwarePropertySpareDevice, isWanted ? 1 : 0);
     if (status != kAudioHardwareNoError)
         logger_.error("Failed to switch the spare device: " + std::to_string(status));
 }

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Control/State/ExemptionWords.h"
-#include "Control/State/Hints.h"
-#include "Control/State/Lookup.h"
-#include "Control/State/Nearest.h"
 #include "Control/State/StateJSON.h"
 #include "Control/State/StateText.h"
 #include "Foundation/Text.h"
+
+#include "ExampleStates.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -21,174 +20,12 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::SizeIs;
 
-constexpr char kEvilName[] = "evil\n\x1b[2J\u202Ename\xFF";
-
-SourceState source(const std::string& id, const std::string& name) {
-    return {.source = {.id = id, .pid = 7, .name = name, .bundleID = id},
-            .settings = {},
-            .tapState = TapState::running};
-}
-
-/// The system-wide entry, two players with the same name and one with a malicious name.
-RunningState exampleState() {
-    RunningState state{.version = "1.2.3", .consent = Consent::allowed};
-    state.sources = {
-        {.source = {.id = std::string(kSystemSourceID), .pid = {}, .name = "System", .bundleID = {}},
-         .settings = {.bandGains = {-2, -1, 0, 2, 4, 4, 2, 0}, .volume = 0.5},
-         .tapState = TapState::none},
-        source("org.a", "Player"),
-        source("org.b", "Player"),
-        source("org.c", "Browser"),
-        source("org.evil", kEvilName)};
-    state.sources[3].settings.bandGains = {-6, 0, 0.5, 0, 0, 0, 0, 3.25};
-    state.sources[3].settings.outputDeviceUID = "phones";
-    state.sources[3].deviceUID = "phones";
-    state.sources[3].meters =
-        MeterReading{.id = "org.c", .level = 0.5, .beatsPerMinute = 120, .confidence = 0.9};
-    state.outputs = {{"speakers", "Speakers", true}, {"phones", "Phones", false}, {"hdmi", "Phones", false}};
-    state.presets = {{"vocal", "Vocal", true, {-2, -1, 0, 2, 4, 4, 2, 0}},
-                     {"Vocal", "Vocal", false, std::vector<double>(8, 1.0)},
-                     {"Mine", "Mine", false, std::vector<double>(8, 2.0)}};
-    return state;
-}
-
-RunningState stateWithExemptStreams() {
-    RunningState state = exampleState();
-    state.exemptStreams = {
-        {.sourceID = "org.film",
-         .name = "Film",
-         .streamName = "Sound",
-         .pid = 8,
-         .bundleID = "org.film",
-         .deviceUID = "phones",
-         .isPlaying = true,
-         .reason = "surround"},
-        {.sourceID = "", .name = kEvilName, .streamName = "", .reason = "module"},
-        {.sourceID = "org.film", .name = "Film", .streamName = "", .reason = "new\x1b word"}};
-    return state;
-}
-
-RunningState stateWithReadyApplications() {
-    RunningState state = stateWithExemptStreams();
-    state.readyApplications = {{.sourceID = "org.ready", .name = kEvilName, .deviceUID = "phones"},
-                               {.sourceID = "org.lost", .name = "Lost"},
-                               {.sourceID = "org.gone", .name = "Gone", .deviceUID = "at\x1btic"}};
-    return state;
-}
-
-template <class Action> std::string refusal(Action action) {
-    try {
-        action();
-        return "";
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-}
-
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> all;
     std::istringstream stream(text);
     for (std::string line; std::getline(stream, line);)
         all.push_back(line);
     return all;
-}
-
-// Lookup
-
-TEST(Lookup, FindsASourceByItsIDOrByANameThatItAloneHas) {
-    const RunningState state = exampleState();
-    EXPECT_EQ(findSource(state, "org.b").source.id, "org.b");
-    EXPECT_EQ(findSource(state, "Browser").source.id, "org.c");
-    EXPECT_EQ(findSource(state, "system").source.id, kSystemSourceID);
-    EXPECT_EQ(findSource(state, "System").source.id, kSystemSourceID);
-}
-
-TEST(Lookup, SaysWhichSourcesShareAName) {
-    const RunningState state = exampleState();
-    EXPECT_THAT(refusal([&] { findSource(state, "Player"); }), AllOf(HasSubstr("org.a"), HasSubstr("org.b")));
-    EXPECT_THAT(refusal([&] { findSourceID(state, "Player"); }), HasSubstr("org.a"));
-    EXPECT_THAT(refusal([&] { findSource(state, kEvilName + std::string("x")); }), Not(HasSubstr("\x1b")));
-}
-
-TEST(Lookup, FindsASourceThatDoesNotPlayByItsIDOnly) {
-    RunningState state = exampleState();
-    state.storedSources = {source("org.absent", "org.absent")};
-    EXPECT_EQ(findSourceID(state, "org.absent"), "org.absent");
-    EXPECT_THAT(refusal([&] { findSourceID(state, "org.abzent"); }),
-                AllOf(HasSubstr("did you mean \"org.absent\"?"), HasSubstr("vello status --all")));
-    EXPECT_THAT(refusal([&] { findSourceID(state, "Browzer"); }), HasSubstr("did you mean \"Browser\"?"));
-    EXPECT_THAT(refusal([&] { findSource(exampleState(), "org.absent"); }), HasSubstr("vello status"));
-}
-
-TEST(Lookup, FindsAnApplicationThatHasNothingButExemptStreams) {
-    RunningState state = stateWithExemptStreams();
-    EXPECT_EQ(findSourceID(state, "org.film"), "org.film");
-    EXPECT_EQ(findSourceID(state, "Film"), "org.film") << "two streams of one application";
-    EXPECT_THAT(refusal([&] { findSourceID(state, ""); }), HasSubstr("no source"))
-        << "a stream without an application is none";
-    EXPECT_THAT(refusal([&] { findSource(state, "Film"); }), HasSubstr("no source"));
-    state.exemptStreams->push_back(
-        {.sourceID = "pid.9", .name = "Film", .streamName = "", .reason = "fixed"});
-    EXPECT_THAT(refusal([&] { findSourceID(state, "Film"); }),
-                AllOf(HasSubstr("org.film"), HasSubstr("pid.9")));
-    state.exemptStreams->push_back({.sourceID = "x", .name = "Browser", .streamName = "", .reason = "fixed"});
-    EXPECT_EQ(findSourceID(state, "Browser"), "org.c") << "what is captured comes first";
-}
-
-TEST(Lookup, FindsAnApplicationThatIsHeldReadyByItsName) {
-    RunningState state = stateWithReadyApplications();
-    EXPECT_EQ(findSourceID(state, "Lost"), "org.lost");
-    state.readyApplications->push_back({.sourceID = "org.lost2", .name = "Lost"});
-    EXPECT_THAT(refusal([&] { findSourceID(state, "Lost"); }), HasSubstr("org.lost, org.lost2"));
-}
-
-TEST(Lookup, FindsAPresetByBuiltInIDThenSavedNameThenBuiltInTitle) {
-    std::vector<PresetState> presets{{"vocal", "Vocal", true, {}}, {"flat", "Flat", true, {}}};
-    std::string told;
-    const auto find = [&](const std::string& word) {
-        told.clear();
-        return findPresetID(presets, word, [&](const std::string& sentence) { told += sentence; });
-    };
-    EXPECT_EQ(find("vocal"), "vocal");
-    EXPECT_EQ(find("Vocal"), "vocal");
-    EXPECT_EQ(told, "") << "one preset is meant";
-    presets.push_back({"Vocal", "Vocal", false, {}});
-    presets.push_back({"flat", "flat", false, {}});
-    EXPECT_EQ(find("Vocal"), "Vocal");
-    EXPECT_EQ(told, R"("Vocal" is taken for your saved preset "Vocal", not for the built-in preset vocal)");
-    EXPECT_EQ(find("flat"), "flat");
-    EXPECT_EQ(told, R"("flat" is taken for the built-in preset flat, not for your saved preset "flat")");
-    EXPECT_THAT(refusal([&] { find("vocla"); }),
-                AllOf(HasSubstr("did you mean \"vocal\"?"), HasSubstr("vello presets")));
-}
-
-TEST(Lookup, FindsASavedPresetByItsExactName) {
-    const auto presets = exampleState().presets;
-    EXPECT_EQ(findUserPresetID(presets, "Mine"), "Mine");
-    EXPECT_THAT(refusal([&] { findUserPresetID(presets, "vocal"); }),
-                HasSubstr("no saved preset \"vocal\"; did you mean \"Vocal\"?"));
-}
-
-TEST(Nearest, IsTheWordWithTheFewestTypingErrors) {
-    const std::vector<std::string> known{"status", "set", "presets", "Firefox", std::string(100, 'x')};
-    EXPECT_EQ(nearestWord("stauts", known), "status") << "swapped letters";
-    EXPECT_EQ(nearestWord("sett", known), "set");
-    EXPECT_EQ(nearestWord("firefox", known), "Firefox");
-    EXPECT_EQ(nearestWord("prests", known), "presets");
-    EXPECT_EQ(nearestWord("entirely else", known), "");
-    EXPECT_EQ(nearestWord("", known), "");
-    EXPECT_EQ(nearestWord("x", known), "");
-    EXPECT_EQ(nearestWord(std::string(100, 'x'), known), "") << "too long to be compared";
-}
-
-TEST(Lookup, FindsAnOutputByUIDNameOrAuto) {
-    const RunningState state = exampleState();
-    EXPECT_EQ(findOutputUID(state, "hdmi"), "hdmi");
-    EXPECT_EQ(findOutputUID(state, "Speakers"), "speakers");
-    EXPECT_EQ(findOutputUID(state, "auto"), "");
-    EXPECT_THAT(refusal([&] { findOutputUID(state, "Phones"); }),
-                AllOf(HasSubstr("phones"), HasSubstr("hdmi")));
-    EXPECT_THAT(refusal([&] { findOutputUID(state, "attic"); }), HasSubstr("no output"));
 }
 
 // Human-readable output
@@ -420,96 +257,6 @@ TEST(StateText, ListsStoredSourcesThatDoNotPlay) {
     const auto json = nlohmann::json::parse(statusJSON(state))["storedSources"];
     EXPECT_EQ(json[0]["id"], "org.absent");
     EXPECT_EQ(json[0]["settings"]["volume"], 0.25);
-}
-
-// Events
-
-std::vector<nlohmann::json> events(const RunningState& before, const RunningState& now) {
-    std::vector<nlohmann::json> all;
-    for (const std::string& line : changeEvents(before, now))
-        all.push_back(nlohmann::json::parse(line));
-    return all;
-}
-
-TEST(StateEvents, AreNoneWhereOnlyLevelsDiffer) {
-    RunningState now = exampleState();
-    now.sources[3].meters->level = 0.25;
-    now.sources[1].meters = MeterReading{.id = "org.a", .level = 1};
-    EXPECT_TRUE(changeEvents(exampleState(), now).empty());
-    EXPECT_FALSE(nlohmann::json::parse(stateEvent(now))["sources"][3].contains("level"));
-}
-
-TEST(StateEvents, NameWhatHasChangedAndWhatHasGone) {
-    RunningState now = exampleState();
-    now.sources[1].settings.volume = 0.125;
-    now.sources.erase(now.sources.begin() + 2);
-    now.sources.push_back(source("org.new", "New"));
-    const auto all = events(exampleState(), now);
-    ASSERT_THAT(all, SizeIs(1));
-    EXPECT_EQ(all[0]["event"], "sources");
-    ASSERT_THAT(all[0]["changed"], SizeIs(2));
-    EXPECT_EQ(all[0]["changed"][0]["id"], "org.a");
-    EXPECT_EQ(all[0]["changed"][0]["settings"]["volume"], 0.125);
-    EXPECT_EQ(all[0]["changed"][1]["id"], "org.new");
-    EXPECT_EQ(all[0]["removed"], nlohmann::json::parse(R"(["org.b"])"));
-}
-
-TEST(StateEvents, TellTheOtherParts) {
-    RunningState now = exampleState();
-    now.isProcessingEnabled = false;
-    now.consent = Consent::denied;
-    now.saveProblem = "not saved";
-    now.outputs.pop_back();
-    now.presets[1].bandGains[0] = 3;
-    const auto all = events(exampleState(), now);
-    ASSERT_THAT(all, SizeIs(5));
-    EXPECT_EQ(all[0], nlohmann::json::parse(R"({"event":"processing","isProcessingEnabled":false})"));
-    EXPECT_EQ(all[1], nlohmann::json::parse(R"({"event":"permission","permission":"denied"})"));
-    EXPECT_EQ(all[2], nlohmann::json::parse(R"({"event":"saveProblem","saveProblem":"not saved"})"));
-    EXPECT_EQ(all[3], nlohmann::json::parse(R"({"event":"outputs","changed":[],"removed":["hdmi"]})"));
-    EXPECT_EQ(all[4]["event"], "presets");
-    EXPECT_EQ(all[4]["changed"][0]["bandGains"][0], 3);
-    EXPECT_EQ(events(now, exampleState())[2]["saveProblem"], nullptr);
-}
-
-TEST(StateEvents, TellLevelsOfRunningTapsAlone) {
-    const auto event = nlohmann::json::parse(levelsEvent(exampleState()));
-    EXPECT_EQ(event["event"], "levels");
-    ASSERT_THAT(event["levels"], SizeIs(4));
-    EXPECT_EQ(event["levels"][2], nlohmann::json::parse(R"({"id": "org.c", "level": 0.5,
-        "tempo": {"beatsPerMinute": 120, "confidence": 0.9}})"));
-}
-
-// Hints
-
-TEST(Hints, AreGivenOnlyWhereAChangeIsNotHeard) {
-    RunningState state = exampleState(); // System has a curve
-    const SettingsChange curve{.presetID = "flat"};
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[0], curve), SizeIs(0));
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[3], curve), SizeIs(0)) << "it has settings of its own";
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[1], curve),
-                testing::ElementsAre(HasSubstr("those of System hold")));
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[1], {.downmixesSurround = true}), SizeIs(0));
-    state.sources[0].settings = {};
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[1], curve), SizeIs(0)) << "flat is what is heard";
-}
-
-TEST(Hints, NameABypassForCurvesAlone) {
-    RunningState state = exampleState();
-    state.sources[3].settings.isBypassed = true;
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[3], {.presetID = "vocal"}),
-                testing::ElementsAre(HasSubstr("--bypass off")));
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[3], {.volume = 0.5}), SizeIs(0)) << "it still applies";
-}
-
-TEST(Hints, NameTheSwitchAndThePermissionFirst) {
-    RunningState state = exampleState();
-    state.consent = Consent::undecided;
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[3], {.volume = 0.5}),
-                testing::ElementsAre(HasSubstr("vello permission allow")));
-    state.isProcessingEnabled = false;
-    EXPECT_THAT(reasonsNotHeard(state, state.sources[3], {.volume = 0.5}),
-                testing::ElementsAre(HasSubstr("vello on")));
 }
 
 } // namespace
